@@ -1,0 +1,1 @@
+#include "ovanlys/functions.h"

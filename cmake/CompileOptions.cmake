@@ -1,0 +1,48 @@
+# One interface target carries the options of every product.
+#
+# Numbers are the same at every instruction-set level: no contraction into fused multiply-adds and no
+# fast-math. The two relaxations below change no value: the C library's errno is not read, and no
+# code expects floating-point traps.
+add_library(vyn_options INTERFACE)
+target_compile_features(vyn_options INTERFACE cxx_std_20)
+target_compile_options(vyn_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual
+  -ffp-contract=off -fno-math-errno -fno-trapping-math
+  -fvisibility=hidden -fvisibility-inlines-hidden
+  -ffile-prefix-map=${CMAKE_SOURCE_DIR}/=
+  $<$<BOOL:${VYN_WARNINGS_AS_ERRORS}>:-Werror>
+  $<$<CONFIG:Release>:-O3>)
+
+if(VYN_SANITIZE)
+  # float-cast-overflow is not part of "undefined"; float-divide-by-zero is left off: 0/0 is defined
+  # behaviour of several measures.
+  set(sanitizers -fsanitize=address,undefined,float-cast-overflow -fno-sanitize-recover=all)
+  target_compile_options(vyn_options INTERFACE ${sanitizers} -fno-omit-frame-pointer -O1)
+  target_link_options(vyn_options INTERFACE ${sanitizers})
+  target_compile_definitions(vyn_options INTERFACE _GLIBCXX_ASSERTIONS)
+else()
+  target_compile_options(vyn_options INTERFACE -fstack-protector-strong)
+endif()
+
+if(WIN32)
+  target_compile_definitions(vyn_options INTERFACE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0601)
+  target_link_options(vyn_options INTERFACE -static -Wl,--no-insert-timestamp)
+else()
+  set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+endif()
+
+# vyn_export_names(<target> <def file> <source>...): natively, the target exports exactly the names that the
+# .def file lists; the sources define them.
+function(vyn_export_names target def)
+  file(STRINGS ${def} names REGEX "^    [A-Za-z0-9]+$")
+  string(REGEX REPLACE " +" "" names "${names}")
+  string(REPLACE ";" ";\n" names "${names}")
+  set(map ${CMAKE_CURRENT_BINARY_DIR}/${target}.map)
+  file(CONFIGURE OUTPUT ${map} CONTENT "{\nglobal:\n${names};\nlocal: *;\n};\n" @ONLY)
+  set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS -fvisibility=default)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${def})
+  target_link_options(${target} PRIVATE -Wl,--version-script=${map})
+  if(NOT VYN_SANITIZE)
+    target_link_options(${target} PRIVATE -Wl,-z,defs)
+  endif()
+endfunction()

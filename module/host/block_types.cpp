@@ -1,0 +1,43 @@
+#include "host/block_types.h"
+
+#include <array>
+
+namespace vynpack {
+namespace {
+
+template <class Block>
+[[maybe_unused]] std::unique_ptr<TOBlock> create() {
+    return std::make_unique<Block>();
+}
+
+// clang-format off
+constexpr std::array<BlockType, kBlockTypes> kTypes = {{
+    {5000, "Klassierung",            "Klassierung",            false, nullptr},
+    {5001, "Terz_Oktav_Analyse",     "Terz_Oktav_Analyse",     true,  nullptr},
+    {5002, "Statistik",              "Statistik",              true,  nullptr},
+    {5003, "Mittelwert",             "Mittelwert",             false, nullptr},
+    {5004, "FFT",                    "FFT",                    true,  nullptr},
+    {5005, "Inverse FFT",            "Inverse FFT",            true,  nullptr},
+    {5006, "FFT zweier Zeitsignale", "FFT zweier Zeitsignale", false, nullptr},
+    {5007, "Digitale Filter",        "Filter",                 true,  nullptr},
+    {5008, "Frequenzbewertung",      "A,B,C-Bewertung",        false, nullptr},
+    {5009, "Pegelberechnung",        "Pegel",                  false, nullptr},
+}};
+// clang-format on
+
+consteval bool codesRunInOrder() {
+    for (std::int32_t i = 0; i < kBlockTypes; ++i) {
+        if (kTypes[static_cast<std::size_t>(i)].code != kFirstBlockType + i) return false;
+    }
+    return true;
+}
+static_assert(codesRunInOrder());
+
+}  // namespace
+
+const BlockType* findBlockType(std::int32_t code) noexcept {
+    if (code < kFirstBlockType || code >= kFirstBlockType + kBlockTypes) return nullptr;
+    return &kTypes[static_cast<std::size_t>(code - kFirstBlockType)];
+}
+
+}  // namespace vynpack

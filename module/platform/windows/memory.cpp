@@ -1,0 +1,37 @@
+#include "platform/memory.h"
+
+#include <windows.h>
+
+namespace vynpack::platform {
+namespace {
+
+HGLOBAL global(MemoryHandle handle) noexcept {
+    return reinterpret_cast<HGLOBAL>(handle);  // NOLINT(performance-no-int-to-ptr)
+}
+
+}  // namespace
+
+void* lockMemory(MemoryHandle handle) noexcept {
+    return handle == MemoryHandle::none ? nullptr : ::GlobalLock(global(handle));
+}
+
+void unlockMemory(MemoryHandle handle) noexcept {
+    ::GlobalUnlock(global(handle));
+}
+
+std::optional<std::size_t> memorySize(MemoryHandle handle) noexcept {
+    // Zero stands for "not known": memory that is not from the global heap locks but has no size.
+    const std::size_t size = ::GlobalSize(global(handle));
+    if (size == 0 || size == static_cast<std::size_t>(-1)) return std::nullopt;
+    return size;
+}
+
+MemoryHandle allocateMemory(std::size_t bytes) noexcept {
+    return MemoryHandle{reinterpret_cast<std::uint64_t>(::GlobalAlloc(GHND, bytes))};
+}
+
+void freeMemory(MemoryHandle handle) noexcept {
+    if (handle != MemoryHandle::none) ::GlobalFree(global(handle));
+}
+
+}  // namespace vynpack::platform
