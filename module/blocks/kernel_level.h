@@ -15,12 +15,9 @@ template <class Kernels>
 const Kernels& kernelsFor(KernelLevel level, const Kernels& baseline, const Kernels& avx2,
                           const Kernels& avx512) noexcept {
     switch (level) {
-        case KernelLevel::avx512:
-            return avx512;
-        case KernelLevel::avx2:
-            return avx2;
-        default:
-            return baseline;
+        case KernelLevel::avx512: return avx512;
+        case KernelLevel::avx2: return avx2;
+        default: return baseline;
     }
 }
 

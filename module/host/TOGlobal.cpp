@@ -10,9 +10,7 @@ bool TOGlobal::start(ModuleInstance instance) {
     return true;
 }
 
-void TOGlobal::end() noexcept {
-    analysis_.unload();
-}
+void TOGlobal::end() noexcept { analysis_.unload(); }
 
 TOBlock* TOGlobal::findBlock(BlockHandle handle) const noexcept {
     if (handle < 1 || handle >= kTableSize) return nullptr;

@@ -42,13 +42,9 @@ Int forward(Int answer, Int blockHandle, Operation operation) noexcept {
     });
 }
 
-Int addressOf(const char* text) {
-    return reinterpret_cast<Int>(text);
-}
+Int addressOf(const char* text) { return reinterpret_cast<Int>(text); }
 
-std::int32_t typeCodeOf(Int argument) {
-    return static_cast<std::int32_t>(argument);
-}
+std::int32_t typeCodeOf(Int argument) { return static_cast<std::int32_t>(argument); }
 
 std::unique_ptr<TOBlock> newBlock(Int typeCode) {
     const BlockType* type = findBlockType(typeCodeOf(typeCode));
@@ -165,24 +161,15 @@ extern "C" Int GetInfo(Int /*hostContext*/, Int typeCode, Int query, Int blockHa
         static std::int32_t unusedWord = 0;  // nothing sets it
         const BlockType* type = findBlockType(typeCodeOf(typeCode));
         switch (static_cast<std::int32_t>(query)) {
-            case 1:
-                return kBlockTypes;
-            case 2:
-                return addressOf(type != nullptr ? type->longName : "");
-            case 3:
-                return addressOf(type != nullptr ? type->shortName : "");
-            case 4:
-                return addressOf(connectorsOf(blockHandle));
-            case 5:
-                return kInterfaceVersion;
-            case 6:
-                return type != nullptr ? 1 : 0;
-            case 7:
-                return 1;
-            case 16:
-                return unusedWord;
-            default:
-                return kUnknownQuery;
+            case 1: return kBlockTypes;
+            case 2: return addressOf(type != nullptr ? type->longName : "");
+            case 3: return addressOf(type != nullptr ? type->shortName : "");
+            case 4: return addressOf(connectorsOf(blockHandle));
+            case 5: return kInterfaceVersion;
+            case 6: return type != nullptr ? 1 : 0;
+            case 7: return 1;
+            case 16: return unusedWord;
+            default: return kUnknownQuery;
         }
     });
 }
@@ -215,31 +202,23 @@ extern "C" Int RestoreParameters(Int /*hostContext*/, Int typeCode, Int /*blockH
     });
 }
 
-extern "C" Int GetGlobalPars(Int /*argument1*/, Int /*argument2*/) {
-    return 0;
-}
+extern "C" Int GetGlobalPars(Int /*argument1*/, Int /*argument2*/) { return 0; }
 
-extern "C" Int SetGlobalPars(Int /*argument1*/, Int /*argument2*/, Int /*argument3*/) {
-    return 1;
-}
+extern "C" Int SetGlobalPars(Int /*argument1*/, Int /*argument2*/, Int /*argument3*/) { return 1; }
 
 extern "C" Int InitSim(Int hostContext, Int /*typeCode*/, Int blockHandle, Int /*unused*/) {
     if (hostContext == 0) return 1;
     return forward(1, blockHandle, [](TOBlock& block) { block.InitSim(); });
 }
 
-extern "C" Int Starten(Int, Int, Int, Int) {
-    return 1;
-}
+extern "C" Int Starten(Int, Int, Int, Int) { return 1; }
 
 extern "C" Int Stoppen(Int hostContext, Int /*typeCode*/, Int blockHandle, Int /*unused*/) {
     if (hostContext == 0) return 1;
     return forward(1, blockHandle, [](TOBlock& block) { block.Stoppen(); });
 }
 
-extern "C" Int Pause(Int, Int, Int, Int) {
-    return 1;
-}
+extern "C" Int Pause(Int, Int, Int, Int) { return 1; }
 
 extern "C" Int Simulation(Int hostContext, Int typeCode, Int blockHandle, Int dataHandle) {
     if (hostContext == 0) return kWaiting;

@@ -33,13 +33,9 @@ std::int64_t SendHostMessage(std::uint32_t message, std::int64_t first,
 
 namespace host_message {
 
-int inputCount(HostContext context) noexcept {
-    return connectorCount(kInputCount, context);
-}
+int inputCount(HostContext context) noexcept { return connectorCount(kInputCount, context); }
 
-int outputCount(HostContext context) noexcept {
-    return connectorCount(kOutputCount, context);
-}
+int outputCount(HostContext context) noexcept { return connectorCount(kOutputCount, context); }
 
 MemoryHandle newBlock(std::int32_t values) noexcept {
     return MemoryHandle{static_cast<std::uint64_t>(SendHostMessage(kNewBlock, 0, values))};
@@ -59,9 +55,7 @@ const float* triggerThreshold() noexcept {
     return reinterpret_cast<const float*>(SendHostMessage(kTriggerThreshold, 0, 0));
 }
 
-void showHelp() noexcept {
-    SendHostMessage(kShowHelp, 0, 0);
-}
+void showHelp() noexcept { SendHostMessage(kShowHelp, 0, 0); }
 
 }  // namespace host_message
 }  // namespace vynpack

@@ -171,12 +171,8 @@ int answerRemoteControl(std::span<const Keyword<Subject>> keywords, Subject& sub
     using namespace remote_control;
     const InfoRecord info(infoHandle);
     switch (subCode) {
-        case kCountKeywords:
-            info.writeCount(static_cast<std::int32_t>(keywords.size()));
-            break;
-        case kClearWord:
-            info.clearWord();
-            break;
+        case kCountKeywords: info.writeCount(static_cast<std::int32_t>(keywords.size())); break;
+        case kClearWord: info.clearWord(); break;
         case kListKeywords: {
             const KeywordTable table(info.keywordTable(), keywords.size());
             for (std::size_t row = 0; row < keywords.size(); ++row) {
@@ -202,8 +198,7 @@ int answerRemoteControl(std::span<const Keyword<Subject>> keywords, Subject& sub
             }
             break;
         }
-        default:
-            break;
+        default: break;
     }
     return 0;
 }

@@ -3,9 +3,7 @@
 namespace vynpack::platform {
 
 void enableControlHosting() noexcept {}
-bool startComponentRuntime() noexcept {
-    return true;
-}
+bool startComponentRuntime() noexcept { return true; }
 void endComponentRuntime() noexcept {}
 
 }  // namespace vynpack::platform

@@ -11,9 +11,7 @@ LibraryHandle loadLibrary(const char* path) noexcept {
     return ::dlopen(path, RTLD_NOW | RTLD_LOCAL);
 }
 
-void unloadLibrary(LibraryHandle library) noexcept {
-    ::dlclose(library);
-}
+void unloadLibrary(LibraryHandle library) noexcept { ::dlclose(library); }
 
 void* findFunction(LibraryHandle library, const char* name) noexcept {
     return ::dlsym(library, name);

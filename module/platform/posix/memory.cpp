@@ -23,9 +23,7 @@ void* lockMemory(MemoryHandle handle) noexcept {
 
 void unlockMemory(MemoryHandle) noexcept {}
 
-std::optional<std::size_t> memorySize(MemoryHandle) noexcept {
-    return std::nullopt;
-}
+std::optional<std::size_t> memorySize(MemoryHandle) noexcept { return std::nullopt; }
 
 MemoryHandle allocateMemory(std::size_t bytes) noexcept {
     if (bytes > static_cast<std::size_t>(-1) - sizeof(OwnBlock)) return MemoryHandle::none;
@@ -35,8 +33,6 @@ MemoryHandle allocateMemory(std::size_t bytes) noexcept {
     return MemoryHandle{reinterpret_cast<std::uint64_t>(block)};
 }
 
-void freeMemory(MemoryHandle handle) noexcept {
-    std::free(masterPointer(handle));
-}
+void freeMemory(MemoryHandle handle) noexcept { std::free(masterPointer(handle)); }
 
 }  // namespace vynpack::platform

@@ -4,13 +4,9 @@
 namespace vynpack {
 namespace {
 
-__attribute__((constructor)) void startModule() {
-    theApp().InitInstance(ModuleInstance::none);
-}
+__attribute__((constructor)) void startModule() { theApp().InitInstance(ModuleInstance::none); }
 
-__attribute__((destructor)) void endModule() {
-    theApp().ExitInstance();
-}
+__attribute__((destructor)) void endModule() { theApp().ExitInstance(); }
 
 }  // namespace
 }  // namespace vynpack

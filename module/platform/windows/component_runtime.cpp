@@ -13,12 +13,8 @@ void enableControlHosting() noexcept {
 }
 
 // A thread that the host set up for another apartment model keeps it, and nothing is owed.
-bool startComponentRuntime() noexcept {
-    return SUCCEEDED(::OleInitialize(nullptr));
-}
+bool startComponentRuntime() noexcept { return SUCCEEDED(::OleInitialize(nullptr)); }
 
-void endComponentRuntime() noexcept {
-    ::OleUninitialize();
-}
+void endComponentRuntime() noexcept { ::OleUninitialize(); }
 
 }  // namespace vynpack::platform

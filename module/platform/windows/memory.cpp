@@ -15,9 +15,7 @@ void* lockMemory(MemoryHandle handle) noexcept {
     return handle == MemoryHandle::none ? nullptr : ::GlobalLock(global(handle));
 }
 
-void unlockMemory(MemoryHandle handle) noexcept {
-    ::GlobalUnlock(global(handle));
-}
+void unlockMemory(MemoryHandle handle) noexcept { ::GlobalUnlock(global(handle)); }
 
 std::optional<std::size_t> memorySize(MemoryHandle handle) noexcept {
     // Zero stands for "not known": memory that is not from the global heap locks but has no size.
