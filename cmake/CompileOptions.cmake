@@ -22,6 +22,7 @@ if(VYN_SANITIZE)
   target_compile_definitions(vyn_options INTERFACE _GLIBCXX_ASSERTIONS)
 else()
   target_compile_options(vyn_options INTERFACE -fstack-protector-strong)
+  target_link_options(vyn_options INTERFACE -fstack-protector-strong)  # MinGW: its library
 endif()
 
 if(WIN32)
