@@ -1,0 +1,187 @@
+#include "host/floating_point_mode.h"
+
+#include <gtest/gtest.h>
+#include <xmmintrin.h>
+
+#include <cstdint>
+#include <limits>
+
+namespace vynpack {
+namespace {
+
+// The control and status register of the vector unit: its default masks all traps, rounds to
+// nearest, keeps denormals and has no flag set.
+constexpr unsigned kVectorDefault = 0x1f80;
+constexpr unsigned kFlushToZero = 0x8000;
+constexpr unsigned kDenormalsAreZero = 0x0040;
+constexpr unsigned kRoundUp = 0x4000;
+constexpr unsigned kInvalidMask = 0x0080;
+constexpr unsigned kDivisionMask = 0x0200;
+constexpr unsigned kInexactFlag = 0x0020;
+
+// The control word of the x87 unit: all traps masked, 64-bit significand, round to nearest.
+constexpr std::uint16_t kX87Default = 0x037f;
+constexpr std::uint16_t kX87RoundUp24Bit = 0x087f;
+constexpr std::uint16_t kX87InvalidUnmasked = 0x037e;
+
+std::uint16_t x87ControlWord() {
+    std::uint16_t word = 0;
+    asm volatile("fnstcw %0" : "=m"(word));
+    return word;
+}
+
+void setX87ControlWord(std::uint16_t word) { asm volatile("fldcw %0" : : "m"(word)); }
+
+std::uint16_t x87StatusWord() {
+    std::uint16_t word = 0;
+    asm volatile("fnstsw %0" : "=m"(word));
+    return word;
+}
+
+// Values the compiler cannot see through.
+volatile double one = 1.0;
+volatile double zero = 0.0;
+volatile double smallest = std::numeric_limits<double>::min();
+volatile double tiny = 0x1p-80;
+
+// Puts a host's mode in place and, whatever happens, the default back.
+class HostMode {
+public:
+    explicit HostMode(unsigned vector, std::uint16_t x87 = kX87Default) {
+        setX87ControlWord(x87);
+        _mm_setcsr(vector);
+    }
+    ~HostMode() {
+        asm volatile("fnclex");
+        setX87ControlWord(kX87Default);
+        _mm_setcsr(kVectorDefault);
+    }
+    HostMode(const HostMode&) = delete;
+    HostMode& operator=(const HostMode&) = delete;
+};
+
+struct Modes {
+    unsigned vectorInside, vectorAfter;
+    std::uint16_t x87Inside, x87After;
+};
+
+// Both words inside the scope and after it; nothing is computed between.
+Modes modesUnder(unsigned vector, std::uint16_t x87) {
+    const HostMode host(vector, x87);
+    Modes modes{};
+    {
+        const FloatingPointMode mode;
+        modes.vectorInside = _mm_getcsr();
+        modes.x87Inside = x87ControlWord();
+    }
+    modes.vectorAfter = _mm_getcsr();
+    modes.x87After = x87ControlWord();
+    return modes;
+}
+
+TEST(FloatingPointMode, IsTheDefaultInsideAndTheCallersAfterwards) {
+    const unsigned vectorModes[] = {
+        kVectorDefault,
+        kVectorDefault | kFlushToZero,
+        kVectorDefault | kDenormalsAreZero,
+        kVectorDefault | kRoundUp,
+        kVectorDefault & ~kInvalidMask,
+        kVectorDefault & ~kDivisionMask,
+        kVectorDefault | kInexactFlag,
+        (kVectorDefault | kFlushToZero | kDenormalsAreZero | kRoundUp | kInexactFlag) &
+            ~(kInvalidMask | kDivisionMask),
+    };
+    for (const unsigned vector : vectorModes) {
+        for (const std::uint16_t x87 : {kX87Default, kX87RoundUp24Bit, kX87InvalidUnmasked}) {
+            const Modes modes = modesUnder(vector, x87);
+            EXPECT_EQ(modes.vectorInside, kVectorDefault) << std::hex << vector << ' ' << x87;
+            EXPECT_EQ(modes.x87Inside, kX87Default) << std::hex << vector << ' ' << x87;
+            EXPECT_EQ(modes.vectorAfter, vector) << std::hex << vector << ' ' << x87;
+            EXPECT_EQ(modes.x87After, x87) << std::hex << vector << ' ' << x87;
+        }
+    }
+}
+
+TEST(FloatingPointMode, ADenormalSurvivesAHostThatFlushesThem) {
+    double flushed = 0;
+    double kept = 0;
+    {
+        const HostMode host(kVectorDefault | kFlushToZero | kDenormalsAreZero);
+        flushed = smallest * 0.5;
+        const FloatingPointMode mode;
+        kept = smallest * 0.5;
+    }
+    EXPECT_EQ(flushed, 0.0);
+    EXPECT_EQ(kept, 0x1p-1023);
+}
+
+TEST(FloatingPointMode, SumsRoundToNearestWhateverTheHostChose) {
+    double hosts = 0;
+    double ours = 0;
+    {
+        const HostMode host(kVectorDefault | kRoundUp);
+        hosts = one + tiny;
+        const FloatingPointMode mode;
+        ours = one + tiny;
+    }
+    EXPECT_EQ(hosts, 1.0 + std::numeric_limits<double>::epsilon());
+    EXPECT_EQ(ours, 1.0);
+}
+
+TEST(FloatingPointMode, ADivisionByZeroDoesNotTrapInAHostThatTrapsIt) {
+    double quotient = 0;
+    double undefined = 0;
+    {
+        const HostMode host(kVectorDefault & ~(kInvalidMask | kDivisionMask), kX87InvalidUnmasked);
+        const FloatingPointMode mode;
+        quotient = one / zero;
+        undefined = zero / zero;
+    }
+    EXPECT_EQ(quotient, std::numeric_limits<double>::infinity());
+    EXPECT_NE(undefined, undefined);
+}
+
+TEST(FloatingPointMode, ExtendedResultsAreFullInAHostThatWorksInSinglePrecision) {
+    volatile long double three = 3.0L;
+    long double narrow = 0;
+    long double full = 0;
+    {
+        const HostMode host(kVectorDefault, kX87RoundUp24Bit);
+        narrow = 1.0L / three;
+        const FloatingPointMode mode;
+        full = 1.0L / three;
+    }
+    EXPECT_NE(narrow, 1.0L / 3.0L);
+    EXPECT_EQ(full, 1.0L / 3.0L);
+}
+
+TEST(FloatingPointMode, FlagsRaisedInsideDoNotReachTheCaller) {
+    unsigned vector = 0;
+    std::uint16_t x87 = 0;
+    {
+        const HostMode host(kVectorDefault);
+        {
+            const FloatingPointMode mode;
+            volatile double quotient = one / zero;
+            volatile long double third = static_cast<long double>(quotient) - 1.0L / 3.0L;
+            static_cast<void>(third);
+        }
+        vector = _mm_getcsr();
+        x87 = x87StatusWord();
+    }
+    EXPECT_EQ(vector, kVectorDefault);
+    EXPECT_EQ(x87 & 0x3f, 0);
+}
+
+TEST(FloatingPointMode, ScopesNest) {
+    const HostMode host(kVectorDefault | kFlushToZero);
+    {
+        const FloatingPointMode outer;
+        { const FloatingPointMode inner; }
+        EXPECT_EQ(_mm_getcsr() & ~0x3fU, kVectorDefault);
+    }
+    EXPECT_EQ(_mm_getcsr() & ~0x3fU, kVectorDefault | kFlushToZero);
+}
+
+}  // namespace
+}  // namespace vynpack
