@@ -1,7 +1,8 @@
 // The analysis library's 13 functions: plain C, int = 32 bit, never throwing.
 //
 // Status results: 0 success, -1 a null pointer or a count below 1 (nothing is touched), -2 a design
-// whose edges or dB values make no sense. Frequencies and rates are in Hz.
+// whose edges or dB values make no sense, -3 no memory (nothing is touched). Frequencies and rates
+// are in Hz.
 #pragma once
 
 #include <cstdint>
@@ -22,7 +23,7 @@ int ZABFunc148(double* re, double* im, int n);
 
 // Filters n samples through a filter object, whose state is carried on from call to call; in and
 // out may be the same array. n = 0 does nothing and succeeds.
-int ZABFunc91(double* in, int n, void* object, double* out);
+int ZABFunc91(const double* in, int n, void* object, double* out);
 
 // Creates a filter object: kind 0 low pass, 1 high pass, 2 band pass, 3 band stop; order 1..64.
 // Null for anything else or when memory is out. A new object passes samples through unchanged. The

@@ -1,0 +1,103 @@
+#include "fft.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <memory>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+#include "fft_engine.h"
+
+namespace ovanlys {
+namespace {
+
+// The plans of the lengths used last. A plan is taken out for the time of a transform and put back
+// at the front, so that several threads never share one.
+class PlanCache {
+public:
+    PlanCache() { plans_.reserve(kMaxPlans + 1); }
+
+    std::unique_ptr<FftPlan> take(std::size_t length) {
+        {
+            const std::lock_guard lock(mutex_);
+            const auto known =
+                std::find_if(plans_.begin(), plans_.end(),
+                             [length](const auto& plan) { return plan->length() == length; });
+            if (known != plans_.end()) {
+                auto plan = std::move(*known);
+                plans_.erase(known);
+                return plan;
+            }
+        }
+        return std::make_unique<FftPlan>(length);
+    }
+
+    void putBack(std::unique_ptr<FftPlan> plan) noexcept {
+        const std::lock_guard lock(mutex_);
+        plans_.insert(plans_.begin(), std::move(plan));  // within the reserved room
+        std::size_t held = 0;
+        const auto tooOld = std::find_if(plans_.begin() + 1, plans_.end(), [&held](const auto& p) {
+            held += p->length();
+            return held > kMaxSamplesHeld;
+        });
+        plans_.erase(tooOld, plans_.end());
+        if (plans_.size() > kMaxPlans) plans_.pop_back();
+    }
+
+private:
+    static constexpr std::size_t kMaxPlans = 16;
+    // Lengths held beside the one used last: bounds the memory when lengths are huge.
+    static constexpr std::size_t kMaxSamplesHeld = std::size_t{1} << 22;
+
+    std::mutex mutex_;
+    std::vector<std::unique_ptr<FftPlan>> plans_;  // used last first
+};
+
+PlanCache& planCache() {
+    static PlanCache cache;
+    return cache;
+}
+
+// A plan of the cache for the length of a scope.
+class BorrowedPlan {
+public:
+    explicit BorrowedPlan(int n) : plan_(planCache().take(static_cast<std::size_t>(n))) {}
+    ~BorrowedPlan() { planCache().putBack(std::move(plan_)); }
+    BorrowedPlan(const BorrowedPlan&) = delete;
+    BorrowedPlan& operator=(const BorrowedPlan&) = delete;
+
+    const FftPlan* operator->() const noexcept { return plan_.get(); }
+
+private:
+    std::unique_ptr<FftPlan> plan_;
+};
+
+}  // namespace
+
+void forwardRealTransform(double* a, double* b, int n) {
+    const BorrowedPlan plan(n);
+    plan->forward(a);
+    b[0] = 0.0;
+    const int lastPair = (n - 1) / 2;
+    for (int k = 1; k <= lastPair; ++k) {
+        b[k] = a[2 * k];
+        a[k] = a[2 * k - 1];
+    }
+    if (n % 2 == 0) {
+        a[n / 2] = a[n - 1];
+        b[n / 2] = 0.0;
+    }
+}
+
+void inverseRealTransform(double* re, const double* im, int n) {
+    const BorrowedPlan plan(n);
+    if (n % 2 == 0) re[n - 1] = re[n / 2];
+    for (int k = (n - 1) / 2; k >= 1; --k) {  // downwards: re[k] is read before it is overwritten
+        re[2 * k] = im[k];
+        re[2 * k - 1] = re[k];
+    }
+    plan->inverse(re, 1.0 / n);
+}
+
+}  // namespace ovanlys
