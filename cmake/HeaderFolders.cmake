@@ -20,7 +20,9 @@ function(vyn_header_library name)  # name, then the links to make, each "link=ta
 endfunction()
 
 vyn_header_library(pocketfft pocketfft_hdronly.h=gemmi/third_party/pocketfft_hdronly.h)
-target_compile_definitions(pocketfft INTERFACE POCKETFFT_NO_MULTITHREADING POCKETFFT_CACHE_SIZE=0)
+target_compile_definitions(pocketfft INTERFACE POCKETFFT_NO_MULTITHREADING POCKETFFT_CACHE_SIZE=0
+  # Its aligned_alloc sizes are no multiples of the alignment, which the sanitizer refuses.
+  $<$<BOOL:${VYN_SANITIZE}>:POCKETFFT_NO_VECTORS>)
 vyn_header_library(boost_math boost=boost)
 vyn_header_library(cli11 CLI=CLI)
 vyn_header_library(tomlplusplus toml++=toml++)
