@@ -40,38 +40,18 @@ int ZABFunc148(double* re, double* im, int n) {
     });
 }
 
-int ZABFunc91(const double*, int, void*, double*) {
-    return kNotYet;
-}
-void* ZABFunc233(int, int) {
-    return nullptr;
-}
+int ZABFunc91(const double*, int, void*, double*) { return kNotYet; }
+void* ZABFunc233(int, int) { return nullptr; }
 void ZABFunc234(void*) {}
-int ZABFunc18(double, double, double, void*) {
-    return kNotYet;
-}
-int ZABFunc24(double, double, double, double, void*) {
-    return kNotYet;
-}
-int ZABFunc98(double, double, double, double, void*) {
-    return kNotYet;
-}
-int ZABFunc61(double, double, double, double, double, void*) {
-    return kNotYet;
-}
-int ZABFunc12(double, double, double, void*) {
-    return kNotYet;
-}
+int ZABFunc18(double, double, double, void*) { return kNotYet; }
+int ZABFunc24(double, double, double, double, void*) { return kNotYet; }
+int ZABFunc98(double, double, double, double, void*) { return kNotYet; }
+int ZABFunc61(double, double, double, double, double, void*) { return kNotYet; }
+int ZABFunc12(double, double, double, void*) { return kNotYet; }
 
-int ZABFunc79() {
-    return kVersion;
-}
+int ZABFunc79() { return kVersion; }
 
-int ZABFunc335(int, double, double, double, int, int, double, double*) {
-    return kNotYet;
-}
-int ZABFunc32(const double*, std::int64_t, const double*, int, double*) {
-    return kNotYet;
-}
+int ZABFunc335(int, double, double, double, int, int, double, double*) { return kNotYet; }
+int ZABFunc32(const double*, std::int64_t, const double*, int, double*) { return kNotYet; }
 
 }  // namespace ovanlys

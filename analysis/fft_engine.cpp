@@ -106,16 +106,10 @@ struct FftPlan::Engine {
 FftPlan::FftPlan(std::size_t length) : engine_(std::make_unique<Engine>(length)) {}
 FftPlan::~FftPlan() = default;
 
-std::size_t FftPlan::length() const noexcept {
-    return engine_->plan.length();
-}
+std::size_t FftPlan::length() const noexcept { return engine_->plan.length(); }
 
-void FftPlan::forward(double* samples) const {
-    engine_->run(samples, 1.0, true);
-}
+void FftPlan::forward(double* samples) const { engine_->run(samples, 1.0, true); }
 
-void FftPlan::inverse(double* packed, double factor) const {
-    engine_->run(packed, factor, false);
-}
+void FftPlan::inverse(double* packed, double factor) const { engine_->run(packed, factor, false); }
 
 }  // namespace ovanlys

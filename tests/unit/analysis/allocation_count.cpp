@@ -18,21 +18,13 @@ std::atomic<std::size_t> limit{kUnlimited};
 
 }  // namespace
 
-std::size_t allocationCount() noexcept {
-    return count;
-}
+std::size_t allocationCount() noexcept { return count; }
 
-FailingHeap::FailingHeap(std::size_t allowed) noexcept {
-    limit = count + allowed;
-}
-FailingHeap::~FailingHeap() {
-    limit = kUnlimited;
-}
+FailingHeap::FailingHeap(std::size_t allowed) noexcept { limit = count + allowed; }
+FailingHeap::~FailingHeap() { limit = kUnlimited; }
 
 #ifdef OVANLYS_TEST_COUNTS_ALLOCATIONS
-bool allocationsAreCounted() noexcept {
-    return true;
-}
+bool allocationsAreCounted() noexcept { return true; }
 
 static bool mayAllocate() noexcept {
     const bool allowed = count < limit;
@@ -44,9 +36,7 @@ static bool mayAllocate() noexcept {
     return allowed;
 }
 #else
-bool allocationsAreCounted() noexcept {
-    return false;
-}
+bool allocationsAreCounted() noexcept { return false; }
 #endif
 
 }  // namespace ovanlys::test

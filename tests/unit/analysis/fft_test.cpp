@@ -280,9 +280,7 @@ TEST(RealTransforms, RunSideBySideInSeveralThreads) {
     EXPECT_THAT(wrong, testing::Each(0));
 }
 
-TEST(Version, IsOneHundredTimesMajorPlusMinor) {
-    EXPECT_EQ(ZABFunc79(), 100);
-}
+TEST(Version, IsOneHundredTimesMajorPlusMinor) { EXPECT_EQ(ZABFunc79(), 100); }
 
 }  // namespace
 }  // namespace ovanlys
