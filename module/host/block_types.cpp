@@ -2,11 +2,14 @@
 
 #include <array>
 
+#include "blocks/spectral/TOInverseFFT.h"
+#include "blocks/spectral/TOSpektrum.h"
+
 namespace vynpack {
 namespace {
 
 template <class Block>
-[[maybe_unused]] std::unique_ptr<TOBlock> create() {
+std::unique_ptr<TOBlock> create() {
     return std::make_unique<Block>();
 }
 
@@ -16,8 +19,8 @@ constexpr std::array<BlockType, kBlockTypes> kTypes = {{
     {5001, "Terz_Oktav_Analyse",     "Terz_Oktav_Analyse",     true,  nullptr},
     {5002, "Statistik",              "Statistik",              true,  nullptr},
     {5003, "Mittelwert",             "Mittelwert",             false, nullptr},
-    {5004, "FFT",                    "FFT",                    true,  nullptr},
-    {5005, "Inverse FFT",            "Inverse FFT",            true,  nullptr},
+    {5004, "FFT",                    "FFT",                    true,  create<TOSpektrum>},
+    {5005, "Inverse FFT",            "Inverse FFT",            true,  create<TOInverseFFT>},
     {5006, "FFT zweier Zeitsignale", "FFT zweier Zeitsignale", false, nullptr},
     {5007, "Digitale Filter",        "Filter",                 true,  nullptr},
     {5008, "Frequenzbewertung",      "A,B,C-Bewertung",        false, nullptr},

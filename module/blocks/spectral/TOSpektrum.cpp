@@ -1,0 +1,176 @@
+#include "blocks/spectral/TOSpektrum.h"
+
+#include <cstdint>
+
+#include "host/TOGlobal.h"
+#include "host/parameter_record.h"
+#include "host/remote_control.h"
+#include "spectral/spectral_names.h"
+
+namespace vynpack {
+namespace {
+
+constexpr int kInput = 0;
+constexpr int kAmplitudes = 0;
+constexpr int kPhases = 1;
+
+using Parameters = TOSpektrum::Parameters;
+
+constexpr Keyword<Parameters> kKeywords[] = {
+    // Kept: the density spectrum reads back under its long name but is set with "PSD".
+    {"PkAmplType",
+     TextAccess<Parameters>{
+         [](const Parameters& p) { return nameOf(kAmplitudeTypeNames, p.amplitudeType, "PEAK"); },
+         [](Parameters& p, HostText text) {
+             p.amplitudeType = static_cast<std::uint16_t>(idOf(kAmplitudeTypeKeys, text, kPeak));
+         }}},
+    // Kept: the absent window reads as "RECTANGLE", which no text but an unknown one sets.
+    {"PkWndFct",
+     TextAccess<Parameters>{
+         [](const Parameters& p) { return nameOf(kWindowNames, p.window, "RECTANGLE"); },
+         [](Parameters& p, HostText text) {
+             p.window = static_cast<std::uint16_t>(idOf(kWindowNames, text, kRectangleWindow));
+         }}},
+    // Kept: the correction reads back one higher than the number that sets it.
+    {"PkWndCorrectTyp",
+     IntegerAccess<Parameters>{[](const Parameters& p) { return p.correction - 1101; },
+                               [](Parameters& p, std::int32_t value) {
+                                   p.correction = static_cast<std::uint16_t>(
+                                       static_cast<std::uint32_t>(value) + 1102U);
+                               }}},
+    {"PkWndPara",
+     RealAccess<Parameters>{[](const Parameters& p) { return p.windowParameter; },
+                            [](Parameters& p, double value) { p.windowParameter = value; }}},
+    {"PkPhase",
+     IntegerAccess<Parameters>{[](const Parameters& p) { return p.phase; },
+                               [](Parameters& p, std::int32_t value) { p.phase = value; }}},
+};
+
+SpectrumSettings settingsOf(const Parameters& p) {
+    return {.amplitudeType = p.amplitudeType,
+            .window = p.window,
+            .correction = p.correction,
+            .windowParameter = p.windowParameter};
+}
+
+double resolutionOf(const ChannelBlock& input) {
+    const int n = input.samplesPerChannel();
+    return frequencyStep(0.0, (n - 1) * input.header().xStep, n);
+}
+
+// What all spectra of an input have in common.
+void describeSpectrum(ChannelBlockHeader& header, const ChannelBlock& input, int lines) {
+    header.xAxisKind = kAxisHertz;
+    header.valueCount = input.channels() * lines;
+    header.channelCount = input.channels();
+    header.xStart = 0.0;
+    header.xStep = resolutionOf(input);
+}
+
+void describeDisplay(ChannelBlockHeader& header, std::int32_t unit, double minimum, double span) {
+    header.yUnit = unit;
+    header.displayMinimum = minimum;
+    header.displaySpan = span;
+}
+
+}  // namespace
+
+void TOSpektrum::GetConnectors(ConnectorText& text) const {
+    if (parameters_.amplitudeType == kRealImaginary) {
+        writeConnectors(text, "E,;R,I,");
+    } else {
+        writeConnectors(text, parameters_.phase != 0 ? "E,;S,P," : "E,;S,");
+    }
+}
+
+int TOSpektrum::GetParameters() { return 0; }
+
+int TOSpektrum::SaveParameters(FileHandle file) {
+    saveRecord(file, kRecordSizeWord, parameters_);
+    return 1;
+}
+
+int TOSpektrum::RestoreParameters(FileHandle file) {
+    restoreRecord(file, parameters_);
+    return 1;
+}
+
+int TOSpektrum::InitSim() {
+    analysis_.release();
+    return 1;
+}
+
+int TOSpektrum::Stoppen() {
+    analysis_.release();
+    return 1;
+}
+
+int TOSpektrum::RemoteControl(MemoryHandle info, MemoryHandle value, std::uint16_t subCode) {
+    return answerRemoteControl<Parameters>(kKeywords, parameters_, info, value, subCode);
+}
+
+bool TOSpektrum::hasSecondOutput() const {
+    return parameters_.amplitudeType == kRealImaginary || parameters_.phase != 0;
+}
+
+void TOSpektrum::describeAmplitudes(ChannelBlockHeader& header, const ChannelBlock& input) const {
+    const std::uint16_t type = parameters_.amplitudeType;
+    const double span = input.header().displaySpan;
+    describeSpectrum(header, input,
+                     SpectrumAnalysis::amplitudeLines(type, input.samplesPerChannel()));
+    header.displayMinimum = 0.0;
+    switch (type) {
+        case kPeak:
+        case kRms: describeDisplay(header, kUnitAmplitude, 0.0, span / 2.0); break;
+        case kPowerSpectrum:
+        case kPowerDensity: describeDisplay(header, kUnitPower, 0.0, span / 2.0); break;
+        case kAutoSpectrum: describeDisplay(header, kUnitPower, 0.0, span * 5.0); break;
+        case kCepstrum:
+        case kRealImaginary: describeDisplay(header, kUnitNone, 0.0, span / 2.0); break;
+        default: break;  // unit and span stay as the host copied them
+    }
+}
+
+void TOSpektrum::describePhases(ChannelBlockHeader& header, const ChannelBlock& input) const {
+    describeSpectrum(header, input, SpectrumAnalysis::phaseLines(input.samplesPerChannel()));
+    if (parameters_.amplitudeType == kRealImaginary) {
+        describeDisplay(header, kUnitNone, 0.0, input.header().displaySpan / 2.0);
+    } else {
+        describeDisplay(header, kUnitDegrees, -180.0, 360.0);
+    }
+}
+
+int TOSpektrum::Simulation(SimulationRecord& record) {
+    if (!record.outputFree(kAmplitudes) || !record.inputWaits(kInput)) return kNotReady;
+    ChannelBlock input(record.inputData[kInput]);
+    if (!input || !input.sound()) return kNotReady;
+
+    const RealTransform transform = theGlobal().analysis().functions().realTransform.address();
+    const std::int64_t channels = input.channels();
+    const int n = input.samplesPerChannel();
+    analysis_.prepare(n);
+
+    OutputBlock amplitudes(
+        record, kAmplitudes,
+        channels * SpectrumAnalysis::amplitudeLines(parameters_.amplitudeType, n), input.handle());
+    if (!amplitudes) return kNotReady;
+    describeAmplitudes(amplitudes.header(), input);
+
+    OutputBlock phases;
+    if (hasSecondOutput()) {
+        phases = OutputBlock(record, kPhases, channels * SpectrumAnalysis::phaseLines(n),
+                             input.handle());
+        if (!phases) return kNotReady;
+        describePhases(phases.header(), input);
+    }
+
+    analysis_.analyse(settingsOf(parameters_), input.values(), input.channels(),
+                      amplitudes.header().xStep, transform, amplitudes.values(),
+                      phases ? phases.values() : std::span<float>{});
+    amplitudes.deliver();
+    phases.deliver();
+    consumeInput(record, kInput, input);
+    return 0;
+}
+
+}  // namespace vynpack

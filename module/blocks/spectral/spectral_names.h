@@ -1,0 +1,38 @@
+// The texts under which spectral parameters travel by keyword.
+#pragma once
+
+#include "host/remote_control.h"
+#include "spectral/spectrum_conversion.h"
+#include "spectral/window_functions.h"
+
+namespace vynpack {
+
+// As they read back.
+inline constexpr NamedValue kAmplitudeTypeNames[] = {
+    {kPeak, "PEAK"},
+    {kRms, "RMS"},
+    {kPowerSpectrum, "POWERSPECTRUM"},
+    {kPowerDensity, "POWERSPECTRUMDENSITY"},
+    {kAutoSpectrum, "AUTOSPECTRUM"},
+    {kCepstrum, "CEPSTRUM"},
+    {kRealImaginary, "REALIMAGINAER"},
+};
+
+// As they are set.
+inline constexpr NamedValue kAmplitudeTypeKeys[] = {
+    {kPeak, "PEAK"},
+    {kRms, "RMS"},
+    {kPowerSpectrum, "POWERSPECTRUM"},
+    {kPowerDensity, "PSD"},
+    {kAutoSpectrum, "AUTOSPECTRUM"},
+    {kCepstrum, "CEPSTRUM"},
+    {kRealImaginary, "REALIMAGINAER"},
+};
+
+inline constexpr NamedValue kWindowNames[] = {
+    {66, "HANNING"},   {67, "HAMMING"}, {68, "BLACKMAN"},    {69, "FLATTOP"},  {70, "KAISER"},
+    {71, "COS10PERC"}, {72, "WELCH"},   {73, "PARZEN"},      {74, "BARTLETT"}, {75, "VALLEE"},
+    {76, "CAUCHY"},    {77, "GAUSS"},   {78, "EXPONENTIAL"}, {79, "RIEMANN"},
+};
+
+}  // namespace vynpack

@@ -1,0 +1,272 @@
+#include "spectral/spectrum_analysis.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <vector>
+
+#include "naive_transform.h"
+#include "spectral/inverse_spectrum.h"
+
+namespace vynpack {
+namespace {
+
+struct Result {
+    std::vector<float> amplitudes;
+    std::vector<float> phases;
+};
+
+Result analyse(const SpectrumSettings& settings, const std::vector<float>& samples, int channels,
+               double resolution = 1.0, bool phase = true) {
+    SpectrumAnalysis analysis;
+    const int n = static_cast<int>(samples.size()) / channels;
+    analysis.prepare(n);
+    Result result;
+    result.amplitudes.resize(channels *
+                             SpectrumAnalysis::amplitudeLines(settings.amplitudeType, n));
+    if (phase) result.phases.resize(channels * SpectrumAnalysis::phaseLines(n));
+    analysis.analyse(settings, samples, channels, resolution, test::naiveTransform,
+                     result.amplitudes, result.phases);
+    return result;
+}
+
+std::vector<float> sine(int n, double cycles, double amplitude, double phase = 0.0) {
+    std::vector<float> samples(n);
+    for (int i = 0; i < n; ++i) {
+        samples[i] = static_cast<float>(
+            amplitude * std::cos(2 * static_cast<double>(test::kPi) * cycles * i / n + phase));
+    }
+    return samples;
+}
+
+// Single-precision samples and results: the tolerance is a few units of float.
+constexpr double kFloat = 5e-7;
+
+TEST(SpectrumAnalysis, ASineStandsInItsLineWithItsAmplitudeType) {
+    const auto samples = sine(64, 5, 3.0, 0.5);
+    SpectrumSettings settings;
+    const auto line = [&](AmplitudeType type, double resolution = 1.0) {
+        settings.amplitudeType = type;
+        return analyse(settings, samples, 1, resolution).amplitudes.at(5);
+    };
+    EXPECT_NEAR(line(kPeak), 3.0, 3 * kFloat);
+    EXPECT_NEAR(line(kRms), 3.0 / std::sqrt(2.0), 3 * kFloat);
+    EXPECT_NEAR(line(kPowerSpectrum), 4.5, 9 * kFloat);
+    EXPECT_NEAR(line(kPowerDensity, 0.25), 18.0, 36 * kFloat);
+    EXPECT_NEAR(line(kAutoSpectrum), 9.0, 18 * kFloat);
+    EXPECT_NEAR(line(kRealImaginary), 3.0 * std::cos(0.5), 3 * kFloat);
+}
+
+TEST(SpectrumAnalysis, PhaseAndImaginaryPartOfASine) {
+    const auto samples = sine(64, 5, 3.0, 0.5);
+    SpectrumSettings settings;
+    EXPECT_NEAR(analyse(settings, samples, 1).phases.at(5),
+                0.5 * 180 / static_cast<double>(test::kPi), 1e-4);
+    settings.amplitudeType = kRealImaginary;
+    EXPECT_NEAR(analyse(settings, samples, 1).phases.at(5), 3.0 * std::sin(0.5), 3 * kFloat);
+}
+
+TEST(SpectrumAnalysis, LineCountsHalveAndACepstrumQuarters) {
+    EXPECT_EQ(SpectrumAnalysis::amplitudeLines(kPeak, 1024), 512);
+    EXPECT_EQ(SpectrumAnalysis::amplitudeLines(kPeak, 1023), 511);
+    EXPECT_EQ(SpectrumAnalysis::amplitudeLines(kCepstrum, 1024), 256);
+    EXPECT_EQ(SpectrumAnalysis::phaseLines(1023), 511);
+}
+
+TEST(SpectrumAnalysis, CorrectionsDivideTheWindowedSpectrum) {
+    std::vector<float> samples = sine(1024, 100, 2.0);
+    SpectrumSettings settings{.window = kHanningWindow};
+    const float windowed = analyse(settings, samples, 1).amplitudes.at(100);
+    EXPECT_NEAR(windowed, 1.0, 2 * kFloat);
+    settings.correction = kEnergyCorrection;
+    EXPECT_NEAR(analyse(settings, samples, 1).amplitudes.at(100), windowed / std::sqrt(0.375),
+                4 * kFloat);
+    settings.correction = kAmplitudeCorrection;
+    EXPECT_NEAR(analyse(settings, samples, 1).amplitudes.at(100), 2.0, 4 * kFloat);
+}
+
+TEST(SpectrumAnalysis, ACorrectionOutsideTheTableZeroesTheSpectrum) {
+    SpectrumSettings settings{.window = kHanningWindow};
+    for (const int correction : {0, 1101, 1105, 65535}) {
+        settings.correction = static_cast<std::uint16_t>(correction);
+        for (const float a : analyse(settings, sine(64, 5, 1), 1).amplitudes)
+            EXPECT_EQ(a, 0.0F);
+    }
+    // Without a window nothing is corrected, whatever the correction is.
+    settings = {.window = kNoWindow, .correction = 1105};
+    EXPECT_NEAR(analyse(settings, sine(64, 5, 1), 1).amplitudes.at(5), 1.0, kFloat);
+}
+
+TEST(SpectrumAnalysis, EveryChannelIsItsOwnSignal) {
+    constexpr int n = 48;
+    for (const int channels : {2, 3, 8, 32}) {
+        std::vector<float> interleaved(n * channels);
+        for (int i = 0; i < n * channels; ++i) {
+            interleaved[i] = std::sin(0.31F * static_cast<float>(i * i % 1000));
+        }
+        for (const int type : {50, 51, 52, 53, 54, 55, 56, 57}) {
+            const SpectrumSettings settings{.amplitudeType = static_cast<std::uint16_t>(type),
+                                            .window = kHanningWindow,
+                                            .correction = kEnergyCorrection};
+            const Result all = analyse(settings, interleaved, channels, 0.7);
+            for (int c = 0; c < channels; ++c) {
+                std::vector<float> own(n);
+                for (int i = 0; i < n; ++i)
+                    own[i] = interleaved[c + i * channels];
+                const Result one = analyse(settings, own, 1, 0.7);
+                for (std::size_t k = 0; k < one.amplitudes.size(); ++k) {
+                    EXPECT_EQ(all.amplitudes[c + k * channels], one.amplitudes[k]) << type;
+                }
+                for (std::size_t k = 0; k < one.phases.size(); ++k) {
+                    EXPECT_EQ(all.phases[c + k * channels], one.phases[k]) << type;
+                }
+            }
+        }
+    }
+}
+
+TEST(SpectrumAnalysis, ParsevalHoldsForEveryWindow) {
+    // Sum of the squared windowed samples = (N/2)^2 / N * (2 * sum of the autospectrum + ...):
+    // lines 1 to N/2 - 1 stand for two, line 0 for one, and line N/2, which is not put out, is
+    // taken from a transform of its own.
+    constexpr int n = 96;
+    std::vector<float> samples(n);
+    for (int i = 0; i < n; ++i)
+        samples[i] = std::sin(0.7F * static_cast<float>(i)) + 0.1F * (i % 7);
+    for (int choice = kNoWindow; choice <= kRiemannWindow; ++choice) {
+        const SpectrumSettings settings{.amplitudeType = kAutoSpectrum,
+                                        .window = static_cast<std::uint16_t>(choice)};
+        const auto lines = analyse(settings, samples, 1).amplitudes;
+        ChosenWindow window;
+        window.choose(static_cast<std::uint16_t>(choice), 10.0, n);
+        double energy = 0;
+        double nyquist = 0;
+        for (int i = 0; i < n; ++i) {
+            const double w = window.weights() != nullptr ? window.weights()[i] : 1.0;
+            energy += samples[i] * w * samples[i] * w;
+            nyquist += (i % 2 == 0 ? 1 : -1) * samples[i] * w;
+        }
+        double fromLines = lines[0] * (n / 2.0) * (n / 2.0) + nyquist * nyquist;
+        for (int k = 1; k < n / 2; ++k)
+            fromLines += 2.0 * lines[k] * (n / 2.0) * (n / 2.0);
+        EXPECT_NEAR(fromLines / n, energy, 1e-5 * energy) << choice;
+    }
+}
+
+TEST(SpectrumAnalysis, ACepstrumComputesHalfOfItsLinesAndTheRestIsZero) {
+    const auto samples = sine(1024, 3.3, 1.0);
+    const SpectrumSettings settings{.amplitudeType = kCepstrum};
+    const auto cepstrum = analyse(settings, samples, 1).amplitudes;
+    ASSERT_EQ(cepstrum.size(), 256U);
+    for (int q = 0; q <= 128; ++q)
+        EXPECT_GT(cepstrum[q], 0.0F) << q;
+    for (int q = 129; q < 256; ++q)
+        EXPECT_EQ(cepstrum[q], 0.0F) << q;
+}
+
+TEST(SpectrumAnalysis, AZoomFftIsZeroAlsoAfterAnotherTypeInTheSameRun) {
+    SpectrumAnalysis analysis;
+    analysis.prepare(16);
+    const auto samples = sine(16, 2, 1.0);
+    std::vector<float> out(8);
+    analysis.analyse({.amplitudeType = kPeak}, samples, 1, 1.0, test::naiveTransform, out, {});
+    EXPECT_NEAR(out[2], 1.0, kFloat);
+    analysis.analyse({.amplitudeType = kZoomFft}, samples, 1, 1.0, test::naiveTransform, out, {});
+    EXPECT_EQ(out, std::vector<float>(8, 0.0F));
+}
+
+TEST(SpectrumAnalysis, SamplesAreScaledInSinglePrecision) {
+    // One sample at N = 6: x / 3 rounded to float is the line 0 of a spectrum whose other samples
+    // are 0.
+    std::vector<float> samples(6, 0.0F);
+    samples[0] = 1.0F;
+    const auto amplitudes = analyse({}, samples, 1).amplitudes;
+    EXPECT_EQ(amplitudes[0], 1.0F / 3.0F);
+}
+
+TEST(SpectrumAnalysis, TinyBlocksAreHandled) {
+    for (int n = 1; n <= 5; ++n) {
+        for (const int type : {50, 53, 55, 56, 57}) {
+            const SpectrumSettings settings{.amplitudeType = static_cast<std::uint16_t>(type),
+                                            .window = kHanningWindow};
+            const auto result = analyse(settings, std::vector<float>(n * 3, 1.0F), 3);
+            EXPECT_EQ(result.amplitudes.size(),
+                      3U * static_cast<unsigned>(
+                               SpectrumAnalysis::amplitudeLines(settings.amplitudeType, n)));
+        }
+    }
+}
+
+TEST(InverseSpectrum, RebuildsASineFromItsLine) {
+    constexpr int n = 64;
+    std::vector<float> reals(n / 2, 0.0F);
+    std::vector<float> imaginaries(n / 2, 0.0F);
+    reals[5] = 3.0F * std::cos(0.5F);
+    imaginaries[5] = 3.0F * std::sin(0.5F);
+    InverseSpectrum inverse;
+    inverse.prepare(n);
+    std::vector<float> samples(n);
+    inverse.synthesise(reals, imaginaries, 1, test::naiveInverse, samples);
+    const auto expected = sine(n, 5, 3.0, 0.5);
+    for (int i = 0; i < n; ++i)
+        EXPECT_NEAR(samples[i], expected[i], 3 * kFloat) << i;
+}
+
+TEST(InverseSpectrum, TakesTheNyquistLineWithoutTheChannelStride) {
+    // Two channels of two lines: channel 0's Nyquist line is the flat value 0 + 1, channel 1's own
+    // line 0; channel 1's is the flat value 1 + 1, channel 0's line 1.
+    const std::vector<float> reals = {0, 8, 16, 0};
+    const std::vector<float> imaginaries = {0, 0, 0, 0};
+    InverseSpectrum inverse;
+    inverse.prepare(4);
+    std::vector<float> samples(8);
+    inverse.synthesise(reals, imaginaries, 2, test::naiveInverse, samples);
+    // x_i = (R0 + 2 R1 cos(pi i / 2) + Nyquist (-1)^i) / 4, put out times 4 / 2.
+    const auto expected = [](double r0, double r1, double nyquist, int i) {
+        const double cosine = i == 0 ? 1 : i == 2 ? -1 : 0;
+        return (r0 + 2 * r1 * cosine + (i % 2 == 0 ? 1 : -1) * nyquist) / 4 * 4 / 2;
+    };
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_NEAR(samples[2 * i], expected(0, 16, 8, i), 1e-5) << i;
+        EXPECT_NEAR(samples[2 * i + 1], expected(8, 0, 16, i), 1e-5) << i;
+    }
+}
+
+TEST(InverseSpectrum, HandsTheLibraryAConjugateSymmetricSpectrum) {
+    static std::vector<double> givenRe;
+    static std::vector<double> givenIm;
+    const auto recorder = [](double* re, double* im, int n) {
+        givenRe.assign(re, re + n);
+        givenIm.assign(im, im + n);
+        return 0;
+    };
+    InverseSpectrum inverse;
+    inverse.prepare(8);
+    std::vector<float> samples(8);
+    inverse.synthesise(std::vector<float>{1, 2, 3, 4}, std::vector<float>{5, 6, 7, 8}, 1, recorder,
+                       samples);
+    EXPECT_EQ(givenRe, (std::vector<double>{1, 2, 3, 4, 4, 4, 3, 2}));
+    EXPECT_EQ(givenIm, (std::vector<double>{5, 6, 7, 8, 0, -8, -7, -6}));
+}
+
+TEST(InverseSpectrum, AnOddLengthLeavesNothingFromTheBlockBefore) {
+    static std::vector<double> givenRe;
+    const auto recorder = [](double* re, double* im, int n) {
+        givenRe.assign(re, re + n);
+        for (int i = 0; i < n; ++i)
+            re[i] = im[i] = 1e9;
+        return 0;
+    };
+    InverseSpectrum inverse;
+    inverse.prepare(7);
+    std::vector<float> samples(7);
+    const std::vector<float> lines = {1, 2, 3};
+    inverse.synthesise(lines, lines, 1, recorder, samples);
+    const auto first = givenRe;
+    inverse.synthesise(lines, lines, 1, recorder, samples);
+    EXPECT_EQ(givenRe, first);
+    EXPECT_EQ(first, (std::vector<double>{1, 2, 3, 3, 0, 3, 2}));
+}
+
+}  // namespace
+}  // namespace vynpack
