@@ -1,0 +1,68 @@
+// The shortest way through a block, as every block's own tests begin.
+#include <cmath>
+#include <numbers>
+
+#include "interface/host_fixture.h"
+
+namespace vynhost::test {
+namespace {
+
+using ::testing::AllOf;
+using ::testing::Each;
+using ::testing::ElementsAre;
+using ::testing::Gt;
+using ::testing::Lt;
+
+constexpr int kSpectrum = 5004;
+constexpr int kInverse = 5005;
+
+std::vector<float> sine(int samples, int periods) {
+    std::vector<float> values(static_cast<std::size_t>(samples));
+    for (int i = 0; i < samples; ++i) {
+        values[static_cast<std::size_t>(i)] =
+            static_cast<float>(std::sin(2 * std::numbers::pi * periods * i / samples));
+    }
+    return values;
+}
+
+TEST_F(HostTest, ASineGoesThroughTheSpectrumBlock) {
+    VYN_NEEDS_TYPE(kSpectrum);
+    PlacedBlock block(host, kSpectrum);
+    block.wireAll();
+    EXPECT_EQ(block.initSim(), 1);
+    host.takeTrace();
+    const auto spectrum = block.process(timeSignal(sine(64, 5), 1, 1.0 / 64));
+    ASSERT_TRUE(spectrum);
+    EXPECT_EQ(spectrum->samples(), 32);
+    EXPECT_EQ(spectrum->header.xAxisKind, kHertz);
+    EXPECT_DOUBLE_EQ(spectrum->header.xStep, 1.0);
+    EXPECT_NEAR(spectrum->at(5, 0), 1.0F, 1e-6F);
+    EXPECT_THAT(host.takeTrace(), ElementsAre("1188 -> 1", "1189 -> 1", "1188 -> 1", "1189 -> 1",
+                                              "1134 32 -> D2", "1143 D1 D2", "1135 D1"));
+    block.stop();
+}
+
+TEST_F(HostTest, SpectrumPartsGoThroughTheInverseBlock) {
+    VYN_NEEDS_TYPE(kInverse);
+    PlacedBlock block(host, kInverse);
+    EXPECT_EQ(block.inputLetters(), "RI");
+    block.wireAll();
+    block.initSim();
+    std::vector<float> real(16);
+    real[0] = 2;
+    block.put(0, timeSignal(real, 1, 1.0));
+    EXPECT_EQ(block.simulate(), 1);
+    EXPECT_TRUE(block.waits(0));
+    block.put(1, timeSignal(std::vector<float>(16), 1, 1.0));
+    EXPECT_EQ(block.simulate(), 1);
+    EXPECT_FALSE(block.waits(0));
+    EXPECT_FALSE(block.waits(1));
+    const auto signal = block.take(0);
+    ASSERT_TRUE(signal);
+    EXPECT_EQ(signal->samples(), 32);
+    EXPECT_THAT(signal->values, Each(AllOf(Gt(0.999F), Lt(1.001F))));
+    block.stop();
+}
+
+}  // namespace
+}  // namespace vynhost::test

@@ -1,0 +1,40 @@
+#include "interface/host_fixture.h"
+
+namespace vynhost::test {
+
+std::filesystem::path sharedFolder() { return platform::programFolder(); }
+
+const ModuleLibrary& theModule() {
+    static const ModuleLibrary module = [] {
+        platform::setSharedDirectory(sharedFolder().string());
+        return ModuleLibrary(ModuleLibrary::defaultPath());
+    }();
+    return module;
+}
+
+ModuleHost::Options HostTest::defaultOptions() {
+    ModuleHost::Options options;
+    options.guard = platform::kLocksAreCounted ? platform::Guard::none : platform::Guard::pageAfter;
+    options.trace = true;
+    options.checkLocks = true;
+    return options;
+}
+
+void HostTest::TearDown() {
+    EXPECT_THAT(host.takeOffences(), ::testing::IsEmpty());
+    for (const Box& box : host.takeBoxes()) {
+        ADD_FAILURE() << "a box that the test did not expect: " << box.caption << ": " << box.text;
+    }
+    EXPECT_EQ(host.memory().aliveData(), 0U) << "data blocks that neither side holds any more";
+    EXPECT_EQ(host.memory().aliveRecords(), 0U);
+}
+
+std::vector<int> HostTest::creatableTypes() {
+    std::vector<int> types;
+    for (int code = kFirstType; code < kFirstType + kTypes; ++code) {
+        if (host.creates(code)) types.push_back(code);
+    }
+    return types;
+}
+
+}  // namespace vynhost::test

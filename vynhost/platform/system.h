@@ -1,0 +1,119 @@
+// What differs between the systems on the host's side of the interface: shared memory, the window
+// that takes the messages, message boxes, parameter files, libraries, the module's settings.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "vynhost/module_interface.h"
+
+namespace vynhost::platform {
+
+// --- Memory that both sides see -------------------------------------------------------------
+
+enum class Guard {
+    none,
+    pageAfter,  // the memory ends at an unreadable page, and stays unreadable after its end of life
+};
+
+// Zero-filled. `none` when memory is out.
+Handle allocateMemory(std::size_t bytes, Guard guard) noexcept;
+// False when something was written into the few bytes between the memory's end and its guard page.
+bool freeMemory(Handle handle) noexcept;
+// A handle that names memory and cannot be locked; freed like any other.
+Handle allocateUnlockable() noexcept;
+// Makes an existing handle unlockable, or lockable again. False where the system can't.
+bool setLockable(Handle handle, bool lockable) noexcept;
+// How often the module has locked it and not unlocked; always 0 where unlocking does nothing, and
+// for guarded memory.
+int lockCount(Handle handle) noexcept;
+extern const bool kLocksAreCounted;
+
+// The host's own look at the memory, not counted as a lock afterwards.
+class View {
+public:
+    explicit View(Handle handle) noexcept;
+    ~View();
+    View(const View&) = delete;
+    View& operator=(const View&) = delete;
+    std::byte* address() const noexcept { return address_; }
+
+private:
+    Handle handle_;
+    std::byte* address_;
+};
+
+// --- Messages -------------------------------------------------------------------------------
+
+using MessageFunction = std::function<Int(std::uint32_t message, Int first, Int second)>;
+
+// What SetInit is given as the host's window; its messages go to `function` from now on. One at a
+// time per process.
+Int openWindow(MessageFunction function);
+void closeWindow() noexcept;
+// Sends a message the way a module does.
+Int sendToWindow(Int window, std::uint32_t message, Int first, Int second);
+
+// --- Message boxes --------------------------------------------------------------------------
+
+struct Box {
+    std::string caption;              // UTF-8
+    std::string text;                 // UTF-8
+    std::optional<bool> exclamation;  // where the system shows the style
+    bool operator==(const Box&) const = default;
+};
+
+// From the first call to the second, boxes are answered with OK and remembered.
+void catchBoxes() noexcept;
+std::vector<Box> caughtBoxes();
+// False when a box would be lost (a Windows without a display).
+bool boxesCanBeCaught() noexcept;
+
+// --- Parameter files ------------------------------------------------------------------------
+
+// A temporary file, open for reading and writing, with the kind of handle the module takes.
+class ParameterFile {
+public:
+    explicit ParameterFile(const std::string& bytes = {});
+    ~ParameterFile();
+    ParameterFile(const ParameterFile&) = delete;
+    ParameterFile& operator=(const ParameterFile&) = delete;
+
+    Int handle() const noexcept { return handle_; }
+    std::size_t position() const;
+    void seek(std::size_t position);
+    std::string contents();  // from the beginning; the position is as before
+
+private:
+    Int handle_ = -1;
+    std::filesystem::path path_;
+};
+
+// --- Libraries and surroundings -------------------------------------------------------------
+
+extern const char* const kModuleFile;    // VYNPACKM.so or VYNPACKM.dll
+extern const char* const kAnalysisFile;  // ovanlys.so or ovanlys.dll
+
+// Null when it does not load; `why` then tells.
+void* loadLibrary(const std::filesystem::path& path, std::string& why);
+void unloadLibrary(void* library) noexcept;
+void* findFunction(void* library, const char* name) noexcept;
+
+// The directory below which the module looks for Analysis/ovanlys; nothing when it is not set.
+std::optional<std::string> sharedDirectory();
+// Sets it (nothing: removes the setting) for the modules that this process loads from now on; on
+// Windows the setting is the machine's. False when it could not be written.
+bool setSharedDirectory(const std::optional<std::string>& directory);
+
+// The folder of the running program.
+std::filesystem::path programFolder();
+
+// A text of the module's (Windows: the ANSI code page) as UTF-8.
+std::string fromModuleText(const char* text);
+
+}  // namespace vynhost::platform
