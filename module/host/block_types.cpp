@@ -2,6 +2,8 @@
 
 #include <array>
 
+#include "blocks/filter/TODigitalFilter.h"
+#include "blocks/filter/TOFreqWeight.h"
 #include "blocks/spectral/TOInverseFFT.h"
 #include "blocks/spectral/TOSpektrum.h"
 
@@ -22,8 +24,8 @@ constexpr std::array<BlockType, kBlockTypes> kTypes = {{
     {5004, "FFT",                    "FFT",                    true,  create<TOSpektrum>},
     {5005, "Inverse FFT",            "Inverse FFT",            true,  create<TOInverseFFT>},
     {5006, "FFT zweier Zeitsignale", "FFT zweier Zeitsignale", false, nullptr},
-    {5007, "Digitale Filter",        "Filter",                 true,  nullptr},
-    {5008, "Frequenzbewertung",      "A,B,C-Bewertung",        false, nullptr},
+    {5007, "Digitale Filter",        "Filter",                 true,  create<TODigitalFilter>},
+    {5008, "Frequenzbewertung",      "A,B,C-Bewertung",        false, create<TOFreqWeight>},
     {5009, "Pegelberechnung",        "Pegel",                  false, nullptr},
 }};
 // clang-format on
