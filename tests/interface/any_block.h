@@ -35,9 +35,11 @@ protected:
     int type() const { return GetParam(); }
 };
 
-#define VYN_FOR_ALL_TYPES(Suite)                       \
-    INSTANTIATE_TEST_SUITE_P(                          \
-        AllTypes, Suite, ::testing::Range(5000, 5010), \
-        [](const ::testing::TestParamInfo<int>& info) { return std::to_string(info.param); })
+inline std::string nameOfType(const ::testing::TestParamInfo<int>& test) {
+    return std::to_string(test.param);
+}
+
+#define VYN_FOR_ALL_TYPES(Suite) \
+    INSTANTIATE_TEST_SUITE_P(AllTypes, Suite, ::testing::Range(5000, 5010), nameOfType)
 
 }  // namespace vynhost::test

@@ -110,6 +110,9 @@ std::optional<std::string> sharedDirectory();
 // Windows the setting is the machine's. False when it could not be written.
 bool setSharedDirectory(const std::optional<std::string>& directory);
 
+// From now on this process gets no more memory than that, where the system can say so.
+void limitMemory(std::size_t bytes) noexcept;
+
 // The folder of the running program.
 std::filesystem::path programFolder();
 

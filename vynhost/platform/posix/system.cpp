@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -144,9 +145,7 @@ bool setLockable(Handle handle, bool lockable) noexcept {
 
 const bool kLocksAreCounted = false;
 
-int lockCount(Handle) noexcept {
-    return 0;
-}
+int lockCount(Handle) noexcept { return 0; }
 
 View::View(Handle handle) noexcept : handle_(handle), address_(nullptr) {
     const auto found = regions().find(handle);
@@ -176,9 +175,7 @@ Int openWindow(MessageFunction function) {
     return reinterpret_cast<Int>(&takeMessage);
 }
 
-void closeWindow() noexcept {
-    messageFunction() = nullptr;
-}
+void closeWindow() noexcept { messageFunction() = nullptr; }
 
 Int sendToWindow(Int window, std::uint32_t message, Int first, Int second) {
     // NOLINTNEXTLINE(performance-no-int-to-ptr)
@@ -243,9 +240,7 @@ Box boxOf(std::string line) {
 
 }  // namespace
 
-void catchBoxes() noexcept {
-    standardError().divert();
-}
+void catchBoxes() noexcept { standardError().divert(); }
 
 std::vector<Box> caughtBoxes() {
     standardError().restore();
@@ -255,9 +250,7 @@ std::vector<Box> caughtBoxes() {
     return boxes;
 }
 
-bool boxesCanBeCaught() noexcept {
-    return true;
-}
+bool boxesCanBeCaught() noexcept { return true; }
 
 // --- Parameter files ------------------------------------------------------------------------
 
@@ -267,9 +260,7 @@ namespace {
     throw std::system_error(errno, std::generic_category(), what);
 }
 
-int descriptor(Int handle) {
-    return static_cast<int>(handle);
-}
+int descriptor(Int handle) { return static_cast<int>(handle); }
 
 }  // namespace
 
@@ -285,9 +276,7 @@ ParameterFile::ParameterFile(const std::string& bytes) {
     seek(0);
 }
 
-ParameterFile::~ParameterFile() {
-    ::close(descriptor(handle_));
-}
+ParameterFile::~ParameterFile() { ::close(descriptor(handle_)); }
 
 std::size_t ParameterFile::position() const {
     return static_cast<std::size_t>(::lseek(descriptor(handle_), 0, SEEK_CUR));
@@ -316,13 +305,9 @@ void* loadLibrary(const std::filesystem::path& path, std::string& why) {
     return library;
 }
 
-void unloadLibrary(void* library) noexcept {
-    ::dlclose(library);
-}
+void unloadLibrary(void* library) noexcept { ::dlclose(library); }
 
-void* findFunction(void* library, const char* name) noexcept {
-    return ::dlsym(library, name);
-}
+void* findFunction(void* library, const char* name) noexcept { return ::dlsym(library, name); }
 
 std::optional<std::string> sharedDirectory() {
     const char* text = std::getenv("OVSHAREDDIR64");
@@ -335,12 +320,16 @@ bool setSharedDirectory(const std::optional<std::string>& directory) {
                       : ::unsetenv("OVSHAREDDIR64")) == 0;
 }
 
+void limitMemory(std::size_t bytes) noexcept {
+    if (__sanitizer_set_report_fd != nullptr) return;  // its shadow needs the address space
+    const rlimit limit{bytes, bytes};
+    ::setrlimit(RLIMIT_AS, &limit);
+}
+
 std::filesystem::path programFolder() {
     return std::filesystem::read_symlink("/proc/self/exe").parent_path();
 }
 
-std::string fromModuleText(const char* text) {
-    return text;
-}
+std::string fromModuleText(const char* text) { return text; }
 
 }  // namespace vynhost::platform

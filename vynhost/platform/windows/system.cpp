@@ -100,9 +100,7 @@ Handle allocateUnlockable() noexcept {
     return handleOf(::GlobalAlloc(GMEM_MOVEABLE, 0));
 }
 
-bool setLockable(Handle, bool) noexcept {
-    return false;
-}
+bool setLockable(Handle, bool) noexcept { return false; }
 
 const bool kLocksAreCounted = true;
 
@@ -242,9 +240,7 @@ void catchBoxes() noexcept {
     }
 }
 
-std::vector<Box> caughtBoxes() {
-    return std::exchange(seenBoxes(), {});
-}
+std::vector<Box> caughtBoxes() { return std::exchange(seenBoxes(), {}); }
 
 bool boxesCanBeCaught() noexcept {
     // Without a display the desktop has no size that a window could be seen on.
@@ -261,9 +257,7 @@ bool boxesCanBeCaught() noexcept {
 
 namespace {
 
-HFILE fileOf(Int handle) {
-    return static_cast<HFILE>(handle);
-}
+HFILE fileOf(Int handle) { return static_cast<HFILE>(handle); }
 
 }  // namespace
 
@@ -311,9 +305,7 @@ void* loadLibrary(const std::filesystem::path& path, std::string& why) {
     return library;
 }
 
-void unloadLibrary(void* library) noexcept {
-    ::FreeLibrary(static_cast<HMODULE>(library));
-}
+void unloadLibrary(void* library) noexcept { ::FreeLibrary(static_cast<HMODULE>(library)); }
 
 void* findFunction(void* library, const char* name) noexcept {
     return reinterpret_cast<void*>(::GetProcAddress(static_cast<HMODULE>(library), name));
@@ -349,6 +341,15 @@ bool setSharedDirectory(const std::optional<std::string>& directory) {
                                : ::RegDeleteValueA(key, kDirectoryValue);
     ::RegCloseKey(key);
     return status == ERROR_SUCCESS || (!directory && status == ERROR_FILE_NOT_FOUND);
+}
+
+void limitMemory(std::size_t bytes) noexcept {
+    JOBOBJECT_EXTENDED_LIMIT_INFORMATION limit{};
+    limit.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_PROCESS_MEMORY;
+    limit.ProcessMemoryLimit = bytes;
+    const HANDLE job = ::CreateJobObjectA(nullptr, nullptr);
+    ::SetInformationJobObject(job, JobObjectExtendedLimitInformation, &limit, sizeof limit);
+    ::AssignProcessToJobObject(job, ::GetCurrentProcess());
 }
 
 std::filesystem::path programFolder() {

@@ -1,0 +1,503 @@
+// What no block may do, whatever the host does: one table for every type.
+#include <xmmintrin.h>
+
+#include <array>
+#include <cmath>
+#include <limits>
+
+#include "interface/any_block.h"
+
+namespace vynhost::test {
+namespace {
+
+using ::testing::IsEmpty;
+
+constexpr std::size_t kMostValues = 1U << 24;
+
+class Robustness : public AnyBlockTest {
+protected:
+    Robustness() : AnyBlockTest(limited()) {}
+    static ModuleHost::Options limited() {
+        ModuleHost::Options options = defaultOptions();
+        options.mostValues = kMostValues;
+        return options;
+    }
+
+    // The outputs of a fresh block's first data block.
+    Outputs properOutputs() {
+        PlacedBlock block(host, type());
+        return run(block, 1).front();
+    }
+
+    // No data block lives but those at the block's connectors.
+    ::testing::AssertionResult nothingLost(const PlacedBlock& block) {
+        std::size_t held = 0;
+        for (int i = 0; i < kMaxConnectors; ++i) {
+            held += block.waits(i) ? 1 : 0;
+            held += block.delivered(i) ? 1 : 0;
+        }
+        if (held == host.memory().aliveData()) return ::testing::AssertionSuccess();
+        return ::testing::AssertionFailure()
+               << host.memory().aliveData() << " data blocks live, the record names " << held;
+    }
+};
+
+// --- The host refuses or spoils memory ------------------------------------------------------
+
+struct Refusal {
+    const char* name;
+    Fault fault;
+    int times;
+};
+
+constexpr std::array<Refusal, 6> kRefusals = {{
+    {"refused once", Fault::answer, 1},
+    {"refused from then on", Fault::answer, Rule::kForEver},
+    {"unlockable once", Fault::unlockable, 1},
+    {"unlockable from then on", Fault::unlockable, Rule::kForEver},
+    {"the same block once", Fault::sameBlock, 1},
+    {"the same block from then on", Fault::sameBlock, Rule::kForEver},
+}};
+
+TEST_P(Robustness, ARefusedOutputLosesNothingAndTheNextCallWorks) {
+    constexpr int kMostOutputs = 32;
+    const Outputs expected = properOutputs();
+    for (const Refusal& refusal : kRefusals) {
+        if (refusal.fault == Fault::sameBlock) continue;  // has a test of its own
+        for (int nth = 1; nth <= kMostOutputs; ++nth) {
+            SCOPED_TRACE(std::string(refusal.name) + ", output request " + std::to_string(nth));
+            PlacedBlock block(host, type());
+            block.wireAll();
+            block.initSim();
+            feed(block);
+            const Handle input = block.inputData(0);
+            host.takeTrace();
+            host.misbehave({.message = Message::newBlock,
+                            .fault = refusal.fault,
+                            .first = nth,
+                            .times = refusal.times});
+            block.simulate();
+            host.behave();
+            const auto trace = host.takeTrace();
+            const auto asked = std::count_if(trace.begin(), trace.end(), [](const auto& line) {
+                return line.starts_with("1134");
+            });
+            if (asked < nth) {  // that many outputs are never asked for
+                EXPECT_TRUE(sameBits(collect(block), expected));
+                block.stop();
+                break;
+            }
+            EXPECT_EQ(block.inputData(0), input) << "the input is gone";
+            for (int j = 0; j < block.outputCount(); ++j) {
+                EXPECT_FALSE(block.delivered(j)) << "output " << j;
+            }
+            EXPECT_TRUE(nothingLost(block));
+
+            feed(block);  // control inputs may be gone
+            block.simulate();
+            EXPECT_TRUE(sameBits(collect(block), expected));
+            block.stop();
+            takeBoxes();
+        }
+    }
+}
+
+TEST_P(Robustness, AnOutputGivenTwiceIsSurvived) {
+    for (int nth = 1; nth <= 3; ++nth) {
+        PlacedBlock block(host, type());
+        block.wireAll();
+        block.initSim();
+        feed(block);
+        host.misbehave({.message = Message::newBlock, .fault = Fault::sameBlock, .first = nth});
+        block.simulate();
+        host.behave();
+        block.stop();
+    }
+    host.takeOffences();  // both outputs are the one block, so it may come back twice
+}
+
+TEST_P(Robustness, AnInputThatCannotBeLockedIsSurvived) {
+    PlacedBlock block(host, type());
+    const auto inputs = static_cast<int>(block.inputLetters().size());
+    for (int i = 0; i < inputs; ++i) {
+        SCOPED_TRACE("input " + std::to_string(i));
+        block.wireAll();
+        block.initSim();
+        block.put(i, host.memory().allocateUnlockable(HostMemory::Kind::data));
+        feed(block);
+        block.simulate();
+        EXPECT_TRUE(nothingLost(block));
+        collect(block);
+        block.stop();
+        for (int k = 0; k < inputs; ++k)
+            block.put(k, Handle::none);
+        takeBoxes();
+    }
+    run(block, 2);
+}
+
+// --- The host answers strangely -------------------------------------------------------------
+
+TEST_P(Robustness, OddConnectorCountsReadNothingBehindTheRecord) {
+    constexpr std::array<Int, 7> kCounts = {-1, 0, 1, 33, 1000, Int{1} << 31, Int{1} << 40};
+    for (const Int inputs : kCounts) {
+        for (const Int outputs : kCounts) {
+            PlacedBlock block(host, type());
+            block.wireAll();
+            for (int i = 0; i < kMaxConnectors; ++i) {
+                block.wireInput(i, i);
+                block.wireOutput(i, i);
+                block.put(i, suitableData(type(), i));
+            }
+            block.initSim();
+            block.setCounts(inputs, outputs);
+            block.simulate();
+            EXPECT_TRUE(nothingLost(block));
+            block.stop();
+            takeBoxes();
+        }
+    }
+}
+
+TEST_P(Robustness, CountsThatChangeBetweenTwoQuestionsAreSurvived) {
+    PlacedBlock block(host, type());
+    block.wireAll();
+    block.initSim();
+    for (const Int second : {Int{-1}, Int{0}, Int{33}, Int{1000}}) {
+        feed(block);
+        host.misbehave({.message = Message::inputCount, .value = second, .first = 2, .times = 1});
+        host.misbehave({.message = Message::outputCount, .value = second, .first = 2, .times = 1});
+        block.simulate();
+        host.behave();
+        EXPECT_TRUE(nothingLost(block));
+        collect(block);
+    }
+    block.stop();
+}
+
+TEST_P(Robustness, AHeadThatTheHostDoesNotCopyIsSurvived) {
+    for (const Fault fault : {Fault::answer, Fault::garbage}) {
+        PlacedBlock block(host, type());
+        block.wireAll();
+        block.initSim();
+        host.misbehave({.message = Message::copyHeader, .fault = fault});
+        for (int i = 0; i < 3; ++i) {
+            feed(block);
+            block.simulate();
+            EXPECT_TRUE(nothingLost(block));
+            collect(block);
+        }
+        host.behave();
+        block.stop();
+        takeBoxes();
+    }
+}
+
+TEST_P(Robustness, AMissingTriggerThresholdIsSurvived) {
+    PlacedBlock block(host, type());
+    block.wireAll();
+    host.misbehave({.message = Message::triggerThreshold, .value = 0});
+    block.initSim();
+    for (int i = 0; i < 3; ++i) {
+        feed(block);
+        block.simulate();
+        collect(block);
+    }
+    host.behave();
+    block.stop();
+}
+
+TEST_P(Robustness, AHostThatTakesNothingBackIsSurvived) {
+    std::vector<Handle> inputs;
+    {
+        PlacedBlock block(host, type());
+        block.wireAll();
+        block.initSim();
+        host.misbehave({.message = Message::releaseBlock, .value = 0});
+        for (int round = 0; round < 3; ++round) {
+            feed(block);
+            for (int i = 0; i < kMaxConnectors; ++i) {
+                if (block.waits(i)) inputs.push_back(block.inputData(i));
+            }
+            block.simulate();
+            collect(block);
+        }
+        block.stop();
+        host.behave();
+    }
+    for (const Handle input : inputs)
+        host.memory().free(input);
+}
+
+TEST_P(Robustness, AHostThatSaysNothingIsSurvived) {
+    PlacedBlock block(host, type());
+    block.wireAll();
+    host.setInit(kHostWindow, 0, kInterfaceVersion);
+    block.initSim();
+    feed(block);
+    block.simulate();
+    block.stop();
+    EXPECT_TRUE(nothingLost(block));
+    EXPECT_FALSE(block.delivered(0));
+    host.setInit(kHostWindow, host.window(), kInterfaceVersion);
+}
+
+TEST_P(Robustness, CallsInAnyOrderAreSurvived) {
+    std::mt19937 random(20261121);
+    PlacedBlock block(host, type());
+    block.wireAll();
+    for (int step = 0; step < 3000; ++step) {
+        switch (random() % 8) {
+            case 0: block.initSim(); break;
+            case 1: block.stop(); break;
+            case 2: block.errorShow(); break;
+            case 3: block.save(); break;
+            case 4: block.keywords(); break;
+            default:
+                feed(block, static_cast<unsigned>(step));
+                block.simulate();
+                collect(block);
+        }
+    }
+    takeBoxes();
+    block.stop();
+    EXPECT_TRUE(nothingLost(block));
+    // A run after all that equals a fresh block's.
+    for (int i = 0; i < kMaxConnectors; ++i)
+        block.put(i, Handle::none);
+    EXPECT_TRUE(sameBits(run(block, 1).front(), properOutputs()));
+}
+
+// --- Heads that lie -------------------------------------------------------------------------
+
+struct HeadFault {
+    const char* name;
+    void (*apply)(ChannelHeader&);
+};
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+// clang-format off
+constexpr HeadFault kHeadFaults[] = {
+    {"sound",               [](ChannelHeader&) {}},
+    {"-1 values",           [](ChannelHeader& h) { h.valueCount = -1; }},
+    {"0 values",            [](ChannelHeader& h) { h.valueCount = 0; }},
+    {"1 value",             [](ChannelHeader& h) { h.valueCount = 1; }},
+    {"3 values",            [](ChannelHeader& h) { h.valueCount = 3; }},
+    {"an odd value count",  [](ChannelHeader& h) { h.valueCount -= 1; }},
+    {"fewest values",       [](ChannelHeader& h) {
+        h.valueCount = std::numeric_limits<std::int32_t>::min(); }},
+    {"0 channels",          [](ChannelHeader& h) { h.channelCount = 0; }},
+    {"-1 channels",         [](ChannelHeader& h) { h.channelCount = -1; }},
+    {"3 channels",          [](ChannelHeader& h) { h.channelCount = 3; }},
+    {"33 channels",         [](ChannelHeader& h) { h.channelCount = 33; }},
+    {"10^5 channels",       [](ChannelHeader& h) { h.channelCount = 100000; }},
+    {"fewest channels",     [](ChannelHeader& h) {
+        h.channelCount = std::numeric_limits<std::int32_t>::min(); }},
+    {"step 0",              [](ChannelHeader& h) { h.xStep = 0; }},
+    {"step -0",             [](ChannelHeader& h) { h.xStep = -0.0; }},
+    {"step infinite",       [](ChannelHeader& h) { h.xStep = kInfinity; }},
+    {"step -infinite",      [](ChannelHeader& h) { h.xStep = -kInfinity; }},
+    {"step no number",      [](ChannelHeader& h) { h.xStep = kNaN; }},
+    {"step denormal",       [](ChannelHeader& h) { h.xStep = 1e-320; }},
+    {"step negative",       [](ChannelHeader& h) { h.xStep = -0.001; }},
+    {"axis -1",             [](ChannelHeader& h) { h.xAxisKind = -1; }},
+    {"axis 0",              [](ChannelHeader& h) { h.xAxisKind = 0; }},
+    {"axis ms",             [](ChannelHeader& h) { h.xAxisKind = 2; }},
+    {"axis Hz",             [](ChannelHeader& h) { h.xAxisKind = 3; }},
+    {"axis kHz",            [](ChannelHeader& h) { h.xAxisKind = 4; }},
+    {"axis 60",             [](ChannelHeader& h) { h.xAxisKind = 60; }},
+    {"third octaves",       [](ChannelHeader& h) { h.axisFlags = 8; }},
+    {"octaves",             [](ChannelHeader& h) { h.axisFlags = 16; }},
+    {"both bands",          [](ChannelHeader& h) { h.axisFlags = 24; }},
+    {"start -1",            [](ChannelHeader& h) { h.xStart = -1; }},
+    {"start 33",            [](ChannelHeader& h) { h.xStart = 33; }},
+    {"start no number",     [](ChannelHeader& h) { h.xStart = kNaN; }},
+    {"start 1e300",         [](ChannelHeader& h) { h.xStart = 1e300; }},
+    {"unit dB",             [](ChannelHeader& h) { h.yUnit = 6; }},
+    {"unit power",          [](ChannelHeader& h) { h.yUnit = 12; }},
+};
+// clang-format on
+
+TEST_P(Robustness, EveryPairOfLiesInTheHeadIsSurvived) {
+    PlacedBlock block(host, type());
+    block.wireAll();
+    for (const HeadFault& first : kHeadFaults) {
+        for (const HeadFault& second : kHeadFaults) {
+            SCOPED_TRACE(std::string(first.name) + " and " + second.name);
+            ChannelData data = suitableData(type(), 0);
+            first.apply(data.header);
+            second.apply(data.header);
+            block.initSim();
+            block.put(0, data);
+            feed(block);
+            block.simulate();
+            ASSERT_TRUE(nothingLost(block));
+            collect(block);
+            block.stop();
+            for (int i = 0; i < block.inputCount(); ++i)
+                block.put(i, Handle::none);
+        }
+    }
+    takeBoxes();
+    EXPECT_TRUE(sameBits(run(block, 1).front(), properOutputs()));
+}
+
+TEST_P(Robustness, ALieInTheMiddleOfARunIsSurvived) {
+    PlacedBlock block(host, type());
+    block.wireAll();
+    for (const HeadFault& fault : kHeadFaults) {
+        SCOPED_TRACE(fault.name);
+        block.initSim();
+        for (int round = 0; round < 4; ++round) {
+            for (int i = 0; i < block.inputCount(); ++i) {
+                ChannelData data = suitableData(type(), i);
+                if (round == 1 || round == 2) fault.apply(data.header);
+                block.put(i, data);
+            }
+            block.simulate();
+            ASSERT_TRUE(nothingLost(block));
+            collect(block);
+        }
+        block.stop();
+    }
+    takeBoxes();
+}
+
+TEST_P(Robustness, ACountThatTheMemoryDoesNotHoldIsNoticedWhereTheSystemKnows) {
+    if (!platform::kLocksAreCounted) GTEST_SKIP() << "sizes of memory are not known here";
+    PlacedBlock block(host, type());
+    block.wireAll();
+    for (const std::int32_t count : {100000, std::numeric_limits<std::int32_t>::max()}) {
+        ChannelData data = suitableData(type(), 0);
+        data.header.valueCount = count;
+        block.initSim();
+        block.put(0, data);
+        feed(block);
+        block.simulate();
+        EXPECT_TRUE(nothingLost(block));
+        EXPECT_FALSE(block.delivered(0));
+        collect(block);
+        block.stop();
+        for (int i = 0; i < block.inputCount(); ++i)
+            block.put(i, Handle::none);
+    }
+    takeBoxes();
+}
+
+TEST_P(Robustness, SpecialSamplesAreSurvivedAndForgottenByTheNextRun) {
+    const std::array<float, 8> specials = {0.0F,
+                                           -0.0F,
+                                           std::numeric_limits<float>::max(),
+                                           std::numeric_limits<float>::infinity(),
+                                           -std::numeric_limits<float>::infinity(),
+                                           std::numeric_limits<float>::quiet_NaN(),
+                                           std::numeric_limits<float>::signaling_NaN(),
+                                           std::numeric_limits<float>::denorm_min()};
+    const Outputs expected = properOutputs();
+    PlacedBlock block(host, type());
+    block.wireAll();
+    for (const float special : specials) {
+        for (const std::size_t every : {std::size_t{1}, std::size_t{7}, std::size_t{400}}) {
+            block.initSim();
+            for (int round = 0; round < 3; ++round) {
+                for (int i = 0; i < block.inputCount(); ++i) {
+                    ChannelData data = suitableData(type(), i);
+                    for (std::size_t k = 0; k < data.values.size(); k += every) {
+                        data.values[k] = special;
+                    }
+                    block.put(i, data);
+                }
+                block.simulate();
+                collect(block);
+            }
+            block.stop();
+            for (int i = 0; i < block.inputCount(); ++i)
+                block.put(i, Handle::none);
+            EXPECT_TRUE(sameBits(run(block, 1).front(), expected)) << special << " at " << every;
+        }
+    }
+    takeBoxes();
+}
+
+// --- The same numbers, whatever the surroundings --------------------------------------------
+
+TEST_P(Robustness, ASecondRunEqualsTheFirst) {
+    PlacedBlock block(host, type());
+    const auto first = run(block, 4);
+    const auto second = run(block, 4);
+    for (std::size_t i = 0; i < first.size(); ++i)
+        EXPECT_TRUE(sameBits(first[i], second[i]));
+}
+
+TEST_P(Robustness, TwoBlocksSideBySideDoNotMeet) {
+    PlacedBlock alone(host, type());
+    const auto expected = run(alone, 4);
+    PlacedBlock one(host, type());
+    PlacedBlock other(host, type());
+    one.wireAll();
+    other.wireAll();
+    one.initSim();
+    other.initSim();
+    for (unsigned i = 0; i < 4; ++i) {
+        feed(other, i + 100);
+        other.simulate();
+        collect(other);
+        feed(one, i + 1);
+        one.simulate();
+        EXPECT_TRUE(sameBits(collect(one), expected[i]));
+    }
+}
+
+TEST_P(Robustness, TheFloatingPointModeOfTheHostChangesNoBitAndIsLeftAsItWas) {
+    constexpr unsigned kFlushToZero = 0x8000;
+    constexpr unsigned kDenormalsAreZero = 0x0040;
+    constexpr unsigned kRoundUp = 0x4000;
+    constexpr unsigned kUnmaskInvalidAndZeroDivide = 0x0080 | 0x0200;
+    PlacedBlock block(host, type());
+    const auto expected = run(block, 3);
+    const unsigned usual = _mm_getcsr();
+    for (const unsigned mode : {usual | kFlushToZero | kDenormalsAreZero, usual | kRoundUp,
+                                usual & ~kUnmaskInvalidAndZeroDivide}) {
+        block.wireAll();
+        _mm_setcsr(mode);
+        block.initSim();
+        _mm_setcsr(usual);
+        for (unsigned i = 0; i < 3; ++i) {
+            feed(block, i + 1);
+            _mm_setcsr(mode);
+            block.simulate();
+            const unsigned after = _mm_getcsr();
+            _mm_setcsr(usual);
+            EXPECT_EQ(after, mode);
+            EXPECT_TRUE(sameBits(collect(block), expected[i])) << "mode " << std::hex << mode;
+        }
+        block.stop();
+    }
+}
+
+// --- Leaks ----------------------------------------------------------------------------------
+
+TEST_P(Robustness, NothingStaysBehindAfterManyRunsAndLives) {
+    {
+        PlacedBlock block(host, type());
+        for (int i = 0; i < 200; ++i)
+            run(block, 5);
+    }
+    EXPECT_EQ(host.memory().aliveData(), 0U);
+    for (int i = 0; i < 200; ++i) {
+        PlacedBlock block(host, type());
+        block.wireAll();
+        block.initSim();
+        feed(block);
+        block.simulate();
+        // destroyed in the middle of its run
+    }
+    EXPECT_EQ(host.memory().aliveData(), 0U);
+}
+
+VYN_FOR_ALL_TYPES(Robustness);
+
+}  // namespace
+}  // namespace vynhost::test
