@@ -1,26 +1,49 @@
 // The 13 functions, thin: arguments are checked, the matter's own file does the work, and no
 // exception leaves.
+#include <cmath>
 #include <new>
+#include <optional>
 
+#include "analog_prototype.h"
 #include "fft.h"
+#include "filter_object.h"
+#include "floating_point.h"
+#include "iir_design.h"
 #include "ovanlys/functions.h"
 #include "version.h"
 
 namespace ovanlys {
 namespace {
 
-enum Status { kDone = 0, kBadArgument = -1, kOutOfMemory = -3 };
+enum Status { kDone = 0, kBadArgument = -1, kRefused = -2, kOutOfMemory = -3 };
 
 template <class Work>
 int guarded(Work work) noexcept {
     try {
         return work();
-    } catch (const std::bad_alloc&) {
+    } catch (...) {  // bad_alloc, or length_error for counts beyond all memory
         return kOutOfMemory;
     }
 }
 
 constexpr int kNotYet = -3;
+
+bool isPositive(double decibels) { return decibels > 0 && std::isfinite(decibels); }
+
+// Designs into an object from the prototype that makePrototype(order) gives; none is a refusal.
+template <class MakePrototype>
+int design(void* object, double rate, double f1, double f2, MakePrototype makePrototype) {
+    if (object == nullptr) return kBadArgument;
+    return guarded([&] {
+        const StandardMode mode;
+        auto& filter = *static_cast<FilterObject*>(object);
+        if (!edgesMakeSense(filter.kind(), rate, f1, f2)) return kRefused;
+        const std::optional<Roots> prototype = makePrototype(filter.order());
+        if (!prototype) return kRefused;
+        const Roots roots = digitalFilter(*prototype, filter.kind(), rate, f1, f2);
+        return filter.design(roots) ? kDone : kRefused;
+    });
+}
 
 }  // namespace
 
@@ -40,14 +63,52 @@ int ZABFunc148(double* re, double* im, int n) {
     });
 }
 
-int ZABFunc91(const double*, int, void*, double*) { return kNotYet; }
-void* ZABFunc233(int, int) { return nullptr; }
-void ZABFunc234(void*) {}
-int ZABFunc18(double, double, double, void*) { return kNotYet; }
-int ZABFunc24(double, double, double, double, void*) { return kNotYet; }
-int ZABFunc98(double, double, double, double, void*) { return kNotYet; }
-int ZABFunc61(double, double, double, double, double, void*) { return kNotYet; }
-int ZABFunc12(double, double, double, void*) { return kNotYet; }
+int ZABFunc91(const double* in, int n, void* object, double* out) {
+    if (in == nullptr || object == nullptr || out == nullptr || n < 0) return kBadArgument;
+    if (n == 0) return kDone;
+    return guarded(
+        [&] { return static_cast<FilterObject*>(object)->filter(in, out, n) ? kDone : kRefused; });
+}
+
+void* ZABFunc233(int kind, int order) {
+    if (kind < 0 || kind > 3 || order < 1 || order > kMaxOrder) return nullptr;
+    return new (std::nothrow) FilterObject(static_cast<FilterKind>(kind), order);
+}
+
+void ZABFunc234(void* object) { delete static_cast<FilterObject*>(object); }
+
+int ZABFunc18(double fs, double f1, double f2, void* object) {
+    return design(object, fs, f1, f2, butterworthPrototype);
+}
+
+int ZABFunc24(double fs, double f1, double f2, double ripple, void* object) {
+    return design(object, fs, f1, f2, [ripple](int order) -> std::optional<Roots> {
+        if (!isPositive(ripple)) return std::nullopt;
+        return chebyshevPrototype(order, ripple);
+    });
+}
+
+int ZABFunc98(double fs, double f1, double f2, double attenuation, void* object) {
+    return design(object, fs, f1, f2, [attenuation](int order) -> std::optional<Roots> {
+        if (!isPositive(attenuation)) return std::nullopt;
+        return inverseChebyshevPrototype(order, attenuation);
+    });
+}
+
+int ZABFunc61(double fs, double f1, double f2, double ripple, double attenuation, void* object) {
+    return design(object, fs, f1, f2, [ripple, attenuation](int order) -> std::optional<Roots> {
+        if (!isPositive(ripple) || !isPositive(attenuation) || attenuation <= ripple)
+            return std::nullopt;
+        return ellipticPrototype(order, ripple, attenuation);
+    });
+}
+
+int ZABFunc12(double fs, double f1, double f2, void* object) {
+    return design(object, fs, f1, f2, [](int order) -> std::optional<Roots> {
+        if (order > kMaxBesselOrder) return std::nullopt;
+        return besselPrototype(order);
+    });
+}
 
 int ZABFunc79() { return kVersion; }
 

@@ -1,0 +1,136 @@
+#include "section.h"
+
+namespace ovanlys::VYN_KERNEL_LEVEL {
+namespace {
+
+// Eight lanes are one register at the widest level and several at the others. The lanes' sums are
+// written in one order, which the scalar path repeats, so every path gives the same bits.
+typedef double Lanes __attribute__((vector_size(64)));
+typedef double Pair __attribute__((vector_size(16)));
+typedef long long Bits __attribute__((vector_size(64)));
+typedef Lanes LooseLanes __attribute__((aligned(8), may_alias));
+
+#define LANES(address) (*reinterpret_cast<const LooseLanes*>(address))
+
+// One sample: an output from the state and the samples of the group so far.
+inline double step(const Section& section, SectionState& state, int phase, double x) {
+    state.inputs[phase] = x;
+    double direct = 0.0;
+    for (int i = 0; i <= phase; ++i)
+        direct += section.fromInput[i][phase] * state.inputs[i];
+    return direct +
+           (section.fromState[0][phase] * state.s[0] + section.fromState[1][phase] * state.s[1]);
+}
+
+// The state at the end of a full group.
+inline void advance(const Section& section, SectionState& state) {
+    double next[2];
+    for (int r = 0; r < 2; ++r) {
+        double direct = section.intoState[0][r] * state.inputs[0];
+        for (int i = 1; i < kGroup; ++i)
+            direct += section.intoState[i][r] * state.inputs[i];
+        next[r] =
+            (section.advance[0][r] * state.s[0] + section.advance[1][r] * state.s[1]) + direct;
+    }
+    state.s[0] = next[0];
+    state.s[1] = next[1];
+}
+
+// Filters one sample after the other; returns the place in the group after the last one.
+int runSamples(const Section& section, SectionState& state, int phase, const double* x, double* y,
+               int n) {
+    for (int i = 0; i < n; ++i) {
+        y[i] = step(section, state, phase, x[i]);
+        if (++phase == kGroup) {
+            advance(section, state);
+            phase = 0;
+        }
+    }
+    return phase;
+}
+
+// Whether all samples of `groups` groups are finite. (x - x is 0 for these alone.)
+bool allFinite(const double* x, int groups) {
+    Bits bits = {};
+    for (int g = 0; g < groups; ++g) {
+        const Lanes samples = LANES(x + g * kGroup);
+        bits |= reinterpret_cast<Bits>(samples - samples);
+    }
+    long long any = 0;
+    for (int lane = 0; lane < kGroup; ++lane)
+        any |= bits[lane];
+    return any == 0;
+}
+
+// Whole groups of finite samples: the zero weights h[j-i], j < i, make no difference then, since no
+// sum here is ever -0.
+void runGroups(const Section& section, SectionState& state, const double* x, double* y,
+               int groups) {
+    const Lanes input0 = LANES(section.fromInput[0]);
+    const Lanes input1 = LANES(section.fromInput[1]);
+    const Lanes input2 = LANES(section.fromInput[2]);
+    const Lanes input3 = LANES(section.fromInput[3]);
+    const Lanes input4 = LANES(section.fromInput[4]);
+    const Lanes input5 = LANES(section.fromInput[5]);
+    const Lanes input6 = LANES(section.fromInput[6]);
+    const Lanes input7 = LANES(section.fromInput[7]);
+    const Lanes state0 = LANES(section.fromState[0]);
+    const Lanes state1 = LANES(section.fromState[1]);
+    const auto pair = [](const double* values) { return Pair{values[0], values[1]}; };
+    const Pair into0 = pair(section.intoState[0]);
+    const Pair into1 = pair(section.intoState[1]);
+    const Pair into2 = pair(section.intoState[2]);
+    const Pair into3 = pair(section.intoState[3]);
+    const Pair into4 = pair(section.intoState[4]);
+    const Pair into5 = pair(section.intoState[5]);
+    const Pair into6 = pair(section.intoState[6]);
+    const Pair into7 = pair(section.intoState[7]);
+    const Pair advance0 = pair(section.advance[0]);
+    const Pair advance1 = pair(section.advance[1]);
+
+    Pair s = pair(state.s);
+    const double* const end = x + groups * kGroup;
+    for (; x != end; x += kGroup, y += kGroup) {
+        Lanes direct = 0.0 + input0 * x[0];
+        direct += input1 * x[1];
+        direct += input2 * x[2];
+        direct += input3 * x[3];
+        direct += input4 * x[4];
+        direct += input5 * x[5];
+        direct += input6 * x[6];
+        direct += input7 * x[7];
+        Pair into = into0 * x[0];
+        into += into1 * x[1];
+        into += into2 * x[2];
+        into += into3 * x[3];
+        into += into4 * x[4];
+        into += into5 * x[5];
+        into += into6 * x[6];
+        into += into7 * x[7];
+        *reinterpret_cast<LooseLanes*>(y) = direct + (state0 * s[0] + state1 * s[1]);
+        s = (advance0 * s[0] + advance1 * s[1]) + into;
+    }
+    state.s[0] = s[0];
+    state.s[1] = s[1];
+}
+
+void run(const Section& section, SectionState& state, int phase, const double* x, double* y,
+         int n) {
+    int done = 0;
+    if (phase != 0) {
+        done = n < kGroup - phase ? n : kGroup - phase;
+        phase = runSamples(section, state, phase, x, y, done);
+    }
+    const int groups = (n - done) / kGroup;
+    if (allFinite(x + done, groups)) {
+        runGroups(section, state, x + done, y + done, groups);
+        done += groups * kGroup;
+    }
+    runSamples(section, state, phase, x + done, y + done, n - done);
+}
+
+}  // namespace
+
+const SectionKernels kSectionKernels = {&run};
+
+}  // namespace ovanlys::VYN_KERNEL_LEVEL
