@@ -2,6 +2,7 @@
 
 #include <limits>
 
+#include "dialogs/TOInverseFFTDlg.h"
 #include "host/TOGlobal.h"
 #include "host/channel_block.h"
 #include "host/parameter_record.h"
@@ -38,7 +39,10 @@ void describeSignal(ChannelBlockHeader& header, const ChannelBlockHeader& spectr
 
 void TOInverseFFT::GetConnectors(ConnectorText& text) const { writeConnectors(text, "R,I,;A,"); }
 
-int TOInverseFFT::GetParameters() { return 0; }
+int TOInverseFFT::GetParameters() {
+    TOInverseFFTDlg().DoModal();
+    return 0;
+}
 
 int TOInverseFFT::SaveParameters(FileHandle file) {
     saveRecord(file, kRecordSizeWord, parameters_);

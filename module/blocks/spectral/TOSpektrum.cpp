@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "dialogs/TOSpektrumDlg.h"
 #include "host/TOGlobal.h"
 #include "host/parameter_record.h"
 #include "host/remote_control.h"
@@ -83,7 +84,10 @@ void TOSpektrum::GetConnectors(ConnectorText& text) const {
     }
 }
 
-int TOSpektrum::GetParameters() { return 0; }
+int TOSpektrum::GetParameters() {
+    TOSpektrumDlg(*this).DoModal();
+    return 0;
+}
 
 int TOSpektrum::SaveParameters(FileHandle file) {
     saveRecord(file, kRecordSizeWord, parameters_);

@@ -1,0 +1,35 @@
+#include "dialogs/pictures.h"
+
+#include <functional>
+
+#include "dialogs/host_side.h"
+
+namespace dialog_test {
+namespace {
+
+struct Picture {
+    int typeCode;
+    const char* name;
+    std::function<void(Dialog&)> prepare;  // brings every control to life, where the dialog can
+};
+
+void nothing(Dialog&) {}
+
+}  // namespace
+
+void writePictures(const std::string& folder) {
+    const Picture pictures[] = {
+        {5004, "TOSpektrumDlg", [](Dialog& dialog) { dialog.choose(1100, 6); }},
+        {5005, "TOInverseFFTDlg", nothing},
+    };
+    for (const Picture& picture : pictures) {
+        const Block block(picture.typeCode);
+        block.dialog([&](Dialog& dialog) {
+            picture.prepare(dialog);
+            dialog.picture(folder + "/" + picture.name + ".bmp");
+            dialog.close();
+        });
+    }
+}
+
+}  // namespace dialog_test
