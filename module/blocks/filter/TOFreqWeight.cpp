@@ -150,6 +150,7 @@ void TOFreqWeight::takeControl(SimulationRecord& record) {
 // The input block itself becomes the output. Filters that it has bypassed start again at rest.
 int TOFreqWeight::passOn(SimulationRecord& record) {
     record.outputData[kWeighted] = std::exchange(record.inputData[kSignal], MemoryHandle::none);
+    held_ = MemoryHandle::none;
     filterCurve_ = WeightingCurve::linear;
     return kDone;
 }
