@@ -1,0 +1,35 @@
+// "Verweildauer": how long the signal, taken as straight lines between samples, stays in a class.
+#pragma once
+
+#include <vector>
+
+#include "classify/class_scale.h"
+#include "classify/counting_method.h"
+
+namespace vynpack {
+
+class DwellTime final : public CountingMethod {
+public:
+    DwellTime(const CountingRules& rules, int channels);
+
+    // Amounts are times in the unit of `step`.
+    void update(std::span<const float> samples, double step, std::span<float> values) override;
+    void reset() override;
+
+private:
+    // Adds the pieces of one channel's pairs to the sums, which lie one per class.
+    void addPairs(const float* x, std::size_t stride, std::size_t pairs, double a, double step,
+                  double* sums) const;
+    void addMovingPair(double a, double b, int classOfA, int classOfB, double step,
+                       double* sums) const;
+
+    ClassLimits limits_;
+    bool first_ = true;           // the first block of the run: its first sample has no predecessor
+    double total_ = 0.0;          // the same for all channels
+    std::vector<double> last_;    // sample per channel
+    std::vector<double> dwell_;   // per channel and class
+    std::vector<double> sums_;    // per class, of the block in work
+    std::vector<double> wholes_;  // time * height of the classes for the step in work
+};
+
+}  // namespace vynpack
