@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "blocks/classify/TOKlassierung.h"
 #include "blocks/filter/TODigitalFilter.h"
 #include "blocks/filter/TOFreqWeight.h"
 #include "blocks/spectral/TOInverseFFT.h"
@@ -17,7 +18,7 @@ std::unique_ptr<TOBlock> create() {
 
 // clang-format off
 constexpr std::array<BlockType, kBlockTypes> kTypes = {{
-    {5000, "Klassierung",            "Klassierung",            false, nullptr},
+    {5000, "Klassierung",            "Klassierung",            false, create<TOKlassierung>},
     {5001, "Terz_Oktav_Analyse",     "Terz_Oktav_Analyse",     true,  nullptr},
     {5002, "Statistik",              "Statistik",              true,  nullptr},
     {5003, "Mittelwert",             "Mittelwert",             false, nullptr},

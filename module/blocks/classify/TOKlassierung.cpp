@@ -1,0 +1,273 @@
+#include "blocks/classify/TOKlassierung.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <utility>
+
+#include "host/host_messages.h"
+#include "host/parameter_record.h"
+#include "host/remote_control.h"
+
+namespace vynpack {
+namespace {
+
+constexpr int kSignal = 0;
+constexpr int kTrigger = 1;
+constexpr int kClasses = 0;
+
+constexpr int kDone = 1;
+
+// Records before the first had no method; those before the second had no say in it.
+constexpr std::int32_t kFirstPaddedVersion = 400;
+constexpr std::int32_t kFirstVersionWithMethod = 403;
+constexpr std::int32_t kPackedSizeWord = 78;
+
+// Class values of one run; beyond lies no measurement, only a mistyped number of classes.
+constexpr std::int64_t kMostResults = std::int64_t{1} << 25;
+
+using Parameters = TOKlassierung::Parameters;
+
+void recomputeWidth(Parameters& p) {
+    p.width = (p.end - p.begin) / p.number;
+    p.range = p.width * p.number;
+}
+
+// Keeps the begin; number and end follow. A width that gives no 32-bit number changes nothing.
+void setWidth(Parameters& p, double width) {
+    if (!(width > 0.0)) return;
+    const double number = std::floor((p.end - p.begin) / width + 0.5);
+    constexpr double kLargest = std::numeric_limits<std::int32_t>::max();
+    if (!(number >= -kLargest && number <= kLargest)) return;
+    p.width = width;
+    p.number = static_cast<std::int32_t>(number);
+    p.end = p.begin + p.number * width;
+    p.range = width * p.number;
+}
+
+void setRange(Parameters& p, double range) {
+    if (!(range > 0.0)) return;
+    p.range = range;
+    p.width = range / p.number;
+    if (range != p.end - p.begin) p.end = p.begin + range;
+}
+
+// A stored choice that travels as 1, 2, …, of which only 1 to `last` set it.
+template <std::int16_t Parameters::*field, int base, int last>
+constexpr IntegerAccess<Parameters> choice() {
+    return {[](const Parameters& p) -> std::int32_t { return p.*field - base; },
+            [](Parameters& p, std::int32_t value) {
+                if (value >= 1 && value <= last) p.*field = static_cast<std::int16_t>(value + base);
+            }};
+}
+
+constexpr Keyword<Parameters> kKeywords[] = {
+    {"PkMode",
+     IntegerAccess<Parameters>{[](const Parameters& p) -> std::int32_t { return p.mode - 9; },
+                               [](Parameters& p, std::int32_t value) {
+                                   if (value < 1 || value > 2) return;
+                                   p.mode = static_cast<std::int16_t>(value + 9);
+                                   recomputeWidth(p);
+                               }}},
+    {"PkNumber", IntegerAccess<Parameters>{[](const Parameters& p) { return p.number; },
+                                           [](Parameters& p, std::int32_t value) {
+                                               if (value <= 0) return;
+                                               p.number = value;
+                                               recomputeWidth(p);
+                                           }}},
+    {"PkBegin", RealAccess<Parameters>{[](const Parameters& p) { return p.begin; },
+                                       [](Parameters& p, double value) {
+                                           p.begin = value;
+                                           recomputeWidth(p);
+                                       }}},
+    {"PkEnd", RealAccess<Parameters>{[](const Parameters& p) { return p.end; },
+                                     [](Parameters& p, double value) {
+                                         p.end = value;
+                                         recomputeWidth(p);
+                                     }}},
+    {"PkWidth", RealAccess<Parameters>{[](const Parameters& p) { return p.width; }, setWidth}},
+    {"PkRange", RealAccess<Parameters>{[](const Parameters& p) { return p.range; }, setRange}},
+    {"PkReset", choice<&Parameters::resetMode, kResetNever - 1, 3>()},
+    {"PkNBlocks", IntegerAccess<Parameters>{[](const Parameters& p) { return p.resetBlocks; },
+                                            [](Parameters& p, std::int32_t value) {
+                                                if (value > 0) p.resetBlocks = value;
+                                            }}},
+    {"PkCalcMode", choice<&Parameters::calculation, kRelative - 1, 2>()},
+    {"PkRefline",
+     RealAccess<Parameters>{[](const Parameters& p) { return p.referenceLine; },
+                            [](Parameters& p, double value) { p.referenceLine = value; }}},
+    {"PkHyst", RealAccess<Parameters>{[](const Parameters& p) { return p.hysteresis; },
+                                      [](Parameters& p, double value) { p.hysteresis = value; }}},
+    // Kept: the peak methods read back as 4 to 6 but only the dialog selects them.
+    {"PkMethod", choice<&Parameters::method, kSampleCount - 1, 3>()},
+};
+
+CountingRules rulesOf(const Parameters& p) {
+    const ClassScale scale{.number = p.number, .begin = p.begin, .end = p.end, .range = p.range};
+    return {.scale = scale,
+            .relative = p.calculation == kRelative,
+            .referenceLine = p.referenceLine,
+            .hysteresis = p.hysteresis * 0.01 * scale.width()};
+}
+
+}  // namespace
+
+void TOKlassierung::GetConnectors(ConnectorText& text) const {
+    writeConnectors(text, parameters_.resetMode == kResetByTrigger ? "E,T,;A," : "E,;A,");
+}
+
+int TOKlassierung::GetParameters() { return 0; }
+
+int TOKlassierung::SaveParameters(FileHandle file) {
+    saveRecord(file, kRecordSizeWord, parameters_);
+    return 1;
+}
+
+int TOKlassierung::RestoreParameters(FileHandle file) {
+    RecordReader record(file);
+    RecordFrame frame;
+    record(frame.size, frame.version);
+    const bool withoutMethod = frame.version < kFirstVersionWithMethod;
+    if (frame.version < kFirstPaddedVersion || (withoutMethod && frame.size == kPackedSizeWord)) {
+        // Kept: of a record of 78 bytes the rest behind the packed fields is left unread.
+        Parameters::packedFields(record, parameters_);
+    } else {
+        Parameters::fields(record, parameters_);
+        if (withoutMethod) parameters_.method = kSampleCount;
+    }
+    status_ = 1;
+    return 1;
+}
+
+int TOKlassierung::InitSim() {
+    processedBlocks_ = 0;
+    // Kept: the accumulator is forgotten, not given back; only Stoppen does that.
+    accumulator_ = MemoryHandle::none;
+    firstBlock_ = 1;
+    return 1;
+}
+
+int TOKlassierung::Stoppen() {
+    abandonRun();
+    return 1;
+}
+
+int TOKlassierung::RemoteControl(MemoryHandle info, MemoryHandle value, std::uint16_t subCode) {
+    return answerRemoteControl<Parameters>(kKeywords, parameters_, info, value, subCode);
+}
+
+int TOKlassierung::Simulation(SimulationRecord& record) {
+    if (!record.outputConnected(kClasses)) return kDone;
+    bool reset = false;
+    if (record.outputFree(kClasses) && record.inputWaits(kSignal)) {
+        if (!classify(record)) return kFailed;
+        const auto resetBlocks = static_cast<std::uint32_t>(parameters_.resetBlocks);
+        reset = parameters_.resetMode == kResetByCount && processedBlocks_ == resetBlocks;
+    }
+    if (parameters_.resetMode == kResetByTrigger && triggered(record)) reset = true;
+    if (reset && accumulator_ != MemoryHandle::none) resetCounts();
+    return kDone;
+}
+
+// The first data block of a run fixes its channels and parameters.
+bool TOKlassierung::startRun(int channels) {
+    abandonRun();
+    const std::int64_t results =
+        std::int64_t{parameters_.number} * channels * resultsPerChannel(parameters_.method);
+    if (parameters_.number <= 0 || results > kMostResults) return false;
+    auto run = std::make_unique<Run>();
+    run->parameters = parameters_;
+    run->channels = channels;
+    run->results = static_cast<std::int32_t>(results);
+    accumulator_ = host_message::newBlock(run->results);
+    const ChannelBlock sums(accumulator_);
+    if (!sums || !sums.hasRoomFor(results)) {
+        releaseAccumulator();
+        return false;
+    }
+    sums.header().valueCount = run->results;
+    sums.header().xAxisKind = 0;
+    std::ranges::fill(sums.values(), 0.0F);
+    run_ = std::move(run);
+    run_->method = makeCountingMethod(parameters_.method, rulesOf(parameters_), channels);
+    return true;
+}
+
+void TOKlassierung::abandonRun() {
+    releaseAccumulator();
+    run_.reset();
+}
+
+void TOKlassierung::releaseAccumulator() noexcept {
+    if (accumulator_ != MemoryHandle::none)
+        host_message::release(std::exchange(accumulator_, MemoryHandle::none));
+}
+
+// Takes the waiting block through to an output block. False when nothing was put out.
+bool TOKlassierung::classify(SimulationRecord& record) {
+    ChannelBlock input(record.inputData[kSignal]);
+    if (!input || !input.sound()) return false;
+    const bool first = firstBlock_ != 0 || run_ == nullptr;
+    if (!first && input.channels() != run_->channels) {
+        consumeInput(record, kSignal, input);
+        return false;
+    }
+    if (first && !startRun(input.channels())) return false;
+    if (!countBlock(record, input)) {
+        if (first) abandonRun();
+        return false;
+    }
+    consumeInput(record, kSignal, input);
+    firstBlock_ = 0;
+    return true;
+}
+
+bool TOKlassierung::countBlock(SimulationRecord& record, const ChannelBlock& input) {
+    const ChannelBlock sums(accumulator_);
+    if (!sums || !sums.hasRoomFor(run_->results)) return false;
+    OutputBlock output(record, kClasses, run_->results, input.handle());
+    if (!output) return false;
+    ++processedBlocks_;
+
+    const Parameters& p = run_->parameters;
+    const bool relative = p.calculation == kRelative;
+    ChannelBlockHeader& header = output.header();
+    header.valueCount = run_->results;
+    header.xAxisKind = input.header().yUnit;
+    header.yUnit = relative ? kUnitPercent : kUnitNone;
+    header.xStart = p.begin;
+    header.xStep = (p.end - p.begin) / p.number;
+    header.displayMinimum = 0.0;
+    header.channelCount = input.channels() * resultsPerChannel(p.method);
+
+    const std::span<float> results = sums.values(static_cast<std::size_t>(run_->results));
+    if (run_->method) run_->method->update(input.values(), input.header().xStep, results);
+    float largest = 0.0F;
+    std::ranges::transform(results, output.values().begin(), [&](float value) {
+        largest = value > largest ? value : largest;
+        return value;
+    });
+    header.displaySpan = relative ? 100.0 : largest;
+    output.deliver();
+    return true;
+}
+
+// Takes the trigger's data block; true when one of its values is high.
+bool TOKlassierung::triggered(SimulationRecord& record) const {
+    bool high = false;
+    takeControlInput(record, kTrigger, [&](std::span<const float> values) {
+        high = std::ranges::any_of(values, [](float value) { return value > kTriggerLevel; });
+    });
+    return high;
+}
+
+void TOKlassierung::resetCounts() {
+    processedBlocks_ = 0;
+    if (run_ == nullptr) return;
+    if (run_->method) run_->method->reset();
+    const ChannelBlock sums(accumulator_);
+    if (sums && sums.hasRoomFor(run_->results))
+        std::ranges::fill(sums.values(static_cast<std::size_t>(run_->results)), 0.0F);
+}
+
+}  // namespace vynpack

@@ -1,0 +1,98 @@
+// TOKlassierung ("Klassierung"): sorts every channel into classes and counts by one of six methods,
+// from data block to data block until a reset.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include "classify/counting_method.h"
+#include "host/TOBlock.h"
+#include "host/channel_block.h"
+
+namespace vynpack {
+
+// Stored choices; the numbers are those of the dialog's texts and controls.
+enum ClassMode : std::int16_t { kAutomatic = 10, kManual = 11 };
+enum ClassReset : std::int16_t { kResetNever = 1013, kResetByTrigger = 1014, kResetByCount = 1015 };
+enum ClassCalculation : std::int16_t { kRelative = 1016, kAbsolute = 1017 };
+
+class TOKlassierung final : public TOBlock {
+public:
+    static constexpr std::int32_t kRecordSizeWord = 88;
+
+    struct Parameters {
+        std::int16_t mode = kAutomatic;  // for the dialog; the computation never reads it
+        std::int32_t number = 20;
+        double begin = -10.0;
+        double end = 10.0;
+        double width = 1.0;
+        double range = 20.0;  // divisor of the class index
+        std::int16_t resetMode = kResetNever;
+        std::int32_t resetBlocks = 1;  // with kResetByCount
+        std::int16_t calculation = kRelative;
+        std::int16_t method = kSampleCount;
+        double referenceLine = 0.0;
+        double hysteresis = 0.0;  // percent of the class width
+
+        // The record of 88 bytes has gaps, and two words at its end that mean nothing: written as
+        // zeros, passed over when read.
+        template <class Record, class Self>
+        static void fields(Record& record, Self& self) {
+            std::array<std::byte, 2> gap2{};
+            std::array<std::byte, 4> gap4{};
+            std::array<std::byte, 16> spare{};
+            record(self.mode, gap2, self.number, self.begin, self.end, self.width, self.range,
+                   self.resetMode, gap2, self.resetBlocks, self.calculation, self.method, gap4,
+                   self.referenceLine, self.hysteresis, spare);
+        }
+
+        // The 46 bytes without gaps of old records, which know no method.
+        template <class Record, class Self>
+        static void packedFields(Record& record, Self& self) {
+            record(self.mode, self.number, self.begin, self.end, self.width, self.range,
+                   self.resetMode, self.resetBlocks, self.calculation);
+        }
+    };
+
+    TOKlassierung() = default;
+    ~TOKlassierung() override { releaseAccumulator(); }
+
+    void GetConnectors(ConnectorText& text) const override;
+    int GetParameters() override;
+    int SaveParameters(FileHandle file) override;
+    int RestoreParameters(FileHandle file) override;
+    // 1, or kFailed when the number of channels has changed or a block could not be handled.
+    int Simulation(SimulationRecord& record) override;
+    int InitSim() override;
+    int Stoppen() override;
+    int RemoteControl(MemoryHandle info, MemoryHandle value, std::uint16_t subCode) override;
+
+    Parameters& parameters() { return parameters_; }
+
+private:
+    // What the first data block of a run fixes.
+    struct Run {
+        Parameters parameters;  // a change takes effect in the next run
+        int channels = 0;
+        std::int32_t results = 0;                // values of an output block
+        std::unique_ptr<CountingMethod> method;  // null for an unknown one: nothing is counted
+    };
+
+    bool startRun(int channels);
+    void abandonRun();
+    void releaseAccumulator() noexcept;
+    bool classify(SimulationRecord& record);
+    bool countBlock(SimulationRecord& record, const ChannelBlock& input);
+    bool triggered(SimulationRecord& record) const;
+    void resetCounts();
+
+    Parameters parameters_;
+
+    std::unique_ptr<Run> run_;
+    MemoryHandle accumulator_ = MemoryHandle::none;  // a data block of the host's with the results
+    std::uint32_t processedBlocks_ = 0;              // since the run's start or the last reset
+};
+
+}  // namespace vynpack
