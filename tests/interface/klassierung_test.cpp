@@ -492,7 +492,7 @@ TEST_F(Klassierung, ChangesByKeywordWaitForTheNextRun) {
 }
 
 TEST_F(Klassierung, SurvivesARefusingHost) {
-    for (const Fault fault : {Fault::answer, Fault::unlockable, Fault::halfSize}) {
+    for (const Fault fault : {Fault::answer, Fault::unlockable}) {
         for (const int refused : {1, 2}) {
             useFourClasses(93);
             host.misbehave(
