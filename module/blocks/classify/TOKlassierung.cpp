@@ -24,7 +24,7 @@ constexpr std::int32_t kFirstVersionWithMethod = 403;
 constexpr std::int32_t kPackedSizeWord = 78;
 
 // Class values of one run; beyond lies no measurement, only a mistyped number of classes.
-constexpr std::int64_t kMostResults = std::int64_t{1} << 25;
+constexpr std::int64_t kMostResults = std::int64_t{1} << 24;
 
 using Parameters = TOKlassierung::Parameters;
 
