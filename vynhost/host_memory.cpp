@@ -114,8 +114,6 @@ void SharedRecord::read(std::size_t offset, void* bytes, std::size_t size) const
     std::memcpy(bytes, view.address() + offset, size);
 }
 
-void* SharedRecord::address() const {
-    return platform::View(handle_).address();
-}
+void* SharedRecord::address() const { return platform::View(handle_).address(); }
 
 }  // namespace vynhost

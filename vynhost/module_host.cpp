@@ -10,13 +10,9 @@
 namespace vynhost {
 namespace {
 
-Int intOf(Handle handle) {
-    return static_cast<Int>(handle);
-}
+Int intOf(Handle handle) { return static_cast<Int>(handle); }
 
-Handle handleOf(Int value) {
-    return static_cast<Handle>(value);
-}
+Handle handleOf(Int value) { return static_cast<Handle>(value); }
 
 }  // namespace
 
@@ -81,9 +77,7 @@ std::vector<std::string> ModuleHost::takeOffences() {
     return std::exchange(offences_, {});
 }
 
-void ModuleHost::misbehave(Rule rule) {
-    rules_.push_back({std::move(rule), 0});
-}
+void ModuleHost::misbehave(Rule rule) { rules_.push_back({std::move(rule), 0}); }
 
 Int ModuleHost::enter(PlacedBlock& block) {
     const Int context = ++lastContext_;
@@ -112,18 +106,13 @@ Int ModuleHost::serve(Message message, Int first, Int second) {
     if (rule != nullptr && rule->fault == Fault::answer) return rule->value;
     if (rule != nullptr && rule->before) rule->before();
     switch (message) {
-        case Message::triggerThreshold:
-            return reinterpret_cast<Int>(&threshold_);
-        case Message::newBlock:
-            return newBlock(second, rule);
-        case Message::releaseBlock:
-            return releaseBlock(handleOf(first));
+        case Message::triggerThreshold: return reinterpret_cast<Int>(&threshold_);
+        case Message::newBlock: return newBlock(second, rule);
+        case Message::releaseBlock: return releaseBlock(handleOf(first));
         case Message::copyHeader:
             // NOLINTNEXTLINE(performance-no-int-to-ptr)
             return copyHeader(handleOf(first), reinterpret_cast<void*>(second), rule);
-        case Message::showHelp:
-            ++helpRequests_;
-            return 0;
+        case Message::showHelp: ++helpRequests_; return 0;
         case Message::inputCount:
         case Message::outputCount: {
             const PlacedBlock* block = blockOf(first);
@@ -199,20 +188,15 @@ void ModuleHost::note(Message message, const std::string& first, Int second, Int
         case Message::newBlock:
             line += " " + std::to_string(second) + " -> " + memory_.name(handleOf(result));
             break;
-        case Message::releaseBlock:
-            line += " " + first;
-            break;
+        case Message::releaseBlock: line += " " + first; break;
         case Message::copyHeader:
             line += " " + first + " " +
                     // NOLINTNEXTLINE(performance-no-int-to-ptr)
                     memory_.name(memory_.dataAt(reinterpret_cast<void*>(second)));
             break;
         case Message::inputCount:
-        case Message::outputCount:
-            line += " -> " + std::to_string(result);
-            break;
-        default:
-            break;
+        case Message::outputCount: line += " -> " + std::to_string(result); break;
+        default: break;
     }
     trace_.push_back(std::move(line));
 }
@@ -255,9 +239,7 @@ PlacedBlock::~PlacedBlock() {
     host_.leave(context_);
 }
 
-std::string PlacedBlock::connectors() {
-    return host_.infoText(typeCode_, kConnectors, handle_);
-}
+std::string PlacedBlock::connectors() { return host_.infoText(typeCode_, kConnectors, handle_); }
 
 namespace {
 
@@ -452,9 +434,7 @@ std::int32_t PlacedBlock::getInteger(std::string_view keyword) {
     return getNumber<std::int32_t>(keyword);
 }
 
-double PlacedBlock::getReal(std::string_view keyword) {
-    return getNumber<double>(keyword);
-}
+double PlacedBlock::getReal(std::string_view keyword) { return getNumber<double>(keyword); }
 
 std::string PlacedBlock::getText(std::string_view keyword) {
     std::string bytes(256, '\0');
@@ -463,13 +443,9 @@ std::string PlacedBlock::getText(std::string_view keyword) {
     return platform::fromModuleText(bytes.c_str());
 }
 
-void PlacedBlock::set(std::string_view keyword, std::int32_t value) {
-    setNumber(keyword, value);
-}
+void PlacedBlock::set(std::string_view keyword, std::int32_t value) { setNumber(keyword, value); }
 
-void PlacedBlock::set(std::string_view keyword, double value) {
-    setNumber(keyword, value);
-}
+void PlacedBlock::set(std::string_view keyword, double value) { setNumber(keyword, value); }
 
 void PlacedBlock::set(std::string_view keyword, std::string_view text) {
     std::string bytes(text);
@@ -479,12 +455,9 @@ void PlacedBlock::set(std::string_view keyword, std::string_view text) {
 
 KeywordValue PlacedBlock::get(const KeywordRow& row) {
     switch (row.type) {
-        case ValueType::real:
-            return getReal(row.name);
-        case ValueType::text:
-            return getText(row.name);
-        default:
-            return getInteger(row.name);
+        case ValueType::real: return getReal(row.name);
+        case ValueType::text: return getText(row.name);
+        default: return getInteger(row.name);
     }
 }
 

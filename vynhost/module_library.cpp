@@ -33,9 +33,7 @@ ModuleLibrary::ModuleLibrary(const std::filesystem::path& path) : library_(load(
     }
 }
 
-ModuleLibrary::~ModuleLibrary() {
-    platform::unloadLibrary(library_);
-}
+ModuleLibrary::~ModuleLibrary() { platform::unloadLibrary(library_); }
 
 void* ModuleLibrary::find(const char* name) const noexcept {
     return platform::findFunction(library_, name);

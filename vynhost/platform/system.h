@@ -98,6 +98,7 @@ private:
 
 extern const char* const kModuleFile;    // VYNPACKM.so or VYNPACKM.dll
 extern const char* const kAnalysisFile;  // ovanlys.so or ovanlys.dll
+extern const char* const kHostProgram;   // vynhost or vynhost.exe
 
 // Null when it does not load; `why` then tells.
 void* loadLibrary(const std::filesystem::path& path, std::string& why);
@@ -115,6 +116,12 @@ void limitMemory(std::size_t bytes) noexcept;
 
 // The folder of the running program.
 std::filesystem::path programFolder();
+
+// The words after the program's name, in UTF-8. The console takes UTF-8 from now on.
+std::vector<std::string> commandLine(int argc, char** argv);
+
+// Runs a command of the system's shell and gives its exit code. For tests.
+int runShell(const std::string& command);
 
 // A text of the module's (Windows: the ANSI code page) as UTF-8.
 std::string fromModuleText(const char* text);

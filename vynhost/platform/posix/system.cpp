@@ -5,6 +5,7 @@
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -25,6 +26,7 @@ namespace vynhost::platform {
 
 const char* const kModuleFile = "VYNPACKM.so";
 const char* const kAnalysisFile = "ovanlys.so";
+const char* const kHostProgram = "vynhost";
 
 // --- Memory: a handle is the address of a master pointer ------------------------------------
 
@@ -328,6 +330,15 @@ void limitMemory(std::size_t bytes) noexcept {
 
 std::filesystem::path programFolder() {
     return std::filesystem::read_symlink("/proc/self/exe").parent_path();
+}
+
+std::vector<std::string> commandLine(int argc, char** argv) {
+    return {argv + std::min(argc, 1), argv + argc};
+}
+
+int runShell(const std::string& command) {
+    const int status = std::system(command.c_str());
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 std::string fromModuleText(const char* text) { return text; }

@@ -2,8 +2,11 @@
 
 #include <windows.h>
 
+#include <shellapi.h>
+
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <stdexcept>
 #include <unordered_map>
 #include <utility>
@@ -12,6 +15,7 @@ namespace vynhost::platform {
 
 const char* const kModuleFile = "VYNPACKM.dll";
 const char* const kAnalysisFile = "ovanlys.dll";
+const char* const kHostProgram = "vynhost.exe";
 
 namespace {
 
@@ -203,7 +207,7 @@ BOOL CALLBACK readChild(HWND child, LPARAM argument) {
         contents.isMessageBox &= ::GetDlgCtrlID(child) <= kLastBoxButton;
     } else if (isOfClass(child, "Static")) {
         if ((style & SS_TYPEMASK) == SS_ICON) {
-            contents.box.exclamation = (style & WS_VISIBLE) != 0;
+            contents.box.exclamation = ::SendMessageA(child, STM_GETICON, 0, 0) != 0;
         } else {
             contents.box.text = textOf(child);
         }
@@ -356,6 +360,22 @@ std::filesystem::path programFolder() {
     std::wstring path(32768, L'\0');
     path.resize(::GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
     return std::filesystem::path(path).parent_path();
+}
+
+std::vector<std::string> commandLine(int, char**) {
+    ::SetConsoleOutputCP(CP_UTF8);
+    int count = 0;
+    wchar_t** words = ::CommandLineToArgvW(::GetCommandLineW(), &count);
+    std::vector<std::string> result;
+    for (int i = 1; i < count; ++i)
+        result.push_back(toUtf8(words[i]));
+    ::LocalFree(words);
+    return result;
+}
+
+int runShell(const std::string& command) {
+    // The shell takes the outermost quotes off.
+    return std::system(("\"" + command + "\"").c_str());
 }
 
 std::string fromModuleText(const char* text) {

@@ -1,0 +1,162 @@
+// What is wrong in a diagram is said in one line that names file, line and key.
+#include "interface/vynhost/diagram_fixture.h"
+
+namespace vynhost::test {
+namespace {
+
+class DiagramError : public DiagramTest {
+protected:
+    DiagramError() { writeWav("s.wav", sine(64, 4)); }
+    void SetUp() override { VYN_NEEDS_TYPE(5004); }
+    const std::string source = "[source.s]\nfile = \"s.wav\"\nblock = 32\n";  // lines 1-3
+    const std::string fft = source + "[block.fft]\ntype = \"FFT\"\n";         // lines 4-5
+    const std::string wired = fft + "[wire]\n\"fft.E\" = \"s\"\n";            // lines 6-7
+};
+
+TEST_F(DiagramError, NoneInASoundDiagram) { EXPECT_EQ(errorOf(wired), ""); }
+
+TEST_F(DiagramError, OfTheSyntaxNamesTheLine) {
+    EXPECT_THAT(errorOf("[source.s]\nfile = \n"), ::testing::StartsWith("d.toml:2: "));
+}
+
+TEST_F(DiagramError, UnknownTable) {
+    EXPECT_EQ(errorOf("[sources.s]\nfile = \"s.wav\"\n"),
+              "d.toml:1: sources: no such table, did you mean source?");
+}
+
+TEST_F(DiagramError, UnknownKey) {
+    EXPECT_EQ(errorOf("[source.s]\nfile = \"s.wav\"\nblok = 32\n"),
+              "d.toml:3: source.s.blok: no such key, did you mean block?");
+}
+
+TEST_F(DiagramError, MissingFileName) {
+    EXPECT_EQ(errorOf("[source.s]\nblock = 3\n"), "d.toml:1: source.s: file is missing");
+}
+
+TEST_F(DiagramError, WrongKindOfValue) {
+    EXPECT_EQ(errorOf("[source.s]\nfile = 3\n"), "d.toml:2: source.s.file: must be a text");
+    EXPECT_EQ(errorOf("[source.s]\nfile = \"s.wav\"\nblock = 0\n"),
+              "d.toml:3: source.s.block: must be a whole number from 1 to 16777216");
+    EXPECT_EQ(errorOf("[source.s]\nfile = \"s.wav\"\ntail = \"cut\"\n"),
+              "d.toml:3: source.s.tail: \"cut\" is none of keep, drop, pad");
+}
+
+TEST_F(DiagramError, TwoNodesOfOneName) {
+    EXPECT_EQ(errorOf(source + "[block.s]\ntype = \"FFT\"\n"),
+              "d.toml:4: block.s: a source or block of this name exists already");
+}
+
+TEST_F(DiagramError, UnknownBlockType) {
+    EXPECT_EQ(errorOf("[block.b]\ntype = \"TOSpectrum\"\n"),
+              "d.toml:2: block.b.type: \"TOSpectrum\" is no block type, did you mean TOSpektrum?");
+    EXPECT_EQ(errorOf("[block.b]\ntype = 5010\n"),
+              "d.toml:2: block.b.type: \"5010\" is no block type");
+}
+
+TEST_F(DiagramError, UnknownKeyword) {
+    EXPECT_EQ(errorOf(fft + "PkWndFnct = \"HANNING\"\n"),
+              "d.toml:6: block.fft.PkWndFnct: no such keyword, did you mean PkWndFct? (there are: "
+              "PkAmplType, PkWndFct, PkWndCorrectTyp, PkWndPara, PkPhase)");
+}
+
+TEST_F(DiagramError, UnknownValueName) {
+    EXPECT_EQ(errorOf(fft + "PkWndFct = \"HANN\"\n"),
+              "d.toml:6: block.fft.PkWndFct: the block does not take \"HANN\", it keeps "
+              "\"RECTANGLE\"");
+}
+
+TEST_F(DiagramError, ValueOfAnotherType) {
+    EXPECT_EQ(errorOf(fft + "PkWndFct = 66\n"),
+              "d.toml:6: block.fft.PkWndFct: takes a name, in quotes");
+    EXPECT_EQ(errorOf(fft + "PkPhase = 0.5\n"),
+              "d.toml:6: block.fft.PkPhase: takes a whole number");
+    EXPECT_EQ(errorOf(fft + "PkWndPara = \"10\"\n"),
+              "d.toml:6: block.fft.PkWndPara: takes a number");
+    EXPECT_EQ(errorOf(fft + "PkPhase = 5000000000\n"),
+              "d.toml:6: block.fft.PkPhase: 5000000000 is out of range");
+}
+
+TEST_F(DiagramError, NoneForValuesThatReadBackDifferently) {
+    for (const char* setting :
+         {"PkAmplType = \"PSD\"", "PkAmplType = \"peak\"", "PkWndFct = \"RECTANGLE\"",
+          "PkWndCorrectTyp = 0", "PkWndCorrectTyp = 1", "PkWndCorrectTyp = 2", "PkPhase = true",
+          "PkWndPara = 3", "PkWndPara = nan"}) {
+        EXPECT_EQ(errorOf(fft + setting + "\n[wire]\n\"fft.E\" = \"s\"\n"), "") << setting;
+    }
+}
+
+TEST_F(DiagramError, UnknownConnector) {
+    EXPECT_EQ(errorOf(fft + "[wire]\n\"fft.R\" = \"s\"\n"),
+              "d.toml:7: wire.fft.R: \"fft.R\" is no input; fft has E");
+    EXPECT_EQ(errorOf(wired + "[sink.x]\nfrom = \"fft.P\"\ncsv = \"x.csv\"\n"),
+              "d.toml:9: sink.x.from: \"fft.P\" is no output; fft has S");
+    EXPECT_EQ(errorOf(fft + "[wire]\n\"fft.E\" = \"s.E\"\n"),
+              "d.toml:7: wire.fft.E: \"s.E\": a source has no connectors");
+}
+
+TEST_F(DiagramError, UnknownNode) {
+    EXPECT_EQ(errorOf(fft + "[wire]\n\"fftt.E\" = \"s\"\n"),
+              "d.toml:7: wire.fftt.E: \"fftt\" is no block, did you mean fft?");
+    EXPECT_EQ(errorOf(fft + "[wire]\n\"fft.E\" = \"q\"\n"),
+              "d.toml:7: wire.fft.E: \"q\" is neither source nor block, did you mean s?");
+}
+
+TEST_F(DiagramError, MissingWire) {
+    EXPECT_EQ(errorOf(source + "[block.back]\ntype = 5005\n[wire]\n\"back.R\" = \"s\"\n"),
+              "d.toml:4: block.back: every input of this block must be wired; missing: back.I");
+}
+
+TEST_F(DiagramError, Cycle) {
+    VYN_NEEDS_TYPE(5005);
+    EXPECT_EQ(errorOf("[block.a]\ntype = 5004\n[block.b]\ntype = 5005\n[wire]\n\"a.E\" = \"b.A\"\n"
+                      "\"b.R\" = \"a.S\"\n\"b.I\" = \"a.S\"\n"),
+              "d.toml:1: block.a: the wires form a cycle: a -> b -> a");
+}
+
+TEST_F(DiagramError, Recordings) {
+    EXPECT_EQ(errorOf("[source.s]\nfile = \"none.wav\"\n"),
+              "d.toml:2: source.s.file: none.wav: no such file");
+    write("noise.wav", "this is not a recording");
+    EXPECT_EQ(errorOf("[source.s]\nfile = \"noise.wav\"\n"),
+              "d.toml:2: source.s.file: noise.wav: is no WAV file");
+    std::string cut = read(folder() / "s.wav");
+    cut.resize(cut.size() - 40);
+    write("cut.wav", cut);
+    EXPECT_EQ(errorOf("[source.s]\nfile = \"cut.wav\"\n"),
+              "d.toml:2: source.s.file: cut.wav: is truncated: its head promises 64 samples per "
+              "channel, the file holds 44");
+    write("bad.csv", "t;a\n0;1\n1;x\n");
+    EXPECT_EQ(errorOf("[source.s]\nfile = \"bad.csv\"\n"),
+              "d.toml:2: source.s.file: bad.csv: line 3: \"x\" is no number");
+    write("uneven.csv", "t,a\n0,1\n1,2\n3,3\n");
+    EXPECT_EQ(errorOf("[source.s]\nfile = \"uneven.csv\"\n"),
+              "d.toml:2: source.s.file: uneven.csv: has no evenly rising x column (give rate when "
+              "it has none)");
+    EXPECT_EQ(errorOf("[source.s]\nfile = \"s.wav\"\nchannels = [2]\n"),
+              "d.toml:3: source.s.channels: channel 2 does not exist: s.wav has 1");
+}
+
+TEST_F(DiagramError, DataThatIsNeverTaken) {
+    VYN_NEEDS_TYPE(5005);
+    writeWav("long.wav", sine(128, 4));
+    int code = 0;
+    EXPECT_EQ(errorOf(source + "[source.l]\nfile = \"long.wav\"\nblock = 32\n[block.back]\n"
+                               "type = 5005\n[wire]\n\"back.R\" = \"s\"\n\"back.I\" = \"l\"\n",
+                      code),
+              "d.toml:7: block.back: the data at back.I is not taken, nothing comes to back.R");
+    EXPECT_EQ(code, kStalled);
+}
+
+TEST_F(DiagramError, OfABlockCarriesItsOwnText) {
+    VYN_NEEDS_TYPE(5007);
+    VYN_NEEDS_BOXES();
+    int code = 0;
+    EXPECT_EQ(errorOf(source + "[block.low]\ntype = \"Filter\"\nPkCutoffFreq = 4000\n[wire]\n"
+                               "\"low.E\" = \"s\"\n",
+                      code),
+              "d.toml:4: block.low: Fehler ! Die Grenzfrenz ist gößer als die halbe Abtastrate.");
+    EXPECT_EQ(code, kBlockError);
+}
+
+}  // namespace
+}  // namespace vynhost::test

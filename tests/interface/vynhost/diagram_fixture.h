@@ -1,0 +1,43 @@
+// Tests of vynhost: diagrams written into a folder of their own, run inside the test's host.
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "interface/host_fixture.h"
+#include "vynhost/diagram.h"
+#include "vynhost/errors.h"
+#include "vynhost/runner.h"
+
+namespace vynhost::test {
+
+class DiagramTest : public HostTest {
+protected:
+    DiagramTest();
+    ~DiagramTest() override;
+
+    std::filesystem::path folder() const { return folder_; }
+    std::filesystem::path write(const std::string& name, const std::string& content) const;
+    // A 16-bit WAV file of these samples, full scale = 1.
+    std::filesystem::path writeWav(const std::string& name, const std::vector<float>& interleaved,
+                                   int channels = 1, int rate = 8000) const;
+    static std::string read(const std::filesystem::path& file);
+
+    // What the file says that the runner or the reader raises; "" when nothing is raised. The
+    // diagram's own folder is cut away.
+    std::string errorOf(const std::string& toml) const;
+    std::string errorOf(const std::string& toml, int& code) const;
+
+    // A ramp-free test signal: the sine of `periods` periods over `samples`.
+    static std::vector<float> sine(int samples, int periods, float amplitude = 0.5F);
+
+    const std::map<std::string, std::filesystem::path> noInputs;
+
+private:
+    std::filesystem::path folder_;
+};
+
+}  // namespace vynhost::test

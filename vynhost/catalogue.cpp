@@ -1,0 +1,125 @@
+#include "vynhost/catalogue.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <nlohmann/json.hpp>
+#include <variant>
+
+#include "vynhost/text.h"
+
+namespace vynhost {
+namespace {
+
+constexpr std::array<const char*, kTypes> kClassNames = {
+    "TOKlassierung", "TOTerz_Oktave",  "TOStatistik",     "TOMittelwert", "TOSpektrum",
+    "TOInverseFFT",  "TODualSpektrum", "TODigitalFilter", "TOFreqWeight", "TOLevel"};
+
+std::string padded(std::string text, std::size_t width) {
+    text.resize(std::max(width, text.size()), ' ');
+    return text;
+}
+
+// Numbers that JSON lacks become texts.
+nlohmann::ordered_json jsonValue(const KeywordValue& value) {
+    if (const auto* integer = std::get_if<std::int32_t>(&value)) return *integer;
+    if (const auto* real = std::get_if<double>(&value)) {
+        if (std::isfinite(*real)) return *real;
+        return toText(*real);
+    }
+    return std::get<std::string>(value);
+}
+
+}  // namespace
+
+std::vector<TypeInfo> moduleTypes(ModuleHost& host) {
+    std::vector<TypeInfo> types;
+    const auto count = static_cast<int>(host.getInfo(kFirstType, kTypeCount));
+    for (int code = kFirstType; code < kFirstType + count; ++code) {
+        if (host.getInfo(code, kIsType) == 0) continue;
+        const auto index = static_cast<std::size_t>(code - kFirstType);
+        types.push_back({code, index < kClassNames.size() ? kClassNames[index] : "",
+                         host.infoText(code, kLongName), host.infoText(code, kShortName),
+                         host.creates(code)});
+    }
+    return types;
+}
+
+std::vector<std::string> connectorNames(const std::string& letters) {
+    std::vector<std::string> names;
+    for (std::size_t i = 0; i < letters.size(); ++i) {
+        const char letter = letters[i];
+        std::string name(1, letter);
+        if (std::count(letters.begin(), letters.end(), letter) > 1) {
+            const auto before = letters.begin() + static_cast<std::ptrdiff_t>(i) + 1;
+            name += std::to_string(std::count(letters.begin(), before, letter));
+        }
+        names.push_back(name);
+    }
+    return names;
+}
+
+std::string typeText(ValueType type) {
+    switch (type) {
+        case ValueType::real: return "number";
+        case ValueType::integer: return "integer";
+        case ValueType::text: return "text";
+        case ValueType::flag: return "flag";
+    }
+    return "unknown";
+}
+
+std::string valueText(const KeywordValue& value) {
+    if (const auto* text = std::get_if<std::string>(&value)) return *text;
+    if (const auto* real = std::get_if<double>(&value)) return toText(*real);
+    return std::to_string(std::get<std::int32_t>(value));
+}
+
+std::string listAsText(ModuleHost& host) {
+    std::string text;
+    for (const TypeInfo& type : moduleTypes(host)) {
+        text += std::to_string(type.code) + "  " + padded(type.className, 16) + type.longName;
+        if (type.shortName != type.longName) text += " (" + type.shortName + ")";
+        if (!type.creatable) {
+            text += "\n      not available\n\n";
+            continue;
+        }
+        PlacedBlock block(host, type.code);
+        text += "\n      inputs " + joined(connectorNames(block.inputLetters())) + "; outputs " +
+                joined(connectorNames(block.outputLetters())) + "\n";
+        for (const KeywordRow& row : block.keywords()) {
+            text += "      " + padded(row.name, 18) + padded(typeText(row.type), 9) +
+                    valueText(block.get(row)) + "\n";
+        }
+        text += "\n";
+    }
+    if (text.ends_with("\n\n")) text.pop_back();
+    return text;
+}
+
+std::string listAsJson(ModuleHost& host) {
+    nlohmann::ordered_json types = nlohmann::ordered_json::array();
+    for (const TypeInfo& type : moduleTypes(host)) {
+        nlohmann::ordered_json entry = {{"code", type.code},
+                                        {"class", type.className},
+                                        {"name", type.longName},
+                                        {"shortName", type.shortName},
+                                        {"available", type.creatable}};
+        if (type.creatable) {
+            PlacedBlock block(host, type.code);
+            entry["connectors"] = block.connectors();
+            entry["inputs"] = connectorNames(block.inputLetters());
+            entry["outputs"] = connectorNames(block.outputLetters());
+            entry["keywords"] = nlohmann::ordered_json::array();
+            for (const KeywordRow& row : block.keywords()) {
+                entry["keywords"].push_back({{"name", row.name},
+                                             {"type", typeText(row.type)},
+                                             {"value", jsonValue(block.get(row))}});
+            }
+        }
+        types.push_back(std::move(entry));
+    }
+    return nlohmann::ordered_json{{"types", std::move(types)}}.dump(2) + "\n";
+}
+
+}  // namespace vynhost

@@ -1,0 +1,32 @@
+// What the module offers, asked from the module itself.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "vynhost/module_host.h"
+
+namespace vynhost {
+
+struct TypeInfo {
+    int code;
+    std::string className;
+    std::string longName;
+    std::string shortName;
+    bool creatable;
+};
+
+std::vector<TypeInfo> moduleTypes(ModuleHost& host);
+
+// The names of a block's connectors: its letter, or letter and number (from 1) where a letter
+// stands at several inputs or several outputs.
+std::vector<std::string> connectorNames(const std::string& letters);
+
+std::string typeText(ValueType type);
+std::string valueText(const KeywordValue& value);
+
+// All creatable types with connectors and keywords, for people and for programs.
+std::string listAsText(ModuleHost& host);
+std::string listAsJson(ModuleHost& host);
+
+}  // namespace vynhost

@@ -1,0 +1,144 @@
+// vynhost: lists the module's blocks and runs diagrams of them over recordings.
+#include <CLI/CLI.hpp>
+
+#include <iostream>
+#include <map>
+
+#include "vynhost/catalogue.h"
+#include "vynhost/diagram.h"
+#include "vynhost/errors.h"
+#include "vynhost/module_host.h"
+#include "vynhost/platform/system.h"
+#include "vynhost/results.h"
+#include "vynhost/runner.h"
+#include "vynhost/svg_chart.h"
+#include "vynhost/text.h"
+
+namespace vynhost {
+namespace {
+
+struct ListArguments {
+    bool json = false;
+};
+
+struct RunArguments {
+    std::string diagram;
+    std::vector<std::string> inputs;  // NAME=FILE
+    std::string out = ".";
+    bool quiet = false;
+};
+
+// The module beside the program, which finds its analysis library there as well unless a place has
+// been set up.
+ModuleLibrary loadModule() {
+    if (!platform::sharedDirectory()) {
+        platform::setSharedDirectory(textOf(platform::programFolder()));
+    }
+    return ModuleLibrary(ModuleLibrary::defaultPath());
+}
+
+std::map<std::string, std::filesystem::path> replacedFiles(const std::vector<std::string>& inputs) {
+    std::map<std::string, std::filesystem::path> files;
+    for (const std::string& input : inputs) {
+        const std::size_t equals = input.find('=');
+        if (equals == std::string::npos || equals == 0) {
+            throw InputError("--input " + input + ": must be NAME=FILE");
+        }
+        files[input.substr(0, equals)] = pathOf(input.substr(equals + 1));
+    }
+    return files;
+}
+
+void writeSinks(const Diagram& diagram, const Runner& runner, const RunArguments& arguments) {
+    ResultFiles files(pathOf(arguments.out));
+    for (const SinkSpec& sink : diagram.sinks) {
+        const std::vector<Series> series = seriesOf(sink, runner);
+        if (!sink.csv.empty()) files.add(sink.csv, csvOf(sink, series));
+        if (!sink.svg.empty()) {
+            files.add(sink.svg,
+                      svgChart(series, {sink.title, sink.logX, sink.decibels, sink.reference}));
+        }
+    }
+    for (const std::filesystem::path& path : files.commit()) {
+        if (!arguments.quiet) std::cout << "wrote " << textOf(path) << '\n';
+    }
+}
+
+int list(const ListArguments& arguments) {
+    const ModuleLibrary module = loadModule();
+    ModuleHost host(module);
+    std::cout << (arguments.json ? listAsJson(host) : listAsText(host));
+    return kSuccess;
+}
+
+int run(const RunArguments& arguments) {
+    const Diagram diagram = readDiagram(pathOf(arguments.diagram));
+    const ModuleLibrary module = loadModule();
+    ModuleHost host(module);
+    Runner runner(host, diagram, replacedFiles(arguments.inputs));
+    runner.run();
+    std::vector<Comparison> comparisons;
+    for (const CompareSpec& compare : diagram.comparisons) {
+        comparisons.push_back(compareSignals(compare, runner));
+    }
+    if (!arguments.quiet) {
+        for (const std::string& note : runner.notes())
+            std::cout << note << '\n';
+    }
+    writeSinks(diagram, runner, arguments);
+    int code = kSuccess;
+    for (const Comparison& comparison : comparisons) {
+        if (!arguments.quiet) std::cout << comparison.line << '\n';
+        if (!comparison.within) code = kDifferent;
+        if (!comparison.within && arguments.quiet) std::cerr << comparison.line << '\n';
+    }
+    return code;
+}
+
+std::string versionText() {
+    return "vynhost " VYN_VERSION ", module interface " + std::to_string(kInterfaceVersion);
+}
+
+int main(const std::vector<std::string>& words) {
+    CLI::App app("Runs diagrams of signal-analysis blocks over recordings.", "vynhost");
+    app.require_subcommand(1);
+    app.set_version_flag("--version", versionText());
+    int code = kSuccess;
+
+    ListArguments listArguments;
+    CLI::App* listCommand = app.add_subcommand("list", "Lists block types and their keywords");
+    listCommand->add_flag("--json", listArguments.json, "As JSON");
+    listCommand->callback([&] { code = list(listArguments); });
+
+    RunArguments runArguments;
+    CLI::App* runCommand = app.add_subcommand("run", "Runs a diagram");
+    runCommand->add_option("DIAGRAM", runArguments.diagram, "A TOML file")->required();
+    runCommand->add_option("--input", runArguments.inputs,
+                           "NAME=FILE: another recording for a source");
+    runCommand->add_option("--out", runArguments.out, "Folder of the results (default: here)");
+    runCommand->add_flag("--quiet", runArguments.quiet, "Errors only");
+    runCommand->callback([&] { code = run(runArguments); });
+
+    try {
+        app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? kSuccess : kWrongInput;
+    } catch (const RunError& error) {
+        std::cerr << "vynhost: " << error.what() << '\n';
+        return error.code();
+    } catch (const ModuleError& error) {
+        std::cerr << "vynhost: " << error.what() << '\n';
+        return kNoModule;
+    } catch (const std::exception& error) {
+        std::cerr << "vynhost: " << error.what() << '\n';
+        return kWrongInput;
+    }
+    return code;
+}
+
+}  // namespace
+}  // namespace vynhost
+
+int main(int argc, char** argv) {
+    return vynhost::main(vynhost::platform::commandLine(argc, argv));
+}

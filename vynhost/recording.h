@@ -1,0 +1,50 @@
+// Recordings: samples read in order, channels interleaved.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <span>
+#include <stdexcept>
+#include <string>
+
+namespace vynhost {
+
+// A file that is no recording, or ends too early. The text names no file: who opened it knows.
+struct RecordingError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+class Recording {
+public:
+    virtual ~Recording() = default;
+
+    int channels() const noexcept { return channels_; }
+    double rate() const noexcept { return rate_; }  // samples per second and channel
+    std::int64_t frames() const noexcept { return frames_; }
+    double start() const noexcept { return start_; }  // x of the first sample
+
+    // Reads as many whole frames as the span holds or the recording has left, and gives their
+    // number. Raises RecordingError when the file ends before its head says so.
+    virtual std::size_t read(std::span<float> interleaved) = 0;
+
+protected:
+    int channels_ = 0;
+    double rate_ = 0;
+    std::int64_t frames_ = 0;
+    double start_ = 0;
+};
+
+// Opens by content and name: WAV, CSV (*.csv, *.tsv, *.txt), else what the audio library reads.
+// `rate` says that a CSV file has no x column. Integer samples are scaled to full scale = 1.
+std::unique_ptr<Recording> openRecording(const std::filesystem::path& file,
+                                         std::optional<double> rate);
+
+// The readers behind it.
+std::unique_ptr<Recording> openWav(const std::filesystem::path& file);
+std::unique_ptr<Recording> openCsv(const std::filesystem::path& file, std::optional<double> rate);
+// Defined per system; raises RecordingError where there is no audio library.
+std::unique_ptr<Recording> openOtherAudio(const std::filesystem::path& file);
+
+}  // namespace vynhost

@@ -1,0 +1,504 @@
+#include "vynhost/runner.h"
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <utility>
+
+#include "vynhost/catalogue.h"
+#include "vynhost/text.h"
+
+namespace vynhost {
+
+struct Runner::Source {
+    const SourceSpec* spec;
+    std::filesystem::path file;
+    std::unique_ptr<Recording> recording;
+    std::vector<int> channels;  // from 0
+    std::int64_t position = 0;
+    bool ended = false;
+    Outlet outlet;
+};
+
+struct Runner::Node {
+    const BlockSpec* spec;
+    std::unique_ptr<PlacedBlock> block;
+    std::vector<std::string> inputs;
+    std::vector<bool> wired;
+    std::vector<std::string> outputs;
+    std::vector<Outlet> outlets;
+    std::vector<Node*> before;  // whose outputs come in here
+};
+
+namespace {
+
+// The place of a name in a list, where "A" also means "A1".
+std::optional<std::size_t> indexOf(const std::vector<std::string>& names, const std::string& name) {
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        if (names[i] == name || names[i] == name + "1") return i;
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+Runner::Runner(ModuleHost& host, const Diagram& diagram,
+               const std::map<std::string, std::filesystem::path>& inputs)
+    : host_(host), diagram_(diagram) {
+    openSources(inputs);
+    placeBlocks();
+    wire();
+    orderBlocks();
+    for (const SinkSpec& sink : diagram_.sinks) {
+        for (const ConnectorName& name : sink.from)
+            outletOf(name).kept = true;
+    }
+    for (const CompareSpec& compare : diagram_.comparisons) {
+        outletOf(compare.of).kept = true;
+        outletOf(compare.with).kept = true;
+    }
+}
+
+Runner::~Runner() = default;
+
+// --- Setting up -----------------------------------------------------------------------------
+
+void Runner::openSources(const std::map<std::string, std::filesystem::path>& inputs) {
+    for (const SourceSpec& spec : diagram_.sources) {
+        auto source = std::make_unique<Source>();
+        source->spec = &spec;
+        const auto replaced = inputs.find(spec.name);
+        source->file = replaced == inputs.end() ? spec.file : replaced->second;
+        try {
+            source->recording = openRecording(source->file, spec.rate);
+        } catch (const RecordingError& error) {
+            throw InputError(spec.filePlace, textOf(source->file) + ": " + error.what());
+        }
+        const int channels = source->recording->channels();
+        if (spec.channels.empty()) {
+            for (int c = 0; c < channels; ++c)
+                source->channels.push_back(c);
+        }
+        for (const int channel : spec.channels) {
+            if (channel > channels) {
+                throw InputError(spec.channelsPlace,
+                                 "channel " + std::to_string(channel) + " does not exist: " +
+                                     textOf(source->file) + " has " + std::to_string(channels));
+            }
+            source->channels.push_back(channel - 1);
+        }
+        source->outlet.collected = {spec.name, spec.unit, {}};
+        sources_.push_back(std::move(source));
+    }
+    for (const auto& [name, file] : inputs) {
+        if (findSource(name) == nullptr) {
+            std::vector<std::string> names;
+            for (const auto& source : sources_)
+                names.push_back(source->spec->name);
+            throw InputError("--input " + name + "=" + textOf(file) + ": no such source" +
+                             didYouMean(name, names));
+        }
+    }
+}
+
+void Runner::placeBlocks() {
+    const std::vector<TypeInfo> types = moduleTypes(host_);
+    for (const BlockSpec& spec : diagram_.blocks) {
+        const auto type = std::find_if(types.begin(), types.end(), [&](const TypeInfo& info) {
+            return equalIgnoringCase(spec.type, info.longName) ||
+                   equalIgnoringCase(spec.type, info.shortName) ||
+                   equalIgnoringCase(spec.type, info.className) ||
+                   spec.type == std::to_string(info.code);
+        });
+        if (type == types.end()) {
+            std::vector<std::string> names;
+            for (const TypeInfo& info : types) {
+                for (const std::string& name : {info.longName, info.shortName, info.className}) {
+                    names.push_back(name);
+                }
+            }
+            throw InputError(spec.typePlace, "\"" + spec.type + "\" is no block type" +
+                                                 didYouMean(spec.type, names));
+        }
+        auto node = std::make_unique<Node>();
+        node->spec = &spec;
+        node->block = std::make_unique<PlacedBlock>(host_, type->code);
+        if (!node->block->created()) {
+            throw InputError(spec.typePlace, "the module cannot create a \"" + spec.type + "\"");
+        }
+        applySettings(*node);
+        node->inputs = connectorNames(node->block->inputLetters());
+        node->outputs = connectorNames(node->block->outputLetters());
+        node->wired.resize(node->inputs.size());
+        for (const std::string& output : node->outputs) {
+            node->outlets.push_back({});
+            node->outlets.back().collected.name = spec.name + "." + output;
+        }
+        nodes_.push_back(std::move(node));
+    }
+}
+
+namespace {
+
+// What the block says about a keyword after it has been set.
+KeywordValue setAndRead(PlacedBlock& block, const KeywordRow& row, const KeywordValue& value) {
+    block.set(row, value);
+    return block.get(row);
+}
+
+// The block stored the text's meaning: it reads back as set, or as another name than the one that
+// stands for anything unknown (several values read back under a longer name).
+bool acceptsText(PlacedBlock& block, const KeywordRow& row, const std::string& text) {
+    const auto fallback = std::get<std::string>(setAndRead(block, row, std::string("?")));
+    const auto read = std::get<std::string>(setAndRead(block, row, text));
+    return equalIgnoringCase(read, text) || !equalIgnoringCase(read, fallback);
+}
+
+// The block stored the number: it reads back as set, or differently from its neighbour (some
+// numbers read back with an offset).
+bool acceptsInteger(PlacedBlock& block, const KeywordRow& row, std::int32_t number) {
+    const KeywordValue neighbours = setAndRead(block, row, number == 0 ? 1 : number - 1);
+    const KeywordValue read = setAndRead(block, row, number);
+    return read == KeywordValue(number) || read != neighbours;
+}
+
+bool acceptsReal(PlacedBlock& block, const KeywordRow& row, double number) {
+    const auto read = std::get<double>(setAndRead(block, row, number));
+    return read == number || (std::isnan(read) && std::isnan(number));
+}
+
+// The setting in the keyword's own type; raises InputError when it is of another.
+KeywordValue typedValue(const Setting& setting, const KeywordRow& row) {
+    const auto* text = std::get_if<std::string>(&setting.value);
+    const auto* integer = std::get_if<std::int64_t>(&setting.value);
+    const auto* real = std::get_if<double>(&setting.value);
+    if (row.type == ValueType::text) {
+        if (text == nullptr) throw InputError(setting.place, "takes a name, in quotes");
+        return *text;
+    }
+    if (row.type == ValueType::real) {
+        if (text != nullptr) throw InputError(setting.place, "takes a number");
+        return real != nullptr ? *real : static_cast<double>(*integer);
+    }
+    if (integer == nullptr) throw InputError(setting.place, "takes a whole number");
+    if (*integer != static_cast<std::int32_t>(*integer)) {
+        throw InputError(setting.place, std::to_string(*integer) + " is out of range");
+    }
+    return static_cast<std::int32_t>(*integer);
+}
+
+}  // namespace
+
+void Runner::applySettings(Node& node) {
+    PlacedBlock& block = *node.block;
+    const std::vector<KeywordRow> rows = block.keywords();
+    for (const Setting& setting : node.spec->settings) {
+        const auto row = std::find_if(rows.begin(), rows.end(), [&](const KeywordRow& keyword) {
+            return equalIgnoringCase(keyword.name, setting.keyword);
+        });
+        if (row == rows.end()) {
+            std::vector<std::string> names;
+            for (const KeywordRow& keyword : rows)
+                names.push_back(keyword.name);
+            throw InputError(setting.place, "no such keyword" + didYouMean(setting.keyword, names) +
+                                                " (there are: " + joined(names) + ")");
+        }
+        const KeywordValue value = typedValue(setting, *row);
+        bool accepted = false;
+        if (const auto* text = std::get_if<std::string>(&value)) {
+            accepted = acceptsText(block, *row, *text);
+        } else if (const auto* real = std::get_if<double>(&value)) {
+            accepted = acceptsReal(block, *row, *real);
+        } else {
+            accepted = acceptsInteger(block, *row, std::get<std::int32_t>(value));
+        }
+        if (!accepted) {
+            throw InputError(setting.place, "the block does not take \"" + valueText(value) +
+                                                "\", it keeps \"" + valueText(block.get(*row)) +
+                                                "\"");
+        }
+    }
+}
+
+Runner::Node* Runner::findNode(const std::string& name) {
+    const auto found = std::find_if(nodes_.begin(), nodes_.end(),
+                                    [&](const auto& node) { return node->spec->name == name; });
+    return found == nodes_.end() ? nullptr : found->get();
+}
+
+Runner::Source* Runner::findSource(const std::string& name) {
+    const auto found = std::find_if(sources_.begin(), sources_.end(),
+                                    [&](const auto& source) { return source->spec->name == name; });
+    return found == sources_.end() ? nullptr : found->get();
+}
+
+std::vector<std::string> Runner::nodeNames() const {
+    std::vector<std::string> names;
+    for (const auto& source : sources_)
+        names.push_back(source->spec->name);
+    for (const auto& node : nodes_)
+        names.push_back(node->spec->name);
+    return names;
+}
+
+Runner::Outlet& Runner::outletOf(const ConnectorName& name) {
+    if (Source* source = findSource(name.node)) {
+        if (!name.letter.empty()) {
+            throw InputError(name.place, "\"" + name.text() + "\": a source has no connectors");
+        }
+        return source->outlet;
+    }
+    Node* node = findNode(name.node);
+    if (node == nullptr) {
+        throw InputError(name.place, "\"" + name.node + "\" is neither source nor block" +
+                                         didYouMean(name.node, nodeNames()));
+    }
+    const auto output = indexOf(node->outputs, name.letter);
+    if (!output) {
+        throw InputError(name.place, "\"" + name.text() + "\" is no output; " + node->spec->name +
+                                         " has " + joined(node->outputs));
+    }
+    return node->outlets[*output];
+}
+
+void Runner::wire() {
+    for (const WireSpec& wire : diagram_.wires) {
+        Node* node = findNode(wire.to.node);
+        if (node == nullptr) {
+            std::vector<std::string> names;
+            for (const auto& other : nodes_)
+                names.push_back(other->spec->name);
+            throw InputError(wire.to.place, "\"" + wire.to.node + "\" is no block" +
+                                                didYouMean(wire.to.node, names));
+        }
+        const auto input = indexOf(node->inputs, wire.to.letter);
+        if (!input) {
+            throw InputError(wire.to.place, "\"" + wire.to.text() + "\" is no input; " +
+                                                node->spec->name + " has " + joined(node->inputs));
+        }
+        if (node->wired[*input]) {
+            throw InputError(wire.to.place, "the input is wired twice");
+        }
+        node->wired[*input] = true;
+        outletOf(wire.from).targets.push_back({node, static_cast<int>(*input)});
+        if (Node* from = findNode(wire.from.node)) node->before.push_back(from);
+    }
+    int channel = 0;
+    for (const auto& node : nodes_) {
+        node->block->wireAll();
+        for (std::size_t i = 0; i < node->inputs.size(); ++i) {
+            node->block->wireInput(static_cast<int>(i), node->wired[i] ? channel++ : -1);
+        }
+    }
+}
+
+// Every block after those that it is fed by; raises InputError for a cycle.
+void Runner::orderBlocks() {
+    enum class Mark { unseen, open, done };
+    std::map<Node*, Mark> marks;
+    std::vector<Node*> path;
+    const std::function<void(Node&)> visit = [&](Node& node) {
+        if (marks[&node] == Mark::done) return;
+        path.push_back(&node);
+        if (marks[&node] == Mark::open) {
+            std::string cycle = node.spec->name;
+            for (auto step = path.rbegin() + 1; step != path.rend(); ++step) {
+                cycle += " -> " + (*step)->spec->name;
+                if (*step == &node) break;
+            }
+            throw InputError(node.spec->place, "the wires form a cycle: " + cycle);
+        }
+        marks[&node] = Mark::open;
+        for (Node* before : node.before)
+            visit(*before);
+        marks[&node] = Mark::done;
+        path.pop_back();
+        order_.push_back(&node);
+    };
+    for (const auto& node : nodes_)
+        visit(*node);
+
+    // The unit of a recording travels along the wires.
+    for (const auto& source : sources_) {
+        for (const Target& target : source->outlet.targets) {
+            for (Outlet& outlet : target.node->outlets) {
+                if (outlet.collected.unit.empty()) outlet.collected.unit = source->spec->unit;
+            }
+        }
+    }
+    for (Node* node : order_) {
+        for (const Outlet& outlet : node->outlets) {
+            for (const Target& target : outlet.targets) {
+                for (Outlet& next : target.node->outlets) {
+                    if (next.collected.unit.empty()) next.collected.unit = outlet.collected.unit;
+                }
+            }
+        }
+    }
+}
+
+// --- Running --------------------------------------------------------------------------------
+
+void Runner::run() {
+    struct Stopper {
+        std::vector<Node*>& order;
+        ~Stopper() {
+            for (Node* node : order)
+                node->block->stop();
+        }
+    };
+    {
+        const Stopper stopper{order_};
+        for (Node* node : order_)
+            node->block->initSim();
+        bool moves = true;
+        while (moves) {
+            moves = false;
+            for (const auto& source : sources_)
+                moves |= feed(*source);
+            for (Node* node : order_) {
+                moves |= step(*node);
+                moves |= handOn(*node);
+            }
+        }
+        raiseIfDataWaits();
+    }
+}
+
+bool Runner::targetsFree(const Outlet& outlet) {
+    return std::none_of(outlet.targets.begin(), outlet.targets.end(), [](const Target& target) {
+        return target.node->block->waits(target.input);
+    });
+}
+
+void Runner::deliver(Outlet& outlet, ChannelData data) {
+    for (const Target& target : outlet.targets) {
+        if (target.node->block->put(target.input, data) == Handle::none) {
+            throw RunError(kWrongInput, "memory is out");
+        }
+    }
+    if (outlet.kept) outlet.collected.blocks.push_back(std::move(data));
+}
+
+bool Runner::feed(Source& source) {
+    if (source.ended || !targetsFree(source.outlet)) return false;
+    const SourceSpec& spec = *source.spec;
+    Recording& recording = *source.recording;
+    const auto all = static_cast<std::size_t>(recording.channels());
+    const auto block = static_cast<std::size_t>(spec.block);
+    std::vector<float> read(block * all);
+    std::size_t frames = 0;
+    try {
+        frames = recording.read(read);
+    } catch (const RecordingError& error) {
+        throw InputError(spec.filePlace, textOf(source.file) + ": " + error.what());
+    }
+    source.ended = frames < block || source.position + spec.block == recording.frames();
+    const std::size_t rest = frames < block ? frames : 0;
+    if (source.ended) {
+        std::string note = spec.name + ": " + textOf(source.file) + ", " +
+                           std::to_string(recording.frames()) + " samples at " +
+                           toText(recording.rate()) + " Hz, " +
+                           std::to_string(source.channels.size()) +
+                           (source.channels.size() == 1 ? " channel" : " channels");
+        if (rest > 0 && spec.tail == Tail::drop) {
+            note += "; the last " + std::to_string(rest) + " left out";
+        } else if (rest > 0 && spec.tail == Tail::pad) {
+            note += "; " + std::to_string(block - rest) + " zeros added at the end";
+        }
+        notes_.push_back(note);
+    }
+    if (frames == 0 || (rest > 0 && spec.tail == Tail::drop)) return true;
+
+    const std::size_t samples = spec.tail == Tail::pad ? block : frames;
+    std::vector<float> values(samples * source.channels.size());
+    const auto scale = static_cast<float>(spec.fullScale);
+    for (std::size_t i = 0; i < frames; ++i) {
+        for (std::size_t c = 0; c < source.channels.size(); ++c) {
+            values[i * source.channels.size() + c] =
+                scale * read[i * all + static_cast<std::size_t>(source.channels[c])];
+        }
+    }
+    ChannelData data = timeSignal(std::move(values), static_cast<int>(source.channels.size()),
+                                  1.0 / recording.rate());
+    data.header.xStart =
+        recording.start() + static_cast<double>(source.position) / recording.rate();
+    data.header.displayMinimum = -spec.fullScale;
+    data.header.displaySpan = 2 * spec.fullScale;
+    source.position += static_cast<std::int64_t>(frames);
+    deliver(source.outlet, std::move(data));
+    return true;
+}
+
+bool Runner::step(Node& node) {
+    PlacedBlock& block = *node.block;
+    const auto picture = [&] {
+        std::vector<Handle> handles;
+        for (int i = 0; i < kMaxConnectors; ++i) {
+            handles.push_back(block.inputData(i));
+            handles.push_back(block.outputData(i));
+        }
+        return handles;
+    };
+    const std::vector<Handle> before = picture();
+    const Int result = block.simulate();
+    if (!host_.boxes().empty() || result == kFailed) raiseBlockError(node);
+    if (result == kNotWired) {
+        std::vector<std::string> open;
+        for (std::size_t i = 0; i < node.inputs.size(); ++i) {
+            if (!node.wired[i]) open.push_back(node.spec->name + "." + node.inputs[i]);
+        }
+        throw InputError(node.spec->place,
+                         "every input of this block must be wired; missing: " + joined(open));
+    }
+    return picture() != before;
+}
+
+bool Runner::handOn(Node& node) {
+    bool moved = false;
+    for (std::size_t j = 0; j < node.outlets.size(); ++j) {
+        const auto output = static_cast<int>(j);
+        if (!node.block->delivered(output) || !targetsFree(node.outlets[j])) continue;
+        deliver(node.outlets[j], *node.block->take(output));
+        moved = true;
+    }
+    return moved;
+}
+
+void Runner::raiseBlockError(Node& node) {
+    node.block->errorShow();
+    std::string text;
+    for (const Box& box : host_.takeBoxes()) {
+        if (!text.empty()) continue;  // the first says it
+        text = onOneLine(box.text);
+    }
+    if (text.empty()) text = "failed without a message";
+    throw RunError(kBlockError, textOf(diagram_.file) + ":" +
+                                    std::to_string(node.spec->place.line) + ": block." +
+                                    node.spec->name + ": " + text);
+}
+
+void Runner::raiseIfDataWaits() const {
+    for (const Node* node : order_) {
+        std::vector<std::string> waiting;
+        std::vector<std::string> empty;
+        for (std::size_t i = 0; i < node->inputs.size(); ++i) {
+            if (!node->wired[i]) continue;
+            const bool waits = node->block->waits(static_cast<int>(i));
+            (waits ? waiting : empty).push_back(node->spec->name + "." + node->inputs[i]);
+        }
+        if (waiting.empty()) continue;
+        std::string text = textOf(diagram_.file) + ":" + std::to_string(node->spec->place.line) +
+                           ": block." + node->spec->name + ": the data at " + joined(waiting) +
+                           " is not taken";
+        text += empty.empty() ? " (do the inputs fit together?)"
+                              : ", nothing comes to " + joined(empty);
+        throw RunError(kStalled, text);
+    }
+}
+
+const Collected& Runner::collected(const ConnectorName& name) const {
+    return const_cast<Runner*>(this)->outletOf(name).collected;
+}
+
+}  // namespace vynhost

@@ -1,0 +1,247 @@
+#include "vynhost/svg_chart.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+
+#include "vynhost/text.h"
+
+namespace vynhost {
+namespace {
+
+// The sheet, in pixels.
+constexpr double kWidth = 900;
+constexpr double kHeight = 420;
+constexpr double kLeft = 78;
+constexpr double kRight = 24;
+constexpr double kTop = 46;
+constexpr double kBottom = 54;
+constexpr double kPlotWidth = kWidth - kLeft - kRight;
+constexpr double kPlotHeight = kHeight - kTop - kBottom;
+
+constexpr std::size_t kMostLegendRows = 8;
+constexpr double kLowestLevel = 120;  // dB below the highest that is drawn
+
+// Told apart in print and by colour-blind eyes.
+constexpr std::array<const char*, 7> kColours = {"#0072b2", "#d55e00", "#009e73", "#cc79a7",
+                                                 "#e69f00", "#56b4e9", "#555555"};
+
+constexpr const char* kGrid = "#dddddd";
+constexpr const char* kFrame = "#555555";
+
+std::string escaped(const std::string& text) {
+    std::string result;
+    for (const char c : text) {
+        switch (c) {
+            case '&': result += "&amp;"; break;
+            case '<': result += "&lt;"; break;
+            case '>': result += "&gt;"; break;
+            default: result += c;
+        }
+    }
+    return result;
+}
+
+std::string pixel(double position) { return toText(std::round(position * 10) / 10); }
+
+// The range of one axis and where its ticks stand.
+class Axis {
+public:
+    Axis(double low, double high, bool log) : log_(log) {
+        if (!(low < high)) {
+            const double half = low == 0 ? 1 : std::abs(low) / 2;
+            low -= half;
+            high += half;
+        }
+        low_ = low;
+        high_ = high;
+        log_ ? setDecades() : setRoundSteps();
+    }
+
+    // 0 at the low end, 1 at the high one.
+    double place(double value) const {
+        if (log_) return std::log(value / low_) / std::log(high_ / low_);
+        return (value - low_) / (high_ - low_);
+    }
+    void widenToTicks() {
+        low_ = std::min(low_, std::floor(low_ / step_) * step_);
+        high_ = std::max(high_, std::ceil(high_ / step_) * step_);
+        setRoundSteps();
+    }
+    const std::vector<double>& ticks() const { return ticks_; }
+
+private:
+    void setDecades() {
+        for (double decade = std::pow(10, std::floor(std::log10(low_))); decade <= high_;
+             decade *= 10) {
+            for (const double part : {1.0, 2.0, 5.0}) {
+                const double tick = decade * part;
+                if (tick >= low_ * 0.999 && tick <= high_ * 1.001) ticks_.push_back(tick);
+            }
+        }
+    }
+    void setRoundSteps() {
+        constexpr double kWantedTicks = 7;
+        const double rough = (high_ - low_) / kWantedTicks;
+        const double decade = std::pow(10, std::floor(std::log10(rough)));
+        step_ = decade * 10;
+        for (const double part : {1.0, 2.0, 5.0}) {
+            if (rough <= decade * part) {
+                step_ = decade * part;
+                break;
+            }
+        }
+        ticks_.clear();
+        const double slack = step_ * 1e-6;
+        for (double n = std::ceil((low_ - slack) / step_); n * step_ <= high_ + slack; ++n) {
+            ticks_.push_back(n * step_);
+        }
+    }
+
+    bool log_;
+    double low_ = 0;
+    double high_ = 1;
+    double step_ = 1;
+    std::vector<double> ticks_;
+};
+
+struct Point {
+    double x;
+    double y;
+};
+
+// What is drawn of a curve: levels where asked for, nothing that is no number, nothing that a
+// logarithmic axis cannot show.
+std::vector<Point> pointsOf(const Series& series, const ChartStyle& style) {
+    std::vector<Point> points;
+    for (std::size_t i = 0; i < series.x.size(); ++i) {
+        double y = series.y[i];
+        if (style.decibels) {
+            y = (series.isPower ? 10 : 20) *
+                std::log10(std::abs(y) /
+                           (series.isPower ? style.reference * style.reference : style.reference));
+        }
+        if (!std::isfinite(y) || (style.logX && !(series.x[i] > 0))) continue;
+        points.push_back({series.x[i], y});
+    }
+    return points;
+}
+
+// At most four points per pixel column (first, lowest, highest, last), so that no peak is lost and
+// long signals stay small.
+std::vector<Point> thinned(const std::vector<Point>& pixels) {
+    std::vector<Point> kept;
+    std::size_t begin = 0;
+    while (begin < pixels.size()) {
+        std::size_t end = begin;
+        while (end < pixels.size() && std::floor(pixels[end].x) == std::floor(pixels[begin].x)) {
+            ++end;
+        }
+        const auto first = pixels.begin() + static_cast<std::ptrdiff_t>(begin);
+        const auto last = pixels.begin() + static_cast<std::ptrdiff_t>(end);
+        const auto [low, high] = std::minmax_element(
+            first, last, [](const Point& a, const Point& b) { return a.y < b.y; });
+        std::array<std::vector<Point>::const_iterator, 4> chosen = {first, low, high, last - 1};
+        std::sort(chosen.begin(), chosen.end());
+        const auto chosenEnd = std::unique(chosen.begin(), chosen.end());
+        for (auto point = chosen.begin(); point != chosenEnd; ++point)
+            kept.push_back(**point);
+        begin = end;
+    }
+    return kept;
+}
+
+std::string yTitle(const std::vector<Series>& series, const ChartStyle& style) {
+    const std::string unit = series.front().unit;
+    const bool shared = std::all_of(series.begin(), series.end(),
+                                    [&](const Series& other) { return other.unit == unit; });
+    if (style.decibels) {
+        return "dB re " + toText(style.reference) +
+               (shared && !unit.empty() && unit != "power" ? " " + unit : "");
+    }
+    return shared ? unit : "";
+}
+
+std::string label(double x, double y, const char* anchor, const std::string& text,
+                  const char* more = "") {
+    return "<text x=\"" + pixel(x) + "\" y=\"" + pixel(y) + "\" text-anchor=\"" + anchor + "\"" +
+           more + ">" + escaped(text) + "</text>\n";
+}
+
+std::string line(double x1, double y1, double x2, double y2, const char* colour) {
+    return "<line x1=\"" + pixel(x1) + "\" y1=\"" + pixel(y1) + "\" x2=\"" + pixel(x2) +
+           "\" y2=\"" + pixel(y2) + "\" stroke=\"" + colour + "\"/>\n";
+}
+
+}  // namespace
+
+std::string svgChart(const std::vector<Series>& series, const ChartStyle& style) {
+    std::vector<std::vector<Point>> curves;
+    constexpr double kInfinity = std::numeric_limits<double>::infinity();
+    Point low{kInfinity, kInfinity};
+    Point high{-kInfinity, -kInfinity};
+    for (const Series& one : series) {
+        curves.push_back(pointsOf(one, style));
+        for (const Point& point : curves.back()) {
+            low = {std::min(low.x, point.x), std::min(low.y, point.y)};
+            high = {std::max(high.x, point.x), std::max(high.y, point.y)};
+        }
+    }
+    if (!(low.x <= high.x)) low = {style.logX ? 1.0 : 0.0, 0}, high = {10, 1};
+    if (style.decibels) low.y = std::max(low.y, high.y - kLowestLevel);
+    const Axis xAxis(low.x, high.x, style.logX);
+    Axis yAxis(low.y, high.y, false);
+    yAxis.widenToTicks();
+    const auto xPixel = [&](double x) { return kLeft + kPlotWidth * xAxis.place(x); };
+    const auto yPixel = [&](double y) { return kTop + kPlotHeight * (1 - yAxis.place(y)); };
+
+    std::string svg = "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 " + toText(kWidth) +
+                      " " + toText(kHeight) + "\" width=\"" + toText(kWidth) + "\" height=\"" +
+                      toText(kHeight) +
+                      "\" font-family=\"sans-serif\" font-size=\"13\" fill=\"#222\">\n"
+                      "<rect width=\"100%\" height=\"100%\" fill=\"#fff\"/>\n";
+    svg += label(kLeft, 27, "start", style.title, " font-size=\"16\" font-weight=\"600\"");
+    const double bottom = kTop + kPlotHeight;
+    const double right = kLeft + kPlotWidth;
+    for (const double tick : xAxis.ticks()) {
+        svg += line(xPixel(tick), kTop, xPixel(tick), bottom, kGrid);
+        svg += label(xPixel(tick), bottom + 19, "middle", toText(tick, 6));
+    }
+    for (const double tick : yAxis.ticks()) {
+        svg += line(kLeft, yPixel(tick), right, yPixel(tick), kGrid);
+        svg += label(kLeft - 8, yPixel(tick) + 4.5, "end", toText(tick, 6));
+    }
+    svg += line(kLeft, kTop, kLeft, bottom, kFrame) + line(kLeft, bottom, right, bottom, kFrame);
+    std::string xTitle = series.front().xName;
+    if (!series.front().xUnit.empty()) xTitle += " [" + series.front().xUnit + "]";
+    svg += label(kLeft + kPlotWidth / 2, kHeight - 12, "middle", xTitle);
+    svg += label(18, kTop + kPlotHeight / 2, "middle", yTitle(series, style),
+                 (" transform=\"rotate(-90 18 " + pixel(kTop + kPlotHeight / 2) + ")\"").c_str());
+
+    svg += "<clipPath id=\"p\"><rect x=\"" + pixel(kLeft) + "\" y=\"" + pixel(kTop) +
+           "\" width=\"" + pixel(kPlotWidth) + "\" height=\"" + pixel(kPlotHeight) +
+           "\"/></clipPath>\n<g clip-path=\"url(#p)\">\n";
+    for (std::size_t i = 0; i < curves.size(); ++i) {
+        std::vector<Point> pixels;
+        for (const Point& point : curves[i])
+            pixels.push_back({xPixel(point.x), yPixel(point.y)});
+        std::string points;
+        for (const Point& point : thinned(pixels)) {
+            points += (points.empty() ? "" : " ") + pixel(point.x) + "," + pixel(point.y);
+        }
+        svg += "<polyline fill=\"none\" stroke-width=\"1.3\" stroke=\"" +
+               std::string(kColours[i % kColours.size()]) + "\" points=\"" + points + "\"/>\n";
+    }
+    svg += "</g>\n";
+    if (series.size() > 1 && series.size() <= kMostLegendRows) {
+        for (std::size_t i = 0; i < series.size(); ++i) {
+            const double y = kTop + 16 + 18 * static_cast<double>(i);
+            svg += label(right - 10, y, "end", series[i].name,
+                         (" fill=\"" + std::string(kColours[i % kColours.size()]) + "\"").c_str());
+        }
+    }
+    return svg + "</svg>\n";
+}
+
+}  // namespace vynhost

@@ -1,0 +1,41 @@
+// Numbers and names as text, without the locale.
+#pragma once
+
+#include <charconv>
+#include <filesystem>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace vynhost {
+
+// The shortest text that reads back as the same number.
+template <class Number>
+std::string toText(Number number) {
+    char buffer[64];
+    const auto end = std::to_chars(buffer, buffer + sizeof buffer, number).ptr;
+    return {buffer, end};
+}
+// With that many significant digits.
+std::string toText(double number, int digits);
+
+// The whole text as a number; nothing when it is none.
+std::optional<double> toNumber(std::string_view text);
+
+bool equalIgnoringCase(std::string_view left, std::string_view right);
+
+// ", did you mean NAME?" for the candidate that differs least, or nothing when none is near.
+std::string didYouMean(std::string_view text, std::span<const std::string> candidates);
+
+// "a, b, c"
+std::string joined(std::span<const std::string> names);
+
+// Paths from and to UTF-8, whatever the system's own encoding.
+std::filesystem::path pathOf(const std::string& utf8);
+std::string textOf(const std::filesystem::path& path);
+
+// Line breaks as blanks: message box texts on one line.
+std::string onOneLine(std::string_view text);
+
+}  // namespace vynhost
