@@ -1,12 +1,16 @@
 // The 13 functions, thin: arguments are checked, the matter's own file does the work, and no
 // exception leaves.
+#include <algorithm>
 #include <cmath>
 #include <new>
 #include <optional>
+#include <span>
 
 #include "analog_prototype.h"
+#include "convolution.h"
 #include "fft.h"
 #include "filter_object.h"
+#include "fir_design.h"
 #include "floating_point.h"
 #include "iir_design.h"
 #include "ovanlys/functions.h"
@@ -26,7 +30,7 @@ int guarded(Work work) noexcept {
     }
 }
 
-constexpr int kNotYet = -3;
+bool isKind(int kind) { return kind >= 0 && kind <= 3; }
 
 bool isPositive(double decibels) { return decibels > 0 && std::isfinite(decibels); }
 
@@ -71,7 +75,7 @@ int ZABFunc91(const double* in, int n, void* object, double* out) {
 }
 
 void* ZABFunc233(int kind, int order) {
-    if (kind < 0 || kind > 3 || order < 1 || order > kMaxOrder) return nullptr;
+    if (!isKind(kind) || order < 1 || order > kMaxOrder) return nullptr;
     return new (std::nothrow) FilterObject(static_cast<FilterKind>(kind), order);
 }
 
@@ -112,7 +116,32 @@ int ZABFunc12(double fs, double f1, double f2, void* object) {
 
 int ZABFunc79() { return kVersion; }
 
-int ZABFunc335(int, double, double, double, int, int, double, double*) { return kNotYet; }
-int ZABFunc32(const double*, std::int64_t, const double*, int, double*) { return kNotYet; }
+int ZABFunc335(int kind, double fs, double f1, double f2, int length, int window, double beta,
+               double* coefficients) {
+    if (coefficients == nullptr || length < 1) return kBadArgument;
+    const StandardMode mode;
+    const std::span target(coefficients, static_cast<std::size_t>(length));
+    const FirWindow shape = firWindow(window);
+    const bool refused = !isKind(kind) ||
+                         !edgesMakeSense(static_cast<FilterKind>(kind), fs, f1, f2) ||
+                         (shape == FirWindow::kaiser && !std::isfinite(beta));
+    if (refused) {
+        std::fill(target.begin(), target.end(), 0.0);
+        return kRefused;
+    }
+    designFir(static_cast<FilterKind>(kind), fs, f1, f2, shape, beta, target);
+    return kDone;
+}
+
+int ZABFunc32(const double* c, std::int64_t length, const double* x, int n, double* y) {
+    if (c == nullptr || x == nullptr || y == nullptr || length < 1 || n < 1) return kBadArgument;
+    return guarded([&] {
+        const DenormalsFlushed mode;
+        const auto taps = static_cast<std::size_t>(length);
+        const auto samples = static_cast<std::size_t>(n);
+        convolve({c, taps}, {x, samples}, {y, taps + samples});
+        return kDone;
+    });
+}
 
 }  // namespace ovanlys

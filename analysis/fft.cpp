@@ -7,8 +7,6 @@
 #include <utility>
 #include <vector>
 
-#include "fft_engine.h"
-
 namespace ovanlys {
 namespace {
 
@@ -59,24 +57,13 @@ PlanCache& planCache() {
     return cache;
 }
 
-// A plan of the cache for the length of a scope.
-class BorrowedPlan {
-public:
-    explicit BorrowedPlan(int n) : plan_(planCache().take(static_cast<std::size_t>(n))) {}
-    ~BorrowedPlan() { planCache().putBack(std::move(plan_)); }
-    BorrowedPlan(const BorrowedPlan&) = delete;
-    BorrowedPlan& operator=(const BorrowedPlan&) = delete;
-
-    const FftPlan* operator->() const noexcept { return plan_.get(); }
-
-private:
-    std::unique_ptr<FftPlan> plan_;
-};
-
 }  // namespace
 
+BorrowedPlan::BorrowedPlan(std::size_t length) : plan_(planCache().take(length)) {}
+BorrowedPlan::~BorrowedPlan() { planCache().putBack(std::move(plan_)); }
+
 void forwardRealTransform(double* a, double* b, int n) {
-    const BorrowedPlan plan(n);
+    const BorrowedPlan plan(static_cast<std::size_t>(n));
     plan->forward(a);
     b[0] = 0.0;
     const int lastPair = (n - 1) / 2;
@@ -91,7 +78,7 @@ void forwardRealTransform(double* a, double* b, int n) {
 }
 
 void inverseRealTransform(double* re, const double* im, int n) {
-    const BorrowedPlan plan(n);
+    const BorrowedPlan plan(static_cast<std::size_t>(n));
     if (n % 2 == 0) re[n - 1] = re[n / 2];
     for (int k = (n - 1) / 2; k >= 1; --k) {  // downwards: re[k] is read before it is overwritten
         re[2 * k] = im[k];

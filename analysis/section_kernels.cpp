@@ -1,16 +1,14 @@
 #include "section.h"
 
+#include "lanes.h"
+
 namespace ovanlys::VYN_KERNEL_LEVEL {
 namespace {
 
-// Eight lanes are one register at the widest level and several at the others. The lanes' sums are
-// written in one order, which the scalar path repeats, so every path gives the same bits.
-typedef double Lanes __attribute__((vector_size(64)));
+// The outputs of a group side by side. Their sums are written in one order, which the scalar path
+// repeats, so that both give the same bits.
+using Group = Lanes<kGroup>;
 typedef double Pair __attribute__((vector_size(16)));
-typedef long long Bits __attribute__((vector_size(64)));
-typedef Lanes LooseLanes __attribute__((aligned(8), may_alias));
-
-#define LANES(address) (*reinterpret_cast<const LooseLanes*>(address))
 
 // One sample: an output from the state and the samples of the group so far.
 inline double step(const Section& section, SectionState& state, int phase, double x) {
@@ -49,15 +47,15 @@ int runSamples(const Section& section, SectionState& state, int phase, const dou
     return phase;
 }
 
-// Whether all samples of `groups` groups are finite. (x - x is 0 for these alone.)
+// Whether all samples of `groups` groups are finite. (x - x is +0 for these alone.)
 bool allFinite(const double* x, int groups) {
-    Bits bits = {};
-    for (int g = 0; g < groups; ++g) {
-        const Lanes samples = LANES(x + g * kGroup);
-        bits |= reinterpret_cast<Bits>(samples - samples);
+    RegisterBits bits = {};
+    for (const double* const end = x + groups * kGroup; x != end; x += kRegisterLanes) {
+        const Register samples = Lanes<kRegisterLanes>::load(x).value;
+        bits |= reinterpret_cast<RegisterBits>(samples - samples);
     }
     long long any = 0;
-    for (int lane = 0; lane < kGroup; ++lane)
+    for (int lane = 0; lane < kRegisterLanes; ++lane)
         any |= bits[lane];
     return any == 0;
 }
@@ -66,16 +64,16 @@ bool allFinite(const double* x, int groups) {
 // sum here is ever -0.
 void runGroups(const Section& section, SectionState& state, const double* x, double* y,
                int groups) {
-    const Lanes input0 = LANES(section.fromInput[0]);
-    const Lanes input1 = LANES(section.fromInput[1]);
-    const Lanes input2 = LANES(section.fromInput[2]);
-    const Lanes input3 = LANES(section.fromInput[3]);
-    const Lanes input4 = LANES(section.fromInput[4]);
-    const Lanes input5 = LANES(section.fromInput[5]);
-    const Lanes input6 = LANES(section.fromInput[6]);
-    const Lanes input7 = LANES(section.fromInput[7]);
-    const Lanes state0 = LANES(section.fromState[0]);
-    const Lanes state1 = LANES(section.fromState[1]);
+    const Group input0 = Group::load(section.fromInput[0]);
+    const Group input1 = Group::load(section.fromInput[1]);
+    const Group input2 = Group::load(section.fromInput[2]);
+    const Group input3 = Group::load(section.fromInput[3]);
+    const Group input4 = Group::load(section.fromInput[4]);
+    const Group input5 = Group::load(section.fromInput[5]);
+    const Group input6 = Group::load(section.fromInput[6]);
+    const Group input7 = Group::load(section.fromInput[7]);
+    const Group state0 = Group::load(section.fromState[0]);
+    const Group state1 = Group::load(section.fromState[1]);
     const auto pair = [](const double* values) { return Pair{values[0], values[1]}; };
     const Pair into0 = pair(section.intoState[0]);
     const Pair into1 = pair(section.intoState[1]);
@@ -91,14 +89,14 @@ void runGroups(const Section& section, SectionState& state, const double* x, dou
     Pair s = pair(state.s);
     const double* const end = x + groups * kGroup;
     for (; x != end; x += kGroup, y += kGroup) {
-        Lanes direct = 0.0 + input0 * x[0];
-        direct += input1 * x[1];
-        direct += input2 * x[2];
-        direct += input3 * x[3];
-        direct += input4 * x[4];
-        direct += input5 * x[5];
-        direct += input6 * x[6];
-        direct += input7 * x[7];
+        Group direct = 0.0 + input0 * x[0];
+        direct = direct + input1 * x[1];
+        direct = direct + input2 * x[2];
+        direct = direct + input3 * x[3];
+        direct = direct + input4 * x[4];
+        direct = direct + input5 * x[5];
+        direct = direct + input6 * x[6];
+        direct = direct + input7 * x[7];
         Pair into = into0 * x[0];
         into += into1 * x[1];
         into += into2 * x[2];
@@ -107,7 +105,7 @@ void runGroups(const Section& section, SectionState& state, const double* x, dou
         into += into5 * x[5];
         into += into6 * x[6];
         into += into7 * x[7];
-        *reinterpret_cast<LooseLanes*>(y) = direct + (state0 * s[0] + state1 * s[1]);
+        (direct + (state0 * s[0] + state1 * s[1])).store(y);
         s = (advance0 * s[0] + advance1 * s[1]) + into;
     }
     state.s[0] = s[0];

@@ -72,8 +72,14 @@ void setRoots(FilterHead& head, const std::vector<std::complex<double>>& zeros,
     head.zeroCount = static_cast<std::int32_t>(zeros.size());
     head.poleCount = static_cast<std::int32_t>(poles.size());
     head.gain = gain;
-    std::memcpy(head.zeros, zeros.data(), zeros.size() * sizeof zeros[0]);
-    std::memcpy(head.poles, poles.data(), poles.size() * sizeof poles[0]);
+    const auto store = [](const std::vector<std::complex<double>>& roots, double* list) {
+        for (const auto root : roots) {
+            *list++ = root.real();
+            *list++ = root.imag();
+        }
+    };
+    store(zeros, head.zeros);
+    store(poles, head.poles);
     head.changed = 1;
 }
 
