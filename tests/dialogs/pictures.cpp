@@ -19,8 +19,21 @@ void nothing(Dialog&) {}
 
 void writePictures(const std::string& folder) {
     const Picture pictures[] = {
+        {5000, "TOKlassierungDlg",
+         [](Dialog& dialog) {
+             dialog.choose(1130, 2);
+             dialog.click(1015);
+             dialog.choose(1012, 1);
+         }},
         {5004, "TOSpektrumDlg", [](Dialog& dialog) { dialog.choose(1100, 6); }},
         {5005, "TOInverseFFTDlg", nothing},
+        {5007, "TODigitalFilterDlg",
+         [](Dialog& dialog) {
+             dialog.click(1265);
+             dialog.click(1291);
+             dialog.choose(1131, 2);
+         }},
+        {5008, "TOFreqWeightDlg", nothing},
     };
     for (const Picture& picture : pictures) {
         const Block block(picture.typeCode);

@@ -40,6 +40,14 @@ bool isButton(const TemplateControl& control) {
     return control.kind == Kind::pushButton || control.kind == Kind::defaultButton;
 }
 
+// The cut-off frequency and the band edges of the filter dialog are never shown together.
+bool shownInTurn(const TemplateControl& a, const TemplateControl& b) {
+    const std::set<int> cutoff = {1293, 1294, 1299};
+    const std::set<int> edges = {1295, 1296, 1297, 1298, 1300, 1301};
+    return (cutoff.contains(a.id) && edges.contains(b.id)) ||
+           (cutoff.contains(b.id) && edges.contains(a.id));
+}
+
 bool overlap(const TemplateControl& a, const TemplateControl& b) {
     return a.x < b.x + b.width && b.x < a.x + a.width && a.y < b.y + b.height &&
            b.y < a.y + a.height;
@@ -189,7 +197,7 @@ TEST_P(EveryDialog, OverlapsNothing) {
             const TemplateControl b = closed(template_.controls[j]);
             const bool framed = (a.kind == Kind::group && inside(b, a, 5)) ||
                                 (b.kind == Kind::group && inside(a, b, 5));
-            EXPECT_TRUE(framed || !overlap(a, b))
+            EXPECT_TRUE(framed || shownInTurn(a, b) || !overlap(a, b))
                 << a.id << " \"" << a.text << "\" and " << b.id << " \"" << b.text << '"';
         }
     }

@@ -5,6 +5,7 @@
 #include <limits>
 #include <utility>
 
+#include "dialogs/TOKlassierungDlg.h"
 #include "host/host_messages.h"
 #include "host/parameter_record.h"
 #include "host/remote_control.h"
@@ -116,7 +117,10 @@ void TOKlassierung::GetConnectors(ConnectorText& text) const {
     writeConnectors(text, parameters_.resetMode == kResetByTrigger ? "E,T,;A," : "E,;A,");
 }
 
-int TOKlassierung::GetParameters() { return 0; }
+int TOKlassierung::GetParameters() {
+    TOKlassierungDlg(*this).DoModal();
+    return 0;
+}
 
 int TOKlassierung::SaveParameters(FileHandle file) {
     saveRecord(file, kRecordSizeWord, parameters_);

@@ -4,6 +4,7 @@
 #include <new>
 #include <utility>
 
+#include "dialogs/TODigitalFilterDlg.h"
 #include "host/TOGlobal.h"
 #include "host/host_messages.h"
 #include "host/parameter_record.h"
@@ -93,7 +94,7 @@ constexpr std::array<Keyword<P>, 12> kKeywords = {{
 
 void TODigitalFilter::GetConnectors(ConnectorText& text) const { writeConnectors(text, "E,;A,"); }
 
-int TODigitalFilter::GetParameters() { return 0; }
+int TODigitalFilter::GetParameters() { return TODigitalFilterDlg(*this).DoModal(); }
 
 int TODigitalFilter::SaveParameters(FileHandle file) {
     saveRecord(file, kRecordSizeWord, parameters_);

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "filter/weighting_filter.h"
+#include "dialogs/TOFreqWeightDlg.h"
 #include "host/TOGlobal.h"
 #include "host/host_messages.h"
 #include "host/parameter_record.h"
@@ -71,7 +72,10 @@ constexpr std::array<Keyword<P>, 1> kKeywords = {{
 
 void TOFreqWeight::GetConnectors(ConnectorText& text) const { writeConnectors(text, "E,S,;A,"); }
 
-int TOFreqWeight::GetParameters() { return 0; }
+int TOFreqWeight::GetParameters() {
+    TOFreqWeightDlg(*this).DoModal();
+    return 0;
+}
 
 int TOFreqWeight::SaveParameters(FileHandle file) {
     saveRecord(file, kRecordSizeWord, parameters_);
