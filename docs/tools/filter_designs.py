@@ -26,12 +26,12 @@ PANEL = (215, 170)  # width, height
 MARGIN = (38, 30)  # left, top of a panel
 
 STYLE = """
-svg { background: #fff; font: 11px sans-serif; }
+.page { fill: #fff; } text { font: 11px sans-serif; }
 text { fill: #333; } .grid { stroke: #ddd; } .edge { stroke: #999; stroke-dasharray: 3 3; }
 .curve { fill: none; stroke-width: 1.4; }
 .o0 { stroke: #0072b2; } .o1 { stroke: #d55e00; } .o2 { stroke: #009e73; }
 @media (prefers-color-scheme: dark) {
-svg { background: #16181d; } text { fill: #ccc; } .grid { stroke: #333; } .edge { stroke: #777; }
+.page { fill: #16181d; } text { fill: #ccc; } .grid { stroke: #333; } .edge { stroke: #777; }
 .o0 { stroke: #56b4e9; } .o1 { stroke: #e69f00; } .o2 { stroke: #4cc9a0; } }
 """
 
@@ -73,7 +73,8 @@ def picture(kind, measured):
     parts = [f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {width} {height}" '
              f'width="{width}" height="{height}">',
              f"<title>{TYPES[kind]}: measured magnitude in dB over frequency in Hz</title>",
-             f"<style>{STYLE}</style>"]
+             f"<style>{STYLE}</style>",
+             '<rect class="page" width="100%" height="100%"/>']
     for mode in range(len(MODES)):
         x = MARGIN[0] + mode * (PANEL[0] + MARGIN[0] + 8)
         parts += [f'<g transform="translate({x},{MARGIN[1]})">', *panel(mode, measured[mode]),
