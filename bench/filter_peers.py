@@ -1,17 +1,19 @@
 #!/usr/bin/python3
 """Speed of the filter blocks beside liquid-dsp and scipy, in one run on one core.
 
-    bench/filter_peers.py build/bench/bin/bench_filter
+    OVSHAREDDIR64=build/native/bin bench/filter_peers.py PROGRAM
 
-Prints million samples per second over all channels: 8 channels, 4096 samples per data block, best
-of several repetitions. The blocks take and give interleaved single precision as the host does;
-liquid-dsp (single precision) and scipy (double precision) get contiguous channels.
+PROGRAM is the built bench/filter.cpp. Prints million samples per second over all channels: 8
+channels, 4096 samples per data block, best of several repetitions, processor time. The blocks take
+and give interleaved single precision as the host does; liquid-dsp (single precision) and scipy
+(double precision) get contiguous channels.
 """
 
 import json
 import os
 import subprocess
 import sys
+import time
 import timeit
 
 import numpy as np
@@ -26,7 +28,7 @@ def scipy_rates():
     rates = {}
 
     def measure(name, work):
-        timer = timeit.Timer(work)
+        timer = timeit.Timer(work, timer=time.process_time)
         count, _ = timer.autorange()
         best = min(timer.repeat(7, count)) / count
         rates[name] = x.size / best / 1e6
