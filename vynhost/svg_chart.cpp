@@ -82,7 +82,7 @@ private:
         }
     }
     void setRoundSteps() {
-        constexpr double kWantedTicks = 7;
+        constexpr double kWantedTicks = 9;
         const double rough = (high_ - low_) / kWantedTicks;
         const double decade = std::pow(10, std::floor(std::log10(rough)));
         step_ = decade * 10;
@@ -95,7 +95,7 @@ private:
         ticks_.clear();
         const double slack = step_ * 1e-6;
         for (double n = std::ceil((low_ - slack) / step_); n * step_ <= high_ + slack; ++n) {
-            ticks_.push_back(n * step_);
+            ticks_.push_back(n * step_ + 0.0);  // never -0
         }
     }
 
@@ -152,13 +152,30 @@ std::vector<Point> thinned(const std::vector<Point>& pixels) {
     return kept;
 }
 
+// "20 µPa", "1 V"; without a unit the bare number.
+std::string withPrefix(double value, const std::string& unit) {
+    struct Prefix {
+        double factor;
+        const char* letter;
+    };
+    constexpr std::array<Prefix, 5> kPrefixes = {
+        {{1, ""}, {1e-3, "m"}, {1e-6, "µ"}, {1e-9, "n"}, {1e-12, "p"}}};
+    if (unit.empty()) return toText(value);
+    for (const Prefix& prefix : kPrefixes) {
+        if (value >= prefix.factor * 0.9999999) {
+            return toText(value / prefix.factor, 6) + " " + prefix.letter + unit;
+        }
+    }
+    return toText(value) + " " + unit;
+}
+
 std::string yTitle(const std::vector<Series>& series, const ChartStyle& style) {
     const std::string unit = series.front().unit;
     const bool shared = std::all_of(series.begin(), series.end(),
                                     [&](const Series& other) { return other.unit == unit; });
     if (style.decibels) {
-        return "dB re " + toText(style.reference) +
-               (shared && !unit.empty() && unit != "power" ? " " + unit : "");
+        return "dB re " +
+               withPrefix(style.reference, shared && unit != "power" ? unit : std::string());
     }
     return shared ? unit : "";
 }

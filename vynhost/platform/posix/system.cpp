@@ -35,6 +35,7 @@ namespace {
 constexpr std::size_t kAlignment = 8;  // of a header with doubles
 constexpr unsigned char kCanary = 0xA5;
 constexpr std::size_t kQuarantine = 256;
+constexpr std::size_t kLargestQuarantined = std::size_t{1} << 20;
 
 std::size_t pageSize() {
     static const auto size = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
@@ -72,7 +73,8 @@ Regions& regions() {
     return all;
 }
 
-// Freed memory stays unreadable until this many later ones have followed it.
+// Freed memory stays unreadable until this many later ones have followed it; what is large goes at
+// once.
 std::deque<std::unique_ptr<Region>>& quarantine() {
     static std::deque<std::unique_ptr<Region>> freed;
     return freed;
@@ -126,7 +128,9 @@ bool freeMemory(Handle handle) noexcept {
     regions().erase(found);
     if (region->mapping == nullptr) return true;
     const bool intact = canaryIntact(*region);
+    if (region->mapped > kLargestQuarantined) return intact;
     ::mprotect(region->mapping, region->mapped, PROT_NONE);
+    ::madvise(region->mapping, region->mapped, MADV_DONTNEED);
     quarantine().push_back(std::move(region));
     if (quarantine().size() > kQuarantine) quarantine().pop_front();
     return intact;

@@ -1,0 +1,102 @@
+// The module without its analysis library, or without it any more.
+#include <filesystem>
+
+#include "interface/any_block.h"
+
+namespace vynhost::test {
+namespace {
+
+// A module of its own: a copy of the file is another library to the system.
+class MissingLibraryTest : public ::testing::Test {
+protected:
+    static constexpr int kSpectrum = 5004;
+
+    void load(const std::optional<std::string>& sharedDirectory) {
+        folder_ = std::filesystem::temp_directory_path() /
+                  (std::string("vynpack-") +
+                   ::testing::UnitTest::GetInstance()->current_test_info()->name());
+        std::filesystem::create_directories(folder_);
+        const auto copy = folder_ / platform::kModuleFile;
+        std::filesystem::copy_file(ModuleLibrary::defaultPath(), copy,
+                                   std::filesystem::copy_options::overwrite_existing);
+        ASSERT_TRUE(platform::setSharedDirectory(sharedDirectory));
+        module = std::make_unique<ModuleLibrary>(copy);
+        host = std::make_unique<ModuleHost>(*module);
+    }
+    void TearDown() override {
+        if (host) {
+            EXPECT_THAT(host->takeOffences(), ::testing::IsEmpty());
+            EXPECT_EQ(host->memory().aliveData(), 0U);
+        }
+        host.reset();
+        module.reset();
+        platform::setSharedDirectory(sharedFolder().string());
+        std::error_code ignored;
+        std::filesystem::remove_all(folder_, ignored);
+    }
+    // Lets a spectrum block at the data; true when it delivered.
+    bool spectrumWorks() {
+        PlacedBlock block(*host, kSpectrum);
+        block.wireAll();
+        block.initSim();
+        block.put(0, timeSignal(std::vector<float>(64, 0.5F)));
+        const Int result = block.simulate();
+        const bool delivered = block.take(0).has_value();
+        if (!delivered) {
+            EXPECT_EQ(result, kFailed);
+            EXPECT_TRUE(block.waits(0)) << "the input is gone";
+        }
+        block.stop();
+        return delivered;
+    }
+
+    std::unique_ptr<ModuleLibrary> module;
+    std::unique_ptr<ModuleHost> host;
+
+private:
+    std::filesystem::path folder_;
+};
+
+TEST_F(MissingLibraryTest, TheModuleStartsAndAnswersWithoutTheSetting) {
+    ASSERT_NO_FATAL_FAILURE(load(std::nullopt));
+    EXPECT_EQ(host->getInfo(kSpectrum, kInterface), kInterfaceVersion);
+    EXPECT_EQ(host->infoText(kSpectrum, kLongName), "FFT");
+    for (int code = kFirstType; code < kFirstType + kTypes; ++code) {
+        if (!host->creates(code)) continue;
+        SCOPED_TRACE(code);
+        PlacedBlock block(*host, code);
+        block.keywords();
+        block.save();
+        run(block, 3);
+        block.errorShow();
+    }
+    host->takeBoxes();
+    EXPECT_FALSE(spectrumWorks());
+}
+
+TEST_F(MissingLibraryTest, BlocksThatMissAFunctionFailAndLoseNothing) {
+    ASSERT_NO_FATAL_FAILURE(load("a folder that does not exist"));
+    EXPECT_FALSE(spectrumWorks());
+}
+
+TEST_F(MissingLibraryTest, AShutDownUnloadsTheLibrary) {
+    ASSERT_NO_FATAL_FAILURE(load(sharedFolder().string()));
+    EXPECT_TRUE(spectrumWorks());
+    EXPECT_EQ(host->setInit(kShutDown, 0, 0), 0);
+    EXPECT_FALSE(spectrumWorks());
+    EXPECT_EQ(host->setInit(kShutDown, 0, 0), 0);
+}
+
+TEST_F(MissingLibraryTest, AModuleCanBeLoadedAndUnloadedAHundredTimes) {
+    ASSERT_NO_FATAL_FAILURE(load(sharedFolder().string()));
+    host.reset();
+    for (int i = 0; i < 100; ++i) {
+        module.reset();
+        ASSERT_NO_FATAL_FAILURE(load(sharedFolder().string()));
+        if (i % 2 == 0) host->setInit(kShutDown, 0, 0);
+        host.reset();
+    }
+}
+
+}  // namespace
+}  // namespace vynhost::test

@@ -1,0 +1,110 @@
+#include "libs/math_engine.h"
+
+#include <gmock/gmock.h>
+
+#include <vector>
+
+#include "host/show_message.h"
+#include "platform/resources.h"
+#include "unit/host/fixture_libraries.h"
+
+namespace vynpack::test {
+namespace {
+
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+using vynhost::platform::Box;
+
+// On Windows the string table belongs to the module's file, not to this program.
+bool textsAreLinkedIn() { return platform::loadString(kTextMathEngineNotFound)[0] != '\0'; }
+
+// A library of the engine's name that is loaded already is what the loader's search finds.
+class Preloaded {
+public:
+    explicit Preloaded(const char* fixture) {
+        std::string why;
+        const auto file = std::filesystem::path("VYNMATH").replace_extension(
+            std::filesystem::path(vynhost::platform::kModuleFile).extension());
+        library_ = vynhost::platform::loadLibrary(fixtureFolder(fixture) / file, why);
+        EXPECT_NE(library_, nullptr) << why;
+    }
+    ~Preloaded() { vynhost::platform::unloadLibrary(library_); }
+    Preloaded(const Preloaded&) = delete;
+    Preloaded& operator=(const Preloaded&) = delete;
+
+private:
+    void* library_ = nullptr;
+};
+
+bool load(MathEngine& engine, std::vector<Box>& boxes) {
+    vynhost::platform::catchBoxes();
+    const bool loaded = engine.load();
+    boxes = vynhost::platform::caughtBoxes();
+    return loaded;
+}
+
+TEST(MathEngineLoader, BindsSixteenNamesAndLeavesTheFifteenthEntryAlone) {
+    const Preloaded library("math_complete");
+    MathEngine engine;
+    std::vector<Box> boxes;
+    EXPECT_TRUE(load(engine, boxes));
+    EXPECT_THAT(boxes, IsEmpty());
+    for (std::size_t i = 0; i < MathEngine::kFunctions; ++i) {
+        EXPECT_EQ(engine.function(i) == nullptr, i == 14) << i;
+    }
+    engine.unload();
+}
+
+TEST(MathEngineLoader, ASecondCallAnswersTrueWithoutLoadingAgain) {
+    MathEngine engine;
+    std::vector<Box> boxes;
+    {
+        const Preloaded library("math_complete");
+        EXPECT_TRUE(load(engine, boxes));
+        engine.unload();
+    }
+    // Nothing of that name can be found any more, and nothing is looked for.
+    EXPECT_TRUE(load(engine, boxes));
+    EXPECT_THAT(boxes, IsEmpty());
+}
+
+TEST(MathEngineLoader, AMissingEngineShowsTwoBoxes) {
+    if (!vynhost::platform::boxesCanBeCaught()) GTEST_SKIP() << "no display";
+    MathEngine engine;
+    std::vector<Box> boxes;
+    EXPECT_FALSE(load(engine, boxes));
+    ASSERT_THAT(boxes, SizeIs(2));
+    EXPECT_EQ(boxes[0].caption, "");
+    EXPECT_EQ(boxes[1].caption, "");
+    if (!textsAreLinkedIn()) return;
+    EXPECT_EQ(boxes[0].text, "Datei VYNMATH.DLL nicht gefunden.");
+    EXPECT_EQ(boxes[1].text, "Falsche Version der Datei VYNMATH.DLL");
+}
+
+TEST(MathEngineLoader, AnIncompleteEngineShowsOneBox) {
+    if (!vynhost::platform::boxesCanBeCaught()) GTEST_SKIP() << "no display";
+    const Preloaded library("math_incomplete");
+    MathEngine engine;
+    std::vector<Box> boxes;
+    EXPECT_FALSE(load(engine, boxes));
+    ASSERT_THAT(boxes, SizeIs(1));
+    if (textsAreLinkedIn()) {
+        EXPECT_EQ(boxes[0].text, "Falsche Version der Datei VYNMATH.DLL");
+    }
+    EXPECT_EQ(engine.function(12), nullptr);  // loudness
+    EXPECT_NE(engine.function(13), nullptr);
+    // Kept loaded, so that the next call answers true.
+    EXPECT_TRUE(load(engine, boxes));
+    engine.unload();
+}
+
+TEST(MathEngineLoader, UnloadWithoutAnEngineDoesNothing) {
+    MathEngine engine;
+    engine.unload();
+    for (std::size_t i = 0; i < MathEngine::kFunctions; ++i) {
+        EXPECT_EQ(engine.function(i), nullptr);
+    }
+}
+
+}  // namespace
+}  // namespace vynpack::test
