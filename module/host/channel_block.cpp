@@ -62,6 +62,21 @@ void OutputBlock::giveBack() noexcept {
     if (handle != MemoryHandle::none) host_message::release(handle);
 }
 
+WorkBlock::WorkBlock(std::int64_t values) {
+    if (values < 0 || values > std::numeric_limits<std::int32_t>::max()) return;
+    handle_ = host_message::newBlock(static_cast<std::int32_t>(values));
+    if (handle_ == MemoryHandle::none) return;
+    block_ = ChannelBlock(handle_);
+    if (!block_ || !block_.hasRoomFor(values)) giveBack();
+    size_ = static_cast<std::size_t>(values);
+}
+
+void WorkBlock::giveBack() noexcept {
+    block_.unlock();
+    const MemoryHandle handle = std::exchange(handle_, MemoryHandle::none);
+    if (handle != MemoryHandle::none) host_message::release(handle);
+}
+
 void consumeInput(SimulationRecord& record, int connector, ChannelBlock& input) noexcept {
     input.unlock();
     host_message::release(std::exchange(record.inputData.at(connector), MemoryHandle::none));

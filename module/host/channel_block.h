@@ -60,6 +60,10 @@ static_assert(offsetof(ChannelBlockHeader, axisFlags) == 52);
 inline constexpr std::size_t kChannelValuesOffset = 84;
 static_assert(sizeof(ChannelBlockHeader) <= kChannelValuesOffset);
 
+// More interleaved channels than any recording has: per-channel state is refused beyond, as if
+// memory were out.
+inline constexpr int kMostChannels = 1'000'000;
+
 // A locked channel data block. `sound()` must hold before any value is touched.
 class ChannelBlock {
 public:
@@ -130,6 +134,29 @@ private:
     ChannelBlock block_;
     SimulationRecord* record_ = nullptr;
     int connector_ = 0;
+    std::size_t size_ = 0;
+};
+
+// A block of working numbers: borrowed from the host, locked, and given back at the latest when it
+// goes out of scope.
+class WorkBlock {
+public:
+    explicit WorkBlock(std::int64_t values);
+    WorkBlock(const WorkBlock&) = delete;
+    WorkBlock& operator=(const WorkBlock&) = delete;
+    ~WorkBlock() { giveBack(); }
+
+    // False when the host refused, or gave memory that cannot hold the values.
+    explicit operator bool() const noexcept { return static_cast<bool>(block_); }
+
+    ChannelBlockHeader& header() const noexcept { return block_.header(); }
+    std::span<float> values() const noexcept { return block_.values(size_); }
+
+    void giveBack() noexcept;
+
+private:
+    MemoryHandle handle_ = MemoryHandle::none;
+    ChannelBlock block_;
     std::size_t size_ = 0;
 };
 
