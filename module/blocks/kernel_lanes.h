@@ -1,0 +1,94 @@
+// For kernel sources: channels side by side. Neighbouring channels of a row of interleaved samples
+// fill one register, so every channel keeps the order of its own samples.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace vynpack::VYN_KERNEL_LEVEL {
+namespace {
+
+// Doubles that a register of this level holds.
+#if defined(__AVX512F__)
+constexpr int kLanes = 8;
+#elif defined(__AVX2__)
+constexpr int kLanes = 4;
+#else
+constexpr int kLanes = 2;
+#endif
+
+// Numbers side by side; operators work lane by lane, comparisons give masks for `?:`. The standard
+// library has no such type yet; a loop over a small array is not reliably kept in registers.
+template <int lanes>
+struct Lanes;
+template <>
+struct Lanes<8> {
+    using Floats [[gnu::vector_size(32)]] = float;
+    using Doubles [[gnu::vector_size(64)]] = double;
+    using Integers [[gnu::vector_size(32)]] = std::int32_t;
+};
+template <>
+struct Lanes<4> {
+    using Floats [[gnu::vector_size(16)]] = float;
+    using Doubles [[gnu::vector_size(32)]] = double;
+    using Integers [[gnu::vector_size(16)]] = std::int32_t;
+};
+template <>
+struct Lanes<2> {
+    using Floats [[gnu::vector_size(8)]] = float;
+    using Doubles [[gnu::vector_size(16)]] = double;
+    using Integers [[gnu::vector_size(8)]] = std::int32_t;
+};
+template <>
+struct Lanes<1> {
+    using Floats = float;
+    using Doubles = double;
+    using Integers = std::int32_t;
+};
+
+// The same numbers in the other precision.
+template <class To, class From>
+inline To converted(From from) {
+    if constexpr (sizeof(from) + sizeof(To) == sizeof(float) + sizeof(double)) {
+        return static_cast<To>(from);
+    } else {
+        return __builtin_convertvector(from, To);
+    }
+}
+
+// Unaligned moves between arrays and lanes.
+template <class Vector, class Number>
+inline Vector load(const Number* from) {
+    Vector vector;
+    __builtin_memcpy(&vector, from, sizeof vector);
+    return vector;
+}
+template <class Vector, class Number>
+inline void store(Vector vector, Number* to) {
+    __builtin_memcpy(to, &vector, sizeof vector);
+}
+
+// Calls body(Lanes<n>{}, first) for groups of n neighbouring channels that cover all: as many full
+// registers as there are, then halves.
+template <class Body>
+inline void forEachLaneGroup(std::size_t channels, Body body) {
+    std::size_t first = 0;
+    for (; first + kLanes <= channels; first += kLanes)
+        body(Lanes<kLanes>{}, first);
+    if constexpr (kLanes > 4) {
+        if ((channels & 4U) != 0) {
+            body(Lanes<4>{}, first);
+            first += 4;
+        }
+    }
+    if constexpr (kLanes > 2) {
+        if ((channels & 2U) != 0) {
+            body(Lanes<2>{}, first);
+            first += 2;
+        }
+    }
+    if ((channels & 1U) != 0) body(Lanes<1>{}, first);
+}
+
+}  // namespace
+}  // namespace vynpack::VYN_KERNEL_LEVEL
