@@ -1,0 +1,125 @@
+#include "blocks/spectral/TOTerz_Oktave.h"
+
+#include <algorithm>
+
+#include "host/channel_block.h"
+#include "host/parameter_record.h"
+#include "host/remote_control.h"
+#include "host/show_message.h"
+
+namespace vynpack {
+namespace {
+
+constexpr int kInput = 0;
+constexpr int kOutput = 0;
+
+using Parameters = TOTerz_Oktave::Parameters;
+
+constexpr int kAnalysisBase = TOTerz_Oktave::kThirdOctave - 1;
+
+constexpr Keyword<Parameters> kKeywords[] = {
+    {"PkAnalysis",
+     IntegerAccess<Parameters>{
+         [](const Parameters& p) -> std::int32_t { return p.analysisType - kAnalysisBase; },
+         [](Parameters& p, std::int32_t value) {
+             if (value != 1 && value != 2) return;
+             p.analysisType = static_cast<std::int16_t>(value + kAnalysisBase);
+         }}},
+    {"PkAScaling",
+     IntegerAccess<Parameters>{[](const Parameters& p) -> std::int32_t { return p.aWeighting; },
+                               [](Parameters& p, std::int32_t value) {
+                                   p.aWeighting = static_cast<std::int16_t>(value);
+                               }}},
+};
+
+LineKind lineKindOf(std::int32_t unit) {
+    switch (unit) {
+        case kUnitDecibel: return LineKind::level;
+        case kUnitAmplitude: return LineKind::amplitude;
+        default: return LineKind::power;
+    }
+}
+
+bool isFrequency(std::int32_t axisKind) {
+    return axisKind == kAxisHertz || axisKind == kAxisKilohertz;
+}
+
+}  // namespace
+
+void TOTerz_Oktave::GetConnectors(ConnectorText& text) const { writeConnectors(text, "E,;A,"); }
+
+int TOTerz_Oktave::GetParameters() { return 0; }
+
+int TOTerz_Oktave::SaveParameters(FileHandle file) {
+    saveRecord(file, kRecordSizeWord, parameters_);
+    return 1;
+}
+
+int TOTerz_Oktave::RestoreParameters(FileHandle file) {
+    RecordReader record(file);
+    RecordFrame frame;
+    if (!record(frame.size) || frame.size != kRecordSizeWord) return 1;
+    record(frame.version);
+    Parameters::fields(record, parameters_);
+    status_ = 1;
+    return 1;
+}
+
+int TOTerz_Oktave::InitSim() {
+    const bool thirds = parameters_.analysisType == kThirdOctave;
+    analysis_.start(thirds ? thirdOctaveBands() : octaveBands());
+    return 1;
+}
+
+int TOTerz_Oktave::Stoppen() {
+    analysis_.stop();
+    return 1;
+}
+
+int TOTerz_Oktave::RemoteControl(MemoryHandle info, MemoryHandle value, std::uint16_t subCode) {
+    return answerRemoteControl<Parameters>(kKeywords, parameters_, info, value, subCode);
+}
+
+int TOTerz_Oktave::Simulation(SimulationRecord& record) {
+    ChannelBlock input(record.inputData[kInput]);
+    if (!input || !input.hasRoomFor(0)) return kFailed;
+    const ChannelBlockHeader& axis = input.header();
+    if (!isFrequency(axis.xAxisKind)) {
+        ShowMessage(HostWindow::none, kBoxExclamation, kTextError, kTextNeedsFrequencyAxis);
+        return kFailed;
+    }
+    if (!input.sound() || !analysis_.started()) return kFailed;
+    if (record.outputData[kOutput] != MemoryHandle::none) return 1;
+
+    const std::int64_t channels = input.channels();
+    WorkBlock work(std::max<std::int64_t>(input.valueCount(), kThirdOctaveBands * channels));
+    if (!work) return kFailed;
+
+    const double hertz = axis.xAxisKind == kAxisKilohertz ? 1000.0 : 1.0;
+    const int bands =
+        analysis_.assignLines(axis.xStart * hertz, axis.xStep * hertz, input.samplesPerChannel());
+    const auto values = static_cast<std::size_t>(bands * channels);
+    work.header().valueCount = static_cast<std::int32_t>(values);
+    work.header().xStart = 0.0;
+    const auto results = work.values().first(values);
+    analysis_.analyse(input.values(), input.channels(), lineKindOf(axis.yUnit),
+                      parameters_.aWeighting != 0, results);
+
+    OutputBlock output(record, kOutput, static_cast<std::int64_t>(values), input.handle());
+    if (!output) return kFailed;
+    std::ranges::copy(results, output.values().begin());
+    output.header().valueCount = static_cast<std::int32_t>(values);
+    // The x axis counts bands, always from the table's first one on.
+    output.header().xStart = 0.0;
+    output.header().xStep = 1.0;
+    output.header().channelCount = input.channels();
+    // Kept: the flag follows the analysis type of the moment, the bands that of the run's start.
+    output.header().axisFlags |=
+        parameters_.analysisType == kThirdOctave ? kAxisThirdOctaveBands : kAxisOctaveBands;
+    output.deliver();
+    work.giveBack();
+    consumeInput(record, kInput, input);
+    return 1;
+}
+
+}  // namespace vynpack
