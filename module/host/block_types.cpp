@@ -7,6 +7,9 @@
 #include "blocks/filter/TOFreqWeight.h"
 #include "blocks/spectral/TOInverseFFT.h"
 #include "blocks/spectral/TOSpektrum.h"
+#include "blocks/spectral/TOTerz_Oktave.h"
+#include "blocks/stats/TOMittelwert.h"
+#include "blocks/stats/TOStatistik.h"
 
 namespace vynpack {
 namespace {
@@ -19,9 +22,9 @@ std::unique_ptr<TOBlock> create() {
 // clang-format off
 constexpr std::array<BlockType, kBlockTypes> kTypes = {{
     {5000, "Klassierung",            "Klassierung",            false, create<TOKlassierung>},
-    {5001, "Terz_Oktav_Analyse",     "Terz_Oktav_Analyse",     true,  nullptr},
-    {5002, "Statistik",              "Statistik",              true,  nullptr},
-    {5003, "Mittelwert",             "Mittelwert",             false, nullptr},
+    {5001, "Terz_Oktav_Analyse",     "Terz_Oktav_Analyse",     true,  create<TOTerz_Oktave>},
+    {5002, "Statistik",              "Statistik",              true,  create<TOStatistik>},
+    {5003, "Mittelwert",             "Mittelwert",             false, create<TOMittelwert>},
     {5004, "FFT",                    "FFT",                    true,  create<TOSpektrum>},
     {5005, "Inverse FFT",            "Inverse FFT",            true,  create<TOInverseFFT>},
     {5006, "FFT zweier Zeitsignale", "FFT zweier Zeitsignale", false, nullptr},

@@ -1,0 +1,140 @@
+#include "blocks/stats/TOMittelwert.h"
+
+#include <new>
+
+#include "host/channel_block.h"
+#include "host/parameter_record.h"
+#include "host/remote_control.h"
+
+namespace vynpack {
+namespace {
+
+constexpr int kInput = 0;
+constexpr int kOutput = 0;
+
+using Parameters = TOMittelwert::Parameters;
+
+constexpr int kModeBase = kAvgReduce - 1;
+constexpr int kResetModeBase = kResetNever - 1;
+
+constexpr bool isChoice(std::int32_t value) { return value >= 1 && value <= 3; }
+
+constexpr Keyword<Parameters> kKeywords[] = {
+    {"PkMode", IntegerAccess<Parameters>{
+                   [](const Parameters& p) -> std::int32_t { return p.mode - kModeBase; },
+                   [](Parameters& p, std::int32_t value) {
+                       if (isChoice(value)) p.mode = static_cast<std::int16_t>(value + kModeBase);
+                   }}},
+    {"PkReduceVal",
+     IntegerAccess<Parameters>{[](const Parameters& p) -> std::int32_t { return p.reduceValue; },
+                               [](Parameters& p, std::int32_t value) {
+                                   p.reduceValue = static_cast<std::uint16_t>(value);
+                               }}},
+    {"PkSmoothNVal",
+     IntegerAccess<Parameters>{[](const Parameters& p) -> std::int32_t { return p.smoothingWidth; },
+                               [](Parameters& p, std::int32_t value) {
+                                   p.smoothingWidth = static_cast<std::uint16_t>(value);
+                               }}},
+    {"PkWFactor", RealAccess<Parameters>{[](const Parameters& p) { return p.weightingFactor; },
+                                         [](Parameters& p, double value) {
+                                             if (value >= 0.0 && value <= 1.0)
+                                                 p.weightingFactor = value;
+                                         }}},
+    {"PkResetMode",
+     IntegerAccess<Parameters>{
+         [](const Parameters& p) -> std::int32_t { return p.resetMode - kResetModeBase; },
+         [](Parameters& p, std::int32_t value) {
+             if (isChoice(value)) p.resetMode = static_cast<std::int16_t>(value + kResetModeBase);
+         }}},
+    {"PkResNBlocks", IntegerAccess<Parameters>{
+                         [](const Parameters& p) -> std::int32_t { return p.resetBlockCount; },
+                         [](Parameters& p, std::int32_t value) {
+                             if (value != 0) p.resetBlockCount = value;
+                         }}},
+    {"PkOutMode",
+     IntegerAccess<Parameters>{[](const Parameters& p) -> std::int32_t { return p.outputMode; },
+                               [](Parameters& p, std::int32_t value) {
+                                   p.outputMode = static_cast<std::int16_t>(value);
+                               }}},
+};
+
+}  // namespace
+
+void TOMittelwert::GetConnectors(ConnectorText& text) const {
+    writeConnectors(text, parameters_.resetMode == kResetByTrigger ? "E,T,;A," : "E,;A,");
+}
+
+int TOMittelwert::GetParameters() { return 0; }
+
+int TOMittelwert::SaveParameters(FileHandle file) {
+    // Kept: the size word counts the gaps of the parameters in memory, not the 54 bytes that
+    // follow.
+    saveRecord(file, kRecordSizeWord, parameters_);
+    return 1;
+}
+
+int TOMittelwert::RestoreParameters(FileHandle file) {
+    restoreRecord(file, parameters_);
+    status_ = 1;
+    return 1;
+}
+
+int TOMittelwert::InitSim() {
+    firstBlockOfRun_ = true;
+    error_.clear();
+    strategy_.reset();
+    switch (parameters_.mode) {
+        case kAvgReduce: strategy_.reset(new (std::nothrow) TOAvgReduce); return 1;
+        case kAvgSmoothing: strategy_.reset(new (std::nothrow) TOAvgSmoothing); return 1;
+        case kAvgBlocks: strategy_.reset(new (std::nothrow) TOAvgBlocks); return 1;
+        default: return 0;
+    }
+}
+
+int TOMittelwert::Stoppen() {
+    strategy_.reset();
+    return 1;
+}
+
+int TOMittelwert::RemoteControl(MemoryHandle info, MemoryHandle value, std::uint16_t subCode) {
+    return answerRemoteControl<Parameters>(kKeywords, parameters_, info, value, subCode);
+}
+
+int TOMittelwert::ErrorShow() { return error_.show(); }
+
+bool TOMittelwert::startRun(const ChannelBlock& input) {
+    channels_ = input.channels();
+    if (strategy_->InitChannels(channels_) != 0) {
+        error_.report(kTextOutOfMemory);
+        return false;
+    }
+    firstBlockOfRun_ = false;
+    return true;
+}
+
+int TOMittelwert::Simulation(SimulationRecord& record) {
+    if (!record.outputFree(kOutput) || !record.inputWaits(kInput) || !strategy_) return 1;
+    ChannelBlock input(record.inputData[kInput]);
+    if (!input) return 1;
+    if (!input.sound()) return kFailed;
+    if (firstBlockOfRun_ && !startRun(input)) return kFailed;
+    if (input.channels() != channels_) {
+        error_.report(kTextChannelCountChanged);
+        return kFailed;
+    }
+
+    std::int64_t outputValues = 0;
+    const int message = strategy_->CheckParameters(input, parameters_, outputValues);
+    if (message != 0) {
+        ShowMessage(HostWindow::none, kBoxExclamation, kTextError, static_cast<unsigned>(message));
+        return kFailed;
+    }
+    auto output = strategy_->MakeOutput(record, input, outputValues, parameters_);
+    if (output && !*output) return kFailed;
+    strategy_->Process(input, output ? &*output : nullptr, parameters_);
+    if (output) output->deliver();
+    consumeInput(record, kInput, input);
+    return 1;
+}
+
+}  // namespace vynpack

@@ -1,0 +1,69 @@
+// TOStatistik ("Statistik"): up to 21 statistical measures of every channel, block by block.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+#include "blocks/stats/TOStatFunktion.h"
+#include "host/TOBlock.h"
+#include "host/channel_block.h"
+#include "host/show_message.h"
+
+namespace vynpack {
+
+class TOStatistik final : public TOBlock {
+public:
+    static constexpr std::int32_t kRecordSizeWord = 76;
+
+    // How the measures leave the block.
+    enum OutputMode : std::int16_t { kOneOutput = 1052, kOutputPerMeasure = 1053 };
+
+    struct Parameters {
+        std::array<std::int16_t, kStatistics> selected{};  // non-zero = selected
+        std::int16_t outputMode = kOneOutput;
+        std::array<std::uint8_t, 32> reserved{};
+
+        template <class Record, class Self>
+        static void fields(Record& record, Self& self) {
+            for (auto& flag : self.selected)
+                record(flag);
+            record(self.outputMode, self.reserved);
+        }
+    };
+
+    void GetConnectors(ConnectorText& text) const override;
+    int GetParameters() override;
+    int SaveParameters(FileHandle file) override;
+    int RestoreParameters(FileHandle file) override;
+    int Simulation(SimulationRecord& record) override;
+    int InitSim() override;
+    int Stoppen() override;
+    int RemoteControl(MemoryHandle info, MemoryHandle value, std::uint16_t subCode) override;
+    int ErrorShow() override;
+    void noteOutOfMemory() noexcept override { error_.report(kTextOutOfMemory); }
+
+    Parameters& parameters() { return parameters_; }
+    // The number of outputs that the connector string names; the dialog sets it.
+    void setActiveCount(int count) { activeCount_ = count; }
+
+private:
+    std::size_t outputCount() const;
+    bool outputsFree(const SimulationRecord& record) const;
+    bool startRun(const ChannelBlock& input);
+    void compute(const ChannelBlock& input, std::span<float> results);
+    bool sendResults(SimulationRecord& record, const ChannelBlock& input,
+                     std::span<const float> results);
+
+    Parameters parameters_;
+    StatFunctions functions_;
+    std::vector<Statistic> active_;  // the selected measures of this run
+    int activeCount_ = 0;
+    bool firstBlockOfRun_ = false;
+    int channels_ = 0;
+    // The input whose results are computed but could not be sent; they are kept for the next try.
+    MemoryHandle unsent_ = MemoryHandle::none;
+    DeferredError error_;
+};
+
+}  // namespace vynpack
