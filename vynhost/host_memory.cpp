@@ -89,6 +89,14 @@ std::size_t HostMemory::aliveOf(Kind kind) const {
         alive_.begin(), alive_.end(), [&](const auto& row) { return row.second.kind == kind; }));
 }
 
+std::vector<Handle> HostMemory::dataHandles() const {
+    std::vector<Handle> handles;
+    for (const auto& [handle, entry] : alive_) {
+        if (entry.kind == Kind::data) handles.push_back(handle);
+    }
+    return handles;
+}
+
 std::string HostMemory::name(Handle handle) const {
     if (handle == Handle::none) return "nothing";
     const Entry* entry = find(handle);

@@ -48,6 +48,7 @@ public:
     ChannelData read(Handle handle) const;
 
     std::size_t aliveData() const { return aliveOf(Kind::data); }
+    std::vector<Handle> dataHandles() const;
     std::size_t aliveRecords() const { return aliveOf(Kind::record); }
     // "D3", or "nothing", or "?" for what is no live data block.
     std::string name(Handle handle) const;
