@@ -88,7 +88,7 @@ int TOAvgBlocks::CheckParameters(const ChannelBlock& input, const AvgParameters&
                                  std::int64_t& outputValues) const {
     const double factor = parameters.weightingFactor;
     if (!(factor >= 0.0 && factor <= 1.0)) return kTextWeightOutOfRange;
-    if (parameters.resetMode == kResetByCount && parameters.resetBlockCount == 0) {
+    if (parameters.resetMode == kAvgResetByCount && parameters.resetBlockCount == 0) {
         return kTextResetCountZero;
     }
     outputValues = input.valueCount();
@@ -97,15 +97,15 @@ int TOAvgBlocks::CheckParameters(const ChannelBlock& input, const AvgParameters&
 
 bool TOAvgBlocks::givesOutput(SimulationRecord& record, const AvgParameters& parameters) {
     switch (parameters.resetMode) {
-        case kResetNever: return true;
-        case kResetByTrigger:
+        case kAvgResetNever: return true;
+        case kAvgResetByTrigger:
             takeControlInput(record, kTrigger, [&](std::span<const float> values) {
                 if (std::ranges::any_of(values, [&](float v) { return v > triggerThreshold_; })) {
                     resetPending_ = true;
                 }
             });
             return resetPending_ || parameters.outputMode == 0;
-        case kResetByCount:
+        case kAvgResetByCount:
             if (parameters.resetBlockCount == average_.blocks() + 1) resetPending_ = true;
             return resetPending_ || parameters.outputMode == 0;
         default: return false;

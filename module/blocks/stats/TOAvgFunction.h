@@ -17,9 +17,9 @@ enum AvgMode : std::int16_t { kAvgReduce = 1054, kAvgSmoothing = 1055, kAvgBlock
 
 // When an average of data blocks begins anew.
 enum AvgResetMode : std::int16_t {
-    kResetNever = 1059,
-    kResetByTrigger = 1060,
-    kResetByCount = 1061
+    kAvgResetNever = 1059,
+    kAvgResetByTrigger = 1060,
+    kAvgResetByCount = 1061
 };
 
 // The averaging block's parameters.
@@ -28,7 +28,7 @@ struct AvgParameters {
     std::uint16_t reduceValue = 10;
     std::uint16_t smoothingWidth = 7;
     double weightingFactor = 1.0;  // of the blocks before, 0..1
-    std::int16_t resetMode = kResetNever;
+    std::int16_t resetMode = kAvgResetNever;
     std::int32_t resetBlockCount = 1;
     std::int16_t outputMode = 1;  // 0: a result for every block; otherwise at a reset only
     std::array<char, 32> reserved{};

@@ -15,7 +15,7 @@ constexpr int kOutput = 0;
 using Parameters = TOMittelwert::Parameters;
 
 constexpr int kModeBase = kAvgReduce - 1;
-constexpr int kResetModeBase = kResetNever - 1;
+constexpr int kResetModeBase = kAvgResetNever - 1;
 
 constexpr bool isChoice(std::int32_t value) { return value >= 1 && value <= 3; }
 
@@ -61,7 +61,7 @@ constexpr Keyword<Parameters> kKeywords[] = {
 }  // namespace
 
 void TOMittelwert::GetConnectors(ConnectorText& text) const {
-    writeConnectors(text, parameters_.resetMode == kResetByTrigger ? "E,T,;A," : "E,;A,");
+    writeConnectors(text, parameters_.resetMode == kAvgResetByTrigger ? "E,T,;A," : "E,;A,");
 }
 
 int TOMittelwert::GetParameters() { return 0; }
