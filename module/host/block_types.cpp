@@ -5,6 +5,7 @@
 #include "blocks/classify/TOKlassierung.h"
 #include "blocks/filter/TODigitalFilter.h"
 #include "blocks/filter/TOFreqWeight.h"
+#include "blocks/filter/TOLevel.h"
 #include "blocks/spectral/TOInverseFFT.h"
 #include "blocks/spectral/TOSpektrum.h"
 #include "blocks/spectral/TOTerz_Oktave.h"
@@ -30,7 +31,7 @@ constexpr std::array<BlockType, kBlockTypes> kTypes = {{
     {5006, "FFT zweier Zeitsignale", "FFT zweier Zeitsignale", false, nullptr},
     {5007, "Digitale Filter",        "Filter",                 true,  create<TODigitalFilter>},
     {5008, "Frequenzbewertung",      "A,B,C-Bewertung",        false, create<TOFreqWeight>},
-    {5009, "Pegelberechnung",        "Pegel",                  false, nullptr},
+    {5009, "Pegelberechnung",        "Pegel",                  false, create<TOLevel>},
 }};
 // clang-format on
 

@@ -1,0 +1,210 @@
+#include "blocks/filter/TOLevel.h"
+
+#include <cmath>
+#include <utility>
+
+#include "host/host_messages.h"
+#include "host/parameter_record.h"
+#include "host/remote_control.h"
+
+namespace vynpack {
+namespace {
+
+constexpr int kSignal = 0;
+constexpr int kControl = 1;
+constexpr int kLevels = 0;
+
+constexpr int kDone = 0;
+
+using Parameters = TOLevel::Parameters;
+
+template <std::int16_t Parameters::*field>
+constexpr IntegerAccess<Parameters> word() {
+    return {[](const Parameters& p) -> std::int32_t { return p.*field; },
+            [](Parameters& p, std::int32_t value) { p.*field = static_cast<std::int16_t>(value); }};
+}
+
+constexpr Keyword<Parameters> kKeywords[] = {
+    {"PkRMS", word<&Parameters::rms>(), ValueType::flag},
+    {"PkTimeTc", word<&Parameters::timeWeighting>()},
+    {"PkTimeTx", word<&Parameters::clockPeriod>()},
+    {"PkTimeHold",
+     RealAccess<Parameters>{[](const Parameters& p) { return p.blankedSeconds; },
+                            [](Parameters& p, double value) { p.blankedSeconds = value; }}},
+    {"PkFreqOut",
+     RealAccess<Parameters>{[](const Parameters& p) { return p.outputFrequency; },
+                            [](Parameters& p, double value) { p.outputFrequency = value; }}},
+};
+
+int secondsOf(int clockPeriod) {
+    switch (clockPeriod) {
+        case 0: return 1;
+        case 2: return 5;
+        default: return 3;
+    }
+}
+
+// An absent unit counts as seconds.
+std::int32_t timeUnitOf(const ChannelBlockHeader& header) {
+    return header.xAxisKind == 0 ? kAxisSeconds : header.xAxisKind;
+}
+
+double stepInSeconds(const ChannelBlockHeader& header) {
+    return timeUnitOf(header) == kAxisMilliseconds ? header.xStep / 1000.0 : header.xStep;
+}
+
+// The integer part of a control value; what no integer holds sets no bit.
+std::int32_t controlBits(float control) {
+    constexpr float kLimit = 2147483648.0F;
+    return control >= -kLimit && control < kLimit ? static_cast<std::int32_t>(control) : 0;
+}
+
+}  // namespace
+
+void TOLevel::GetConnectors(ConnectorText& text) const { writeConnectors(text, "E,S,;A,"); }
+
+int TOLevel::GetParameters() { return 0; }
+
+int TOLevel::SaveParameters(FileHandle file) {
+    saveRecord(file, kRecordSizeWord, parameters_);
+    return 1;
+}
+
+int TOLevel::RestoreParameters(FileHandle file) {
+    restoreRecord(file, parameters_);
+    return 1;
+}
+
+int TOLevel::InitSim() {
+    run_.reset();
+    clockSeconds_ = secondsOf(parameters_.clockPeriod);
+    control_ = 0.0F;
+    held_ = MemoryHandle::none;
+    readSamples_ = 0;
+    error_.clear();
+    return 1;
+}
+
+int TOLevel::Stoppen() {
+    run_.reset();
+    if (held_ != MemoryHandle::none)
+        host_message::release(std::exchange(held_, MemoryHandle::none));
+    readSamples_ = 0;
+    return 1;
+}
+
+int TOLevel::RemoteControl(MemoryHandle info, MemoryHandle value, std::uint16_t subCode) {
+    return answerRemoteControl<Parameters>(kKeywords, parameters_, info, value, subCode);
+}
+
+int TOLevel::ErrorShow() { return error_.show(); }
+
+void TOLevel::noteOutOfMemory() noexcept { error_.report(kTextOutOfMemory); }
+
+int TOLevel::fail(TextId text) noexcept {
+    error_.report(text);
+    return kFailed;
+}
+
+LevelMode TOLevel::mode() const {
+    return {.rms = parameters_.rms != 0, .impulse = parameters_.timeWeighting == kImpulse};
+}
+
+int TOLevel::Simulation(SimulationRecord& record) {
+    takeControlInput(record, kControl, [this](std::span<const float> values) {
+        if (!values.empty()) control_ = values.front();
+    });
+    if (!record.outputFree(kLevels) || !record.inputConnected(kSignal)) return kDone;
+    if (!record.inputWaits(kSignal)) return kDone;
+    // A block in work stays at its connector; another one there means that the host took it back.
+    if (std::exchange(held_, record.inputData[kSignal]) != record.inputData[kSignal])
+        readSamples_ = 0;
+    ChannelBlock input(held_);
+    if (!input || !input.sound()) return kFailed;
+
+    const int started = run_ ? kDone : startRun(input);
+    if (started != kDone) return started;
+    const int unchanged = checkUnchanged(input);
+    if (unchanged != kDone) return unchanged;
+
+    LevelMeter& meter = run_->meter;
+    const auto left = [&] { return input.samplesPerChannel() - readSamples_; };
+    if (!meter.full()) {
+        if (meter.missing() >= left()) {
+            feed(input, left());
+            releaseHeld(record, input);
+            return kDone;
+        }
+        feed(input, meter.missing());
+    }
+    if (!emit(record)) return fail(kTextOutOfMemory);
+    if (left() > meter.missing()) {
+        feed(input, meter.missing());  // the next call puts out the next interval
+    } else {
+        feed(input, left());
+        releaseHeld(record, input);
+    }
+    return kDone;
+}
+
+int TOLevel::startRun(const ChannelBlock& input) {
+    const std::int32_t unit = timeUnitOf(input.header());
+    const double step = stepInSeconds(input.header());
+    const bool isTime = unit == kAxisSeconds || unit == kAxisMilliseconds;
+    if (!isTime || !(step > 0.0) || !std::isfinite(step)) return fail(kTextNotATimeSignal);
+    if (parameters_.outputFrequency == 0.0) return fail(kTextOutputFrequencyZero);
+    const LevelSettings settings{.channels = input.channels(),
+                                 .step = step,
+                                 .outputFrequency = parameters_.outputFrequency,
+                                 .timeConstant = timeConstantOf(parameters_.timeWeighting),
+                                 .clockSeconds = clockSeconds_,
+                                 .blankedSeconds = parameters_.blankedSeconds};
+    run_.emplace(Run{.meter = LevelMeter(settings),
+                     .channels = input.channels(),
+                     .timeUnit = unit,
+                     .step = step,
+                     .rate = 1.0 / step,
+                     .outputStep = 1.0 / parameters_.outputFrequency});
+    return kDone;
+}
+
+int TOLevel::checkUnchanged(const ChannelBlock& input) {
+    if (input.channels() != run_->channels) return fail(kTextChannelCountChanged);
+    if (!(1.0 / stepInSeconds(input.header()) == run_->rate)) return fail(kTextSampleRateChanged);
+    if (timeUnitOf(input.header()) != run_->timeUnit) return fail(kTextAxisUnitChanged);
+    return kDone;
+}
+
+void TOLevel::feed(const ChannelBlock& input, std::int64_t samples) {
+    const auto width = static_cast<std::size_t>(run_->channels);
+    run_->meter.feed(input.values().subspan(static_cast<std::size_t>(readSamples_) * width,
+                                            static_cast<std::size_t>(samples) * width),
+                     controlBits(control_), mode());
+    readSamples_ += samples;
+}
+
+// Puts out the interval that is full. False when the host gives no block for it.
+bool TOLevel::emit(SimulationRecord& record) {
+    const std::int32_t values = kLevelQuantities * run_->channels;
+    OutputBlock output(record, kLevels, values, held_);
+    if (!output) return false;
+    ChannelBlockHeader& header = output.header();
+    header.valueCount = values;
+    header.xAxisKind = kAxisSeconds;
+    header.yUnit = kUnitNone;
+    header.xStart = static_cast<float>(run_->meter.intervalStart() + run_->step);
+    header.xStep = run_->outputStep;
+    // Kept: the channel word counts the quantities, however many channels each of them has.
+    header.channelCount = kLevelQuantities;
+    run_->meter.emit(output.values(), mode());
+    output.deliver();
+    return true;
+}
+
+void TOLevel::releaseHeld(SimulationRecord& record, ChannelBlock& input) {
+    held_ = MemoryHandle::none;
+    readSamples_ = 0;
+    consumeInput(record, kSignal, input);
+}
+
+}  // namespace vynpack
