@@ -6,6 +6,7 @@
 #include "blocks/filter/TODigitalFilter.h"
 #include "blocks/filter/TOFreqWeight.h"
 #include "blocks/filter/TOLevel.h"
+#include "blocks/spectral/TODualSpektrum.h"
 #include "blocks/spectral/TOInverseFFT.h"
 #include "blocks/spectral/TOSpektrum.h"
 #include "blocks/spectral/TOTerz_Oktave.h"
@@ -28,7 +29,7 @@ constexpr std::array<BlockType, kBlockTypes> kTypes = {{
     {5003, "Mittelwert",             "Mittelwert",             false, create<TOMittelwert>},
     {5004, "FFT",                    "FFT",                    true,  create<TOSpektrum>},
     {5005, "Inverse FFT",            "Inverse FFT",            true,  create<TOInverseFFT>},
-    {5006, "FFT zweier Zeitsignale", "FFT zweier Zeitsignale", false, nullptr},
+    {5006, "FFT zweier Zeitsignale", "FFT zweier Zeitsignale", false, create<TODualSpektrum>},
     {5007, "Digitale Filter",        "Filter",                 true,  create<TODigitalFilter>},
     {5008, "Frequenzbewertung",      "A,B,C-Bewertung",        false, create<TOFreqWeight>},
     {5009, "Pegelberechnung",        "Pegel",                  false, create<TOLevel>},

@@ -97,6 +97,7 @@ public:
     std::span<float> values(std::size_t count) const noexcept { return {firstValue(), count}; }
 
     void unlock() noexcept { memory_.unlock(); }
+    void leaveLocked() noexcept { memory_.leaveLocked(); }
 
 private:
     float* firstValue() const noexcept {

@@ -66,11 +66,19 @@ struct TextAccess {
     const char* (*get)(const Subject&);
     void (*set)(Subject&, HostText);
 };
+// A text that cannot be read back.
+template <class Subject>
+struct WriteOnlyTextAccess {
+    const char* (*get)(const Subject&);
+    void (*set)(Subject&, HostText);
+};
 
 template <class Subject>
 struct Keyword {
     const char* name;  // at most 16 characters
-    std::variant<IntegerAccess<Subject>, RealAccess<Subject>, TextAccess<Subject>> access;
+    std::variant<IntegerAccess<Subject>, RealAccess<Subject>, TextAccess<Subject>,
+                 WriteOnlyTextAccess<Subject>>
+        access;
     ValueType type;
 
     constexpr Keyword(const char* keyword, IntegerAccess<Subject> integer,
@@ -79,6 +87,8 @@ struct Keyword {
     constexpr Keyword(const char* keyword, RealAccess<Subject> real)
         : name(keyword), access(real), type(ValueType::real) {}
     constexpr Keyword(const char* keyword, TextAccess<Subject> text)
+        : name(keyword), access(text), type(ValueType::text) {}
+    constexpr Keyword(const char* keyword, WriteOnlyTextAccess<Subject> text)
         : name(keyword), access(text), type(ValueType::text) {}
 };
 
@@ -144,6 +154,13 @@ void readValue(const TextAccess<Subject>& access, const Subject& subject, void* 
     const char* text = access.get(subject);
     std::memcpy(value, text, std::strlen(text) + 1);
 }
+template <class Subject>
+void readValue(const WriteOnlyTextAccess<Subject>& access, const Subject& subject, void* value) {
+    // Kept: what is read is one byte, the lowest of the text's address, instead of the text.
+    const auto address = reinterpret_cast<std::uintptr_t>(access.get(subject));
+    const auto byte = static_cast<unsigned char>(address);
+    std::memcpy(value, &byte, sizeof byte);
+}
 
 template <class Subject>
 void writeValue(const IntegerAccess<Subject>& access, Subject& subject, const void* value) {
@@ -159,6 +176,10 @@ void writeValue(const RealAccess<Subject>& access, Subject& subject, const void*
 }
 template <class Subject>
 void writeValue(const TextAccess<Subject>& access, Subject& subject, const void* value) {
+    access.set(subject, HostText(static_cast<const char*>(value)));
+}
+template <class Subject>
+void writeValue(const WriteOnlyTextAccess<Subject>& access, Subject& subject, const void* value) {
     access.set(subject, HostText(static_cast<const char*>(value)));
 }
 

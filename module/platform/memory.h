@@ -53,6 +53,9 @@ public:
         if (std::exchange(address_, nullptr) != nullptr) platform::unlockMemory(handle_);
     }
 
+    // Ends the scope's hold without unlocking.
+    void leaveLocked() noexcept { address_ = nullptr; }
+
     explicit operator bool() const noexcept { return address_ != nullptr; }
     void* address() const noexcept { return address_; }
     MemoryHandle handle() const noexcept { return handle_; }

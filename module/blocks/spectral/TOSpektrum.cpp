@@ -6,6 +6,7 @@
 #include "host/TOGlobal.h"
 #include "host/parameter_record.h"
 #include "host/remote_control.h"
+#include "spectral/spectral_headers.h"
 #include "spectral/spectral_names.h"
 
 namespace vynpack {
@@ -54,26 +55,6 @@ SpectrumSettings settingsOf(const Parameters& p) {
             .windowParameter = p.windowParameter};
 }
 
-double resolutionOf(const ChannelBlock& input) {
-    const int n = input.samplesPerChannel();
-    return frequencyStep(0.0, (n - 1) * input.header().xStep, n);
-}
-
-// What all spectra of an input have in common.
-void describeSpectrum(ChannelBlockHeader& header, const ChannelBlock& input, int lines) {
-    header.xAxisKind = kAxisHertz;
-    header.valueCount = input.channels() * lines;
-    header.channelCount = input.channels();
-    header.xStart = 0.0;
-    header.xStep = resolutionOf(input);
-}
-
-void describeDisplay(ChannelBlockHeader& header, std::int32_t unit, double minimum, double span) {
-    header.yUnit = unit;
-    header.displayMinimum = minimum;
-    header.displaySpan = span;
-}
-
 }  // namespace
 
 void TOSpektrum::GetConnectors(ConnectorText& text) const {
@@ -117,30 +98,21 @@ bool TOSpektrum::hasSecondOutput() const {
     return parameters_.amplitudeType == kRealImaginary || parameters_.phase != 0;
 }
 
-void TOSpektrum::describeAmplitudes(ChannelBlockHeader& header, const ChannelBlock& input) const {
+void TOSpektrum::describeFirst(ChannelBlockHeader& header, const ChannelBlock& input) const {
     const std::uint16_t type = parameters_.amplitudeType;
     const double span = input.header().displaySpan;
     describeSpectrum(header, input,
                      SpectrumAnalysis::amplitudeLines(type, input.samplesPerChannel()));
-    header.displayMinimum = 0.0;
-    switch (type) {
-        case kPeak:
-        case kRms: describeDisplay(header, kUnitAmplitude, 0.0, span / 2.0); break;
-        case kPowerSpectrum:
-        case kPowerDensity: describeDisplay(header, kUnitPower, 0.0, span / 2.0); break;
-        case kAutoSpectrum: describeDisplay(header, kUnitPower, 0.0, span * 5.0); break;
-        case kCepstrum:
-        case kRealImaginary: describeDisplay(header, kUnitNone, 0.0, span / 2.0); break;
-        default: break;  // unit and span stay as the host copied them
-    }
+    describeAmplitudes(header, type, span);
+    if (type == kRealImaginary) describeDisplay(header, kUnitNone, 0.0, span / 2.0);
 }
 
-void TOSpektrum::describePhases(ChannelBlockHeader& header, const ChannelBlock& input) const {
+void TOSpektrum::describeSecond(ChannelBlockHeader& header, const ChannelBlock& input) const {
     describeSpectrum(header, input, SpectrumAnalysis::phaseLines(input.samplesPerChannel()));
     if (parameters_.amplitudeType == kRealImaginary) {
         describeDisplay(header, kUnitNone, 0.0, input.header().displaySpan / 2.0);
     } else {
-        describeDisplay(header, kUnitDegrees, -180.0, 360.0);
+        describePhases(header);
     }
 }
 
@@ -158,14 +130,14 @@ int TOSpektrum::Simulation(SimulationRecord& record) {
         record, kAmplitudes,
         channels * SpectrumAnalysis::amplitudeLines(parameters_.amplitudeType, n), input.handle());
     if (!amplitudes) return kNotReady;
-    describeAmplitudes(amplitudes.header(), input);
+    describeFirst(amplitudes.header(), input);
 
     OutputBlock phases;
     if (hasSecondOutput()) {
         phases = OutputBlock(record, kPhases, channels * SpectrumAnalysis::phaseLines(n),
                              input.handle());
         if (!phases) return kNotReady;
-        describePhases(phases.header(), input);
+        describeSecond(phases.header(), input);
     }
 
     analysis_.analyse(settingsOf(parameters_), input.values(), input.channels(),

@@ -43,8 +43,8 @@ public:
 
 private:
     bool hasSecondOutput() const;
-    void describeAmplitudes(ChannelBlockHeader& header, const ChannelBlock& input) const;
-    void describePhases(ChannelBlockHeader& header, const ChannelBlock& input) const;
+    void describeFirst(ChannelBlockHeader& header, const ChannelBlock& input) const;
+    void describeSecond(ChannelBlockHeader& header, const ChannelBlock& input) const;
 
     Parameters parameters_;
     SpectrumAnalysis analysis_;

@@ -5,16 +5,6 @@
 #include "spectral/spectrum_kernels.h"
 
 namespace vynpack {
-namespace {
-
-// Kinds by amplitude type; a zoom FFT has none.
-int conversionKind(std::uint16_t amplitudeType) {
-    const int kind = amplitudeType - kPeak;
-    const bool sharesPowerKind = amplitudeType >= kPowerDensity && amplitudeType <= kCepstrum;
-    return sharesPowerKind ? kind - 1 : kind;
-}
-
-}  // namespace
 
 void SpectrumAnalysis::prepare(int n) {
     if (n == n_) return;

@@ -53,6 +53,12 @@ int toCepstrum(std::span<const double> re, std::span<const double> im, std::span
 
 }  // namespace
 
+int conversionKind(std::uint16_t amplitudeType) {
+    const int kind = amplitudeType - kPeak;
+    const bool afterSharedKind = amplitudeType >= kPowerDensity && amplitudeType <= kCepstrum;
+    return afterSharedKind ? kind - 1 : kind;
+}
+
 int convertSpectrum(std::span<const double> re, std::span<const double> im, int kind,
                     std::span<double> out, RealTransform transform, std::vector<double>& work) {
     const SpectrumKernels& kernels = spectrumKernels();
@@ -81,14 +87,14 @@ int averageSpectra(std::span<const double> a, std::span<const double> b, std::in
     const SpectrumKernels& kernels = spectrumKernels();
     const auto n = static_cast<double>(count);
     switch (mode) {
-        case kAverageArithmetic:
+        case kAverageExponential:
             kernels.moveTowards(b.data(), a.data(), n, out.data(), out.size());
             return 0;
         case kAverageMinimum: kernels.smaller(a.data(), b.data(), out.data(), out.size()); return 0;
         case kAverageMaximum: kernels.larger(a.data(), b.data(), out.data(), out.size()); return 0;
         default:
             kernels.moveTowards(a.data(), b.data(), n, out.data(), out.size());
-            return mode == kAverageExponential ? 0 : kAverageModeUnknown;
+            return mode == kAverageArithmetic ? 0 : kAverageModeUnknown;
     }
 }
 

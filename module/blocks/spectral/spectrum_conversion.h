@@ -34,6 +34,10 @@ enum ConversionKind : int {
 
 inline constexpr int kCepstrumOutOfMemory = -101;
 
+// The kind that makes an amplitude type's values; types that nothing computes have a kind outside
+// the enumeration.
+int conversionKind(std::uint16_t amplitudeType);
+
 // The conversion routine over the lines of `re` (as many in `im` and, but for the cepstrum, `out`).
 // `out` may be one of the inputs. `work` is the cepstrum's; it grows once and is kept by the
 // caller. A kind outside the enumeration writes nothing. 0, or the transform's negative status, or
@@ -46,14 +50,14 @@ double frequencyStep(double start, double end, int count);
 
 // Rules of the pairwise average of an old value a and a new value b, the count-th.
 enum AverageMode : int {
-    kAverageExponential = 0,  // a + (b - a) / count
-    kAverageArithmetic = 1,   // b + (a - b) / count
+    kAverageArithmetic = 0,   // a + (b - a) / count: the mean of the values so far
+    kAverageExponential = 1,  // b + (a - b) / count
     kAverageMinimum = 2,
     kAverageMaximum = 3,
 };
 
 inline constexpr int kAverageCountTooSmall = -430;
-inline constexpr int kAverageModeUnknown = 401;  // computed as kAverageExponential
+inline constexpr int kAverageModeUnknown = 401;  // computed as kAverageArithmetic
 
 // out[k] = the average of a[k] and b[k]; `out` may be one of the inputs. A count below 2 computes
 // nothing.

@@ -3,21 +3,30 @@
 namespace vynpack::VYN_KERNEL_LEVEL {
 namespace {
 
-void takeSamples(const float* in, std::size_t stride, float divisor, const double* weights,
-                 double* out, std::size_t n) {
+template <class Take>
+void takeEach(const float* in, std::size_t stride, const double* weights, double* out,
+              std::size_t n, Take take) {
     if (stride == 1 && weights != nullptr) {
         for (std::size_t i = 0; i < n; ++i)
-            out[i] = static_cast<double>(in[i] / divisor) * weights[i];
+            out[i] = static_cast<double>(take(in[i])) * weights[i];
     } else if (stride == 1) {
         for (std::size_t i = 0; i < n; ++i)
-            out[i] = in[i] / divisor;
+            out[i] = take(in[i]);
     } else if (weights != nullptr) {
-        for (std::size_t i = 0; i < n; ++i) {
-            out[i] = static_cast<double>(in[i * stride] / divisor) * weights[i];
-        }
+        for (std::size_t i = 0; i < n; ++i)
+            out[i] = static_cast<double>(take(in[i * stride])) * weights[i];
     } else {
         for (std::size_t i = 0; i < n; ++i)
-            out[i] = in[i * stride] / divisor;
+            out[i] = take(in[i * stride]);
+    }
+}
+
+void takeSamples(const float* in, std::size_t stride, float divisor, const double* weights,
+                 double* out, std::size_t n) {
+    if (divisor == 1.0F) {
+        takeEach(in, stride, weights, out, n, [](float sample) { return sample; });
+    } else {
+        takeEach(in, stride, weights, out, n, [=](float sample) { return sample / divisor; });
     }
 }
 

@@ -191,7 +191,7 @@ TEST(SpectrumAverage, ArithmeticModeKeepsTheRunningMean) {
     std::vector<double> mean = {2.0};
     int count = 1;
     for (const double value : {4.0, 9.0, 1.0}) {
-        averageSpectra(mean, std::vector<double>{value}, ++count, kAverageExponential, mean);
+        averageSpectra(mean, std::vector<double>{value}, ++count, kAverageArithmetic, mean);
     }
     EXPECT_NEAR(mean[0], (2.0 + 4.0 + 9.0 + 1.0) / 4, 1e-15);
 }

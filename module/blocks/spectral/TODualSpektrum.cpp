@@ -1,0 +1,260 @@
+#include "blocks/spectral/TODualSpektrum.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <span>
+
+#include "host/TOGlobal.h"
+#include "host/parameter_record.h"
+#include "host/remote_control.h"
+#include "spectral/spectral_headers.h"
+#include "spectral/spectral_names.h"
+
+namespace vynpack {
+namespace {
+
+constexpr int kExcitation = 0;
+constexpr int kResponse = 1;
+constexpr int kTrigger = 2;
+constexpr int kAmplitudes = 0;
+constexpr int kPhases = 1;
+constexpr int kCoherences = 2;
+constexpr int kDone = 1;
+
+using Parameters = TODualSpektrum::Parameters;
+
+constexpr NamedValue kTransferNames[] = {
+    {kTransferH1, "SPECTRUM H1"},
+    {kTransferH2, "SPECTRUM H2"},
+};
+
+// As they read back.
+constexpr NamedValue kAverageNames[] = {
+    {kArithmeticAveraging, "ARITHMETIC"},  {kExponentialAveraging, "EXPONENTIAL"},
+    {kMinimumAveraging, "PEAKMIN"},        {kMaximumAveraging, "PEAKMAX"},
+    {kWeightedAveraging, "MINMAXAVERAGE"}, {kMinMaxAveraging, "PEAKMINMAX"},
+};
+
+// As they are set.
+constexpr NamedValue kAverageKeys[] = {
+    {kExponentialAveraging, "EXPONENTIAL"},
+    {kMinimumAveraging, "PEAKMIN"},
+    {kMaximumAveraging, "PEAKMAX"},
+    // Kept: this name sets the weighted average.
+    {kWeightedAveraging, "MINMAXAVERAGE"},
+    {kMinMaxAveraging, "PEAKMINMAX"},
+    {kNoAveraging, "NO"},
+};
+
+// A 16-bit field that is stored with an offset; it reads back unsigned.
+template <std::uint16_t Parameters::*Field, int ReadOffset, int WriteOffset>
+constexpr IntegerAccess<Parameters> integer() {
+    return {[](const Parameters& p) { return p.*Field - ReadOffset; },
+            [](Parameters& p, std::int32_t value) {
+                p.*Field = static_cast<std::uint16_t>(static_cast<std::uint32_t>(value) +
+                                                      static_cast<std::uint32_t>(WriteOffset));
+            }};
+}
+
+template <double Parameters::*Field>
+constexpr RealAccess<Parameters> real() {
+    return {[](const Parameters& p) { return p.*Field; },
+            [](Parameters& p, double value) { p.*Field = value; }};
+}
+
+// A named field; texts without a row set `Other`.
+template <std::uint16_t Parameters::*Field, const auto& Names, const auto& Keys, int Other>
+constexpr WriteOnlyTextAccess<Parameters> name() {
+    return {[](const Parameters& p) { return nameOf(Names, p.*Field, ""); },
+            [](Parameters& p, HostText text) {
+                p.*Field = static_cast<std::uint16_t>(idOf(Keys, text, Other));
+            }};
+}
+
+// Kept: the four texts read back as one byte without meaning.
+constexpr Keyword<Parameters> kKeywords[] = {
+    {"PkOutChnMode", integer<&Parameters::outputChannelMode, 0, 0>()},
+    {"PkAmplType",
+     name<&Parameters::amplitudeType, kAmplitudeTypeNames, kAmplitudeTypeKeys, kPeak>()},
+    {"PkTransPhase", integer<&Parameters::phase, 0, 0>()},
+    {"PkCoherence", integer<&Parameters::coherence, 0, 0>()},
+    {"PkTransFCTType",
+     name<&Parameters::transferType, kTransferNames, kTransferNames, kTransferH0>()},
+    // Kept: the switch reads back one higher than the number that sets it.
+    {"PkCrossSpectr", integer<&Parameters::quantity, 1117, 1118>()},
+    {"PkAverageType",
+     name<&Parameters::averageType, kAverageNames, kAverageKeys, kArithmeticAveraging>()},
+    {"PkAverageSource", integer<&Parameters::averageSource, 88, 88>()},
+    {"PkWndFct", name<&Parameters::window, kWindowNames, kWindowNames, kRectangleWindow>()},
+    {"PkWndCorrectTyp", integer<&Parameters::correction, 1102, 1102>()},
+    {"PkWndPara", real<&Parameters::windowParameter>()},
+    {"PkResetMode", integer<&Parameters::resetMode, 1013, 1013>()},
+    {"PkResetCount",
+     IntegerAccess<Parameters>{[](const Parameters& p) { return p.resetCount; },
+                               [](Parameters& p, std::int32_t value) { p.resetCount = value; }}},
+    {"PkDataOnReset", integer<&Parameters::dataOnReset, 0, 0>()},
+    {"PkAvgFactor", real<&Parameters::averageFactor>()},
+};
+
+DualSpectrumSettings settingsOf(const Parameters& p) {
+    return {.crossSpectrum = p.quantity == TODualSpektrum::kCrossSpectrum,
+            .transferType = p.transferType,
+            .amplitudeType = p.amplitudeType,
+            .averageType = p.averageType,
+            .averageSource = p.averageSource,
+            .phase = p.phase != 0,
+            .coherence = p.coherence != 0,
+            .window = p.window,
+            .correction = p.correction,
+            .windowParameter = p.windowParameter};
+}
+
+// Nothing is common to the layouts of the two blocks.
+bool differ(const ChannelBlock& excitation, const ChannelBlock& response) {
+    return excitation.valueCount() != response.valueCount() &&
+           excitation.channels() != response.channels();
+}
+
+// The response, read in the excitation's layout, is as long as the excitation.
+bool reachesAsFar(const ChannelBlock& response, const ChannelBlock& excitation) {
+    return response.valueCount() >= excitation.samplesPerChannel() * excitation.channels();
+}
+
+OutputBlock openOutput(SimulationRecord& record, int connector, const ChannelBlock& excitation) {
+    const int lines = DualSpectrum::lines(excitation.samplesPerChannel());
+    OutputBlock output(record, connector, std::int64_t{lines} * excitation.channels(),
+                       excitation.handle());
+    if (output) describeSpectrum(output.header(), excitation, lines);
+    return output;
+}
+
+std::span<float> valuesOf(const OutputBlock& output) {
+    return output ? output.values() : std::span<float>{};
+}
+
+}  // namespace
+
+void TODualSpektrum::GetConnectors(ConnectorText& text) const {
+    const bool parts = parameters_.amplitudeType == kRealImaginary;
+    const char* first = parts ? "R," : "A,";
+    const char* second = parts ? "I," : parameters_.phase != 0 ? "P," : "-,";
+    const char* third = parameters_.coherence != 0 ? "K," : "-,";
+    std::array<char, 32> connectors{};
+    std::snprintf(connectors.data(), connectors.size(), "E,A,T,;%s%s%s", first, second, third);
+    writeConnectors(text, connectors.data());
+}
+
+int TODualSpektrum::GetParameters() { return 0; }
+
+int TODualSpektrum::SaveParameters(FileHandle file) {
+    saveRecord(file, kRecordSizeWord, parameters_);
+    return 1;
+}
+
+int TODualSpektrum::RestoreParameters(FileHandle file) {
+    restoreRecord(file, parameters_);
+    return 1;
+}
+
+int TODualSpektrum::InitSim() {
+    spectrum_.release();
+    triggered_ = false;
+    return 1;
+}
+
+int TODualSpektrum::Stoppen() {
+    spectrum_.release();
+    triggered_ = false;
+    return 1;
+}
+
+int TODualSpektrum::RemoteControl(MemoryHandle info, MemoryHandle value, std::uint16_t subCode) {
+    return answerRemoteControl<Parameters>(kKeywords, parameters_, info, value, subCode);
+}
+
+void TODualSpektrum::takeTrigger(SimulationRecord& record) {
+    if (parameters_.resetMode != kResetByTrigger) return;
+    takeControlInput(record, kTrigger, [this](std::span<const float> values) {
+        triggered_ = triggered_ || std::any_of(values.begin(), values.end(),
+                                               [](float value) { return value > kTriggerLevel; });
+    });
+}
+
+// The block at hand is the last of its average.
+bool TODualSpektrum::averageEnds() const {
+    if (parameters_.resetMode == kResetByCount) {
+        return spectrum_.progress().nextBlock() ==
+               static_cast<std::uint32_t>(parameters_.resetCount);
+    }
+    return parameters_.resetMode == kResetByTrigger && triggered_;
+}
+
+bool TODualSpektrum::deliversNow(bool averageEnds) const {
+    return parameters_.dataOnReset == 0 || averageEnds || parameters_.averageType == kNoAveraging ||
+           parameters_.resetMode == kNeverReset;
+}
+
+bool TODualSpektrum::openOutputs(SimulationRecord& record, const ChannelBlock& excitation,
+                                 Outputs& outputs) {
+    const std::uint16_t type = parameters_.amplitudeType;
+    outputs.amplitudes = openOutput(record, kAmplitudes, excitation);
+    if (!outputs.amplitudes) return false;
+    describeAmplitudes(outputs.amplitudes.header(), type, excitation.header().displaySpan);
+
+    if (parameters_.phase != 0 || type == kRealImaginary) {
+        outputs.phases = openOutput(record, kPhases, excitation);
+        if (!outputs.phases) return false;
+        ChannelBlockHeader& header = outputs.phases.header();
+        // Kept: imaginary parts go out in degrees, too, with the display of the input.
+        header.yUnit = kUnitDegrees;
+        if (type != kRealImaginary) describePhases(header);
+    }
+    if (parameters_.coherence != 0) {
+        outputs.coherences = openOutput(record, kCoherences, excitation);
+        if (!outputs.coherences) return false;
+        describeDisplay(outputs.coherences.header(), kUnitNone, 0.0, 1.0);
+    }
+    return true;
+}
+
+int TODualSpektrum::Simulation(SimulationRecord& record) {
+    ChannelBlock excitation;
+    ChannelBlock response;
+    const bool bothWait = record.inputWaits(kExcitation) && record.inputWaits(kResponse);
+    if (bothWait) {
+        excitation = ChannelBlock(record.inputData[kExcitation]);
+        response = ChannelBlock(record.inputData[kResponse]);
+        if (!excitation || !response || !excitation.sound() || !response.sound()) return kDone;
+        if (!differ(excitation, response) && !reachesAsFar(response, excitation)) return kDone;
+    }
+    takeTrigger(record);
+    if (!bothWait) return kDone;
+    if (differ(excitation, response)) {
+        // Kept: blocks that have nothing in common are neither unlocked nor released.
+        excitation.leaveLocked();
+        response.leaveLocked();
+        return kDone;
+    }
+
+    const RealTransform transform = theGlobal().analysis().functions().realTransform.address();
+    const DualSpectrumSettings settings = settingsOf(parameters_);
+    spectrum_.prepare(settings, excitation.samplesPerChannel(), excitation.channels());
+    const bool ends = averageEnds();
+    Outputs outputs;
+    if (deliversNow(ends) && !openOutputs(record, excitation, outputs)) return kDone;
+
+    spectrum_.analyse(
+        settings, {excitation.values(), response.values()}, resolutionOf(excitation),
+        parameters_.averageFactor, transform,
+        {valuesOf(outputs.amplitudes), valuesOf(outputs.phases), valuesOf(outputs.coherences)});
+    outputs.amplitudes.deliver();
+    outputs.phases.deliver();
+    outputs.coherences.deliver();
+    consumeInput(record, kExcitation, excitation);
+    consumeInput(record, kResponse, response);
+    if (ends) spectrum_.restartAverage();
+    triggered_ = false;
+    return kDone;
+}
+
+}  // namespace vynpack

@@ -1,0 +1,245 @@
+#include "spectral/dual_spectrum.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+
+#include "spectral/spectrum_kernels.h"
+
+namespace vynpack {
+namespace {
+
+// All that is done to these many lines stays in the first-level cache.
+constexpr std::size_t kLinesTogether = 128;
+
+bool computesCepstrum(const DualSpectrumSettings& settings) {
+    return settings.averagesPower() || settings.amplitudeType == kCepstrum;
+}
+
+// From an averaged power to the amplitude type.
+void convertPower(std::uint16_t amplitudeType, std::span<double> lines) {
+    switch (amplitudeType) {
+        case kPeak:
+            for (double& line : lines)
+                line = std::sqrt(line);
+            break;
+        case kRms:
+            for (double& line : lines)
+                line = std::sqrt(line / 2.0);
+            break;
+        case kPowerSpectrum:
+        case kPowerDensity:
+            for (double& line : lines)
+                line = line / 2.0;
+            break;
+        default: break;
+    }
+}
+
+}  // namespace
+
+void DualSpectrum::Spectrum::resize(std::size_t values) {
+    re.resize(values);
+    im.resize(values);
+}
+
+void DualSpectrum::prepare(const DualSpectrumSettings& settings, int n, int channels) {
+    const auto samples = static_cast<std::size_t>(n);
+    const auto lineCount = static_cast<std::size_t>(lines(n));
+    if (n != n_ || channels != channels_) {
+        release();
+        for (Spectrum* spectrum : {&excitation_, &response_})
+            spectrum->resize(samples + 2);
+        for (Spectrum* spectrum : {&cross_, &transfer_})
+            spectrum->resize(lineCount);
+        for (auto* work :
+             {&responsePower_, &excitationPower_, &zeros_, &amplitude_, &phase_, &coherence_}) {
+            work->resize(lineCount);
+        }
+        n_ = n;
+        channels_ = channels;
+    }
+    if (computesCepstrum(settings)) cepstrumWork_.reserve(2 * lineCount);
+
+    const std::size_t all = lineCount * static_cast<std::size_t>(channels);
+    for (std::size_t i = 0; i < averages_.size(); ++i) {
+        const bool needed = settings.averages() || (i == 0 && settings.averagesPower());
+        if (averages_[i].hold(needed ? all : 0)) restartAverage();
+    }
+    // Begun in the middle of an average these hold sums over fewer blocks than the progress says,
+    // all four alike, which the quotient of the coherence does not see.
+    for (LineAverages& average : coherences_)
+        average.hold(settings.coherence ? all : 0);
+    window_.choose(settings.window, settings.windowParameter, n);
+}
+
+void DualSpectrum::analyse(const DualSpectrumSettings& settings, const DualSignal& signal,
+                           double resolution, double weightGrowth, RealTransform transform,
+                           const DualSpectrumOutputs& outputs) {
+    progress_.beginBlock();
+    const bool corrects = settings.correction != kNoCorrection && settings.window != kNoWindow;
+    const LineScale scale = {
+        .divisor = static_cast<double>(n_ / 2),
+        .exactReciprocal = std::has_single_bit(static_cast<unsigned>(n_ / 2)),
+        .factor = corrects
+                      ? correctionFactor(settings.correction - kEnergyCorrection, window_.factors())
+                      : 1.0};
+    const auto lineCount = static_cast<std::size_t>(lines(n_));
+    // A cepstrum needs all lines at once.
+    const std::size_t together = computesCepstrum(settings) ? lineCount : kLinesTogether;
+
+    for (std::size_t c = 0; lineCount > 0 && c < static_cast<std::size_t>(channels_); ++c) {
+        transformChannel(signal.excitation, c, transform, excitation_);
+        transformChannel(signal.response, c, transform, response_);
+        for (std::size_t first = 0; first < lineCount; first += together) {
+            const LineRange range = {c, first, std::min(together, lineCount - first)};
+            analyseLines(settings, range, scale, resolution, transform, outputs);
+        }
+    }
+    progress_.endBlock(weightGrowth);
+}
+
+void DualSpectrum::transformChannel(std::span<const float> samples, std::size_t channel,
+                                    RealTransform transform, Spectrum& spectrum) const {
+    spectrumKernels().takeSamples(samples.data() + channel, static_cast<std::size_t>(channels_),
+                                  1.0F, window_.weights(), spectrum.re.data(),
+                                  static_cast<std::size_t>(n_));
+    transform(spectrum.re.data(), spectrum.im.data(), n_);
+}
+
+void DualSpectrum::analyseLines(const DualSpectrumSettings& settings, const LineRange& range,
+                                const LineScale& scale, double resolution, RealTransform transform,
+                                const DualSpectrumOutputs& outputs) {
+    const DualSpectrumKernels& kernels = dualSpectrumKernels();
+    const ComplexLines x = excitation_.from(range.first);
+    const ComplexLines y = response_.from(range.first);
+    kernels.scaleLines(x, scale, range.count);
+    kernels.scaleLines(y, scale, range.count);
+    kernels.multiply({y.re, y.im}, {x.re, x.im}, cross_.from(range.first),
+                     work(responsePower_, range).data(), work(excitationPower_, range).data(),
+                     range.count);
+
+    const ComplexLines cross = cross_.from(range.first);
+    const ConstComplexLines result = settings.crossSpectrum ? ConstComplexLines{cross.re, cross.im}
+                                                            : transferFunction(settings, range);
+    const double* first = amplitudes(settings, range, result, transform);
+    const double* second = phases(settings, range, result);
+    const double* third = settings.coherence ? coherences(range) : nullptr;
+
+    if (settings.amplitudeType == kPowerDensity && !outputs.amplitudes.empty()) {
+        const auto stride = static_cast<std::size_t>(channels_);
+        spectrumKernels().putDensities(
+            first, static_cast<float>(resolution),
+            outputs.amplitudes.data() + range.channel + range.first * stride, stride, range.count);
+    } else {
+        put(first, range, outputs.amplitudes);
+    }
+    put(second, range, outputs.phases);
+    put(third, range, outputs.coherences);
+}
+
+const double* DualSpectrum::average(LineAverages& averages, const AverageRule& rule,
+                                    const LineRange& range, const double* present) const {
+    const std::size_t first = range.channel * static_cast<std::size_t>(lines(n_)) + range.first;
+    return averages.take(rule, first, {present, range.count});
+}
+
+ConstComplexLines DualSpectrum::transferFunction(const DualSpectrumSettings& settings,
+                                                 const LineRange& range) {
+    const AverageRule rule = averageRule(settings.averageType, progress_);
+    const ComplexLines cross = cross_.from(range.first);
+    const ComplexLines x = excitation_.from(range.first);
+    const ComplexLines y = response_.from(range.first);
+    ConstComplexLines numerator = {y.re, y.im};
+    ConstComplexLines denominator = {x.re, x.im};
+    if (settings.transferType == kTransferH1) {
+        numerator = {cross.re, cross.im};
+        denominator = {work(excitationPower_, range).data(), zeros_.data()};
+        if (settings.averages()) {
+            numerator.re = average(averages_[0], rule, range, numerator.re);
+            numerator.im = average(averages_[1], rule, range, numerator.im);
+            denominator.re = average(averages_[2], rule, range, denominator.re);
+        }
+    } else if (settings.transferType == kTransferH2) {
+        numerator = {work(responsePower_, range).data(), zeros_.data()};
+        denominator = {cross.re, cross.im};
+        if (settings.averages()) {
+            numerator.re = average(averages_[0], rule, range, numerator.re);
+            denominator.re = average(averages_[2], rule, range, denominator.re);
+            denominator.im = average(averages_[3], rule, range, denominator.im);
+        }
+    }
+    const ComplexLines transfer = transfer_.from(range.first);
+    // Kept: the result is the conjugate of the quotient, and imaginary parts go out like that.
+    dualSpectrumKernels().divideConjugate(numerator, denominator, transfer, range.count);
+    return {transfer.re, transfer.im};
+}
+
+const double* DualSpectrum::amplitudes(const DualSpectrumSettings& settings, const LineRange& range,
+                                       ConstComplexLines lines, RealTransform transform) {
+    const AverageRule rule = averageRule(settings.averageType, progress_);
+    if (settings.realImaginary()) {
+        return settings.averagesResult() ? average(averages_[0], rule, range, lines.re) : lines.re;
+    }
+    const std::span<double> amplitude = work(amplitude_, range);
+    // Kept: the power that is averaged before the conversion is the cepstrum, by the number of its
+    // conversion.
+    const int kind =
+        settings.averagesPower() ? kToCepstrum : conversionKind(settings.amplitudeType);
+    // What the conversion leaves alone is 0, not what the channel before had.
+    if (kind < kToMagnitude || kind > kToPower) std::fill(amplitude.begin(), amplitude.end(), 0.0);
+    convertSpectrum({lines.re, range.count}, {lines.im, range.count}, kind, amplitude, transform,
+                    cepstrumWork_);
+    if (settings.averagesPower()) {
+        // Kept: H1 and H2 keep what they divide in the same averages.
+        const double* power = average(averages_[0], rule, range, amplitude.data());
+        std::copy_n(power, range.count, amplitude.begin());
+        convertPower(settings.amplitudeType, amplitude);
+    } else if (settings.averagesResult()) {
+        return average(averages_[0], rule, range, amplitude.data());
+    }
+    return amplitude.data();
+}
+
+const double* DualSpectrum::phases(const DualSpectrumSettings& settings, const LineRange& range,
+                                   ConstComplexLines lines) {
+    if (settings.realImaginary()) {
+        const AverageRule rule = averageRule(settings.averageType, progress_);
+        return settings.averagesResult() ? average(averages_[1], rule, range, lines.im) : lines.im;
+    }
+    if (!settings.phase) return nullptr;
+    const std::span<double> phase = work(phase_, range);
+    convertSpectrum({lines.re, range.count}, {lines.im, range.count}, kToPhase, phase, nullptr,
+                    cepstrumWork_);
+    // Kept: H1 shows the phase of its conjugate; the chosen transfer function counts for the cross
+    // spectrum, too.
+    if (settings.transferType != kTransferH1) {
+        for (double& angle : phase)
+            angle = -angle;
+    }
+    return phase.data();
+}
+
+const double* DualSpectrum::coherences(const LineRange& range) {
+    // Kept: arithmetic, whatever the averaging type, and also when averaging is off.
+    const AverageRule rule = averageRule(kArithmeticAveraging, progress_);
+    const ComplexLines cross = cross_.from(range.first);
+    const double* powerOfY =
+        average(coherences_[0], rule, range, work(responsePower_, range).data());
+    const double* powerOfX =
+        average(coherences_[1], rule, range, work(excitationPower_, range).data());
+    const double* re = average(coherences_[2], rule, range, cross.re);
+    const double* im = average(coherences_[3], rule, range, cross.im);
+    const std::span<double> coherence = work(coherence_, range);
+    dualSpectrumKernels().coherence({re, im}, powerOfY, powerOfX, coherence.data(), range.count);
+    return coherence.data();
+}
+
+void DualSpectrum::put(const double* lines, const LineRange& range, std::span<float> output) const {
+    if (output.empty() || lines == nullptr) return;
+    const auto stride = static_cast<std::size_t>(channels_);
+    spectrumKernels().putLines(lines, output.data() + range.channel + range.first * stride, stride,
+                               range.count);
+}
+
+}  // namespace vynpack
