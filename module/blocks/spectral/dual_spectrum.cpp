@@ -12,6 +12,8 @@ namespace {
 // All that is done to these many lines stays in the first-level cache.
 constexpr std::size_t kLinesTogether = 128;
 
+ConstComplexLines constant(ComplexLines lines) { return {lines.re, lines.im}; }
+
 bool computesCepstrum(const DualSpectrumSettings& settings) {
     return settings.averagesPower() || settings.amplitudeType == kCepstrum;
 }
@@ -60,8 +62,18 @@ void DualSpectrum::prepare(const DualSpectrumSettings& settings, int n, int chan
         channels_ = channels;
     }
     if (computesCepstrum(settings)) cepstrumWork_.reserve(2 * lineCount);
+    holdAverages(settings);
+    window_.choose(settings.window, settings.windowParameter, n);
+}
 
-    const std::size_t all = lineCount * static_cast<std::size_t>(channels);
+void DualSpectrum::holdAverages(const DualSpectrumSettings& settings) {
+    const bool shares = settings.averages() && settings.dividesProducts() && settings.coherence &&
+                        !settings.averagesPower() && averagesArithmetically(settings.averageType);
+    const std::uint16_t sharedBy = shares ? settings.transferType : std::uint16_t{0};
+    if (sharedBy != sharedBy_) endSharing();
+
+    const std::size_t all =
+        static_cast<std::size_t>(lines(n_)) * static_cast<std::size_t>(channels_);
     for (std::size_t i = 0; i < averages_.size(); ++i) {
         const bool needed = settings.averages() || (i == 0 && settings.averagesPower());
         if (averages_[i].hold(needed ? all : 0)) restartAverage();
@@ -70,7 +82,20 @@ void DualSpectrum::prepare(const DualSpectrumSettings& settings, int n, int chan
     // all four alike, which the quotient of the coherence does not see.
     for (LineAverages& average : coherences_)
         average.hold(settings.coherence ? all : 0);
-    window_.choose(settings.window, settings.windowParameter, n);
+    if (progress_.nextBlock() < 2) sharedBy_ = sharedBy;
+}
+
+void DualSpectrum::endSharing() {
+    if (sharedBy_ == kTransferH1) {
+        averages_[0] = coherences_[2];
+        averages_[1] = coherences_[3];
+        averages_[2] = coherences_[1];
+    } else if (sharedBy_ == kTransferH2) {
+        averages_[0] = coherences_[0];
+        averages_[2] = coherences_[2];
+        averages_[3] = coherences_[3];
+    }
+    sharedBy_ = 0;
 }
 
 void DualSpectrum::analyse(const DualSpectrumSettings& settings, const DualSignal& signal,
@@ -110,21 +135,21 @@ void DualSpectrum::transformChannel(std::span<const float> samples, std::size_t 
 void DualSpectrum::analyseLines(const DualSpectrumSettings& settings, const LineRange& range,
                                 const LineScale& scale, double resolution, RealTransform transform,
                                 const DualSpectrumOutputs& outputs) {
-    const DualSpectrumKernels& kernels = dualSpectrumKernels();
-    const ComplexLines x = excitation_.from(range.first);
-    const ComplexLines y = response_.from(range.first);
-    kernels.scaleLines(x, scale, range.count);
-    kernels.scaleLines(y, scale, range.count);
-    kernels.multiply({y.re, y.im}, {x.re, x.im}, cross_.from(range.first),
-                     work(responsePower_, range).data(), work(excitationPower_, range).data(),
-                     range.count);
-
     const ComplexLines cross = cross_.from(range.first);
-    const ConstComplexLines result = settings.crossSpectrum ? ConstComplexLines{cross.re, cross.im}
-                                                            : transferFunction(settings, range);
+    double* const responsePower = work(responsePower_, range).data();
+    double* const excitationPower = work(excitationPower_, range).data();
+    dualSpectrumKernels().multiply(constant(response_.from(range.first)),
+                                   constant(excitation_.from(range.first)), scale, cross,
+                                   responsePower, excitationPower, range.count);
+    const Products present = {constant(cross), responsePower, excitationPower};
+    const Products averaged = settings.coherence ? averageForCoherence(range, present) : Products{};
+
+    const ConstComplexLines result =
+        settings.crossSpectrum ? present.cross
+                               : transferFunction(settings, range, scale, present, averaged);
     const double* first = amplitudes(settings, range, result, transform);
     const double* second = phases(settings, range, result);
-    const double* third = settings.coherence ? coherences(range) : nullptr;
+    const double* third = settings.coherence ? coherences(range, averaged) : nullptr;
 
     if (settings.amplitudeType == kPowerDensity && !outputs.amplitudes.empty()) {
         const auto stride = static_cast<std::size_t>(channels_);
@@ -144,35 +169,63 @@ const double* DualSpectrum::average(LineAverages& averages, const AverageRule& r
     return averages.take(rule, first, {present, range.count});
 }
 
-ConstComplexLines DualSpectrum::transferFunction(const DualSpectrumSettings& settings,
-                                                 const LineRange& range) {
-    const AverageRule rule = averageRule(settings.averageType, progress_);
-    const ComplexLines cross = cross_.from(range.first);
-    const ComplexLines x = excitation_.from(range.first);
-    const ComplexLines y = response_.from(range.first);
-    ConstComplexLines numerator = {y.re, y.im};
-    ConstComplexLines denominator = {x.re, x.im};
-    if (settings.transferType == kTransferH1) {
-        numerator = {cross.re, cross.im};
-        denominator = {work(excitationPower_, range).data(), zeros_.data()};
-        if (settings.averages()) {
-            numerator.re = average(averages_[0], rule, range, numerator.re);
-            numerator.im = average(averages_[1], rule, range, numerator.im);
-            denominator.re = average(averages_[2], rule, range, denominator.re);
-        }
-    } else if (settings.transferType == kTransferH2) {
-        numerator = {work(responsePower_, range).data(), zeros_.data()};
-        denominator = {cross.re, cross.im};
-        if (settings.averages()) {
-            numerator.re = average(averages_[0], rule, range, numerator.re);
-            denominator.re = average(averages_[2], rule, range, denominator.re);
-            denominator.im = average(averages_[3], rule, range, denominator.im);
-        }
+DualSpectrum::Products DualSpectrum::averageForCoherence(const LineRange& range,
+                                                         const Products& present) {
+    // Kept: arithmetic, whatever the averaging type, and also when averaging is off.
+    const AverageRule rule = averageRule(kArithmeticAveraging, progress_);
+    return {.cross = {average(coherences_[2], rule, range, present.cross.re),
+                      average(coherences_[3], rule, range, present.cross.im)},
+            .responsePower = average(coherences_[0], rule, range, present.responsePower),
+            .excitationPower = average(coherences_[1], rule, range, present.excitationPower)};
+}
+
+DualSpectrum::Products DualSpectrum::averageForTransfer(std::uint16_t averageType,
+                                                        std::uint16_t transferType,
+                                                        const LineRange& range,
+                                                        const Products& present) {
+    const AverageRule rule = averageRule(averageType, progress_);
+    Products averaged = present;
+    if (transferType == kTransferH1) {
+        averaged.cross.re = average(averages_[0], rule, range, present.cross.re);
+        averaged.cross.im = average(averages_[1], rule, range, present.cross.im);
+        averaged.excitationPower = average(averages_[2], rule, range, present.excitationPower);
+    } else {
+        averaged.responsePower = average(averages_[0], rule, range, present.responsePower);
+        averaged.cross.re = average(averages_[2], rule, range, present.cross.re);
+        averaged.cross.im = average(averages_[3], rule, range, present.cross.im);
     }
-    const ComplexLines transfer = transfer_.from(range.first);
-    // Kept: the result is the conjugate of the quotient, and imaginary parts go out like that.
-    dualSpectrumKernels().divideConjugate(numerator, denominator, transfer, range.count);
-    return {transfer.re, transfer.im};
+    return averaged;
+}
+
+ConstComplexLines DualSpectrum::transferFunction(const DualSpectrumSettings& settings,
+                                                 const LineRange& range, const LineScale& scale,
+                                                 const Products& present,
+                                                 const Products& averaged) {
+    const DualSpectrumKernels& kernels = dualSpectrumKernels();
+    const ComplexLines result = transfer_.from(range.first);
+    // Kept: every result is the conjugate of its quotient, and imaginary parts go out like that.
+    if (!settings.dividesProducts()) {
+        const ComplexLines x = excitation_.from(range.first);
+        const ComplexLines y = response_.from(range.first);
+        kernels.scaleLines(x, scale, range.count);
+        kernels.scaleLines(y, scale, range.count);
+        kernels.divideConjugate(constant(y), constant(x), result, range.count);
+        return constant(result);
+    }
+    Products products = present;
+    if (sharedBy_ != 0) {
+        products = averaged;
+    } else if (settings.averages()) {
+        products = averageForTransfer(settings.averageType, settings.transferType, range, present);
+    }
+    if (settings.transferType == kTransferH1) {
+        kernels.divideConjugate(products.cross, {products.excitationPower, zeros_.data()}, result,
+                                range.count);
+    } else {
+        kernels.divideConjugate({products.responsePower, zeros_.data()}, products.cross, result,
+                                range.count);
+    }
+    return constant(result);
 }
 
 const double* DualSpectrum::amplitudes(const DualSpectrumSettings& settings, const LineRange& range,
@@ -220,18 +273,10 @@ const double* DualSpectrum::phases(const DualSpectrumSettings& settings, const L
     return phase.data();
 }
 
-const double* DualSpectrum::coherences(const LineRange& range) {
-    // Kept: arithmetic, whatever the averaging type, and also when averaging is off.
-    const AverageRule rule = averageRule(kArithmeticAveraging, progress_);
-    const ComplexLines cross = cross_.from(range.first);
-    const double* powerOfY =
-        average(coherences_[0], rule, range, work(responsePower_, range).data());
-    const double* powerOfX =
-        average(coherences_[1], rule, range, work(excitationPower_, range).data());
-    const double* re = average(coherences_[2], rule, range, cross.re);
-    const double* im = average(coherences_[3], rule, range, cross.im);
+const double* DualSpectrum::coherences(const LineRange& range, const Products& averaged) {
     const std::span<double> coherence = work(coherence_, range);
-    dualSpectrumKernels().coherence({re, im}, powerOfY, powerOfX, coherence.data(), range.count);
+    dualSpectrumKernels().coherence(averaged.cross, averaged.responsePower,
+                                    averaged.excitationPower, coherence.data(), range.count);
     return coherence.data();
 }
 

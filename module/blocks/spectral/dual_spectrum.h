@@ -45,13 +45,14 @@ struct DualSpectrumSettings {
 
     bool averages() const { return averageType != kNoAveraging; }
     bool realImaginary() const { return amplitudeType == kRealImaginary; }
+    // The transfer function is a quotient of products of the spectra.
+    bool dividesProducts() const {
+        return !crossSpectrum && (transferType == kTransferH1 || transferType == kTransferH2);
+    }
     // The power is averaged before its conversion, whether or not averaging is on.
     bool averagesPower() const { return averageSource != kAverageAmplitude && !realImaginary(); }
-    // Averaged after the conversion. H1 and H2 average what they divide instead.
-    bool averagesResult() const {
-        const bool averagesQuotient = transferType == kTransferH1 || transferType == kTransferH2;
-        return averages() && (crossSpectrum || !averagesQuotient);
-    }
+    // Averaging comes last; H1 and H2 average what they divide.
+    bool averagesResult() const { return averages() && !dividesProducts(); }
 };
 
 // Samples of both signals: sample i of channel c at c + i * channels, n per channel.
@@ -103,6 +104,15 @@ private:
         std::size_t count;
     };
 
+    // X conj(Y), |Y|^2 and |X|^2 of a range of lines: of the present block, or averaged.
+    struct Products {
+        ConstComplexLines cross;
+        const double* responsePower;
+        const double* excitationPower;
+    };
+
+    void holdAverages(const DualSpectrumSettings& settings);
+    void endSharing();
     std::span<double> work(std::vector<double>& lines, const LineRange& range) const {
         return std::span(lines).subspan(range.first, range.count);
     }
@@ -114,20 +124,27 @@ private:
     void analyseLines(const DualSpectrumSettings& settings, const LineRange& range,
                       const LineScale& scale, double resolution, RealTransform transform,
                       const DualSpectrumOutputs& outputs);
-    ConstComplexLines transferFunction(const DualSpectrumSettings& settings,
-                                       const LineRange& range);
+    Products averageForCoherence(const LineRange& range, const Products& present);
+    Products averageForTransfer(std::uint16_t averageType, std::uint16_t transferType,
+                                const LineRange& range, const Products& present);
+    ConstComplexLines transferFunction(const DualSpectrumSettings& settings, const LineRange& range,
+                                       const LineScale& scale, const Products& present,
+                                       const Products& averaged);
     const double* amplitudes(const DualSpectrumSettings& settings, const LineRange& range,
                              ConstComplexLines lines, RealTransform transform);
     const double* phases(const DualSpectrumSettings& settings, const LineRange& range,
                          ConstComplexLines lines);
-    const double* coherences(const LineRange& range);
+    const double* coherences(const LineRange& range, const Products& averaged);
     void put(const double* lines, const LineRange& range, std::span<float> output) const;
 
     int n_ = -1;
     int channels_ = 0;
     AverageProgress progress_;
-    std::array<LineAverages, 4> averages_;    // of amplitudes, or of what H1 and H2 divide
+    std::array<LineAverages, 4> averages_;    // of results, or of what H1 and H2 divide
     std::array<LineAverages, 4> coherences_;  // of |Y|^2, |X|^2 and X conj(Y)
+    // The transfer function whose averages are the coherence's: both are arithmetic and have begun
+    // together, so that one calculation serves both. 0 where each has its own.
+    std::uint16_t sharedBy_ = 0;
 
     ChosenWindow window_;
     Spectrum excitation_;  // X

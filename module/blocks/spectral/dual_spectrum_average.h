@@ -65,6 +65,10 @@ constexpr AverageRule averageRule(std::uint16_t type, const AverageProgress& pro
     return {type - kArithmeticAveraging, progress};
 }
 
+constexpr bool averagesArithmetically(std::uint16_t type) {
+    return type < kExponentialAveraging || type > kWeightedAveraging;
+}
+
 // The running average of one quantity, line by line, over all channels.
 class LineAverages {
 public:

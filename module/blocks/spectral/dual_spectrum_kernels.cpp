@@ -3,31 +3,49 @@
 namespace vynpack::VYN_KERNEL_LEVEL {
 namespace {
 
-void scaleLines(ComplexLines lines, LineScale scale, std::size_t n) {
-    if (scale.exactReciprocal) {
-        const double reciprocal = 1.0 / scale.divisor;
-        for (std::size_t k = 0; k < n; ++k) {
-            lines.re[k] = lines.re[k] * reciprocal * scale.factor;
-            lines.im[k] = lines.im[k] * reciprocal * scale.factor;
-        }
+// Calls work(scaled), where scaled(value) = value / divisor * factor. Multiplying by the exact
+// reciprocal gives the quotient's bits.
+template <class Work>
+void withScale(LineScale scale, Work work) {
+    const double divisor = scale.divisor;
+    const double reciprocal = 1.0 / scale.divisor;
+    const double factor = scale.factor;
+    if (!scale.exactReciprocal) {
+        work([=](double value) { return value / divisor * factor; });
+    } else if (factor == 1.0) {
+        work([=](double value) { return value * reciprocal; });
     } else {
-        for (std::size_t k = 0; k < n; ++k) {
-            lines.re[k] = lines.re[k] / scale.divisor * scale.factor;
-            lines.im[k] = lines.im[k] / scale.divisor * scale.factor;
-        }
+        work([=](double value) { return value * reciprocal * factor; });
     }
 }
 
-void multiply(ConstComplexLines y, ConstComplexLines x, ComplexLines cross,
-              double* __restrict powerOfY, double* __restrict powerOfX, std::size_t n) {
-    double* __restrict crossRe = cross.re;
-    double* __restrict crossIm = cross.im;
-    for (std::size_t k = 0; k < n; ++k) {
-        crossRe[k] = y.re[k] * x.re[k] + y.im[k] * x.im[k];
-        crossIm[k] = y.re[k] * x.im[k] - y.im[k] * x.re[k];
-        powerOfY[k] = y.re[k] * y.re[k] + y.im[k] * y.im[k];
-        powerOfX[k] = x.re[k] * x.re[k] + x.im[k] * x.im[k];
-    }
+void scaleLines(ComplexLines lines, LineScale scale, std::size_t n) {
+    withScale(scale, [=](auto scaled) {
+        for (std::size_t k = 0; k < n; ++k) {
+            lines.re[k] = scaled(lines.re[k]);
+            lines.im[k] = scaled(lines.im[k]);
+        }
+    });
+}
+
+void multiply(ConstComplexLines y, ConstComplexLines x, LineScale scale, ComplexLines cross,
+              double* powerOfY, double* powerOfX, std::size_t n) {
+    withScale(scale, [=](auto scaled) {
+        double* __restrict crossRe = cross.re;
+        double* __restrict crossIm = cross.im;
+        double* __restrict squaredY = powerOfY;
+        double* __restrict squaredX = powerOfX;
+        for (std::size_t k = 0; k < n; ++k) {
+            const double yRe = scaled(y.re[k]);
+            const double yIm = scaled(y.im[k]);
+            const double xRe = scaled(x.re[k]);
+            const double xIm = scaled(x.im[k]);
+            crossRe[k] = yRe * xRe + yIm * xIm;
+            crossIm[k] = yRe * xIm - yIm * xRe;
+            squaredY[k] = yRe * yRe + yIm * yIm;
+            squaredX[k] = xRe * xRe + xIm * xIm;
+        }
+    });
 }
 
 void divideConjugate(ConstComplexLines numerator, ConstComplexLines denominator, ComplexLines out,

@@ -28,9 +28,9 @@ struct DualSpectrumKernels {
     // lines = lines / divisor * factor
     void (*scaleLines)(ComplexLines lines, LineScale scale, std::size_t n);
 
-    // cross = x conj(y), and the powers |y|^2 and |x|^2.
-    void (*multiply)(ConstComplexLines y, ConstComplexLines x, ComplexLines cross, double* powerOfY,
-                     double* powerOfX, std::size_t n);
+    // cross = x conj(y) and the powers |y|^2 and |x|^2, all of the scaled lines.
+    void (*multiply)(ConstComplexLines y, ConstComplexLines x, LineScale scale, ComplexLines cross,
+                     double* powerOfY, double* powerOfX, std::size_t n);
 
     // out = conj(numerator / denominator), 0 where the squared denominator is 0.
     void (*divideConjugate)(ConstComplexLines numerator, ConstComplexLines denominator,
