@@ -203,7 +203,8 @@ ConstComplexLines DualSpectrum::transferFunction(const DualSpectrumSettings& set
                                                  const Products& averaged) {
     const DualSpectrumKernels& kernels = dualSpectrumKernels();
     const ComplexLines result = transfer_.from(range.first);
-    // Kept: every result is the conjugate of its quotient, and imaginary parts go out like that.
+    // Kept: every result is the conjugate of its quotient. The one that H1 divides is conjugate
+    // itself, so that imaginary parts of H0 and H2 go out with the opposite sign, those of H1 not.
     if (!settings.dividesProducts()) {
         const ComplexLines x = excitation_.from(range.first);
         const ComplexLines y = response_.from(range.first);
@@ -264,8 +265,8 @@ const double* DualSpectrum::phases(const DualSpectrumSettings& settings, const L
     const std::span<double> phase = work(phase_, range);
     convertSpectrum({lines.re, range.count}, {lines.im, range.count}, kToPhase, phase, nullptr,
                     cepstrumWork_);
-    // Kept: H1 shows the phase of its conjugate; the chosen transfer function counts for the cross
-    // spectrum, too.
+    // Undoes the conjugate of H0 and H2.
+    // Kept: the chosen transfer function decides for the cross spectrum, too.
     if (settings.transferType != kTransferH1) {
         for (double& angle : phase)
             angle = -angle;
