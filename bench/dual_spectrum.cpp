@@ -1,5 +1,5 @@
-// The dual spectrum block through Simulation, beside the bare PocketFFT transforms that it contains:
-// two per channel. Items are pairs of samples over all channels.
+// The dual spectrum block through Simulation, beside the bare PocketFFT transforms that it
+// contains: two per channel. Items are pairs of samples over all channels.
 #include <benchmark/benchmark.h>
 #include <pocketfft_hdronly.h>
 

@@ -228,11 +228,11 @@ int TODualSpektrum::Simulation(SimulationRecord& record) {
         if (!differ(excitation, response) && !reachesAsFar(response, excitation)) return kDone;
     }
     takeTrigger(record);
-    if (!bothWait) return kDone;
-    if (differ(excitation, response)) {
+    if (!bothWait || differ(excitation, response)) {
         // Kept: blocks that have nothing in common are neither unlocked nor released.
         excitation.leaveLocked();
         response.leaveLocked();
+        triggered_ = false;  // a reset belongs to the data that came with it
         return kDone;
     }
 

@@ -78,7 +78,7 @@ private:
 
     Parameters parameters_;
     DualSpectrum spectrum_;
-    bool triggered_ = false;  // since the last block that was worked on
+    bool triggered_ = false;  // by a trigger whose data block waits for the host's memory
 };
 
 }  // namespace vynpack

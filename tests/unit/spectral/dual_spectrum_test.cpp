@@ -144,7 +144,8 @@ TEST(DualSpectrum, NoiseOnTheResponseAveragesOutOfH1AndStaysInH2) {
     for (int k = 1; k < n / 2; ++k) {
         const double power = std::norm(frequencyResponse(taps, k, n));
         // Spectra of equally distributed noise: its power at the response is a quarter of the
-        // excitation's. The scatter of so many averages is sqrt((1 - c) / (2 c blocks)) for coherence c.
+        // excitation's. The scatter of so many averages is sqrt((1 - c) / (2 c blocks)) for
+        // coherence c.
         const double coherence = power / (power + 0.25);
         const double scatter = std::sqrt((1 - coherence) / (2 * coherence * blocks));
         EXPECT_NEAR(first.amplitudes[k] / std::sqrt(power), 1.0, 5 * scatter) << k;
