@@ -20,14 +20,23 @@ std::string padded(std::string text, std::size_t width) {
     return text;
 }
 
-// Numbers that JSON lacks become texts.
+// Some keywords of some types answer one meaningless byte instead of their text: no value name is
+// that short.
+bool isReadable(const std::string& text) {
+    return text.size() > 1 &&
+           std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~'; });
+}
+
+// Numbers that JSON lacks become texts; what cannot be read is null.
 nlohmann::ordered_json jsonValue(const KeywordValue& value) {
     if (const auto* integer = std::get_if<std::int32_t>(&value)) return *integer;
     if (const auto* real = std::get_if<double>(&value)) {
         if (std::isfinite(*real)) return *real;
         return toText(*real);
     }
-    return std::get<std::string>(value);
+    const auto& text = std::get<std::string>(value);
+    if (!isReadable(text)) return nullptr;
+    return text;
 }
 
 }  // namespace
@@ -70,7 +79,9 @@ std::string typeText(ValueType type) {
 }
 
 std::string valueText(const KeywordValue& value) {
-    if (const auto* text = std::get_if<std::string>(&value)) return *text;
+    if (const auto* text = std::get_if<std::string>(&value)) {
+        return isReadable(*text) ? *text : "(does not read back)";
+    }
     if (const auto* real = std::get_if<double>(&value)) return toText(*real);
     return std::to_string(std::get<std::int32_t>(value));
 }
