@@ -1,6 +1,6 @@
 // For kernel sources: logarithm and exponential out of plain arithmetic, so that they run in
 // vector registers and give the same bits at every level and on every system. Both carry their
-// result as a sum of two doubles, which keeps a power within 0.6 units of its last place.
+// result as a sum of two doubles, which keeps a power within 0.65 units of its last place.
 //
 // Method: reduction by powers of two, then minimax polynomials (see Muller et al., Handbook of
 // Floating-Point Arithmetic, chapter on elementary functions). The polynomials were fitted at

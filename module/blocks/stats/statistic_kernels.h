@@ -27,7 +27,7 @@ struct StatisticKernels {
     // squares[c] += (x - mean[c])^2, absolutes[c] += |x - mean[c]|
     void (*addDeviations)(const float* x, std::size_t rows, std::size_t channels,
                           const double* mean, double* squares, double* absolutes);
-    // out[i] = x[i]^exponent for x above 0 and an exponent in 0..1, within 0.6 units of the last
+    // out[i] = x[i]^exponent for x above 0 and an exponent in 0..1, within 0.65 units of the last
     // place; infinity and NaN pass. Samples at or below 0 give a number without meaning.
     void (*powers)(const float* x, std::size_t count, double exponent, double* out);
 };
