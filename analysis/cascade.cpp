@@ -296,6 +296,18 @@ Section blockForm(const OrderedSection& section) {
     return result;
 }
 
+// Roots beyond all measure may overflow the weights.
+bool isFinite(const Section& section) {
+    const auto finite = [](const auto& rows) {
+        for (const auto& row : rows)
+            for (const double value : row)
+                if (!std::isfinite(value)) return false;
+        return true;
+    };
+    return finite(section.fromInput) && finite(section.fromState) && finite(section.intoState) &&
+           finite(section.advance);
+}
+
 }  // namespace
 
 std::optional<Cascade> Cascade::fromRoots(const Roots& roots) {
@@ -304,8 +316,10 @@ std::optional<Cascade> Cascade::fromRoots(const Roots& roots) {
     if (!sections) return std::nullopt;
     Cascade cascade;
     cascade.gain_ = static_cast<double>(roots.gain);
-    for (const OrderedSection& section : ordered(std::move(*sections), roots.gain))
+    for (const OrderedSection& section : ordered(std::move(*sections), roots.gain)) {
         cascade.sections_.push_back(blockForm(section));
+        if (!isFinite(cascade.sections_.back())) return std::nullopt;
+    }
     cascade.states_.resize(cascade.sections_.size());
     return cascade;
 }

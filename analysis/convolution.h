@@ -8,7 +8,7 @@
 
 namespace ovanlys {
 
-// From this many taps on, the transforms are faster than the sums (docs/performance.md). The number
+// From this many taps on, the transforms are faster than the sums (bench/analysis_filter.cpp). The number
 // is the same at every instruction-set level, so that the results are.
 inline constexpr std::size_t kTransformedTaps = 512;
 

@@ -218,6 +218,20 @@ TEST(FilterObject, AHeadThatMakesNoFilterIsRefusedAndFiltersAgainOnceRepaired) {
     }
 }
 
+TEST(FilterObject, RefusesRootsWhoseWeightsOverflow) {
+    const Filter filter(test::kLowPass, 1);
+    setRoots(filter.head(), {}, {1e100}, 1.0);
+    const Samples x = noise(20);
+    Samples y(20, 5.0);
+    EXPECT_EQ(ZABFunc91(x.data(), 20, filter.object(), y.data()), -2);
+    EXPECT_THAT(y, testing::Each(5.0));
+    const Filter narrow(test::kBandPass, 20);  // ripple and attenuation all but equal
+    EXPECT_EQ(ZABFunc61(48000.0, 15.158052004948784, 15.170836172236056, 0.010697422362990995,
+                        0.011674130278017954, narrow.object()),
+              -2);
+    EXPECT_EQ(narrow(x), x);
+}
+
 TEST(FilterObject, SurvivesAnyBytesInItsHead) {
     std::mt19937_64 generator(7);
     for (int round = 0; round < 300; ++round) {
