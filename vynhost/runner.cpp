@@ -149,17 +149,25 @@ KeywordValue setAndRead(PlacedBlock& block, const KeywordRow& row, const Keyword
 // The block stored the text's meaning: it reads back as set, or as another name than the one that
 // stands for anything unknown (several values read back under a longer name).
 bool acceptsText(PlacedBlock& block, const KeywordRow& row, const std::string& text) {
-    const auto fallback = std::get<std::string>(setAndRead(block, row, std::string("?")));
-    const auto read = std::get<std::string>(setAndRead(block, row, text));
-    return equalIgnoringCase(read, text) || !equalIgnoringCase(read, fallback);
+    if (equalIgnoringCase(std::get<std::string>(setAndRead(block, row, text)), text)) return true;
+    const KeywordValue fallback = setAndRead(block, row, std::string("?"));
+    return setAndRead(block, row, text) != fallback;
 }
 
 // The block stored the number: it reads back as set, or differently from its neighbour (some
 // numbers read back with an offset).
 bool acceptsInteger(PlacedBlock& block, const KeywordRow& row, std::int32_t number) {
+    if (setAndRead(block, row, number) == KeywordValue(number)) return true;
     const KeywordValue neighbours = setAndRead(block, row, number == 0 ? 1 : number - 1);
-    const KeywordValue read = setAndRead(block, row, number);
-    return read == KeywordValue(number) || read != neighbours;
+    return setAndRead(block, row, number) != neighbours;
+}
+
+// The same but for the rounding of values that a block works out from each other.
+bool stillTheSame(const KeywordValue& before, const KeywordValue& now) {
+    const auto* a = std::get_if<double>(&before);
+    const auto* b = std::get_if<double>(&now);
+    if (a == nullptr || b == nullptr) return before == now;
+    return std::abs(*a - *b) <= 1e-9 * std::abs(*a) || (std::isnan(*a) && std::isnan(*b));
 }
 
 bool acceptsReal(PlacedBlock& block, const KeywordRow& row, double number) {
@@ -192,6 +200,12 @@ KeywordValue typedValue(const Setting& setting, const KeywordRow& row) {
 void Runner::applySettings(Node& node) {
     PlacedBlock& block = *node.block;
     const std::vector<KeywordRow> rows = block.keywords();
+    struct Read {
+        const Setting* setting;
+        const KeywordRow* row;
+        KeywordValue value;
+    };
+    std::vector<Read> reads;
     for (const Setting& setting : node.spec->settings) {
         const auto row = std::find_if(rows.begin(), rows.end(), [&](const KeywordRow& keyword) {
             return equalIgnoringCase(keyword.name, setting.keyword);
@@ -217,6 +231,15 @@ void Runner::applySettings(Node& node) {
                                                 "\", it keeps \"" + valueText(block.get(*row)) +
                                                 "\"");
         }
+        reads.push_back({&setting, &*row, block.get(*row)});
+    }
+    // Some blocks work out one value from others.
+    for (const Read& read : reads) {
+        const KeywordValue now = block.get(*read.row);
+        if (stillTheSame(read.value, now)) continue;
+        throw InputError(read.setting->place, "another setting of this block changes it from \"" +
+                                                  valueText(read.value) + "\" to \"" +
+                                                  valueText(now) + "\"");
     }
 }
 

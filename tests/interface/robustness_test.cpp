@@ -12,17 +12,8 @@ namespace {
 
 using ::testing::IsEmpty;
 
-constexpr std::size_t kMostValues = 1U << 24;
-
 class Robustness : public AnyBlockTest {
 protected:
-    Robustness() : AnyBlockTest(limited()) {}
-    static ModuleHost::Options limited() {
-        ModuleHost::Options options = defaultOptions();
-        options.mostValues = kMostValues;
-        return options;
-    }
-
     // The outputs of a fresh block's first data block.
     Outputs properOutputs() {
         PlacedBlock block(host, type());
