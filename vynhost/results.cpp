@@ -1,6 +1,7 @@
 #include "vynhost/results.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <fstream>
 
@@ -32,9 +33,36 @@ std::string unitOf(const ChannelHeader& header, const std::string& recordings) {
     }
 }
 
+// Nominal centre frequencies in Hz (IEC 61260-1, annex E), from band 0 of the module's tables on.
+constexpr std::array<double, 32> kThirdOctaves = {
+    16,   20,   25,   31.5, 40,   50,   63,    80,    100,   125,  160,
+    200,  250,  315,  400,  500,  630,  800,   1000,  1250,  1600, 2000,
+    2500, 3150, 4000, 5000, 6300, 8000, 10000, 12500, 16000, 20000};
+constexpr std::array<double, 11> kOctaves = {16,   31.5, 63,   125,  250,  500,
+                                             1000, 2000, 4000, 8000, 16000};
+
+bool overBands(const ChannelHeader& header) {
+    return (header.axisFlags & (kThirdOctaveBands | kOctaveBands)) != 0;
+}
+
+// x of one value. A band outside the tables keeps its number, negative, so that nobody takes it for
+// a frequency.
+double xOf(const ChannelHeader& header, int sample) {
+    const double x = header.xStart + sample * header.xStep;
+    if (!overBands(header)) return x;
+    const auto centre = [&](const auto& table) {
+        const bool known = x >= 0 && x < static_cast<double>(table.size());
+        return known ? table[static_cast<std::size_t>(x)] : -x;
+    };
+    return (header.axisFlags & kThirdOctaveBands) != 0 ? centre(kThirdOctaves) : centre(kOctaves);
+}
+
 void nameAxis(Series& series, const ChannelHeader& header) {
-    if ((header.axisFlags & (kThirdOctaveBands | kOctaveBands)) != 0) {
-        series.xName = "band";
+    if (overBands(header)) {
+        const bool thirds = (header.axisFlags & kThirdOctaveBands) != 0;
+        series.bandEdge = std::exp2(thirds ? 1.0 / 6 : 1.0 / 2);
+        series.xName = "f";
+        series.xUnit = "Hz";
         return;
     }
     switch (header.xAxisKind) {
@@ -75,7 +103,7 @@ Series overTimeSeries(const Collected& collected, int channel) {
 Series blockSeries(const Collected& collected, const ChannelData& block, int channel) {
     Series series = emptySeries(collected, block, channel);
     for (int i = 0; i < block.samples(); ++i) {
-        series.x.push_back(block.header.xStart + i * block.header.xStep);
+        series.x.push_back(xOf(block.header, i));
         series.y.push_back(block.at(i, channel));
     }
     return series;

@@ -17,6 +17,7 @@ struct Series {
     std::string xName;
     std::string xUnit;
     bool isPower = false;  // of a squared quantity: 10 lg, not 20 lg
+    double bandEdge = 0;   // of bands: a band's upper edge over its centre
     std::vector<double> x;
     std::vector<double> y;
 };

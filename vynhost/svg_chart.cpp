@@ -123,7 +123,12 @@ std::vector<Point> pointsOf(const Series& series, const ChartStyle& style) {
                            (series.isPower ? style.reference * style.reference : style.reference));
         }
         if (!std::isfinite(y) || (style.logX && !(series.x[i] > 0))) continue;
-        points.push_back({series.x[i], y});
+        if (series.bandEdge > 0) {  // as wide as the band is
+            points.push_back({series.x[i] / series.bandEdge, y});
+            points.push_back({series.x[i] * series.bandEdge, y});
+        } else {
+            points.push_back({series.x[i], y});
+        }
     }
     return points;
 }

@@ -251,6 +251,61 @@ TEST_F(RunTest, TheListNamesEveryTypeAndKeyword) {
     }
 }
 
+TEST_F(RunTest, BandsAreNamedByTheirCentreFrequency) {
+    VYN_NEEDS_TYPE(5001);
+    writeWav("s.wav", sine(8000, 1000, 0.5F));
+    run("[source.s]\nfile = \"s.wav\"\nblock = 8000\n[block.f]\ntype = 5004\n"
+        "[block.third]\ntype = 5001\n[block.octave]\ntype = 5001\nPkAnalysis = 2\n"
+        "[wire]\n\"f.E\" = \"s\"\n\"third.E\" = \"f.S\"\n\"octave.E\" = \"f.S\"\n"
+        "[sink.x]\nfrom = \"third.A\"\ncsv = \"x\"\n[sink.y]\nfrom = \"octave.A\"\ncsv = \"y\"\n",
+        [](const Diagram& diagram, const Runner& runner) {
+            const auto thirds = seriesOf(diagram.sinks[0], runner);
+            EXPECT_THAT(csvOf(diagram.sinks[0], thirds), StartsWith("f [Hz],third.A #1"));
+            EXPECT_EQ(thirds[0].x[3], 31.5);
+            ASSERT_GT(thirds[0].x.size(), 18U);
+            EXPECT_EQ(thirds[0].x[18], 1000);
+            EXPECT_NEAR(thirds[0].y[18], 0.5, 1e-3);
+            const auto octaves = seriesOf(diagram.sinks[1], runner);
+            EXPECT_EQ(octaves[0].x[6], 1000);
+            EXPECT_NEAR(octaves[0].y[6], 0.5, 1e-3);
+        });
+}
+
+// The examples that ship, as far as their block types exist and the recordings are installed.
+TEST_F(RunTest, EveryExampleRunsToItsEnd) {
+    int seen = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(VYN_SOURCE_DIR "/examples")) {
+        if (entry.path().extension() != ".toml") continue;
+        SCOPED_TRACE(textOf(entry.path()));
+        const Diagram diagram = readDiagram(entry.path());
+        const bool installed =
+            std::all_of(diagram.sources.begin(), diagram.sources.end(),
+                        [](const auto& source) { return std::filesystem::exists(source.file); });
+        if (!installed) continue;
+        ++seen;
+        try {
+            Runner runner(host, diagram, noInputs);
+            runner.run();
+            for (const SinkSpec& sink : diagram.sinks) {
+                const auto series = seriesOf(sink, runner);
+                if (!sink.csv.empty()) {
+                    EXPECT_FALSE(csvOf(sink, series).empty());
+                }
+                EXPECT_THAT(svgChart(series, {sink.title, sink.logX, sink.decibels}),
+                            StartsWith("<svg"));
+            }
+            for (const CompareSpec& compare : diagram.comparisons) {
+                EXPECT_TRUE(compareSignals(compare, runner).within);
+            }
+        } catch (const RunError& error) {
+            if (std::string(error.what()).find("the module cannot create") == std::string::npos) {
+                ADD_FAILURE() << error.what();
+            }
+        }
+    }
+    if (seen == 0) GTEST_SKIP() << "the recordings are not installed";
+}
+
 TEST_F(RunTest, RepeatedConnectorLettersAreNumbered) {
     EXPECT_THAT(connectorNames("ESA"), ElementsAre("E", "S", "A"));
     EXPECT_THAT(connectorNames("AEA"), ElementsAre("A1", "E", "A2"));
