@@ -148,10 +148,24 @@ KeywordValue setAndRead(PlacedBlock& block, const KeywordRow& row, const Keyword
 
 // The block stored the text's meaning: it reads back as set, or as another name than the one that
 // stands for anything unknown (several values read back under a longer name).
-bool acceptsText(PlacedBlock& block, const KeywordRow& row, const std::string& text) {
-    if (equalIgnoringCase(std::get<std::string>(setAndRead(block, row, text)), text)) return true;
+// Where the text cannot be read back, the block's parameter record tells an unknown name from
+// others; only the name of the default itself looks the same, and gets the benefit of the doubt.
+bool acceptsText(PlacedBlock& block, const KeywordRow& row, const std::string& text,
+                 std::vector<std::string>& notes, const Setting& setting) {
+    constexpr std::size_t kShortestName = 2;
+    const auto read = std::get<std::string>(setAndRead(block, row, text));
+    if (equalIgnoringCase(read, text)) return true;
+    const std::string chosen = block.save();
     const KeywordValue fallback = setAndRead(block, row, std::string("?"));
-    return setAndRead(block, row, text) != fallback;
+    const std::string fallbackRecord = block.save();
+    block.set(row, text);
+    if (read.size() >= kShortestName) return KeywordValue(read) != fallback;
+    if (chosen == fallbackRecord) {
+        notes.push_back(setting.place.file + ":" + std::to_string(setting.place.line) + ": " +
+                        setting.place.key + ": \"" + text +
+                        "\" gives the default; the block does not say which name that has");
+    }
+    return true;
 }
 
 // The block stored the number: it reads back as set, or differently from its neighbour (some
@@ -220,7 +234,7 @@ void Runner::applySettings(Node& node) {
         const KeywordValue value = typedValue(setting, *row);
         bool accepted = false;
         if (const auto* text = std::get_if<std::string>(&value)) {
-            accepted = acceptsText(block, *row, *text);
+            accepted = acceptsText(block, *row, *text, notes_, setting);
         } else if (const auto* real = std::get_if<double>(&value)) {
             accepted = acceptsReal(block, *row, *real);
         } else {
