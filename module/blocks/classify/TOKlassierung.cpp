@@ -25,7 +25,7 @@ constexpr std::int32_t kFirstVersionWithMethod = 403;
 constexpr std::int32_t kPackedSizeWord = 78;
 
 // Class values of one run; beyond lies no measurement, only a mistyped number of classes.
-constexpr std::int64_t kMostResults = std::int64_t{1} << 24;
+constexpr std::int64_t kMostResults = 10'000'000;
 
 using Parameters = TOKlassierung::Parameters;
 

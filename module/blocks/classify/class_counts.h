@@ -1,28 +1,30 @@
-// Counts per class, for one or more result columns.
+// Counts per class, for one or more columns.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <span>
+#include <numeric>
 #include <vector>
-
-#include "classify/class_scale.h"
 
 namespace vynpack {
 
 class ClassCounts {
 public:
-    ClassCounts(const ClassScale& scale, int columns);
-
-    // Counts values in a column; those outside all classes are passed over. Returns how many
-    // counted.
-    std::uint32_t add(int column, std::span<const double> values);
+    ClassCounts(int classes, int columns)
+        : places_(static_cast<std::size_t>(classes) + 1),
+          counts_(places_ * static_cast<std::size_t>(columns)) {}
 
     std::uint32_t at(int k, int column) const { return counts_[place(k, column)]; }
-    void clear();
+    std::uint32_t total(int column) const {
+        const std::uint32_t* first = &counts_[place(0, column)];
+        return std::accumulate(first, first + places_ - 1, 0U);
+    }
+    void clear() { std::ranges::fill(counts_, 0U); }
 
-    // The counters of one column: a place per class, and one more that takes what lies outside.
-    std::uint32_t* column(int column) { return &counts_[place(0, column)]; }
+    // The counters of all columns, one behind the other: a place per class, and one more that takes
+    // what lies outside all classes.
+    std::uint32_t* data() { return counts_.data(); }
     std::size_t places() const { return places_; }
 
 private:
@@ -30,7 +32,6 @@ private:
         return static_cast<std::size_t>(column) * places_ + static_cast<std::size_t>(k);
     }
 
-    ClassScale scale_;
     std::size_t places_;
     std::vector<std::uint32_t> counts_;
 };

@@ -1,4 +1,5 @@
-// The classification's loop over samples, compiled for several instruction-set levels.
+// The classification's loops over samples, compiled for several instruction-set levels. The
+// searches for extremes work on groups of up to 8 channels, one lane each.
 #pragma once
 
 #include <cstddef>
@@ -8,11 +9,54 @@
 
 namespace vynpack {
 
+inline constexpr int kClassifyLanes = 8;
+
+// State between pairs of samples, a channel per lane; flags are 0 or 1.
+struct ExcursionLanes {
+    double last[kClassifyLanes];     // sample
+    double extreme[kClassifyLanes];  // of the excursion
+    double crossedUpward[kClassifyLanes];
+    double crossedDownward[kClassifyLanes];
+};
+struct TurningLanes {
+    double last[kClassifyLanes];
+    double extreme[kClassifyLanes];    // the candidate
+    double slope[kClassifyLanes];      // 1, 0, -1, or kSlopeUnknown
+    double candidate[kClassifyLanes];  // 1 a maximum, -1 a minimum, 0 none
+};
+struct SeparateLanes {
+    double last[kClassifyLanes];
+    double maximum[kClassifyLanes];  // the last ones accepted
+    double minimum[kClassifyLanes];
+    double slope[kClassifyLanes];
+    double maximumPending[kClassifyLanes];
+    double minimumPending[kClassifyLanes];
+};
+
+// Before the first pair of a run, and after a reset.
+inline constexpr double kSlopeUnknown = 2.0;
+
 struct ClassifyKernels {
     // out[i] = class of x[i] on a scale of n classes from `begin` on, or n when x[i] lies outside
     // all of them or is not in (begin, end].
     void (*classIndices)(const float* x, std::size_t count, double begin, double end, double range,
                          std::int32_t n, std::int32_t* out);
+    // The same for any values, without the interval. `shifts`, unless null, is added to the classes
+    // found.
+    void (*extremeIndices)(const double* x, const double* shifts, std::size_t count, double begin,
+                           double range, std::int32_t n, std::int32_t* out);
+
+    // The searches: `lanes` up to 8, samples lie at x[frame * stride + lane].
+    // extremes[frame * lanes + lane] = the extreme that the pair of the last and this sample lets
+    // count, or NaN.
+    void (*findExcursions)(const float* x, std::size_t stride, std::size_t frames, int lanes,
+                           double line, double hysteresis, ExcursionLanes* state, double* extremes);
+    void (*findTurns)(const float* x, std::size_t stride, std::size_t frames, int lanes,
+                      double line, double hysteresis, TurningLanes* state, double* extremes);
+    // shifts: `shift` for a maximum, 0 for a minimum.
+    void (*findPeaks)(const float* x, std::size_t stride, std::size_t frames, int lanes,
+                      double hysteresis, double shift, SeparateLanes* state, double* extremes,
+                      double* shifts);
 };
 
 // One copy per level.

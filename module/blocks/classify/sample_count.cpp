@@ -14,8 +14,9 @@ constexpr std::size_t kInWork = 2048;
 
 SampleCount::SampleCount(const CountingRules& rules, int channels)
     : CountingMethod(rules, channels),
-      counts_(rules.scale, channels),
+      counts_(rules.scale.number, channels),
       totals_(static_cast<std::size_t>(channels)),
+      surplus_(totals_.size()),
       indices_(std::max(kInWork, totals_.size())) {}
 
 void SampleCount::update(std::span<const float> samples, double /*step*/, std::span<float> values) {
@@ -32,31 +33,28 @@ void SampleCount::countSamples(std::span<const float> samples) {
     const std::size_t width = totals_.size();
     const std::size_t all = samplesPerChannel(samples);
     const std::size_t framesInWork = indices_.size() / width;
-    for (int c = 0; c < channels(); ++c)
-        counts_.column(c)[classes()] = 0;
     for (std::size_t done = 0; done < all;) {
         const std::size_t frames = std::min(framesInWork, all - done);
         kernels.classIndices(samples.data() + done * width, frames * width, scale().begin,
                              scale().end, scale().range, classes(), indices_.data());
         const std::int32_t* index = indices_.data();
         for (std::size_t frame = 0; frame < frames; ++frame) {
-            std::uint32_t* counts = counts_.column(0);
+            std::uint32_t* counts = counts_.data();
             for (std::size_t c = 0; c < width; ++c, counts += counts_.places())
                 ++counts[*index++];
         }
         done += frames;
     }
-    for (int c = 0; c < channels(); ++c) {
-        totals_[static_cast<std::size_t>(c)] +=
-            static_cast<std::uint32_t>(all) - counts_.column(c)[classes()];
-    }
 }
 
 void SampleCount::writeRelative(std::span<float> values) {
     float* value = values.data();
-    for (std::uint32_t& total : totals_) {
+    for (int c = 0; c < channels(); ++c) {
+        const auto channel = static_cast<std::size_t>(c);
+        const std::uint32_t counted = counts_.total(c);
         // Kept: a channel without counts gets a total of 1, which stays in all later totals.
-        total = std::max(total, 1U);
+        if (counted + surplus_[channel] == 0) surplus_[channel] = 1;
+        totals_[channel] = counted + surplus_[channel];
     }
     for (int k = 0; k < classes(); ++k) {
         for (int c = 0; c < channels(); ++c)
@@ -74,7 +72,7 @@ void SampleCount::writeAbsolute(std::span<float> values) const {
 
 void SampleCount::reset() {
     counts_.clear();
-    std::fill(totals_.begin(), totals_.end(), 0U);
+    std::ranges::fill(surplus_, 0U);
 }
 
 }  // namespace vynpack

@@ -21,8 +21,9 @@ private:
     void writeAbsolute(std::span<float> values) const;
 
     ClassCounts counts_;
-    std::vector<std::uint32_t> totals_;  // per channel
-    std::vector<std::int32_t> indices_;  // of the samples in work
+    std::vector<std::uint32_t> totals_;   // per channel
+    std::vector<std::uint32_t> surplus_;  // of the totals over the counts
+    std::vector<std::int32_t> indices_;   // of the samples in work
 };
 
 }  // namespace vynpack

@@ -1,93 +1,62 @@
 #include "classify/separate_peaks.h"
 
 #include <algorithm>
-#include <cmath>
+#include <cstdlib>
 
 namespace vynpack {
+namespace {
+
+// The counts of a channel.
+int minimaOf(int channel) { return 2 * channel; }
+int maximaOf(int channel) { return 2 * channel + 1; }
+
+}  // namespace
 
 SeparatePeaks::SeparatePeaks(const CountingRules& rules, int channels)
-    : CountingMethod(rules, channels),
-      state_(static_cast<std::size_t>(channels)),
-      counts_(rules.scale, 2 * channels),
-      maximaTotal_(state_.size()),
-      minimaTotal_(state_.size()),
-      maxima_(kPairsInWork),
-      minima_(kPairsInWork) {}
-
-void SeparatePeaks::update(std::span<const float> samples, double /*step*/,
-                           std::span<float> values) {
-    forEachPiece(
-        samples, state_.size(), first_, [&](std::size_t c, float x) { state_[c].last = x; },
-        [&](std::size_t c, const float* x, std::size_t pairs) {
-            const Found found =
-                findExtremes(state_[c], x, state_.size(), pairs, maxima_.data(), minima_.data());
-            // Kept: the columns overlap; a channel's maxima count into the place of the next
-            // channel's minima.
-            const int column = static_cast<int>(c);
-            minimaTotal_[c] += counts_.add(column, {minima_.data(), found.minima});
-            maximaTotal_[c] += counts_.add(column + 1, {maxima_.data(), found.maxima});
-        });
-    first_ = false;
-    for (std::size_t c = 0; c < state_.size(); ++c) {
-        const int column = static_cast<int>(c);
-        writeColumn(values, column, minimaTotal_[c]);
-        writeColumn(values, column + 1, maximaTotal_[c]);
-    }
-}
-
-void SeparatePeaks::writeColumn(std::span<float> values, int column, std::uint32_t total) const {
-    const std::size_t rowLength = 2 * state_.size();
-    for (int k = 0; k < classes(); ++k) {
-        const std::uint32_t count = counts_.at(k, column);
-        values[static_cast<std::size_t>(k) * rowLength + static_cast<std::size_t>(column)] =
-            rules().relative ? percentOf(count, total) : static_cast<float>(count);
-    }
-}
-
-SeparatePeaks::Found SeparatePeaks::findExtremes(Channel& channel, const float* x,
-                                                 std::size_t stride, std::size_t pairs,
-                                                 double* maxima, double* minima) const {
-    const double h = rules().hysteresis;
-    auto [a, lastMaximum, lastMinimum, slope, maximumPending, minimumPending] = channel;
-    if (slope == kSlopeUnknown && pairs > 0) slope = slopeSign(a, x[0]);
-    Found found;
-    // Without branches: whether a pair turns or confirms is hard to foretell.
-    for (std::size_t i = 0; i < pairs; ++i) {
-        const double b = x[i * stride];
-        const int next = slopeSign(a, b);
-        const bool topTurn = (slope > 0) & (next <= 0);
-        const bool bottomTurn = (slope <= 0) & (next > 0);
-        const bool tooNear = (topTurn & (std::abs(a - lastMinimum) <= h)) |
-                             (bottomTurn & (std::abs(a - lastMaximum) <= h));
-        const bool newMaximum = topTurn & !tooNear;
-        const bool newMinimum = bottomTurn & !tooNear;
-        lastMaximum = newMaximum ? a : lastMaximum;
-        lastMinimum = newMinimum ? a : lastMinimum;
-        maximumPending = (maximumPending | newMaximum) & !tooNear;
-        minimumPending = (minimumPending | newMinimum) & !tooNear;
-
-        const bool countMaximum = maximumPending & (std::abs(b - lastMaximum) > h);
-        const bool countMinimum = !countMaximum & minimumPending & (std::abs(b - lastMinimum) > h);
-        maxima[found.maxima] = lastMaximum;
-        minima[found.minima] = lastMinimum;
-        found.maxima += static_cast<std::size_t>(countMaximum);
-        found.minima += static_cast<std::size_t>(countMinimum);
-        maximumPending &= !countMaximum;
-        minimumPending &= !countMinimum;
-        slope = next;
-        a = b;
-    }
-    channel = {a, lastMaximum, lastMinimum, slope, maximumPending, minimumPending};
-    return found;
-}
-
-void SeparatePeaks::reset() {
+    : ExtremeCounting(rules, channels, 2), state_(groups()) {
     // Kept: a run starts with extremes far outside, a reset with both on the reference line.
-    std::fill(state_.begin(), state_.end(),
-              Channel{.lastMaximum = rules().referenceLine, .lastMinimum = rules().referenceLine});
-    counts_.clear();
-    std::fill(maximaTotal_.begin(), maximaTotal_.end(), 0U);
-    std::fill(minimaTotal_.begin(), minimaTotal_.end(), 0U);
+    setState(1e7, -1e7);
+}
+
+void SeparatePeaks::open(int channel, float sample) {
+    const auto [group, lane] = std::div(channel, kClassifyLanes);
+    state_[static_cast<std::size_t>(group)].last[lane] = sample;
+}
+
+bool SeparatePeaks::search(std::size_t group, const Piece& piece, double* extremes,
+                           double* shifts) {
+    classifyKernels().findPeaks(piece.x, piece.stride, piece.frames, piece.lanes,
+                                rules().hysteresis, static_cast<double>(counts().places()),
+                                &state_[group], extremes, shifts);
+    return true;
+}
+
+void SeparatePeaks::write(std::span<float> values) const {
+    const auto rowLength = static_cast<std::size_t>(2 * channels());
+    const auto put = [&](int column, int k, std::uint32_t count, std::uint32_t total) {
+        values[static_cast<std::size_t>(k) * rowLength + static_cast<std::size_t>(column)] =
+            result(count, total);
+    };
+    // Kept: the columns overlap; a channel's maxima share the place of the next channel's minima,
+    // and the percentage there is the next channel's.
+    for (int c = 0; c < channels(); ++c) {
+        const std::uint32_t minima = counts().total(minimaOf(c));
+        const std::uint32_t maxima = counts().total(maximaOf(c));
+        for (int k = 0; k < classes(); ++k) {
+            const std::uint32_t before = c > 0 ? counts().at(k, maximaOf(c - 1)) : 0U;
+            put(c, k, counts().at(k, minimaOf(c)) + before, minima);
+            put(c + 1, k, counts().at(k, maximaOf(c)), maxima);
+        }
+    }
+}
+
+void SeparatePeaks::setState(double lastMaximum, double lastMinimum) {
+    // Kept: after a reset the first pair starts at 0.
+    SeparateLanes fresh{};
+    std::ranges::fill(fresh.maximum, lastMaximum);
+    std::ranges::fill(fresh.minimum, lastMinimum);
+    std::ranges::fill(fresh.slope, kSlopeUnknown);
+    std::ranges::fill(state_, fresh);
 }
 
 }  // namespace vynpack

@@ -4,47 +4,24 @@
 
 #include <vector>
 
-#include "classify/class_counts.h"
-#include "classify/counting_method.h"
 #include "classify/extreme_counting.h"
 
 namespace vynpack {
 
-class SeparatePeaks final : public CountingMethod {
+class SeparatePeaks final : public ExtremeCounting {
 public:
     SeparatePeaks(const CountingRules& rules, int channels);
 
-    // A row holds two values per channel; channel c has its minima at c and its maxima at c + 1.
-    void update(std::span<const float> samples, double step, std::span<float> values) override;
-    void reset() override;
-
 private:
-    // One channel's state between pairs.
-    struct Channel {
-        double last = 0.0;         // sample
-        double lastMaximum = 1e7;  // accepted
-        double lastMinimum = -1e7;
-        int slope = kSlopeUnknown;
-        bool maximumPending = false;
-        bool minimumPending = false;
-    };
+    void open(int channel, float sample) override;
+    bool search(std::size_t group, const Piece& piece, double* extremes, double* shifts) override;
+    void forget() override { setState(rules().referenceLine, rules().referenceLine); }
+    // A row holds two values per channel; channel c has its minima at c and its maxima at c + 1.
+    void write(std::span<float> values) const override;
 
-    // How many maxima and minima a search has found.
-    struct Found {
-        std::size_t maxima = 0;
-        std::size_t minima = 0;
-    };
-    Found findExtremes(Channel& channel, const float* x, std::size_t stride, std::size_t pairs,
-                       double* maxima, double* minima) const;
-    void writeColumn(std::span<float> values, int column, std::uint32_t total) const;
+    void setState(double lastMaximum, double lastMinimum);
 
-    bool first_ = true;  // the first block of the run
-    std::vector<Channel> state_;
-    ClassCounts counts_;                      // 2 columns per channel
-    std::vector<std::uint32_t> maximaTotal_;  // per channel
-    std::vector<std::uint32_t> minimaTotal_;
-    std::vector<double> maxima_;  // found in the samples in work
-    std::vector<double> minima_;
+    std::vector<SeparateLanes> state_;  // per group of channels
 };
 
 }  // namespace vynpack

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <limits>
@@ -134,6 +135,54 @@ TEST(ClassifyKernels, GiveTheSameClassesAtEveryLevel) {
         classifyKernels(level).classIndices(x.data(), x.size(), scale.begin, scale.end, scale.range,
                                             scale.number, indices.data());
         EXPECT_EQ(indices, expected);
+    }
+}
+
+TEST(ClassifyKernels, FindTheSameExtremesAtEveryLevel) {
+    std::mt19937 random(6);
+    std::normal_distribution<float> noise(0.0F, 3.0F);
+    constexpr std::size_t kFrames = 300;
+    constexpr std::size_t kStride = 9;
+    std::vector<float> x(kFrames * kStride);
+    for (float& v : x)
+        v = std::round(4.0F * noise(random)) / 4.0F;
+    x[100] = kNaN;
+    x[200] = kInf;
+    for (const int lanes : {1, 2, 4, 8}) {
+        const auto found = [&](KernelLevel level) {
+            const ClassifyKernels& kernels = classifyKernels(level);
+            const std::size_t size = kFrames * static_cast<std::size_t>(lanes);
+            std::vector<double> extremes(size);
+            std::vector<double> shifts(size);
+            std::vector<std::int32_t> all;
+            std::vector<std::int32_t> indices(size);
+            const auto keep = [&](const double* shift) {
+                kernels.extremeIndices(extremes.data(), shift, size, -10.0, 20.0, 20,
+                                       indices.data());
+                all.insert(all.end(), indices.begin(), indices.end());
+            };
+            ExcursionLanes excursions{};
+            kernels.findExcursions(x.data(), kStride, kFrames, lanes, 0.0, 0.5, &excursions,
+                                   extremes.data());
+            keep(nullptr);
+            TurningLanes turns{};
+            std::ranges::fill(turns.slope, kSlopeUnknown);
+            kernels.findTurns(x.data(), kStride, kFrames, lanes, 0.0, 0.5, &turns, extremes.data());
+            keep(nullptr);
+            SeparateLanes peaks{};
+            std::ranges::fill(peaks.slope, kSlopeUnknown);
+            kernels.findPeaks(x.data(), kStride, kFrames, lanes, 0.5, 21.0, &peaks, extremes.data(),
+                              shifts.data());
+            keep(shifts.data());
+            return all;
+        };
+        const auto expected = found(KernelLevel::baseline);
+        EXPECT_GT(std::ranges::count_if(expected, [](int k) { return k != 20; }), 100);
+        for (const KernelLevel level : {KernelLevel::avx2, KernelLevel::avx512}) {
+            if (level <= kernelLevel()) {
+                EXPECT_EQ(found(level), expected) << lanes;
+            }
+        }
     }
 }
 
@@ -551,6 +600,39 @@ TEST_P(AllMethods, AResetForgetsAllCounts) {
     fresh.take({0.0F, 0.0F}).reset();
     const std::vector<float> x = loadSignal(random, 2000, 2, 0);
     EXPECT_EQ(used.take(x).values(), fresh.take(x).values());
+}
+
+// Ten million samples; the sanitizers take fewer.
+#ifdef __SANITIZE_ADDRESS__
+constexpr std::size_t kSoakFrames = 30000;
+#else
+constexpr std::size_t kSoakFrames = 2000000;
+#endif
+
+TEST_P(AllMethods, SoakInRandomBlocksWithRandomResets) {
+    constexpr std::size_t kChannels = 5;
+    std::mt19937 random(static_cast<unsigned>(GetParam()));
+    const std::vector<float> x = loadSignal(random, kChannels * 8192, kChannels, 1);
+    CountingRules rules;
+    rules.relative = GetParam() % 2 == 0;
+    rules.hysteresis = 0.25;
+    Counting soaked(GetParam(), rules, kChannels);
+    for (std::size_t frames = 0; frames < kSoakFrames;) {
+        const std::size_t from = kChannels * (random() % 4096);
+        const std::size_t count = random() % 4096;
+        soaked.take({x.begin() + static_cast<std::ptrdiff_t>(from),
+                     x.begin() + static_cast<std::ptrdiff_t>(from + kChannels * count)},
+                    1e-3);
+        frames += count;
+        for (const float value : soaked.values())
+            ASSERT_TRUE(value >= 0.0F &&
+                        (!rules.relative || GetParam() == kSeparatePeaks || value <= 100.0F));
+        if (random() % 50 == 0) soaked.reset();
+    }
+    // After all that, a reset leaves nothing behind.
+    Counting fresh(GetParam(), rules, kChannels);
+    EXPECT_EQ(soaked.reset().take(x).values(),
+              fresh.take(std::vector<float>(kChannels)).reset().take(x).values());
 }
 
 INSTANTIATE_TEST_SUITE_P(Classification, AllMethods, testing::Range(93, 99));

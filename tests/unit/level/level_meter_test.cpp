@@ -631,5 +631,47 @@ TEST(LevelMeter, WhatIsNotANumberStaysInItsChannelUntilAReset) {
         EXPECT_FALSE(std::isnan(value));
 }
 
+// Ten million samples; the sanitizers take fewer.
+#ifdef __SANITIZE_ADDRESS__
+constexpr std::size_t kSoakFrames = 50000;
+#else
+constexpr std::size_t kSoakFrames = 2000000;
+#endif
+
+TEST(LevelMeter, SoaksInRandomBlocksWithRandomResetsAndPauses) {
+    constexpr int kChannels = 5;
+    std::mt19937 random(12);
+    const std::vector<float> x = soundOf(random, kChannels * 8192, 2);
+    LevelMeter meter({.channels = kChannels,
+                      .step = 1.0 / 3000,
+                      .outputFrequency = 7.3,
+                      .timeConstant = 0.125,
+                      .blankedSeconds = 2.5});
+    Outputs outputs;
+    for (std::size_t frames = 0; frames < kSoakFrames;) {
+        const std::size_t from = kChannels * (random() % 4096);
+        const std::size_t count = random() % 4096;
+        const int control = random() % 4 == 0 ? static_cast<int>(random() % 8) : 0;
+        const LevelMode mode{.rms = random() % 8 != 0, .impulse = random() % 4 == 0};
+        outputs.clear();
+        feedAll(meter,
+                {x.begin() + static_cast<std::ptrdiff_t>(from),
+                 x.begin() + static_cast<std::ptrdiff_t>(from + kChannels * count)},
+                kChannels, control, mode, outputs);
+        frames += count;
+        for (const Output& output : outputs) {
+            for (const float value : output)
+                ASSERT_TRUE(std::isfinite(value));
+        }
+    }
+    // After all that, a full reset leaves nothing behind but the clocks' phases.
+    outputs.clear();
+    feedAll(meter, std::vector<float>(kChannels * 2000), kChannels, 0, {}, outputs);
+    feedAll(meter, std::vector<float>(kChannels * 9000), kChannels, kResetAll, {}, outputs);
+    EXPECT_EQ(quantity(outputs.back(), kMaximumLevel, 4, kChannels), 0.0F);
+    EXPECT_EQ(quantity(outputs.back(), kPercentile1, 4, kChannels), -0.2F);
+    EXPECT_LE(quantity(outputs.back(), kMeasurementTime, 0, kChannels), 3.0F);
+}
+
 }  // namespace
 }  // namespace vynpack
