@@ -148,7 +148,9 @@ void DualSpectrum::analyseLines(const DualSpectrumSettings& settings, const Line
         settings.crossSpectrum ? present.cross
                                : transferFunction(settings, range, scale, present, averaged);
     const double* first = amplitudes(settings, range, result, transform);
-    const double* second = phases(settings, range, result);
+    // Phases are not averaged, so that those which nobody sees need not be computed.
+    const bool showsSecond = settings.realImaginary() || !outputs.phases.empty();
+    const double* second = showsSecond ? phases(settings, range, result) : nullptr;
     const double* third = settings.coherence ? coherences(range, averaged) : nullptr;
 
     if (settings.amplitudeType == kPowerDensity && !outputs.amplitudes.empty()) {
