@@ -62,6 +62,7 @@ public:
 
     HINSTANCE module = nullptr;
     Int (*getParameters)(Int, Int, Int, Int) = nullptr;
+    Int (*getInfo)(Int, Int, Int, Int) = nullptr;
     Int (*saveParameters)(Int, Int, Int, Int) = nullptr;
     Int (*restoreParameters)(Int, Int, Int, Int) = nullptr;
     Int (*destroyBlock)(Int, Int, Int, Int) = nullptr;
@@ -84,6 +85,7 @@ private:
         module = ::LoadLibraryA("VYNPACKM.dll");
         if (module == nullptr) throw std::runtime_error("VYNPACKM.dll is not beside the tests");
         getParameters = exported<decltype(getParameters)>(module, "GetParameters");
+        getInfo = exported<decltype(getInfo)>(module, "GetInfo");
         saveParameters = exported<decltype(saveParameters)>(module, "SaveParameters");
         restoreParameters = exported<decltype(restoreParameters)>(module, "RestoreParameters");
         destroyBlock = exported<decltype(destroyBlock)>(module, "DestroyBlock");
@@ -147,6 +149,12 @@ Block::~Block() { host().destroyBlock(0, typeCode_, handle_, 0); }
 void Block::dialog(const std::function<void(Dialog&)>& script) const {
     host().play([this] { EXPECT_EQ(host().getParameters(0, typeCode_, handle_, 0), handle_); },
                 script);
+}
+
+std::string Block::connectors() const {
+    constexpr Int kConnectors = 4;
+    // NOLINTNEXTLINE(performance-no-int-to-ptr)
+    return reinterpret_cast<const char*>(host().getInfo(0, typeCode_, kConnectors, handle_));
 }
 
 Bytes Block::record() const {

@@ -33,6 +33,9 @@ public:
     // Shows the dialog and lets the script act on it as its user. The script must leave it closed.
     void dialog(const std::function<void(Dialog&)>& script) const;
 
+    // The connector string that belongs to the parameters.
+    std::string connectors() const;
+
     // The parameter record, its two leading words included.
     Bytes record() const;
 

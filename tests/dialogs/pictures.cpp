@@ -25,8 +25,26 @@ void writePictures(const std::string& folder) {
              dialog.click(1015);
              dialog.choose(1012, 1);
          }},
+        {5001, "TOTerzOktavDlg", nothing},
+        {5002, "TOStatistikDlg",
+         [](Dialog& dialog) {
+             dialog.click(1030);
+             dialog.click(1043);
+         }},
+        {5003, "TOMittelwertDlg",
+         [](Dialog& dialog) {
+             dialog.click(1056);
+             dialog.click(1061);
+         }},
         {5004, "TOSpektrumDlg", [](Dialog& dialog) { dialog.choose(1100, 6); }},
         {5005, "TOInverseFFTDlg", nothing},
+        {5006, "TODualSpektrumDlg",
+         [](Dialog& dialog) {
+             dialog.click(1119);
+             dialog.click(1015);
+             dialog.choose(1100, 6);
+             dialog.choose(1137, 5);
+         }},
         {5007, "TODigitalFilterDlg",
          [](Dialog& dialog) {
              dialog.click(1265);
@@ -34,6 +52,7 @@ void writePictures(const std::string& folder) {
              dialog.choose(1131, 2);
          }},
         {5008, "TOFreqWeightDlg", nothing},
+        {5009, "TOLevelDlg", nothing},
     };
     for (const Picture& picture : pictures) {
         const Block block(picture.typeCode);

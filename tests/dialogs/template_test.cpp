@@ -23,14 +23,19 @@ protected:
     const Template template_ = readTemplate(GetParam().templateId);
 };
 
-// The letter behind a single "&"; 0 for none.
-char mnemonicOf(const std::string& text) {
+// The letter behind a single "&", in lower case as far as it is ASCII; empty for none.
+std::string mnemonicOf(const std::string& text) {
     for (std::size_t i = 0; i + 1 < text.size(); ++i) {
-        if (text[i] == '&' && text[i + 1] != '&') {
-            return static_cast<char>(std::tolower(static_cast<unsigned char>(text[i + 1])));
+        if (text[i] != '&' || text[i + 1] == '&') continue;
+        std::size_t end = i + 2;
+        while (end < text.size() && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) {
+            ++end;
         }
+        std::string letter = text.substr(i + 1, end - i - 1);
+        letter[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(letter[0])));
+        return letter;
     }
-    return 0;
+    return {};
 }
 
 bool isTabStop(const TemplateControl& control) { return (control.style & WS_TABSTOP) != 0; }
@@ -92,13 +97,13 @@ TEST_P(EveryDialog, UsesEachIdOnce) {
 }
 
 TEST_P(EveryDialog, UsesEachMnemonicOnceAsFarAsItsTextsAllow) {
-    std::map<char, int> uses;
+    std::map<std::string, int> uses;
     for (const TemplateControl& control : template_.controls) {
-        if (const char letter = mnemonicOf(control.text); letter != 0) ++uses[letter];
+        if (const std::string letter = mnemonicOf(control.text); !letter.empty()) ++uses[letter];
     }
     std::string shared;
     for (const auto& [letter, count] : uses) {
-        if (count > 1) shared.push_back(letter);
+        if (count > 1) shared += letter;
     }
     EXPECT_EQ(shared, GetParam().sharedLetters);
 }
@@ -107,7 +112,7 @@ TEST_P(EveryDialog, UsesEachMnemonicOnceAsFarAsItsTextsAllow) {
 TEST_P(EveryDialog, PutsEveryEditAndItsArrowsBehindItsLabel) {
     const auto& controls = template_.controls;
     for (std::size_t i = 0; i < controls.size(); ++i) {
-        if (controls[i].kind == Kind::label && mnemonicOf(controls[i].text) != 0) {
+        if (controls[i].kind == Kind::label && !mnemonicOf(controls[i].text).empty()) {
             ASSERT_LT(i + 1, controls.size());
             EXPECT_TRUE(controls[i + 1].kind == Kind::edit || controls[i + 1].kind == Kind::list)
                 << controls[i].text;

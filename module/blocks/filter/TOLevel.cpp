@@ -3,6 +3,7 @@
 #include <cmath>
 #include <utility>
 
+#include "dialogs/TOLevelDlg.h"
 #include "host/host_messages.h"
 #include "host/parameter_record.h"
 #include "host/remote_control.h"
@@ -63,7 +64,10 @@ std::int32_t controlBits(float control) {
 
 void TOLevel::GetConnectors(ConnectorText& text) const { writeConnectors(text, "E,S,;A,"); }
 
-int TOLevel::GetParameters() { return 0; }
+int TOLevel::GetParameters() {
+    TOLevelDlg(*this).DoModal();
+    return 0;
+}
 
 int TOLevel::SaveParameters(FileHandle file) {
     saveRecord(file, kRecordSizeWord, parameters_);

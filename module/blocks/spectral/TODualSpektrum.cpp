@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <span>
 
+#include "dialogs/TODualSpektrumDlg.h"
 #include "host/TOGlobal.h"
 #include "host/parameter_record.h"
 #include "host/remote_control.h"
@@ -144,7 +145,10 @@ void TODualSpektrum::GetConnectors(ConnectorText& text) const {
     writeConnectors(text, connectors.data());
 }
 
-int TODualSpektrum::GetParameters() { return 0; }
+int TODualSpektrum::GetParameters() {
+    TODualSpektrumDlg(*this).DoModal();
+    return 0;
+}
 
 int TODualSpektrum::SaveParameters(FileHandle file) {
     saveRecord(file, kRecordSizeWord, parameters_);

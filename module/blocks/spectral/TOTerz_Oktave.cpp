@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "dialogs/TOTerzOktavDlg.h"
 #include "host/channel_block.h"
 #include "host/parameter_record.h"
 #include "host/remote_control.h"
@@ -48,7 +49,10 @@ bool isFrequency(std::int32_t axisKind) {
 
 void TOTerz_Oktave::GetConnectors(ConnectorText& text) const { writeConnectors(text, "E,;A,"); }
 
-int TOTerz_Oktave::GetParameters() { return 0; }
+int TOTerz_Oktave::GetParameters() {
+    TOTerzOktavDlg(*this).DoModal();
+    return 0;
+}
 
 int TOTerz_Oktave::SaveParameters(FileHandle file) {
     saveRecord(file, kRecordSizeWord, parameters_);

@@ -2,6 +2,7 @@
 
 #include <new>
 
+#include "dialogs/TOMittelwertDlg.h"
 #include "host/channel_block.h"
 #include "host/parameter_record.h"
 #include "host/remote_control.h"
@@ -64,7 +65,10 @@ void TOMittelwert::GetConnectors(ConnectorText& text) const {
     writeConnectors(text, parameters_.resetMode == kAvgResetByTrigger ? "E,T,;A," : "E,;A,");
 }
 
-int TOMittelwert::GetParameters() { return 0; }
+int TOMittelwert::GetParameters() {
+    TOMittelwertDlg(*this).DoModal();
+    return 0;
+}
 
 int TOMittelwert::SaveParameters(FileHandle file) {
     // Kept: the size word counts the gaps of the parameters in memory, not the 54 bytes that

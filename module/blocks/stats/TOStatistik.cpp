@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "dialogs/TOStatistikDlg.h"
 #include "host/host_messages.h"
 #include "host/parameter_record.h"
 #include "host/remote_control.h"
@@ -97,7 +98,10 @@ void TOStatistik::GetConnectors(ConnectorText& text) const {
     writeConnectors(text, connectors.c_str());
 }
 
-int TOStatistik::GetParameters() { return 0; }
+int TOStatistik::GetParameters() {
+    TOStatistikDlg(*this).DoModal();
+    return 0;
+}
 
 int TOStatistik::SaveParameters(FileHandle file) {
     saveRecord(file, kRecordSizeWord, parameters_);

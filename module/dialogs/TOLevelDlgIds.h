@@ -1,0 +1,18 @@
+// Control ids of the level dialog, for its template and its code.
+#pragma once
+
+#define IDD_LEVEL 127
+#define IDB_LEVEL_HELP 1001
+#define IDR_LEVEL_PEAK 1220
+#define IDR_LEVEL_RMS 1221
+#define IDG_LEVEL_TIME_WEIGHTING 1262
+#define IDR_LEVEL_SLOW 1223
+#define IDR_LEVEL_FAST 1224
+#define IDR_LEVEL_IMPULSE 1225
+#define IDR_LEVEL_CLOCK_1S 1227
+#define IDR_LEVEL_CLOCK_3S 1228
+#define IDR_LEVEL_CLOCK_5S 1229
+#define IDE_LEVEL_BLANKING 1239
+#define IDS_LEVEL_BLANKING 1240
+#define IDE_LEVEL_FREQUENCY 1236
+#define IDS_LEVEL_FREQUENCY 1237
