@@ -3,8 +3,8 @@
 #include <cmath>
 #include <utility>
 
-#include "filter/weighting_filter.h"
 #include "dialogs/TOFreqWeightDlg.h"
+#include "filter/weighting_filter.h"
 #include "host/TOGlobal.h"
 #include "host/host_messages.h"
 #include "host/parameter_record.h"
