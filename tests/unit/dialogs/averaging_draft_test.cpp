@@ -73,8 +73,8 @@ TEST(AveragingDraft, StepsCountsNotBelowOne) {
 
 TEST(AveragingDraft, LimitsWidthsToTheirField) {
     AveragingDraft draft;
-    draft.reduceValue = "65536";
-    draft.smoothingWidth = "-1";
+    draft.reduceValue = std::string("65536");
+    draft.smoothingWidth = std::string("-1");
     AvgParameters stored;
     accept(draft, stored);
     EXPECT_EQ(stored.reduceValue, 65535);
