@@ -1,10 +1,15 @@
 # header_checks compiles every header of the tree on its own, so that each includes what it needs.
-# Headers that need Windows are compiled by the Windows build, all others by the native one.
+# Headers that need Windows are compiled by the Windows build, all others by the native one; headers for
+# the resource compiler alone (winresrc.h) by neither.
 file(GLOB_RECURSE headers CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}
   analysis/*.h module/*.h vynhost/*.h tests/*.h bench/*.h)
 set(header_sources "")
 foreach(header IN LISTS headers)
   file(STRINGS ${header} of_windows REGEX "#include <(windows|commctrl|windowsx)\\.h>" LIMIT_COUNT 1)
+  file(STRINGS ${header} of_resources REGEX "#include <winresrc\\.h>" LIMIT_COUNT 1)
+  if(of_resources)
+    continue()
+  endif()
   if(header MATCHES "/windows/")
     set(of_windows TRUE)
   endif()
