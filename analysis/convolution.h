@@ -8,8 +8,8 @@
 
 namespace ovanlys {
 
-// From this many taps on, the transforms are faster than the sums (bench/analysis_filter.cpp). The number
-// is the same at every instruction-set level, so that the results are.
+// From this many taps on, the transforms are faster than the sums (bench/analysis_filter.cpp). The
+// number is the same at every instruction-set level, so that the results are.
 inline constexpr std::size_t kTransformedTaps = 512;
 
 // y[m] = sum_j c[j] x[m-j] for m = 0..c.size()+x.size()-2, by the faster way; both ways agree to
