@@ -222,7 +222,8 @@ private:
     }
 
     void sink(const Section& section, const std::string& name) {
-        section.allowOnly({"from", "csv", "svg", "title", "average", "x", "y", "reference"});
+        section.allowOnly(
+            {"from", "values", "csv", "svg", "title", "average", "x", "y", "reference"});
         SinkSpec sink;
         sink.name = name;
         sink.place = section.place();
@@ -238,6 +239,15 @@ private:
             sink.from.push_back(section.connector(section.text("from"), section.place("from")));
         }
         if (sink.from.empty()) section.fail("from", "names nothing");
+        if (const toml::node* values = section.table().get("values")) {
+            sink.valuesPlace = section.place("values");
+            const toml::array* list = values->as_array();
+            if (list == nullptr) section.fail("values", "must be a list of names");
+            for (const toml::node& item : *list) {
+                if (!item.is_string()) section.fail("values", "must be a list of names");
+                sink.values.push_back(item.value_or(std::string()));
+            }
+        }
         sink.csv = section.text("csv");
         sink.svg = section.text("svg");
         if (sink.csv.empty() && sink.svg.empty()) {

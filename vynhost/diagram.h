@@ -91,6 +91,8 @@ struct SinkSpec {
     std::string csv;
     std::string svg;
     std::string title;
+    std::vector<std::string> values;  // of named quantities; none: all
+    Place valuesPlace;
     Average average = Average::none;
     bool logX = false;
     bool decibels = false;

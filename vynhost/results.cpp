@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <fstream>
+#include <iterator>
 
 #include "vynhost/text.h"
 
@@ -109,6 +110,60 @@ Series blockSeries(const Collected& collected, const ChannelData& block, int cha
     return series;
 }
 
+// One quantity of one channel, a value per data block. What starts at 0 each time is counted.
+Series namedSeries(const Collected& collected, std::size_t quantity, int channel, int channels) {
+    Series series;
+    series.name = collected.name + " " + collected.values[quantity].name;
+    if (channels > 1) series.name += " " + std::to_string(channel + 1);
+    series.unit = collected.values[quantity].unit;
+    const bool counted = collected.blocks.back().header.xStart == 0;
+    if (counted) {
+        series.xName = "block";
+    } else {
+        nameAxis(series, collected.blocks.front().header);
+    }
+    const std::size_t place =
+        quantity * static_cast<std::size_t>(channels) + static_cast<std::size_t>(channel);
+    for (std::size_t b = 0; b < collected.blocks.size(); ++b) {
+        const ChannelData& block = collected.blocks[b];
+        if (place >= block.values.size()) continue;
+        series.x.push_back(counted ? static_cast<double>(b + 1) : block.header.xStart);
+        series.y.push_back(block.values[place]);
+    }
+    return series;
+}
+
+std::vector<Series> allNamedSeries(const SinkSpec& sink, const Collected& collected) {
+    const std::size_t quantities = collected.values.size();
+    const int channels = static_cast<int>(collected.blocks.front().values.size() / quantities);
+    std::vector<Series> all;
+    for (int channel = 0; channel < channels; ++channel) {
+        for (std::size_t q = 0; q < quantities; ++q) {
+            const std::string& name = collected.values[q].name;
+            const bool asked = std::ranges::find(sink.values, name) != sink.values.end();
+            if (sink.values.empty() || asked) {
+                all.push_back(namedSeries(collected, q, channel, channels));
+            }
+        }
+    }
+    return all;
+}
+
+// A sink may pick quantities; what it picks must exist at one of its names at least.
+void checkPickedValues(const SinkSpec& sink, const Runner& runner) {
+    std::vector<std::string> known;
+    for (const ConnectorName& name : sink.from) {
+        for (const ValueName& value : runner.collected(name).values)
+            known.push_back(value.name);
+    }
+    for (const std::string& picked : sink.values) {
+        if (std::ranges::find(known, picked) != known.end()) continue;
+        const std::string choice =
+            known.empty() ? "; what comes in has no named values" : "; there are " + joined(known);
+        throw InputError(sink.valuesPlace, "\"" + picked + "\" is no value" + choice);
+    }
+}
+
 // The mean over the data blocks that have the first one's shape; of amplitudes and levels, `power`
 // takes the mean of what their squares or energies are.
 Series averagedSeries(const Collected& collected, int channel, Average average) {
@@ -144,6 +199,7 @@ std::string columnName(const Series& series) {
 }  // namespace
 
 std::vector<Series> seriesOf(const SinkSpec& sink, const Runner& runner) {
+    checkPickedValues(sink, runner);
     std::vector<Series> all;
     for (const ConnectorName& name : sink.from) {
         const Collected& collected = runner.collected(name);
@@ -151,6 +207,10 @@ std::vector<Series> seriesOf(const SinkSpec& sink, const Runner& runner) {
             throw RunError(kStalled, sink.place.file + ":" + std::to_string(sink.place.line) +
                                          ": " + sink.place.key + ": nothing came out at " +
                                          name.text());
+        }
+        if (!collected.values.empty()) {
+            std::ranges::move(allNamedSeries(sink, collected), std::back_inserter(all));
+            continue;
         }
         const ChannelData& first = collected.blocks.front();
         for (int channel = 0; channel < first.channels(); ++channel) {

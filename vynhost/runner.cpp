@@ -87,7 +87,7 @@ void Runner::openSources(const std::map<std::string, std::filesystem::path>& inp
             }
             source->channels.push_back(channel - 1);
         }
-        source->outlet.collected = {spec.name, spec.unit, {}};
+        source->outlet.collected = {.name = spec.name, .unit = spec.unit};
         sources_.push_back(std::move(source));
     }
     for (const auto& [name, file] : inputs) {
@@ -132,7 +132,9 @@ void Runner::placeBlocks() {
         node->wired.resize(node->inputs.size());
         for (const std::string& output : node->outputs) {
             node->outlets.push_back({});
-            node->outlets.back().collected.name = spec.name + "." + output;
+            Collected& collected = node->outlets.back().collected;
+            collected.name = spec.name + "." + output;
+            collected.values = valueNames(*node->block, static_cast<int>(node->outlets.size()) - 1);
         }
         nodes_.push_back(std::move(node));
     }

@@ -10,14 +10,16 @@
 #include "vynhost/diagram.h"
 #include "vynhost/module_host.h"
 #include "vynhost/recording.h"
+#include "vynhost/value_names.h"
 
 namespace vynhost {
 
 // Everything that came out at one source or output.
 struct Collected {
-    std::string name;  // as the diagram calls it
-    std::string unit;  // of the recording that it stems from
-    std::vector<ChannelData> blocks;
+    std::string name;                    // as the diagram calls it
+    std::string unit;                    // of the recording that it stems from
+    std::vector<ValueName> values = {};  // of data blocks that hold named quantities
+    std::vector<ChannelData> blocks = {};
 };
 
 class Runner {

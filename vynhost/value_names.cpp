@@ -1,0 +1,56 @@
+#include "vynhost/value_names.h"
+
+namespace vynhost {
+namespace {
+
+constexpr Int kStatistics = 5002;
+constexpr Int kLevel = 5009;
+
+const std::vector<ValueName>& levelQuantities() {
+    static const std::vector<ValueName> names = {
+        {"displayed level", "dB"},
+        {"running time", "s"},
+        {"measurement time", "s"},
+        {"time since max/min reset", "s"},
+        {"L", "dB"},
+        {"Lmax", "dB"},
+        {"Lmin", "dB"},
+        {"Leq", "dB"},
+        {"LE", "dB"},
+        {"clock maximum", "dB"},
+        {"mean clock maximum", "dB"},
+        {"L1", "dB"},
+        {"L5", "dB"},
+        {"L10", "dB"},
+        {"L50", "dB"},
+        {"L90", "dB"},
+        {"L95", "dB"},
+        {"L99", "dB"},
+    };
+    return names;
+}
+
+// The selected measures, by their keywords: all but the two that stand for no measure.
+std::vector<ValueName> selectedMeasures(PlacedBlock& block) {
+    std::vector<ValueName> names;
+    for (const KeywordRow& row : block.keywords()) {
+        if (row.name == "PkAllOn" || row.name == "PkOutMode") continue;
+        if (block.getInteger(row.name) != 0) names.push_back({row.name.substr(2), ""});
+    }
+    return names;
+}
+
+}  // namespace
+
+std::vector<ValueName> valueNames(PlacedBlock& block, int output) {
+    if (block.typeCode() == kLevel) return levelQuantities();
+    if (block.typeCode() != kStatistics) return {};
+    constexpr int kOneOutput = 1;
+    std::vector<ValueName> measures = selectedMeasures(block);
+    if (block.getInteger("PkOutMode") == kOneOutput) return measures;
+    const auto index = static_cast<std::size_t>(output);
+    if (index >= measures.size()) return {};
+    return {measures[index]};
+}
+
+}  // namespace vynhost
