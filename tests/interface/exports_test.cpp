@@ -456,7 +456,8 @@ TEST_F(BlockTableTest, EveryNumberIsSurvived) {
                                               kLargest,
                                               -kLargest - 1};
     constexpr Int kNoFile = -1;
-    if (host.creates(kSpectrum)) create(kSpectrum);
+    // The one block that stays. Its dialog is not opened: a real one would wait for its user.
+    const Int block = host.creates(kSpectrum) ? create(kSpectrum) : 0;
     for (const Int a : kNumbers) {
         for (const Int b : kNumbers) {
             for (const Int c : kNumbers) {
@@ -473,7 +474,7 @@ TEST_F(BlockTableTest, EveryNumberIsSurvived) {
                 exports.SaveParameters(a, b, c, kNoFile);
                 exports.lRemoteControl(a, b, 0, c, 0);
                 exports.lErrorShow(a, b, c, a);
-                if (c != 0) exports.GetParameters(a, b, c, a);
+                if (c != 0 && c != block) exports.GetParameters(a, b, c, a);
             }
             destroy(exports.GetParameters(a, b, 0, a));
             destroy(exports.RestoreParameters(a, b, 0, kNoFile));
