@@ -163,6 +163,7 @@ std::optional<std::vector<SectionRoots>> paired(const Roots& roots) {
 
     ZeroStock stock(*sortedZeros);
     std::vector<SectionRoots> sections;
+    sections.reserve(polePairs.size());
     for (const RootPair& pair : polePairs)
         sections.push_back({stock.takeNearest(pair.leading()), pair});
     return sections;

@@ -1,5 +1,6 @@
 #include "filter_object.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <type_traits>
 #include <utility>
@@ -25,6 +26,7 @@ std::int32_t store(const std::vector<std::complex<long double>>& roots, double* 
 
 std::vector<std::complex<long double>> load(const double* list, std::int32_t count) {
     std::vector<std::complex<long double>> roots;
+    roots.reserve(static_cast<std::size_t>(std::max(count, 0)));
     for (std::int32_t i = 0; i < count; ++i)
         roots.emplace_back(list[2 * i], list[2 * i + 1]);
     return roots;

@@ -7,11 +7,11 @@ namespace ovanlys::VYN_KERNEL_LEVEL {
 namespace {
 
 #if defined(__AVX512F__)
-constexpr int kRegisterLanes = 8;
+inline constexpr int kRegisterLanes = 8;
 #elif defined(__AVX2__)
-constexpr int kRegisterLanes = 4;
+inline constexpr int kRegisterLanes = 4;
 #else
-constexpr int kRegisterLanes = 2;
+inline constexpr int kRegisterLanes = 2;
 #endif
 
 typedef double Register __attribute__((vector_size(8 * kRegisterLanes)));

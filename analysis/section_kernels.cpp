@@ -52,6 +52,7 @@ bool allFinite(const double* x, int groups) {
     RegisterBits bits = {};
     for (const double* const end = x + groups * kGroup; x != end; x += kRegisterLanes) {
         const Register samples = Lanes<kRegisterLanes>::load(x).value;
+        // NOLINTNEXTLINE(misc-redundant-expression)
         bits |= reinterpret_cast<RegisterBits>(samples - samples);
     }
     long long any = 0;

@@ -20,13 +20,6 @@ std::string padded(std::string text, std::size_t width) {
     return text;
 }
 
-// Some keywords of some types answer one meaningless byte instead of their text: no value name is
-// that short.
-bool isReadable(const std::string& text) {
-    return text.size() > 1 &&
-           std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~'; });
-}
-
 // Numbers that JSON lacks become texts; what cannot be read is null.
 nlohmann::ordered_json jsonValue(const KeywordValue& value) {
     if (const auto* integer = std::get_if<std::int32_t>(&value)) return *integer;
@@ -66,6 +59,11 @@ std::vector<std::string> connectorNames(const std::string& letters) {
         names.push_back(name);
     }
     return names;
+}
+
+bool isReadable(const std::string& text) {
+    return text.size() > 1 &&
+           std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~'; });
 }
 
 std::string typeText(ValueType type) {

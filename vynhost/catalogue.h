@@ -23,6 +23,10 @@ std::vector<TypeInfo> moduleTypes(ModuleHost& host);
 std::vector<std::string> connectorNames(const std::string& letters);
 
 std::string typeText(ValueType type);
+
+// Some keywords of some types answer one meaningless byte instead of their text; no value name is
+// that short.
+bool isReadable(const std::string& text);
 std::string valueText(const KeywordValue& value);
 
 // All creatable types with connectors and keywords, for people and for programs.

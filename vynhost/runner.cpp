@@ -154,14 +154,13 @@ KeywordValue setAndRead(PlacedBlock& block, const KeywordRow& row, const Keyword
 // others; only the name of the default itself looks the same, and gets the benefit of the doubt.
 bool acceptsText(PlacedBlock& block, const KeywordRow& row, const std::string& text,
                  std::vector<std::string>& notes, const Setting& setting) {
-    constexpr std::size_t kShortestName = 2;
     const auto read = std::get<std::string>(setAndRead(block, row, text));
     if (equalIgnoringCase(read, text)) return true;
     const std::string chosen = block.save();
     const KeywordValue fallback = setAndRead(block, row, std::string("?"));
     const std::string fallbackRecord = block.save();
     block.set(row, text);
-    if (read.size() >= kShortestName) return KeywordValue(read) != fallback;
+    if (isReadable(read)) return KeywordValue(read) != fallback;
     if (chosen == fallbackRecord) {
         notes.push_back(setting.place.file + ":" + std::to_string(setting.place.line) + ": " +
                         setting.place.key + ": \"" + text +

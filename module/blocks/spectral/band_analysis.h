@@ -31,10 +31,10 @@ public:
     int assignLines(double first, double step, int lines);
 
     // The band values of every channel, from band 0 on: `lines` and `bands` are interleaved
-    // (line i of channel c at i * channels + c), as many lines and bands as assignLines was told
-    // and gave. Sums run in double, in the order of the lines. With `weighted`, the A-weighting of
-    // each band is applied.
-    void analyse(std::span<const float> lines, int channels, LineKind kind, bool weighted,
+    // (line i of channel c at i * channelCount + c), as many lines and bands as assignLines was
+    // told and gave. Sums run in double, in the order of the lines. With `weighted`, the
+    // A-weighting of each band is applied.
+    void analyse(std::span<const float> lines, int channelCount, LineKind kind, bool weighted,
                  std::span<float> bands);
 
 private:

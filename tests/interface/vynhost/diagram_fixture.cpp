@@ -84,7 +84,7 @@ std::string DiagramTest::errorOf(const std::string& toml, int& code) const {
         code = error.code();
         std::string text = error.what();
         EXPECT_EQ(text.find('\n'), std::string::npos) << text;
-        const std::string prefix = textOf(folder_) + "/";
+        const std::string prefix = textOf(folder_ / "");
         for (std::size_t at = text.find(prefix); at != std::string::npos; at = text.find(prefix)) {
             text.erase(at, prefix.size());
         }

@@ -69,7 +69,7 @@ TEST_F(AnalysisLibraryTest, MissesSilentlyWhereNothingIsSetUp) {
 TEST_F(AnalysisLibraryTest, MissesSilentlyWhereTheDirectoryHoldsNoLibrary) {
     AnalysisLibrary library;
     for (const std::string& directory :
-         {std::string(), std::string("."), fixtureFolder("no such folder").string(),
+         {std::string(), std::string("no\\such/folder"), fixtureFolder("no such folder").string(),
           std::string(5000, 'x'), std::string("%s%n")}) {
         loadFrom(library, directory);
         EXPECT_FALSE(library.loaded());
