@@ -99,7 +99,7 @@ std::string versionText() {
     return "vynhost " VYN_VERSION ", module interface " + std::to_string(kInterfaceVersion);
 }
 
-int main(const std::vector<std::string>& words) {
+int obey(const std::vector<std::string>& words) {
     CLI::App app("Runs diagrams of signal-analysis blocks over recordings.", "vynhost");
     app.require_subcommand(1);
     app.set_version_flag("--version", versionText());
@@ -140,5 +140,9 @@ int main(const std::vector<std::string>& words) {
 }  // namespace vynhost
 
 int main(int argc, char** argv) {
-    return vynhost::main(vynhost::platform::commandLine(argc, argv));
+    try {
+        return vynhost::obey(vynhost::platform::commandLine(argc, argv));
+    } catch (...) {  // not even the message could be written
+        return vynhost::kWrongInput;
+    }
 }

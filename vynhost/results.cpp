@@ -158,9 +158,9 @@ void checkPickedValues(const SinkSpec& sink, const Runner& runner) {
     }
     for (const std::string& picked : sink.values) {
         if (std::ranges::find(known, picked) != known.end()) continue;
-        const std::string choice =
-            known.empty() ? "; what comes in has no named values" : "; there are " + joined(known);
-        throw InputError(sink.valuesPlace, "\"" + picked + "\" is no value" + choice);
+        std::string what = "\"" + picked + "\" is no value";
+        what += known.empty() ? "; what comes in has no named values" : "; there are ";
+        throw InputError(sink.valuesPlace, what.append(joined(known)));
     }
 }
 

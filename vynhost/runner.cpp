@@ -227,6 +227,7 @@ void Runner::applySettings(Node& node) {
         });
         if (row == rows.end()) {
             std::vector<std::string> names;
+            names.reserve(rows.size());
             for (const KeywordRow& keyword : rows)
                 names.push_back(keyword.name);
             throw InputError(setting.place, "no such keyword" + didYouMean(setting.keyword, names) +
