@@ -20,6 +20,8 @@ struct Runner::Source {
     Outlet outlet;
 };
 
+constexpr Int kAveraging = 5003;
+
 struct Runner::Node {
     const BlockSpec* spec;
     std::unique_ptr<PlacedBlock> block;
@@ -368,8 +370,11 @@ void Runner::orderBlocks() {
     for (Node* node : order_) {
         for (const Outlet& outlet : node->outlets) {
             for (const Target& target : outlet.targets) {
+                const bool averages = target.node->block->typeCode() == kAveraging;
                 for (Outlet& next : target.node->outlets) {
                     if (next.collected.unit.empty()) next.collected.unit = outlet.collected.unit;
+                    // Averages of named quantities keep their names.
+                    if (averages) next.collected.values = outlet.collected.values;
                 }
             }
         }

@@ -13,8 +13,8 @@ enum AverageType : std::uint16_t {
     kNoAveraging = 80,
     kArithmeticAveraging = 81,
     kExponentialAveraging = 82,
-    // Kept: the dialog calls 83 the maximum and 84 the minimum; keywords and results say the
-    // opposite.
+    // Kept: the texts of these ids are "Peak Max." and "Peak Min"; keywords and results say the
+    // opposite, and the dialog's list crosses the two.
     kMinimumAveraging = 83,
     kMaximumAveraging = 84,
     kWeightedAveraging = 85,
