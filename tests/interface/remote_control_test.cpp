@@ -13,6 +13,7 @@ using ::testing::SizeIs;
 
 constexpr int kSpectrum = 5004;
 constexpr int kInverse = 5005;
+constexpr int kDualSpectrum = 5006;
 constexpr char kUntouched = '\x5A';
 
 class RemoteControlTest : public HostTest {
@@ -279,7 +280,11 @@ TEST_P(RemoteControl, EveryTextIsSurvived) {
             SCOPED_TRACE(row.name + " = " + text.substr(0, 20));
             PlacedBlock block(host, type());
             block.set(row.name, text);
-            EXPECT_FALSE(block.getText(row.name).empty());
+            const std::string readBack = block.getText(row.name);
+            // There it is one byte of an address, which may be 0.
+            if (type() != kDualSpectrum) {
+                EXPECT_FALSE(readBack.empty());
+            }
             useAfterwards(block);
         }
     }
