@@ -51,6 +51,14 @@ constexpr const char* nameOf(std::span<const NamedValue> names, int id, const ch
 // The id of the row whose name the text matches, or the fallback.
 int idOf(std::span<const NamedValue> names, HostText text, int fallback) noexcept;
 
+// The texts of an enumerated parameter in both directions.
+struct NamedTexts {
+    std::span<const NamedValue> names;  // as they read back
+    const char* otherName;              // of a number without a name
+    std::span<const NamedValue> keys;   // as they are set
+    int other;                          // what any other text sets
+};
+
 template <class Subject>
 struct IntegerAccess {
     std::int32_t (*get)(const Subject&);
@@ -68,10 +76,7 @@ struct TextAccess {
 };
 // A text that cannot be read back.
 template <class Subject>
-struct WriteOnlyTextAccess {
-    const char* (*get)(const Subject&);
-    void (*set)(Subject&, HostText);
-};
+struct WriteOnlyTextAccess : TextAccess<Subject> {};
 
 template <class Subject>
 struct Keyword {
@@ -176,10 +181,6 @@ void writeValue(const RealAccess<Subject>& access, Subject& subject, const void*
 }
 template <class Subject>
 void writeValue(const TextAccess<Subject>& access, Subject& subject, const void* value) {
-    access.set(subject, HostText(static_cast<const char*>(value)));
-}
-template <class Subject>
-void writeValue(const WriteOnlyTextAccess<Subject>& access, Subject& subject, const void* value) {
     access.set(subject, HostText(static_cast<const char*>(value)));
 }
 

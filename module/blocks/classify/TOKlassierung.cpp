@@ -7,8 +7,8 @@
 
 #include "dialogs/TOKlassierungDlg.h"
 #include "host/host_messages.h"
+#include "host/keyword_members.h"
 #include "host/parameter_record.h"
-#include "host/remote_control.h"
 
 namespace vynpack {
 namespace {
@@ -53,52 +53,41 @@ void setRange(Parameters& p, double range) {
     if (range != p.end - p.begin) p.end = p.begin + range;
 }
 
-// A stored choice that travels as 1, 2, …, of which only 1 to `last` set it.
-template <std::int16_t Parameters::*field, int base, int last>
-constexpr IntegerAccess<Parameters> choice() {
-    return {[](const Parameters& p) -> std::int32_t { return p.*field - base; },
-            [](Parameters& p, std::int32_t value) {
-                if (value >= 1 && value <= last) p.*field = static_cast<std::int16_t>(value + base);
+// An end of the class range; the class width follows it.
+template <double Parameters::*member>
+constexpr RealAccess<Parameters> limit() {
+    return {real<member>().get, [](Parameters& p, double value) {
+                p.*member = value;
+                recomputeWidth(p);
             }};
 }
 
 constexpr Keyword<Parameters> kKeywords[] = {
-    {"PkMode",
-     IntegerAccess<Parameters>{[](const Parameters& p) -> std::int32_t { return p.mode - 9; },
-                               [](Parameters& p, std::int32_t value) {
-                                   if (value < 1 || value > 2) return;
-                                   p.mode = static_cast<std::int16_t>(value + 9);
-                                   recomputeWidth(p);
-                               }}},
-    {"PkNumber", IntegerAccess<Parameters>{[](const Parameters& p) { return p.number; },
+    {"PkMode", IntegerAccess<Parameters>{integer<&Parameters::mode, kAutomatic - 1>().get,
+                                         [](Parameters& p, std::int32_t value) {
+                                             if (value < 1 || value > 2) return;
+                                             p.mode =
+                                                 static_cast<std::int16_t>(value + kAutomatic - 1);
+                                             recomputeWidth(p);
+                                         }}},
+    {"PkNumber", IntegerAccess<Parameters>{integer<&Parameters::number>().get,
                                            [](Parameters& p, std::int32_t value) {
                                                if (value <= 0) return;
                                                p.number = value;
                                                recomputeWidth(p);
                                            }}},
-    {"PkBegin", RealAccess<Parameters>{[](const Parameters& p) { return p.begin; },
-                                       [](Parameters& p, double value) {
-                                           p.begin = value;
-                                           recomputeWidth(p);
-                                       }}},
-    {"PkEnd", RealAccess<Parameters>{[](const Parameters& p) { return p.end; },
-                                     [](Parameters& p, double value) {
-                                         p.end = value;
-                                         recomputeWidth(p);
-                                     }}},
-    {"PkWidth", RealAccess<Parameters>{[](const Parameters& p) { return p.width; }, setWidth}},
-    {"PkRange", RealAccess<Parameters>{[](const Parameters& p) { return p.range; }, setRange}},
+    {"PkBegin", limit<&Parameters::begin>()},
+    {"PkEnd", limit<&Parameters::end>()},
+    {"PkWidth", RealAccess<Parameters>{real<&Parameters::width>().get, setWidth}},
+    {"PkRange", RealAccess<Parameters>{real<&Parameters::range>().get, setRange}},
     {"PkReset", choice<&Parameters::resetMode, kResetNever - 1, 3>()},
-    {"PkNBlocks", IntegerAccess<Parameters>{[](const Parameters& p) { return p.resetBlocks; },
+    {"PkNBlocks", IntegerAccess<Parameters>{integer<&Parameters::resetBlocks>().get,
                                             [](Parameters& p, std::int32_t value) {
                                                 if (value > 0) p.resetBlocks = value;
                                             }}},
     {"PkCalcMode", choice<&Parameters::calculation, kRelative - 1, 2>()},
-    {"PkRefline",
-     RealAccess<Parameters>{[](const Parameters& p) { return p.referenceLine; },
-                            [](Parameters& p, double value) { p.referenceLine = value; }}},
-    {"PkHyst", RealAccess<Parameters>{[](const Parameters& p) { return p.hysteresis; },
-                                      [](Parameters& p, double value) { p.hysteresis = value; }}},
+    {"PkRefline", real<&Parameters::referenceLine>()},
+    {"PkHyst", real<&Parameters::hysteresis>()},
     // Kept: the peak methods read back as 4 to 6 but only the dialog selects them.
     {"PkMethod", choice<&Parameters::method, kSampleCount - 1, 3>()},
 };

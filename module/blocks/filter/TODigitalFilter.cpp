@@ -7,8 +7,8 @@
 #include "dialogs/TODigitalFilterDlg.h"
 #include "host/TOGlobal.h"
 #include "host/host_messages.h"
+#include "host/keyword_members.h"
 #include "host/parameter_record.h"
-#include "host/remote_control.h"
 
 namespace vynpack {
 namespace {
@@ -50,45 +50,23 @@ double sampleRateOf(const ChannelBlockHeader& header) {
     return header.xAxisKind == kAxisMilliseconds ? rate * 1000.0 : rate;
 }
 
-// Keywords: enumerations travel as numbers from 0 on, the stored id minus its base; setting takes
-// the low 16 bits.
 using P = TODigitalFilter::Parameters;
 
-template <std::int16_t P::*member, int base>
-constexpr IntegerAccess<P> enumeration() {
-    return {[](const P& p) { return std::int32_t{p.*member} - base; },
-            [](P& p, std::int32_t value) {
-                const auto low = static_cast<std::uint16_t>(value);
-                p.*member = static_cast<std::int16_t>(static_cast<std::uint16_t>(low + base));
-            }};
-}
-template <auto member>
-constexpr IntegerAccess<P> integer() {
-    return {[](const P& p) { return static_cast<std::int32_t>(p.*member); },
-            [](P& p, std::int32_t value) {
-                using Field = std::remove_reference_t<decltype(p.*member)>;
-                p.*member = static_cast<Field>(value);
-            }};
-}
-template <double P::*member>
-constexpr RealAccess<P> real() {
-    return {[](const P& p) { return p.*member; }, [](P& p, double value) { p.*member = value; }};
-}
-
-constexpr std::array<Keyword<P>, 12> kKeywords = {{
+// Enumerations travel as numbers from 0 on; no range is checked.
+constexpr Keyword<P> kKeywords[] = {
     {"PkFIRFilter", integer<&P::fir>(), ValueType::flag},
-    {"PkFilterMode", enumeration<&P::mode, TODigitalFilter::kLowPass>()},
+    {"PkFilterMode", integer<&P::mode, TODigitalFilter::kLowPass>()},
     {"PkCutoffFreq", real<&P::cutoff>()},
     {"PkUpperFreq", real<&P::upper>()},
     {"PkLowerFreq", real<&P::lower>()},
-    {"PkWindowFunction", enumeration<&P::window, TODigitalFilter::kRectangular>()},
+    {"PkWindowFunction", integer<&P::window, TODigitalFilter::kRectangular>()},
     {"PkFilterLength", integer<&P::length>()},
     {"PkKaiserWindow", integer<&P::kaiser>(), ValueType::flag},
-    {"PkFilterType", enumeration<&P::characteristic, TODigitalFilter::kButterworth>()},
+    {"PkFilterType", integer<&P::characteristic, TODigitalFilter::kButterworth>()},
     {"PkRipple", real<&P::ripple>()},
     {"PkAttenuation", real<&P::attenuation>()},
     {"PkFilterOrder", integer<&P::order>()},
-}};
+};
 
 }  // namespace
 

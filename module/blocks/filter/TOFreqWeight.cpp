@@ -7,8 +7,8 @@
 #include "filter/weighting_filter.h"
 #include "host/TOGlobal.h"
 #include "host/host_messages.h"
+#include "host/keyword_members.h"
 #include "host/parameter_record.h"
-#include "host/remote_control.h"
 
 namespace vynpack {
 namespace {
@@ -60,13 +60,9 @@ std::optional<SpectrumValues> spectrumValuesOf(std::int32_t yUnit) {
     }
 }
 
-using P = TOFreqWeight::Parameters;
-constexpr std::array<Keyword<P>, 1> kKeywords = {{
-    {"PkXweight", IntegerAccess<P>{[](const P& p) { return std::int32_t{p.weighting}; },
-                                   [](P& p, std::int32_t value) {
-                                       p.weighting = static_cast<std::int16_t>(value);
-                                   }}},
-}};
+constexpr Keyword<TOFreqWeight::Parameters> kKeywords[] = {
+    {"PkXweight", integer<&TOFreqWeight::Parameters::weighting>()},
+};
 
 }  // namespace
 

@@ -5,8 +5,8 @@
 
 #include "dialogs/TOLevelDlg.h"
 #include "host/host_messages.h"
+#include "host/keyword_members.h"
 #include "host/parameter_record.h"
-#include "host/remote_control.h"
 
 namespace vynpack {
 namespace {
@@ -19,22 +19,12 @@ constexpr int kDone = 0;
 
 using Parameters = TOLevel::Parameters;
 
-template <std::int16_t Parameters::*field>
-constexpr IntegerAccess<Parameters> word() {
-    return {[](const Parameters& p) -> std::int32_t { return p.*field; },
-            [](Parameters& p, std::int32_t value) { p.*field = static_cast<std::int16_t>(value); }};
-}
-
 constexpr Keyword<Parameters> kKeywords[] = {
-    {"PkRMS", word<&Parameters::rms>(), ValueType::flag},
-    {"PkTimeTc", word<&Parameters::timeWeighting>()},
-    {"PkTimeTx", word<&Parameters::clockPeriod>()},
-    {"PkTimeHold",
-     RealAccess<Parameters>{[](const Parameters& p) { return p.blankedSeconds; },
-                            [](Parameters& p, double value) { p.blankedSeconds = value; }}},
-    {"PkFreqOut",
-     RealAccess<Parameters>{[](const Parameters& p) { return p.outputFrequency; },
-                            [](Parameters& p, double value) { p.outputFrequency = value; }}},
+    {"PkRMS", integer<&Parameters::rms>(), ValueType::flag},
+    {"PkTimeTc", integer<&Parameters::timeWeighting>()},
+    {"PkTimeTx", integer<&Parameters::clockPeriod>()},
+    {"PkTimeHold", real<&Parameters::blankedSeconds>()},
+    {"PkFreqOut", real<&Parameters::outputFrequency>()},
 };
 
 int secondsOf(int clockPeriod) {

@@ -6,8 +6,8 @@
 
 #include "dialogs/TODualSpektrumDlg.h"
 #include "host/TOGlobal.h"
+#include "host/keyword_members.h"
 #include "host/parameter_record.h"
-#include "host/remote_control.h"
 #include "spectral/spectral_headers.h"
 #include "spectral/spectral_names.h"
 
@@ -47,53 +47,31 @@ constexpr NamedValue kAverageKeys[] = {
     {kNoAveraging, "NO"},
 };
 
-// A 16-bit field that is stored with an offset; it reads back unsigned.
-template <std::uint16_t Parameters::*Field, int ReadOffset, int WriteOffset>
-constexpr IntegerAccess<Parameters> integer() {
-    return {[](const Parameters& p) { return p.*Field - ReadOffset; },
-            [](Parameters& p, std::int32_t value) {
-                p.*Field = static_cast<std::uint16_t>(static_cast<std::uint32_t>(value) +
-                                                      static_cast<std::uint32_t>(WriteOffset));
-            }};
+constexpr NamedTexts kTransferTexts{kTransferNames, "SPECTRUM H0", kTransferNames, kTransferH0};
+constexpr NamedTexts kAverageTexts{kAverageNames, "NO", kAverageKeys, kArithmeticAveraging};
+
+// Kept: these texts read back as one byte without meaning.
+template <auto member, const NamedTexts& texts>
+constexpr WriteOnlyTextAccess<Parameters> writeOnly() {
+    return {named<member, texts>()};
 }
 
-template <double Parameters::*Field>
-constexpr RealAccess<Parameters> real() {
-    return {[](const Parameters& p) { return p.*Field; },
-            [](Parameters& p, double value) { p.*Field = value; }};
-}
-
-// A named field; texts without a row set `Other`.
-template <std::uint16_t Parameters::*Field, const auto& Names, const auto& Keys, int Other>
-constexpr WriteOnlyTextAccess<Parameters> name() {
-    return {[](const Parameters& p) { return nameOf(Names, p.*Field, ""); },
-            [](Parameters& p, HostText text) {
-                p.*Field = static_cast<std::uint16_t>(idOf(Keys, text, Other));
-            }};
-}
-
-// Kept: the four texts read back as one byte without meaning.
 constexpr Keyword<Parameters> kKeywords[] = {
-    {"PkOutChnMode", integer<&Parameters::outputChannelMode, 0, 0>()},
-    {"PkAmplType",
-     name<&Parameters::amplitudeType, kAmplitudeTypeNames, kAmplitudeTypeKeys, kPeak>()},
-    {"PkTransPhase", integer<&Parameters::phase, 0, 0>()},
-    {"PkCoherence", integer<&Parameters::coherence, 0, 0>()},
-    {"PkTransFCTType",
-     name<&Parameters::transferType, kTransferNames, kTransferNames, kTransferH0>()},
+    {"PkOutChnMode", integer<&Parameters::outputChannelMode>()},
+    {"PkAmplType", writeOnly<&Parameters::amplitudeType, kAmplitudeTypeTexts>()},
+    {"PkTransPhase", integer<&Parameters::phase>()},
+    {"PkCoherence", integer<&Parameters::coherence>()},
+    {"PkTransFCTType", writeOnly<&Parameters::transferType, kTransferTexts>()},
     // Kept: the switch reads back one higher than the number that sets it.
-    {"PkCrossSpectr", integer<&Parameters::quantity, 1117, 1118>()},
-    {"PkAverageType",
-     name<&Parameters::averageType, kAverageNames, kAverageKeys, kArithmeticAveraging>()},
-    {"PkAverageSource", integer<&Parameters::averageSource, 88, 88>()},
-    {"PkWndFct", name<&Parameters::window, kWindowNames, kWindowNames, kRectangleWindow>()},
-    {"PkWndCorrectTyp", integer<&Parameters::correction, 1102, 1102>()},
+    {"PkCrossSpectr", integer<&Parameters::quantity, 1118, 1117>()},
+    {"PkAverageType", writeOnly<&Parameters::averageType, kAverageTexts>()},
+    {"PkAverageSource", integer<&Parameters::averageSource, 88>()},
+    {"PkWndFct", writeOnly<&Parameters::window, kWindowTexts>()},
+    {"PkWndCorrectTyp", integer<&Parameters::correction, 1102>()},
     {"PkWndPara", real<&Parameters::windowParameter>()},
-    {"PkResetMode", integer<&Parameters::resetMode, 1013, 1013>()},
-    {"PkResetCount",
-     IntegerAccess<Parameters>{[](const Parameters& p) { return p.resetCount; },
-                               [](Parameters& p, std::int32_t value) { p.resetCount = value; }}},
-    {"PkDataOnReset", integer<&Parameters::dataOnReset, 0, 0>()},
+    {"PkResetMode", integer<&Parameters::resetMode, 1013>()},
+    {"PkResetCount", integer<&Parameters::resetCount>()},
+    {"PkDataOnReset", integer<&Parameters::dataOnReset>()},
     {"PkAvgFactor", real<&Parameters::averageFactor>()},
 };
 

@@ -4,8 +4,8 @@
 
 #include "dialogs/TOSpektrumDlg.h"
 #include "host/TOGlobal.h"
+#include "host/keyword_members.h"
 #include "host/parameter_record.h"
-#include "host/remote_control.h"
 #include "spectral/spectral_headers.h"
 #include "spectral/spectral_names.h"
 
@@ -20,32 +20,13 @@ using Parameters = TOSpektrum::Parameters;
 
 constexpr Keyword<Parameters> kKeywords[] = {
     // Kept: the density spectrum reads back under its long name but is set with "PSD".
-    {"PkAmplType",
-     TextAccess<Parameters>{
-         [](const Parameters& p) { return nameOf(kAmplitudeTypeNames, p.amplitudeType, "PEAK"); },
-         [](Parameters& p, HostText text) {
-             p.amplitudeType = static_cast<std::uint16_t>(idOf(kAmplitudeTypeKeys, text, kPeak));
-         }}},
+    {"PkAmplType", named<&Parameters::amplitudeType, kAmplitudeTypeTexts>()},
     // Kept: the absent window reads as "RECTANGLE", which no text but an unknown one sets.
-    {"PkWndFct",
-     TextAccess<Parameters>{
-         [](const Parameters& p) { return nameOf(kWindowNames, p.window, "RECTANGLE"); },
-         [](Parameters& p, HostText text) {
-             p.window = static_cast<std::uint16_t>(idOf(kWindowNames, text, kRectangleWindow));
-         }}},
+    {"PkWndFct", named<&Parameters::window, kWindowTexts>()},
     // Kept: the correction reads back one higher than the number that sets it.
-    {"PkWndCorrectTyp",
-     IntegerAccess<Parameters>{[](const Parameters& p) { return p.correction - 1101; },
-                               [](Parameters& p, std::int32_t value) {
-                                   p.correction = static_cast<std::uint16_t>(
-                                       static_cast<std::uint32_t>(value) + 1102U);
-                               }}},
-    {"PkWndPara",
-     RealAccess<Parameters>{[](const Parameters& p) { return p.windowParameter; },
-                            [](Parameters& p, double value) { p.windowParameter = value; }}},
-    {"PkPhase",
-     IntegerAccess<Parameters>{[](const Parameters& p) { return p.phase; },
-                               [](Parameters& p, std::int32_t value) { p.phase = value; }}},
+    {"PkWndCorrectTyp", integer<&Parameters::correction, 1102, 1101>()},
+    {"PkWndPara", real<&Parameters::windowParameter>()},
+    {"PkPhase", integer<&Parameters::phase>()},
 };
 
 SpectrumSettings settingsOf(const Parameters& p) {

@@ -4,8 +4,8 @@
 
 #include "dialogs/TOTerzOktavDlg.h"
 #include "host/channel_block.h"
+#include "host/keyword_members.h"
 #include "host/parameter_record.h"
-#include "host/remote_control.h"
 #include "host/show_message.h"
 
 namespace vynpack {
@@ -19,18 +19,8 @@ using Parameters = TOTerz_Oktave::Parameters;
 constexpr int kAnalysisBase = TOTerz_Oktave::kThirdOctave - 1;
 
 constexpr Keyword<Parameters> kKeywords[] = {
-    {"PkAnalysis",
-     IntegerAccess<Parameters>{
-         [](const Parameters& p) -> std::int32_t { return p.analysisType - kAnalysisBase; },
-         [](Parameters& p, std::int32_t value) {
-             if (value != 1 && value != 2) return;
-             p.analysisType = static_cast<std::int16_t>(value + kAnalysisBase);
-         }}},
-    {"PkAScaling",
-     IntegerAccess<Parameters>{[](const Parameters& p) -> std::int32_t { return p.aWeighting; },
-                               [](Parameters& p, std::int32_t value) {
-                                   p.aWeighting = static_cast<std::int16_t>(value);
-                               }}},
+    {"PkAnalysis", choice<&Parameters::analysisType, kAnalysisBase, 2>()},
+    {"PkAScaling", integer<&Parameters::aWeighting>()},
 };
 
 LineKind lineKindOf(std::int32_t unit) {

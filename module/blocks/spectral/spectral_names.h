@@ -35,4 +35,8 @@ inline constexpr NamedValue kWindowNames[] = {
     {76, "CAUCHY"},    {77, "GAUSS"},   {78, "EXPONENTIAL"}, {79, "RIEMANN"},
 };
 
+inline constexpr NamedTexts kAmplitudeTypeTexts{kAmplitudeTypeNames, "PEAK", kAmplitudeTypeKeys,
+                                                kPeak};
+inline constexpr NamedTexts kWindowTexts{kWindowNames, "RECTANGLE", kWindowNames, kRectangleWindow};
+
 }  // namespace vynpack

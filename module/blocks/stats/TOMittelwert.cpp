@@ -4,8 +4,8 @@
 
 #include "dialogs/TOMittelwertDlg.h"
 #include "host/channel_block.h"
+#include "host/keyword_members.h"
 #include "host/parameter_record.h"
-#include "host/remote_control.h"
 
 namespace vynpack {
 namespace {
@@ -18,45 +18,21 @@ using Parameters = TOMittelwert::Parameters;
 constexpr int kModeBase = kAvgReduce - 1;
 constexpr int kResetModeBase = kAvgResetNever - 1;
 
-constexpr bool isChoice(std::int32_t value) { return value >= 1 && value <= 3; }
-
 constexpr Keyword<Parameters> kKeywords[] = {
-    {"PkMode", IntegerAccess<Parameters>{
-                   [](const Parameters& p) -> std::int32_t { return p.mode - kModeBase; },
-                   [](Parameters& p, std::int32_t value) {
-                       if (isChoice(value)) p.mode = static_cast<std::int16_t>(value + kModeBase);
-                   }}},
-    {"PkReduceVal",
-     IntegerAccess<Parameters>{[](const Parameters& p) -> std::int32_t { return p.reduceValue; },
-                               [](Parameters& p, std::int32_t value) {
-                                   p.reduceValue = static_cast<std::uint16_t>(value);
-                               }}},
-    {"PkSmoothNVal",
-     IntegerAccess<Parameters>{[](const Parameters& p) -> std::int32_t { return p.smoothingWidth; },
-                               [](Parameters& p, std::int32_t value) {
-                                   p.smoothingWidth = static_cast<std::uint16_t>(value);
-                               }}},
-    {"PkWFactor", RealAccess<Parameters>{[](const Parameters& p) { return p.weightingFactor; },
+    {"PkMode", choice<&Parameters::mode, kModeBase, 3>()},
+    {"PkReduceVal", integer<&Parameters::reduceValue>()},
+    {"PkSmoothNVal", integer<&Parameters::smoothingWidth>()},
+    {"PkWFactor", RealAccess<Parameters>{real<&Parameters::weightingFactor>().get,
                                          [](Parameters& p, double value) {
                                              if (value >= 0.0 && value <= 1.0)
                                                  p.weightingFactor = value;
                                          }}},
-    {"PkResetMode",
-     IntegerAccess<Parameters>{
-         [](const Parameters& p) -> std::int32_t { return p.resetMode - kResetModeBase; },
-         [](Parameters& p, std::int32_t value) {
-             if (isChoice(value)) p.resetMode = static_cast<std::int16_t>(value + kResetModeBase);
-         }}},
-    {"PkResNBlocks", IntegerAccess<Parameters>{
-                         [](const Parameters& p) -> std::int32_t { return p.resetBlockCount; },
-                         [](Parameters& p, std::int32_t value) {
-                             if (value != 0) p.resetBlockCount = value;
-                         }}},
-    {"PkOutMode",
-     IntegerAccess<Parameters>{[](const Parameters& p) -> std::int32_t { return p.outputMode; },
-                               [](Parameters& p, std::int32_t value) {
-                                   p.outputMode = static_cast<std::int16_t>(value);
-                               }}},
+    {"PkResetMode", choice<&Parameters::resetMode, kResetModeBase, 3>()},
+    {"PkResNBlocks", IntegerAccess<Parameters>{integer<&Parameters::resetBlockCount>().get,
+                                               [](Parameters& p, std::int32_t value) {
+                                                   if (value != 0) p.resetBlockCount = value;
+                                               }}},
+    {"PkOutMode", integer<&Parameters::outputMode>()},
 };
 
 }  // namespace

@@ -7,8 +7,8 @@
 
 #include "dialogs/TOStatistikDlg.h"
 #include "host/host_messages.h"
+#include "host/keyword_members.h"
 #include "host/parameter_record.h"
-#include "host/remote_control.h"
 
 namespace vynpack {
 namespace {
@@ -54,13 +54,7 @@ constexpr Keyword<Parameters> kKeywords[] = {
                                           [](Parameters& p, std::int32_t value) {
                                               p.selected.fill(static_cast<std::int16_t>(value));
                                           }}},
-    {"PkOutMode",
-     IntegerAccess<Parameters>{
-         [](const Parameters& p) -> std::int32_t { return p.outputMode - kOutputModeBase; },
-         [](Parameters& p, std::int32_t value) {
-             if (value != 1 && value != 2) return;
-             p.outputMode = static_cast<std::int16_t>(value + kOutputModeBase);
-         }}},
+    {"PkOutMode", choice<&Parameters::outputMode, kOutputModeBase, 2>()},
 };
 
 // Records before version 400: one bit per measure in two halves, the output mode, a byte.
