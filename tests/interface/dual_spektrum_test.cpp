@@ -11,6 +11,8 @@
 #include <vector>
 
 #include "interface/host_fixture.h"
+#include "interface/record_bytes.h"
+#include "interface/signals.h"
 
 namespace vynhost::test {
 namespace {
@@ -24,27 +26,6 @@ constexpr int kE = 0;
 constexpr int kA = 1;
 constexpr int kT = 2;
 constexpr int kLines = 32;
-
-std::vector<float> cosine(int n, double cycles, double amplitude, double phase = 0.0) {
-    std::vector<float> samples(static_cast<std::size_t>(n));
-    for (int i = 0; i < n; ++i) {
-        samples[static_cast<std::size_t>(i)] =
-            static_cast<float>(amplitude * std::cos(2 * std::numbers::pi * cycles * i / n + phase));
-    }
-    return samples;
-}
-
-template <class Value>
-Value at(const std::string& record, std::size_t offset) {
-    Value value{};
-    std::memcpy(&value, record.data() + offset, sizeof value);
-    return value;
-}
-
-template <class Value>
-void put(std::string& record, std::size_t offset, Value value) {
-    std::memcpy(record.data() + offset, &value, sizeof value);
-}
 
 // What stands in line 4 tells the amplitude of both signals: their cross spectrum is its square.
 ChannelData level(double amplitude) { return timeSignal(cosine(2 * kLines, 4, amplitude)); }

@@ -29,6 +29,16 @@ void HostTest::TearDown() {
     EXPECT_EQ(host.memory().aliveRecords(), 0U);
 }
 
+void HostTest::expectReport(PlacedBlock& block, const std::string& part) {
+    if (!platform::boxesCanBeCaught()) return;
+    EXPECT_EQ(block.errorShow(), 0);
+    const auto boxes = takeBoxes();
+    ASSERT_EQ(boxes.size(), 1U);
+    EXPECT_EQ(boxes[0].caption, "Fehler!");
+    EXPECT_TRUE(boxes[0].exclamation.value_or(true));
+    EXPECT_THAT(boxes[0].text, ::testing::HasSubstr(part));
+}
+
 std::vector<int> HostTest::creatableTypes() {
     std::vector<int> types;
     for (int code = kFirstType; code < kFirstType + kTypes; ++code) {

@@ -48,6 +48,9 @@ protected:
 
     // The boxes of the test so far; the test answers for them from here on.
     std::vector<Box> takeBoxes() { return host.takeBoxes(); }
+    // The block has found an error: shown on request in one warning box whose text has this part.
+    // Without a display nothing is asked.
+    void expectReport(PlacedBlock& block, const std::string& part);
 
     ModuleHost host;
 };

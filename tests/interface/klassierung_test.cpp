@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "interface/host_fixture.h"
+#include "interface/record_bytes.h"
 
 namespace vynhost::test {
 namespace {
@@ -37,18 +38,6 @@ enum Offset : std::size_t {
     kSpare = 80,
 };
 constexpr std::size_t kRecordLength = 96;
-
-template <class Value>
-Value at(const std::string& record, std::size_t offset) {
-    Value value{};
-    std::memcpy(&value, record.data() + offset, sizeof value);
-    return value;
-}
-
-template <class Value>
-void put(std::string& record, std::size_t offset, Value value) {
-    std::memcpy(record.data() + offset, &value, sizeof value);
-}
 
 template <class... Values>
 std::string bytes(Values... values) {

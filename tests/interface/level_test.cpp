@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "interface/host_fixture.h"
+#include "interface/record_bytes.h"
 
 namespace vynhost::test {
 namespace {
@@ -32,13 +33,6 @@ enum Quantity {
     kMinimum,
     kLeq,
 };
-
-template <class Value>
-Value at(const std::string& record, std::size_t offset) {
-    Value value{};
-    std::memcpy(&value, record.data() + offset, sizeof value);
-    return value;
-}
 
 ChannelData oneChannel(std::vector<float> samples, double step = 0.001) {
     return timeSignal(std::move(samples), 1, step);
@@ -75,16 +69,6 @@ protected:
             if (auto output = block.take(0)) outputs.push_back(std::move(*output));
         } while (block.waits(0));
         return outputs;
-    }
-
-    // The one box of an error that the block has found.
-    void expectError(const char* text) {
-        block.errorShow();
-        if (!platform::boxesCanBeCaught()) return;
-        const auto boxes = takeBoxes();
-        ASSERT_EQ(boxes.size(), 1U);
-        EXPECT_EQ(boxes[0].caption, "Fehler!");
-        EXPECT_THAT(boxes[0].text, ::testing::HasSubstr(text));
     }
 
     std::optional<PlacedBlock> placed{std::in_place, host, kLevel};
@@ -240,7 +224,7 @@ TEST_F(Level, OtherUnitsAreNoTimeSignal) {
         block.put(0, signal);
         EXPECT_EQ(block.simulate(), kFailed);
         EXPECT_TRUE(block.waits(0));
-        expectError("nicht zeitabhängig");
+        expectReport(block, "nicht zeitabhängig");
         block.stop();
     }
 }
@@ -249,7 +233,7 @@ TEST_F(Level, AnOutputFrequencyOfZeroIsAnError) {
     block.set("PkFreqOut", 0.0);
     block.put(0, silence(10));
     EXPECT_EQ(block.simulate(), kFailed);
-    expectError("Ausgabefrequenz muss größer als 0Hz sein");
+    expectReport(block, "Ausgabefrequenz muss größer als 0Hz sein");
     block.stop();
     block.set("PkFreqOut", 10.0);
     start();
@@ -281,7 +265,7 @@ TEST_F(Level, ChangesOfTheSignalAreErrors) {
         block.put(0, signal);
         EXPECT_EQ(block.simulate(), kFailed) << row.text;
         EXPECT_TRUE(block.waits(0));
-        expectError(row.text);
+        expectReport(block, row.text);
         block.stop();
         block.put(0, Handle::none);
     }
@@ -296,7 +280,7 @@ TEST_F(Level, WhatCannotBeHeldIsOutOfMemory) {
         block.initSim();
         block.put(0, silence(10));
         EXPECT_EQ(block.simulate(), kFailed);
-        expectError("Not enough memory");
+        expectReport(block, "Not enough memory");
         block.stop();
         block.put(0, Handle::none);
     }
@@ -389,7 +373,7 @@ TEST_F(Level, ARefusedOutputComesWithTheNextCall) {
     host.misbehave({.message = Message::newBlock, .fault = Fault::answer, .times = 1});
     EXPECT_EQ(block.simulate(), kFailed);
     EXPECT_TRUE(block.waits(0));
-    expectError("Not enough memory");
+    expectReport(block, "Not enough memory");
     host.behave();
     EXPECT_EQ(block.simulate(), kDone);
     const auto output = block.take(0);

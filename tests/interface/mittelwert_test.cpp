@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "interface/host_fixture.h"
+#include "interface/record_bytes.h"
 
 namespace vynhost::test {
 namespace {
@@ -22,18 +23,6 @@ enum ResetMode { kNever = 1, kTrigger = 2, kCount = 3 };
 
 // One sample of one channel.
 ChannelData single(float sample) { return timeSignal(std::vector<float>{sample}); }
-
-template <class Value>
-Value at(const std::string& record, std::size_t offset) {
-    Value value{};
-    std::memcpy(&value, record.data() + offset, sizeof value);
-    return value;
-}
-
-template <class Value>
-void put(std::string& record, std::size_t offset, Value value) {
-    std::memcpy(record.data() + offset, &value, sizeof value);
-}
 
 std::vector<float> counting(int from, int to) {
     std::vector<float> samples(static_cast<std::size_t>(to - from + 1));

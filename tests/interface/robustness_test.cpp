@@ -2,7 +2,6 @@
 #include <xmmintrin.h>
 
 #include <array>
-#include <cmath>
 #include <limits>
 
 #include "interface/any_block.h"

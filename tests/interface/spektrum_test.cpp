@@ -9,6 +9,8 @@
 #include <vector>
 
 #include "interface/host_fixture.h"
+#include "interface/record_bytes.h"
+#include "interface/signals.h"
 
 namespace vynhost::test {
 namespace {
@@ -19,22 +21,6 @@ using ::testing::FloatNear;
 
 constexpr int kSpectrum = 5004;
 constexpr Int kNothingConsumed = 8;
-
-std::vector<float> cosine(int n, double cycles, double amplitude, double phase = 0.0) {
-    std::vector<float> samples(static_cast<std::size_t>(n));
-    for (int i = 0; i < n; ++i) {
-        samples[static_cast<std::size_t>(i)] =
-            static_cast<float>(amplitude * std::cos(2 * std::numbers::pi * cycles * i / n + phase));
-    }
-    return samples;
-}
-
-template <class Value>
-Value at(const std::string& record, std::size_t offset) {
-    Value value{};
-    std::memcpy(&value, record.data() + offset, sizeof value);
-    return value;
-}
 
 class Spektrum : public HostTest {
 protected:

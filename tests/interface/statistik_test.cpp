@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "interface/host_fixture.h"
+#include "interface/record_bytes.h"
 
 namespace vynhost::test {
 namespace {
@@ -26,13 +27,6 @@ const std::vector<std::string> kMeasures = {
 
 // One sample of one channel.
 ChannelData single(float sample) { return timeSignal(std::vector<float>{sample}); }
-
-template <class Value>
-Value at(const std::string& record, std::size_t offset) {
-    Value value{};
-    std::memcpy(&value, record.data() + offset, sizeof value);
-    return value;
-}
 
 template <class Value>
 std::string bytesOf(Value value) {

@@ -1,6 +1,5 @@
 // The third-octave and octave analysis through the exports.
 #include <algorithm>
-#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <optional>
@@ -9,6 +8,7 @@
 #include <vector>
 
 #include "interface/host_fixture.h"
+#include "interface/record_bytes.h"
 
 namespace vynhost::test {
 namespace {
@@ -30,18 +30,6 @@ ChannelData spectrum(std::vector<float> lines, double first, double step, std::i
     data.header.xAxisKind = axis;
     data.header.yUnit = unit;
     return data;
-}
-
-template <class Value>
-void put(std::string& record, std::size_t offset, Value value) {
-    std::memcpy(record.data() + offset, &value, sizeof value);
-}
-
-template <class Value>
-Value at(const std::string& record, std::size_t offset) {
-    Value value{};
-    std::memcpy(&value, record.data() + offset, sizeof value);
-    return value;
 }
 
 class TerzOktave : public HostTest {
