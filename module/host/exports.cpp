@@ -64,26 +64,34 @@ const char* connectorsOf(Int blockHandle) {
     return text.data();
 }
 
-// Data has arrived at every wired input, and every wired output has been taken away.
-bool dataMoves(const SimulationRecord& record, HostContext host) {
+// How many connectors the block has, as the host counts them.
+struct ConnectorCounts {
+    int inputs;
+    int outputs;
+};
+
+ConnectorCounts countConnectors(HostContext host) {
     const int inputs = host_message::inputCount(host);
     const int outputs = host_message::outputCount(host);
-    for (int i = 0; i < inputs; ++i) {
+    return {inputs, outputs};
+}
+
+// Data has arrived at every wired input, and every wired output has been taken away.
+bool dataMoves(const SimulationRecord& record, ConnectorCounts counts) {
+    for (int i = 0; i < counts.inputs; ++i) {
         if (record.inputConnected(i) && !record.inputWaits(i)) return false;
     }
-    for (int j = 0; j < outputs; ++j) {
+    for (int j = 0; j < counts.outputs; ++j) {
         if (record.outputConnected(j) && !record.outputFree(j)) return false;
     }
     return true;
 }
 
-bool everyConnectorWired(const SimulationRecord& record, HostContext host) {
-    const int inputs = host_message::inputCount(host);
-    const int outputs = host_message::outputCount(host);
-    for (int i = 0; i < inputs; ++i) {
+bool everyConnectorWired(const SimulationRecord& record, ConnectorCounts counts) {
+    for (int i = 0; i < counts.inputs; ++i) {
         if (!record.inputConnected(i)) return false;
     }
-    for (int j = 0; j < outputs; ++j) {
+    for (int j = 0; j < counts.outputs; ++j) {
         if (!record.outputConnected(j)) return false;
     }
     return true;
@@ -120,12 +128,15 @@ Int simulateBlock(TOBlock& block, SimulationRecord& record) {
 
 Int simulate(HostContext host, Int typeCode, Int blockHandle, Int dataHandle) {
     {
+        const ConnectorCounts counts = countConnectors(host);
         const LockedRecord record(dataHandle);
-        if (record && !dataMoves(*record, host)) return kWaiting;
+        if (record && !dataMoves(*record, counts)) return kWaiting;
     }
     const LockedRecord record(dataHandle);
     if (!record) return kNoBlock;
-    if (needsEveryConnector(typeCode) && !everyConnectorWired(*record, host)) return kNotWired;
+    if (needsEveryConnector(typeCode) && !everyConnectorWired(*record, countConnectors(host))) {
+        return kNotWired;
+    }
     TOBlock* block = theGlobal().findBlock(blockHandle);
     return block == nullptr ? Int{kNoBlock} : simulateBlock(*block, *record);
 }

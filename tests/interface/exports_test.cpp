@@ -307,14 +307,33 @@ TEST_F(SimulationTest, AMissingBlockIsAnsweredWithZero) {
 TEST_F(SimulationTest, ARecordThatCannotBeLockedIsAnsweredWithZero) {
     VYN_NEEDS_TYPE(kSpectrum);
     PlacedBlock block(host, kSpectrum);
-    EXPECT_EQ(simulate(block.context(), kSpectrum, block.handle(), Handle::none), kMissing);
+    block.wireAll();
     const Handle unlockable = host.memory().allocateUnlockable(HostMemory::Kind::record);
-    EXPECT_EQ(simulate(block.context(), kSpectrum, block.handle(), unlockable), kMissing);
+    for (const Handle record : {Handle::none, unlockable}) {
+        EXPECT_EQ(simulate(block.context(), kSpectrum, block.handle(), record), kMissing);
+        // The counts are asked before the record is looked at, and not again.
+        EXPECT_THAT(host.takeTrace(), ElementsAre("1188 -> 1", "1189 -> 1"));
+    }
     host.memory().free(unlockable);
-    EXPECT_THAT(host.takeTrace(), IsEmpty());
 }
 
-TEST_F(SimulationTest, ARecordThatIsLostBetweenTheTwoLocksIsAnsweredWithZero) {
+TEST_F(SimulationTest, TheRecordIsFreeWhileReadinessIsAsked) {
+    if (!platform::kLocksAreCounted) GTEST_SKIP() << "locks are not counted here";
+    PlacedBlock block(host, kSpectrum);
+    block.wireAll();
+    std::vector<int> locks;
+    for (const Message message : {Message::inputCount, Message::outputCount}) {
+        host.misbehave({.message = message, .fault = Fault::run, .before = [&] {
+                            locks.push_back(platform::lockCount(block.record()));
+                        }});
+    }
+    block.put(0, timeSignal(std::vector<float>(8)));
+    EXPECT_EQ(block.simulate(), 0);
+    // Locked for the connection test, which comes second.
+    EXPECT_THAT(locks, ElementsAre(0, 0, 1, 1));
+}
+
+TEST_F(SimulationTest, ARecordThatIsLostWhileConnectorsAreCountedIsAnsweredWithZero) {
     VYN_NEEDS_TYPE(kSpectrum);
     PlacedBlock block(host, kSpectrum);
     block.wireAll();
