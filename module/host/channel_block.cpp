@@ -12,9 +12,11 @@ bool ChannelBlock::hasRoomFor(std::int64_t values) const noexcept {
            memory_.holds(kChannelValuesOffset + static_cast<std::size_t>(values) * sizeof(float));
 }
 
-bool ChannelBlock::sound() const noexcept {
-    return memory_.holds(kChannelValuesOffset) && channels() >= 1 && hasRoomFor(valueCount());
+bool ChannelBlock::holdsItsValues() const noexcept {
+    return memory_.holds(kChannelValuesOffset) && hasRoomFor(valueCount());
 }
+
+bool ChannelBlock::sound() const noexcept { return holdsItsValues() && channels() >= 1; }
 
 OutputBlock::OutputBlock(SimulationRecord& record, int connector, std::int64_t values,
                          MemoryHandle input)
@@ -79,7 +81,9 @@ void WorkBlock::giveBack() noexcept {
 
 void consumeInput(SimulationRecord& record, int connector, ChannelBlock& input) noexcept {
     input.unlock();
-    host_message::release(std::exchange(record.inputData.at(connector), MemoryHandle::none));
+    MemoryHandle& slot = record.inputData.at(connector);
+    host_message::release(slot);
+    slot = MemoryHandle::none;
 }
 
 }  // namespace vynpack

@@ -64,7 +64,8 @@ static_assert(sizeof(ChannelBlockHeader) <= kChannelValuesOffset);
 // memory were out.
 inline constexpr int kMostChannels = 1'000'000;
 
-// A locked channel data block. `sound()` must hold before any value is touched.
+// A locked channel data block. `sound()` must hold before any value is touched, `holdsItsValues()`
+// where they are taken as one row.
 class ChannelBlock {
 public:
     ChannelBlock() = default;
@@ -72,8 +73,10 @@ public:
 
     explicit operator bool() const noexcept { return static_cast<bool>(memory_); }
 
-    // At least one channel, a count that is not negative, and as many values as the count says (as
-    // far as the system knows the size of the memory).
+    // A count that is not negative, and as many values as the count says (as far as the system
+    // knows the size of the memory).
+    bool holdsItsValues() const noexcept;
+    // The same, and at least one channel.
     bool sound() const noexcept;
 
     // The memory has room for that many values.
@@ -161,7 +164,7 @@ private:
     std::size_t size_ = 0;
 };
 
-// Unlocks the block, hands it to the host for release and clears the connector.
+// Unlocks the block, hands it to the host for release and then clears the connector.
 void consumeInput(SimulationRecord& record, int connector, ChannelBlock& input) noexcept;
 
 // If a block waits at the wired input: its values through `look`, then the host releases it. Used
@@ -170,7 +173,7 @@ template <class Look>
 void takeControlInput(SimulationRecord& record, int connector, Look look) {
     if (!record.inputWaits(connector)) return;
     ChannelBlock block(record.inputData.at(connector));
-    if (block && block.sound()) look(block.values());
+    if (block && block.holdsItsValues()) look(block.values());
     consumeInput(record, connector, block);
 }
 

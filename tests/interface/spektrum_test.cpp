@@ -310,6 +310,19 @@ TEST_F(Spektrum, SpeaksToTheHostInTheOrderOfItsSteps) {
     block.take(1);
 }
 
+TEST_F(Spektrum, TheInputStandsInTheRecordUntilTheHostHasReleasedIt) {
+    block.initSim();
+    const Handle input = block.put(0, timeSignal(cosine(64, 4, 1.0)));
+    Handle atRelease = Handle::none;
+    host.misbehave({.message = Message::releaseBlock, .fault = Fault::run, .before = [&] {
+                        atRelease = block.inputData(0);
+                    }});
+    EXPECT_EQ(block.simulate(), 0);
+    EXPECT_EQ(atRelease, input);
+    EXPECT_FALSE(block.waits(0));
+    block.take(0);
+}
+
 TEST_F(Spektrum, ConsumesNothingUntilItIsReady) {
     block.initSim();
     EXPECT_EQ(block.simulate(), 1) << "no data";
