@@ -233,6 +233,27 @@ TEST_F(DualSpektrum, TheFourTextsReadBackAsOneByte) {
     }
 }
 
+TEST_F(DualSpektrum, NumbersWithoutANameReadTheByteOfTheirDefaultsName) {
+    struct Row {
+        const char* keyword;
+        std::size_t offset;
+        std::uint16_t named;
+        std::uint16_t unnamed;
+    };
+    const auto byteOf = [&](std::uint16_t stored, const Row& row) {
+        std::string record = block.save();
+        put<std::uint16_t>(record, row.offset, stored);
+        PlacedBlock restored(host, kDualSpectrum, record);
+        std::string byte(1, '\0');
+        restored.remoteControl(kGetValue, row.keyword, byte);
+        return byte;
+    };
+    for (const Row& row : {Row{"PkAmplType", 18, 50, 57}, Row{"PkTransFCTType", 16, 90, 93},
+                           Row{"PkAverageType", 20, 80, 87}, Row{"PkWndFct", 24, 65, 64}}) {
+        EXPECT_EQ(byteOf(row.unnamed, row), byteOf(row.named, row)) << row.keyword;
+    }
+}
+
 // --- Outputs -----------------------------------------------------------------------------------
 
 TEST_F(DualSpektrum, PutsOutTheCrossSpectrumWithItsHeader) {
@@ -492,6 +513,22 @@ TEST_F(DualSpektrum, ATriggerAboveItsLevelResetsAfterItsBlock) {
         block.put(kT, silence);
         EXPECT_NEAR(lineOf(5.0), row.resets ? 25.0 : 35.0 / 3, 5e-5) << row.value;
         block.stop();
+    }
+}
+
+TEST_F(DualSpektrum, ATriggersValuesAreCountedWhateverItsChannelsAre) {
+    block.set("PkAverageType", "ARITHMETIC");
+    block.set("PkResetMode", 1);
+    for (const int channels : {0, -1, 7}) {
+        block.wireInput(kT, 7);
+        block.initSim();
+        ChannelData trigger = timeSignal(std::vector<float>{0.0F, 0.0F, 5.0F});
+        trigger.header.channelCount = channels;
+        block.put(kT, trigger);
+        EXPECT_NEAR(lineOf(3.0), 9.0, 1e-5);
+        EXPECT_FALSE(block.waits(kT));
+        block.put(kT, timeSignal(std::vector<float>(3, 0.0F)));
+        EXPECT_NEAR(lineOf(1.0), 1.0, 1e-5) << "a new average, " << channels;
     }
 }
 
