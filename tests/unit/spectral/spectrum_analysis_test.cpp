@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <vector>
 
@@ -247,6 +248,53 @@ TEST(InverseSpectrum, HandsTheLibraryAConjugateSymmetricSpectrum) {
                        samples);
     EXPECT_EQ(givenRe, (std::vector<double>{1, 2, 3, 4, 4, 4, 3, 2}));
     EXPECT_EQ(givenIm, (std::vector<double>{5, 6, 7, 8, 0, -8, -7, -6}));
+}
+
+TEST(InverseSpectrum, TakesBothPartsOfEachChannelFromItsOwnLines) {
+    static std::vector<std::vector<double>> given;  // re and im of each channel
+    const auto recorder = [](double* re, double* im, int n) {
+        given.emplace_back(re, re + n);
+        given.emplace_back(im, im + n);
+        return 0;
+    };
+    // Line k of channel c is 10 c + k + 1, its imaginary part 100 more.
+    std::vector<float> reals;
+    std::vector<float> imaginaries;
+    for (int k = 0; k < 3; ++k) {
+        for (int c = 0; c < 3; ++c) {
+            reals.push_back(static_cast<float>(10 * c + k + 1));
+            imaginaries.push_back(reals.back() + 100.0F);
+        }
+    }
+    InverseSpectrum inverse;
+    inverse.prepare(6);
+    std::vector<float> samples(18);
+    inverse.synthesise(reals, imaginaries, 3, recorder, samples);
+    // The Nyquist lines are the flat values 2, 3 and 4: channel 2's line 0, channel 0's and 1's
+    // line 1.
+    using Row = std::vector<double>;
+    EXPECT_EQ(given, (std::vector<Row>{{1, 2, 3, 21, 3, 2},
+                                       {101, 102, 103, 0, -103, -102},
+                                       {11, 12, 13, 2, 13, 12},
+                                       {111, 112, 113, 0, -113, -112},
+                                       {21, 22, 23, 12, 23, 22},
+                                       {121, 122, 123, 0, -123, -122}}));
+}
+
+TEST(InverseSpectrum, SamplesAreScaledInSinglePrecision) {
+    const auto constantTransform = [](double* re, double*, int n) {
+        std::fill_n(re, n, 0.3);
+        return 0;
+    };
+    InverseSpectrum inverse;
+    inverse.prepare(14);
+    std::vector<float> samples(14);
+    const std::vector<float> lines(7, 0.0F);
+    inverse.synthesise(lines, lines, 1, constantTransform, samples);
+    const float expected = 0.3F * 14.0F / 2.0F;
+    EXPECT_NE(expected, static_cast<float>(0.3 * 14 / 2)) << "double precision would show";
+    for (const float sample : samples)
+        EXPECT_EQ(sample, expected);
 }
 
 TEST(InverseSpectrum, AnOddLengthLeavesNothingFromTheBlockBefore) {
