@@ -44,17 +44,21 @@ void spreadNotFinite(std::span<const double> values, std::size_t others, std::sp
     }
 }
 
-// The spectrum of a times that of b, in the packed order of the transforms, into b.
-void multiplySpectra(const std::vector<double>& a, std::vector<double>& b) {
-    const std::size_t n = a.size();
-    b[0] *= a[0];
-    for (std::size_t k = 1; k + 1 < n; k += 2) {
-        const double re = a[k] * b[k] - a[k + 1] * b[k + 1];
-        b[k + 1] = a[k] * b[k + 1] + a[k + 1] * b[k];
-        b[k] = re;
+// The lines of n values in the memory of as many values and n / 2 + 1 imaginary parts.
+struct Transformed {
+    explicit Transformed(std::size_t n) : re(n), im(n / 2 + 1) {}
+
+    void operator*=(const Transformed& other) {
+        for (std::size_t k = 0; k < im.size(); ++k) {
+            const double product = re[k] * other.re[k] - im[k] * other.im[k];
+            im[k] = re[k] * other.im[k] + im[k] * other.re[k];
+            re[k] = product;
+        }
     }
-    if (n % 2 == 0) b[n - 1] *= a[n - 1];
-}
+
+    std::vector<double> re;  // or the values themselves
+    std::vector<double> im;
+};
 
 // The length of the transforms that makes the overlap-save of all outputs cheapest.
 std::size_t transformLength(std::size_t taps, std::size_t outputs) {
@@ -82,22 +86,22 @@ void overlapSave(std::span<const double> c, std::span<const double> x, std::span
     const std::size_t length = transformLength(c.size(), outputs);
     const std::size_t step = length - c.size() + 1;
     const std::size_t before = c.size() - 1;  // samples of the past in each block
-    std::vector<double> response(length, 0.0);
-    std::vector<double> block(length);
+    Transformed response(length);
+    Transformed block(length);
     const BorrowedPlan plan(length);
-    std::copy(c.begin(), c.end(), response.begin());
-    plan->forward(response.data());
+    std::copy(c.begin(), c.end(), response.re.begin());
+    plan->forward(response.re.data(), response.im.data());
     for (std::size_t start = 0; start < outputs; start += step) {
         for (std::size_t i = 0; i < length; ++i) {
             const std::size_t place = start + i;  // `before` ahead of the sample's own
             const bool inside = place >= before && place - before < x.size();
-            block[i] = inside ? x[place - before] : 0.0;
+            block.re[i] = inside ? x[place - before] : 0.0;
         }
-        plan->forward(block.data());
-        multiplySpectra(response, block);
-        plan->inverse(block.data(), 1.0 / static_cast<double>(length));
+        plan->forward(block.re.data(), block.im.data());
+        block *= response;
+        plan->inverse(block.re.data(), block.im.data());
         const std::size_t count = std::min(step, outputs - start);
-        std::copy_n(block.begin() + static_cast<std::ptrdiff_t>(before), count,
+        std::copy_n(block.re.begin() + static_cast<std::ptrdiff_t>(before), count,
                     y.begin() + static_cast<std::ptrdiff_t>(start));
     }
 }

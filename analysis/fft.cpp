@@ -63,28 +63,11 @@ BorrowedPlan::BorrowedPlan(std::size_t length) : plan_(planCache().take(length))
 BorrowedPlan::~BorrowedPlan() { planCache().putBack(std::move(plan_)); }
 
 void forwardRealTransform(double* a, double* b, int n) {
-    const BorrowedPlan plan(static_cast<std::size_t>(n));
-    plan->forward(a);
-    b[0] = 0.0;
-    const int lastPair = (n - 1) / 2;
-    for (int k = 1; k <= lastPair; ++k) {
-        b[k] = a[2 * k];
-        a[k] = a[2 * k - 1];
-    }
-    if (n % 2 == 0) {
-        a[n / 2] = a[n - 1];
-        b[n / 2] = 0.0;
-    }
+    BorrowedPlan(static_cast<std::size_t>(n))->forward(a, b);
 }
 
-void inverseRealTransform(double* re, const double* im, int n) {
-    const BorrowedPlan plan(static_cast<std::size_t>(n));
-    if (n % 2 == 0) re[n - 1] = re[n / 2];
-    for (int k = (n - 1) / 2; k >= 1; --k) {  // downwards: re[k] is read before it is overwritten
-        re[2 * k] = im[k];
-        re[2 * k - 1] = re[k];
-    }
-    plan->inverse(re, 1.0 / n);
+void inverseRealTransform(double* re, double* im, int n) {
+    BorrowedPlan(static_cast<std::size_t>(n))->inverse(re, im);
 }
 
 }  // namespace ovanlys

@@ -28,7 +28,7 @@ private:
 void forwardRealTransform(double* a, double* b, int n);
 
 // Its inverse: n samples into `re` from the lines 0..n/2 in re and im, divided by n. The imaginary
-// parts of line 0 and, for even n, of line n/2 count as 0.
-void inverseRealTransform(double* re, const double* im, int n);
+// parts of line 0 and, for even n, of line n/2 count as 0. `im` is unspecified afterwards.
+void inverseRealTransform(double* re, double* im, int n);
 
 }  // namespace ovanlys

@@ -90,26 +90,63 @@ class arr<cmplx<ovanlys::Sample>> : public ovanlys::WorkArray<cmplx<ovanlys::Sam
 
 namespace ovanlys {
 
-struct FftPlan::Engine {
-    explicit Engine(std::size_t n) : plan(n) {}
+// PocketFFT orders the lines Re X_0, Re X_1, Im X_1, Re X_2, ... and, for even n, Re X_(n/2) at the
+// end.
+class FftPlan::AnyLength {
+public:
+    explicit AnyLength(std::size_t n) : plan_(n) {}
 
-    void run(double* samples, double factor, bool isForward) {
-        const std::lock_guard lock(transformRuns);
-        runningStore = &store;
-        plan.exec(reinterpret_cast<Sample*>(samples), factor, isForward);
+    void forward(double* re, double* im) {
+        run(re, 1.0, true);
+        const std::size_t n = plan_.length();
+        im[0] = 0.0;
+        for (std::size_t k = 1; 2 * k < n; ++k) {
+            im[k] = re[2 * k];
+            re[k] = re[2 * k - 1];
+        }
+        if (n % 2 == 0) {
+            re[n / 2] = re[n - 1];
+            im[n / 2] = 0.0;
+        }
     }
 
-    pocketfft::detail::pocketfft_r<double> plan;
-    WorkStore store;
+    void inverse(double* re, const double* im) {
+        const std::size_t n = plan_.length();
+        if (n % 2 == 0) re[n - 1] = re[n / 2];
+        // Downwards: re[k] is read before it is overwritten.
+        for (std::size_t k = (n - 1) / 2; k >= 1; --k) {
+            re[2 * k] = im[k];
+            re[2 * k - 1] = re[k];
+        }
+        run(re, 1.0 / static_cast<double>(n), false);
+    }
+
+private:
+    void run(double* packed, double factor, bool isForward) {
+        const std::lock_guard lock(transformRuns);
+        runningStore = &store_;
+        plan_.exec(reinterpret_cast<Sample*>(packed), factor, isForward);
+    }
+
+    pocketfft::detail::pocketfft_r<double> plan_;
+    WorkStore store_;
 };
 
-FftPlan::FftPlan(std::size_t length) : engine_(std::make_unique<Engine>(length)) {}
+FftPlan::FftPlan(std::size_t length) : length_(length) {
+    if (LaneFft::serves(length)) {
+        lanes_ = std::make_unique<LaneFft>(length);
+    } else {
+        anyLength_ = std::make_unique<AnyLength>(length);
+    }
+}
 FftPlan::~FftPlan() = default;
 
-std::size_t FftPlan::length() const noexcept { return engine_->plan.length(); }
+void FftPlan::forward(double* re, double* im) const {
+    lanes_ ? lanes_->forward(re, im) : anyLength_->forward(re, im);
+}
 
-void FftPlan::forward(double* samples) const { engine_->run(samples, 1.0, true); }
-
-void FftPlan::inverse(double* packed, double factor) const { engine_->run(packed, factor, false); }
+void FftPlan::inverse(double* re, double* im) const {
+    lanes_ ? lanes_->inverse(re, im) : anyLength_->inverse(re, im);
+}
 
 }  // namespace ovanlys

@@ -1,7 +1,8 @@
-// The spectrum block through Simulation, beside the bare transforms of the same data: PocketFFT,
-// which the analysis library uses, and FFTW. Items are samples over all channels.
+// The spectrum block through Simulation, beside the bare transforms of the same data by PocketFFT,
+// by the analysis library and by FFTW. Items are samples over all channels.
 #include <benchmark/benchmark.h>
 #include <fftw3.h>
+#include <pocketfft_hdronly.h>
 
 #include <cmath>
 #include <vector>
@@ -54,23 +55,36 @@ BENCHMARK(SpectrumBlock_RmsHanning)->Apply(shapes);
 BENCHMARK(SpectrumBlock_PeakPlain)->Apply(shapes);
 
 // The transform alone, on samples that lie ready as doubles, channel by channel.
-void BareTransform_PocketFFT(benchmark::State& state) {
+template <class Transform>
+void runBare(benchmark::State& state, Transform transform) {
     const auto n = static_cast<int>(state.range(1));
     std::vector<double> samples(static_cast<std::size_t>(n));
-    std::vector<double> imaginary(samples.size());
     for (int i = 0; i < n; ++i)
         samples[static_cast<std::size_t>(i)] = signal(0, i);
     std::vector<double> work(samples.size());
     for (auto _ : state) {
         for (int c = 0; c < state.range(0); ++c) {
             work = samples;
-            ovanlys::ZABFunc147(work.data(), imaginary.data(), n);
+            transform(work.data());
             benchmark::DoNotOptimize(work.data());
         }
     }
     countSamples(state);
 }
+
+void BareTransform_PocketFFT(benchmark::State& state) {
+    const pocketfft::detail::pocketfft_r<double> plan(static_cast<std::size_t>(state.range(1)));
+    runBare(state, [&](double* samples) { plan.exec(samples, 1.0, true); });
+}
 BENCHMARK(BareTransform_PocketFFT)->Apply(shapes);
+
+void BareTransform_Analysis(benchmark::State& state) {
+    std::vector<double> imaginary(static_cast<std::size_t>(state.range(1)));
+    runBare(state, [&](double* samples) {
+        ovanlys::ZABFunc147(samples, imaginary.data(), static_cast<int>(state.range(1)));
+    });
+}
+BENCHMARK(BareTransform_Analysis)->Apply(shapes);
 
 void BareTransform_FFTW(benchmark::State& state) {
     const auto n = static_cast<int>(state.range(1));
