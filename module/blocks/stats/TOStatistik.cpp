@@ -150,8 +150,15 @@ bool TOStatistik::startRun(const ChannelBlock& input) {
     return true;
 }
 
+// A choice accepted in the dialog during a run changes the number of outputs that the host counts,
+// not the measures: no more of them are sent than the host takes away.
+std::span<const Statistic> TOStatistik::measures() const {
+    const std::size_t count = activeCount_ < 0 ? 0 : static_cast<std::size_t>(activeCount_);
+    return std::span(active_).first(std::min(count, active_.size()));
+}
+
 std::size_t TOStatistik::outputCount() const {
-    return parameters_.outputMode == kOneOutput ? 1 : active_.size();
+    return parameters_.outputMode == kOneOutput ? 1 : measures().size();
 }
 
 // The host looks after the outputs that it knows of; the output mode may have changed since.
@@ -164,7 +171,7 @@ void TOStatistik::compute(const ChannelBlock& input, std::span<float> results) {
     if (std::exchange(unsent_, input.handle()) != input.handle()) functions_.setAllPending();
     const StatBlock block = statBlockOf(input);
     auto result = results.begin();
-    for (const Statistic statistic : active_) {
+    for (const Statistic statistic : measures()) {
         for (int channel = 0; channel < channels_; ++channel)
             *result++ = static_cast<float>(functions_.value(statistic, block, channel));
     }
@@ -197,7 +204,7 @@ bool TOStatistik::sendResults(SimulationRecord& record, const ChannelBlock& inpu
 int TOStatistik::Simulation(SimulationRecord& record) {
     if (activeCount_ == 0) return 1;
     ChannelBlock input(record.inputData[kInput]);
-    if (!input || !input.sound() || active_.empty()) return kFailed;
+    if (!input || !input.sound() || measures().empty()) return kFailed;
     if (!outputsFree(record)) return 1;
     if (firstBlockOfRun_ && !startRun(input)) return kFailed;
     if (input.channels() != channels_) {
@@ -205,7 +212,7 @@ int TOStatistik::Simulation(SimulationRecord& record) {
         return kFailed;
     }
 
-    WorkBlock results(static_cast<std::int64_t>(active_.size()) * channels_);
+    WorkBlock results(static_cast<std::int64_t>(measures().size()) * channels_);
     if (!results) return kFailed;
     host_message::copyHeader(input.handle(), &results.header());
     compute(input, results.values());

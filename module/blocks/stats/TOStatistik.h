@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "blocks/stats/TOStatFunktion.h"
@@ -48,6 +49,8 @@ public:
     void setActiveCount(int count) { activeCount_ = count; }
 
 private:
+    // The measures of the run that are sent.
+    std::span<const Statistic> measures() const;
     std::size_t outputCount() const;
     bool outputsFree(const SimulationRecord& record) const;
     bool startRun(const ChannelBlock& input);
