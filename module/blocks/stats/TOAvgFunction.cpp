@@ -116,14 +116,11 @@ std::optional<OutputBlock> TOAvgBlocks::MakeOutput(SimulationRecord& record,
                                                    const ChannelBlock& input,
                                                    std::int64_t outputValues,
                                                    const AvgParameters& parameters) {
-    if (!std::exchange(refused_, false)) resetPending_ = false;
+    // A reset is still pending here when the call before broke off (no output, no memory): the
+    // trigger that asked for it is gone.
     if (!givesOutput(record, parameters)) return std::nullopt;
     auto output = TOAvgFunction::MakeOutput(record, input, outputValues, parameters);
-    if (*output) {
-        if (startsAtZero(input.header().xAxisKind)) output->header().xStart = 0.0;
-    } else {
-        refused_ = true;
-    }
+    if (*output && startsAtZero(input.header().xAxisKind)) output->header().xStart = 0.0;
     return output;
 }
 

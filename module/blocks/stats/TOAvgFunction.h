@@ -108,8 +108,7 @@ private:
 
     BlockAverage average_;
     float triggerThreshold_;
-    bool resetPending_ = false;
-    bool refused_ = false;  // the host refused the output; the reset waits for the next try
+    bool resetPending_ = false;  // until a data block has been averaged
 };
 
 }  // namespace vynpack
