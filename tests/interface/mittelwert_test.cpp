@@ -57,6 +57,7 @@ protected:
         EXPECT_EQ(boxes.size(), 1U);
         if (boxes.empty()) return {};
         EXPECT_EQ(boxes[0].caption, "Fehler");
+        EXPECT_TRUE(boxes[0].exclamation.value_or(true));
         return boxes[0].text;
     }
 
@@ -313,6 +314,35 @@ TEST_F(Mittelwert, WithOutputModeZeroEveryBlockIsPassedOn) {
     EXPECT_THAT(valuesOf(single(9)), ElementsAre(9)) << "after the reset";
 }
 
+TEST_F(Mittelwert, AResetCountBelowTheBlocksSoFarIsNeverReached) {
+    block.set("PkResetMode", kCount);
+    block.set("PkResNBlocks", 5);
+    start(kBlocks);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_FALSE(block.process(single(1)));
+    block.set("PkResNBlocks", 2);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_FALSE(block.process(single(1)));
+    block.set("PkResNBlocks", 7);
+    EXPECT_THAT(valuesOf(single(8)), ElementsAre(2)) << "the seventh";
+    block.set("PkResNBlocks", -1);
+    block.set("PkOutMode", 5);  // any number but 0
+    for (int i = 0; i < 3; ++i)
+        EXPECT_FALSE(block.process(single(1)));
+    EXPECT_THAT(takeBoxes(), IsEmpty());
+}
+
+TEST_F(Mittelwert, AHostWithoutATriggerLevelHasTheUsualOne) {
+    block.set("PkResetMode", kTrigger);
+    host.setTriggerThreshold(0.5F);
+    host.misbehave({.message = Message::triggerThreshold});
+    start(kBlocks);
+    block.put(1, single(2.4F));
+    EXPECT_FALSE(block.process(single(1)));
+    block.put(1, single(2.5F));
+    EXPECT_TRUE(block.process(single(1)));
+}
+
 TEST_F(Mittelwert, AHighTriggerResets) {
     host.setTriggerThreshold(0.5F);
     block.set("PkResetMode", kTrigger);
@@ -420,9 +450,16 @@ TEST_F(Mittelwert, AFactorOutsideItsRangeAndAResetCountOfZeroAreRefused) {
         EXPECT_EQ(textOfFailure(single(1)),
                   "Mittelung: Der Wichtungsfaktor muß im Bereich 0..1 liegen!");
     }
-    put(record, 14, 1.0);
+    put(record, 14, 2.0);
     put<std::int16_t>(record, 22, 1061);
     put<std::int32_t>(record, 24, 0);
+    placed.emplace(host, kAveraging, record);
+    block.wireAll();
+    block.initSim();
+    EXPECT_EQ(textOfFailure(single(1)),
+              "Mittelung: Der Wichtungsfaktor muß im Bereich 0..1 liegen!")
+        << "checked first";
+    put(record, 14, 1.0);
     placed.emplace(host, kAveraging, record);
     block.wireAll();
     block.initSim();
@@ -498,6 +535,35 @@ TEST_F(Mittelwert, AnUnwiredOutputTakesNothing) {
     EXPECT_EQ(block.simulate(), 1);
     EXPECT_EQ(block.inputData(0), input);
     EXPECT_FALSE(block.delivered(0));
+}
+
+TEST_F(Mittelwert, AnInputThatIsNotWiredOrCannotBeLockedIsLeft) {
+    start(kBlocks);
+    const Handle input = block.put(0, single(1));
+    block.wireInput(0, -1);
+    EXPECT_EQ(block.simulate(), 1);
+    EXPECT_EQ(block.inputData(0), input);
+    EXPECT_FALSE(block.delivered(0));
+    block.wireInput(0, 0);
+    const Handle unlockable = host.memory().allocateUnlockable(HostMemory::Kind::data);
+    block.put(0, unlockable);
+    EXPECT_EQ(block.simulate(), 1);
+    EXPECT_EQ(block.inputData(0), unlockable);
+    EXPECT_FALSE(block.delivered(0));
+    EXPECT_THAT(valuesOf(single(3)), ElementsAre(3)) << "the run goes on";
+}
+
+TEST_F(Mittelwert, ATriggerWaitsOnWhereNothingIsReset) {
+    block.set("PkResetMode", kTrigger);
+    block.set("PkReduceVal", 2);
+    block.set("PkSmoothNVal", 1);
+    for (const Mode mode : {kReduce, kSmooth}) {
+        start(mode);
+        const Handle trigger = block.put(1, single(100));
+        EXPECT_TRUE(block.process(timeSignal({1, 2})));
+        EXPECT_EQ(block.inputData(1), trigger);
+        block.stop();
+    }
 }
 
 TEST_F(Mittelwert, WithoutAStrategyNothingHappens) {

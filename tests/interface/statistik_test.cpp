@@ -258,6 +258,31 @@ TEST_F(Statistik, EachMeasureCanHaveItsOwnOutput) {
     EXPECT_EQ(mean->header.valueCount, 3);
 }
 
+TEST_F(Statistik, AnyOutputModeButOneOutputIsOnePerMeasure) {
+    start({"PkYMax", "PkAMean"});
+    std::string record = block.save();
+    for (const std::int16_t mode : {0, 1051, 1054, -1}) {
+        put<std::int16_t>(record, 50, mode);
+        PlacedBlock other(host, kStatistics, record);
+        EXPECT_EQ(other.connectors(), "E,;1,2,");
+        EXPECT_EQ(other.getInteger("PkOutMode"), mode - 1051);
+        other.wireAll();
+        other.initSim();
+        other.put(0, timeSignal({1, 2, 6}));
+        EXPECT_EQ(other.simulate(), 1);
+        EXPECT_THAT(other.take(0)->values, ElementsAre(6));
+        EXPECT_THAT(other.take(1)->values, ElementsAre(3));
+    }
+}
+
+TEST_F(Statistik, AnyFlagButZeroSelectsItsMeasure) {
+    block.set("PkYMax", -1);
+    block.set("PkYMin", 32768);
+    block.set("PkQSum", 65536);  // 0 in 16 bits
+    block.initSim();
+    EXPECT_THAT(block.process(timeSignal({1, 2, 6}))->values, ElementsAre(6, 1));
+}
+
 TEST_F(Statistik, ASingleChannelWithOwnOutputsGivesSingleValues) {
     start({"PkYMax", "PkAMean"}, 2);
     block.put(0, timeSignal({1, 2, 6}));
@@ -365,8 +390,10 @@ TEST_F(Statistik, ANewChannelCountIsAnErrorThatIsShownWhenAskedFor) {
     EXPECT_EQ(
         boxes[0].text,
         "Fehler !\nDie Anzahl der eintreffenden Kanäle hat sich\nwährend der Messung geändert.");
+    EXPECT_TRUE(boxes[0].exclamation.value_or(true));
     // A block with the right count is processed again; the error stays until the next run.
     EXPECT_THAT(block.process(timeSignal({10, 20}, 2))->values, ElementsAre(11, 22));
+    block.stop();
     block.errorShow();
     EXPECT_EQ(takeBoxes().size(), 1U);
     block.initSim();

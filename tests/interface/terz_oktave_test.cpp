@@ -129,6 +129,7 @@ TEST_F(TerzOktave, OtherInputsThanSpectraAreRefusedWithAMessageEachTime) {
         const auto boxes = takeBoxes();
         ASSERT_EQ(boxes.size(), 1U);
         EXPECT_EQ(boxes[0].caption, "Fehler");
+        EXPECT_TRUE(boxes[0].exclamation.value_or(true));
         EXPECT_EQ(boxes[0].text,
                   "Terz-/ Oktavanalyse nur für Daten im Frequenzbereich (Einheit: Hz, kHz)");
     }
@@ -237,6 +238,44 @@ TEST_F(TerzOktave, AWeightingLowersTheBands) {
     const auto bands = bandsOf(spectrum({80, 80}, 100.0, 900.0, kDecibel));
     EXPECT_THAT(bands.values[8], FloatNear(60.9F, 1e-5F));
     EXPECT_THAT(bands.values[18], FloatNear(80.0F, 1e-5F));
+    block.set("PkAScaling", -1);
+    EXPECT_EQ(bandsOf(spectrum({80, 80}, 100.0, 900.0, kDecibel)).values, bands.values)
+        << "any number but 0";
+}
+
+TEST_F(TerzOktave, TheWorkBlockGoesBackWithTheHeadOfTheBands) {
+    block.initSim();
+    const Handle input = block.put(0, spectrum({1, 2, 3, 4}, 1000.0, 1.0, kPower, 2));
+    ChannelData work;
+    host.misbehave(
+        {.message = Message::releaseBlock, .fault = Fault::run, .times = 1, .before = [&] {
+             for (const Handle handle : host.memory().dataHandles()) {
+                 if (handle != input && handle != block.outputData(0))
+                     work = host.memory().read(handle);
+             }
+         }});
+    EXPECT_EQ(block.simulate(), 1);
+    EXPECT_EQ(work.header.valueCount, 38);
+    EXPECT_EQ(work.header.xStart, 0.0);
+    const auto bands = block.take(0);
+    ASSERT_TRUE(bands);
+    EXPECT_EQ(work.values, bands->values);
+    block.stop();
+}
+
+TEST_F(TerzOktave, AResultThatTheHostDidNotCountIsNotOverwritten) {
+    block.initSim();
+    EXPECT_TRUE(block.process(spectrum({1, 2}, 1000.0, 1.0, kPower)));
+    block.put(0, spectrum({3, 4}, 1000.0, 1.0, kPower));
+    EXPECT_EQ(block.simulate(), 1);
+    const Handle result = block.outputData(0);
+    const Handle input = block.put(0, spectrum({5, 6}, 1000.0, 1.0, kPower));
+    block.setCounts(1, 0);
+    EXPECT_EQ(block.simulate(), 1);
+    EXPECT_EQ(block.outputData(0), result);
+    EXPECT_EQ(block.inputData(0), input);
+    EXPECT_EQ(block.take(0)->values.back(), 7.0F);
+    block.stop();
 }
 
 TEST_F(TerzOktave, AChangeOfTheTypeInTheRunChangesTheFlagAtOnceAndTheBandsInTheNextRun) {

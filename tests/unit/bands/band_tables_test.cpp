@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <limits>
+#include <vector>
 
 namespace vynpack {
 namespace {
@@ -55,6 +56,38 @@ TEST(BandTables, CentresLieWithinAPercentOfTheExactMidbandFrequencies) {
     for (int i = 0; i < 11; ++i) {
         const double exact = 1000.0 * std::pow(10.0, 3 * (i - 6) / 10.0);
         EXPECT_NEAR(octaveBands()[static_cast<std::size_t>(i)].centre, exact, 0.0105 * exact);
+    }
+}
+
+TEST(BandTables, EdgesAndCorrectionsAreThoseOfTheStandardsNominalBands) {
+    const std::vector<double> centres = {16,   20,   25,   31.5, 40,    50,    63,    80,
+                                         100,  125,  160,  200,  250,   315,   400,   500,
+                                         630,  800,  1000, 1250, 1600,  2000,  2500,  3150,
+                                         4000, 5000, 6300, 8000, 10000, 12500, 16000, 20000};
+    // A band ends where the next one begins, but for the gap.
+    const std::vector<double> thirdOctaveEdges = {
+        14,   18,   23,   28,   35.5, 45,   56,   71,    89,    112,   141,
+        178,  223,  280,  355,  450,  560,  710,  890,   1120,  1410,  1780,
+        2230, 2800, 3550, 4500, 5600, 7100, 8900, 11200, 14130, 17780, 22497};
+    const std::vector<double> octaveEdges = {11,  22,   44,   89,   178,   355,
+                                             710, 1420, 2840, 5680, 11360, 22720};
+    const std::vector<double> corrections = {-56.7, -50.5, -44.7, -39.4, -34.6, -30.2, -26.2, -22.5,
+                                             -19.1, -16.1, -13.4, -10.9, -8.6,  -6.6,  -4.8,  -3.2,
+                                             -1.9,  -0.8,  0,     0.6,   1,     1.2,   1.3,   1.2,
+                                             1,     0.5,   -0.1,  -1.1,  -2.5,  -4.3,  -6.6,  -9.3};
+    for (std::size_t i = 0; i < 32; ++i) {
+        const Band& band = thirdOctaveBands()[i];
+        EXPECT_EQ(band.centre, static_cast<float>(centres[i])) << i;
+        EXPECT_EQ(band.lower, static_cast<float>(thirdOctaveEdges[i])) << i;
+        EXPECT_EQ(band.upper, i == 2 ? 27.0F : static_cast<float>(thirdOctaveEdges[i + 1])) << i;
+        EXPECT_EQ(band.aWeighting, static_cast<float>(corrections[i])) << i;
+    }
+    for (std::size_t i = 0; i < 11; ++i) {
+        const Band& band = octaveBands()[i];
+        EXPECT_EQ(band.centre, static_cast<float>(centres[3 * i])) << i;
+        EXPECT_EQ(band.lower, static_cast<float>(octaveEdges[i])) << i;
+        EXPECT_EQ(band.upper, static_cast<float>(octaveEdges[i + 1])) << i;
+        EXPECT_EQ(band.aWeighting, static_cast<float>(corrections[3 * i])) << i;
     }
 }
 

@@ -39,6 +39,17 @@ TEST(AveragingDraft, SurvivesShowingAndStoring) {
     EXPECT_EQ(stored.outputMode, 0);
 }
 
+TEST(AveragingDraft, AnyOutputModeButZeroIsShownCheckedAndStoredAsOne) {
+    for (const std::int16_t mode : {1, 5, -1}) {
+        AvgParameters parameters;
+        parameters.outputMode = mode;
+        const AveragingDraft draft = draftOf(parameters);
+        EXPECT_TRUE(draft.atResetOnly) << mode;
+        accept(draft, parameters);
+        EXPECT_EQ(parameters.outputMode, 1);
+    }
+}
+
 TEST(AveragingDraft, FindsTheFaultOfTheChosenModeOnly) {
     AvgParameters parameters;
     parameters.reduceValue = 0;

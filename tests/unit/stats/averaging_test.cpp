@@ -115,6 +115,14 @@ TEST(GroupAverage, BlocksWithoutAWholeRowAreCarriedAsNothing) {
     EXPECT_THAT(groups(counting(5, 8), 2), ElementsAre(3, 4, 5, 6));
 }
 
+TEST(GroupAverage, ABlockThatEndsOnABorderWithValuesOfNoRowLeavesNothingCarried) {
+    Groups groups(2);
+    EXPECT_THAT(groups(counting(1, 6), 2), ElementsAre(2, 3, 0));  // the third row is carried
+    // One row completes it; the value behind the row belongs to no channel.
+    EXPECT_THAT(groups({9, 10, 77}, 2), ElementsAre(7, 8));
+    EXPECT_THAT(groups({20, 30, 22, 32}, 2), ElementsAre(21, 31));
+}
+
 TEST(GroupAverage, AWidthLoweredBelowTheCarriedRowsClosesTheGroup) {
     Groups groups;
     EXPECT_THAT(groups(counting(1, 8), 10), IsEmpty());

@@ -174,11 +174,16 @@ TEST(Statistics, AZeroSampleMakesTheHarmonicAndTheGeometricMeanZero) {
         EXPECT_EQ(measure(kHMean, values), 0.0);
         EXPECT_EQ(measure(kGMean, values), 0.0);
     }
+    // Whatever else the block holds: the sum of its reciprocals would be NaN.
+    EXPECT_EQ(measure(kHMean, {0.0F, -0.0F, 2.0F}), 0.0);
+    EXPECT_EQ(measure(kHMean, {2.0F, std::nanf(""), 0.0F}), 0.0);
+    EXPECT_EQ(measure(kHMean, {0.0F, std::nanf("")}), 0.0);
 }
 
 TEST(Statistics, ANegativeSampleMakesOnlyTheGeometricMeanZero) {
     EXPECT_EQ(measure(kGMean, {2, -2, 4, 4}), 0.0);
     EXPECT_EQ(measure(kHMean, {2, -4, 4, 4}), 4 / 0.75);
+    EXPECT_EQ(measure(kHMean, {-2, -4}), -2 / 0.75);
     EXPECT_EQ(measure(kHMean, {2, -2}), 0.0) << "terms that cancel exactly";
     EXPECT_EQ(measure(kGMean, {2, -kInfinityF}), 0.0);
 }
