@@ -32,9 +32,7 @@ public:
             set(ratio);
         } else if (!(ratio < estimate_ * (1.0 - kDoubt)) || fallsDue_ >= kMostFallsDue ||
                    estimate_ <= kSmallest) {
-            const double held = level();
-            const double now = levelOf(ratio);
-            if (now > held) set(ratio);
+            *this = decided(*this, ratio);
         }
     }
 
@@ -55,6 +53,12 @@ private:
     static constexpr double kDoubt = 1e-8;
     static constexpr std::uint32_t kMostFallsDue = 1U << 16;
     static constexpr double kSmallest = 1e-290;
+
+    // By the levels themselves. On a copy, so that a loop of hold() keeps its level in registers.
+    [[gnu::noinline]] static HoldLevel decided(HoldLevel held, double ratio) {
+        if (levelOf(ratio) > held.level()) held.set(ratio);
+        return held;
+    }
 
     double fall_;    // dB
     double factor_;  // the same, of the ratio

@@ -1,5 +1,7 @@
 #include "filter/level_kernels.h"
 
+#include "kernel_lanes.h"
+
 namespace vynpack::VYN_KERNEL_LEVEL {
 namespace {
 
@@ -13,95 +15,69 @@ void divide(double* values, std::size_t count) {
     }
 }
 
-template <int lanes>
-void smoothLanes(const float* x, std::size_t stride, std::size_t frames, double alpha,
-                 double* meanSquares, double* ratios) {
-    double mean[lanes];
-    for (int lane = 0; lane < lanes; ++lane)
-        mean[lane] = meanSquares[lane];
-    for (std::size_t frame = 0; frame < frames; ++frame) {
-        for (int lane = 0; lane < lanes; ++lane) {
-            const double value = x[lane];
-            mean[lane] += alpha * (value * value - mean[lane]);
-            ratios[lane] = mean[lane];
-        }
-        x += stride;
-        ratios += lanes;
-    }
-    for (int lane = 0; lane < lanes; ++lane)
-        meanSquares[lane] = mean[lane];
-}
-
 void smooth(const float* x, std::size_t stride, std::size_t frames, int lanes, double alpha,
             double* meanSquares, double* ratios) {
-    switch (lanes) {
-        case 1: smoothLanes<1>(x, stride, frames, alpha, meanSquares, ratios); break;
-        case 2: smoothLanes<2>(x, stride, frames, alpha, meanSquares, ratios); break;
-        case 4: smoothLanes<4>(x, stride, frames, alpha, meanSquares, ratios); break;
-        default: smoothLanes<8>(x, stride, frames, alpha, meanSquares, ratios); break;
-    }
-    divide(ratios, frames * static_cast<std::size_t>(lanes));
+    const auto all = static_cast<std::size_t>(lanes);
+    forEachLaneGroup(all, [=](auto group, std::size_t first) {
+        using Floats = typename decltype(group)::Floats;
+        using Doubles = typename decltype(group)::Doubles;
+        auto mean = load<Doubles>(meanSquares + first);
+        const float* in = x + first;
+        double* out = ratios + first;
+        for (std::size_t frame = 0; frame < frames; ++frame, in += stride, out += all) {
+            const auto value = converted<Doubles>(load<Floats>(in));
+            mean += alpha * (value * value - mean);
+            store(mean, out);
+        }
+        store(mean, meanSquares + first);
+    });
+    divide(ratios, frames * all);
 }
 
 void square(const float* x, std::size_t stride, std::size_t frames, int lanes, double* ratios) {
-    double* out = ratios;
-    for (std::size_t frame = 0; frame < frames; ++frame) {
-        for (int lane = 0; lane < lanes; ++lane) {
-            const double value = x[lane];
-            *out++ = value * value;
+    const auto all = static_cast<std::size_t>(lanes);
+    forEachLaneGroup(all, [=](auto group, std::size_t first) {
+        using Floats = typename decltype(group)::Floats;
+        using Doubles = typename decltype(group)::Doubles;
+        const float* in = x + first;
+        double* out = ratios + first;
+        for (std::size_t frame = 0; frame < frames; ++frame, in += stride, out += all) {
+            const auto value = converted<Doubles>(load<Floats>(in));
+            store(value * value, out);
         }
-        x += stride;
-    }
-    divide(ratios, frames * static_cast<std::size_t>(lanes));
-}
-
-template <int lanes>
-void gatherLanes(const double* ratios, std::size_t frames, const LevelWindow* window,
-                 LevelLanes* state, double* hits) {
-    double maximum[lanes];
-    double minimum[lanes];
-    double energy[lanes];
-    double clockMaximum[lanes];
-    double from[lanes];
-    double to[lanes];
-    double hit[lanes];
-    for (int lane = 0; lane < lanes; ++lane) {
-        maximum[lane] = state->maximum[lane];
-        minimum[lane] = state->minimum[lane];
-        energy[lane] = state->energy[lane];
-        clockMaximum[lane] = state->clockMaximum[lane];
-        from[lane] = window->from[lane];
-        to[lane] = window->to[lane];
-        hit[lane] = 0.0;
-    }
-    for (std::size_t frame = 0; frame < frames; ++frame) {
-        for (int lane = 0; lane < lanes; ++lane) {
-            const double q = ratios[lane];
-            maximum[lane] = q > maximum[lane] ? q : maximum[lane];
-            minimum[lane] = q < minimum[lane] ? q : minimum[lane];
-            energy[lane] += q;
-            clockMaximum[lane] = q > clockMaximum[lane] ? q : clockMaximum[lane];
-            hit[lane] += (q >= from[lane]) & (q < to[lane]) ? 1.0 : 0.0;
-        }
-        ratios += lanes;
-    }
-    for (int lane = 0; lane < lanes; ++lane) {
-        state->maximum[lane] = maximum[lane];
-        state->minimum[lane] = minimum[lane];
-        state->energy[lane] = energy[lane];
-        state->clockMaximum[lane] = clockMaximum[lane];
-        hits[lane] = hit[lane];
-    }
+    });
+    divide(ratios, frames * all);
 }
 
 void gather(const double* ratios, std::size_t frames, int lanes, const LevelWindow* window,
             LevelLanes* state, double* hits) {
-    switch (lanes) {
-        case 1: gatherLanes<1>(ratios, frames, window, state, hits); break;
-        case 2: gatherLanes<2>(ratios, frames, window, state, hits); break;
-        case 4: gatherLanes<4>(ratios, frames, window, state, hits); break;
-        default: gatherLanes<8>(ratios, frames, window, state, hits); break;
-    }
+    const auto all = static_cast<std::size_t>(lanes);
+    forEachLaneGroup(all, [=](auto group, std::size_t first) {
+        using Doubles = typename decltype(group)::Doubles;
+        const Doubles zero{};
+        const Doubles one = zero + 1.0;
+        const auto from = load<Doubles>(window->from + first);
+        const auto to = load<Doubles>(window->to + first);
+        auto maximum = load<Doubles>(state->maximum + first);
+        auto minimum = load<Doubles>(state->minimum + first);
+        auto energy = load<Doubles>(state->energy + first);
+        auto clockMaximum = load<Doubles>(state->clockMaximum + first);
+        Doubles hit{};
+        const double* in = ratios + first;
+        for (std::size_t frame = 0; frame < frames; ++frame, in += all) {
+            const auto q = load<Doubles>(in);
+            maximum = q > maximum ? q : maximum;
+            minimum = q < minimum ? q : minimum;
+            energy += q;
+            clockMaximum = q > clockMaximum ? q : clockMaximum;
+            hit += (q >= from) & (q < to) ? one : zero;
+        }
+        store(maximum, state->maximum + first);
+        store(minimum, state->minimum + first);
+        store(energy, state->energy + first);
+        store(clockMaximum, state->clockMaximum + first);
+        store(hit, hits + first);
+    });
 }
 
 }  // namespace

@@ -207,14 +207,15 @@ void LevelStatistics::countBins(std::size_t g, const double* ratios, std::size_t
 // Kept: the displayed level is one value for all channels: each falls and may raise it in turn.
 void LevelStatistics::display(const LevelFrames& frames, LevelMode mode) {
     if (mode.impulse) {
+        HoldLevel displayed = displayed_;
         for (std::size_t frame = 0; frame + 1 < frames.count; ++frame) {
             for (std::size_t g = 0; g < groups_.size(); ++g) {
                 const double* ratios = frames.part(frame, 1).ofGroup(g, groups_[g].lanes);
                 for (int lane = 0; lane < groups_[g].channels; ++lane)
-                    displayed_.hold(ratios[lane]);
+                    displayed.hold(ratios[lane]);
             }
         }
-        displayedBefore_ = displayed_;
+        displayed_ = displayedBefore_ = displayed;
     }
     double* last = lastRatios_.data();
     for (std::size_t g = 0; g < groups_.size(); ++g) {
