@@ -650,6 +650,17 @@ TEST_F(DualSpektrum, SpeaksToTheHostInTheOrderOfItsSteps) {
         EXPECT_TRUE(block.take(j));
 }
 
+TEST_F(DualSpektrum, BothInputsAreFreeBeforeEitherGoesBack) {
+    if (!platform::kLocksAreCounted) GTEST_SKIP() << "locks are not counted here";
+    block.initSim();
+    std::vector<int> locks;
+    host.misbehave({.message = Message::releaseBlock, .fault = Fault::run, .before = [&] {
+                        locks.push_back(platform::lockCount(block.inputData(kA)));
+                    }});
+    EXPECT_NEAR(lineOf(1.0), 1.0, 1e-5);
+    EXPECT_THAT(locks, ElementsAre(0, 0));
+}
+
 TEST_F(DualSpektrum, InputsOfWhichOneCountDiffersAreProcessedInTheExcitationsLayout) {
     block.initSim();
     // A longer response of as many channels: its first samples count.

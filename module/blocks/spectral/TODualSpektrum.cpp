@@ -63,13 +63,14 @@ constexpr Keyword<Parameters> kKeywords[] = {
     {"PkCoherence", integer<&Parameters::coherence>()},
     {"PkTransFCTType", writeOnly<&Parameters::transferType, kTransferTexts>()},
     // Kept: the switch reads back one higher than the number that sets it.
-    {"PkCrossSpectr", integer<&Parameters::quantity, 1118, 1117>()},
+    {"PkCrossSpectr", integer<&Parameters::quantity, TODualSpektrum::kCrossSpectrum,
+                              TODualSpektrum::kCrossSpectrum - 1>()},
     {"PkAverageType", writeOnly<&Parameters::averageType, kAverageTexts>()},
-    {"PkAverageSource", integer<&Parameters::averageSource, 88>()},
+    {"PkAverageSource", integer<&Parameters::averageSource, kAverageAmplitude>()},
     {"PkWndFct", writeOnly<&Parameters::window, kWindowTexts>()},
-    {"PkWndCorrectTyp", integer<&Parameters::correction, 1102>()},
+    {"PkWndCorrectTyp", integer<&Parameters::correction, kNoCorrection>()},
     {"PkWndPara", real<&Parameters::windowParameter>()},
-    {"PkResetMode", integer<&Parameters::resetMode, 1013>()},
+    {"PkResetMode", integer<&Parameters::resetMode, TODualSpektrum::kNeverReset>()},
     {"PkResetCount", integer<&Parameters::resetCount>()},
     {"PkDataOnReset", integer<&Parameters::dataOnReset>()},
     {"PkAvgFactor", real<&Parameters::averageFactor>()},
@@ -232,6 +233,7 @@ int TODualSpektrum::Simulation(SimulationRecord& record) {
     outputs.amplitudes.deliver();
     outputs.phases.deliver();
     outputs.coherences.deliver();
+    response.unlock();  // both are free before either goes back
     consumeInput(record, kExcitation, excitation);
     consumeInput(record, kResponse, response);
     if (ends) spectrum_.restartAverage();

@@ -24,7 +24,7 @@ constexpr Keyword<Parameters> kKeywords[] = {
     // Kept: the absent window reads as "RECTANGLE", which no text but an unknown one sets.
     {"PkWndFct", named<&Parameters::window, kWindowTexts>()},
     // Kept: the correction reads back one higher than the number that sets it.
-    {"PkWndCorrectTyp", integer<&Parameters::correction, 1102, 1101>()},
+    {"PkWndCorrectTyp", integer<&Parameters::correction, kNoCorrection, kNoCorrection - 1>()},
     {"PkWndPara", real<&Parameters::windowParameter>()},
     {"PkPhase", integer<&Parameters::phase>()},
 };
