@@ -1,4 +1,4 @@
-// Between the host's interleaved float samples and rows of doubles, one row per channel.
+// Between the host's interleaved float samples and rows, one row per channel.
 #pragma once
 
 #include <cstddef>
@@ -18,16 +18,20 @@ struct ChannelTile {
     std::size_t samples;
 };
 
-// Row r gets channel tile.first + r, converted to double; rows lie `stride` doubles apart.
+// Row r gets channel tile.first + r; rows lie `stride` numbers apart.
 void splitChannels(const float* interleaved, const ChannelTile& tile, double* rows,
                    std::size_t stride) noexcept;
+void splitChannels(const float* interleaved, const ChannelTile& tile, float* rows,
+                   std::size_t stride) noexcept;
 
-// The way back, rounded to float. Channels outside the tile are left alone.
+// The way back, doubles rounded to float. Channels outside the tile are left alone.
 void joinChannels(const double* rows, std::size_t stride, const ChannelTile& tile,
                   float* interleaved) noexcept;
+void joinChannels(const float* rows, std::size_t stride, const ChannelTile& tile,
+                  float* interleaved) noexcept;
 
-// Distance of rows that hold `length` doubles: a cache line more than needed, so that rows of a
-// power-of-two length do not fall into the same cache sets.
+// Distance of rows that hold `length` numbers: a cache line of doubles more than needed, so that
+// rows of a power-of-two length do not fall into the same cache sets.
 constexpr std::size_t rowStride(std::size_t length) noexcept { return (length + 15) / 8 * 8; }
 
 // Calls visit(tile) for all channels, tile by tile.

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <utility>
 
+#include "filter/interleave.h"
 #include "spectral/spectrum_kernels.h"
 
 namespace vynpack {
@@ -58,6 +60,10 @@ void DualSpectrum::prepare(const DualSpectrumSettings& settings, int n, int chan
              {&responsePower_, &excitationPower_, &zeros_, &amplitude_, &phase_, &coherence_}) {
             work->resize(lineCount);
         }
+        const auto tile =
+            static_cast<std::size_t>(channels > 1 ? std::min(channels, kTileChannels) : 0);
+        for (std::vector<float>* rows : {&excitationRows_, &responseRows_})
+            rows->resize(tile * rowStride(samples));
         n_ = n;
         channels_ = channels;
     }
@@ -102,6 +108,46 @@ void DualSpectrum::analyse(const DualSpectrumSettings& settings, const DualSigna
                            double resolution, double weightGrowth, RealTransform transform,
                            const DualSpectrumOutputs& outputs) {
     progress_.beginBlock();
+    const auto place = [](std::span<float> output, float* row) {
+        return output.empty() ? nullptr : row;
+    };
+    const auto toPlaces = [&](float* amplitudes, float* phases, float* coherences) {
+        return OutputRows{place(outputs.amplitudes, amplitudes), place(outputs.phases, phases),
+                          place(outputs.coherences, coherences)};
+    };
+    if (channels_ == 1) {
+        analyseChannel(
+            settings, 0, {signal.excitation.data(), signal.response.data()}, resolution, transform,
+            toPlaces(outputs.amplitudes.data(), outputs.phases.data(), outputs.coherences.data()));
+    } else if (lines(n_) > 0) {
+        const std::size_t stride = rowStride(static_cast<std::size_t>(n_));
+        forEachTile(channels_, static_cast<std::size_t>(n_), [&](ChannelTile tile) {
+            float* const excitation = excitationRows_.data();
+            float* const response = responseRows_.data();
+            const OutputRows rows = toPlaces(excitation, excitation + lines(n_), response);
+            splitChannels(signal.excitation.data(), tile, excitation, stride);
+            splitChannels(signal.response.data(), tile, response, stride);
+            for (int r = 0; r < tile.count; ++r) {
+                const std::size_t row = static_cast<std::size_t>(r) * stride;
+                analyseChannel(
+                    settings, static_cast<std::size_t>(tile.first + r),
+                    {excitation + row, response + row}, resolution, transform,
+                    toPlaces(excitation + row, excitation + row + lines(n_), response + row));
+            }
+            tile.samples = static_cast<std::size_t>(lines(n_));
+            for (const auto& [from, to] : {std::pair(rows.amplitudes, outputs.amplitudes),
+                                           {rows.phases, outputs.phases},
+                                           {rows.coherences, outputs.coherences}}) {
+                if (from != nullptr) joinChannels(from, stride, tile, to.data());
+            }
+        });
+    }
+    progress_.endBlock(weightGrowth);
+}
+
+void DualSpectrum::analyseChannel(const DualSpectrumSettings& settings, std::size_t channel,
+                                  const SignalRows& signal, double resolution,
+                                  RealTransform transform, const OutputRows& outputs) {
     const bool corrects = settings.correction != kNoCorrection && settings.window != kNoWindow;
     const LineScale scale = {
         .divisor = static_cast<double>(n_ / 2),
@@ -113,28 +159,25 @@ void DualSpectrum::analyse(const DualSpectrumSettings& settings, const DualSigna
     // A cepstrum needs all lines at once.
     const std::size_t together = computesCepstrum(settings) ? lineCount : kLinesTogether;
 
-    for (std::size_t c = 0; lineCount > 0 && c < static_cast<std::size_t>(channels_); ++c) {
-        transformChannel(signal.excitation, c, transform, excitation_);
-        transformChannel(signal.response, c, transform, response_);
-        for (std::size_t first = 0; first < lineCount; first += together) {
-            const LineRange range = {c, first, std::min(together, lineCount - first)};
-            analyseLines(settings, range, scale, resolution, transform, outputs);
-        }
+    if (lineCount == 0) return;
+    transformRow(signal.excitation, transform, excitation_);
+    transformRow(signal.response, transform, response_);
+    for (std::size_t first = 0; first < lineCount; first += together) {
+        const LineRange range = {channel, first, std::min(together, lineCount - first)};
+        analyseLines(settings, range, scale, resolution, transform, outputs);
     }
-    progress_.endBlock(weightGrowth);
 }
 
-void DualSpectrum::transformChannel(std::span<const float> samples, std::size_t channel,
-                                    RealTransform transform, Spectrum& spectrum) const {
-    spectrumKernels().takeSamples(samples.data() + channel, static_cast<std::size_t>(channels_),
-                                  1.0F, window_.weights(), spectrum.re.data(),
+void DualSpectrum::transformRow(const float* samples, RealTransform transform,
+                                Spectrum& spectrum) const {
+    spectrumKernels().takeSamples(samples, 1, 1.0F, window_.weights(), spectrum.re.data(),
                                   static_cast<std::size_t>(n_));
     transform(spectrum.re.data(), spectrum.im.data(), n_);
 }
 
 void DualSpectrum::analyseLines(const DualSpectrumSettings& settings, const LineRange& range,
                                 const LineScale& scale, double resolution, RealTransform transform,
-                                const DualSpectrumOutputs& outputs) {
+                                const OutputRows& outputs) {
     const ComplexLines cross = cross_.from(range.first);
     double* const responsePower = work(responsePower_, range).data();
     double* const excitationPower = work(excitationPower_, range).data();
@@ -149,15 +192,13 @@ void DualSpectrum::analyseLines(const DualSpectrumSettings& settings, const Line
                                : transferFunction(settings, range, scale, present, averaged);
     const double* first = amplitudes(settings, range, result, transform);
     // Phases are not averaged, so that those which nobody sees need not be computed.
-    const bool showsSecond = settings.realImaginary() || !outputs.phases.empty();
+    const bool showsSecond = settings.realImaginary() || outputs.phases != nullptr;
     const double* second = showsSecond ? phases(settings, range, result) : nullptr;
     const double* third = settings.coherence ? coherences(range, averaged) : nullptr;
 
-    if (settings.amplitudeType == kPowerDensity && !outputs.amplitudes.empty()) {
-        const auto stride = static_cast<std::size_t>(channels_);
-        spectrumKernels().putDensities(
-            first, static_cast<float>(resolution),
-            outputs.amplitudes.data() + range.channel + range.first * stride, stride, range.count);
+    if (settings.amplitudeType == kPowerDensity && outputs.amplitudes != nullptr) {
+        spectrumKernels().putDensities(first, static_cast<float>(resolution),
+                                       outputs.amplitudes + range.first, 1, range.count);
     } else {
         put(first, range, outputs.amplitudes);
     }
@@ -283,11 +324,9 @@ const double* DualSpectrum::coherences(const LineRange& range, const Products& a
     return coherence.data();
 }
 
-void DualSpectrum::put(const double* lines, const LineRange& range, std::span<float> output) const {
-    if (output.empty() || lines == nullptr) return;
-    const auto stride = static_cast<std::size_t>(channels_);
-    spectrumKernels().putLines(lines, output.data() + range.channel + range.first * stride, stride,
-                               range.count);
+void DualSpectrum::put(const double* lines, const LineRange& range, float* output) {
+    if (output == nullptr || lines == nullptr) return;
+    spectrumKernels().putLines(lines, output + range.first, 1, range.count);
 }
 
 }  // namespace vynpack

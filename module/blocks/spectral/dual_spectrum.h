@@ -119,11 +119,25 @@ private:
     const double* average(LineAverages& averages, const AverageRule& rule, const LineRange& range,
                           const double* present) const;
 
-    void transformChannel(std::span<const float> samples, std::size_t channel,
-                          RealTransform transform, Spectrum& spectrum) const;
+    // One channel's samples of both signals, one after the other.
+    struct SignalRows {
+        const float* excitation;
+        const float* response;
+    };
+    // Where one channel's lines go, one after the other; null ones are left out.
+    struct OutputRows {
+        float* amplitudes;
+        float* phases;
+        float* coherences;
+    };
+
+    void analyseChannel(const DualSpectrumSettings& settings, std::size_t channel,
+                        const SignalRows& signal, double resolution, RealTransform transform,
+                        const OutputRows& outputs);
+    void transformRow(const float* samples, RealTransform transform, Spectrum& spectrum) const;
     void analyseLines(const DualSpectrumSettings& settings, const LineRange& range,
                       const LineScale& scale, double resolution, RealTransform transform,
-                      const DualSpectrumOutputs& outputs);
+                      const OutputRows& outputs);
     Products averageForCoherence(const LineRange& range, const Products& present);
     Products averageForTransfer(std::uint16_t averageType, std::uint16_t transferType,
                                 const LineRange& range, const Products& present);
@@ -135,7 +149,7 @@ private:
     const double* phases(const DualSpectrumSettings& settings, const LineRange& range,
                          ConstComplexLines lines);
     const double* coherences(const LineRange& range, const Products& averaged);
-    void put(const double* lines, const LineRange& range, std::span<float> output) const;
+    static void put(const double* lines, const LineRange& range, float* output);
 
     int n_ = -1;
     int channels_ = 0;
@@ -158,6 +172,10 @@ private:
     std::vector<double> phase_;
     std::vector<double> coherence_;
     std::vector<double> cepstrumWork_;
+    // A few channels side by side: each row holds the samples of one and, in their place, its lines
+    // afterwards: amplitudes and phases in those of the excitation, coherences in the response's.
+    std::vector<float> excitationRows_;
+    std::vector<float> responseRows_;
 };
 
 }  // namespace vynpack

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "filter/interleave.h"
 #include "spectral/spectrum_kernels.h"
 
 namespace vynpack {
@@ -33,44 +34,64 @@ void SpectrumAnalysis::toAmplitudes(const SpectrumSettings& settings, std::size_
 void SpectrumAnalysis::analyse(const SpectrumSettings& settings, std::span<const float> samples,
                                int channels, double resolution, RealTransform transform,
                                std::span<float> amplitudes, std::span<float> phases) {
-    const SpectrumKernels& kernels = spectrumKernels();
-    const auto stride = static_cast<std::size_t>(channels);
+    window_.choose(settings.window, settings.windowParameter, n_);
+    if (channels == 1) {
+        analyseChannel(settings, samples.data(), resolution, transform,
+                       {amplitudes.data(), phases.empty() ? nullptr : phases.data()});
+        return;
+    }
     const auto n = static_cast<std::size_t>(n_);
-    const auto lines = static_cast<std::size_t>(amplitudeLines(settings.amplitudeType, n_));
+    const std::size_t stride = rowStride(n);
+    rows_.resize(stride * static_cast<std::size_t>(std::min(channels, kTileChannels)));
+    float* const phaseRows = rows_.data() + phaseLines(n_);  // behind the amplitudes
+    forEachTile(channels, n, [&](ChannelTile tile) {
+        splitChannels(samples.data(), tile, rows_.data(), stride);
+        for (int r = 0; r < tile.count; ++r) {
+            const std::size_t row = static_cast<std::size_t>(r) * stride;
+            analyseChannel(settings, &rows_[row], resolution, transform,
+                           {&rows_[row], phases.empty() ? nullptr : phaseRows + row});
+        }
+        tile.samples = static_cast<std::size_t>(amplitudeLines(settings.amplitudeType, n_));
+        joinChannels(rows_.data(), stride, tile, amplitudes.data());
+        if (phases.empty()) return;
+        tile.samples = static_cast<std::size_t>(phaseLines(n_));
+        joinChannels(phaseRows, stride, tile, phases.data());
+    });
+}
+
+void SpectrumAnalysis::analyseChannel(const SpectrumSettings& settings, const float* samples,
+                                      double resolution, RealTransform transform,
+                                      const Lines& lines) {
+    const SpectrumKernels& kernels = spectrumKernels();
+    const auto lineCount = static_cast<std::size_t>(amplitudeLines(settings.amplitudeType, n_));
     const auto phaseLineCount = static_cast<std::size_t>(phaseLines(n_));
     const auto halfLength = static_cast<float>(n_ / 2);
 
-    window_.choose(settings.window, settings.windowParameter, n_);
-    const bool corrects = settings.correction != kNoCorrection && settings.window != kNoWindow;
-    const double correction =
-        corrects ? correctionFactor(settings.correction - kEnergyCorrection, window_.factors())
-                 : 1.0;
-
-    for (std::size_t c = 0; c < stride; ++c) {
-        kernels.takeSamples(samples.data() + c, stride, halfLength, window_.weights(), real_.data(),
-                            n);
-        transform(real_.data(), imaginary_.data(), n_);
-        if (corrects) {
-            kernels.scale(real_.data(), correction, lines);
-            kernels.scale(imaginary_.data(), correction, lines);
-        }
-
-        toAmplitudes(settings, lines, transform);
-        if (settings.amplitudeType == kPowerDensity) {
-            kernels.putDensities(result_.data(), static_cast<float>(resolution),
-                                 amplitudes.data() + c, stride, lines);
-        } else {
-            kernels.putLines(result_.data(), amplitudes.data() + c, stride, lines);
-        }
-
-        if (phases.empty()) continue;
-        if (settings.amplitudeType != kRealImaginary) {
-            const auto phase = std::span(imaginary_).first(phaseLineCount);
-            convertSpectrum(std::span(real_).first(phaseLineCount), phase, kToPhase, phase,
-                            transform, cepstrumWork_);
-        }
-        kernels.putLines(imaginary_.data(), phases.data() + c, stride, phaseLineCount);
+    kernels.takeSamples(samples, 1, halfLength, window_.weights(), real_.data(),
+                        static_cast<std::size_t>(n_));
+    transform(real_.data(), imaginary_.data(), n_);
+    if (settings.correction != kNoCorrection && settings.window != kNoWindow) {
+        const double correction =
+            correctionFactor(settings.correction - kEnergyCorrection, window_.factors());
+        kernels.scale(real_.data(), correction, lineCount);
+        kernels.scale(imaginary_.data(), correction, lineCount);
     }
+
+    toAmplitudes(settings, lineCount, transform);
+    if (settings.amplitudeType == kPowerDensity) {
+        kernels.putDensities(result_.data(), static_cast<float>(resolution), lines.amplitudes, 1,
+                             lineCount);
+    } else {
+        kernels.putLines(result_.data(), lines.amplitudes, 1, lineCount);
+    }
+
+    if (lines.phases == nullptr) return;
+    if (settings.amplitudeType != kRealImaginary) {
+        const auto phase = std::span(imaginary_).first(phaseLineCount);
+        convertSpectrum(std::span(real_).first(phaseLineCount), phase, kToPhase, phase, transform,
+                        cepstrumWork_);
+    }
+    kernels.putLines(imaginary_.data(), lines.phases, 1, phaseLineCount);
 }
 
 }  // namespace vynpack

@@ -43,6 +43,14 @@ public:
                  std::span<float> phases);
 
 private:
+    // Where a channel's lines go, one after the other; null: nowhere.
+    struct Lines {
+        float* amplitudes;
+        float* phases;
+    };
+
+    void analyseChannel(const SpectrumSettings& settings, const float* samples, double resolution,
+                        RealTransform transform, const Lines& lines);
     void toAmplitudes(const SpectrumSettings& settings, std::size_t lines, RealTransform transform);
 
     int n_ = -1;
@@ -51,6 +59,9 @@ private:
     std::vector<double> imaginary_;  // phases, once they are computed
     std::vector<double> result_;
     std::vector<double> cepstrumWork_;
+    // A few channels side by side: each row holds the samples of one and, in their place, its lines
+    // afterwards.
+    std::vector<float> rows_;
 };
 
 }  // namespace vynpack
