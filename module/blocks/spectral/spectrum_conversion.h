@@ -19,7 +19,8 @@ enum AmplitudeType : std::uint16_t {
     kAutoSpectrum = 54,
     kCepstrum = 55,
     kRealImaginary = 56,
-    kZoomFft = 57,  // named, but computed by nothing
+    // Kept: has a name but no computation, and comes from stored records alone.
+    kZoomFft = 57,
 };
 
 // Kinds of the conversion routine, with out[k] for the line re + i im.

@@ -229,6 +229,7 @@ double correctionFactor(int mode, const WindowFactors& factors) {
     switch (mode) {
         case 0: return 1.0 / std::sqrt(factors.power);
         case 1: return 1.0 / factors.gain;
+        // Kept: a correction that the dialog does not offer zeroes the spectrum.
         default: return 0.0;
     }
 }

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <string>
 #include <vector>
 
 #include "naive_transform.h"
@@ -196,6 +198,118 @@ TEST(SpectrumAnalysis, TinyBlocksAreHandled) {
                                SpectrumAnalysis::amplitudeLines(settings.amplitudeType, n)));
         }
     }
+}
+
+// --- Against a second calculation --------------------------------------------------------------
+
+// The block's steps on plain arrays, for one channel. Windows have their own tests.
+Result stepByStep(const SpectrumSettings& s, const std::vector<float>& samples, double resolution) {
+    const int n = static_cast<int>(samples.size());
+    const int m = s.amplitudeType == 55 ? n / 4 : n / 2;
+    const bool windowed = s.window >= 65 && s.window <= 79;
+    Window window;
+    if (windowed) window = makeWindow(static_cast<WindowKind>(s.window - 65), s.windowParameter, n);
+    std::vector<double> re(n + 2);
+    std::vector<double> im(n);
+    for (int i = 0; i < n; ++i) {
+        const float scaled = samples[i] / static_cast<float>(n / 2);
+        re[i] = windowed ? scaled * window.weights[i] : scaled;
+    }
+    test::naiveTransform(re.data(), im.data(), n);
+    if (s.correction != 1102 && s.window != 64) {
+        const double factor = s.correction == 1103   ? 1 / std::sqrt(window.factors.power)
+                              : s.correction == 1104 ? 1 / window.factors.gain
+                                                     : 0.0;
+        for (int k = 0; k < m; ++k)
+            re[k] *= factor, im[k] *= factor;
+    }
+    std::vector<double> cepstrum(m);
+    if (s.amplitudeType == 55) {
+        std::vector<double> logRe(m);
+        std::vector<double> logIm(m);
+        for (int k = 0; k < m; ++k)
+            logRe[k] = std::log10(re[k] * re[k] + im[k] * im[k]);
+        test::naiveTransform(logRe.data(), logIm.data(), m);
+        for (int k = 0; k <= m / 2; ++k)
+            cepstrum[k] = (logRe[k] * logRe[k] + logIm[k] * logIm[k]) / ((m / 2) * (m / 2));
+    }
+    Result result;
+    for (int k = 0; k < m; ++k) {
+        const double power = re[k] * re[k] + im[k] * im[k];
+        double value = 0.0;
+        switch (s.amplitudeType) {
+            case 50: value = std::sqrt(power); break;
+            case 51: value = std::sqrt(power / 2); break;
+            case 52:
+            case 53: value = power / 2; break;
+            case 54: value = power; break;
+            case 55: value = cepstrum[k]; break;
+            case 56: value = re[k]; break;
+            default: break;
+        }
+        auto single = static_cast<float>(value);
+        if (s.amplitudeType == 53) single /= static_cast<float>(resolution);
+        result.amplitudes.push_back(single);
+    }
+    for (int k = 0; k < n / 2; ++k) {
+        const double angle = re[k] == 0 && im[k] == 0 ? 0.0 : std::atan2(im[k], re[k]);
+        const double value =
+            s.amplitudeType == 56 ? im[k] : angle * 180 / static_cast<double>(test::kPi);
+        result.phases.push_back(static_cast<float>(value));
+    }
+    return result;
+}
+
+TEST(SpectrumAnalysis, EveryCombinationAgreesWithTheStepByStepCalculation) {
+    constexpr double kResolution = 0.7;
+    for (const int n : {16, 21}) {
+        // Noise, so that no phase stands at its wrap.
+        std::vector<float> samples(n);
+        unsigned random = 1;
+        for (float& sample : samples) {
+            random = random * 1664525U + 1013904223U;
+            sample = static_cast<float>(random >> 8) / 8388608.0F - 1.0F;
+        }
+        for (int type = 50; type <= 57; ++type) {
+            for (int window = 63; window <= 80; ++window) {
+                for (int correction = 1102; correction <= 1105; ++correction) {
+                    // The logarithm of a spectrum of zeros is no number to compare.
+                    if (type == 55 && correction == 1105 && window != 64) continue;
+                    const SpectrumSettings settings{
+                        .amplitudeType = static_cast<std::uint16_t>(type),
+                        .window = static_cast<std::uint16_t>(window),
+                        .correction = static_cast<std::uint16_t>(correction),
+                        .windowParameter = 7.0};
+                    SCOPED_TRACE(std::to_string(n) + " samples, " + std::to_string(type) + " " +
+                                 std::to_string(window) + " " + std::to_string(correction));
+                    const Result result = analyse(settings, samples, 1, kResolution);
+                    const Result expected = stepByStep(settings, samples, kResolution);
+                    ASSERT_EQ(result.amplitudes.size(), expected.amplitudes.size());
+                    for (std::size_t k = 0; k < expected.amplitudes.size(); ++k) {
+                        const float value = expected.amplitudes[k];
+                        EXPECT_NEAR(result.amplitudes[k], value, 1e-6 * std::abs(value)) << k;
+                    }
+                    ASSERT_EQ(result.phases.size(), expected.phases.size());
+                    for (std::size_t k = 0; k < expected.phases.size(); ++k) {
+                        const float value = expected.phases[k];
+                        EXPECT_NEAR(result.phases[k], value, 1e-6 * std::abs(value)) << k;
+                    }
+                }
+            }
+        }
+    }
+}
+
+TEST(SpectrumAnalysis, ACepstrumCorrectsItsOwnLinesAlone) {
+    // A correction that zeroes: the phases of the first quarter are 0, the others are untouched.
+    const auto samples = sine(32, 3.3, 1.0, 0.4);
+    SpectrumSettings settings{.amplitudeType = kCepstrum, .window = kHanningWindow};
+    const auto plain = analyse(settings, samples, 1).phases;
+    settings.correction = 1105;
+    const auto corrected = analyse(settings, samples, 1).phases;
+    ASSERT_EQ(corrected.size(), 16U);
+    for (std::size_t k = 0; k < 16; ++k)
+        EXPECT_EQ(corrected[k], k < 8 ? 0.0F : plain[k]) << k;
 }
 
 TEST(InverseSpectrum, RebuildsASineFromItsLine) {
