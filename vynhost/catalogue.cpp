@@ -47,16 +47,13 @@ std::vector<TypeInfo> moduleTypes(ModuleHost& host) {
     return types;
 }
 
-std::vector<std::string> connectorNames(const std::string& letters) {
+std::vector<std::string> connectorNames(const std::vector<std::string>& labels) {
     std::vector<std::string> names;
-    for (std::size_t i = 0; i < letters.size(); ++i) {
-        const char letter = letters[i];
-        std::string name(1, letter);
-        if (std::count(letters.begin(), letters.end(), letter) > 1) {
-            const auto before = letters.begin() + static_cast<std::ptrdiff_t>(i) + 1;
-            name += std::to_string(std::count(letters.begin(), before, letter));
+    for (auto label = labels.begin(); label != labels.end(); ++label) {
+        names.push_back(*label);
+        if (std::count(labels.begin(), labels.end(), *label) > 1) {
+            names.back() += std::to_string(std::count(labels.begin(), label + 1, *label));
         }
-        names.push_back(name);
     }
     return names;
 }
@@ -94,8 +91,8 @@ std::string listAsText(ModuleHost& host) {
             continue;
         }
         PlacedBlock block(host, type.code);
-        text += "\n      inputs " + joined(connectorNames(block.inputLetters())) + "; outputs " +
-                joined(connectorNames(block.outputLetters())) + "\n";
+        text += "\n      inputs " + joined(connectorNames(block.inputLabels())) + "; outputs " +
+                joined(connectorNames(block.outputLabels())) + "\n";
         for (const KeywordRow& row : block.keywords()) {
             text += "      " + padded(row.name, 18) + padded(typeText(row.type), 9) +
                     valueText(block.get(row)) + "\n";
@@ -117,8 +114,8 @@ std::string listAsJson(ModuleHost& host) {
         if (type.creatable) {
             PlacedBlock block(host, type.code);
             entry["connectors"] = block.connectors();
-            entry["inputs"] = connectorNames(block.inputLetters());
-            entry["outputs"] = connectorNames(block.outputLetters());
+            entry["inputs"] = connectorNames(block.inputLabels());
+            entry["outputs"] = connectorNames(block.outputLabels());
             entry["keywords"] = nlohmann::ordered_json::array();
             for (const KeywordRow& row : block.keywords()) {
                 entry["keywords"].push_back({{"name", row.name},

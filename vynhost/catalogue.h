@@ -18,9 +18,9 @@ struct TypeInfo {
 
 std::vector<TypeInfo> moduleTypes(ModuleHost& host);
 
-// The names of a block's connectors: its letter, or letter and number (from 1) where a letter
+// The names of a block's connectors: its label, or label and number (from 1) where a label
 // stands at several inputs or several outputs.
-std::vector<std::string> connectorNames(const std::string& letters);
+std::vector<std::string> connectorNames(const std::vector<std::string>& labels);
 
 std::string typeText(ValueType type);
 

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <iterator>
+#include <sstream>
 
 namespace vynhost {
 namespace {
@@ -243,29 +243,31 @@ std::string PlacedBlock::connectors() { return host_.infoText(typeCode_, kConnec
 
 namespace {
 
-std::string lettersOf(const std::string& list) {
-    std::string letters;
-    std::copy_if(list.begin(), list.end(), std::back_inserter(letters),
-                 [](char c) { return c != ','; });
-    return letters;
+// A comma ends each label.
+std::vector<std::string> labelsOf(const std::string& list) {
+    std::vector<std::string> labels;
+    std::istringstream rest(list);
+    for (std::string label; std::getline(rest, label, ',');)
+        labels.push_back(label);
+    return labels;
 }
 
 }  // namespace
 
-std::string PlacedBlock::inputLetters() {
+std::vector<std::string> PlacedBlock::inputLabels() {
     const std::string text = connectors();
-    return lettersOf(text.substr(0, text.find(';')));
+    return labelsOf(text.substr(0, text.find(';')));
 }
 
-std::string PlacedBlock::outputLetters() {
+std::vector<std::string> PlacedBlock::outputLabels() {
     const std::string text = connectors();
     const std::size_t separator = text.find(';');
-    return separator == std::string::npos ? "" : lettersOf(text.substr(separator + 1));
+    return labelsOf(separator == std::string::npos ? "" : text.substr(separator + 1));
 }
 
 void PlacedBlock::wireAll() {
-    const auto inputs = static_cast<int>(inputLetters().size());
-    const auto outputs = static_cast<int>(outputLetters().size());
+    const auto inputs = static_cast<int>(inputLabels().size());
+    const auto outputs = static_cast<int>(outputLabels().size());
     for (int i = 0; i < kMaxConnectors; ++i)
         wireInput(i, i < inputs ? i : -1);
     for (int j = 0; j < kMaxConnectors; ++j)

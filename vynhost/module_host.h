@@ -190,9 +190,9 @@ public:
 
     // --- Connectors ---
     std::string connectors();
-    // The letters before and after ";" of the connector string.
-    std::string inputLetters();
-    std::string outputLetters();
+    // The labels before and after ";" of the connector string: letters, or numbers from 1.
+    std::vector<std::string> inputLabels();
+    std::vector<std::string> outputLabels();
     // Wires every connector that the string names, and only those.
     void wireAll();
     void wireInput(int connector, int channel);  // channel < 0: not wired

@@ -129,8 +129,8 @@ void Runner::placeBlocks() {
             throw InputError(spec.typePlace, "the module cannot create a \"" + spec.type + "\"");
         }
         applySettings(*node);
-        node->inputs = connectorNames(node->block->inputLetters());
-        node->outputs = connectorNames(node->block->outputLetters());
+        node->inputs = connectorNames(node->block->inputLabels());
+        node->outputs = connectorNames(node->block->outputLabels());
         node->wired.resize(node->inputs.size());
         for (const std::string& output : node->outputs) {
             node->outlets.push_back({});

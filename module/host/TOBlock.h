@@ -4,11 +4,10 @@
 //  1. The host creates it (new, or to be restored from a parameter file) and gets its handle.
 //  2. It configures it: GetParameters shows the dialog, RemoteControl reads and sets keywords,
 //     RestoreParameters reads a record. GetConnectors may answer differently afterwards.
-//  3. A run starts: InitSim marks the run state stale. It allocates nothing that a data block
-//  decides.
+//  3. A run starts: InitSim marks the run state stale. It allocates nothing whose size a data
+//     block decides.
 //  4. Simulation is called whenever data waits at the connected inputs and the connected outputs
-//  are
-//     free. The first call of a run sizes the run buffers for the data it sees.
+//     are free. The first call of a run sizes the run buffers for the data it sees.
 //  5. The run ends: Stoppen frees the run buffers and gives back what is still held.
 //  6. Steps 2 to 5 repeat. The host deletes the block, possibly in the middle of a run.
 //

@@ -33,14 +33,14 @@ ChannelData suitableData(int typeCode, int input, unsigned seed) {
 }
 
 void feed(PlacedBlock& block, unsigned seed) {
-    for (int i = 0; i < static_cast<int>(block.inputLetters().size()); ++i) {
+    for (int i = 0; i < static_cast<int>(block.inputLabels().size()); ++i) {
         if (!block.waits(i)) block.put(i, suitableData(block.typeCode(), i, seed));
     }
 }
 
 Outputs collect(PlacedBlock& block) {
     Outputs outputs;
-    for (int j = 0; j < static_cast<int>(block.outputLetters().size()); ++j) {
+    for (int j = 0; j < static_cast<int>(block.outputLabels().size()); ++j) {
         outputs.push_back(block.take(j));
     }
     return outputs;

@@ -45,7 +45,7 @@ TEST_F(HostTest, ASineGoesThroughTheSpectrumBlock) {
 TEST_F(HostTest, SpectrumPartsGoThroughTheInverseBlock) {
     VYN_NEEDS_TYPE(kInverse);
     PlacedBlock block(host, kInverse);
-    EXPECT_EQ(block.inputLetters(), "RI");
+    EXPECT_THAT(block.inputLabels(), ElementsAre("R", "I"));
     block.wireAll();
     block.initSim();
     std::vector<float> real(16);

@@ -18,6 +18,24 @@ protected:
     void release(Handle handle) { send(Message::releaseBlock, static_cast<Int>(handle), 0); }
 };
 
+TEST_F(HostTest, ALabelOfTwoDigitsIsOneConnector) {
+    constexpr int kStatistics = 5002;
+    VYN_NEEDS_TYPE(kStatistics);
+    PlacedBlock block(host, kStatistics);
+    block.set("PkAllOn", 1);
+    block.set("PkOutMode", 2);
+    block.initSim();  // counts what is selected
+    const auto labels = block.outputLabels();
+    ASSERT_EQ(labels.size(), 21U);
+    EXPECT_EQ(labels[9], "10");
+    block.wireAll();
+    block.put(0, timeSignal({1, 2, 3, 4}));
+    EXPECT_EQ(block.simulate(), 1);
+    for (int j = 0; j < 21; ++j)
+        EXPECT_TRUE(block.take(j)) << j;
+    block.stop();
+}
+
 TEST_F(ModuleHostTest, GivesBlocksAndTakesThemBackOnce) {
     const Handle block = newBlock(3);
     ASSERT_NE(block, Handle::none);

@@ -118,7 +118,7 @@ TEST_P(Robustness, AnOutputGivenTwiceIsSurvived) {
 
 TEST_P(Robustness, AnInputThatCannotBeLockedIsSurvived) {
     PlacedBlock block(host, type());
-    const auto inputs = static_cast<int>(block.inputLetters().size());
+    const auto inputs = static_cast<int>(block.inputLabels().size());
     for (int i = 0; i < inputs; ++i) {
         SCOPED_TRACE("input " + std::to_string(i));
         block.wireAll();

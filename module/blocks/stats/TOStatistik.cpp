@@ -1,8 +1,8 @@
 #include "blocks/stats/TOStatistik.h"
 
 #include <algorithm>
+#include <charconv>
 #include <numeric>
-#include <string>
 #include <utility>
 
 #include "dialogs/TOStatistikDlg.h"
@@ -84,12 +84,13 @@ void TOStatistik::GetConnectors(ConnectorText& text) const {
         writeConnectors(text, "E,;A,");
         return;
     }
-    std::string connectors = "E,;";
+    // Three characters for each of 32 outputs at the most; the text needs no heap.
+    char* end = std::copy_n("E,;", 3, text.data());
     for (int output = 1; output <= std::min(activeCount_, kMaxConnectors); ++output) {
-        connectors += std::to_string(output);
-        connectors += ',';
+        end = std::to_chars(end, text.data() + text.size(), output).ptr;
+        *end++ = ',';
     }
-    writeConnectors(text, connectors.c_str());
+    *end = '\0';
 }
 
 int TOStatistik::GetParameters() {

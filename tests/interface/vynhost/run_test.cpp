@@ -357,9 +357,10 @@ TEST_F(RunTest, EveryExampleRunsToItsEnd) {
     if (seen == 0) GTEST_SKIP() << "the recordings are not installed";
 }
 
-TEST_F(RunTest, RepeatedConnectorLettersAreNumbered) {
-    EXPECT_THAT(connectorNames("ESA"), ElementsAre("E", "S", "A"));
-    EXPECT_THAT(connectorNames("AEA"), ElementsAre("A1", "E", "A2"));
+TEST_F(RunTest, RepeatedConnectorLabelsAreNumbered) {
+    EXPECT_THAT(connectorNames({"E", "S", "A"}), ElementsAre("E", "S", "A"));
+    EXPECT_THAT(connectorNames({"A", "E", "A"}), ElementsAre("A1", "E", "A2"));
+    EXPECT_THAT(connectorNames({"1", "10", "11"}), ElementsAre("1", "10", "11"));
 }
 
 TEST(Text, SuggestsTheNearestName) {
