@@ -8,6 +8,8 @@ namespace {
 constexpr int kThirdOctave = 5001;
 constexpr int kInverse = 5005;
 constexpr int kDualSpectrum = 5006;
+constexpr int kFilter = 5007;
+constexpr int kWeighting = 5008;
 constexpr int kSamples = 200;
 constexpr int kChannels = 2;
 
@@ -18,13 +20,18 @@ bool carriesData(int typeCode, int input) {
 }  // namespace
 
 ChannelData suitableData(int typeCode, int input, unsigned seed) {
-    if (!carriesData(typeCode, input)) return timeSignal(std::vector<float>(4), 1, 0.001);
+    if (!carriesData(typeCode, input)) {
+        const float curve = typeCode == kWeighting ? 1.0F : 0.0F;  // A; 0 would bypass the block
+        return timeSignal(std::vector<float>(4, curve), 1, 0.001);
+    }
     std::mt19937 random(seed + static_cast<unsigned>(input));
     std::uniform_real_distribution<float> between(-1.0F, 1.0F);
     std::vector<float> values(kSamples * kChannels);
     for (float& value : values)
         value = between(random);
-    ChannelData data = timeSignal(std::move(values), kChannels, 0.001);
+    // The filters' edges and the weighting curves need room below half the rate.
+    const bool filters = typeCode == kFilter || typeCode == kWeighting;
+    ChannelData data = timeSignal(std::move(values), kChannels, filters ? 1.0 / 48000 : 0.001);
     if (typeCode == kThirdOctave || typeCode == kInverse) {
         data.header.xAxisKind = kHertz;
         data.header.xStep = 10;

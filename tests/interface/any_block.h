@@ -11,7 +11,7 @@
 namespace vynhost::test {
 
 // Data that a block type takes at an input: a time signal of two channels for most, a spectrum for
-// those that want one, silence for control inputs.
+// those that want one, silence for most control inputs.
 ChannelData suitableData(int typeCode, int input, unsigned seed = 1);
 
 // Lays suitable data at every wired input that is free.

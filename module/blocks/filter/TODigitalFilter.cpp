@@ -20,7 +20,8 @@ enum Output { kFiltered };
 
 // A run whose filter would take more is refused at once, instead of driving the machine into
 // swapping.
-constexpr double kLargestFirBank = 512.0 * 1024 * 1024;
+constexpr double kLargestFirBank = 512.0 * 1024 * 1024;  // bytes
+constexpr int kMostTaps = 1 << 20;
 constexpr int kMostIirObjects = 16384;
 
 // The library's window codes, and the beta of the Kaiser window that imitates each window.
@@ -176,6 +177,7 @@ double TODigitalFilter::upperEdge() const noexcept {
 
 void TODigitalFilter::designFir(int channels, double rate) {
     const int length = std::max(parameters_.length, 0);
+    if (length > kMostTaps) return;
     if (FirFilterBank::bytesFor(length, channels) > kLargestFirBank) return;
     std::vector<double> coefficients(static_cast<std::size_t>(length));
     if (length > 0) {
