@@ -105,7 +105,8 @@ std::string steppedClassCount(std::string_view text, ScrollStep direction) {
 }
 
 std::string steppedClassLimit(std::string_view text, ScrollStep direction, double lowest) {
-    return showNumber(std::max(stepped(text, direction, 1.0), lowest));
+    const double value = stepped(text, direction, 1.0);
+    return value < lowest ? showInteger(wholePart(lowest)) : showNumber(value);
 }
 
 }  // namespace vynpack

@@ -54,10 +54,7 @@ std::int32_t controlBits(float control) {
 
 void TOLevel::GetConnectors(ConnectorText& text) const { writeConnectors(text, "E,S,;A,"); }
 
-int TOLevel::GetParameters() {
-    TOLevelDlg(*this).DoModal();
-    return 0;
-}
+int TOLevel::GetParameters() { return TOLevelDlg(*this).DoModal(); }
 
 int TOLevel::SaveParameters(FileHandle file) {
     saveRecord(file, kRecordSizeWord, parameters_);

@@ -121,6 +121,9 @@ TEST(ClassificationDraft, StepsCountsAndLimits) {
     EXPECT_EQ(steppedClassCount("1", ScrollStep::down), "1");
     EXPECT_EQ(steppedClassLimit("0.5", ScrollStep::down, 0.0), "0");
     EXPECT_EQ(steppedClassLimit("0.5", ScrollStep::up, 0.0), "1.5");
+    // Six digits would show a number beyond the lowest value.
+    EXPECT_EQ(steppedClassLimit("-9999999", ScrollStep::down, -9999999.0), "-9999999");
+    EXPECT_EQ(steppedClassLimit("-1e+07", ScrollStep::down, -9999999.0), "-9999999");
     // Above the largest value nothing stops the edit itself.
     EXPECT_EQ(steppedClassLimit("20000000", ScrollStep::up, 0.0), "2e+07");
 }
