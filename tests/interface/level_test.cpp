@@ -389,6 +389,20 @@ TEST_F(Level, EmptyBlocksChangeNothing) {
     EXPECT_EQ(play(silence(100)).size(), 1U);
 }
 
+// The head of a block in work is the host's: what it says when the block is looked at again counts.
+TEST_F(Level, ABlockThatShrinksWhileInWorkIsDone) {
+    const Handle handle = block.put(0, silence(1000));
+    EXPECT_EQ(block.simulate(), kDone);
+    EXPECT_TRUE(block.take(0));
+    EXPECT_TRUE(block.waits(0));
+    const std::int32_t fewer = 10;
+    std::memcpy(platform::View(handle).address(), &fewer, sizeof fewer);
+    EXPECT_EQ(block.simulate(), kDone);
+    EXPECT_TRUE(block.take(0));
+    EXPECT_FALSE(block.waits(0));
+    EXPECT_EQ(play(silence(101)).size(), 1U);
+}
+
 // Random block sizes, resets, pauses, weightings and runs; nothing may be left behind or go wrong.
 TEST_F(Level, SoaksInRandomBlocks) {
     std::mt19937 random(11);

@@ -1,6 +1,8 @@
 #include "blocks/filter/TOLevel.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <utility>
 
 #include "dialogs/TOLevelDlg.h"
@@ -119,7 +121,10 @@ int TOLevel::Simulation(SimulationRecord& record) {
     if (unchanged != kDone) return unchanged;
 
     LevelMeter& meter = run_->meter;
-    const auto left = [&] { return input.samplesPerChannel() - readSamples_; };
+    // Never below 0: between two calls the host may have shortened a block in work.
+    const auto left = [&] {
+        return std::max<std::int64_t>(input.samplesPerChannel() - readSamples_, 0);
+    };
     if (!meter.full()) {
         if (meter.missing() >= left()) {
             feed(input, left());
