@@ -70,8 +70,8 @@ std::string tidyHysteresis(std::string_view text);
 // The text of an integer edit after a click on its arrows, within 1..9999999.
 std::string steppedClassCount(std::string_view text, ScrollStep direction);
 
-// The text of an edit after a click on its arrows, not below `lowest`, a whole number that is written
-// as one.
+// The text of an edit after a click on its arrows, not below `lowest`, a whole number that is
+// written as one.
 std::string steppedClassLimit(std::string_view text, ScrollStep direction, double lowest);
 // A value above it is said to be too large.
 inline constexpr double kLargestClassValue = 9999999.0;

@@ -250,6 +250,40 @@ TEST(LevelMeter, AgreesWithTheLiteralComputationToTheLastBit) {
     }
 }
 
+// Slow signals, so that resets and the ends of pauses meet full and restarted histories often.
+TEST(LevelMeter, AgreesWithTheLiteralComputationThroughManyPausesAndResets) {
+    std::mt19937 random(7);
+    const auto pick = [&](int low, int high) {
+        return std::uniform_int_distribution<int>(low, high)(random);
+    };
+    for (int round = 0; round < 60; ++round) {
+        const double rates[] = {4.0, 3.3, 8.0};
+        LevelSettings settings;
+        settings.channels = pick(1, 9);
+        settings.step = 1.0 / rates[round % 3];
+        settings.outputFrequency = round % 2 == 0 ? 1.0 : 0.7;
+        settings.timeConstant = timeConstantOf(pick(0, 2));
+        settings.clockSeconds = 1 + 2 * pick(0, 2);
+        settings.blankedSeconds = pick(0, 10) * 0.5;
+        const LevelMode mode{.rms = round % 7 != 0, .impulse = round % 3 == 1};
+        LevelMeter meter(settings);
+        LiteralLevel literal(settings);
+        int control = 0;
+        for (int block = 0; block < 300; ++block) {
+            // Pauses of some seconds; resets, of the extremes more often than of everything.
+            if (pick(0, 3) == 0) control ^= 4;
+            control = (control & 4) | (pick(0, 9) == 0 ? 1 : 0) | (pick(0, 29) == 0 ? 2 : 0);
+            const std::vector<float> x = soundOf(
+                random, static_cast<std::size_t>(pick(1, 8) * settings.channels), pick(0, 2));
+            Outputs found;
+            Outputs expected;
+            feedAll(meter, x, settings.channels, control, mode, found);
+            literal.feed(x, control, mode, expected);
+            ASSERT_EQ(found, expected) << "round " << round << " block " << block;
+        }
+    }
+}
+
 // --- analytic
 
 float quantity(const Output& output, LevelQuantity q, int channel = 0, int channels = 1) {
