@@ -256,6 +256,15 @@ TEST_F(Level, ChangesOfTheSignalAreErrors) {
              d.header.xAxisKind = kMilliseconds;
              d.header.xStep = 1.0;
          }},
+        // Of several changes the first of channels, rate and unit is named.
+        {"Anzahl der eintreffenden Kanäle",
+         [](ChannelData& d) {
+             d.header.channelCount = 2;
+             d.header.xStep = 0.0011;
+             d.header.xAxisKind = kMilliseconds;
+         }},
+        {"Abtastrate der eintreffenden Kanäle",
+         [](ChannelData& d) { d.header.xAxisKind = kMilliseconds; }},
     };
     for (const Row& row : rows) {
         block.initSim();
@@ -366,6 +375,32 @@ TEST_F(Level, ASecondRunEqualsTheFirst) {
     ASSERT_EQ(second.size(), first.size());
     for (std::size_t i = 0; i < first.size(); ++i)
         EXPECT_THAT(second[i].values, Eq(first[i].values));
+}
+
+TEST_F(Level, ANewRunForgetsTheControlValue) {
+    block.wireInput(1, 1);
+    block.put(1, oneChannel({2.0F}));
+    block.put(0, silence(50));
+    EXPECT_EQ(block.simulate(), kDone);
+    block.stop();
+    start();
+    const auto outputs = play(silence(102));
+    ASSERT_EQ(outputs.size(), 1U);
+    EXPECT_FLOAT_EQ(outputs[0].values[kRunningTime], 0.1F) << "no edge, no reset";
+}
+
+TEST_F(Level, ANewRunReadsTheWaitingBlockFromItsStart) {
+    block.put(0, silence(350));
+    EXPECT_EQ(block.simulate(), kDone);
+    EXPECT_TRUE(block.take(0));
+    ASSERT_TRUE(block.waits(0));
+    start();
+    int outputs = 0;
+    while (block.waits(0)) {
+        EXPECT_EQ(block.simulate(), kDone);
+        if (block.take(0)) ++outputs;
+    }
+    EXPECT_EQ(outputs, 3);
 }
 
 TEST_F(Level, ARefusedOutputComesWithTheNextCall) {

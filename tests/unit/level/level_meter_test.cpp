@@ -512,6 +512,30 @@ TEST(LevelMeter, PeaksHaveMaximaAndPercentilesOnly) {
     EXPECT_NEAR(quantity(outputs[0], kPercentile50), 93.8, 1e-5);
 }
 
+TEST(LevelMeter, TheTimeConstantsAreThoseOfSlowFastAndImpulse) {
+    EXPECT_EQ(timeConstantOf(kSlow), 1.0);
+    EXPECT_EQ(timeConstantOf(kFast), 0.125);
+    EXPECT_EQ(timeConstantOf(kImpulse), 0.035);
+    EXPECT_EQ(timeConstantOf(7), 1.0);
+}
+
+TEST(LevelMeter, PeaksLeaveNoEnergyAndNoClockMaximaBehind) {
+    // 8 s of peaks of 1 Pa, two samples of next to nothing, then mean squares of 0.1 Pa.
+    LevelMeter meter(
+        {.step = 0.125, .outputFrequency = 1.0, .timeConstant = 1e-9, .clockSeconds = 1});
+    std::vector<float> peaks(64, 1.0F);
+    peaks.insert(peaks.end(), 2, 1e-6F);
+    Outputs outputs;
+    feedAll(meter, peaks, 1, 0, {.rms = false}, outputs);
+    feedAll(meter, std::vector<float>(64, 0.1F), 1, 0, {.rms = true}, outputs);
+    ASSERT_EQ(outputs.size(), 16U);
+    EXPECT_NEAR(quantity(outputs.back(), kMeasurementTime), 16.0, 1e-6);
+    // The energy of the mean squares alone, over all the time.
+    EXPECT_NEAR(quantity(outputs.back(), kEquivalentLevel),
+                kLevelOfOnePascal - 20 + 10 * std::log10(62.0 / 128.0), 1e-4);
+    EXPECT_NEAR(quantity(outputs.back(), kMeanClockMaximumLevel), kLevelOfOnePascal - 20, 1e-4);
+}
+
 TEST(LevelMeter, ClockMaximaAreThoseOfWholeIntervals) {
     // Intervals of 3 s with maxima of 1, 10 and 0.1 Pa. The sums of the sample interval may close
     // an interval a sample late, so each change of the signal keeps off the border.
