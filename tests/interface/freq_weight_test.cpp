@@ -144,9 +144,9 @@ TEST_F(FreqWeight, ControlValuesRoundHalfUpToACurve) {
     const struct {
         float value;
         int weighting;
-    } rows[] = {{0, 0},     {0.49F, 0}, {0.5F, 1},  {1, 1},    {1.49F, 1},    {1.5F, 2},
-                {2.49F, 2}, {2.5F, 3},  {3, 3},     {3.7F, 3}, {1e30F, 3},    {infinity, 3},
-                {-3, 0},    {-0.5F, 0}, {-0.2F, 0}, {nan, 0},  {-infinity, 0}};
+    } rows[] = {{0, 0},     {0.49F, 0}, {0.5F, 1},  {1, 1},    {1.49F, 1},     {1.5F, 2},
+                {2.49F, 2}, {2.5F, 3},  {3, 3},     {3.7F, 3}, {1e30F, 3},     {infinity, 3},
+                {-3, 0},    {-0.5F, 0}, {-0.2F, 0}, {nan, 0},  {-infinity, 0}, {0.49999997F, 0}};
     block.wireInput(0, -1);
     for (const auto& row : rows) {
         block.set("PkXweight", 7);
@@ -324,7 +324,14 @@ TEST_F(FreqWeight, ChangesDuringTheRunFail) {
     rate.header.xStep = std::nextafter(1.0, 2.0);
     ChannelData channels = first;
     channels.header.channelCount = 2;
+    // Of several changes the first of unit, rate and channels is named.
+    ChannelData rateAndChannels = rate;
+    rateAndChannels.header.channelCount = 2;
+    ChannelData everything = rateAndChannels;
+    everything.header.xAxisKind = kKilohertz;
     const std::pair<ChannelData, const char*> rows[] = {
+        {rateAndChannels, "Abtastrate der eintreffenden"},
+        {everything, "Achsenbezeichnung der eintreffenden"},
         {unit, "Achsenbezeichnung der eintreffenden"},
         {unknown, "Achsenbezeichnung der eintreffenden"},
         {rate, "Abtastrate der eintreffenden"},
