@@ -432,6 +432,19 @@ TEST_F(FreqWeight, WithoutARunNothingHappens) {
     takeBoxes();
 }
 
+TEST_F(FreqWeight, StopReleasesTheFilters) {
+    block.set("PkXweight", 1);
+    block.initSim();
+    EXPECT_TRUE(block.process(timeSignal({1, 2})));
+    block.stop();
+    block.put(0, timeSignal({1, 2}));
+    EXPECT_EQ(block.simulate(), kFailed) << "a run without its begin has none";
+    block.stop();
+    block.initSim();
+    EXPECT_TRUE(block.process(timeSignal({1, 2})));
+    block.stop();
+}
+
 // --- Time signals ---------------------------------------------------------------------------
 
 // The bilinear transform of the analog curve: corners and frequency warped alike.
