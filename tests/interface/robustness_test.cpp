@@ -2,6 +2,7 @@
 #include <xmmintrin.h>
 
 #include <array>
+#include <clocale>
 #include <limits>
 
 #include "interface/any_block.h"
@@ -468,6 +469,63 @@ TEST_P(Robustness, TwoBlocksSideBySideDoNotMeet) {
         one.simulate();
         EXPECT_TRUE(sameBits(collect(one), expected[i]));
     }
+}
+
+// A host whose message leads back into the module: another block works while this one waits.
+TEST_P(Robustness, AnotherBlockMayWorkWithinAMessageOfTheFirst) {
+    PlacedBlock alone(host, type());
+    const auto expected = run(alone, 2);
+    for (const Message message : {Message::newBlock, Message::copyHeader, Message::releaseBlock,
+                                  Message::inputCount, Message::outputCount}) {
+        SCOPED_TRACE(static_cast<int>(message));
+        PlacedBlock outer(host, type());
+        outer.wireAll();
+        outer.initSim();
+        for (unsigned i = 0; i < expected.size(); ++i) {
+            std::vector<Outputs> inner;
+            feed(outer, i + 1);
+            host.misbehave({.message = message, .fault = Fault::run, .times = 1, .before = [&] {
+                                PlacedBlock block(host, type());
+                                inner = run(block, static_cast<int>(expected.size()));
+                            }});
+            outer.simulate();
+            host.behave();
+            EXPECT_TRUE(sameBits(collect(outer), expected[i]));
+            for (std::size_t k = 0; k < inner.size(); ++k)
+                EXPECT_TRUE(sameBits(inner[k], expected[k]));
+        }
+        outer.stop();
+    }
+}
+
+TEST_P(Robustness, TheLocaleOfTheHostChangesNothing) {
+    const auto expected = [&] {
+        PlacedBlock block(host, type());
+        return run(block, 2);
+    }();
+    const std::string before = std::setlocale(LC_ALL, nullptr);
+    int found = 0;
+    for (const char* name : {"C", "C.UTF-8", "de_DE.UTF-8", "tr_TR.UTF-8", "German", "Turkish"}) {
+        if (std::setlocale(LC_ALL, name) == nullptr) continue;
+        ++found;
+        SCOPED_TRACE(name);
+        PlacedBlock block(host, type());
+        for (const KeywordRow& row : block.keywords()) {
+            // In a Turkish locale the small letter of I is another one.
+            std::string small = row.name;
+            for (char& c : small) {
+                if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+            }
+            EXPECT_EQ(block.get({small, row.type}), block.get(row)) << small;
+        }
+        PlacedBlock fresh(host, type());
+        const auto again = run(fresh, 2);
+        for (std::size_t i = 0; i < again.size(); ++i)
+            EXPECT_TRUE(sameBits(again[i], expected[i]));
+        EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), name);
+    }
+    std::setlocale(LC_ALL, before.c_str());
+    EXPECT_GE(found, 1);
 }
 
 TEST_P(Robustness, TheFloatingPointModeOfTheHostChangesNoBitAndIsLeftAsItWas) {

@@ -1,4 +1,4 @@
-#include "heap/failing_heap.h"
+#include "scarce/failing_heap.h"
 
 #include <link.h>
 

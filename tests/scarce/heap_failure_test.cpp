@@ -1,8 +1,8 @@
 // A heap that is empty, at every place where the module or its library asks for something.
 #include <ostream>
 
-#include "heap/failing_heap.h"
 #include "interface/any_block.h"
+#include "scarce/failing_heap.h"
 
 namespace vynhost::test {
 namespace {
