@@ -24,38 +24,21 @@ struct ClassScale {
     }
 };
 
-// The lower limits of all classes and the upper limit of the last, with a quick search.
+// The lower limits of all classes and the upper limit of the last, for kernels.
 class ClassLimits {
 public:
+    // Infinities behind the limits.
+    static constexpr int kPadding = 8;
+
     explicit ClassLimits(const ClassScale& scale);
 
-    // Limits that do not rise allow no search.
-    bool rising() const { return rising_; }
-    int classes() const { return static_cast<int>(limits_.size()) - 1; }
-    // k from 0 to classes(), the last being the upper limit of the last class.
-    double operator[](int k) const { return limits_[static_cast<std::size_t>(k)]; }
     const double* data() const { return limits_.data(); }
-
-    // The largest k with limit k <= x, or -1 below all; needs rising limits and a number.
-    int atOrBelow(double x) const {
-        int k = guess(x);
-        while (k >= 0 && (*this)[k] > x)
-            --k;
-        while (k < classes() && (*this)[k + 1] <= x)
-            ++k;
-        return k;
-    }
+    // Whether the classes have a height.
+    bool rising() const { return rising_; }
 
 private:
-    int guess(double x) const {
-        const double k = (x - limits_.front()) * perWidth_;
-        if (!(k >= 0.0)) return -1;
-        return k < classes() ? static_cast<int>(k) : classes();
-    }
-
     std::vector<double> limits_;
-    double perWidth_ = 0.0;
-    bool rising_ = false;
+    bool rising_;
 };
 
 }  // namespace vynpack

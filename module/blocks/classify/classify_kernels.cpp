@@ -1,5 +1,7 @@
 #include "classify/classify_kernels.h"
 
+#include "kernel_lanes.h"
+
 namespace vynpack::VYN_KERNEL_LEVEL {
 namespace {
 
@@ -31,43 +33,31 @@ void extremeIndices(const double* x, const double* shifts, std::size_t count, do
 
 constexpr double kNothing = __builtin_nan("");
 
-// One number per lane. The searches carry so much from pair to pair that no compiler sees the lanes
-// in plain loops; the language has no vectors yet.
-template <int lanes>
-struct Lanes {
-    typedef float Samples __attribute__((vector_size(lanes * sizeof(float))));
-    typedef double Reals __attribute__((vector_size(lanes * sizeof(double))));
-};
-
-template <int lanes>
-void excursions(const float* x, std::size_t stride, std::size_t frames, int first, int all,
-                double referenceLine, double hysteresis, ExcursionLanes* state, double* extremes) {
-    using Reals = typename Lanes<lanes>::Reals;
+template <class Group>
+void excursions(const float* x, std::size_t stride, std::size_t frames, std::size_t first,
+                std::size_t all, double referenceLine, double hysteresis, ExcursionLanes* state,
+                double* extremes) {
+    using Floats = typename Group::Floats;
+    using Reals = typename Group::Doubles;
     const Reals line = Reals{} + referenceLine;
     const Reals above = line + hysteresis;
     const Reals below = line - hysteresis;
     const Reals nothing = Reals{} + kNothing;
     const Reals one = Reals{} + 1.0;
     const Reals zero{};
-    Reals a;
-    Reals extreme;
-    Reals up;
-    Reals down;
-    __builtin_memcpy(&a, state->last + first, sizeof a);
-    __builtin_memcpy(&extreme, state->extreme + first, sizeof extreme);
-    __builtin_memcpy(&up, state->crossedUpward + first, sizeof up);
-    __builtin_memcpy(&down, state->crossedDownward + first, sizeof down);
+    auto a = load<Reals>(state->last + first);
+    auto extreme = load<Reals>(state->extreme + first);
+    auto up = load<Reals>(state->crossedUpward + first);
+    auto down = load<Reals>(state->crossedDownward + first);
     for (std::size_t frame = 0; frame < frames; ++frame) {
-        typename Lanes<lanes>::Samples samples;
-        __builtin_memcpy(&samples, x + first, sizeof samples);
-        const Reals b = __builtin_convertvector(samples, Reals);
+        const auto b = converted<Reals>(load<Floats>(x + first));
         up = (b >= line) & (line > a) ? one : up;
         down = (line > b) & (a >= line) ? one : down;
         extreme = (a >= line) & (a > extreme) ? a : extreme;
         extreme = (a < line) & (a < extreme) ? a : extreme;
         const auto both = (up > zero) & (down > zero);
         const Reals counted = both & ((extreme >= above) | (extreme < below)) ? extreme : nothing;
-        __builtin_memcpy(extremes + first, &counted, sizeof counted);
+        store(counted, extremes + first);
         up = both & (extreme >= line) ? zero : up;
         down = both & (extreme < line) ? zero : down;
         extreme = both ? line : extreme;
@@ -75,32 +65,28 @@ void excursions(const float* x, std::size_t stride, std::size_t frames, int firs
         x += stride;
         extremes += all;
     }
-    __builtin_memcpy(state->last + first, &a, sizeof a);
-    __builtin_memcpy(state->extreme + first, &extreme, sizeof extreme);
-    __builtin_memcpy(state->crossedUpward + first, &up, sizeof up);
-    __builtin_memcpy(state->crossedDownward + first, &down, sizeof down);
+    store(a, state->last + first);
+    store(extreme, state->extreme + first);
+    store(up, state->crossedUpward + first);
+    store(down, state->crossedDownward + first);
 }
 
-template <int lanes>
-void turns(const float* x, std::size_t stride, std::size_t frames, int first, int all,
-           double referenceLine, double hysteresis, TurningLanes* state, double* extremes) {
-    using Reals = typename Lanes<lanes>::Reals;
+template <class Group>
+void turns(const float* x, std::size_t stride, std::size_t frames, std::size_t first,
+           std::size_t all, double referenceLine, double hysteresis, TurningLanes* state,
+           double* extremes) {
+    using Floats = typename Group::Floats;
+    using Reals = typename Group::Doubles;
     const Reals line = Reals{} + referenceLine;
     const Reals nothing = Reals{} + kNothing;
     const Reals one = Reals{} + 1.0;
     const Reals zero{};
-    Reals a;
-    Reals extreme;
-    Reals slope;
-    Reals candidate;
-    __builtin_memcpy(&a, state->last + first, sizeof a);
-    __builtin_memcpy(&extreme, state->extreme + first, sizeof extreme);
-    __builtin_memcpy(&slope, state->slope + first, sizeof slope);
-    __builtin_memcpy(&candidate, state->candidate + first, sizeof candidate);
+    auto a = load<Reals>(state->last + first);
+    auto extreme = load<Reals>(state->extreme + first);
+    auto slope = load<Reals>(state->slope + first);
+    auto candidate = load<Reals>(state->candidate + first);
     for (std::size_t frame = 0; frame < frames; ++frame) {
-        typename Lanes<lanes>::Samples samples;
-        __builtin_memcpy(&samples, x + first, sizeof samples);
-        const Reals b = __builtin_convertvector(samples, Reals);
+        const auto b = converted<Reals>(load<Floats>(x + first));
         const Reals next = (b > a ? one : zero) - (b < a ? one : zero);
         slope = slope == kSlopeUnknown ? next : slope;
         const auto maximum = (slope > zero) & (next <= zero) & (a >= line);
@@ -113,46 +99,39 @@ void turns(const float* x, std::size_t stride, std::size_t frames, int first, in
         const auto confirmed =
             (isMaximum & (b < extreme - hysteresis)) | (isMinimum & (b > extreme + hysteresis));
         const auto dropped = (isMaximum & (b > extreme)) | (isMinimum & (b < extreme));
-        const Reals counted = confirmed & ~dropped ? extreme : nothing;
-        __builtin_memcpy(extremes + first, &counted, sizeof counted);
+        const Reals counted = confirmed & !dropped ? extreme : nothing;
+        store(counted, extremes + first);
         candidate = confirmed | dropped ? zero : candidate;
         slope = next;
         a = b;
         x += stride;
         extremes += all;
     }
-    __builtin_memcpy(state->last + first, &a, sizeof a);
-    __builtin_memcpy(state->extreme + first, &extreme, sizeof extreme);
-    __builtin_memcpy(state->slope + first, &slope, sizeof slope);
-    __builtin_memcpy(state->candidate + first, &candidate, sizeof candidate);
+    store(a, state->last + first);
+    store(extreme, state->extreme + first);
+    store(slope, state->slope + first);
+    store(candidate, state->candidate + first);
 }
 
-template <int lanes>
-void peaks(const float* x, std::size_t stride, std::size_t frames, int first, int all,
-           double hysteresis, double shift, SeparateLanes* state, double* extremes,
+template <class Group>
+void peaks(const float* x, std::size_t stride, std::size_t frames, std::size_t first,
+           std::size_t all, double hysteresis, double shift, SeparateLanes* state, double* extremes,
            double* shifts) {
-    using Reals = typename Lanes<lanes>::Reals;
+    using Floats = typename Group::Floats;
+    using Reals = typename Group::Doubles;
     const Reals h = Reals{} + hysteresis;
     const Reals nothing = Reals{} + kNothing;
     const Reals shifted = Reals{} + shift;
     const Reals one = Reals{} + 1.0;
     const Reals zero{};
-    Reals a;
-    Reals maximum;
-    Reals minimum;
-    Reals slope;
-    Reals maximumPending;
-    Reals minimumPending;
-    __builtin_memcpy(&a, state->last + first, sizeof a);
-    __builtin_memcpy(&maximum, state->maximum + first, sizeof maximum);
-    __builtin_memcpy(&minimum, state->minimum + first, sizeof minimum);
-    __builtin_memcpy(&slope, state->slope + first, sizeof slope);
-    __builtin_memcpy(&maximumPending, state->maximumPending + first, sizeof maximumPending);
-    __builtin_memcpy(&minimumPending, state->minimumPending + first, sizeof minimumPending);
+    auto a = load<Reals>(state->last + first);
+    auto maximum = load<Reals>(state->maximum + first);
+    auto minimum = load<Reals>(state->minimum + first);
+    auto slope = load<Reals>(state->slope + first);
+    auto maximumPending = load<Reals>(state->maximumPending + first);
+    auto minimumPending = load<Reals>(state->minimumPending + first);
     for (std::size_t frame = 0; frame < frames; ++frame) {
-        typename Lanes<lanes>::Samples samples;
-        __builtin_memcpy(&samples, x + first, sizeof samples);
-        const Reals b = __builtin_convertvector(samples, Reals);
+        const auto b = converted<Reals>(load<Floats>(x + first));
         const Reals next = (b > a ? one : zero) - (b < a ? one : zero);
         slope = slope == kSlopeUnknown ? next : slope;
         const auto top = (slope > zero) & (next <= zero);
@@ -161,8 +140,8 @@ void peaks(const float* x, std::size_t stride, std::size_t frames, int first, in
         const auto nearMinimum = (a - minimum <= h) & (minimum - a <= h);
         const auto nearMaximum = (a - maximum <= h) & (maximum - a <= h);
         const auto tooNear = (top & nearMinimum) | (bottom & nearMaximum);
-        maximum = top & ~nearMinimum ? a : maximum;
-        minimum = bottom & ~nearMaximum ? a : minimum;
+        maximum = top & !nearMinimum ? a : maximum;
+        minimum = bottom & !nearMaximum ? a : minimum;
         maximumPending = top ? one : maximumPending;
         minimumPending = bottom ? one : minimumPending;
         maximumPending = tooNear ? zero : maximumPending;
@@ -170,12 +149,12 @@ void peaks(const float* x, std::size_t stride, std::size_t frames, int first, in
 
         const auto countMaximum = (maximumPending > zero) & ((b - maximum > h) | (maximum - b > h));
         const auto countMinimum =
-            ~countMaximum & (minimumPending > zero) & ((b - minimum > h) | (minimum - b > h));
+            (minimumPending > zero) & ((b - minimum > h) | (minimum - b > h)) & !countMaximum;
         const Reals oneOfBoth = countMaximum ? maximum : nothing;
         const Reals counted = countMinimum ? minimum : oneOfBoth;
         const Reals shiftOfIt = countMaximum ? shifted : zero;
-        __builtin_memcpy(extremes + first, &counted, sizeof counted);
-        __builtin_memcpy(shifts + first, &shiftOfIt, sizeof shiftOfIt);
+        store(counted, extremes + first);
+        store(shiftOfIt, shifts + first);
         maximumPending = countMaximum ? zero : maximumPending;
         minimumPending = countMinimum ? zero : minimumPending;
         slope = next;
@@ -184,56 +163,171 @@ void peaks(const float* x, std::size_t stride, std::size_t frames, int first, in
         extremes += all;
         shifts += all;
     }
-    __builtin_memcpy(state->last + first, &a, sizeof a);
-    __builtin_memcpy(state->maximum + first, &maximum, sizeof maximum);
-    __builtin_memcpy(state->minimum + first, &minimum, sizeof minimum);
-    __builtin_memcpy(state->slope + first, &slope, sizeof slope);
-    __builtin_memcpy(state->maximumPending + first, &maximumPending, sizeof maximumPending);
-    __builtin_memcpy(state->minimumPending + first, &minimumPending, sizeof minimumPending);
+    store(a, state->last + first);
+    store(maximum, state->maximum + first);
+    store(minimum, state->minimum + first);
+    store(slope, state->slope + first);
+    store(maximumPending, state->maximumPending + first);
+    store(minimumPending, state->minimumPending + first);
 }
 
-// What a register holds.
-#if defined(__AVX512F__)
-constexpr int kRegister = 8;
-#elif defined(__AVX2__)
-constexpr int kRegister = 4;
-#else
-constexpr int kRegister = 2;
-#endif
-
-// A group of lanes, a register after the other.
 void findExcursions(const float* x, std::size_t stride, std::size_t frames, int lanes, double line,
                     double hysteresis, ExcursionLanes* state, double* extremes) {
-    int i = 0;
-    for (; i + kRegister <= lanes; i += kRegister) {
-        excursions<kRegister>(x, stride, frames, i, lanes, line, hysteresis, state, extremes);
-    }
-    for (; i < lanes; ++i)
-        excursions<1>(x, stride, frames, i, lanes, line, hysteresis, state, extremes);
+    const auto all = static_cast<std::size_t>(lanes);
+    forEachLaneGroup(all, [=](auto group, std::size_t first) {
+        excursions<decltype(group)>(x, stride, frames, first, all, line, hysteresis, state,
+                                    extremes);
+    });
 }
 
 void findTurns(const float* x, std::size_t stride, std::size_t frames, int lanes, double line,
                double hysteresis, TurningLanes* state, double* extremes) {
-    int i = 0;
-    for (; i + kRegister <= lanes; i += kRegister)
-        turns<kRegister>(x, stride, frames, i, lanes, line, hysteresis, state, extremes);
-    for (; i < lanes; ++i)
-        turns<1>(x, stride, frames, i, lanes, line, hysteresis, state, extremes);
+    const auto all = static_cast<std::size_t>(lanes);
+    forEachLaneGroup(all, [=](auto group, std::size_t first) {
+        turns<decltype(group)>(x, stride, frames, first, all, line, hysteresis, state, extremes);
+    });
 }
 
 void findPeaks(const float* x, std::size_t stride, std::size_t frames, int lanes, double hysteresis,
                double shift, SeparateLanes* state, double* extremes, double* shifts) {
-    int i = 0;
-    for (; i + kRegister <= lanes; i += kRegister) {
-        peaks<kRegister>(x, stride, frames, i, lanes, hysteresis, shift, state, extremes, shifts);
+    const auto all = static_cast<std::size_t>(lanes);
+    forEachLaneGroup(all, [=](auto group, std::size_t first) {
+        peaks<decltype(group)>(x, stride, frames, first, all, hysteresis, shift, state, extremes,
+                               shifts);
+    });
+}
+
+// Registers full of single precision, for classes side by side.
+constexpr int kFloats = 2 * kLanes;
+using Floats [[gnu::vector_size(4 * kFloats)]] = float;
+using Masks [[gnu::vector_size(4 * kFloats)]] = std::int32_t;
+
+void countAmong(const float* x, std::size_t stride, std::size_t pairs, float last,
+                CrossingClasses* classes) {
+    for (int first = 0; first < classes->count; first += kFloats) {
+        const auto sign = load<Floats>(classes->sign + first);
+        const auto limit = load<Floats>(classes->limit + first);
+        const auto back = load<Floats>(classes->back + first);
+        const auto onward = load<Floats>(classes->onward + first);
+        auto armed = load<Masks>(classes->armed + first);
+        auto crossings = load<Masks>(classes->crossings + first);
+        Floats a = sign * last;
+        for (std::size_t i = 0; i < pairs; ++i) {
+            const Floats b = sign * x[i * stride];
+            // The crossing is counted first; the same pair may re-arm the class.
+            const Masks counted = (b >= limit) & (limit > a) & armed;
+            crossings -= counted;
+            armed = (armed & ~counted) | (b <= back) | (b >= onward);
+            a = b;
+        }
+        store(armed, classes->armed + first);
+        store(crossings, classes->crossings + first);
     }
-    for (; i < lanes; ++i)
-        peaks<1>(x, stride, frames, i, lanes, hysteresis, shift, state, extremes, shifts);
+}
+
+// The same for samples that all lie beyond the limits: classes are re-armed and nothing else.
+void rearm(float low, float high, CrossingClasses* classes) {
+    for (int k = 0; k < classes->count; ++k) {
+        const bool upwards = classes->sign[k] > 0.0F;
+        const float lowest = upwards ? low : -high;
+        const float highest = upwards ? high : -low;
+        const bool arms = (lowest <= classes->back[k]) | (highest >= classes->onward[k]);
+        classes->armed[k] |= arms ? -1 : 0;
+    }
+}
+
+void countCrossings(const float* x, std::size_t stride, std::size_t pairs, float last,
+                    CrossingClasses* classes, std::size_t groups) {
+    if (groups <= 2) {
+        for (std::size_t group = 0; group < groups; ++group)
+            countAmong(x, stride, pairs, last, classes + group);
+        return;
+    }
+    // Among many classes a few samples come near a few alone.
+    constexpr std::size_t kPairsTogether = 32;
+    constexpr float kInfinity = __builtin_inff();
+    while (pairs > 0) {
+        const std::size_t now = pairs < kPairsTogether ? pairs : kPairsTogether;
+        float low = kInfinity;
+        float high = -kInfinity;
+        for (std::size_t i = 0; i < now; ++i) {
+            const float b = x[i * stride];
+            low = b < low ? b : low;
+            high = b > high ? b : high;
+        }
+        for (std::size_t group = 0; group < groups; ++group) {
+            CrossingClasses* some = classes + group;
+            const bool beyond = (high < some->lowest && !(last >= some->lowest)) ||
+                                (low > some->highest && !(last <= some->highest));
+            if (beyond) {
+                rearm(low, high, some);
+            } else {
+                countAmong(x, stride, now, last, some);
+            }
+        }
+        last = x[(now - 1) * stride];
+        x += now * stride;
+        pairs -= now;
+    }
+}
+
+// All classes look at every line: no branch depends on the signal, and the sums stay in registers.
+void addDwell(const float* x, std::size_t stride, std::size_t pairs, double last,
+              const DwellRules* rules, double* sums) {
+    using Reals = Lanes<kLanes>::Doubles;
+    constexpr std::size_t kLinesTogether = 16;
+    const double infinity = __builtin_inf();
+    const Reals zero{};
+    const Reals step = zero + rules->step;
+    for (std::size_t done = 0; done < pairs; done += kLinesTogether) {
+        const std::size_t now = pairs - done < kLinesTogether ? pairs - done : kLinesTogether;
+        double samples[kLinesTogether + 1] = {last};
+        for (std::size_t i = 0; i < now; ++i)
+            samples[i + 1] = x[(done + i) * stride];
+        last = samples[now];
+        // Where each line runs, or the reverse of everywhere where it counts in no class.
+        double low[kLinesTogether];
+        double high[kLinesTogether];
+        for (std::size_t i = 0; i < kLinesTogether; ++i) {
+            const double a = samples[i];
+            const double b = samples[i + 1];
+            const bool counts = (rules->begin <= b) & (b <= rules->end) & (a == a);
+            const double smaller = a < b ? a : b;
+            const double larger = a < b ? b : a;
+            low[i] = counts ? smaller : infinity;
+            high[i] = counts ? larger : -infinity;
+        }
+        double lowest = infinity;
+        double highest = -infinity;
+        for (std::size_t i = 0; i < now; ++i) {
+            lowest = low[i] < lowest ? low[i] : lowest;
+            highest = high[i] > highest ? high[i] : highest;
+        }
+        for (int k = 0; k < rules->n; k += kLanes) {
+            const double* limits = rules->limits + k;
+            if (highest < limits[0] || lowest > limits[kLanes]) continue;
+            const auto lower = load<Reals>(limits);
+            const auto upper = load<Reals>(limits + 1);
+            auto sum = load<Reals>(sums + k);
+            for (std::size_t i = 0; i < now; ++i) {
+                const Reals from = zero + low[i];
+                const Reals to = zero + high[i];
+                const Reals top = upper < to ? upper : to;
+                const Reals bottom = lower > from ? lower : from;
+                const Reals part = step * (top - bottom) / (to - from);
+                const Reals time = top > bottom ? part : zero;
+                // A line that rests on the end is in no class.
+                const auto inside = (lower <= from) & (to <= upper) & (from < upper);
+                sum += inside ? step : time;
+            }
+            store(sum, sums + k);
+        }
+    }
 }
 
 }  // namespace
 
 const ClassifyKernels classifyKernels = {classIndices, extremeIndices, findExcursions, findTurns,
-                                         findPeaks};
+                                         findPeaks,    countCrossings, addDwell};
 
 }  // namespace vynpack::VYN_KERNEL_LEVEL

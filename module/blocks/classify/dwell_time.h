@@ -17,19 +17,12 @@ public:
     void reset() override;
 
 private:
-    // Adds the pieces of one channel's pairs to the sums, which lie one per class.
-    void addPairs(const float* x, std::size_t stride, std::size_t pairs, double a, double step,
-                  double* sums) const;
-    void addMovingPair(double a, double b, int classOfA, int classOfB, double step,
-                       double* sums) const;
-
     ClassLimits limits_;
-    bool first_ = true;           // the first block of the run: its first sample has no predecessor
-    double total_ = 0.0;          // the same for all channels
-    std::vector<double> last_;    // sample per channel
-    std::vector<double> dwell_;   // per channel and class
-    std::vector<double> sums_;    // per class, of the block in work
-    std::vector<double> wholes_;  // time * height of the classes for the step in work
+    bool first_ = true;          // the first block of the run: its first sample has no predecessor
+    double total_ = 0.0;         // the same for all channels
+    std::vector<double> last_;   // sample per channel
+    std::vector<double> dwell_;  // per channel and class
+    std::vector<double> sums_;   // per class, of the block in work, with the padding of the limits
 };
 
 }  // namespace vynpack

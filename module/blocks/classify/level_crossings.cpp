@@ -1,65 +1,102 @@
 #include "classify/level_crossings.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 
 namespace vynpack {
 namespace {
 
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+constexpr double kNotANumber = std::numeric_limits<double>::quiet_NaN();
+constexpr auto kTogether = static_cast<std::size_t>(kClassesTogether);
+
+// The sample next to a value that is not below it, or not above it: a sample compares with it as
+// with the value.
+float notBelow(double value) {
+    const auto sample = static_cast<float>(value);
+    return sample < value ? std::nextafter(sample, kInfinity) : sample;
+}
+float notAbove(double value) { return -notBelow(-value); }
+
+void addClass(CrossingClasses& group, bool upwards, double limit, double back, double onward) {
+    const double sign = upwards ? 1.0 : -1.0;
+    const int place = group.count++;
+    group.sign[place] = static_cast<float>(sign);
+    group.limit[place] = notBelow(sign * limit);
+    group.back[place] = notAbove(sign * back);
+    group.onward[place] = notBelow(sign * onward);
+    group.armed[place] = -1;
+    group.lowest = std::min(group.lowest, notAbove(limit));
+    group.highest = std::max(group.highest, notBelow(limit));
+}
+
+// One channel's classes, all armed.
+std::vector<CrossingClasses> classesOf(const CountingRules& rules) {
+    const auto n = static_cast<std::size_t>(rules.scale.number);
+    std::vector<CrossingClasses> groups((n + kTogether - 1) / kTogether);
+    for (CrossingClasses& group : groups) {
+        group.lowest = kInfinity;
+        group.highest = -kInfinity;
+    }
+    const double width = rules.scale.width();
+    const double h = rules.hysteresis;
+    for (std::size_t k = 0; k < n; ++k) {
+        CrossingClasses& group = groups[k / kTogether];
+        const double limit = rules.scale.lowerLimit(static_cast<int>(k));
+        if (limit >= rules.referenceLine) {
+            // Kept: counting amounts, the last class is re-armed by going back alone.
+            const bool backOnly = !rules.relative && k + 1 == n;
+            addClass(group, true, limit, limit - h, backOnly ? kNotANumber : limit + width);
+        } else {
+            addClass(group, false, limit, limit + h, limit - width);
+        }
+    }
+    return groups;
+}
 
 }  // namespace
 
 LevelCrossings::LevelCrossings(const CountingRules& rules, int channels)
     : CountingMethod(rules, channels),
-      limits_(rules.scale),
-      rearming_(static_cast<std::size_t>(rules.scale.number)),
-      state_(static_cast<std::size_t>(channels)),
-      armed_(state_.size() * rearming_.size(), 1),
-      block_(armed_.size()),
-      counts_(armed_.size()),
-      totals_(state_.size()) {
-    const double width = scale().width();
-    const double h = rules.hysteresis;
-    for (int k = 0; k < classes(); ++k) {
-        const double limit = limits_[k];
-        Rearming& rearming = rearming_[static_cast<std::size_t>(k)];
-        if (countsUpwards(k)) {
-            // Kept: counting amounts, the last class is re-armed by going back alone.
-            const bool backOnly = !rules.relative && k == classes() - 1;
-            rearming = {limit - h,
-                        backOnly ? std::numeric_limits<double>::quiet_NaN() : limit + width};
-        } else {
-            rearming = {limit + h, limit - width};
-        }
-    }
+      last_(static_cast<std::size_t>(channels)),
+      fresh_(classesOf(rules)),
+      counts_(last_.size() * static_cast<std::size_t>(rules.scale.number)),
+      totals_(last_.size()) {
+    for (std::size_t c = 0; c < last_.size(); ++c)
+        classes_.insert(classes_.end(), fresh_.begin(), fresh_.end());
 }
 
 void LevelCrossings::update(std::span<const float> samples, double /*step*/,
                             std::span<float> values) {
-    const std::size_t width = state_.size();
-    const std::size_t n = rearming_.size();
+    const std::size_t width = last_.size();
+    const auto n = static_cast<std::size_t>(classes());
     const std::size_t all = samplesPerChannel(samples);
     const std::size_t skipped = first_ ? std::min<std::size_t>(1, all) : 0;
     first_ = false;
-    std::fill(block_.begin(), block_.end(), 0U);
-    for (std::size_t c = 0; c < width; ++c) {
+    for (CrossingClasses& group : classes_)
+        std::ranges::fill(group.crossings, 0U);
+    for (std::size_t c = 0; c < width && all > 0; ++c) {
         const float* x = samples.data() + c;
-        if (skipped != 0) state_[c].last = x[0];
-        takePairs(state_[c], x + skipped * width, width, all - skipped, &armed_[c * n],
-                  &block_[c * n]);
+        classifyKernels().countCrossings(x + skipped * width, width, all - skipped,
+                                         skipped != 0 ? x[0] : last_[c],
+                                         &classes_[c * fresh_.size()], fresh_.size());
+        last_[c] = x[(all - 1) * width];
     }
+    const auto crossings = [&](std::size_t c, std::size_t k) {
+        return classes_[c * fresh_.size() + k / kTogether].crossings[k % kTogether];
+    };
     if (!rules().relative) {
         for (std::size_t c = 0; c < width; ++c) {
             for (std::size_t k = 0; k < n; ++k)
-                values[k * width + c] += static_cast<float>(block_[c * n + k]);
+                values[k * width + c] += static_cast<float>(crossings(c, k));
         }
         return;
     }
     for (std::size_t c = 0; c < width; ++c) {
         for (std::size_t k = 0; k < n; ++k) {
-            counts_[c * n + k] += block_[c * n + k];
-            totals_[c] += block_[c * n + k];
+            counts_[c * n + k] += crossings(c, k);
+            totals_[c] += crossings(c, k);
         }
         for (std::size_t k = 0; k < n; ++k) {
             const std::uint32_t count = counts_[c * n + k];
@@ -71,96 +108,11 @@ void LevelCrossings::update(std::span<const float> samples, double /*step*/,
     }
 }
 
-void LevelCrossings::takePairs(Channel& channel, const float* x, std::size_t stride,
-                               std::size_t pairs, std::uint8_t* armed, std::uint32_t* crossings) {
-    double a = channel.last;
-    double from = channel.quietFrom;
-    double to = channel.quietTo;
-    for (std::size_t i = 0; i < pairs; ++i) {
-        const double b = x[i * stride];
-        if (!(from < b && b < to)) {
-            takePair(channel, a, b, armed, crossings);
-            findQuietZone(channel, b, armed);
-            from = channel.quietFrom;
-            to = channel.quietTo;
-        }
-        a = b;
-    }
-    channel.last = a;
-}
-
-void LevelCrossings::takePair(Channel& channel, double a, double b, std::uint8_t* armed,
-                              std::uint32_t* crossings) const {
-    // Only classes whose limit lies between the samples can count, only disarmed ones be re-armed.
-    int from = 0;
-    int to = classes();
-    if (limits_.rising() && a == a && b == b) {
-        const double low = std::min(a, b);
-        from = limits_.atOrBelow(low);
-        while (from > 0 && limits_[from - 1] == low)
-            --from;
-        from = std::max(from, 0);
-        to = std::min(limits_.atOrBelow(std::max(a, b)) + 1, classes());
-        if (channel.disarmedFrom < channel.disarmedTo) {
-            from = std::min(from, channel.disarmedFrom);
-            to = std::max(to, channel.disarmedTo);
-        }
-    }
-    int disarmedFrom = classes();
-    int disarmedTo = 0;
-    for (int k = from; k < to; ++k) {
-        const double limit = limits_[k];
-        const Rearming& rearming = rearming_[static_cast<std::size_t>(k)];
-        // The crossing is counted first; the same pair may re-arm the class.
-        if (countsUpwards(k)) {
-            if (b >= limit && limit > a && armed[k] != 0 && b - a > 0.0) {
-                ++crossings[k];
-                armed[k] = 0;
-            }
-            if (b <= rearming.back || b >= rearming.onward) armed[k] = 1;
-        } else {
-            if (limit >= b && a > limit && armed[k] != 0 && b - a < 0.0) {
-                ++crossings[k];
-                armed[k] = 0;
-            }
-            if (b >= rearming.back || b <= rearming.onward) armed[k] = 1;
-        }
-        if (armed[k] == 0) {
-            disarmedFrom = std::min(disarmedFrom, k);
-            disarmedTo = k + 1;
-        }
-    }
-    channel.disarmedFrom = disarmedFrom;
-    channel.disarmedTo = disarmedTo;
-}
-
-void LevelCrossings::findQuietZone(Channel& channel, double b, const std::uint8_t* armed) const {
-    channel.quietFrom = 0.0;
-    channel.quietTo = 0.0;
-    if (!limits_.rising() || b != b) return;
-    const int k = limits_.atOrBelow(b);
-    double from = k >= 0 ? limits_[k] : -kInfinity;
-    double to = k < classes() ? limits_[k + 1] : kInfinity;
-    for (int d = channel.disarmedFrom; d < channel.disarmedTo; ++d) {
-        if (armed[d] != 0) continue;
-        const Rearming& rearming = rearming_[static_cast<std::size_t>(d)];
-        if (countsUpwards(d)) {
-            from = std::max(from, rearming.back);
-            if (rearming.onward == rearming.onward) to = std::min(to, rearming.onward);
-        } else {
-            to = std::min(to, rearming.back);
-            from = std::max(from, rearming.onward);
-        }
-    }
-    channel.quietFrom = from;
-    channel.quietTo = to;
-}
-
 void LevelCrossings::reset() {
     // Kept: after a reset the first pair starts at 0.
-    for (Channel& channel : state_)
-        channel = Channel{};
-    std::fill(armed_.begin(), armed_.end(), std::uint8_t{1});
+    std::fill(last_.begin(), last_.end(), 0.0F);
+    for (std::size_t i = 0; i < classes_.size(); ++i)
+        classes_[i] = fresh_[i % fresh_.size()];
     std::fill(counts_.begin(), counts_.end(), 0U);
     std::fill(totals_.begin(), totals_.end(), 0U);
 }

@@ -89,25 +89,17 @@ TEST(ClassScale, HasNoClassesWithoutARange) {
     EXPECT_EQ(scale.classOf(1.0), 4);
 }
 
-TEST(ClassLimits, FindTheLimitBelowAValueAsALinearSearchDoes) {
+TEST(ClassLimits, AreThoseOfTheScaleWithInfinitiesBehind) {
     const ClassScale scale{.number = 17, .begin = -1.1, .end = 2.3, .range = 3.4};
     const ClassLimits limits(scale);
-    ASSERT_TRUE(limits.rising());
-    std::vector<double> probes;
-    for (int k = 0; k <= 17; ++k) {
-        for (const double x : {limits[k], std::nextafter(limits[k], -9.0),
-                               std::nextafter(limits[k], 9.0), limits[k] + 0.07})
-            probes.push_back(x);
-    }
-    for (const double x : {-1e300, 1e300, -9.0, 9.0})
-        probes.push_back(x);
-    for (const double x : probes) {
-        int expected = -1;
-        for (int k = 0; k <= 17; ++k) {
-            if (limits[k] <= x) expected = k;
-        }
-        EXPECT_EQ(limits.atOrBelow(x), expected) << x;
-    }
+    EXPECT_TRUE(limits.rising());
+    for (int k = 0; k <= 17; ++k)
+        EXPECT_EQ(limits.data()[k], scale.lowerLimit(k));
+    for (int k = 18; k < 18 + ClassLimits::kPadding; ++k)
+        EXPECT_EQ(limits.data()[k], std::numeric_limits<double>::infinity());
+    EXPECT_FALSE(ClassLimits({.number = 4, .begin = 1.0, .end = 1.0}).rising());
+    EXPECT_FALSE(ClassLimits({.number = 4, .begin = 2.0, .end = 1.0}).rising());
+    EXPECT_FALSE(ClassLimits({.number = 4, .begin = 2.0, .end = kInf}).rising());
 }
 
 TEST(ClassifyKernels, GiveTheSameClassesAtEveryLevel) {
@@ -181,6 +173,57 @@ TEST(ClassifyKernels, FindTheSameExtremesAtEveryLevel) {
         for (const KernelLevel level : {KernelLevel::avx2, KernelLevel::avx512}) {
             if (level <= kernelLevel()) {
                 EXPECT_EQ(found(level), expected) << lanes;
+            }
+        }
+    }
+}
+
+TEST(ClassifyKernels, CountTheSameCrossingsAndDwellTimesAtEveryLevel) {
+    std::mt19937 random(7);
+    std::normal_distribution<float> noise(0.0F, 3.0F);
+    constexpr std::size_t kPairs = 777;
+    constexpr std::size_t kStride = 3;
+    std::vector<float> x(kPairs * kStride);
+    for (float& v : x)
+        v = std::round(4.0F * noise(random)) / 4.0F;
+    x[100 * kStride] = kNaN;
+    x[200 * kStride] = kInf;
+    for (const int classes : {1, 5, 16, 20, 37, 64}) {
+        const ClassScale scale{.number = classes, .begin = -4.7, .end = 5.2, .range = 9.9};
+        const ClassLimits limits(scale);
+        const DwellRules rules{limits.data(), classes, scale.begin, scale.end, 1.0 / 3.0};
+        std::vector<CrossingClasses> fresh;
+        for (int k = 0; k < classes; ++k) {
+            if (k % kClassesTogether == 0) fresh.emplace_back();
+            CrossingClasses& group = fresh.back();
+            group.lowest = -5.0F;
+            group.highest = 6.0F;
+            const auto limit = static_cast<float>(limits.data()[k]);
+            group.sign[group.count] = 1.0F;
+            group.limit[group.count] = limit;
+            group.back[group.count] = limit - 0.3F;
+            group.onward[group.count] = limit + 1.1F;
+            group.armed[group.count] = -1;
+            ++group.count;
+        }
+        const auto counted = [&](KernelLevel level) {
+            std::vector<CrossingClasses> groups = fresh;
+            classifyKernels(level).countCrossings(x.data(), kStride, kPairs, 0.5F, groups.data(),
+                                                  groups.size());
+            std::vector<double> results(static_cast<std::size_t>(classes + ClassLimits::kPadding));
+            classifyKernels(level).addDwell(x.data(), kStride, kPairs, 0.5, &rules, results.data());
+            results.resize(static_cast<std::size_t>(classes));  // without the padding
+            for (const CrossingClasses& group : groups) {
+                results.insert(results.end(), group.crossings, group.crossings + group.count);
+                results.insert(results.end(), group.armed, group.armed + group.count);
+            }
+            return results;
+        };
+        const auto expected = counted(KernelLevel::baseline);
+        EXPECT_GT(expected[0], 0.1);
+        for (const KernelLevel level : {KernelLevel::avx2, KernelLevel::avx512}) {
+            if (level <= kernelLevel()) {
+                EXPECT_EQ(counted(level), expected) << classes;
             }
         }
     }
@@ -538,6 +581,43 @@ TEST_P(AllMethods, AgreeWithTheLiteralCountBlockByBlock) {
                 method->reset();
                 std::fill(values.begin(), values.end(), 0.0F);
                 literal.reset(expected);
+            }
+        }
+    }
+}
+
+TEST_P(AllMethods, AgreeWithTheLiteralCountAmongManyClasses) {
+    std::mt19937 random(static_cast<unsigned>(GetParam()));
+    for (const int classes : {32, 33, 47, 100, 400}) {
+        for (int kind = 0; kind < 4; ++kind) {
+            const int channels = kind + 1;
+            CountingRules rules;
+            rules.relative = kind % 2 == 0;
+            rules.scale = {.number = classes, .begin = -7.3, .end = 9.1, .range = 0.0};
+            rules.scale.range = rules.scale.width() * classes;
+            rules.referenceLine = kind == 3 ? 20.0 : 0.25;
+            rules.hysteresis = rules.scale.width() * (kind == 2 ? 7.0 : 0.4);
+            const auto method = makeCountingMethod(GetParam(), rules, channels);
+            LiteralCounting literal(GetParam(), rules, channels);
+            std::vector<float> values(
+                static_cast<std::size_t>(classes * channels * resultsPerChannel(GetParam())));
+            std::vector<float> expected(values.size());
+            for (int block = 0; block < 4; ++block) {
+                std::vector<float> x = loadSignal(random, static_cast<std::size_t>(257 * channels),
+                                                  static_cast<std::size_t>(channels), kind);
+                if (block == 2) {
+                    x[x.size() / 2] = kNaN;
+                    x[x.size() / 3] = kInf;
+                    x[x.size() / 4] = -kInf;
+                }
+                method->update(x, 0.25, values);
+                literal.update(x, 0.25, expected);
+                for (std::size_t i = 0; i < values.size(); ++i) {
+                    ASSERT_EQ(std::bit_cast<std::uint32_t>(values[i] + 0.0F),
+                              std::bit_cast<std::uint32_t>(expected[i] + 0.0F))
+                        << classes << " classes, kind " << kind << " block " << block << " value "
+                        << i;
+                }
             }
         }
     }
