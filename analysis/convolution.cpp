@@ -60,24 +60,24 @@ struct Transformed {
     std::vector<double> im;
 };
 
-// The length of the transforms that makes the overlap-save of all outputs cheapest.
+// The length of the transforms that makes the overlap-save of all outputs cheapest: a power of two,
+// which transforms fastest.
 std::size_t transformLength(std::size_t taps, std::size_t outputs) {
     std::size_t best = 0;
     double lowestCost = std::numeric_limits<double>::infinity();
-    std::size_t power = 8;
+    std::size_t power = LaneFft::kShortest;
     while (power < 2 * taps)
         power *= 2;
-    for (int doubling = 0; doubling < 4; ++doubling, power *= 2)
-        for (const std::size_t length : {power, power / 4 * 5, power / 2 * 3}) {
-            const std::size_t step = length - taps + 1;
-            const auto blocks = static_cast<double>((outputs + step - 1) / step);
-            const auto n = static_cast<double>(length);
-            const double cost = (2 * blocks + 1) * n * std::log2(n);
-            if (cost < lowestCost) {
-                lowestCost = cost;
-                best = length;
-            }
+    for (int doubling = 0; doubling < 4; ++doubling, power *= 2) {
+        const std::size_t step = power - taps + 1;
+        const auto blocks = static_cast<double>((outputs + step - 1) / step);
+        const auto n = static_cast<double>(power);
+        const double cost = (2 * blocks + 1) * n * std::log2(n);
+        if (cost < lowestCost) {
+            lowestCost = cost;
+            best = power;
         }
+    }
     return best;
 }
 
@@ -92,11 +92,12 @@ void overlapSave(std::span<const double> c, std::span<const double> x, std::span
     std::copy(c.begin(), c.end(), response.re.begin());
     plan->forward(response.re.data(), response.im.data());
     for (std::size_t start = 0; start < outputs; start += step) {
-        for (std::size_t i = 0; i < length; ++i) {
-            const std::size_t place = start + i;  // `before` ahead of the sample's own
-            const bool inside = place >= before && place - before < x.size();
-            block.re[i] = inside ? x[place - before] : 0.0;
-        }
+        const std::size_t silence = start < before ? std::min(before - start, length) : 0;
+        const std::size_t first = std::min(start + silence - before, x.size());
+        const auto samples = x.subspan(first, std::min(length - silence, x.size() - first));
+        auto end = std::fill_n(block.re.begin(), silence, 0.0);
+        end = std::copy(samples.begin(), samples.end(), end);
+        std::fill(end, block.re.end(), 0.0);
         plan->forward(block.re.data(), block.im.data());
         block *= response;
         plan->inverse(block.re.data(), block.im.data());

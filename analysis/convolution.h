@@ -10,7 +10,7 @@ namespace ovanlys {
 
 // From this many taps on, the transforms are faster than the sums (bench/analysis_filter.cpp). The
 // number is the same at every instruction-set level, so that the results are.
-inline constexpr std::size_t kTransformedTaps = 512;
+inline constexpr std::size_t kTransformedTaps = 192;
 
 // y[m] = sum_j c[j] x[m-j] for m = 0..c.size()+x.size()-2, by the faster way; both ways agree to
 // 1e-12 of full scale. A value that is not finite reaches its own outputs alone. Neither c nor x is
