@@ -307,6 +307,15 @@ TEST_F(DigitalFilter, RateThatIsNoNumberFails) {
     block.stop();
 }
 
+TEST_F(DigitalFilter, StopReleasesTheFilter) {
+    block.initSim();
+    EXPECT_TRUE(block.process(timeSignal({1, 2})));
+    block.stop();
+    block.put(0, timeSignal({1, 2}));
+    EXPECT_EQ(block.simulate(), kFailed) << "a run without its begin has none";
+    block.stop();
+}
+
 TEST_F(DigitalFilter, FailedStartLeavesTheRunWithoutAFilter) {
     setIir(kLowPass, kButterworth, 2);
     EXPECT_EQ(run({1, 2}).size(), 2U);  // an earlier run at the same rate

@@ -340,6 +340,7 @@ TEST_F(Klassierung, ShowsAmountsUpToTheLargest) {
 TEST_F(Klassierung, TheStepOfTheClassesIsTheirWidthWhateverTheRangeField) {
     std::string record = block().save();
     put(record, kRange, 40.0);
+    put(record, kWidth, 3.0);  // nor the width field
     placed.emplace(host, kClassification, record);
     start();
     const auto classes = block().process(oneChannel({0.5F}));
@@ -355,6 +356,19 @@ TEST_F(Klassierung, GoesOnCountingUntilTheRunEnds) {
     block().stop();
     block().initSim();
     EXPECT_THAT(classesOf({1.5F}), ElementsAre(0, 1, 0, 0));
+}
+
+TEST_F(Klassierung, KeepsTheResultsInADataBlockOfTheHosts) {
+    useFourClasses(93);
+    classesOf({0.5F, 2.5F});
+    const auto handles = host.memory().dataHandles();
+    ASSERT_EQ(handles.size(), 1U) << "all others have been taken or released";
+    const ChannelData results = host.memory().read(handles[0]);
+    EXPECT_EQ(results.header.valueCount, 4);
+    EXPECT_EQ(results.header.xAxisKind, 0);
+    EXPECT_THAT(results.values, ElementsAre(1, 0, 1, 0));
+    block().stop();
+    EXPECT_EQ(host.memory().aliveData(), 0U);
 }
 
 TEST_F(Klassierung, RunsEveryMethod) {
@@ -407,6 +421,31 @@ TEST_F(Klassierung, ResetsAfterTheGivenNumberOfBlocks) {
         EXPECT_THAT(classesOf({0.5F}), ElementsAre(2, 0, 0, 0));
         EXPECT_THAT(classesOf({0.5F}), ElementsAre(3, 0, 0, 0));
     }
+}
+
+TEST_F(Klassierung, ANewRunCountsItsBlocksFromTheFirst) {
+    block().set("PkReset", 3);
+    block().set("PkNBlocks", 3);
+    useFourClasses(93);
+    classesOf({0.5F});
+    classesOf({0.5F});
+    block().stop();
+    block().initSim();
+    EXPECT_THAT(classesOf({0.5F}), ElementsAre(1, 0, 0, 0));
+    EXPECT_THAT(classesOf({0.5F}), ElementsAre(2, 0, 0, 0));
+    EXPECT_THAT(classesOf({0.5F}), ElementsAre(3, 0, 0, 0));
+    EXPECT_THAT(classesOf({0.5F}), ElementsAre(1, 0, 0, 0));
+}
+
+TEST_F(Klassierung, ACountThatIsPassedAlreadyDoesNotReset) {
+    block().set("PkReset", 3);
+    block().set("PkNBlocks", 9);
+    useFourClasses(93);
+    classesOf({0.5F});
+    classesOf({0.5F});
+    block().set("PkNBlocks", 1);  // the third block does not equal it
+    classesOf({0.5F});
+    EXPECT_THAT(classesOf({0.5F}), ElementsAre(4, 0, 0, 0));
 }
 
 TEST_F(Klassierung, AHighTriggerResetsAfterTheBlockIsDelivered) {
