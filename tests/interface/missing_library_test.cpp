@@ -1,5 +1,7 @@
 // The module without its analysis library, or without it any more.
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 
 #include "interface/any_block.h"
 
@@ -10,12 +12,11 @@ namespace {
 class MissingLibraryTest : public ::testing::Test {
 protected:
     static constexpr int kSpectrum = 5004;
+    static constexpr int kFilter = 5007;
+
+    MissingLibraryTest() { std::filesystem::create_directories(folder_); }
 
     void load(const std::optional<std::string>& sharedDirectory) {
-        folder_ = std::filesystem::temp_directory_path() /
-                  (std::string("vynpack-") +
-                   ::testing::UnitTest::GetInstance()->current_test_info()->name());
-        std::filesystem::create_directories(folder_);
         const auto copy = folder_ / platform::kModuleFile;
         std::filesystem::copy_file(ModuleLibrary::defaultPath(), copy,
                                    std::filesystem::copy_options::overwrite_existing);
@@ -33,6 +34,24 @@ protected:
         platform::setSharedDirectory(sharedFolder().string());
         std::error_code ignored;
         std::filesystem::remove_all(folder_, ignored);
+    }
+    // A folder whose library lacks the function: its name is one that nobody asks for.
+    std::string sharedWithout(const std::string& function) {
+        const auto shared = sharedFolder() / "Analysis" / platform::kAnalysisFile;
+        std::ifstream in(shared, std::ios::binary);
+        std::string bytes{std::istreambuf_iterator<char>(in), {}};
+        const std::string stored = function + '\0';
+        std::size_t found = 0;
+        for (std::size_t at = 0; (at = bytes.find(stored, at)) != std::string::npos; ++at) {
+            // The names are sorted; the one that takes its place keeps the order.
+            bytes[at + function.size() - 1] = function.back() == '8' ? '~' : '.';
+            ++found;
+        }
+        EXPECT_GE(found, 1U) << function;
+        const auto folder = folder_ / function / "Analysis";
+        std::filesystem::create_directories(folder);
+        std::ofstream(folder / platform::kAnalysisFile, std::ios::binary) << bytes;
+        return (folder_ / function).string();
     }
     // Lets a spectrum block at the data; true when it delivered.
     bool spectrumWorks() {
@@ -54,7 +73,9 @@ protected:
     std::unique_ptr<ModuleHost> host;
 
 private:
-    std::filesystem::path folder_;
+    std::filesystem::path folder_ =
+        std::filesystem::temp_directory_path() /
+        (std::string("vynpack-") + ::testing::UnitTest::GetInstance()->current_test_info()->name());
 };
 
 TEST_F(MissingLibraryTest, TheModuleStartsAndAnswersWithoutTheSetting) {
@@ -77,6 +98,32 @@ TEST_F(MissingLibraryTest, TheModuleStartsAndAnswersWithoutTheSetting) {
 TEST_F(MissingLibraryTest, BlocksThatMissAFunctionFailAndLoseNothing) {
     ASSERT_NO_FATAL_FAILURE(load("a folder that does not exist"));
     EXPECT_FALSE(spectrumWorks());
+}
+
+TEST_F(MissingLibraryTest, EachFunctionMayBeMissing) {
+    for (const char* function : {"ZABFunc147", "ZABFunc148", "ZABFunc91", "ZABFunc233",
+                                 "ZABFunc234", "ZABFunc18", "ZABFunc24", "ZABFunc98", "ZABFunc61",
+                                 "ZABFunc12", "ZABFunc79", "ZABFunc335", "ZABFunc32"}) {
+        SCOPED_TRACE(function);
+        ASSERT_NO_FATAL_FAILURE(load(sharedWithout(function)));
+        EXPECT_EQ(spectrumWorks(), std::string(function) != "ZABFunc147");
+        for (int code = kFirstType; code < kFirstType + kTypes; ++code) {
+            SCOPED_TRACE(code);
+            PlacedBlock block(*host, code);
+            run(block, 2);
+            block.set("PkFIRFilter", 0);  // which only one type knows
+            for (int characteristic = 0; code == kFilter && characteristic < 5; ++characteristic) {
+                block.set("PkFilterType", characteristic);
+                run(block, 2);
+            }
+            block.errorShow();
+        }
+        host->takeBoxes();
+        EXPECT_THAT(host->takeOffences(), ::testing::IsEmpty());
+        EXPECT_EQ(host->memory().aliveData(), 0U);
+        host.reset();
+        module.reset();
+    }
 }
 
 TEST_F(MissingLibraryTest, AShutDownUnloadsTheLibrary) {
