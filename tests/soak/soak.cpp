@@ -124,13 +124,18 @@ private:
         for (int i = 0; i < inputs_; ++i) {
             if (carriesData(block_.typeCode(), i)) block_.put(i, data);
         }
-        // A block may have several results for one data block.
-        do {
+        // A block may have several results for one data block; it leaves one that it refuses.
+        bool delivered = true;
+        while (delivered && block_.waits(0)) {
             block_.simulate();
-            for (int j = 0; j < outputs_; ++j)
-                host_.memory().free(block_.takeHandle(j));
-        } while (block_.waits(0) && ++repeats_ < 1000);
-        repeats_ = 0;
+            delivered = false;
+            for (int j = 0; j < outputs_; ++j) {
+                const Handle result = block_.takeHandle(j);
+                delivered = delivered || result != Handle::none;
+                host_.memory().free(result);
+            }
+        }
+        host_.takeBoxes();
         if (++blocks_ % 64 == 0) {
             for (const KeywordRow& row : keywords_)
                 block_.get(row);
@@ -143,7 +148,6 @@ private:
     std::mt19937 random_;
     int inputs_ = 0;
     int outputs_ = 0;
-    int repeats_ = 0;
     std::uint64_t blocks_ = 0;
     std::vector<float> samples_;
     std::vector<KeywordRow> keywords_;
