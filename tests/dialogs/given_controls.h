@@ -1,6 +1,7 @@
 // The dialogs as their users, scripts and translators know them: ids, kinds and texts.
 #pragma once
 
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -23,6 +24,9 @@ struct GivenDialog {
     std::string sharedLetters;
     std::vector<GivenControl> controls;
 };
+
+// Names the dialog in a test's output.
+inline void PrintTo(const GivenDialog& dialog, std::ostream* out) { *out << dialog.name; }
 
 const std::vector<GivenDialog>& givenDialogs();
 

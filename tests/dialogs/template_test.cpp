@@ -13,9 +13,6 @@
 
 namespace dialog_test {
 
-// Names the dialog in the output.
-void PrintTo(const GivenDialog& dialog, std::ostream* out) { *out << dialog.name; }
-
 namespace {
 
 class EveryDialog : public testing::TestWithParam<GivenDialog> {
