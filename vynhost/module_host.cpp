@@ -14,6 +14,20 @@ Int intOf(Handle handle) { return static_cast<Int>(handle); }
 
 Handle handleOf(Int value) { return static_cast<Handle>(value); }
 
+// The parameters that a message has no use for are 0.
+bool isWellFormed(Message message, Int first, Int second) {
+    switch (message) {
+        case Message::triggerThreshold:
+        case Message::showHelp: return first == 0 && second == 0;
+        case Message::newBlock: return first == 0;
+        case Message::releaseBlock:
+        case Message::inputCount:
+        case Message::outputCount: return second == 0;
+        case Message::copyHeader: break;
+    }
+    return true;
+}
+
 }  // namespace
 
 // --- Observation ----------------------------------------------------------------------------
@@ -102,6 +116,10 @@ Int ModuleHost::answer(std::uint32_t message, Int first, Int second) {
 }
 
 Int ModuleHost::serve(Message message, Int first, Int second) {
+    if (!isWellFormed(message, first, second)) {
+        offend("message " + std::to_string(static_cast<std::uint32_t>(message)) +
+               " carries a number where it has no use for one");
+    }
     const Rule* rule = ruleFor(message);
     if (rule != nullptr && rule->fault == Fault::answer) return rule->value;
     if (rule != nullptr && rule->before) rule->before();

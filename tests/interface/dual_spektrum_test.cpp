@@ -332,6 +332,32 @@ TEST_F(DualSpektrum, PhaseAndCoherenceComeOnTheirOwnOutputs) {
     EXPECT_NEAR(coherences->values.at(4), 1.0, 1e-6);
 }
 
+TEST_F(DualSpektrum, SaysAllOfItsHeadersWhateverTheHostCopied) {
+    block.set("PkTransPhase", 1);
+    block.set("PkCoherence", 1);
+    block.initSim();
+    ChannelData signal = timeSignal(cosine(128, 4, 1.0), 2, 0.5);
+    signal.header.displaySpan = 8.0;
+    host.misbehave({.message = Message::copyHeader, .fault = Fault::garbage});
+    const auto spectrum = spectrumOf(signal, signal);
+    ASSERT_TRUE(spectrum && phases && coherences);
+    EXPECT_EQ(spectrum->header.displaySpan, 4.0);
+    EXPECT_EQ(spectrum->header.yUnit, 26);
+    EXPECT_EQ(phases->header.displaySpan, 360.0);
+    EXPECT_EQ(phases->header.yUnit, 11);
+    EXPECT_EQ(coherences->header.displaySpan, 1.0);
+    EXPECT_EQ(coherences->header.yUnit, 0);
+    for (const auto* output : {&spectrum, &std::as_const(phases), &std::as_const(coherences)}) {
+        const ChannelHeader& header = (*output)->header;
+        EXPECT_EQ(header.valueCount, 64);
+        EXPECT_EQ(header.channelCount, 2);
+        EXPECT_EQ(header.xAxisKind, kHertz);
+        EXPECT_EQ(header.xStart, 0.0);
+        EXPECT_EQ(header.xStep, 1.0 / 32);
+        EXPECT_EQ(header.displayMinimum, output == &phases ? -180.0 : 0.0);
+    }
+}
+
 TEST_F(DualSpektrum, ImaginaryPartsComeInDegreesWithTheDisplayOfTheInput) {
     block.set("PkAmplType", "REALIMAGINAER");
     block.initSim();
@@ -352,11 +378,12 @@ TEST_F(DualSpektrum, ImaginaryPartsComeInDegreesWithTheDisplayOfTheInput) {
 
 TEST_F(DualSpektrum, TheDensityIsDividedByTheFrequencyStepInSinglePrecision) {
     const ChannelData signal = timeSignal(cosine(100, 7, 1.0), 1, 1.0 / 3000);
+    const ChannelData response = timeSignal(cosine(100, 7, 1.0), 1, 5.0);
     block.initSim();
     block.set("PkAmplType", "POWERSPECTRUM");
-    const auto power = spectrumOf(signal, signal);
+    const auto power = spectrumOf(signal, response);
     block.set("PkAmplType", "PSD");
-    const auto density = spectrumOf(signal, signal);
+    const auto density = spectrumOf(signal, response);
     ASSERT_TRUE(power && density);
     for (std::size_t k = 0; k < 50; ++k) {
         EXPECT_EQ(density->values.at(k),
@@ -512,6 +539,8 @@ TEST_F(DualSpektrum, ATriggerAboveItsLevelResetsAfterItsBlock) {
         EXPECT_NEAR(lineOf(3.0), 5.0, 1e-5) << "the block of the trigger is still averaged";
         block.put(kT, silence);
         EXPECT_NEAR(lineOf(5.0), row.resets ? 25.0 : 35.0 / 3, 5e-5) << row.value;
+        block.put(kT, silence);
+        EXPECT_NEAR(lineOf(1.0), row.resets ? 13.0 : 9.0, 5e-5) << "reset once";
         block.stop();
     }
 }
@@ -639,13 +668,12 @@ TEST_F(DualSpektrum, SpeaksToTheHostInTheOrderOfItsSteps) {
     const std::string t = host.memory().name(block.inputData(kT));
     host.takeTrace();
     EXPECT_EQ(block.simulate(), 1);
-    std::vector<std::string> messages;
-    for (const std::string& line : host.takeTrace()) {
-        const std::string number = line.substr(0, 4);
-        messages.push_back(number == "1135" ? line : number);
-    }
-    EXPECT_THAT(messages, ElementsAre("1188", "1189", "1135 " + t, "1134", "1143", "1134", "1143",
-                                      "1134", "1143", "1135 " + e, "1135 " + a));
+    const auto output = [&](int j) { return host.memory().name(block.outputData(j)); };
+    EXPECT_THAT(host.takeTrace(),
+                ElementsAre("1188 -> 3", "1189 -> 3", "1135 " + t, "1134 32 -> " + output(0),
+                            "1143 " + e + " " + output(0), "1134 32 -> " + output(1),
+                            "1143 " + e + " " + output(1), "1134 32 -> " + output(2),
+                            "1143 " + e + " " + output(2), "1135 " + e, "1135 " + a));
     for (int j = 0; j < 3; ++j)
         EXPECT_TRUE(block.take(j));
 }

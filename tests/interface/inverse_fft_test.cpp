@@ -12,6 +12,7 @@
 namespace vynhost::test {
 namespace {
 
+using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 constexpr int kSpectrum = 5004;
@@ -175,9 +176,42 @@ TEST_F(InverseFFT, AnOddLengthIsTheSameEveryTime) {
         const auto signal = block.take(0);
         ASSERT_TRUE(signal);
         EXPECT_EQ(signal->header.valueCount, 14);
+        EXPECT_EQ(signal->header.xStep, 1.0 / (7 * 2.0));
         if (run == 0) first = signal->values;
         EXPECT_EQ(signal->values, first);
     }
+}
+
+TEST_F(InverseFFT, SpeaksToTheHostInTheOrderOfItsSteps) {
+    block.initSim();
+    put(lines(std::vector<float>(12, 1.0F), 3), lines(std::vector<float>(12, 1.0F), 3));
+    const std::string reals = host.memory().name(block.inputData(0));
+    const std::string imaginaries = host.memory().name(block.inputData(1));
+    host.takeTrace();
+    EXPECT_EQ(block.simulate(), kDone);
+    const std::string signal = host.memory().name(block.outputData(0));
+    EXPECT_THAT(
+        host.takeTrace(),
+        ElementsAre("1188 -> 2", "1189 -> 1", "1188 -> 2", "1189 -> 1", "1134 24 -> " + signal,
+                    "1143 " + reals + " " + signal, "1135 " + reals, "1135 " + imaginaries));
+    block.take(0);
+}
+
+TEST_F(InverseFFT, SaysAllOfItsHeaderWhateverTheHostCopied) {
+    block.initSim();
+    put(lines(std::vector<float>(12, 1.0F), 3), lines(std::vector<float>(12, 1.0F), 3));
+    host.misbehave({.message = Message::copyHeader, .fault = Fault::garbage});
+    EXPECT_EQ(block.simulate(), kDone);
+    const auto signal = block.take(0);
+    ASSERT_TRUE(signal);
+    EXPECT_EQ(signal->header.valueCount, 24);
+    EXPECT_EQ(signal->header.channelCount, 3);
+    EXPECT_EQ(signal->header.xAxisKind, kSeconds);
+    EXPECT_EQ(signal->header.yUnit, 0);
+    EXPECT_EQ(signal->header.xStart, 0.0);
+    EXPECT_EQ(signal->header.xStep, 1.0 / (8 * 2.0));
+    EXPECT_EQ(signal->header.displayMinimum, -4.0);
+    EXPECT_EQ(signal->header.displaySpan, 8.0);
 }
 
 TEST_F(InverseFFT, LosesNothingWhenTheHostRefusesTheOutput) {

@@ -295,19 +295,41 @@ TEST_F(Spektrum, SpeaksToTheHostInTheOrderOfItsSteps) {
     block.set("PkPhase", 1);
     block.wireAll();
     block.initSim();
-    block.put(0, timeSignal(cosine(64, 4, 1.0)));
+    block.put(0, timeSignal(cosine(128, 4, 1.0), 2));
+    const std::string input = host.memory().name(block.inputData(0));
     host.takeTrace();
     EXPECT_EQ(block.simulate(), 0);
-    const auto trace = host.takeTrace();
-    std::vector<std::string> messages;
-    for (const std::string& line : trace)
-        messages.push_back(line.substr(0, 4));
+    const std::string amplitudes = host.memory().name(block.outputData(0));
+    const std::string phases = host.memory().name(block.outputData(1));
     // Ready? wired? then output, header, second output, header, release.
-    EXPECT_THAT(messages, ElementsAre("1188", "1189", "1188", "1189", "1134", "1143", "1134",
-                                      "1143", "1135"));
+    EXPECT_THAT(
+        host.takeTrace(),
+        ElementsAre("1188 -> 1", "1189 -> 2", "1188 -> 1", "1189 -> 2", "1134 64 -> " + amplitudes,
+                    "1143 " + input + " " + amplitudes, "1134 64 -> " + phases,
+                    "1143 " + input + " " + phases, "1135 " + input));
     EXPECT_FALSE(block.waits(0));
     block.take(0);
     block.take(1);
+}
+
+TEST_F(Spektrum, SaysAllOfItsHeaderWhateverTheHostCopied) {
+    block.set("PkPhase", 1);
+    ChannelData signal = timeSignal(cosine(128, 4, 1.0), 2, 0.5);
+    signal.header.displaySpan = 8.0;
+    host.misbehave({.message = Message::copyHeader, .fault = Fault::garbage});
+    const ChannelData spectrum = spectrumOf(signal);
+    EXPECT_EQ(spectrum.header.displaySpan, 4.0);
+    EXPECT_EQ(spectrum.header.yUnit, 26);
+    EXPECT_EQ(second.header.displaySpan, 360.0);
+    EXPECT_EQ(second.header.yUnit, 11);
+    for (const ChannelData* output : {&spectrum, &std::as_const(second)}) {
+        EXPECT_EQ(output->header.valueCount, 64);
+        EXPECT_EQ(output->header.channelCount, 2);
+        EXPECT_EQ(output->header.xAxisKind, kHertz);
+        EXPECT_EQ(output->header.xStart, 0.0);
+        EXPECT_EQ(output->header.xStep, 1.0 / 32);
+        EXPECT_EQ(output->header.displayMinimum, output == &spectrum ? 0.0 : -180.0);
+    }
 }
 
 TEST_F(Spektrum, TheInputStandsInTheRecordUntilTheHostHasReleasedIt) {
