@@ -287,6 +287,10 @@ TEST(FilterDialog, ArrowsStepAndNeverGoBelowTheSmallestAcceptedValue) {
         dialog.click(bandPass);
         EXPECT_EQ(steps(lowerArrows, lowerEdit, Arrow::down), "99");
         EXPECT_EQ(steps(upperArrows, upperEdit, Arrow::up), "1001");
+        dialog.type(lowerEdit, "1.5");
+        EXPECT_EQ(steps(lowerArrows, lowerEdit, Arrow::down), "1");
+        dialog.type(upperEdit, "1.5");
+        EXPECT_EQ(steps(upperArrows, upperEdit, Arrow::down), "1");
         dialog.click(iirButton);
         dialog.choose(characteristicList, elliptic);
         EXPECT_EQ(steps(orderArrows, orderEdit, Arrow::up), "3");
@@ -335,6 +339,22 @@ TEST(FilterDialog, UnusedFrequenciesAreCorrected) {
     // The lower edge becomes 1, and with that text it exceeds the upper edge.
     EXPECT_EQ(block.stored<double>(kLower), 1.0);
     EXPECT_EQ(block.stored<double>(kUpper), 2.0);
+}
+
+TEST(FilterDialog, CorrectionsBeforeAFaultStay) {
+    const Block block(kTypeCode);
+    block.dialog([](Dialog& dialog) {
+        dialog.click(bandPass);
+        dialog.type(lowerEdit, "0");
+        dialog.type(upperEdit, "0.5");
+        dialog.click(lowPass);
+        dialog.type(lengthEdit, "24");
+        refuses(dialog, kLengthInvalid);
+        EXPECT_EQ(dialog.text(lowerEdit), "1");
+        EXPECT_EQ(dialog.text(upperEdit), "2");
+        EXPECT_EQ(dialog.text(lengthEdit), "24");
+        dialog.cancel();
+    });
 }
 
 TEST(FilterDialog, BandEdgesMustNotCross) {
