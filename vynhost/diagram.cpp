@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <fstream>
+#include <iterator>
 #include <set>
 #include <string_view>
 
@@ -91,8 +92,8 @@ public:
         diagram_.file = path;
     }
 
-    Diagram read() {
-        const toml::table root = parse();
+    Diagram read(const std::string& text) {
+        const toml::table root = parse(text);
         const std::vector<std::string> kinds = {"source", "block", "wire", "sink", "compare"};
         for (const auto& [name, node] : root) {
             const std::string kind(name.str());
@@ -110,10 +111,9 @@ public:
     }
 
 private:
-    toml::table parse() const {
+    toml::table parse(const std::string& text) const {
         try {
-            std::ifstream in(diagram_.file, std::ios::binary);
-            return toml::parse(in, file_);
+            return toml::parse(text, file_);
         } catch (const toml::parse_error& error) {
             const int line = static_cast<int>(error.source().begin.line);
             throw InputError({file_, line, ""}, onOneLine(error.description()));
@@ -197,8 +197,13 @@ private:
         } else {
             block.type = section.neededText("type");
         }
+        if (section.table().contains("record")) {
+            block.recordPlace = section.place("record");
+            block.record = recordBytes(section);
+        }
+        std::vector<toml::source_position> positions;
         for (const auto& [key, node] : section.table()) {
-            if (key.str() == "type") continue;
+            if (key.str() == "type" || key.str() == "record") continue;
             Setting setting;
             setting.keyword = key.str();
             setting.place = section.place(key.str());
@@ -213,12 +218,31 @@ private:
             } else {
                 section.fail(key.str(), "must be a number, a text, true or false");
             }
-            block.settings.push_back(std::move(setting));
+            const auto after = std::ranges::upper_bound(positions, node.source().begin);
+            block.settings.insert(block.settings.begin() + (after - positions.begin()),
+                                  std::move(setting));
+            positions.insert(after, node.source().begin);
         }
-        std::stable_sort(
-            block.settings.begin(), block.settings.end(),
-            [](const Setting& a, const Setting& b) { return a.place.line < b.place.line; });
         diagram_.blocks.push_back(std::move(block));
+    }
+
+    // The bytes that the digits of a record stand for; blanks and line ends part them at will.
+    static std::string recordBytes(const Section& section) {
+        std::string digits;
+        for (const char c : section.text("record")) {
+            if (c == ' ' || c == '\t' || c == '\r' || c == '\n') continue;
+            if (!isHexadecimal(c)) {
+                section.fail("record", "\"" + std::string(1, c) +
+                                           "\" is no hexadecimal digit (the " +
+                                           std::to_string(digits.size() + 1) + ". digit)");
+            }
+            digits += c;
+        }
+        if (digits.size() % 2 != 0) {
+            section.fail("record", "is damaged: " + std::to_string(digits.size()) +
+                                       " digits are no whole number of bytes");
+        }
+        return bytesOf(digits);
     }
 
     void sink(const Section& section, const std::string& name) {
@@ -302,7 +326,13 @@ Diagram readDiagram(const std::filesystem::path& file) {
     if (!std::filesystem::is_regular_file(file)) {
         throw InputError({textOf(file), 0, ""}, "no such file");
     }
-    return Reader(file).read();
+    std::ifstream in(file, std::ios::binary);
+    const std::string text{std::istreambuf_iterator<char>(in), {}};
+    return Reader(file).read(text);
+}
+
+Diagram parseDiagram(const std::string& text, const std::filesystem::path& file) {
+    return Reader(file).read(text);
 }
 
 }  // namespace vynhost

@@ -11,6 +11,9 @@
 //     [block.spectrum]
 //     type = "FFT"                 # name, class or code
 //     PkWndFct = "HANNING"         # the block's keywords
+//     record = "38000000 94010000"  # a parameter record in hexadecimal digits, in full; the
+//     keywords
+//                                  # apply on top of it
 //
 //     [wire]
 //     "spectrum.E" = "speech"      # input = source or output; letters of the connector strings
@@ -67,7 +70,7 @@ struct SourceSpec {
 struct Setting {
     std::string keyword;
     std::variant<std::int64_t, double, std::string> value;
-    Place place;
+    Place place = {};
 };
 
 struct BlockSpec {
@@ -75,7 +78,9 @@ struct BlockSpec {
     std::string type;
     Place place;
     Place typePlace;
-    std::vector<Setting> settings;
+    std::optional<std::string> record = {};  // its bytes
+    Place recordPlace;
+    std::vector<Setting> settings;  // in the order of the file
 };
 
 struct WireSpec {
@@ -119,5 +124,7 @@ struct Diagram {
 // Raises InputError for what is no diagram. Names of types, keywords and connectors are looked at
 // later, when the module is there.
 Diagram readDiagram(const std::filesystem::path& file);
+// The same from a file's text.
+Diagram parseDiagram(const std::string& text, const std::filesystem::path& file);
 
 }  // namespace vynhost

@@ -1,4 +1,4 @@
-// vynhost: lists the module's blocks and runs diagrams of them over recordings.
+// vynhost: lists the module's blocks, runs diagrams of them over recordings, shows their dialogs.
 #include <CLI/CLI.hpp>
 
 #include <iostream>
@@ -6,6 +6,7 @@
 
 #include "vynhost/catalogue.h"
 #include "vynhost/diagram.h"
+#include "vynhost/dialog_command.h"
 #include "vynhost/errors.h"
 #include "vynhost/module_host.h"
 #include "vynhost/platform/system.h"
@@ -95,6 +96,16 @@ int run(const RunArguments& arguments) {
     return code;
 }
 
+int dialog(const DialogArguments& arguments) {
+    if (!platform::kHasDialogs) {
+        throw InputError("dialogs exist on Windows only; here keywords set a block up");
+    }
+    const ModuleLibrary module = loadModule();
+    ModuleHost host(module);
+    std::cout << showBlockDialog(host, arguments);
+    return kSuccess;
+}
+
 std::string versionText() {
     return "vynhost " VYN_VERSION ", module interface " + std::to_string(kInterfaceVersion);
 }
@@ -102,6 +113,7 @@ std::string versionText() {
 int obey(const std::vector<std::string>& words) {
     CLI::App app("Runs diagrams of signal-analysis blocks over recordings.", "vynhost");
     app.require_subcommand(1);
+    app.allow_windows_style_options(false);  // a path may begin with a slash
     app.set_version_flag("--version", versionText());
     int code = kSuccess;
 
@@ -118,6 +130,13 @@ int obey(const std::vector<std::string>& words) {
     runCommand->add_option("--out", runArguments.out, "Folder of the results (default: here)");
     runCommand->add_flag("--quiet", runArguments.quiet, "Errors only");
     runCommand->callback([&] { code = run(runArguments); });
+
+    DialogArguments dialogArguments;
+    CLI::App* dialogCommand = app.add_subcommand(
+        "dialog", "Shows a block's dialog and writes its changes into the diagram (Windows)");
+    dialogCommand->add_option("DIAGRAM", dialogArguments.diagram, "A TOML file")->required();
+    dialogCommand->add_option("BLOCK", dialogArguments.block, "A block's name in it")->required();
+    dialogCommand->callback([&] { code = dialog(dialogArguments); });
 
     try {
         app.parse(std::vector<std::string>(words.rbegin(), words.rend()));

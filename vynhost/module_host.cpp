@@ -233,6 +233,9 @@ PlacedBlock::PlacedBlock(ModuleHost& host, int typeCode)
 PlacedBlock::PlacedBlock(ModuleHost& host, int typeCode, const std::string& record)
     : PlacedBlock(host, typeCode, std::make_unique<platform::ParameterFile>(record).get()) {}
 
+PlacedBlock::PlacedBlock(ModuleHost& host, int typeCode, platform::ParameterFile& file)
+    : PlacedBlock(host, typeCode, &file) {}
+
 PlacedBlock::PlacedBlock(ModuleHost& host, int typeCode, platform::ParameterFile* file)
     : host_(host),
       typeCode_(typeCode),
@@ -380,6 +383,10 @@ Int PlacedBlock::errorShow() {
 
 Int PlacedBlock::showDialog() {
     return host_.call(host_.exports().GetParameters, context_, typeCode_, handle_, 0);
+}
+
+platform::DialogEnd PlacedBlock::askUser() {
+    return platform::leaveToUser([this] { showDialog(); });
 }
 
 std::optional<ChannelData> PlacedBlock::process(const ChannelData& data) {

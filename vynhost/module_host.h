@@ -177,6 +177,8 @@ public:
     PlacedBlock(ModuleHost& host, int typeCode);
     // Restores it from a parameter record.
     PlacedBlock(ModuleHost& host, int typeCode, const std::string& record);
+    // Restores it from an open file, as far as the block reads.
+    PlacedBlock(ModuleHost& host, int typeCode, platform::ParameterFile& file);
     // Destroys it, in the middle of a run too, and takes back what lies at its connectors.
     ~PlacedBlock();
     PlacedBlock(const PlacedBlock&) = delete;
@@ -223,6 +225,8 @@ public:
     Int stop();
     Int errorShow();
     Int showDialog();
+    // The same for the person at the screen, who also answers the message boxes.
+    platform::DialogEnd askUser();
     // One data block at input 0 through the block: put, simulate, take output 0.
     std::optional<ChannelData> process(const ChannelData& data);
 

@@ -347,4 +347,14 @@ std::vector<std::filesystem::path> ResultFiles::commit() {
     return paths;
 }
 
+void replaceFile(const std::filesystem::path& file, const std::string& content) {
+    ResultFiles files(file.parent_path());
+    files.add(textOf(file.filename()), content);
+    std::filesystem::path temporary = file;
+    temporary += ".part";
+    std::error_code ignored;
+    std::filesystem::permissions(temporary, std::filesystem::status(file).permissions(), ignored);
+    files.commit();
+}
+
 }  // namespace vynhost

@@ -58,4 +58,8 @@ private:
     std::vector<File> files_;
 };
 
+// Replaces a file's content as a whole; its permissions stay. Raises RunError, and then the file is
+// as it was.
+void replaceFile(const std::filesystem::path& file, const std::string& content);
+
 }  // namespace vynhost

@@ -5,6 +5,7 @@
 #include <functional>
 #include <utility>
 
+#include "vynhost/block_settings.h"
 #include "vynhost/catalogue.h"
 #include "vynhost/text.h"
 
@@ -106,29 +107,9 @@ void Runner::openSources(const std::map<std::string, std::filesystem::path>& inp
 void Runner::placeBlocks() {
     const std::vector<TypeInfo> types = moduleTypes(host_);
     for (const BlockSpec& spec : diagram_.blocks) {
-        const auto type = std::find_if(types.begin(), types.end(), [&](const TypeInfo& info) {
-            return equalIgnoringCase(spec.type, info.longName) ||
-                   equalIgnoringCase(spec.type, info.shortName) ||
-                   equalIgnoringCase(spec.type, info.className) ||
-                   spec.type == std::to_string(info.code);
-        });
-        if (type == types.end()) {
-            std::vector<std::string> names;
-            for (const TypeInfo& info : types) {
-                for (const std::string& name : {info.longName, info.shortName, info.className}) {
-                    names.push_back(name);
-                }
-            }
-            throw InputError(spec.typePlace, "\"" + spec.type + "\" is no block type" +
-                                                 didYouMean(spec.type, names));
-        }
         auto node = std::make_unique<Node>();
         node->spec = &spec;
-        node->block = std::make_unique<PlacedBlock>(host_, type->code);
-        if (!node->block->created()) {
-            throw InputError(spec.typePlace, "the module cannot create a \"" + spec.type + "\"");
-        }
-        applySettings(*node);
+        node->block = placeBlock(host_, types, spec, notes_);
         node->inputs = connectorNames(node->block->inputLabels());
         node->outputs = connectorNames(node->block->outputLabels());
         node->wired.resize(node->inputs.size());
@@ -139,125 +120,6 @@ void Runner::placeBlocks() {
             collected.values = valueNames(*node->block, static_cast<int>(node->outlets.size()) - 1);
         }
         nodes_.push_back(std::move(node));
-    }
-}
-
-namespace {
-
-// What the block says about a keyword after it has been set.
-KeywordValue setAndRead(PlacedBlock& block, const KeywordRow& row, const KeywordValue& value) {
-    block.set(row, value);
-    return block.get(row);
-}
-
-// The block stored the text's meaning: it reads back as set, or as another name than the one that
-// stands for anything unknown (several values read back under a longer name).
-// Where the text cannot be read back, the block's parameter record tells an unknown name from
-// others; only the name of the default itself looks the same, and gets the benefit of the doubt.
-bool acceptsText(PlacedBlock& block, const KeywordRow& row, const std::string& text,
-                 std::vector<std::string>& notes, const Setting& setting) {
-    const auto read = std::get<std::string>(setAndRead(block, row, text));
-    if (equalIgnoringCase(read, text)) return true;
-    const std::string chosen = block.save();
-    const KeywordValue fallback = setAndRead(block, row, std::string("?"));
-    const std::string fallbackRecord = block.save();
-    block.set(row, text);
-    if (isReadable(read)) return KeywordValue(read) != fallback;
-    if (chosen == fallbackRecord) {
-        notes.push_back(setting.place.file + ":" + std::to_string(setting.place.line) + ": " +
-                        setting.place.key + ": \"" + text +
-                        "\" gives the default; the block does not say which name that has");
-    }
-    return true;
-}
-
-// The block stored the number: it reads back as set, or differently from its neighbour (some
-// numbers read back with an offset).
-bool acceptsInteger(PlacedBlock& block, const KeywordRow& row, std::int32_t number) {
-    if (setAndRead(block, row, number) == KeywordValue(number)) return true;
-    const KeywordValue neighbours = setAndRead(block, row, number == 0 ? 1 : number - 1);
-    return setAndRead(block, row, number) != neighbours;
-}
-
-// The same but for the rounding of values that a block works out from each other.
-bool stillTheSame(const KeywordValue& before, const KeywordValue& now) {
-    const auto* a = std::get_if<double>(&before);
-    const auto* b = std::get_if<double>(&now);
-    if (a == nullptr || b == nullptr) return before == now;
-    return std::abs(*a - *b) <= 1e-9 * std::abs(*a) || (std::isnan(*a) && std::isnan(*b));
-}
-
-bool acceptsReal(PlacedBlock& block, const KeywordRow& row, double number) {
-    const auto read = std::get<double>(setAndRead(block, row, number));
-    return read == number || (std::isnan(read) && std::isnan(number));
-}
-
-// The setting in the keyword's own type; raises InputError when it is of another.
-KeywordValue typedValue(const Setting& setting, const KeywordRow& row) {
-    const auto* text = std::get_if<std::string>(&setting.value);
-    const auto* integer = std::get_if<std::int64_t>(&setting.value);
-    const auto* real = std::get_if<double>(&setting.value);
-    if (row.type == ValueType::text) {
-        if (text == nullptr) throw InputError(setting.place, "takes a name, in quotes");
-        return *text;
-    }
-    if (row.type == ValueType::real) {
-        if (text != nullptr) throw InputError(setting.place, "takes a number");
-        return real != nullptr ? *real : static_cast<double>(*integer);
-    }
-    if (integer == nullptr) throw InputError(setting.place, "takes a whole number");
-    if (*integer != static_cast<std::int32_t>(*integer)) {
-        throw InputError(setting.place, std::to_string(*integer) + " is out of range");
-    }
-    return static_cast<std::int32_t>(*integer);
-}
-
-}  // namespace
-
-void Runner::applySettings(Node& node) {
-    PlacedBlock& block = *node.block;
-    const std::vector<KeywordRow> rows = block.keywords();
-    struct Read {
-        const Setting* setting;
-        const KeywordRow* row;
-        KeywordValue value;
-    };
-    std::vector<Read> reads;
-    for (const Setting& setting : node.spec->settings) {
-        const auto row = std::find_if(rows.begin(), rows.end(), [&](const KeywordRow& keyword) {
-            return equalIgnoringCase(keyword.name, setting.keyword);
-        });
-        if (row == rows.end()) {
-            std::vector<std::string> names;
-            names.reserve(rows.size());
-            for (const KeywordRow& keyword : rows)
-                names.push_back(keyword.name);
-            throw InputError(setting.place, "no such keyword" + didYouMean(setting.keyword, names) +
-                                                " (there are: " + joined(names) + ")");
-        }
-        const KeywordValue value = typedValue(setting, *row);
-        bool accepted = false;
-        if (const auto* text = std::get_if<std::string>(&value)) {
-            accepted = acceptsText(block, *row, *text, notes_, setting);
-        } else if (const auto* real = std::get_if<double>(&value)) {
-            accepted = acceptsReal(block, *row, *real);
-        } else {
-            accepted = acceptsInteger(block, *row, std::get<std::int32_t>(value));
-        }
-        if (!accepted) {
-            throw InputError(setting.place, "the block does not take \"" + valueText(value) +
-                                                "\", it keeps \"" + valueText(block.get(*row)) +
-                                                "\"");
-        }
-        reads.push_back({&setting, &*row, block.get(*row)});
-    }
-    // Some blocks work out one value from others.
-    for (const Read& read : reads) {
-        const KeywordValue now = block.get(*read.row);
-        if (stillTheSame(read.value, now)) continue;
-        throw InputError(read.setting->place, "another setting of this block changes it from \"" +
-                                                  valueText(read.value) + "\" to \"" +
-                                                  valueText(now) + "\"");
     }
 }
 

@@ -54,7 +54,6 @@ private:
 
     void openSources(const std::map<std::string, std::filesystem::path>& inputs);
     void placeBlocks();
-    void applySettings(Node& node);
     void wire();
     void orderBlocks();
     Outlet& outletOf(const ConnectorName& name);

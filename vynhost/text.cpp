@@ -74,6 +74,30 @@ std::string joined(std::span<const std::string> names) {
     return text;
 }
 
+bool isHexadecimal(char c) {
+    return (c >= '0' && c <= '9') || (lower(c) >= 'a' && lower(c) <= 'f');
+}
+
+std::string bytesOf(std::string_view digits) {
+    const auto value = [](char c) { return c <= '9' ? c - '0' : lower(c) - 'a' + 10; };
+    std::string bytes;
+    for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
+        bytes += static_cast<char>(value(digits[i]) * 16 + value(digits[i + 1]));
+    }
+    return bytes;
+}
+
+std::string digitsOf(std::string_view bytes) {
+    constexpr std::string_view kDigits = "0123456789abcdef";
+    std::string digits;
+    for (const char c : bytes) {
+        const auto byte = static_cast<unsigned char>(c);
+        digits += kDigits[byte >> 4];
+        digits += kDigits[byte & 15];
+    }
+    return digits;
+}
+
 std::filesystem::path pathOf(const std::string& utf8) {
     return std::u8string(utf8.begin(), utf8.end());
 }

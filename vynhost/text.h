@@ -31,6 +31,11 @@ std::string didYouMean(std::string_view text, std::span<const std::string> candi
 // "a, b, c"
 std::string joined(std::span<const std::string> names);
 
+bool isHexadecimal(char c);
+// Two hexadecimal digits a byte, without anything between them.
+std::string bytesOf(std::string_view digits);
+std::string digitsOf(std::string_view bytes);
+
 // Paths from and to UTF-8, whatever the system's own encoding.
 std::filesystem::path pathOf(const std::string& utf8);
 std::string textOf(const std::filesystem::path& path);

@@ -74,6 +74,21 @@ std::vector<Box> caughtBoxes();
 // False when a box would be lost (a Windows without a display).
 bool boxesCanBeCaught() noexcept;
 
+// --- Dialogs --------------------------------------------------------------------------------
+
+// The module has parameter dialogs on this system.
+extern const bool kHasDialogs;
+
+enum class DialogEnd {
+    none,  // no dialog was shown, or it closed before anybody could answer
+    cancelled,
+    accepted,
+};
+
+// Runs `show`, which opens one of the module's dialogs and waits for its end. Until then message
+// boxes stay open for the person at the screen.
+DialogEnd leaveToUser(const std::function<void()>& show);
+
 // --- Parameter files ------------------------------------------------------------------------
 
 // A temporary file, open for reading and writing, with the kind of handle the module takes.

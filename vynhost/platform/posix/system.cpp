@@ -258,6 +258,15 @@ std::vector<Box> caughtBoxes() {
 
 bool boxesCanBeCaught() noexcept { return true; }
 
+// --- Dialogs --------------------------------------------------------------------------------
+
+const bool kHasDialogs = false;
+
+DialogEnd leaveToUser(const std::function<void()>& show) {
+    show();
+    return DialogEnd::none;
+}
+
 // --- Parameter files ------------------------------------------------------------------------
 
 namespace {

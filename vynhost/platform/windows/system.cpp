@@ -217,8 +217,46 @@ BOOL CALLBACK readChild(HWND child, LPARAM argument) {
     return TRUE;
 }
 
+// The first dialog that is created while the user is asked is the block's own. Its procedure is
+// overlaid for its life: whichever of OK and Cancel comes last is what closed it.
+struct AskedUser {
+    bool asking = false;
+    HWND dialog = nullptr;
+    WNDPROC procedure = nullptr;
+    DialogEnd end = DialogEnd::none;
+};
+
+AskedUser askedUser;
+
+LRESULT CALLBACK watchAnswers(HWND window, UINT message, WPARAM first, LPARAM second) {
+    if (message == WM_COMMAND && HIWORD(first) == BN_CLICKED) {
+        if (LOWORD(first) == IDOK) askedUser.end = DialogEnd::accepted;
+        if (LOWORD(first) == IDCANCEL) askedUser.end = DialogEnd::cancelled;
+    }
+    const WNDPROC procedure = askedUser.procedure;
+    if (message == WM_NCDESTROY) {
+        ::SetWindowLongPtrW(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(procedure));
+    }
+    const LRESULT result = ::CallWindowProcW(procedure, window, message, first, second);
+    // A program of the console has no window that the dialog could come up before.
+    if (message == WM_SHOWWINDOW && first != 0) ::SetForegroundWindow(window);
+    return result;
+}
+
+void overlayDialog(HWND window) {
+    if (askedUser.dialog != nullptr || !isOfClass(window, "#32770")) return;
+    askedUser.dialog = window;
+    askedUser.procedure =
+        // NOLINTNEXTLINE(performance-no-int-to-ptr)
+        reinterpret_cast<WNDPROC>(
+            ::SetWindowLongPtrW(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(watchAnswers)));
+}
+
 LRESULT CALLBACK watchWindows(int code, WPARAM first, LPARAM second) {
-    if (code == HCBT_ACTIVATE) {
+    if (askedUser.asking) {
+        // NOLINTNEXTLINE(performance-no-int-to-ptr)
+        if (code == HCBT_CREATEWND) overlayDialog(reinterpret_cast<HWND>(first));
+    } else if (code == HCBT_ACTIVATE) {
         // NOLINTNEXTLINE(performance-no-int-to-ptr)
         const auto window = reinterpret_cast<HWND>(first);
         BoxContents contents;
@@ -255,6 +293,17 @@ bool boxesCanBeCaught() noexcept {
         return answer == IDOK;
     }();
     return seen;
+}
+
+// --- Dialogs --------------------------------------------------------------------------------
+
+const bool kHasDialogs = true;
+
+DialogEnd leaveToUser(const std::function<void()>& show) {
+    catchBoxes();  // its hook sees the dialog, too
+    askedUser = {.asking = true};
+    show();
+    return std::exchange(askedUser, {}).end;
 }
 
 // --- Parameter files ------------------------------------------------------------------------
