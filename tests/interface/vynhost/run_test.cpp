@@ -414,6 +414,18 @@ TEST_F(ProgramTest, RefusesWhatItDoesNotKnow) {
     EXPECT_EQ(vynhost("run a.toml --fast").code, 2);
 }
 
+TEST_F(ProgramTest, ShowsDialogsOnWindowsOnly) {
+    EXPECT_THAT(vynhost("--help").out, HasSubstr("dialog "));
+    EXPECT_EQ(vynhost("dialog").code, 2);
+    EXPECT_EQ(vynhost("dialog a.toml").code, 2);
+    if (platform::kHasDialogs) return;
+    write("d.toml", "[block.f]\ntype = \"FFT\"\n");
+    const Outcome outcome = vynhost("dialog " + at("d.toml") + " f");
+    EXPECT_EQ(outcome.code, 2);
+    EXPECT_EQ(outcome.error,
+              "vynhost: dialogs exist on Windows only; here keywords set a block up\n");
+}
+
 TEST_F(ProgramTest, RunsADiagramAndSaysWhereTheResultsLie) {
     VYN_NEEDS_TYPE(5004);
     writeWav("s.wav", sine(64, 4));

@@ -1,0 +1,155 @@
+// `vynhost dialog` with a real dialog in a program of its own.
+#include <gmock/gmock.h>
+
+#include <fstream>
+#include <iterator>
+
+#include "dialogs/command_driver.h"
+
+namespace dialog_test {
+namespace {
+
+using testing::HasSubstr;
+
+// Controls.
+constexpr int kSpectrumPhase = 1101;
+constexpr int kSpectrumWindows = 1100;
+constexpr int kDualAmplitudes = 1133;
+constexpr int kDualCoherence = 1117;
+constexpr int kClassMethods = 1130;
+constexpr int kFilterLength = 1272;
+constexpr int kBoxText = 0xFFFF;
+
+class Command : public testing::Test {
+protected:
+    Command() {
+        folder_ = std::filesystem::temp_directory_path() / "vynhost-dialog-command";
+        std::filesystem::remove_all(folder_);
+        std::filesystem::create_directories(folder_);
+    }
+    ~Command() override {
+        std::error_code ignored;
+        std::filesystem::remove_all(folder_, ignored);
+    }
+
+    std::filesystem::path diagram() const { return folder_ / "d.toml"; }
+    void write(const std::string& text) const {
+        std::ofstream(diagram(), std::ios::binary) << text;
+    }
+    std::string read() const {
+        std::ifstream in(diagram(), std::ios::binary);
+        return {std::istreambuf_iterator<char>(in), {}};
+    }
+
+private:
+    std::filesystem::path folder_;
+};
+
+TEST_F(Command, OkWritesTheChangesIntoTheDiagram) {
+    write(
+        "# mine\r\n[block.fft]\r\ntype = \"FFT\"  # here\r\nPkWndFct = \"HANNING\"  # smooth\r\n"
+        "\r\n[wire]\r\n");
+    DialogCommand command(diagram(), "fft");
+    const Dialog dialog = command.dialog();
+    EXPECT_EQ(dialog.caption(), "FFT");
+    EXPECT_EQ(dialog.selection(kSpectrumWindows), 2);  // the diagram's
+    command.choose(dialog, kSpectrumWindows, 3);
+    command.tick(dialog, kSpectrumPhase, true);
+    command.click(dialog, IDOK);
+    EXPECT_EQ(command.exitCode(), 0);
+    EXPECT_EQ(command.errors(), "");
+    EXPECT_THAT(command.output(), HasSubstr("fft: PkWndFct = \"HAMMING\""));
+    EXPECT_THAT(command.output(), HasSubstr("wrote "));
+    EXPECT_EQ(
+        read(),
+        "# mine\r\n[block.fft]\r\ntype = \"FFT\"  # here\r\nPkWndFct = \"HAMMING\"  # smooth\r\n"
+        "PkPhase = 1\r\n\r\n[wire]\r\n");
+}
+
+TEST_F(Command, OkWithoutAChangeLeavesTheFileAlone) {
+    const std::string text = "[block.fft]\ntype = \"FFT\"\n";
+    write(text);
+    const auto time = std::filesystem::last_write_time(diagram());
+    DialogCommand command(diagram(), "fft");
+    command.click(command.dialog(), IDOK);
+    EXPECT_EQ(command.exitCode(), 0);
+    EXPECT_THAT(command.output(), HasSubstr("nothing new"));
+    EXPECT_EQ(read(), text);
+    EXPECT_EQ(std::filesystem::last_write_time(diagram()), time);
+}
+
+// This dialog leaves a trace in the block even when it is cancelled; the diagram has none.
+TEST_F(Command, CancelLeavesTheFileAlone) {
+    const std::string text = "[block.two]\ntype = 5006\nPkAmplType = \"REALIMAGINAER\"\n";
+    write(text);
+    DialogCommand command(diagram(), "two");
+    const Dialog dialog = command.dialog();
+    EXPECT_EQ(dialog.selection(kDualAmplitudes), 5);
+    command.tick(dialog, kDualCoherence, true);
+    command.click(dialog, IDCANCEL);
+    EXPECT_EQ(command.exitCode(), 0);
+    EXPECT_THAT(command.output(), HasSubstr("cancelled"));
+    EXPECT_EQ(read(), text);
+}
+
+TEST_F(Command, TheCrossInTheCaptionCancels) {
+    const std::string text = "[block.fft]\ntype = \"FFT\"\n";
+    write(text);
+    DialogCommand command(diagram(), "fft");
+    const Dialog dialog = command.dialog();
+    command.tick(dialog, kSpectrumPhase, true);
+    ::PostMessageW(dialog.window(), WM_SYSCOMMAND, SC_CLOSE, 0);
+    EXPECT_EQ(command.exitCode(), 0);
+    EXPECT_THAT(command.output(), HasSubstr("cancelled"));
+    EXPECT_EQ(read(), text);
+}
+
+TEST_F(Command, WhatNoKeywordSaysComesBackFromTheRecord) {
+    write("[block.classes]\ntype = \"Klassierung\"\nPkNumber = 8\nPkMethod = 2\n");
+    {
+        DialogCommand command(diagram(), "classes");
+        const Dialog dialog = command.dialog();
+        EXPECT_EQ(dialog.selection(kClassMethods), 1);
+        command.choose(dialog, kClassMethods, 4);
+        command.click(dialog, IDOK);
+        EXPECT_EQ(command.exitCode(), 0) << command.errors();
+    }
+    EXPECT_THAT(read(),
+                testing::StartsWith("[block.classes]\ntype = \"Klassierung\"\nPkNumber = 8\n"
+                                    "record = \"\"\"\n    58000000 94010000 "));
+    DialogCommand command(diagram(), "classes");
+    const Dialog dialog = command.dialog();
+    EXPECT_EQ(dialog.selection(kClassMethods), 4);
+    command.click(dialog, IDCANCEL);
+    EXPECT_EQ(command.exitCode(), 0);
+}
+
+TEST_F(Command, MessagesOfTheDialogAreLeftToTheUser) {
+    const std::string text = "[block.low]\ntype = \"Filter\"\nPkFilterType = 0\n";
+    write(text);
+    DialogCommand command(diagram(), "low");
+    const Dialog dialog = command.dialog();
+    command.enter(dialog, kFilterLength, "4");
+    command.click(dialog, IDOK);
+    const Dialog box = command.box(dialog);
+    EXPECT_EQ(box.caption(), "Fehler!");
+    EXPECT_THAT(box.text(kBoxText), HasSubstr("Die Fensterlänge ist ungültig."));
+    command.click(box, IDOK);
+    command.waitUntilClosed(box);
+    EXPECT_FALSE(dialog.closed());
+    command.enter(dialog, kFilterLength, "31");
+    command.click(dialog, IDOK);
+    EXPECT_EQ(command.exitCode(), 0);
+    EXPECT_EQ(read(), text + "PkFilterLength = 31\n");
+}
+
+TEST_F(Command, AnUnknownBlockIsAnError) {
+    write("[block.low]\ntype = \"Filter\"\n");
+    DialogCommand command(diagram(), "high");
+    EXPECT_EQ(command.exitCode(), 2);
+    EXPECT_EQ(command.output(), "");
+    EXPECT_THAT(command.errors(), HasSubstr("\"high\" is no block (there are: low)"));
+}
+
+}  // namespace
+}  // namespace dialog_test
