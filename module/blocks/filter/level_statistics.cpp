@@ -110,13 +110,23 @@ void LevelStatistics::take(const LevelFrames& frames, std::int32_t control, Leve
 
 // Lets the time run to the last frame before a second is full, `most` frames at most.
 std::size_t LevelStatistics::framesBeforeSecond(std::size_t most) {
+    // Copies, which stay in registers.
+    const double step = step_;
+    double partOfSecond = partOfSecond_;
+    double runningTime = runningTime_;
+    double measurementTime = now_.measurementTime;
+    double timeSinceExtremesReset = now_.timeSinceExtremesReset;
     std::size_t frames = 0;
-    for (; frames < most && partOfSecond_ + step_ < 1.0; ++frames) {
-        partOfSecond_ += step_;
-        runningTime_ += step_;
-        now_.measurementTime += step_;
-        now_.timeSinceExtremesReset += step_;
+    for (; frames < most && partOfSecond + step < 1.0; ++frames) {
+        partOfSecond += step;
+        runningTime += step;
+        measurementTime += step;
+        timeSinceExtremesReset += step;
     }
+    partOfSecond_ = partOfSecond;
+    runningTime_ = runningTime;
+    now_.measurementTime = measurementTime;
+    now_.timeSinceExtremesReset = timeSinceExtremesReset;
     return frames;
 }
 
