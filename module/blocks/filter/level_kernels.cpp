@@ -49,34 +49,49 @@ void square(const float* x, std::size_t stride, std::size_t frames, int lanes, d
     divide(ratios, frames * all);
 }
 
+// A channel on its own fills both halves of a pair: comparisons of single numbers go a longer way.
+template <class Group>
+struct Paired {
+    using Doubles = typename Group::Doubles;
+    static Doubles take(const double* from) { return load<Doubles>(from); }
+    static void put(Doubles values, double* to) { store(values, to); }
+};
+template <>
+struct Paired<Lanes<1>> {
+    using Doubles = Lanes<2>::Doubles;
+    static Doubles take(const double* from) { return Doubles{} + *from; }
+    static void put(Doubles values, double* to) { *to = values[0]; }
+};
+
 void gather(const double* ratios, std::size_t frames, int lanes, const LevelWindow* window,
             LevelLanes* state, double* hits) {
     const auto all = static_cast<std::size_t>(lanes);
     forEachLaneGroup(all, [=](auto group, std::size_t first) {
-        using Doubles = typename decltype(group)::Doubles;
+        using Pair = Paired<decltype(group)>;
+        using Doubles = typename Pair::Doubles;
         const Doubles zero{};
         const Doubles one = zero + 1.0;
-        const auto from = load<Doubles>(window->from + first);
-        const auto to = load<Doubles>(window->to + first);
-        auto maximum = load<Doubles>(state->maximum + first);
-        auto minimum = load<Doubles>(state->minimum + first);
-        auto energy = load<Doubles>(state->energy + first);
-        auto clockMaximum = load<Doubles>(state->clockMaximum + first);
+        const Doubles from = Pair::take(window->from + first);
+        const Doubles to = Pair::take(window->to + first);
+        Doubles maximum = Pair::take(state->maximum + first);
+        Doubles minimum = Pair::take(state->minimum + first);
+        Doubles energy = Pair::take(state->energy + first);
+        Doubles clockMaximum = Pair::take(state->clockMaximum + first);
         Doubles hit{};
         const double* in = ratios + first;
         for (std::size_t frame = 0; frame < frames; ++frame, in += all) {
-            const auto q = load<Doubles>(in);
+            const Doubles q = Pair::take(in);
             maximum = q > maximum ? q : maximum;
             minimum = q < minimum ? q : minimum;
             energy += q;
             clockMaximum = q > clockMaximum ? q : clockMaximum;
             hit += (q >= from) & (q < to) ? one : zero;
         }
-        store(maximum, state->maximum + first);
-        store(minimum, state->minimum + first);
-        store(energy, state->energy + first);
-        store(clockMaximum, state->clockMaximum + first);
-        store(hit, hits + first);
+        Pair::put(maximum, state->maximum + first);
+        Pair::put(minimum, state->minimum + first);
+        Pair::put(energy, state->energy + first);
+        Pair::put(clockMaximum, state->clockMaximum + first);
+        Pair::put(hit, hits + first);
     });
 }
 
