@@ -105,12 +105,14 @@ bool acceptsText(PlacedBlock& block, const KeywordRow& row, const std::string& t
         names, [&](const std::string& name) { return equalIgnoringCase(name, text); });
 }
 
-// The block stored the number: it reads back as set, or differently from its neighbour (some
-// numbers read back with an offset).
+// The block stored the number: it reads back as set, or what is stored differs from what its
+// neighbour leaves behind (some numbers read back with an offset, one not at all).
 bool acceptsInteger(PlacedBlock& block, const KeywordRow& row, std::int32_t number) {
     if (setAndRead(block, row, number) == KeywordValue(number)) return true;
-    const KeywordValue neighbours = setAndRead(block, row, number == 0 ? 1 : number - 1);
-    return setAndRead(block, row, number) != neighbours;
+    block.set(row, KeywordValue(number == 0 ? 1 : number - 1));
+    const std::string neighbours = block.save();
+    block.set(row, KeywordValue(number));
+    return block.save() != neighbours;
 }
 
 // The same but for the rounding of values that a block works out from each other.
@@ -211,6 +213,9 @@ std::unique_ptr<PlacedBlock> placeBlock(ModuleHost& host, std::span<const TypeIn
     auto block = spec.record ? restoreBlock(host, type.code, spec)
                              : std::make_unique<PlacedBlock>(host, type.code);
     applySettings(*block, spec, notes);
+    // Some connectors follow the settings only when a run starts.
+    block->initSim();
+    block->stop();
     return block;
 }
 

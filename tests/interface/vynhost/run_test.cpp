@@ -305,6 +305,17 @@ TEST_F(RunTest, StatisticsAreNamedAfterTheirKeywords) {
         });
 }
 
+TEST_F(RunTest, AnOutputPerMeasureHasItsNumber) {
+    writeWav("s.wav", {0.5F, -0.25F});
+    run("[source.s]\nfile = \"s.wav\"\nblock = 2\n"
+        "[block.n]\ntype = \"Statistik\"\nPkAllOn = 1\nPkOutMode = 2\n[wire]\n\"n.E\" = \"s\"\n"
+        "[sink.x]\nfrom = \"n.10\"\ncsv = \"x.csv\"\n",
+        [](const Diagram& diagram, const Runner& runner) {
+            EXPECT_THAT(csvOf(diagram.sinks[0], seriesOf(diagram.sinks[0], runner)),
+                        HasSubstr("n.10 "));
+        });
+}
+
 TEST_F(RunTest, AValueThatNobodyNamesIsAnError) {
     writeWav("s.wav", {0.5F, -0.25F});
     const std::string toml =
