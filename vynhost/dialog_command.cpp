@@ -11,7 +11,7 @@
 #include "vynhost/catalogue.h"
 #include "vynhost/diagram.h"
 #include "vynhost/diagram_text.h"
-#include "vynhost/results.h"
+#include "vynhost/result_files.h"
 #include "vynhost/text.h"
 
 namespace vynhost {

@@ -1,18 +1,20 @@
 // vynhost: lists the module's blocks, runs diagrams of them over recordings, shows their dialogs.
 #include <CLI/CLI.hpp>
 
+#include <deque>
 #include <iostream>
 #include <map>
 
 #include "vynhost/catalogue.h"
+#include "vynhost/comparison.h"
 #include "vynhost/diagram.h"
 #include "vynhost/dialog_command.h"
 #include "vynhost/errors.h"
 #include "vynhost/module_host.h"
 #include "vynhost/platform/system.h"
-#include "vynhost/results.h"
+#include "vynhost/result_files.h"
 #include "vynhost/runner.h"
-#include "vynhost/svg_chart.h"
+#include "vynhost/sink.h"
 #include "vynhost/text.h"
 
 namespace vynhost {
@@ -50,21 +52,6 @@ std::map<std::string, std::filesystem::path> replacedFiles(const std::vector<std
     return files;
 }
 
-void writeSinks(const Diagram& diagram, const Runner& runner, const RunArguments& arguments) {
-    ResultFiles files(pathOf(arguments.out));
-    for (const SinkSpec& sink : diagram.sinks) {
-        const std::vector<Series> series = seriesOf(sink, runner);
-        if (!sink.csv.empty()) files.add(sink.csv, csvOf(sink, series));
-        if (!sink.svg.empty()) {
-            files.add(sink.svg,
-                      svgChart(series, {sink.title, sink.logX, sink.decibels, sink.reference}));
-        }
-    }
-    for (const std::filesystem::path& path : files.commit()) {
-        if (!arguments.quiet) std::cout << "wrote " << textOf(path) << '\n';
-    }
-}
-
 int list(const ListArguments& arguments) {
     const ModuleLibrary module = loadModule();
     ModuleHost host(module);
@@ -77,16 +64,26 @@ int run(const RunArguments& arguments) {
     const ModuleLibrary module = loadModule();
     ModuleHost host(module);
     Runner runner(host, diagram, replacedFiles(arguments.inputs));
+    ResultFiles files(pathOf(arguments.out));
+    std::deque<Sink> sinks;
+    for (const SinkSpec& spec : diagram.sinks)
+        sinks.emplace_back(spec, runner, files);
+    std::deque<Comparer> comparers;
+    for (const CompareSpec& spec : diagram.comparisons)
+        comparers.emplace_back(spec, runner);
     runner.run();
     std::vector<Comparison> comparisons;
-    for (const CompareSpec& compare : diagram.comparisons) {
-        comparisons.push_back(compareSignals(compare, runner));
-    }
+    for (const Comparer& comparer : comparers)
+        comparisons.push_back(comparer.result());
+    for (Sink& sink : sinks)
+        sink.finish();
     if (!arguments.quiet) {
         for (const std::string& note : runner.notes())
             std::cout << note << '\n';
     }
-    writeSinks(diagram, runner, arguments);
+    for (const std::filesystem::path& path : files.commit()) {
+        if (!arguments.quiet) std::cout << "wrote " << textOf(path) << '\n';
+    }
     int code = kSuccess;
     for (const Comparison& comparison : comparisons) {
         if (!arguments.quiet) std::cout << comparison.line << '\n';

@@ -52,13 +52,14 @@ Runner::Runner(ModuleHost& host, const Diagram& diagram,
     placeBlocks();
     wire();
     orderBlocks();
+    // Their names must exist.
     for (const SinkSpec& sink : diagram_.sinks) {
         for (const ConnectorName& name : sink.from)
-            outletOf(name).kept = true;
+            outletOf(name);
     }
     for (const CompareSpec& compare : diagram_.comparisons) {
-        outletOf(compare.of).kept = true;
-        outletOf(compare.with).kept = true;
+        outletOf(compare.of);
+        outletOf(compare.with);
     }
 }
 
@@ -90,7 +91,7 @@ void Runner::openSources(const std::map<std::string, std::filesystem::path>& inp
             }
             source->channels.push_back(channel - 1);
         }
-        source->outlet.collected = {.name = spec.name, .unit = spec.unit};
+        source->outlet.info = {.name = spec.name, .unit = spec.unit};
         sources_.push_back(std::move(source));
     }
     for (const auto& [name, file] : inputs) {
@@ -115,9 +116,9 @@ void Runner::placeBlocks() {
         node->wired.resize(node->inputs.size());
         for (const std::string& output : node->outputs) {
             node->outlets.push_back({});
-            Collected& collected = node->outlets.back().collected;
-            collected.name = spec.name + "." + output;
-            collected.values = valueNames(*node->block, static_cast<int>(node->outlets.size()) - 1);
+            OutletInfo& info = node->outlets.back().info;
+            info.name = spec.name + "." + output;
+            info.values = valueNames(*node->block, static_cast<int>(node->outlets.size()) - 1);
         }
         nodes_.push_back(std::move(node));
     }
@@ -225,7 +226,7 @@ void Runner::orderBlocks() {
     for (const auto& source : sources_) {
         for (const Target& target : source->outlet.targets) {
             for (Outlet& outlet : target.node->outlets) {
-                if (outlet.collected.unit.empty()) outlet.collected.unit = source->spec->unit;
+                if (outlet.info.unit.empty()) outlet.info.unit = source->spec->unit;
             }
         }
     }
@@ -234,9 +235,9 @@ void Runner::orderBlocks() {
             for (const Target& target : outlet.targets) {
                 const bool averages = target.node->block->typeCode() == kAveraging;
                 for (Outlet& next : target.node->outlets) {
-                    if (next.collected.unit.empty()) next.collected.unit = outlet.collected.unit;
+                    if (next.info.unit.empty()) next.info.unit = outlet.info.unit;
                     // Averages of named quantities keep their names.
-                    if (averages) next.collected.values = outlet.collected.values;
+                    if (averages) next.info.values = outlet.info.values;
                 }
             }
         }
@@ -277,13 +278,14 @@ bool Runner::targetsFree(const Outlet& outlet) {
     });
 }
 
-void Runner::deliver(Outlet& outlet, ChannelData data) {
+void Runner::deliver(Outlet& outlet, const ChannelData& data) {
     for (const Target& target : outlet.targets) {
         if (target.node->block->put(target.input, data) == Handle::none) {
             throw RunError(kWrongInput, "memory is out");
         }
     }
-    if (outlet.kept) outlet.collected.blocks.push_back(std::move(data));
+    for (const Listener& take : outlet.listeners)
+        take(data);
 }
 
 bool Runner::feed(Source& source) {
@@ -332,7 +334,7 @@ bool Runner::feed(Source& source) {
     data.header.displayMinimum = -spec.fullScale;
     data.header.displaySpan = 2 * spec.fullScale;
     source.position += static_cast<std::int64_t>(frames);
-    deliver(source.outlet, std::move(data));
+    deliver(source.outlet, data);
     return true;
 }
 
@@ -403,8 +405,12 @@ void Runner::raiseIfDataWaits() const {
     }
 }
 
-const Collected& Runner::collected(const ConnectorName& name) const {
-    return const_cast<Runner*>(this)->outletOf(name).collected;
+const OutletInfo& Runner::outlet(const ConnectorName& name) const {
+    return const_cast<Runner*>(this)->outletOf(name).info;
+}
+
+void Runner::listen(const ConnectorName& name, Listener take) {
+    outletOf(name).listeners.push_back(std::move(take));
 }
 
 }  // namespace vynhost

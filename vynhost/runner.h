@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -14,12 +15,11 @@
 
 namespace vynhost {
 
-// Everything that came out at one source or output.
-struct Collected {
+// What comes out at one source or output.
+struct OutletInfo {
     std::string name;                    // as the diagram calls it
     std::string unit;                    // of the recording that it stems from
     std::vector<ValueName> values = {};  // of data blocks that hold named quantities
-    std::vector<ChannelData> blocks = {};
 };
 
 class Runner {
@@ -33,8 +33,11 @@ public:
     // Raises RunError; the blocks are stopped in any case.
     void run();
 
-    // What came out at a name that a sink or a comparison asks for.
-    const Collected& collected(const ConnectorName& name) const;
+    // Of a name that a sink or a comparison asks for.
+    const OutletInfo& outlet(const ConnectorName& name) const;
+    // From now on `take` is given every data block that comes out there.
+    using Listener = std::function<void(const ChannelData& block)>;
+    void listen(const ConnectorName& name, Listener take);
 
     // One line per source: what was read, what was left out or added.
     const std::vector<std::string>& notes() const noexcept { return notes_; }
@@ -47,8 +50,8 @@ private:
     };
     struct Outlet {
         std::vector<Target> targets;
-        bool kept = false;
-        Collected collected;
+        OutletInfo info;
+        std::vector<Listener> listeners;
     };
     struct Source;
 
@@ -65,7 +68,7 @@ private:
     bool step(Node& node);
     bool handOn(Node& node);
     static bool targetsFree(const Outlet& outlet);
-    void deliver(Outlet& outlet, ChannelData data);
+    static void deliver(Outlet& outlet, const ChannelData& data);
     void raiseBlockError(Node& node);
     void raiseIfDataWaits() const;
 

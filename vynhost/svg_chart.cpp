@@ -116,12 +116,7 @@ struct Point {
 std::vector<Point> pointsOf(const Series& series, const ChartStyle& style) {
     std::vector<Point> points;
     for (std::size_t i = 0; i < series.x.size(); ++i) {
-        double y = series.y[i];
-        if (style.decibels) {
-            y = (series.isPower ? 10 : 20) *
-                std::log10(std::abs(y) /
-                           (series.isPower ? style.reference * style.reference : style.reference));
-        }
+        const double y = drawnHeight(series.y[i], series.isPower, style);
         if (!std::isfinite(y) || (style.logX && !(series.x[i] > 0))) continue;
         if (series.bandEdge > 0) {  // as wide as the band is
             points.push_back({series.x[i] / series.bandEdge, y});
@@ -197,6 +192,12 @@ std::string line(double x1, double y1, double x2, double y2, const char* colour)
 }
 
 }  // namespace
+
+double drawnHeight(double y, bool isPower, const ChartStyle& style) {
+    if (!style.decibels) return y;
+    const double reference = isPower ? style.reference * style.reference : style.reference;
+    return (isPower ? 10 : 20) * std::log10(std::abs(y) / reference);
+}
 
 std::string svgChart(const std::vector<Series>& series, const ChartStyle& style) {
     std::vector<std::vector<Point>> curves;

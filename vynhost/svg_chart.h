@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "vynhost/results.h"
+#include "vynhost/series.h"
 
 namespace vynhost {
 
@@ -14,6 +14,9 @@ struct ChartStyle {
     bool decibels = false;
     double reference = 1;
 };
+
+// The height at which a value is drawn: itself, or its level.
+double drawnHeight(double y, bool isPower, const ChartStyle& style);
 
 std::string svgChart(const std::vector<Series>& series, const ChartStyle& style);
 

@@ -1,0 +1,49 @@
+// A curve of any length in bounded memory, with every peak that a picture can show.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <vector>
+
+namespace vynhost {
+
+// Neighbouring points share a bin, of which the first, the lowest, the highest and the last are
+// kept. Bins widen as the curve grows; there are always far more of them than a picture has
+// columns.
+class ThinnedCurve {
+public:
+    static constexpr std::size_t kMostBins = 4096;
+    // The height at which a value is drawn; points without a finite one are not kept.
+    using Height = std::function<double(double y)>;
+
+    explicit ThinnedCurve(Height height) : height_(std::move(height)) {}
+
+    void add(double x, double y);
+    // The kept points in the order in which they came.
+    void appendTo(std::vector<double>& x, std::vector<double>& y) const;
+
+private:
+    struct Point {
+        std::uint64_t number;
+        double x;
+        double y;
+        double height;
+    };
+    struct Bin {
+        std::uint64_t points;
+        Point first;
+        Point lowest;
+        Point highest;
+        Point last;
+
+        void take(const Bin& next);
+    };
+    void halveBins();
+
+    Height height_;
+    std::vector<Bin> bins_;
+    std::uint64_t binWidth_ = 1;  // points
+    std::uint64_t count_ = 0;
+};
+
+}  // namespace vynhost
