@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <fstream>
 #include <iterator>
 #include <set>
@@ -153,11 +154,19 @@ private:
     }
 
     void source(const Section& section, const std::string& name) {
-        section.allowOnly({"file", "block", "full_scale", "unit", "channels", "rate", "tail"});
+        section.allowOnly({"file", "block", "full_scale", "unit", "channels", "rate", "tail",
+                           "noise", "seconds"});
         SourceSpec source;
         source.name = name;
-        source.file = pathOf(section.neededText("file"));
-        if (source.file.is_relative()) source.file = diagram_.file.parent_path() / source.file;
+        source.noise = noise(section, name);
+        const bool hasFile = section.table().contains("file") || !source.noise;
+        if (hasFile) {
+            source.file = pathOf(section.neededText("file"));
+            if (source.file.is_relative()) source.file = diagram_.file.parent_path() / source.file;
+            if (section.table().contains("seconds")) {
+                section.fail("seconds", "a recording has its own length");
+            }
+        }
         source.filePlace = section.place("file");
         const double block = section.number("block").value_or(source.block);
         constexpr double kLargestBlock = 1 << 24;
@@ -169,6 +178,7 @@ private:
         source.unit = section.text("unit");
         source.rate = section.number("rate");
         if (source.rate && !(*source.rate > 0)) section.fail("rate", "must be above 0");
+        if (!hasFile) source.seconds = secondsOfNoise(section);
         source.tail = section.choice<Tail, 3>(
             "tail", {{{"keep", Tail::keep}, {"drop", Tail::drop}, {"pad", Tail::pad}}});
         source.channelsPlace = section.place("channels");
@@ -184,6 +194,40 @@ private:
             }
         }
         diagram_.sources.push_back(std::move(source));
+    }
+
+    std::optional<NoiseSpec> noise(const Section& section, const std::string& name) const {
+        const toml::node* node = section.table().get("noise");
+        if (node == nullptr) return std::nullopt;
+        if (!node->is_table()) section.fail("noise", "must be a table: { rms = 0.01, seed = 1 }");
+        const Section table(file_, "source." + name + ".noise", *node->as_table());
+        table.allowOnly({"rms", "seed"});
+        const std::optional<double> rms = table.number("rms");
+        if (!rms) throw InputError(table.place(), "rms is missing");
+        if (!(*rms >= 0) || std::isinf(*rms)) table.fail("rms", "must be 0 or above");
+        NoiseSpec result{.rms = *rms};
+        if (const toml::node* seed = table.table().get("seed")) {
+            if (!seed->is_integer()) table.fail("seed", "must be a whole number");
+            result.seed = static_cast<std::uint64_t>(*seed->value<std::int64_t>());
+        }
+        return result;
+    }
+
+    static double secondsOfNoise(const Section& section) {
+        constexpr double kMostFrames = 1e15;
+        for (const char* needed : {"rate", "seconds"}) {
+            if (!section.table().contains(needed)) {
+                throw InputError(section.place(),
+                                 std::string(needed) + " is missing (noise has none of its own)");
+            }
+        }
+        const double seconds = *section.number("seconds");
+        const double rate = *section.number("rate");
+        if (!(seconds > 0) || !(seconds * rate >= 1) || !(seconds * rate < kMostFrames)) {
+            section.fail("seconds",
+                         "must give one sample at least, and no more than can be counted");
+        }
+        return seconds;
     }
 
     void block(const Section& section, const std::string& name) {

@@ -7,6 +7,12 @@
 //     unit = "Pa"
 //     channels = [1]               # from 1; all when missing
 //     tail = "keep"                # what becomes of a last short block: keep, drop or pad (with 0)
+//     noise = { rms = 0.01, seed = 1 }  # white noise on top, in the unit
+//
+//     [source.noise]
+//     noise = { rms = 1.0, seed = 2 }  # noise alone
+//     rate = 48000.0               # samples per second
+//     seconds = 10.0
 //
 //     [block.spectrum]
 //     type = "FFT"                 # name, class or code
@@ -54,16 +60,23 @@ struct ConnectorName {
 
 enum class Tail { keep, drop, pad };
 
+struct NoiseSpec {
+    double rms = 0;  // after the scaling
+    std::uint64_t seed = 1;
+};
+
 struct SourceSpec {
     std::string name;
-    std::filesystem::path file;
+    std::filesystem::path file;  // empty: noise alone
     Place filePlace;
     int block = 4096;
     double fullScale = 1;
     std::string unit;
     std::vector<int> channels;  // from 1
     Place channelsPlace;
-    std::optional<double> rate;  // of a CSV file without x column
+    std::optional<double> rate;  // of a CSV file without x column, and of noise alone
+    std::optional<NoiseSpec> noise = {};
+    double seconds = 0;  // of noise alone
     Tail tail = Tail::keep;
 };
 

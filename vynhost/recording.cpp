@@ -246,6 +246,25 @@ private:
     std::size_t position_ = 0;
 };
 
+class Silence : public Recording {
+public:
+    Silence(int channels, double rate, std::int64_t frames) {
+        channels_ = channels;
+        rate_ = rate;
+        frames_ = frames;
+    }
+    std::size_t read(std::span<float> interleaved) override {
+        const auto room = static_cast<std::int64_t>(interleaved.size()) / channels_;
+        const std::int64_t count = std::min(room, frames_ - position_);
+        position_ += count;
+        std::ranges::fill(interleaved, 0.0F);
+        return static_cast<std::size_t>(count);
+    }
+
+private:
+    std::int64_t position_ = 0;
+};
+
 bool isWav(const std::filesystem::path& file) {
     std::array<char, 4> head{};
     std::ifstream(file, std::ios::binary).read(head.data(), head.size());
@@ -254,6 +273,10 @@ bool isWav(const std::filesystem::path& file) {
 }
 
 }  // namespace
+
+std::unique_ptr<Recording> silence(int channels, double rate, std::int64_t frames) {
+    return std::make_unique<Silence>(channels, rate, frames);
+}
 
 std::unique_ptr<Recording> openWav(const std::filesystem::path& file) {
     return std::make_unique<WavRecording>(file);

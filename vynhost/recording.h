@@ -41,6 +41,9 @@ protected:
 std::unique_ptr<Recording> openRecording(const std::filesystem::path& file,
                                          std::optional<double> rate);
 
+// Zeros.
+std::unique_ptr<Recording> silence(int channels, double rate, std::int64_t frames);
+
 // The readers behind it.
 std::unique_ptr<Recording> openWav(const std::filesystem::path& file);
 std::unique_ptr<Recording> openCsv(const std::filesystem::path& file, std::optional<double> rate);

@@ -7,15 +7,27 @@
 
 #include "vynhost/block_settings.h"
 #include "vynhost/catalogue.h"
+#include "vynhost/noise.h"
 #include "vynhost/text.h"
 
 namespace vynhost {
 
 struct Runner::Source {
+    explicit Source(const SourceSpec& source)
+        : spec(&source), noise(source.noise ? source.noise->seed : 0) {}
+
+    // What the notes call it.
+    std::string title() const {
+        const std::string rms = spec->noise ? toText(spec->noise->rms) : "";
+        if (file.empty()) return "noise of rms " + rms;
+        return textOf(file) + (spec->noise ? " with noise of rms " + rms : "");
+    }
+
     const SourceSpec* spec;
     std::filesystem::path file;
     std::unique_ptr<Recording> recording;
     std::vector<int> channels;  // from 0
+    WhiteNoise noise;
     std::int64_t position = 0;
     bool ended = false;
     Outlet outlet;
@@ -34,6 +46,13 @@ struct Runner::Node {
 };
 
 namespace {
+
+// Noise alone is noise on silence; channels are as many as asked for.
+std::unique_ptr<Recording> noiseCarrier(const SourceSpec& spec) {
+    const int channels =
+        spec.channels.empty() ? 1 : *std::max_element(spec.channels.begin(), spec.channels.end());
+    return silence(channels, *spec.rate, std::llround(spec.seconds * *spec.rate));
+}
 
 // The place of a name in a list, where "A" also means "A1".
 std::optional<std::size_t> indexOf(const std::vector<std::string>& names, const std::string& name) {
@@ -69,12 +88,12 @@ Runner::~Runner() = default;
 
 void Runner::openSources(const std::map<std::string, std::filesystem::path>& inputs) {
     for (const SourceSpec& spec : diagram_.sources) {
-        auto source = std::make_unique<Source>();
-        source->spec = &spec;
+        auto source = std::make_unique<Source>(spec);
         const auto replaced = inputs.find(spec.name);
         source->file = replaced == inputs.end() ? spec.file : replaced->second;
         try {
-            source->recording = openRecording(source->file, spec.rate);
+            source->recording =
+                source->file.empty() ? noiseCarrier(spec) : openRecording(source->file, spec.rate);
         } catch (const RecordingError& error) {
             throw InputError(spec.filePlace, textOf(source->file) + ": " + error.what());
         }
@@ -304,7 +323,7 @@ bool Runner::feed(Source& source) {
     source.ended = frames < block || source.position + spec.block == recording.frames();
     const std::size_t rest = frames < block ? frames : 0;
     if (source.ended) {
-        std::string note = spec.name + ": " + textOf(source.file) + ", " +
+        std::string note = spec.name + ": " + source.title() + ", " +
                            std::to_string(recording.frames()) + " samples at " +
                            toText(recording.rate()) + " Hz, " +
                            std::to_string(source.channels.size()) +
@@ -325,6 +344,12 @@ bool Runner::feed(Source& source) {
         for (std::size_t c = 0; c < source.channels.size(); ++c) {
             values[i * source.channels.size() + c] =
                 scale * read[i * all + static_cast<std::size_t>(source.channels[c])];
+        }
+    }
+    if (spec.noise) {
+        const std::size_t recorded = frames * source.channels.size();
+        for (std::size_t i = 0; i < recorded; ++i) {
+            values[i] += static_cast<float>(spec.noise->rms * source.noise.next());
         }
     }
     ChannelData data = timeSignal(std::move(values), static_cast<int>(source.channels.size()),

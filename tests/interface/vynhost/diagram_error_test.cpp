@@ -41,6 +41,27 @@ TEST_F(DiagramError, WrongKindOfValue) {
               "d.toml:3: source.s.tail: \"cut\" is none of keep, drop, pad");
 }
 
+TEST_F(DiagramError, OfNoise) {
+    const auto error = [&](const std::string& lines) { return errorOf("[source.n]\n" + lines); };
+    EXPECT_EQ(error("noise = 3\n"),
+              "d.toml:2: source.n.noise: must be a table: { rms = 0.01, seed = 1 }");
+    EXPECT_EQ(error("noise = { seed = 3 }\n"), "d.toml:2: source.n.noise: rms is missing");
+    EXPECT_EQ(error("noise = { rms = -1 }\n"), "d.toml:2: source.n.noise.rms: must be 0 or above");
+    EXPECT_EQ(error("noise = { rms = 1, seed = 1.5 }\n"),
+              "d.toml:2: source.n.noise.seed: must be a whole number");
+    EXPECT_EQ(error("noise = { rms = 1, level = 2 }\n"),
+              "d.toml:2: source.n.noise.level: no such key");
+    EXPECT_EQ(error("noise = { rms = 1 }\nseconds = 1\n"),
+              "d.toml:1: source.n: rate is missing (noise has none of its own)");
+    EXPECT_EQ(error("noise = { rms = 1 }\nrate = 1\n"),
+              "d.toml:1: source.n: seconds is missing (noise has none of its own)");
+    EXPECT_EQ(error("noise = { rms = 1 }\nrate = 10\nseconds = 0.01\n"),
+              "d.toml:4: source.n.seconds: must give one sample at least, and no more than can be "
+              "counted");
+    EXPECT_EQ(error("file = \"s.wav\"\nseconds = 3\n"),
+              "d.toml:3: source.n.seconds: a recording has its own length");
+}
+
 TEST_F(DiagramError, TwoNodesOfOneName) {
     EXPECT_EQ(errorOf(source + "[block.s]\ntype = \"FFT\"\n"),
               "d.toml:4: block.s: a source or block of this name exists already");

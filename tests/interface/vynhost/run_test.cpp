@@ -408,6 +408,65 @@ TEST_F(RunTest, ADifferenceThatIsNoNumberIsNotForgotten) {
         [](const RunResult& result) { EXPECT_FALSE(result.comparison(0).within); });
 }
 
+// --- Noise ----------------------------------------------------------------------------------
+
+TEST_F(RunTest, NoiseIsTheSameEveryTime) {
+    const std::string toml =
+        "[source.n]\nnoise = { rms = 2.0, seed = 7 }\nrate = 1000.0\nseconds = 0.004\n"
+        "channels = [1, 2]\n[sink.x]\nfrom = \"n\"\ncsv = \"x\"\n";
+    std::vector<float> values;
+    run(toml, [&](const RunResult& result) {
+        values = valuesOf(result, "n");
+        EXPECT_THAT(result.notes.at(0),
+                    HasSubstr("n: noise of rms 2, 4 samples at 1000 Hz, 2 channels"));
+    });
+    // Worked out in exact arithmetic by another program.
+    EXPECT_THAT(values, ElementsAre(0.475214988F, -3.67740273F, 1.52498066F, -2.37901282F,
+                                    2.5127902F, 1.81937802F, 2.0949986F, -2.21860147F));
+}
+
+TEST_F(RunTest, NoiseIsWhiteAndAsLoudAsItShouldBe) {
+    constexpr std::size_t kCount = 200'000;
+    std::vector<float> values;
+    run("[source.n]\nnoise = { rms = 3.0 }\nrate = 1000.0\nseconds = 200.0\n"
+        "[sink.x]\nfrom = \"n\"\nsvg = \"x\"\n",
+        [&](const RunResult& result) { values = valuesOf(result, "n"); });
+    ASSERT_EQ(values.size(), kCount);
+    double sum = 0;
+    double power = 0;
+    double fourth = 0;
+    double neighbours = 0;
+    for (std::size_t i = 0; i < kCount; ++i) {
+        const double x = values[i] / 3.0;
+        sum += x;
+        power += x * x;
+        fourth += x * x * x * x;
+        if (i > 0) neighbours += x * values[i - 1] / 3.0;
+    }
+    // Five standard deviations of the estimates: 1/sqrt(n) of the mean and the correlation,
+    // sqrt(2/n) of the power, sqrt(96/n) at most of the fourth moment, which is 2.9.
+    const double n = kCount;
+    EXPECT_NEAR(sum / n, 0, 5 / std::sqrt(n));
+    EXPECT_NEAR(neighbours / n, 0, 5 / std::sqrt(n));
+    EXPECT_NEAR(power / n, 1, 5 * std::sqrt(2 / n));
+    EXPECT_NEAR(fourth / n, 2.9, 5 * std::sqrt(96 / n));
+}
+
+TEST_F(RunTest, NoiseOnARecordingIsAddedAfterTheScaling) {
+    writeWav("s.wav", {0.5F, -0.5F, 0.25F});
+    run("[source.n]\nnoise = { rms = 0.5, seed = 3 }\nrate = 8000.0\nseconds = 0.000375\n"
+        "[source.s]\nfile = \"s.wav\"\nfull_scale = 4.0\nblock = 2\ntail = \"pad\"\n"
+        "noise = { rms = 0.5, seed = 3 }\n"
+        "[sink.x]\nfrom = \"s\"\ncsv = \"x\"\n[sink.y]\nfrom = \"n\"\ncsv = \"y\"\n",
+        [](const RunResult& result) {
+            const auto noise = valuesOf(result, "n");
+            ASSERT_THAT(noise, SizeIs(3));
+            EXPECT_THAT(valuesOf(result, "s"),
+                        ElementsAre(2 + noise[0], -2 + noise[1], 1 + noise[2], 0));
+            EXPECT_THAT(result.notes.at(1), HasSubstr("s.wav with noise of rms 0.5, 3 samples"));
+        });
+}
+
 TEST_F(RunTest, TheListNamesEveryTypeAndKeyword) {
     const std::string text = listAsText(host);
     const std::string json = listAsJson(host);
