@@ -20,8 +20,13 @@ constexpr double kBottom = 54;
 constexpr double kPlotWidth = kWidth - kLeft - kRight;
 constexpr double kPlotHeight = kHeight - kTop - kBottom;
 
-constexpr std::size_t kMostLegendRows = 8;
-constexpr double kLowestLevel = 120;  // dB below the highest that is drawn
+// The legend stands beside the plot, on a sheet that is so much wider.
+constexpr std::size_t kMostLegendRows = 17;
+constexpr std::size_t kMostLegendLetters = 40;
+constexpr double kLegendRow = 19;
+constexpr double kLegendSample = 22;   // of the curve's line
+constexpr double kLegendLetter = 7.6;  // wider than nearly all are
+constexpr double kLowestLevel = 120;   // dB below the highest that is drawn
 
 // Told apart in print and by colour-blind eyes.
 constexpr std::array<const char*, 7> kColours = {"#0072b2", "#d55e00", "#009e73", "#cc79a7",
@@ -193,6 +198,45 @@ std::string line(double x1, double y1, double x2, double y2, const char* colour)
 
 }  // namespace
 
+namespace {
+
+// The first so many letters (not bytes) of a name, and a mark where some are missing.
+std::string shortened(const std::string& name) {
+    std::size_t letters = 0;
+    for (std::size_t i = 0; i < name.size(); ++i) {
+        if ((name[i] & 0xC0) == 0x80) continue;
+        if (++letters > kMostLegendLetters) return name.substr(0, i) + "…";
+    }
+    return name;
+}
+
+// A row per curve; where they are too many, the last row tells how many more there are. A single
+// curve needs none.
+std::vector<std::string> legendOf(const std::vector<Series>& series) {
+    std::vector<std::string> rows;
+    if (series.size() < 2) return rows;
+    for (const Series& one : series) {
+        if (rows.size() + 1 == kMostLegendRows && series.size() > kMostLegendRows) {
+            rows.push_back("and " + std::to_string(series.size() - rows.size()) + " more");
+            break;
+        }
+        rows.push_back(shortened(one.name));
+    }
+    return rows;
+}
+
+double widthOf(const std::vector<std::string>& legend) {
+    std::size_t longest = 0;
+    for (const std::string& row : legend) {
+        const auto letters = std::ranges::count_if(row, [](char c) { return (c & 0xC0) != 0x80; });
+        longest = std::max(longest, static_cast<std::size_t>(letters));
+    }
+    if (longest == 0) return 0;
+    return kLegendSample + 8 + std::ceil(kLegendLetter * static_cast<double>(longest)) + kRight / 2;
+}
+
+}  // namespace
+
 double drawnHeight(double y, bool isPower, const ChartStyle& style) {
     if (!style.decibels) return y;
     const double reference = isPower ? style.reference * style.reference : style.reference;
@@ -219,8 +263,10 @@ std::string svgChart(const std::vector<Series>& series, const ChartStyle& style)
     const auto xPixel = [&](double x) { return kLeft + kPlotWidth * xAxis.place(x); };
     const auto yPixel = [&](double y) { return kTop + kPlotHeight * (1 - yAxis.place(y)); };
 
-    std::string svg = "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 " + toText(kWidth) +
-                      " " + toText(kHeight) + "\" width=\"" + toText(kWidth) + "\" height=\"" +
+    const std::vector<std::string> legend = legendOf(series);
+    const double width = kWidth + widthOf(legend);
+    std::string svg = "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 " + toText(width) +
+                      " " + toText(kHeight) + "\" width=\"" + toText(width) + "\" height=\"" +
                       toText(kHeight) +
                       "\" font-family=\"sans-serif\" font-size=\"13\" fill=\"#222\">\n"
                       "<rect width=\"100%\" height=\"100%\" fill=\"#fff\"/>\n";
@@ -257,12 +303,15 @@ std::string svgChart(const std::vector<Series>& series, const ChartStyle& style)
                std::string(kColours[i % kColours.size()]) + "\" points=\"" + points + "\"/>\n";
     }
     svg += "</g>\n";
-    if (series.size() > 1 && series.size() <= kMostLegendRows) {
-        for (std::size_t i = 0; i < series.size(); ++i) {
-            const double y = kTop + 16 + 18 * static_cast<double>(i);
-            svg += label(right - 10, y, "end", series[i].name,
-                         (" fill=\"" + std::string(kColours[i % kColours.size()]) + "\"").c_str());
+    for (std::size_t i = 0; i < legend.size(); ++i) {
+        const double y = kTop + 8 + kLegendRow * static_cast<double>(i);
+        const double x = right + kRight;
+        if (i + 1 < legend.size() || legend.size() == series.size()) {
+            svg += "<line x1=\"" + pixel(x) + "\" y1=\"" + pixel(y) + "\" x2=\"" +
+                   pixel(x + kLegendSample) + "\" y2=\"" + pixel(y) +
+                   "\" stroke-width=\"2\" stroke=\"" + kColours[i % kColours.size()] + "\"/>\n";
         }
+        svg += label(x + kLegendSample + 8, y + 4.5, "start", legend[i]);
     }
     return svg + "</svg>\n";
 }
