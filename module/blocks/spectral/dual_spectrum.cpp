@@ -171,7 +171,7 @@ void DualSpectrum::analyseChannel(const DualSpectrumSettings& settings, std::siz
 
 void DualSpectrum::transformRow(const float* samples, RealTransform transform,
                                 Spectrum& spectrum) const {
-    spectrumKernels().takeSamples(samples, 1, 1.0F, window_.weights(), spectrum.re.data(),
+    spectrumKernels().takeSamples(samples, 1.0F, window_.weights(), spectrum.re.data(),
                                   static_cast<std::size_t>(n_));
     transform(spectrum.re.data(), spectrum.im.data(), n_);
 }
@@ -199,7 +199,7 @@ void DualSpectrum::analyseLines(const DualSpectrumSettings& settings, const Line
 
     if (settings.amplitudeType == kPowerDensity && outputs.amplitudes != nullptr) {
         spectrumKernels().putDensities(first, static_cast<float>(resolution),
-                                       outputs.amplitudes + range.first, 1, range.count);
+                                       outputs.amplitudes + range.first, range.count);
     } else {
         put(first, range, outputs.amplitudes);
     }
@@ -327,7 +327,7 @@ const double* DualSpectrum::coherences(const LineRange& range, const Products& a
 
 void DualSpectrum::put(const double* lines, const LineRange& range, float* output) {
     if (output == nullptr || lines == nullptr) return;
-    spectrumKernels().putLines(lines, output + range.first, 1, range.count);
+    spectrumKernels().putLines(lines, output + range.first, range.count);
 }
 
 }  // namespace vynpack

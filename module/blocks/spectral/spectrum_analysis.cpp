@@ -67,7 +67,7 @@ void SpectrumAnalysis::analyseChannel(const SpectrumSettings& settings, const fl
     const auto phaseLineCount = static_cast<std::size_t>(phaseLines(n_));
     const auto halfLength = static_cast<float>(n_ / 2);
 
-    kernels.takeSamples(samples, 1, halfLength, window_.weights(), real_.data(),
+    kernels.takeSamples(samples, halfLength, window_.weights(), real_.data(),
                         static_cast<std::size_t>(n_));
     transform(real_.data(), imaginary_.data(), n_);
     if (settings.correction != kNoCorrection && settings.window != kNoWindow) {
@@ -79,10 +79,10 @@ void SpectrumAnalysis::analyseChannel(const SpectrumSettings& settings, const fl
 
     toAmplitudes(settings, lineCount, transform);
     if (settings.amplitudeType == kPowerDensity) {
-        kernels.putDensities(result_.data(), static_cast<float>(resolution), lines.amplitudes, 1,
+        kernels.putDensities(result_.data(), static_cast<float>(resolution), lines.amplitudes,
                              lineCount);
     } else {
-        kernels.putLines(result_.data(), lines.amplitudes, 1, lineCount);
+        kernels.putLines(result_.data(), lines.amplitudes, lineCount);
     }
 
     if (lines.phases == nullptr) return;
@@ -91,7 +91,7 @@ void SpectrumAnalysis::analyseChannel(const SpectrumSettings& settings, const fl
         convertSpectrum(std::span(real_).first(phaseLineCount), phase, kToPhase, phase, transform,
                         cepstrumWork_);
     }
-    kernels.putLines(imaginary_.data(), lines.phases, 1, phaseLineCount);
+    kernels.putLines(imaginary_.data(), lines.phases, phaseLineCount);
 }
 
 }  // namespace vynpack

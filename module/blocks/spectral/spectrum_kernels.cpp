@@ -4,29 +4,22 @@ namespace vynpack::VYN_KERNEL_LEVEL {
 namespace {
 
 template <class Take>
-void takeEach(const float* in, std::size_t stride, const double* weights, double* out,
-              std::size_t n, Take take) {
-    if (stride == 1 && weights != nullptr) {
+void takeEach(const float* in, const double* weights, double* out, std::size_t n, Take take) {
+    if (weights != nullptr) {
         for (std::size_t i = 0; i < n; ++i)
             out[i] = static_cast<double>(take(in[i])) * weights[i];
-    } else if (stride == 1) {
-        for (std::size_t i = 0; i < n; ++i)
-            out[i] = take(in[i]);
-    } else if (weights != nullptr) {
-        for (std::size_t i = 0; i < n; ++i)
-            out[i] = static_cast<double>(take(in[i * stride])) * weights[i];
     } else {
         for (std::size_t i = 0; i < n; ++i)
-            out[i] = take(in[i * stride]);
+            out[i] = take(in[i]);
     }
 }
 
-void takeSamples(const float* in, std::size_t stride, float divisor, const double* weights,
-                 double* out, std::size_t n) {
+void takeSamples(const float* in, float divisor, const double* weights, double* out,
+                 std::size_t n) {
     if (divisor == 1.0F) {
-        takeEach(in, stride, weights, out, n, [](float sample) { return sample; });
+        takeEach(in, weights, out, n, [](float sample) { return sample; });
     } else {
-        takeEach(in, stride, weights, out, n, [=](float sample) { return sample / divisor; });
+        takeEach(in, weights, out, n, [=](float sample) { return sample / divisor; });
     }
 }
 
@@ -35,19 +28,14 @@ void scale(double* values, double factor, std::size_t n) {
         values[k] *= factor;
 }
 
-void putLines(const double* in, float* out, std::size_t stride, std::size_t n) {
-    if (stride == 1) {
-        for (std::size_t k = 0; k < n; ++k)
-            out[k] = static_cast<float>(in[k]);
-    } else {
-        for (std::size_t k = 0; k < n; ++k)
-            out[k * stride] = static_cast<float>(in[k]);
-    }
+void putLines(const double* in, float* out, std::size_t n) {
+    for (std::size_t k = 0; k < n; ++k)
+        out[k] = static_cast<float>(in[k]);
 }
 
-void putDensities(const double* in, float divisor, float* out, std::size_t stride, std::size_t n) {
+void putDensities(const double* in, float divisor, float* out, std::size_t n) {
     for (std::size_t k = 0; k < n; ++k)
-        out[k * stride] = static_cast<float>(in[k]) / divisor;
+        out[k] = static_cast<float>(in[k]) / divisor;
 }
 
 void magnitude(const double* re, const double* im, double* out, std::size_t n) {

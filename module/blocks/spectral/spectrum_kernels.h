@@ -8,17 +8,16 @@
 namespace vynpack {
 
 struct SpectrumKernels {
-    // out[i] = double(in[i * stride] / divisor) * weights[i] for n samples, the quotient in single
+    // out[i] = double(in[i] / divisor) * weights[i] for n samples, the quotient in single
     // precision; null weights weight nothing.
-    void (*takeSamples)(const float* in, std::size_t stride, float divisor, const double* weights,
-                        double* out, std::size_t n);
+    void (*takeSamples)(const float* in, float divisor, const double* weights, double* out,
+                        std::size_t n);
     // values[k] *= factor
     void (*scale)(double* values, double factor, std::size_t n);
-    // out[k * stride] = float(in[k])
-    void (*putLines)(const double* in, float* out, std::size_t stride, std::size_t n);
-    // out[k * stride] = float(in[k]) / divisor
-    void (*putDensities)(const double* in, float divisor, float* out, std::size_t stride,
-                         std::size_t n);
+    // out[k] = float(in[k])
+    void (*putLines)(const double* in, float* out, std::size_t n);
+    // out[k] = float(in[k]) / divisor
+    void (*putDensities)(const double* in, float divisor, float* out, std::size_t n);
 
     // The conversions of ConversionKind; `out` may be one of the inputs.
     void (*magnitude)(const double* re, const double* im, double* out, std::size_t n);
