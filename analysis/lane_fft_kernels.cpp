@@ -133,55 +133,64 @@ void stage(const double* in, double* out, std::ptrdiff_t imaginary, const double
 
 #if defined(__AVX512F__)
 
-Register reversed(Register v) { return __builtin_shuffle(v, RegisterBits{7, 6, 5, 4, 3, 2, 1, 0}); }
+Register reversed(Register v) { return __builtin_shufflevector(v, v, 7, 6, 5, 4, 3, 2, 1, 0); }
+
+Register evenOf(Register a, Register b) {
+    return __builtin_shufflevector(a, b, 0, 8, 2, 10, 4, 12, 6, 14);
+}
+Register oddOf(Register a, Register b) {
+    return __builtin_shufflevector(a, b, 1, 9, 3, 11, 5, 13, 7, 15);
+}
+Register evenPairsOf(Register a, Register b) {
+    return __builtin_shufflevector(a, b, 0, 1, 4, 5, 8, 9, 12, 13);
+}
+Register oddPairsOf(Register a, Register b) {
+    return __builtin_shufflevector(a, b, 2, 3, 6, 7, 10, 11, 14, 15);
+}
 
 // Rows to columns. The three steps join pairs of rows, of pairs and of fours.
 [[gnu::always_inline]] inline void transpose(Register (&rows)[8]) {
-    constexpr RegisterBits kEven = {0, 8, 2, 10, 4, 12, 6, 14};
-    constexpr RegisterBits kOdd = {1, 9, 3, 11, 5, 13, 7, 15};
-    constexpr RegisterBits kEvenPairs = {0, 1, 4, 5, 8, 9, 12, 13};
-    constexpr RegisterBits kOddPairs = {2, 3, 6, 7, 10, 11, 14, 15};
     Register two[8];
 #pragma GCC unroll 4
     for (int i = 0; i < 8; i += 2) {
-        two[i] = __builtin_shuffle(rows[i], rows[i + 1], kEven);
-        two[i + 1] = __builtin_shuffle(rows[i], rows[i + 1], kOdd);
+        two[i] = evenOf(rows[i], rows[i + 1]);
+        two[i + 1] = oddOf(rows[i], rows[i + 1]);
     }
 #pragma GCC unroll 2
     for (int i = 0; i < 2; ++i) {
-        const Register upper04 = __builtin_shuffle(two[i], two[i + 2], kEvenPairs);
-        const Register upper26 = __builtin_shuffle(two[i], two[i + 2], kOddPairs);
-        const Register lower04 = __builtin_shuffle(two[i + 4], two[i + 6], kEvenPairs);
-        const Register lower26 = __builtin_shuffle(two[i + 4], two[i + 6], kOddPairs);
-        rows[i] = __builtin_shuffle(upper04, lower04, kEvenPairs);
-        rows[i + 2] = __builtin_shuffle(upper26, lower26, kEvenPairs);
-        rows[i + 4] = __builtin_shuffle(upper04, lower04, kOddPairs);
-        rows[i + 6] = __builtin_shuffle(upper26, lower26, kOddPairs);
+        const Register upper04 = evenPairsOf(two[i], two[i + 2]);
+        const Register upper26 = oddPairsOf(two[i], two[i + 2]);
+        const Register lower04 = evenPairsOf(two[i + 4], two[i + 6]);
+        const Register lower26 = oddPairsOf(two[i + 4], two[i + 6]);
+        rows[i] = evenPairsOf(upper04, lower04);
+        rows[i + 2] = evenPairsOf(upper26, lower26);
+        rows[i + 4] = oddPairsOf(upper04, lower04);
+        rows[i + 6] = oddPairsOf(upper26, lower26);
     }
 }
 
 #elif defined(__AVX2__)
 
-Register reversed(Register v) { return __builtin_shuffle(v, RegisterBits{3, 2, 1, 0}); }
+Register reversed(Register v) { return __builtin_shufflevector(v, v, 3, 2, 1, 0); }
 
 [[gnu::always_inline]] inline void transpose(Register (&rows)[4]) {
-    const Register upperEven = __builtin_shuffle(rows[0], rows[1], RegisterBits{0, 4, 2, 6});
-    const Register upperOdd = __builtin_shuffle(rows[0], rows[1], RegisterBits{1, 5, 3, 7});
-    const Register lowerEven = __builtin_shuffle(rows[2], rows[3], RegisterBits{0, 4, 2, 6});
-    const Register lowerOdd = __builtin_shuffle(rows[2], rows[3], RegisterBits{1, 5, 3, 7});
-    rows[0] = __builtin_shuffle(upperEven, lowerEven, RegisterBits{0, 1, 4, 5});
-    rows[1] = __builtin_shuffle(upperOdd, lowerOdd, RegisterBits{0, 1, 4, 5});
-    rows[2] = __builtin_shuffle(upperEven, lowerEven, RegisterBits{2, 3, 6, 7});
-    rows[3] = __builtin_shuffle(upperOdd, lowerOdd, RegisterBits{2, 3, 6, 7});
+    const Register upperEven = __builtin_shufflevector(rows[0], rows[1], 0, 4, 2, 6);
+    const Register upperOdd = __builtin_shufflevector(rows[0], rows[1], 1, 5, 3, 7);
+    const Register lowerEven = __builtin_shufflevector(rows[2], rows[3], 0, 4, 2, 6);
+    const Register lowerOdd = __builtin_shufflevector(rows[2], rows[3], 1, 5, 3, 7);
+    rows[0] = __builtin_shufflevector(upperEven, lowerEven, 0, 1, 4, 5);
+    rows[1] = __builtin_shufflevector(upperOdd, lowerOdd, 0, 1, 4, 5);
+    rows[2] = __builtin_shufflevector(upperEven, lowerEven, 2, 3, 6, 7);
+    rows[3] = __builtin_shufflevector(upperOdd, lowerOdd, 2, 3, 6, 7);
 }
 
 #else
 
-Register reversed(Register v) { return __builtin_shuffle(v, RegisterBits{1, 0}); }
+Register reversed(Register v) { return __builtin_shufflevector(v, v, 1, 0); }
 
 [[gnu::always_inline]] inline void transpose(Register (&rows)[2]) {
-    const Register first = __builtin_shuffle(rows[0], rows[1], RegisterBits{0, 2});
-    rows[1] = __builtin_shuffle(rows[0], rows[1], RegisterBits{1, 3});
+    const Register first = __builtin_shufflevector(rows[0], rows[1], 0, 2);
+    rows[1] = __builtin_shufflevector(rows[0], rows[1], 1, 3);
     rows[0] = first;
 }
 
