@@ -13,6 +13,7 @@ enum ExitCode : int {
     kNoModule = 4,    // module or library not usable
     kBlockError = 5,  // a block reported an error
     kStalled = 6,     // data waits and no block takes it
+    kInterrupted = 130,
 };
 
 // A place in a diagram: file, line, and the key in dotted form.

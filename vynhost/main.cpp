@@ -10,6 +10,7 @@
 #include "vynhost/diagram.h"
 #include "vynhost/dialog_command.h"
 #include "vynhost/errors.h"
+#include "vynhost/interrupt.h"
 #include "vynhost/module_host.h"
 #include "vynhost/platform/system.h"
 #include "vynhost/result_files.h"
@@ -71,8 +72,10 @@ int run(const RunArguments& arguments) {
     std::deque<Comparer> comparers;
     for (const CompareSpec& spec : diagram.comparisons)
         comparers.emplace_back(spec, runner);
+    watchInterrupts();
     runner.run();
     std::vector<Comparison> comparisons;
+    comparisons.reserve(comparers.size());
     for (const Comparer& comparer : comparers)
         comparisons.push_back(comparer.result());
     for (Sink& sink : sinks)

@@ -7,6 +7,7 @@
 
 #include "vynhost/block_settings.h"
 #include "vynhost/catalogue.h"
+#include "vynhost/interrupt.h"
 #include "vynhost/noise.h"
 #include "vynhost/text.h"
 
@@ -280,6 +281,7 @@ void Runner::run() {
         bool moves = true;
         while (moves) {
             moves = false;
+            if (interrupted()) throw RunError(kInterrupted, "interrupted, no file is written");
             for (const auto& source : sources_)
                 moves |= feed(*source);
             for (Node* node : order_) {

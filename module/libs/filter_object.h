@@ -14,9 +14,11 @@ class FilterObject {
 public:
     FilterObject() = default;
     // Asks the library for an object; false afterwards when it refuses the kind or order, or when
-    // memory is out. Raises when the library lacks the function.
-    FilterObject(const AnalysisFunctions& functions, int kind, int order)
-        : functions_(&functions), handle_(functions.createFilter(kind, order)) {}
+    // memory is out. Raises when the library lacks the function, or the one that destroys it again.
+    FilterObject(const AnalysisFunctions& functions, int kind, int order) : functions_(&functions) {
+        functions.destroyFilter.address();
+        handle_ = functions.createFilter(kind, order);
+    }
 
     FilterObject(FilterObject&& other) noexcept
         : functions_(other.functions_), handle_(std::exchange(other.handle_, nullptr)) {}

@@ -173,8 +173,11 @@ int TOLevel::checkUnchanged(const ChannelBlock& input) {
 
 void TOLevel::feed(const ChannelBlock& input, std::int64_t samples) {
     const auto width = static_cast<std::size_t>(run_->channels);
-    run_->meter.feed(input.values().subspan(static_cast<std::size_t>(readSamples_) * width,
-                                            static_cast<std::size_t>(samples) * width),
+    const std::span<const float> values = input.values();
+    // Behind the end of a block that has shrunk there is nothing left to read.
+    const std::size_t first =
+        std::min(static_cast<std::size_t>(readSamples_) * width, values.size());
+    run_->meter.feed(values.subspan(first, static_cast<std::size_t>(samples) * width),
                      controlBits(control_), mode());
     readSamples_ += samples;
 }

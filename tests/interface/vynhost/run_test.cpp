@@ -1,5 +1,6 @@
 // Diagrams from the recording to the result file.
 #include <cmath>
+#include <csignal>
 #include <cstdlib>
 #include <deque>
 #include <numbers>
@@ -7,6 +8,7 @@
 #include "interface/vynhost/diagram_fixture.h"
 #include "vynhost/catalogue.h"
 #include "vynhost/comparison.h"
+#include "vynhost/interrupt.h"
 #include "vynhost/result_files.h"
 #include "vynhost/sink.h"
 #include "vynhost/svg_chart.h"
@@ -585,6 +587,23 @@ TEST_F(RunTest, EveryExampleRunsToItsEnd) {
         });
     }
     if (seen == 0) GTEST_SKIP() << "the recordings are not installed";
+}
+
+TEST_F(RunTest, AnInterruptEndsTheRunAndLeavesNoFile) {
+    writeWav("s.wav", {0.5F, -0.25F});
+    const std::string toml =
+        "[source.s]\nfile = \"s.wav\"\nblock = 2\n"
+        "[sink.x]\nfrom = \"s\"\ncsv = \"x.csv\"\n";
+    watchInterrupts();
+    std::raise(SIGINT);
+    try {
+        run(toml, [](const RunResult&) { ADD_FAILURE() << "the run went on"; });
+    } catch (const RunError& error) {
+        EXPECT_EQ(error.code(), kInterrupted);
+        EXPECT_STREQ(error.what(), "interrupted, no file is written");
+    }
+    EXPECT_FALSE(std::filesystem::exists(folder() / "out"));
+    run(toml, [](const RunResult& result) { EXPECT_FALSE(result.tables[0].empty()); });
 }
 
 TEST_F(RunTest, RepeatedConnectorLabelsAreNumbered) {
