@@ -68,7 +68,7 @@ TEST_P(AnyUser, CancelsAndNothingHasChanged) {
     const Bytes before = block.record();
     for (int round = 0; round < 3; ++round) {
         block.dialog([&](Dialog& dialog) {
-            actAtRandom(dialog, 80);
+            actAtRandom(dialog, 40);
             if (round == 0 && canCancel()) dialog.cancel();
             if (round == 1) dialog.key(VK_ESCAPE);
             if (round == 2) dialog.close();
@@ -84,7 +84,7 @@ TEST_P(AnyUser, AcceptsAndFindsTheSameAgain) {
     for (int round = 0; round < 5; ++round) {
         bool accepted = false;
         block.dialog([&](Dialog& dialog) {
-            actAtRandom(dialog, 40);
+            actAtRandom(dialog, 25);
             dialog.ok();
             accepted = dialog.closed();
             if (!accepted) {
