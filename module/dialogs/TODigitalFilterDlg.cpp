@@ -1,5 +1,7 @@
 #include "dialogs/TODigitalFilterDlg.h"
 
+#include "blocks/filter/TODigitalFilter.h"
+
 #include "dialogs/TODigitalFilterDlgIds.h"
 
 namespace vynpack {
@@ -121,5 +123,7 @@ void TODigitalFilterDlg::applyRules() {
                 IDE_FILTER_UPPER, IDS_FILTER_UPPER},
                draft.band());
 }
+
+int TODigitalFilter::GetParameters() { return TODigitalFilterDlg(*this).DoModal(); }
 
 }  // namespace vynpack

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "dialogs/CDialog.h"
-#include "dialogs/filter_draft.h"
+#include "dialogs/digital_filter_draft.h"
 
 namespace vynpack {
 

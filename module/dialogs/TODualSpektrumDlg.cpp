@@ -1,5 +1,7 @@
 #include "dialogs/TODualSpektrumDlg.h"
 
+#include "blocks/spectral/TODualSpektrum.h"
+
 #include "dialogs/TODualSpektrumDlgIds.h"
 #include "dialogs/window_rules.h"
 
@@ -107,6 +109,11 @@ void TODualSpektrumDlg::applyRules() {
                draft.averageFactorOffered());
     setEnabled({IDE_DUALSPEKTRUM_COUNT, IDS_DUALSPEKTRUM_COUNT}, draft.resetCountOffered());
     setEnabled(IDX_DUALSPEKTRUM_AT_RESET, draft.dataOnResetOffered());
+}
+
+int TODualSpektrum::GetParameters() {
+    TODualSpektrumDlg(*this).DoModal();
+    return 0;
 }
 
 }  // namespace vynpack

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "dialogs/CDialog.h"
-#include "dialogs/dual_spectrum_draft.h"
+#include "dialogs/dual_spektrum_draft.h"
 
 namespace vynpack {
 

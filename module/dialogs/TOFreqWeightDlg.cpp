@@ -22,4 +22,9 @@ void TOFreqWeightDlg::OnOK() {
     CDialog::OnOK();
 }
 
+int TOFreqWeight::GetParameters() {
+    TOFreqWeightDlg(*this).DoModal();
+    return 0;
+}
+
 }  // namespace vynpack

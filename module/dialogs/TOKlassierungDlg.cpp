@@ -1,5 +1,7 @@
 #include "dialogs/TOKlassierungDlg.h"
 
+#include "blocks/classify/TOKlassierung.h"
+
 #include "dialogs/TOKlassierungDlgIds.h"
 
 namespace vynpack {
@@ -145,6 +147,11 @@ void TOKlassierungDlg::keepConsistent(int edit) {
             }
         }
     }
+}
+
+int TOKlassierung::GetParameters() {
+    TOKlassierungDlg(*this).DoModal();
+    return 0;
 }
 
 }  // namespace vynpack

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "dialogs/CDialog.h"
-#include "dialogs/classification_draft.h"
+#include "dialogs/klassierung_draft.h"
 
 namespace vynpack {
 

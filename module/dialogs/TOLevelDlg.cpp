@@ -1,5 +1,7 @@
 #include "dialogs/TOLevelDlg.h"
 
+#include "blocks/filter/TOLevel.h"
+
 #include "dialogs/TOLevelDlgIds.h"
 
 namespace vynpack {
@@ -55,5 +57,7 @@ void TOLevelDlg::applySignalTypeRule() {
     setEnabled({IDG_LEVEL_TIME_WEIGHTING, IDR_LEVEL_SLOW, IDR_LEVEL_FAST, IDR_LEVEL_IMPULSE},
                readControls().timeWeightingOffered());
 }
+
+int TOLevel::GetParameters() { return TOLevelDlg(*this).DoModal(); }
 
 }  // namespace vynpack

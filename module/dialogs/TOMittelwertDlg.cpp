@@ -77,4 +77,9 @@ void TOMittelwertDlg::stepCount(int edit, ScrollStep step) {
     setText(edit, steppedCount(number(edit), step));
 }
 
+int TOMittelwert::GetParameters() {
+    TOMittelwertDlg(*this).DoModal();
+    return 0;
+}
+
 }  // namespace vynpack

@@ -3,7 +3,7 @@
 
 #include "blocks/stats/TOMittelwert.h"
 #include "dialogs/CDialog.h"
-#include "dialogs/averaging_draft.h"
+#include "dialogs/mittelwert_draft.h"
 
 namespace vynpack {
 

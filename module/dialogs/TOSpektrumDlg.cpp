@@ -1,5 +1,7 @@
 #include "dialogs/TOSpektrumDlg.h"
 
+#include "blocks/spectral/TOSpektrum.h"
+
 #include "dialogs/TOSpektrumDlgIds.h"
 #include "dialogs/dialog_numbers.h"
 #include "dialogs/window_rules.h"
@@ -62,6 +64,11 @@ void TOSpektrumDlg::applyWindowRule() {
                windowTakesCorrection(window));
     setEnabled({IDS_SPEKTRUM_PARAMETER, IDE_SPEKTRUM_PARAMETER, IDT_SPEKTRUM_PARAMETER},
                windowTakesParameter(window));
+}
+
+int TOSpektrum::GetParameters() {
+    TOSpektrumDlg(*this).DoModal();
+    return 0;
 }
 
 }  // namespace vynpack

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "dialogs/CDialog.h"
-#include "dialogs/spectrum_draft.h"
+#include "dialogs/spektrum_draft.h"
 
 namespace vynpack {
 

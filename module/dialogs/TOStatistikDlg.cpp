@@ -1,5 +1,7 @@
 #include "dialogs/TOStatistikDlg.h"
 
+#include "blocks/stats/TOStatistik.h"
+
 #include "dialogs/TOStatistikDlgIds.h"
 
 namespace vynpack {
@@ -43,6 +45,11 @@ void TOStatistikDlg::checkAll(bool checked) {
     for (int measure = 0; measure < kStatistics; ++measure) {
         setChecked(checkBoxOf(measure), checked);
     }
+}
+
+int TOStatistik::GetParameters() {
+    TOStatistikDlg(*this).DoModal();
+    return 0;
 }
 
 }  // namespace vynpack

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "dialogs/CDialog.h"
-#include "dialogs/statistics_draft.h"
+#include "dialogs/statistik_draft.h"
 
 namespace vynpack {
 

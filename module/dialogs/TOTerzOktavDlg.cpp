@@ -33,4 +33,9 @@ void TOTerzOktavDlg::OnOK() {
     CDialog::OnOK();
 }
 
+int TOTerz_Oktave::GetParameters() {
+    TOTerzOktavDlg(*this).DoModal();
+    return 0;
+}
+
 }  // namespace vynpack

@@ -1,7 +1,7 @@
 #include "dialogs/window_rules.h"
 
+#include "blocks/spectral/core/window_functions.h"
 #include "dialogs/dialog_numbers.h"
-#include "spectral/window_functions.h"
 
 namespace vynpack {
 

@@ -2,15 +2,29 @@
 
 #include <algorithm>
 
+#include "host/show_message.h"
+
 namespace vynpack {
 
 bool TOGlobal::start(ModuleInstance instance) {
-    moduleInstance_ = instance;
+    platform::setModuleInstance(instance);
     analysis_.load();
     return true;
 }
 
 void TOGlobal::end() noexcept { analysis_.unload(); }
+
+bool TOGlobal::loadMathEngine() noexcept {
+    const auto tell = [](TextId text) {
+        ShowMessage(HostWindow::none, kBoxPlain, kTextHostTooOldCaption, text);
+    };
+    const auto found = mathEngine_.load();
+    if (found == MathEngine::Found::complete) return true;
+    // Kept: a missing engine is reported twice, as not found and as of a wrong version.
+    if (found == MathEngine::Found::nothing) tell(kTextMathEngineNotFound);
+    tell(kTextMathEngineVersion);
+    return false;
+}
 
 TOBlock* TOGlobal::findBlock(BlockHandle handle) const noexcept {
     if (handle < 1 || handle >= kTableSize) return nullptr;

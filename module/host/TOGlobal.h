@@ -8,13 +8,11 @@
 #include "libs/analysis_library.h"
 #include "libs/math_engine.h"
 #include "platform/message.h"
+#include "platform/module_instance.h"
 
 namespace vynpack {
 
 class TOBlock;
-
-// The module's own instance, from which its texts and dialog templates are loaded.
-enum class ModuleInstance : std::int64_t { none = 0 };
 
 // Index of a block in the block table; 0 means none.
 using BlockHandle = std::int64_t;
@@ -33,7 +31,7 @@ public:
     // Unloads the analysis library, if it is loaded.
     void end() noexcept;
 
-    ModuleInstance moduleInstance() const noexcept { return moduleInstance_; }
+    ModuleInstance moduleInstance() const noexcept { return platform::moduleInstance(); }
     HostWindow hostWindow() const noexcept { return hostWindow_; }
     void setHostWindow(HostWindow window) noexcept { hostWindow_ = window; }
     std::int32_t hostModeWord() const noexcept { return hostModeWord_; }
@@ -51,11 +49,13 @@ public:
 
     AnalysisLibrary& analysis() noexcept { return analysis_; }
     MathEngine& mathEngine() noexcept { return mathEngine_; }
+    // True when the engine is loaded and complete. A missing library shows one box, missing
+    // functions another; a missing library shows both.
+    bool loadMathEngine() noexcept;
 
 private:
     static constexpr int kTableSize = 1024;  // entry 0 is never used
 
-    ModuleInstance moduleInstance_ = ModuleInstance::none;
     HostWindow hostWindow_ = HostWindow::none;
     std::int32_t hostModeWord_ = 0;
     std::int32_t hostInterfaceVersion_ = 0;

@@ -1,7 +1,5 @@
 #include "libs/math_engine.h"
 
-#include "host/show_message.h"
-
 namespace vynpack {
 namespace {
 
@@ -12,24 +10,16 @@ constexpr std::array<const char*, MathEngine::kFunctions> kNames = {
 
 }  // namespace
 
-bool MathEngine::load() {
-    if (library_ != nullptr) return true;
+MathEngine::Found MathEngine::load() noexcept {
+    if (library_ != nullptr) return Found::complete;
 
     library_ = platform::loadLibrary(platform::kMathEngineFile);
-    const bool found = library_ != nullptr;
-    if (found) {
-        for (std::size_t i = 0; i < kFunctions; ++i) {
-            if (i != kUnboundEntry) functions_[i] = platform::findFunction(library_, kNames[i]);
-        }
-    } else {
-        ShowMessage(HostWindow::none, kBoxPlain, kTextHostTooOldCaption, kTextMathEngineNotFound);
-    }
-
+    if (library_ == nullptr) return Found::nothing;
+    auto found = Found::complete;
     for (std::size_t i = 0; i < kFunctions; ++i) {
-        if (i == kUnboundEntry || functions_[i] != nullptr) continue;
-        // Kept: a missing engine is reported twice, as not found and as of a wrong version.
-        ShowMessage(HostWindow::none, kBoxPlain, kTextHostTooOldCaption, kTextMathEngineVersion);
-        return false;
+        if (i == kUnboundEntry) continue;
+        functions_[i] = platform::findFunction(library_, kNames[i]);
+        if (functions_[i] == nullptr) found = Found::incomplete;
     }
     return found;
 }

@@ -13,9 +13,10 @@ public:
     static constexpr std::size_t kFunctions = 17;
     static constexpr std::size_t kUnboundEntry = 14;  // has no name and stays null
 
-    // True when the engine is loaded and complete. A missing library shows one box, missing
-    // functions another; a missing library shows both.
-    bool load();
+    enum class Found { nothing, incomplete, complete };
+    // Loads the library and binds its functions. An engine that is loaded already counts as
+    // complete and is not looked at again.
+    Found load() noexcept;
     // Releases the library. Handle and table are left as they are.
     void unload() noexcept;
 

@@ -5,19 +5,19 @@
 #include <array>
 #include <random>
 
-#include "dialogs/given_controls.h"
+#include "dialogs/expected_controls.h"
 #include "dialogs/host_side.h"
 
 namespace dialog_test {
 namespace {
 
-class AnyUser : public testing::TestWithParam<GivenDialog> {
+class AnyUser : public testing::TestWithParam<ExpectedDialog> {
 protected:
     // One dialog has nothing to set and no Cancel.
     bool canCancel() const { return GetParam().typeCode != 5005; }
 
     // One act upon a control that can be acted upon.
-    void act(Dialog& dialog, const GivenControl& control) {
+    void act(Dialog& dialog, const ExpectedControl& control) {
         if (dialog.closed() || !dialog.visible(control.id) || !dialog.enabled(control.id)) return;
         switch (control.kind) {
             case Kind::pushButton:
@@ -52,7 +52,7 @@ protected:
     void actAtRandom(Dialog& dialog, int acts) {
         const auto& controls = GetParam().controls;
         for (int i = 0; i < acts; ++i) {
-            const GivenControl& control = controls[random_() % controls.size()];
+            const ExpectedControl& control = controls[random_() % controls.size()];
             if (control.id == IDOK || control.id == IDCANCEL) continue;
             act(dialog, control);
             ASSERT_FALSE(dialog.closed()) << "control " << control.id;
@@ -104,7 +104,7 @@ TEST_P(AnyUser, AcceptsAndFindsTheSameAgain) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Dialogs, AnyUser, testing::ValuesIn(givenDialogs()),
+INSTANTIATE_TEST_SUITE_P(Dialogs, AnyUser, testing::ValuesIn(expectedDialogs()),
                          [](const auto& test) { return test.param.name; });
 
 }  // namespace

@@ -8,14 +8,14 @@
 #include <map>
 #include <set>
 
-#include "dialogs/given_controls.h"
+#include "dialogs/expected_controls.h"
 #include "dialogs/host_side.h"
 
 namespace dialog_test {
 
 namespace {
 
-class EveryDialog : public testing::TestWithParam<GivenDialog> {
+class EveryDialog : public testing::TestWithParam<ExpectedDialog> {
 protected:
     const Template template_ = readTemplate(GetParam().templateId);
 };
@@ -74,7 +74,7 @@ TEST_P(EveryDialog, HasItsCaptionAndTheSystemsFont) {
 }
 
 TEST_P(EveryDialog, HasEveryControlWithItsKindAndText) {
-    for (const GivenControl& given : GetParam().controls) {
+    for (const ExpectedControl& given : GetParam().controls) {
         const auto matches = [&](const TemplateControl& c) {
             return c.id == given.id && c.kind == given.kind && c.text == given.text;
         };
@@ -292,7 +292,7 @@ TEST_P(EveryDialog, IsModalAboveTheHostsWindow) {
     });
 }
 
-INSTANTIATE_TEST_SUITE_P(Dialogs, EveryDialog, testing::ValuesIn(givenDialogs()),
+INSTANTIATE_TEST_SUITE_P(Dialogs, EveryDialog, testing::ValuesIn(expectedDialogs()),
                          [](const auto& dialog) { return dialog.param.name; });
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "kernel_level.h"
+#include "blocks/kernel_level.h"
 
 #include <gtest/gtest.h>
 

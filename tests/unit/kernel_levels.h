@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "kernel_level.h"
+#include "blocks/kernel_level.h"
 
 namespace vynpack {
 

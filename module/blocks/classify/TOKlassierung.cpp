@@ -5,7 +5,6 @@
 #include <limits>
 #include <utility>
 
-#include "dialogs/TOKlassierungDlg.h"
 #include "host/host_messages.h"
 #include "host/keyword_members.h"
 #include "host/parameter_record.h"
@@ -104,11 +103,6 @@ CountingRules rulesOf(const Parameters& p) {
 
 void TOKlassierung::GetConnectors(ConnectorText& text) const {
     writeConnectors(text, parameters_.resetMode == kResetByTrigger ? "E,T,;A," : "E,;A,");
-}
-
-int TOKlassierung::GetParameters() {
-    TOKlassierungDlg(*this).DoModal();
-    return 0;
 }
 
 int TOKlassierung::SaveParameters(FileHandle file) {

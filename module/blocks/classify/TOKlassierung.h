@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "classify/counting_method.h"
+#include "blocks/classify/core/klassierung_core.h"
 #include "host/TOBlock.h"
 #include "host/channel_block.h"
 

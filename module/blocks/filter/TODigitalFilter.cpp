@@ -1,10 +1,9 @@
-#include "filter/TODigitalFilter.h"
+#include "blocks/filter/TODigitalFilter.h"
 
 #include <algorithm>
 #include <new>
 #include <utility>
 
-#include "dialogs/TODigitalFilterDlg.h"
 #include "host/TOGlobal.h"
 #include "host/host_messages.h"
 #include "host/keyword_members.h"
@@ -72,8 +71,6 @@ constexpr Keyword<P> kKeywords[] = {
 }  // namespace
 
 void TODigitalFilter::GetConnectors(ConnectorText& text) const { writeConnectors(text, "E,;A,"); }
-
-int TODigitalFilter::GetParameters() { return TODigitalFilterDlg(*this).DoModal(); }
 
 int TODigitalFilter::SaveParameters(FileHandle file) {
     saveRecord(file, kRecordSizeWord, parameters_);

@@ -6,8 +6,8 @@
 #include <variant>
 #include <vector>
 
-#include "filter/channel_rows.h"
-#include "filter/fir_filter_bank.h"
+#include "blocks/filter/core/channel_rows.h"
+#include "blocks/filter/core/fir_filter_bank.h"
 #include "host/TOBlock.h"
 #include "host/channel_block.h"
 #include "host/show_message.h"

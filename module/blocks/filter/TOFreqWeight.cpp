@@ -1,10 +1,9 @@
-#include "filter/TOFreqWeight.h"
+#include "blocks/filter/TOFreqWeight.h"
 
 #include <cmath>
 #include <utility>
 
-#include "dialogs/TOFreqWeightDlg.h"
-#include "filter/weighting_filter.h"
+#include "blocks/filter/weighting/freq_weight_core.h"
 #include "host/TOGlobal.h"
 #include "host/host_messages.h"
 #include "host/keyword_members.h"
@@ -67,11 +66,6 @@ constexpr Keyword<TOFreqWeight::Parameters> kKeywords[] = {
 }  // namespace
 
 void TOFreqWeight::GetConnectors(ConnectorText& text) const { writeConnectors(text, "E,S,;A,"); }
-
-int TOFreqWeight::GetParameters() {
-    TOFreqWeightDlg(*this).DoModal();
-    return 0;
-}
 
 int TOFreqWeight::SaveParameters(FileHandle file) {
     saveRecord(file, kRecordSizeWord, parameters_);

@@ -7,9 +7,9 @@
 #include <optional>
 #include <vector>
 
-#include "filter/channel_rows.h"
-#include "filter/spectrum_weighting.h"
-#include "filter/weighting_curves.h"
+#include "blocks/filter/core/channel_rows.h"
+#include "blocks/filter/weighting/spectrum_weighting.h"
+#include "blocks/filter/weighting/weighting_curves.h"
 #include "host/TOBlock.h"
 #include "host/channel_block.h"
 #include "host/show_message.h"

@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <utility>
 
-#include "dialogs/TOLevelDlg.h"
 #include "host/host_messages.h"
 #include "host/keyword_members.h"
 #include "host/parameter_record.h"
@@ -55,8 +54,6 @@ std::int32_t controlBits(float control) {
 }  // namespace
 
 void TOLevel::GetConnectors(ConnectorText& text) const { writeConnectors(text, "E,S,;A,"); }
-
-int TOLevel::GetParameters() { return TOLevelDlg(*this).DoModal(); }
 
 int TOLevel::SaveParameters(FileHandle file) {
     saveRecord(file, kRecordSizeWord, parameters_);

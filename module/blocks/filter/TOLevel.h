@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "filter/level_meter.h"
+#include "blocks/filter/level/level_core.h"
 #include "host/TOBlock.h"
 #include "host/channel_block.h"
 #include "host/show_message.h"

@@ -4,12 +4,11 @@
 #include <cstdio>
 #include <span>
 
-#include "dialogs/TODualSpektrumDlg.h"
+#include "blocks/spectral/spectral_headers.h"
+#include "blocks/spectral/spectral_names.h"
 #include "host/TOGlobal.h"
 #include "host/keyword_members.h"
 #include "host/parameter_record.h"
-#include "spectral/spectral_headers.h"
-#include "spectral/spectral_names.h"
 
 namespace vynpack {
 namespace {
@@ -122,11 +121,6 @@ void TODualSpektrum::GetConnectors(ConnectorText& text) const {
     std::array<char, 32> connectors{};
     std::snprintf(connectors.data(), connectors.size(), "E,A,T,;%s%s%s", first, second, third);
     writeConnectors(text, connectors.data());
-}
-
-int TODualSpektrum::GetParameters() {
-    TODualSpektrumDlg(*this).DoModal();
-    return 0;
 }
 
 int TODualSpektrum::SaveParameters(FileHandle file) {

@@ -5,9 +5,9 @@
 #include <array>
 #include <cstdint>
 
+#include "blocks/spectral/core/dual_spektrum_core.h"
 #include "host/TOBlock.h"
 #include "host/channel_block.h"
-#include "spectral/dual_spectrum.h"
 
 namespace vynpack {
 

@@ -2,7 +2,6 @@
 
 #include <limits>
 
-#include "dialogs/TOInverseFFTDlg.h"
 #include "host/TOGlobal.h"
 #include "host/channel_block.h"
 #include "host/parameter_record.h"
@@ -38,11 +37,6 @@ void describeSignal(ChannelBlockHeader& header, const ChannelBlockHeader& spectr
 }  // namespace
 
 void TOInverseFFT::GetConnectors(ConnectorText& text) const { writeConnectors(text, "R,I,;A,"); }
-
-int TOInverseFFT::GetParameters() {
-    TOInverseFFTDlg().DoModal();
-    return 0;
-}
 
 int TOInverseFFT::SaveParameters(FileHandle file) {
     saveRecord(file, kRecordSizeWord, parameters_);

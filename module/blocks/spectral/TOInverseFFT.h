@@ -5,8 +5,8 @@
 #include <array>
 #include <cstdint>
 
+#include "blocks/spectral/core/inverse_fft_core.h"
 #include "host/TOBlock.h"
-#include "spectral/inverse_spectrum.h"
 
 namespace vynpack {
 

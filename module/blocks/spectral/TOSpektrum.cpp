@@ -2,12 +2,11 @@
 
 #include <cstdint>
 
-#include "dialogs/TOSpektrumDlg.h"
+#include "blocks/spectral/spectral_headers.h"
+#include "blocks/spectral/spectral_names.h"
 #include "host/TOGlobal.h"
 #include "host/keyword_members.h"
 #include "host/parameter_record.h"
-#include "spectral/spectral_headers.h"
-#include "spectral/spectral_names.h"
 
 namespace vynpack {
 namespace {
@@ -44,11 +43,6 @@ void TOSpektrum::GetConnectors(ConnectorText& text) const {
     } else {
         writeConnectors(text, parameters_.phase != 0 ? "E,;S,P," : "E,;S,");
     }
-}
-
-int TOSpektrum::GetParameters() {
-    TOSpektrumDlg(*this).DoModal();
-    return 0;
 }
 
 int TOSpektrum::SaveParameters(FileHandle file) {

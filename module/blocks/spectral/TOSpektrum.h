@@ -4,9 +4,9 @@
 #include <array>
 #include <cstdint>
 
+#include "blocks/spectral/core/spektrum_core.h"
 #include "host/TOBlock.h"
 #include "host/channel_block.h"
-#include "spectral/spectrum_analysis.h"
 
 namespace vynpack {
 

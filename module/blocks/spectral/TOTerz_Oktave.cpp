@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "dialogs/TOTerzOktavDlg.h"
 #include "host/channel_block.h"
 #include "host/keyword_members.h"
 #include "host/parameter_record.h"
@@ -38,11 +37,6 @@ bool isFrequency(std::int32_t axisKind) {
 }  // namespace
 
 void TOTerz_Oktave::GetConnectors(ConnectorText& text) const { writeConnectors(text, "E,;A,"); }
-
-int TOTerz_Oktave::GetParameters() {
-    TOTerzOktavDlg(*this).DoModal();
-    return 0;
-}
 
 int TOTerz_Oktave::SaveParameters(FileHandle file) {
     saveRecord(file, kRecordSizeWord, parameters_);

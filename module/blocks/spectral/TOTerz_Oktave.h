@@ -4,8 +4,8 @@
 #include <array>
 #include <cstdint>
 
+#include "blocks/spectral/bands/terz_oktave_core.h"
 #include "host/TOBlock.h"
-#include "spectral/band_analysis.h"
 
 namespace vynpack {
 

@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
+#include "blocks/spectral/core/spectrum_conversion.h"
 #include "host/channel_block.h"
-#include "spectral/spectrum_conversion.h"
 
 namespace vynpack {
 

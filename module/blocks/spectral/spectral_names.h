@@ -1,9 +1,9 @@
 // The texts under which spectral parameters travel by keyword.
 #pragma once
 
+#include "blocks/spectral/core/spectrum_conversion.h"
+#include "blocks/spectral/core/window_functions.h"
 #include "host/remote_control.h"
-#include "spectral/spectrum_conversion.h"
-#include "spectral/window_functions.h"
 
 namespace vynpack {
 

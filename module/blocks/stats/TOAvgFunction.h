@@ -7,9 +7,9 @@
 #include <optional>
 #include <span>
 
+#include "blocks/stats/core/mittelwert_core.h"
 #include "host/channel_block.h"
 #include "host/simulation_record.h"
-#include "stats/averaging.h"
 
 namespace vynpack {
 

@@ -2,7 +2,6 @@
 
 #include <new>
 
-#include "dialogs/TOMittelwertDlg.h"
 #include "host/channel_block.h"
 #include "host/keyword_members.h"
 #include "host/parameter_record.h"
@@ -39,11 +38,6 @@ constexpr Keyword<Parameters> kKeywords[] = {
 
 void TOMittelwert::GetConnectors(ConnectorText& text) const {
     writeConnectors(text, parameters_.resetMode == kAvgResetByTrigger ? "E,T,;A," : "E,;A,");
-}
-
-int TOMittelwert::GetParameters() {
-    TOMittelwertDlg(*this).DoModal();
-    return 0;
 }
 
 int TOMittelwert::SaveParameters(FileHandle file) {

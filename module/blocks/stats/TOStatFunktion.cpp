@@ -6,7 +6,7 @@
 #include <stdexcept>
 
 #include "host/channel_block.h"
-#include "spectral/band_tables.h"
+#include "numerics/band_tables.h"
 
 namespace vynpack {
 namespace {

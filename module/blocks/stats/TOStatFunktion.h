@@ -12,7 +12,7 @@
 #include <memory>
 #include <vector>
 
-#include "stats/sample_passes.h"
+#include "blocks/stats/core/statistik_core.h"
 
 namespace vynpack {
 

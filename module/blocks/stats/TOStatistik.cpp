@@ -5,7 +5,6 @@
 #include <numeric>
 #include <utility>
 
-#include "dialogs/TOStatistikDlg.h"
 #include "host/host_messages.h"
 #include "host/keyword_members.h"
 #include "host/parameter_record.h"
@@ -91,11 +90,6 @@ void TOStatistik::GetConnectors(ConnectorText& text) const {
         *end++ = ',';
     }
     *end = '\0';
-}
-
-int TOStatistik::GetParameters() {
-    TOStatistikDlg(*this).DoModal();
-    return 0;
 }
 
 int TOStatistik::SaveParameters(FileHandle file) {

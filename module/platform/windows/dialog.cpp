@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <array>
 
-#include "host/TOGlobal.h"
+#include "platform/module_instance.h"
 
 namespace vynpack::platform {
 namespace {
@@ -16,9 +16,9 @@ HWND windowOf(HostWindow window) noexcept {
 
 HWND controlOf(HostWindow dialog, int id) noexcept { return ::GetDlgItem(windowOf(dialog), id); }
 
-HINSTANCE moduleInstance() noexcept {
+HINSTANCE instanceHandle() noexcept {
     // NOLINTNEXTLINE(performance-no-int-to-ptr)
-    return reinterpret_cast<HINSTANCE>(theGlobal().moduleInstance());
+    return reinterpret_cast<HINSTANCE>(moduleInstance());
 }
 
 // The window that is blocked while the dialog is open: the host's, with whatever is open above it.
@@ -92,7 +92,7 @@ struct DialogProcedure {
 
 int DialogWindow::run(int templateId, HostWindow owner) noexcept {
     const INT_PTR result =
-        ::DialogBoxParamW(moduleInstance(), MAKEINTRESOURCEW(templateId), ownerOf(owner),
+        ::DialogBoxParamW(instanceHandle(), MAKEINTRESOURCEW(templateId), ownerOf(owner),
                           DialogProcedure::entry, reinterpret_cast<LPARAM>(this));
     window_ = HostWindow::none;
     return result == kDialogOk ? kDialogOk : kDialogCancel;
@@ -132,7 +132,7 @@ void DialogWindow::setChecked(int button, bool checked) noexcept {
 
 void DialogWindow::addEntry(int list, unsigned textId) noexcept {
     std::array<wchar_t, 256> entry{};
-    ::LoadStringW(moduleInstance(), textId, entry.data(), static_cast<int>(entry.size()));
+    ::LoadStringW(instanceHandle(), textId, entry.data(), static_cast<int>(entry.size()));
     ::SendMessageW(controlOf(window_, list), CB_ADDSTRING, 0,
                    reinterpret_cast<LPARAM>(entry.data()));
 }

@@ -7,7 +7,7 @@
 #include <span>
 #include <vector>
 
-#include "classify/counting_method.h"
+#include "blocks/classify/core/klassierung_core.h"
 
 namespace vynpack {
 

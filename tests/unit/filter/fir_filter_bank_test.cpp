@@ -1,4 +1,4 @@
-#include "filter/fir_filter_bank.h"
+#include "blocks/filter/core/fir_filter_bank.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "host/floating_point_mode.h"
+#include "host/entry/floating_point_mode.h"
 
 #include <gtest/gtest.h>
 #include <xmmintrin.h>

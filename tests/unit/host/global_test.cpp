@@ -57,6 +57,7 @@ TEST(TOGlobal, StartsWithoutAnAnalysisLibraryToo) {
     TOGlobal global;
     EXPECT_TRUE(global.start(ModuleInstance{77}));
     EXPECT_EQ(global.moduleInstance(), ModuleInstance{77});
+    platform::setModuleInstance(ModuleInstance::none);  // this program's own resources again
     EXPECT_FALSE(global.analysis().loaded());
     vynhost::platform::setSharedDirectory(before);
 }

@@ -4,6 +4,7 @@
 
 #include <vector>
 
+#include "host/TOGlobal.h"
 #include "host/show_message.h"
 #include "platform/resources.h"
 #include "unit/host/fixture_libraries.h"
@@ -36,43 +37,43 @@ private:
     void* library_ = nullptr;
 };
 
-bool load(MathEngine& engine, std::vector<Box>& boxes) {
+bool load(TOGlobal& global, std::vector<Box>& boxes) {
     vynhost::platform::catchBoxes();
-    const bool loaded = engine.load();
+    const bool loaded = global.loadMathEngine();
     boxes = vynhost::platform::caughtBoxes();
     return loaded;
 }
 
 TEST(MathEngineLoader, BindsSixteenNamesAndLeavesTheFifteenthEntryAlone) {
     const Preloaded library("math_complete");
-    MathEngine engine;
+    TOGlobal global;
     std::vector<Box> boxes;
-    EXPECT_TRUE(load(engine, boxes));
+    EXPECT_TRUE(load(global, boxes));
     EXPECT_THAT(boxes, IsEmpty());
     for (std::size_t i = 0; i < MathEngine::kFunctions; ++i) {
-        EXPECT_EQ(engine.function(i) == nullptr, i == 14) << i;
+        EXPECT_EQ(global.mathEngine().function(i) == nullptr, i == 14) << i;
     }
-    engine.unload();
+    global.mathEngine().unload();
 }
 
 TEST(MathEngineLoader, ASecondCallAnswersTrueWithoutLoadingAgain) {
-    MathEngine engine;
+    TOGlobal global;
     std::vector<Box> boxes;
     {
         const Preloaded library("math_complete");
-        EXPECT_TRUE(load(engine, boxes));
-        engine.unload();
+        EXPECT_TRUE(load(global, boxes));
+        global.mathEngine().unload();
     }
     // Nothing of that name can be found any more, and nothing is looked for.
-    EXPECT_TRUE(load(engine, boxes));
+    EXPECT_TRUE(load(global, boxes));
     EXPECT_THAT(boxes, IsEmpty());
 }
 
 TEST(MathEngineLoader, AMissingEngineShowsTwoBoxes) {
     if (!vynhost::platform::boxesCanBeCaught()) GTEST_SKIP() << "no display";
-    MathEngine engine;
+    TOGlobal global;
     std::vector<Box> boxes;
-    EXPECT_FALSE(load(engine, boxes));
+    EXPECT_FALSE(load(global, boxes));
     ASSERT_THAT(boxes, SizeIs(2));
     EXPECT_EQ(boxes[0].caption, "");
     EXPECT_EQ(boxes[1].caption, "");
@@ -84,25 +85,25 @@ TEST(MathEngineLoader, AMissingEngineShowsTwoBoxes) {
 TEST(MathEngineLoader, AnIncompleteEngineShowsOneBox) {
     if (!vynhost::platform::boxesCanBeCaught()) GTEST_SKIP() << "no display";
     const Preloaded library("math_incomplete");
-    MathEngine engine;
+    TOGlobal global;
     std::vector<Box> boxes;
-    EXPECT_FALSE(load(engine, boxes));
+    EXPECT_FALSE(load(global, boxes));
     ASSERT_THAT(boxes, SizeIs(1));
     if (textsAreLinkedIn()) {
         EXPECT_EQ(boxes[0].text, "Falsche Version der Datei VYNMATH.DLL");
     }
-    EXPECT_EQ(engine.function(12), nullptr);  // loudness
-    EXPECT_NE(engine.function(13), nullptr);
+    EXPECT_EQ(global.mathEngine().function(12), nullptr);  // loudness
+    EXPECT_NE(global.mathEngine().function(13), nullptr);
     // Kept loaded, so that the next call answers true.
-    EXPECT_TRUE(load(engine, boxes));
-    engine.unload();
+    EXPECT_TRUE(load(global, boxes));
+    global.mathEngine().unload();
 }
 
 TEST(MathEngineLoader, UnloadWithoutAnEngineDoesNothing) {
-    MathEngine engine;
-    engine.unload();
+    TOGlobal global;
+    global.mathEngine().unload();
     for (std::size_t i = 0; i < MathEngine::kFunctions; ++i) {
-        EXPECT_EQ(engine.function(i), nullptr);
+        EXPECT_EQ(global.mathEngine().function(i), nullptr);
     }
 }
 

@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <vector>
 
-#include "filter/level_meter.h"
+#include "blocks/filter/level/level_core.h"
 
 namespace vynpack {
 

@@ -1,4 +1,4 @@
-#include "spectral/spectrum_conversion.h"
+#include "blocks/spectral/core/spectrum_conversion.h"
 
 #include <gtest/gtest.h>
 
@@ -8,8 +8,8 @@
 #include <numbers>
 #include <vector>
 
+#include "blocks/spectral/core/spectrum_kernels.h"
 #include "naive_transform.h"
-#include "spectral/spectrum_kernels.h"
 
 namespace vynpack {
 namespace {

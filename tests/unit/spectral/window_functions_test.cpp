@@ -1,4 +1,4 @@
-#include "spectral/window_functions.h"
+#include "blocks/spectral/core/window_functions.h"
 
 #include <gtest/gtest.h>
 

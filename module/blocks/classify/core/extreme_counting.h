@@ -1,0 +1,60 @@
+// What the methods that count extreme values have in common: they differ in how they find them.
+#pragma once
+
+#include <vector>
+
+#include "blocks/classify/core/class_counts.h"
+#include "blocks/classify/core/classify_kernels.h"
+#include "blocks/classify/core/klassierung_core.h"
+
+namespace vynpack {
+
+class ExtremeCounting : public CountingMethod {
+public:
+    void update(std::span<const float> samples, double step, std::span<float> values) final;
+    void reset() final;
+
+protected:
+    // `columns` of counts per channel.
+    ExtremeCounting(const CountingRules& rules, int channels, int columns);
+
+    // Samples of some channels in a row: sample `frame` of lane l at x[frame * stride + l].
+    struct Piece {
+        const float* x;
+        std::size_t stride;
+        std::size_t frames;
+        int lanes;
+    };
+
+    // The first sample of a run opens no pair: it is the last one of the next.
+    virtual void open(int channel, float sample) = 0;
+    // Finds the extremes that count in the samples of a group of channels: one value per frame and
+    // lane, NaN where there is none; `shifts` chooses the column of counts, 0 for the first.
+    // Returns false when it has left the shifts alone.
+    virtual bool search(std::size_t group, const Piece& piece, double* extremes,
+                        double* shifts) = 0;
+    // Back to the state before the first pair, as a reset leaves it.
+    virtual void forget() = 0;
+    // Writes the results of the counts.
+    virtual void write(std::span<float> values) const;
+
+    std::size_t groups() const;
+    const ClassCounts& counts() const { return counts_; }
+    float result(std::uint32_t count, std::uint32_t total) const {
+        return rules().relative ? percentOf(count, total) : static_cast<float>(count);
+    }
+
+private:
+    void take(std::size_t group, const float* x, std::size_t frames);
+
+    bool first_ = true;  // the first block of the run
+    int columns_;
+    ClassCounts counts_;
+    // Of the samples in work:
+    std::vector<float> padded_;
+    std::vector<double> extremes_;
+    std::vector<double> shifts_;
+    std::vector<std::int32_t> indices_;
+};
+
+}  // namespace vynpack

@@ -1,0 +1,78 @@
+#include "blocks/classify/core/sample_count.h"
+
+#include <algorithm>
+
+#include "blocks/classify/core/classify_kernels.h"
+
+namespace vynpack {
+namespace {
+
+// Samples whose class indices are found in one go.
+constexpr std::size_t kInWork = 2048;
+
+}  // namespace
+
+SampleCount::SampleCount(const CountingRules& rules, int channels)
+    : CountingMethod(rules, channels),
+      counts_(rules.scale.number, channels),
+      totals_(static_cast<std::size_t>(channels)),
+      surplus_(totals_.size()),
+      indices_(std::max(kInWork, totals_.size())) {}
+
+void SampleCount::update(std::span<const float> samples, double /*step*/, std::span<float> values) {
+    countSamples(samples);
+    if (rules().relative) {
+        writeRelative(values);
+    } else {
+        writeAbsolute(values);
+    }
+}
+
+void SampleCount::countSamples(std::span<const float> samples) {
+    const ClassifyKernels& kernels = classifyKernels();
+    const std::size_t width = totals_.size();
+    const std::size_t all = samplesPerChannel(samples);
+    const std::size_t framesInWork = indices_.size() / width;
+    for (std::size_t done = 0; done < all;) {
+        const std::size_t frames = std::min(framesInWork, all - done);
+        kernels.classIndices(samples.data() + done * width, frames * width, scale().begin,
+                             scale().end, scale().range, classes(), indices_.data());
+        const std::int32_t* index = indices_.data();
+        for (std::size_t frame = 0; frame < frames; ++frame) {
+            std::uint32_t* counts = counts_.data();
+            for (std::size_t c = 0; c < width; ++c, counts += counts_.places())
+                ++counts[*index++];
+        }
+        done += frames;
+    }
+}
+
+void SampleCount::writeRelative(std::span<float> values) {
+    float* value = values.data();
+    for (int c = 0; c < channels(); ++c) {
+        const auto channel = static_cast<std::size_t>(c);
+        const std::uint32_t counted = counts_.total(c);
+        // Kept: a channel without counts gets a total of 1, which stays in all later totals.
+        if (counted + surplus_[channel] == 0) surplus_[channel] = 1;
+        totals_[channel] = counted + surplus_[channel];
+    }
+    for (int k = 0; k < classes(); ++k) {
+        for (int c = 0; c < channels(); ++c)
+            *value++ = percentOf(counts_.at(k, c), totals_[static_cast<std::size_t>(c)]);
+    }
+}
+
+void SampleCount::writeAbsolute(std::span<float> values) const {
+    float* value = values.data();
+    for (int k = 0; k < classes(); ++k) {
+        for (int c = 0; c < channels(); ++c)
+            *value++ = static_cast<float>(counts_.at(k, c));
+    }
+}
+
+void SampleCount::reset() {
+    counts_.clear();
+    std::ranges::fill(surplus_, 0U);
+}
+
+}  // namespace vynpack

@@ -1,0 +1,24 @@
+// "spitzenwertverfahren2": turning points, maxima above and minima below the reference line, each
+// confirmed once the signal has retreated by more than the hysteresis. A confirmed candidate counts
+// in the same pair, so that no confirmation waits from pair to pair.
+#pragma once
+
+#include <vector>
+
+#include "blocks/classify/core/extreme_counting.h"
+
+namespace vynpack {
+
+class TurningPoints final : public ExtremeCounting {
+public:
+    TurningPoints(const CountingRules& rules, int channels);
+
+private:
+    void open(int channel, float sample) override;
+    bool search(std::size_t group, const Piece& piece, double* extremes, double* shifts) override;
+    void forget() override;
+
+    std::vector<TurningLanes> state_;  // per group of channels
+};
+
+}  // namespace vynpack

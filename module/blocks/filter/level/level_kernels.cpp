@@ -1,0 +1,102 @@
+#include "blocks/filter/level/level_kernels.h"
+
+#include "blocks/kernel_lanes.h"
+
+namespace vynpack::VYN_KERNEL_LEVEL {
+namespace {
+
+constexpr double kReference = 4e-10;  // the square of 20 µPa
+
+// In place: squares become ratios.
+void divide(double* values, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        const double ratio = values[i] / kReference;
+        values[i] = ratio == 0.0 ? 1.0 : ratio;
+    }
+}
+
+void smooth(const float* x, std::size_t stride, std::size_t frames, int lanes, double alpha,
+            double* meanSquares, double* ratios) {
+    const auto all = static_cast<std::size_t>(lanes);
+    forEachLaneGroup(all, [=](auto group, std::size_t first) {
+        using Floats = typename decltype(group)::Floats;
+        using Doubles = typename decltype(group)::Doubles;
+        auto mean = load<Doubles>(meanSquares + first);
+        const float* in = x + first;
+        double* out = ratios + first;
+        for (std::size_t frame = 0; frame < frames; ++frame, in += stride, out += all) {
+            const auto value = converted<Doubles>(load<Floats>(in));
+            mean += alpha * (value * value - mean);
+            store(mean, out);
+        }
+        store(mean, meanSquares + first);
+    });
+    divide(ratios, frames * all);
+}
+
+void square(const float* x, std::size_t stride, std::size_t frames, int lanes, double* ratios) {
+    const auto all = static_cast<std::size_t>(lanes);
+    forEachLaneGroup(all, [=](auto group, std::size_t first) {
+        using Floats = typename decltype(group)::Floats;
+        using Doubles = typename decltype(group)::Doubles;
+        const float* in = x + first;
+        double* out = ratios + first;
+        for (std::size_t frame = 0; frame < frames; ++frame, in += stride, out += all) {
+            const auto value = converted<Doubles>(load<Floats>(in));
+            store(value * value, out);
+        }
+    });
+    divide(ratios, frames * all);
+}
+
+// A channel on its own fills both halves of a pair: comparisons of single numbers go a longer way.
+template <class Group>
+struct Paired {
+    using Doubles = typename Group::Doubles;
+    static Doubles take(const double* from) { return load<Doubles>(from); }
+    static void put(Doubles values, double* to) { store(values, to); }
+};
+template <>
+struct Paired<Lanes<1>> {
+    using Doubles = Lanes<2>::Doubles;
+    static Doubles take(const double* from) { return Doubles{} + *from; }
+    static void put(Doubles values, double* to) { *to = values[0]; }
+};
+
+void gather(const double* ratios, std::size_t frames, int lanes, const LevelWindow* window,
+            LevelLanes* state, double* hits) {
+    const auto all = static_cast<std::size_t>(lanes);
+    forEachLaneGroup(all, [=](auto group, std::size_t first) {
+        using Pair = Paired<decltype(group)>;
+        using Doubles = typename Pair::Doubles;
+        const Doubles zero{};
+        const Doubles one = zero + 1.0;
+        const Doubles from = Pair::take(window->from + first);
+        const Doubles to = Pair::take(window->to + first);
+        Doubles maximum = Pair::take(state->maximum + first);
+        Doubles minimum = Pair::take(state->minimum + first);
+        Doubles energy = Pair::take(state->energy + first);
+        Doubles clockMaximum = Pair::take(state->clockMaximum + first);
+        Doubles hit{};
+        const double* in = ratios + first;
+        for (std::size_t frame = 0; frame < frames; ++frame, in += all) {
+            const Doubles q = Pair::take(in);
+            maximum = q > maximum ? q : maximum;
+            minimum = q < minimum ? q : minimum;
+            energy += q;
+            clockMaximum = q > clockMaximum ? q : clockMaximum;
+            hit += (q >= from) & (q < to) ? one : zero;
+        }
+        Pair::put(maximum, state->maximum + first);
+        Pair::put(minimum, state->minimum + first);
+        Pair::put(energy, state->energy + first);
+        Pair::put(clockMaximum, state->clockMaximum + first);
+        Pair::put(hit, hits + first);
+    });
+}
+
+}  // namespace
+
+const LevelKernels levelKernels = {smooth, square, gather};
+
+}  // namespace vynpack::VYN_KERNEL_LEVEL

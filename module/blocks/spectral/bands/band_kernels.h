@@ -1,0 +1,38 @@
+// The loops of the band analysis over spectral lines, compiled for several instruction-set levels.
+// Rows are lines of interleaved channels; per channel the terms are added in the order of the
+// lines, channels run side by side.
+#pragma once
+
+#include <cstddef>
+
+#include "blocks/kernel_level.h"
+
+namespace vynpack {
+
+struct BandKernels {
+    // sums[c] += v
+    void (*addLines)(const float* lines, std::size_t rows, std::size_t channels, double* sums);
+    // sums[c] += v²
+    void (*addSquares)(const float* lines, std::size_t rows, std::size_t channels, double* sums);
+    // The same for terms that are already in double.
+    void (*addTerms)(const double* terms, std::size_t rows, std::size_t channels, double* sums);
+    // out[i] = 10^(levels[i] / 10). False, with numbers without meaning in `out`, when a level is
+    // beyond ±3000 dB or NaN.
+    bool (*powersOf)(const float* levels, std::size_t count, double* out);
+};
+
+namespace baseline {
+extern const BandKernels bandKernels;
+}
+namespace avx2 {
+extern const BandKernels bandKernels;
+}
+namespace avx512 {
+extern const BandKernels bandKernels;
+}
+
+inline const BandKernels& bandKernels(KernelLevel level) noexcept {
+    return kernelsFor(level, baseline::bandKernels, avx2::bandKernels, avx512::bandKernels);
+}
+
+}  // namespace vynpack

@@ -1,0 +1,103 @@
+#include "blocks/spectral/bands/terz_oktave_core.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "blocks/spectral/bands/band_kernels.h"
+
+namespace vynpack {
+namespace {
+
+// Powers wait in a buffer of about this many numbers, which stays in the first-level cache.
+constexpr std::size_t kPowerBuffer = 1024;
+
+double powerOf(double level) { return std::pow(10.0, level / 10.0); }
+
+float bandValue(double sum, LineKind kind) {
+    switch (kind) {
+        case LineKind::level: return static_cast<float>(sum > 0.0 ? 10.0 * std::log10(sum) : sum);
+        case LineKind::amplitude: return static_cast<float>(std::sqrt(sum));
+        default: return static_cast<float>(sum);
+    }
+}
+
+}  // namespace
+
+void BandAnalysis::start(std::span<const Band> table) {
+    weights_.resize(table.size());
+    std::ranges::transform(table, weights_.begin(),
+                           [](const Band& band) { return powerOf(band.aWeighting); });
+    table_ = table;
+    axis_ = {};
+}
+
+void BandAnalysis::stop() noexcept {
+    table_ = {};
+    axis_ = {};
+}
+
+int BandAnalysis::assignLines(double first, double step, int lines) {
+    const Axis axis{first, step, lines};
+    if (axis == axis_) return bands_;
+    axis_ = {};
+    runs_.clear();
+    const int bandCount = static_cast<int>(table_.size());
+    int band = 0;
+    double frequency = first;
+    for (int line = 0; line < lines; ++line, frequency += step) {
+        // Kept: the lower edge of the band reached so far decides, before the search goes on; so
+        // the first line between 27 and 28 Hz counts in band 3, and no later one does.
+        if (frequency < table_[static_cast<std::size_t>(band)].lower) continue;
+        while (band < bandCount && frequency > table_[static_cast<std::size_t>(band)].upper)
+            ++band;
+        if (band == bandCount) break;
+        const bool continues = !runs_.empty() && runs_.back().band == band &&
+                               runs_.back().firstLine + runs_.back().lines == line;
+        if (continues) {
+            ++runs_.back().lines;
+        } else {
+            runs_.push_back({band, line, 1});
+        }
+    }
+    bands_ = runs_.empty() ? 1 : runs_.back().band + 1;
+    axis_ = axis;
+    return bands_;
+}
+
+void BandAnalysis::addLevels(const float* lines, std::size_t rows, std::size_t channels,
+                             double* sums) {
+    const BandKernels& kernels = bandKernels(level_);
+    const std::size_t step = std::max<std::size_t>(1, kPowerBuffer / channels);
+    powers_.resize(std::max(powers_.size(), std::min(step, rows) * channels));
+    for (std::size_t done = 0; done < rows; done += step) {
+        const std::size_t taken = std::min(step, rows - done);
+        const std::span levels(lines + done * channels, taken * channels);
+        if (!kernels.powersOf(levels.data(), levels.size(), powers_.data())) {
+            std::ranges::transform(levels, powers_.begin(), powerOf);
+        }
+        kernels.addTerms(powers_.data(), taken, channels, sums);
+    }
+}
+
+void BandAnalysis::analyse(std::span<const float> lines, int channelCount, LineKind kind,
+                           bool weighted, std::span<float> bands) {
+    const BandKernels& kernels = bandKernels(level_);
+    const auto channels = static_cast<std::size_t>(channelCount);
+    sums_.assign(bands.size(), 0.0);
+    for (const Run& run : runs_) {
+        const float* first = lines.data() + static_cast<std::size_t>(run.firstLine) * channels;
+        const auto rows = static_cast<std::size_t>(run.lines);
+        double* sums = sums_.data() + static_cast<std::size_t>(run.band) * channels;
+        switch (kind) {
+            case LineKind::level: addLevels(first, rows, channels, sums); break;
+            case LineKind::amplitude: kernels.addSquares(first, rows, channels, sums); break;
+            default: kernels.addLines(first, rows, channels, sums); break;
+        }
+    }
+    for (std::size_t i = 0; i < bands.size(); ++i) {
+        const double sum = weighted ? sums_[i] * weights_[i / channels] : sums_[i];
+        bands[i] = bandValue(sum, kind);
+    }
+}
+
+}  // namespace vynpack

@@ -1,0 +1,67 @@
+// The loops over the lines of two spectra, compiled for several instruction-set levels.
+#pragma once
+
+#include <cstddef>
+
+#include "blocks/kernel_level.h"
+
+namespace vynpack {
+
+// Lines of a complex spectrum.
+struct ComplexLines {
+    double* re;
+    double* im;
+};
+struct ConstComplexLines {
+    const double* re;
+    const double* im;
+};
+
+// What a transform's lines are divided by and then multiplied with.
+struct LineScale {
+    double divisor;
+    bool exactReciprocal;  // the divisor is a power of two
+    double factor;
+};
+
+struct DualSpectrumKernels {
+    // lines = lines / divisor * factor
+    void (*scaleLines)(ComplexLines lines, LineScale scale, std::size_t n);
+
+    // cross = x conj(y) and the powers |y|^2 and |x|^2, all of the scaled lines.
+    void (*multiply)(ConstComplexLines y, ConstComplexLines x, LineScale scale, ComplexLines cross,
+                     double* powerOfY, double* powerOfX, std::size_t n);
+
+    // out = conj(numerator / denominator), 0 where the squared denominator is 0.
+    void (*divideConjugate)(ConstComplexLines numerator, ConstComplexLines denominator,
+                            ComplexLines out, std::size_t n);
+
+    // out = |cross|^2 / (powerOfY * powerOfX), 0 where the product is 0.
+    void (*coherence)(ConstComplexLines cross, const double* powerOfY, const double* powerOfX,
+                      double* out, std::size_t n);
+
+    // past = (past * weight + present) / (weight + 1)
+    void (*takeWeighted)(double* past, const double* present, double weight, std::size_t n);
+};
+
+// One copy per level.
+namespace baseline {
+extern const DualSpectrumKernels dualSpectrumKernels;
+}
+namespace avx2 {
+extern const DualSpectrumKernels dualSpectrumKernels;
+}
+namespace avx512 {
+extern const DualSpectrumKernels dualSpectrumKernels;
+}
+
+// The copy for a level, and for the machine's own.
+inline const DualSpectrumKernels& dualSpectrumKernels(KernelLevel level) noexcept {
+    return kernelsFor(level, baseline::dualSpectrumKernels, avx2::dualSpectrumKernels,
+                      avx512::dualSpectrumKernels);
+}
+inline const DualSpectrumKernels& dualSpectrumKernels() noexcept {
+    return dualSpectrumKernels(kernelLevel());
+}
+
+}  // namespace vynpack

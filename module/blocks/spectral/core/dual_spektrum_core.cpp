@@ -1,0 +1,333 @@
+#include "blocks/spectral/core/dual_spektrum_core.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <utility>
+
+#include "blocks/spectral/core/spectrum_kernels.h"
+#include "numerics/interleave.h"
+
+namespace vynpack {
+namespace {
+
+// All that is done to these many lines stays in the nearest caches, and the averages of so many are
+// long enough a stretch of memory to be fetched ahead.
+constexpr std::size_t kLinesTogether = 512;
+
+ConstComplexLines constant(ComplexLines lines) { return {lines.re, lines.im}; }
+
+bool computesCepstrum(const DualSpectrumSettings& settings) {
+    return settings.averagesPower() || settings.amplitudeType == kCepstrum;
+}
+
+// From an averaged power to the amplitude type.
+void convertPower(std::uint16_t amplitudeType, std::span<double> lines) {
+    switch (amplitudeType) {
+        case kPeak:
+            for (double& line : lines)
+                line = std::sqrt(line);
+            break;
+        case kRms:
+            for (double& line : lines)
+                line = std::sqrt(line / 2.0);
+            break;
+        case kPowerSpectrum:
+        case kPowerDensity:
+            for (double& line : lines)
+                line = line / 2.0;
+            break;
+        default: break;
+    }
+}
+
+}  // namespace
+
+void DualSpectrum::Spectrum::resize(std::size_t values) {
+    re.resize(values);
+    im.resize(values);
+}
+
+void DualSpectrum::prepare(const DualSpectrumSettings& settings, int n, int channels) {
+    const auto samples = static_cast<std::size_t>(n);
+    const auto lineCount = static_cast<std::size_t>(lines(n));
+    if (n != n_ || channels != channels_) {
+        release();
+        for (Spectrum* spectrum : {&excitation_, &response_})
+            spectrum->resize(samples + 2);
+        for (Spectrum* spectrum : {&cross_, &transfer_})
+            spectrum->resize(lineCount);
+        for (auto* work :
+             {&responsePower_, &excitationPower_, &zeros_, &amplitude_, &phase_, &coherence_}) {
+            work->resize(lineCount);
+        }
+        const auto tile =
+            static_cast<std::size_t>(channels > 1 ? std::min(channels, kTileChannels) : 0);
+        for (std::vector<float>* rows : {&excitationRows_, &responseRows_})
+            rows->resize(tile * rowStride(samples));
+        n_ = n;
+        channels_ = channels;
+    }
+    if (computesCepstrum(settings)) cepstrumWork_.reserve(2 * lineCount);
+    holdAverages(settings);
+    window_.choose(settings.window, settings.windowParameter, n);
+}
+
+void DualSpectrum::holdAverages(const DualSpectrumSettings& settings) {
+    const bool shares = settings.averages() && settings.dividesProducts() && settings.coherence &&
+                        !settings.averagesPower() && averagesArithmetically(settings.averageType);
+    const std::uint16_t sharedBy = shares ? settings.transferType : std::uint16_t{0};
+    if (sharedBy != sharedBy_) endSharing();
+
+    const std::size_t all =
+        static_cast<std::size_t>(lines(n_)) * static_cast<std::size_t>(channels_);
+    for (std::size_t i = 0; i < averages_.size(); ++i) {
+        const bool needed = settings.averages() || (i == 0 && settings.averagesPower());
+        if (averages_[i].hold(needed ? all : 0)) restartAverage();
+    }
+    // Begun in the middle of an average these hold sums over fewer blocks than the progress says,
+    // all four alike, which the quotient of the coherence does not see.
+    for (LineAverages& average : coherences_)
+        average.hold(settings.coherence ? all : 0);
+    if (progress_.nextBlock() < 2) sharedBy_ = sharedBy;
+}
+
+void DualSpectrum::endSharing() {
+    if (sharedBy_ == kTransferH1) {
+        averages_[0] = coherences_[2];
+        averages_[1] = coherences_[3];
+        averages_[2] = coherences_[1];
+    } else if (sharedBy_ == kTransferH2) {
+        averages_[0] = coherences_[0];
+        averages_[2] = coherences_[2];
+        averages_[3] = coherences_[3];
+    }
+    sharedBy_ = 0;
+}
+
+void DualSpectrum::analyse(const DualSpectrumSettings& settings, const DualSignal& signal,
+                           double resolution, double weightGrowth, RealTransform transform,
+                           const DualSpectrumOutputs& outputs) {
+    progress_.beginBlock();
+    const auto place = [](std::span<float> output, float* row) {
+        return output.empty() ? nullptr : row;
+    };
+    const auto toPlaces = [&](float* amplitudes, float* phases, float* coherences) {
+        return OutputRows{place(outputs.amplitudes, amplitudes), place(outputs.phases, phases),
+                          place(outputs.coherences, coherences)};
+    };
+    if (channels_ == 1) {
+        analyseChannel(
+            settings, 0, {signal.excitation.data(), signal.response.data()}, resolution, transform,
+            toPlaces(outputs.amplitudes.data(), outputs.phases.data(), outputs.coherences.data()));
+    } else if (lines(n_) > 0) {
+        const std::size_t stride = rowStride(static_cast<std::size_t>(n_));
+        forEachTile(channels_, static_cast<std::size_t>(n_), [&](ChannelTile tile) {
+            float* const excitation = excitationRows_.data();
+            float* const response = responseRows_.data();
+            const OutputRows rows = toPlaces(excitation, excitation + lines(n_), response);
+            splitChannels(signal.excitation.data(), tile, excitation, stride);
+            splitChannels(signal.response.data(), tile, response, stride);
+            for (int r = 0; r < tile.count; ++r) {
+                const std::size_t row = static_cast<std::size_t>(r) * stride;
+                analyseChannel(
+                    settings, static_cast<std::size_t>(tile.first + r),
+                    {excitation + row, response + row}, resolution, transform,
+                    toPlaces(excitation + row, excitation + row + lines(n_), response + row));
+            }
+            tile.samples = static_cast<std::size_t>(lines(n_));
+            for (const auto& [from, to] : {std::pair(rows.amplitudes, outputs.amplitudes),
+                                           {rows.phases, outputs.phases},
+                                           {rows.coherences, outputs.coherences}}) {
+                if (from != nullptr) joinChannels(from, stride, tile, to.data());
+            }
+        });
+    }
+    progress_.endBlock(weightGrowth);
+}
+
+void DualSpectrum::analyseChannel(const DualSpectrumSettings& settings, std::size_t channel,
+                                  const SignalRows& signal, double resolution,
+                                  RealTransform transform, const OutputRows& outputs) {
+    const bool corrects = settings.correction != kNoCorrection && settings.window != kNoWindow;
+    const LineScale scale = {
+        .divisor = static_cast<double>(n_ / 2),
+        .exactReciprocal = std::has_single_bit(static_cast<unsigned>(n_ / 2)),
+        .factor = corrects
+                      ? correctionFactor(settings.correction - kEnergyCorrection, window_.factors())
+                      : 1.0};
+    const auto lineCount = static_cast<std::size_t>(lines(n_));
+    // A cepstrum needs all lines at once.
+    const std::size_t together = computesCepstrum(settings) ? lineCount : kLinesTogether;
+
+    if (lineCount == 0) return;
+    transformRow(signal.excitation, transform, excitation_);
+    transformRow(signal.response, transform, response_);
+    for (std::size_t first = 0; first < lineCount; first += together) {
+        const LineRange range = {channel, first, std::min(together, lineCount - first)};
+        analyseLines(settings, range, scale, resolution, transform, outputs);
+    }
+}
+
+void DualSpectrum::transformRow(const float* samples, RealTransform transform,
+                                Spectrum& spectrum) const {
+    spectrumKernels().takeSamples(samples, 1.0F, window_.weights(), spectrum.re.data(),
+                                  static_cast<std::size_t>(n_));
+    transform(spectrum.re.data(), spectrum.im.data(), n_);
+}
+
+void DualSpectrum::analyseLines(const DualSpectrumSettings& settings, const LineRange& range,
+                                const LineScale& scale, double resolution, RealTransform transform,
+                                const OutputRows& outputs) {
+    const ComplexLines cross = cross_.from(range.first);
+    double* const responsePower = work(responsePower_, range).data();
+    double* const excitationPower = work(excitationPower_, range).data();
+    dualSpectrumKernels().multiply(constant(response_.from(range.first)),
+                                   constant(excitation_.from(range.first)), scale, cross,
+                                   responsePower, excitationPower, range.count);
+    const Products present = {constant(cross), responsePower, excitationPower};
+    const Products averaged = settings.coherence ? averageForCoherence(range, present) : Products{};
+
+    const ConstComplexLines result =
+        settings.crossSpectrum ? present.cross
+                               : transferFunction(settings, range, scale, present, averaged);
+    const double* first = amplitudes(settings, range, result, transform);
+    // Phases are not averaged, so that those which nobody sees need not be computed.
+    const bool showsSecond = settings.realImaginary() || outputs.phases != nullptr;
+    const double* second = showsSecond ? phases(settings, range, result) : nullptr;
+    const double* third = settings.coherence ? coherences(range, averaged) : nullptr;
+
+    if (settings.amplitudeType == kPowerDensity && outputs.amplitudes != nullptr) {
+        spectrumKernels().putDensities(first, static_cast<float>(resolution),
+                                       outputs.amplitudes + range.first, range.count);
+    } else {
+        put(first, range, outputs.amplitudes);
+    }
+    put(second, range, outputs.phases);
+    put(third, range, outputs.coherences);
+}
+
+const double* DualSpectrum::average(LineAverages& averages, const AverageRule& rule,
+                                    const LineRange& range, const double* present) const {
+    const std::size_t first = range.channel * static_cast<std::size_t>(lines(n_)) + range.first;
+    return averages.take(rule, first, {present, range.count});
+}
+
+DualSpectrum::Products DualSpectrum::averageForCoherence(const LineRange& range,
+                                                         const Products& present) {
+    // Kept: arithmetic, whatever the averaging type, and also when averaging is off.
+    const AverageRule rule = averageRule(kArithmeticAveraging, progress_);
+    return {.cross = {average(coherences_[2], rule, range, present.cross.re),
+                      average(coherences_[3], rule, range, present.cross.im)},
+            .responsePower = average(coherences_[0], rule, range, present.responsePower),
+            .excitationPower = average(coherences_[1], rule, range, present.excitationPower)};
+}
+
+DualSpectrum::Products DualSpectrum::averageForTransfer(std::uint16_t averageType,
+                                                        std::uint16_t transferType,
+                                                        const LineRange& range,
+                                                        const Products& present) {
+    const AverageRule rule = averageRule(averageType, progress_);
+    Products averaged = present;
+    if (transferType == kTransferH1) {
+        averaged.cross.re = average(averages_[0], rule, range, present.cross.re);
+        averaged.cross.im = average(averages_[1], rule, range, present.cross.im);
+        averaged.excitationPower = average(averages_[2], rule, range, present.excitationPower);
+    } else {
+        averaged.responsePower = average(averages_[0], rule, range, present.responsePower);
+        averaged.cross.re = average(averages_[2], rule, range, present.cross.re);
+        averaged.cross.im = average(averages_[3], rule, range, present.cross.im);
+    }
+    return averaged;
+}
+
+ConstComplexLines DualSpectrum::transferFunction(const DualSpectrumSettings& settings,
+                                                 const LineRange& range, const LineScale& scale,
+                                                 const Products& present,
+                                                 const Products& averaged) {
+    const DualSpectrumKernels& kernels = dualSpectrumKernels();
+    const ComplexLines result = transfer_.from(range.first);
+    // Kept: every result is the conjugate of its quotient. The one that H1 divides is conjugate
+    // itself, so that imaginary parts of H0 and H2 go out with the opposite sign, those of H1 not.
+    if (!settings.dividesProducts()) {
+        const ComplexLines x = excitation_.from(range.first);
+        const ComplexLines y = response_.from(range.first);
+        kernels.scaleLines(x, scale, range.count);
+        kernels.scaleLines(y, scale, range.count);
+        kernels.divideConjugate(constant(y), constant(x), result, range.count);
+        return constant(result);
+    }
+    Products products = present;
+    if (sharedBy_ != 0) {
+        products = averaged;
+    } else if (settings.averages()) {
+        products = averageForTransfer(settings.averageType, settings.transferType, range, present);
+    }
+    if (settings.transferType == kTransferH1) {
+        kernels.divideConjugate(products.cross, {products.excitationPower, zeros_.data()}, result,
+                                range.count);
+    } else {
+        kernels.divideConjugate({products.responsePower, zeros_.data()}, products.cross, result,
+                                range.count);
+    }
+    return constant(result);
+}
+
+const double* DualSpectrum::amplitudes(const DualSpectrumSettings& settings, const LineRange& range,
+                                       ConstComplexLines lines, RealTransform transform) {
+    const AverageRule rule = averageRule(settings.averageType, progress_);
+    if (settings.realImaginary()) {
+        return settings.averagesResult() ? average(averages_[0], rule, range, lines.re) : lines.re;
+    }
+    const std::span<double> amplitude = work(amplitude_, range);
+    // Kept: the power that is averaged before the conversion is the cepstrum, by the number of its
+    // conversion.
+    const int kind =
+        settings.averagesPower() ? kToCepstrum : conversionKind(settings.amplitudeType);
+    // What the conversion leaves alone is 0, not what the channel before had.
+    if (kind < kToMagnitude || kind > kToPower) std::fill(amplitude.begin(), amplitude.end(), 0.0);
+    convertSpectrum({lines.re, range.count}, {lines.im, range.count}, kind, amplitude, transform,
+                    cepstrumWork_);
+    if (settings.averagesPower()) {
+        // Kept: H1 and H2 keep what they divide in the same averages.
+        const double* power = average(averages_[0], rule, range, amplitude.data());
+        std::copy_n(power, range.count, amplitude.begin());
+        convertPower(settings.amplitudeType, amplitude);
+    } else if (settings.averagesResult()) {
+        return average(averages_[0], rule, range, amplitude.data());
+    }
+    return amplitude.data();
+}
+
+const double* DualSpectrum::phases(const DualSpectrumSettings& settings, const LineRange& range,
+                                   ConstComplexLines lines) {
+    if (settings.realImaginary()) {
+        const AverageRule rule = averageRule(settings.averageType, progress_);
+        return settings.averagesResult() ? average(averages_[1], rule, range, lines.im) : lines.im;
+    }
+    if (!settings.phase) return nullptr;
+    const std::span<double> phase = work(phase_, range);
+    convertSpectrum({lines.re, range.count}, {lines.im, range.count}, kToPhase, phase, nullptr,
+                    cepstrumWork_);
+    // Undoes the conjugate of H0 and H2.
+    // Kept: the chosen transfer function decides for the cross spectrum, too.
+    if (settings.transferType != kTransferH1) {
+        for (double& angle : phase)
+            angle = -angle;
+    }
+    return phase.data();
+}
+
+const double* DualSpectrum::coherences(const LineRange& range, const Products& averaged) {
+    const std::span<double> coherence = work(coherence_, range);
+    dualSpectrumKernels().coherence(averaged.cross, averaged.responsePower,
+                                    averaged.excitationPower, coherence.data(), range.count);
+    return coherence.data();
+}
+
+void DualSpectrum::put(const double* lines, const LineRange& range, float* output) {
+    if (output == nullptr || lines == nullptr) return;
+    spectrumKernels().putLines(lines, output + range.first, range.count);
+}
+
+}  // namespace vynpack

@@ -1,0 +1,181 @@
+// Cross spectrum or transfer function of two time signals, channel by channel, with phase and
+// coherence, averaged over data blocks.
+//
+// X is the spectrum of the excitation, Y that of the response.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "blocks/spectral/core/dual_spectrum_average.h"
+#include "blocks/spectral/core/dual_spectrum_kernels.h"
+#include "blocks/spectral/core/real_transform.h"
+#include "blocks/spectral/core/spectrum_conversion.h"
+#include "blocks/spectral/core/window_functions.h"
+
+namespace vynpack {
+
+// A block's transfer function: string ids of the names. Any other number is H0.
+enum TransferType : std::uint16_t {
+    kTransferH0 = 90,  // Y / X
+    kTransferH1 = 91,  // Y conj(X) / |X|^2: noise on the response averages out
+    kTransferH2 = 92,  // |Y|^2 / (X conj(Y)): noise on the excitation averages out
+};
+
+// What a block averages: string ids of the names. Any other number is the power.
+enum AverageSource : std::uint16_t {
+    kAverageAmplitude = 88,
+    kAveragePower = 89,
+};
+
+struct DualSpectrumSettings {
+    bool crossSpectrum = true;  // else the transfer function
+    std::uint16_t transferType = kTransferH0;
+    std::uint16_t amplitudeType = kPeak;
+    std::uint16_t averageType = kNoAveraging;
+    std::uint16_t averageSource = kAverageAmplitude;
+    bool phase = false;
+    bool coherence = false;
+    std::uint16_t window = kNoWindow;          // WindowChoice
+    std::uint16_t correction = kNoCorrection;  // any other than WindowCorrection's zeroes
+    double windowParameter = 10.0;
+
+    bool averages() const { return averageType != kNoAveraging; }
+    bool realImaginary() const { return amplitudeType == kRealImaginary; }
+    // The transfer function is a quotient of products of the spectra.
+    bool dividesProducts() const {
+        return !crossSpectrum && (transferType == kTransferH1 || transferType == kTransferH2);
+    }
+    // The power is averaged before its conversion, whether or not averaging is on.
+    bool averagesPower() const { return averageSource != kAverageAmplitude && !realImaginary(); }
+    // Averaging comes last; H1 and H2 average what they divide.
+    bool averagesResult() const { return averages() && !dividesProducts(); }
+};
+
+// Samples of both signals: sample i of channel c at c + i * channels, n per channel.
+struct DualSignal {
+    std::span<const float> excitation;
+    std::span<const float> response;
+};
+
+// Where the lines go: line k of channel c to c + k * channels, n / 2 per channel. Empty ones are
+// left out.
+struct DualSpectrumOutputs {
+    std::span<float> amplitudes;  // or real parts
+    std::span<float> phases;      // degrees, or imaginary parts
+    std::span<float> coherences;
+};
+
+// Keeps averages, window weights and work buffers from block to block.
+class DualSpectrum {
+public:
+    static int lines(int n) { return n / 2; }
+
+    // Works on n samples of that many channels from here on. A change of either, and an averaging
+    // that was not on before, begins a new average; what is not needed is released.
+    void prepare(const DualSpectrumSettings& settings, int n, int channels);
+    // Releases everything; the next prepare allocates afresh.
+    void release() { *this = {}; }
+
+    const AverageProgress& progress() const { return progress_; }
+    // The next block begins a new average.
+    void restartAverage() { progress_.restart(); }
+
+    // One data block: averages it and writes the lines. `resolution` is the frequency step that a
+    // density is divided by, `weightGrowth` the factor of weighted averaging.
+    void analyse(const DualSpectrumSettings& settings, const DualSignal& signal, double resolution,
+                 double weightGrowth, RealTransform transform, const DualSpectrumOutputs& outputs);
+
+private:
+    struct Spectrum {
+        std::vector<double> re;
+        std::vector<double> im;
+        void resize(std::size_t values);
+        ComplexLines from(std::size_t line) { return {re.data() + line, im.data() + line}; }
+    };
+
+    // Lines of one channel that are worked on together.
+    struct LineRange {
+        std::size_t channel;
+        std::size_t first;
+        std::size_t count;
+    };
+
+    // X conj(Y), |Y|^2 and |X|^2 of a range of lines: of the present block, or averaged.
+    struct Products {
+        ConstComplexLines cross;
+        const double* responsePower;
+        const double* excitationPower;
+    };
+
+    void holdAverages(const DualSpectrumSettings& settings);
+    void endSharing();
+    std::span<double> work(std::vector<double>& lines, const LineRange& range) const {
+        return std::span(lines).subspan(range.first, range.count);
+    }
+    const double* average(LineAverages& averages, const AverageRule& rule, const LineRange& range,
+                          const double* present) const;
+
+    // One channel's samples of both signals, one after the other.
+    struct SignalRows {
+        const float* excitation;
+        const float* response;
+    };
+    // Where one channel's lines go, one after the other; null ones are left out.
+    struct OutputRows {
+        float* amplitudes;
+        float* phases;
+        float* coherences;
+    };
+
+    void analyseChannel(const DualSpectrumSettings& settings, std::size_t channel,
+                        const SignalRows& signal, double resolution, RealTransform transform,
+                        const OutputRows& outputs);
+    void transformRow(const float* samples, RealTransform transform, Spectrum& spectrum) const;
+    void analyseLines(const DualSpectrumSettings& settings, const LineRange& range,
+                      const LineScale& scale, double resolution, RealTransform transform,
+                      const OutputRows& outputs);
+    Products averageForCoherence(const LineRange& range, const Products& present);
+    Products averageForTransfer(std::uint16_t averageType, std::uint16_t transferType,
+                                const LineRange& range, const Products& present);
+    ConstComplexLines transferFunction(const DualSpectrumSettings& settings, const LineRange& range,
+                                       const LineScale& scale, const Products& present,
+                                       const Products& averaged);
+    const double* amplitudes(const DualSpectrumSettings& settings, const LineRange& range,
+                             ConstComplexLines lines, RealTransform transform);
+    const double* phases(const DualSpectrumSettings& settings, const LineRange& range,
+                         ConstComplexLines lines);
+    const double* coherences(const LineRange& range, const Products& averaged);
+    static void put(const double* lines, const LineRange& range, float* output);
+
+    int n_ = -1;
+    int channels_ = 0;
+    AverageProgress progress_;
+    std::array<LineAverages, 4> averages_;    // of results, or of what H1 and H2 divide
+    std::array<LineAverages, 4> coherences_;  // of |Y|^2, |X|^2 and X conj(Y)
+    // The transfer function whose averages are the coherence's: both are arithmetic and have begun
+    // together, so that one calculation serves both. 0 where each has its own.
+    std::uint16_t sharedBy_ = 0;
+
+    ChosenWindow window_;
+    Spectrum excitation_;  // X
+    Spectrum response_;    // Y
+    Spectrum cross_;       // X conj(Y)
+    std::vector<double> responsePower_;
+    std::vector<double> excitationPower_;
+    std::vector<double> zeros_;
+    Spectrum transfer_;
+    std::vector<double> amplitude_;
+    std::vector<double> phase_;
+    std::vector<double> coherence_;
+    std::vector<double> cepstrumWork_;
+    // A few channels side by side: each row holds the samples of one and, in their place, its lines
+    // afterwards: amplitudes and phases in those of the excitation, coherences in the response's.
+    std::vector<float> excitationRows_;
+    std::vector<float> responseRows_;
+};
+
+}  // namespace vynpack

@@ -1,0 +1,53 @@
+// The spectral loops over samples and lines, compiled for several instruction-set levels.
+#pragma once
+
+#include <cstddef>
+
+#include "blocks/kernel_level.h"
+
+namespace vynpack {
+
+struct SpectrumKernels {
+    // out[i] = double(in[i] / divisor) * weights[i] for n samples, the quotient in single
+    // precision; null weights weight nothing.
+    void (*takeSamples)(const float* in, float divisor, const double* weights, double* out,
+                        std::size_t n);
+    // values[k] *= factor
+    void (*scale)(double* values, double factor, std::size_t n);
+    // out[k] = float(in[k])
+    void (*putLines)(const double* in, float* out, std::size_t n);
+    // out[k] = float(in[k]) / divisor
+    void (*putDensities)(const double* in, float divisor, float* out, std::size_t n);
+
+    // The conversions of ConversionKind; `out` may be one of the inputs.
+    void (*magnitude)(const double* re, const double* im, double* out, std::size_t n);
+    void (*rms)(const double* re, const double* im, double* out, std::size_t n);
+    void (*halfPower)(const double* re, const double* im, double* out, std::size_t n);
+    void (*power)(const double* re, const double* im, double* out, std::size_t n);
+
+    // from + (to - from) / count; `out` may be one of the inputs, here and below.
+    void (*moveTowards)(const double* from, const double* to, double count, double* out,
+                        std::size_t n);
+    void (*smaller)(const double* a, const double* b, double* out, std::size_t n);
+    void (*larger)(const double* a, const double* b, double* out, std::size_t n);
+};
+
+// One copy per level.
+namespace baseline {
+extern const SpectrumKernels spectrumKernels;
+}
+namespace avx2 {
+extern const SpectrumKernels spectrumKernels;
+}
+namespace avx512 {
+extern const SpectrumKernels spectrumKernels;
+}
+
+// The copy for a level, and for the machine's own.
+inline const SpectrumKernels& spectrumKernels(KernelLevel level) noexcept {
+    return kernelsFor(level, baseline::spectrumKernels, avx2::spectrumKernels,
+                      avx512::spectrumKernels);
+}
+inline const SpectrumKernels& spectrumKernels() noexcept { return spectrumKernels(kernelLevel()); }
+
+}  // namespace vynpack

@@ -1,0 +1,439 @@
+#include "blocks/stats/core/mittelwert_core.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <numeric>
+#include <random>
+#include <vector>
+
+#include "unit/kernel_levels.h"
+
+namespace vynpack {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+using Samples = std::vector<float>;
+
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+
+Samples counting(int from, int to) {
+    Samples samples(static_cast<std::size_t>(to - from + 1));
+    std::iota(samples.begin(), samples.end(), static_cast<float>(from));
+    return samples;
+}
+
+Samples noise(std::size_t count, unsigned seed) {
+    std::mt19937 random(seed);
+    Samples values(count);
+    for (float& value : values)
+        value = static_cast<float>(random() >> 8U) * 0x1p-20F - 8.0F;
+    return values;
+}
+
+Samples channelOf(const Samples& values, std::size_t channel, std::size_t channels) {
+    Samples samples;
+    for (std::size_t i = channel; i < values.size(); i += channels)
+        samples.push_back(values[i]);
+    return samples;
+}
+
+// --- Groups ----------------------------------------------------------------------------------
+
+class Groups {
+public:
+    explicit Groups(int channels = 1, KernelLevel level = kernelLevel())
+        : average_(level), channels_(channels) {
+        average_.start(channels);
+    }
+    Samples operator()(const Samples& in, std::size_t width) {
+        Samples out(average_.outputCount(in.size(), width), -77.0F);
+        average_.process({in, channels_}, width, out);
+        return out;
+    }
+
+private:
+    GroupAverage average_;
+    int channels_;
+};
+
+TEST(GroupAverage, GroupsSpanBlocksAndACarriedGroupIsCompletedOnceMoreAfterABorder) {
+    Groups groups;
+    EXPECT_THAT(groups(counting(1, 10), 4), ElementsAre(2.5F, 6.5F));
+    EXPECT_THAT(groups(counting(11, 20), 4), ElementsAre(10.5F, 14.5F, 18.5F));
+    // The block before ended on a border and left 9 + 10 as they were.
+    EXPECT_THAT(groups(counting(21, 30), 4), ElementsAre(15.5F, 24.5F, 28.5F));
+}
+
+TEST(GroupAverage, AGroupAsLongAsTheBlockIsTheBlocksMean) {
+    Groups groups;
+    EXPECT_THAT(groups(counting(1, 8), 8), ElementsAre(4.5F));
+    EXPECT_THAT(groups(counting(3, 10), 8), ElementsAre(6.5F));
+}
+
+TEST(GroupAverage, AWidthOfOneCopies) {
+    Groups groups(3);
+    EXPECT_EQ(groups(counting(1, 12), 1), counting(1, 12));
+}
+
+TEST(GroupAverage, SurplusOutputValuesAreZero) {
+    Groups groups(2);
+    // 20 values in groups of 4: 5 output values, though only 2 groups end in each channel.
+    EXPECT_THAT(groups(counting(1, 20), 4), ElementsAre(4, 5, 12, 13, 0));
+    // 2 carried rows: (4 + 20) / 4 = 6 values, 3 groups.
+    EXPECT_THAT(groups(counting(21, 40), 4), ElementsAre(20, 21, 28, 29, 36, 37));
+}
+
+TEST(GroupAverage, AGroupTakesWhatShortBlocksHave) {
+    Groups groups(4);
+    const auto block = [](float first) {
+        Samples values;
+        for (float k = 0; k < 4; ++k)
+            for (const float c : {0.0F, 100.0F, 200.0F, 300.0F})
+                values.push_back(first + k + c);
+        return values;
+    };
+    // 4 rows per block, groups of 10: the third block ends the first group after its second row.
+    EXPECT_THAT(groups(block(0), 10), ElementsAre(0));
+    EXPECT_THAT(groups(block(4), 10), ElementsAre(0, 0, 0));
+    EXPECT_THAT(groups(block(8), 10), ElementsAre(4.5F, 104.5F, 204.5F, 304.5F));
+    // Two rows are carried.
+    EXPECT_THAT(groups(block(12), 10), ElementsAre(0, 0));
+    EXPECT_THAT(groups(block(16), 10), ElementsAre(14.5F, 114.5F, 214.5F, 314.5F));
+}
+
+TEST(GroupAverage, BlocksWithoutAWholeRowAreCarriedAsNothing) {
+    Groups groups(4);
+    EXPECT_THAT(groups({1, 2, 3}, 2), ElementsAre(0));
+    EXPECT_THAT(groups(counting(1, 4), 2), ElementsAre(0, 0));
+    EXPECT_THAT(groups({}, 2), ElementsAre(0, 0));
+    EXPECT_THAT(groups(counting(5, 8), 2), ElementsAre(3, 4, 5, 6));
+}
+
+TEST(GroupAverage, ABlockThatEndsOnABorderWithValuesOfNoRowLeavesNothingCarried) {
+    Groups groups(2);
+    EXPECT_THAT(groups(counting(1, 6), 2), ElementsAre(2, 3, 0));  // the third row is carried
+    // One row completes it; the value behind the row belongs to no channel.
+    EXPECT_THAT(groups({9, 10, 77}, 2), ElementsAre(7, 8));
+    EXPECT_THAT(groups({20, 30, 22, 32}, 2), ElementsAre(21, 31));
+}
+
+TEST(GroupAverage, AWidthLoweredBelowTheCarriedRowsClosesTheGroup) {
+    Groups groups;
+    EXPECT_THAT(groups(counting(1, 8), 10), IsEmpty());
+    // 8 carried rows and 4 new ones in groups of 3: the carried group is the mean of its 8.
+    EXPECT_THAT(groups(counting(9, 12), 3), ElementsAre(4.5F, 10, 12, 0));
+}
+
+TEST(GroupAverage, AWidthRaisedInTheRunReadsNothingBehindTheBlock) {
+    Groups groups(2);
+    EXPECT_THAT(groups(counting(1, 6), 2), ElementsAre(2, 3, 0));
+    EXPECT_THAT(groups(counting(7, 12), 6), ElementsAre(0));  // 1 + 3 rows of 6
+    EXPECT_THAT(groups(counting(13, 18), 6), ElementsAre(10, 11));
+}
+
+TEST(GroupAverage, ASecondRunStartsEmpty) {
+    GroupAverage average;
+    for (int run = 0; run < 2; ++run) {
+        average.start(1);
+        Samples out(average.outputCount(6, 4));
+        const Samples in = counting(1, 6);
+        average.process({in, 1}, 4, out);
+        EXPECT_THAT(out, ElementsAre(2.5F));
+    }
+}
+
+TEST(GroupAverage, BlockSizesDoNotMatterWhileNoBlockEndsOnABorder) {
+    for (const int channels : {1, 2, 3, 8, 32}) {
+        const auto c = static_cast<std::size_t>(channels);
+        const Samples all = noise(1200 * c, 31);
+        const Samples whole = Groups(channels)(all, 7);
+        std::mt19937 random(32);
+        Groups groups(channels);
+        Samples pieces;
+        std::size_t row = 0;
+        while (row < 1200) {
+            std::size_t rows = std::min<std::size_t>(1 + random() % 60, 1200 - row);
+            if ((row + rows) % 7 == 0) rows = rows > 1 ? rows - 1 : 2;
+            rows = std::min(rows, 1200 - row);
+            const Samples piece(all.begin() + static_cast<std::ptrdiff_t>(row * c),
+                                all.begin() + static_cast<std::ptrdiff_t>((row + rows) * c));
+            const Samples out = groups(piece, 7);
+            pieces.insert(pieces.end(), out.begin(),
+                          out.end() - static_cast<std::ptrdiff_t>(out.size() % c));
+            row += rows;
+        }
+        const std::size_t groupsOfAll = 1200 / 7 * c;
+        ASSERT_EQ(pieces.size(), groupsOfAll);
+        EXPECT_TRUE(std::equal(pieces.begin(), pieces.end(), whole.begin()));
+    }
+}
+
+TEST(GroupAverage, MeansEqualALoopInSampleOrder) {
+    for (const int channels : {1, 2, 3, 5, 8, 11, 32}) {
+        const auto c = static_cast<std::size_t>(channels);
+        const Samples in = noise(103 * c, 33);
+        for (const KernelLevel level : levelsOfThisMachine()) {
+            const Samples out = Groups(channels, level)(in, 10);
+            for (std::size_t i = 0; i < 10 * c; ++i) {
+                double sum = 0.0;
+                for (std::size_t k = 0; k < 10; ++k)
+                    sum += in[(i / c * 10 + k) * c + i % c];
+                ASSERT_EQ(out[i], static_cast<float>(sum) / 10.0F);
+            }
+        }
+    }
+}
+
+TEST(GroupAverage, EveryChannelIsAveragedAsIfAlone) {
+    const Samples in = noise(50 * 32, 34);
+    const Samples next = noise(50 * 32, 35);
+    Groups all(32);
+    const Samples first = all(in, 8);
+    const Samples second = all(next, 8);
+    for (std::size_t c = 0; c < 32; ++c) {
+        Groups alone;
+        EXPECT_EQ(alone(channelOf(in, c, 32), 8),
+                  channelOf(Samples(first.begin(), first.begin() + 6 * 32), c, 32));
+        EXPECT_EQ(alone(channelOf(next, c, 32), 8),
+                  channelOf(Samples(second.begin(), second.begin() + 6 * 32), c, 32));
+    }
+}
+
+// --- Moving average --------------------------------------------------------------------------
+
+class Windows {
+public:
+    explicit Windows(int channels = 1, KernelLevel level = kernelLevel())
+        : average_(level), channels_(channels) {}
+    Samples operator()(const Samples& in, std::size_t width) {
+        Samples out(in.size(), -77.0F);
+        average_.process({in, channels_}, width, out);
+        return out;
+    }
+
+private:
+    MovingAverage average_;
+    int channels_;
+};
+
+TEST(MovingAverage, TheWindowGrowsAtTheStartAndReachesBackIntoTheBlocksBefore) {
+    Windows windows;
+    EXPECT_THAT(windows({1, 2, 3, 4, 5}, 3), ElementsAre(1, 1.5F, 2, 3, 4));
+    EXPECT_THAT(windows({6, 7, 8}, 3), ElementsAre(5, 6, 7));
+    EXPECT_THAT(windows({9, 10, 11, 15}, 3), ElementsAre(8, 9, 10, 12));
+}
+
+TEST(MovingAverage, AWidthOfOneCopies) {
+    Windows windows(2);
+    EXPECT_EQ(windows(counting(1, 10), 1), counting(1, 10));
+    EXPECT_EQ(windows(counting(3, 6), 1), counting(3, 6));
+}
+
+TEST(MovingAverage, AWindowLongerThanABlockGoesOnGrowing) {
+    Windows windows(2);
+    // 2 rows per block, a window of 5 rows.
+    EXPECT_THAT(windows({1, 10, 2, 20}, 5), ElementsAre(1, 10, 1.5F, 15));
+    EXPECT_THAT(windows({3, 30, 4, 40}, 5), ElementsAre(2, 20, 2.5F, 25));
+    EXPECT_THAT(windows({5, 50, 6, 60}, 5), ElementsAre(3, 30, 4, 40));
+    EXPECT_THAT(windows({7, 70, 8, 80}, 5), ElementsAre(5, 50, 6, 60));
+}
+
+TEST(MovingAverage, AWidthRaisedInTheRunUsesTheSamplesItHas) {
+    Windows windows;
+    EXPECT_THAT(windows({1, 2, 3, 4}, 2), ElementsAre(1, 1.5F, 2.5F, 3.5F));
+    // One sample is carried: the window of 4 grows from it.
+    EXPECT_THAT(windows({5, 6, 7, 8}, 4), ElementsAre(4.5F, 5, 5.5F, 6.5F));
+    EXPECT_THAT(windows({9, 10, 11, 12}, 4), ElementsAre(7.5F, 8.5F, 9.5F, 10.5F));
+}
+
+TEST(MovingAverage, AWidthLoweredInTheRunForgetsTheOlderSamples) {
+    Windows windows;
+    windows({1, 2, 3, 4, 5, 6}, 5);
+    EXPECT_THAT(windows({7, 8, 9}, 2), ElementsAre(6.5F, 7.5F, 8.5F));
+    EXPECT_THAT(windows({10, 11}, 3), ElementsAre(9.5F, 10)) << "only one sample is carried";
+}
+
+TEST(MovingAverage, AnInfinityLeavesNoTraceOnceItHasLeftTheWindow) {
+    Windows windows;
+    const Samples out = windows({1, kInfinity, 1, 1, 1, 1}, 3);
+    EXPECT_THAT(out, ElementsAre(1, kInfinity, kInfinity, kInfinity, 1, 1));
+    const float nan = std::nanf("");
+    windows({nan, 1, 1}, 3);
+    EXPECT_THAT(windows({4, 1}, 3), ElementsAre(2, 2));
+}
+
+TEST(MovingAverage, SurplusOutputValuesAreZero) {
+    Windows windows(3);
+    EXPECT_THAT(windows({1, 2, 3, 4, 5, 6, 7, 8}, 2), ElementsAre(1, 2, 3, 2.5F, 3.5F, 4.5F, 0, 0));
+    EXPECT_THAT(windows({10, 20}, 2), ElementsAre(0, 0));
+    EXPECT_THAT(windows({6, 7, 8}, 2), ElementsAre(5, 6, 7));
+}
+
+TEST(MovingAverage, ASecondRunStartsWithoutHistory) {
+    MovingAverage average;
+    const Samples in = {1, 2, 3};
+    for (int run = 0; run < 2; ++run) {
+        average.start();
+        Samples out(3);
+        average.process({in, 1}, 3, out);
+        EXPECT_THAT(out, ElementsAre(1, 1.5F, 2));
+    }
+}
+
+TEST(MovingAverage, BlockSizesDoNotMatter) {
+    for (const int channels : {1, 2, 3, 8, 32}) {
+        const auto c = static_cast<std::size_t>(channels);
+        const Samples all = noise(900 * c, 36);
+        for (const std::size_t width : {1U, 2U, 7U, 33U, 200U}) {
+            const Samples whole = Windows(channels)(all, width);
+            std::mt19937 random(37);
+            Windows windows(channels);
+            Samples pieces;
+            while (pieces.size() < all.size()) {
+                const std::size_t left = all.size() - pieces.size();
+                const std::size_t taken = std::min<std::size_t>((1 + random() % 90) * c, left);
+                const auto from = all.begin() + static_cast<std::ptrdiff_t>(pieces.size());
+                const Samples out =
+                    windows(Samples(from, from + static_cast<std::ptrdiff_t>(taken)), width);
+                pieces.insert(pieces.end(), out.begin(), out.end());
+            }
+            EXPECT_EQ(pieces, whole) << channels << ' ' << width;
+        }
+    }
+}
+
+TEST(MovingAverage, MeansEqualALoopInSampleOrder) {
+    for (const int channels : {1, 2, 3, 5, 8, 11, 32}) {
+        const auto c = static_cast<std::size_t>(channels);
+        const Samples in = noise(211 * c, 38);
+        for (const std::size_t width : {1U, 2U, 7U, 100U, 211U, 1000U}) {
+            for (const KernelLevel level : levelsOfThisMachine()) {
+                const Samples out = Windows(channels, level)(in, width);
+                for (std::size_t i = 0; i < in.size(); ++i) {
+                    const std::size_t k = i / c;
+                    const std::size_t first = k + 1 < width ? 0 : k + 1 - width;
+                    double sum = 0.0;
+                    for (std::size_t r = first; r <= k; ++r)
+                        sum += in[r * c + i % c];
+                    ASSERT_EQ(out[i], static_cast<float>(sum) / static_cast<float>(k + 1 - first));
+                }
+            }
+        }
+    }
+}
+
+TEST(MovingAverage, IsLinear) {
+    const Samples a = noise(500, 39);
+    Samples scaled = a;
+    for (float& value : scaled)
+        value *= 4.0F;  // exact
+    const Samples out = Windows()(a, 9);
+    const Samples outScaled = Windows()(scaled, 9);
+    for (std::size_t i = 0; i < out.size(); ++i)
+        EXPECT_EQ(outScaled[i], 4.0F * out[i]);
+    EXPECT_EQ(Windows()(Samples(100, 2.5F), 9), Samples(100, 2.5F));
+}
+
+// --- Average of blocks -----------------------------------------------------------------------
+
+Samples mixed(BlockAverage& average, const Samples& in, double factor) {
+    Samples out(in.size(), -77.0F);
+    average.process(in, factor, out);
+    return out;
+}
+
+TEST(BlockAverage, AFactorOfOneGivesTheArithmeticMeanOfAllBlocks) {
+    BlockAverage average;
+    EXPECT_THAT(mixed(average, {1, 10}, 1.0), ElementsAre(1, 10));
+    EXPECT_THAT(mixed(average, {2, 20}, 1.0), ElementsAre(1.5F, 15));
+    EXPECT_THAT(mixed(average, {3, 30}, 1.0), ElementsAre(2, 20));
+    EXPECT_EQ(average.blocks(), 3);
+    EXPECT_EQ(average.weight(), 3.0);
+}
+
+TEST(BlockAverage, ConstantInputStaysConstantAndTheWeightApproachesItsLimit) {
+    BlockAverage average;
+    for (const double weight : {0.5, 0.75, 0.875}) {
+        EXPECT_THAT(mixed(average, {4}, 0.5), ElementsAre(4));
+        EXPECT_EQ(average.weight(), weight);
+    }
+}
+
+TEST(BlockAverage, OlderBlocksFadeOut) {
+    BlockAverage average;
+    mixed(average, {8}, 0.5);
+    EXPECT_THAT(mixed(average, {2}, 0.5), ElementsAre((8 * 0.5F + 2) / 1.5F));
+    EXPECT_THAT(mixed(average, {0}, 0.5), ElementsAre(4.0F * 0.75F / 1.75F));
+}
+
+TEST(BlockAverage, AFactorOfZeroGivesTheBlockItself) {
+    BlockAverage average;
+    for (const float value : {3.0F, kInfinity, 5.0F, -2.0F})
+        EXPECT_THAT(mixed(average, {value}, 0.0), ElementsAre(value));
+}
+
+TEST(BlockAverage, RunsInSinglePrecision) {
+    const Samples a = noise(100, 40);
+    const Samples b = noise(100, 41);
+    const Samples d = noise(100, 42);
+    BlockAverage average;
+    mixed(average, a, 0.7);
+    const Samples two = mixed(average, b, 0.7);
+    const Samples three = mixed(average, d, 0.7);
+    const double w1 = 0.7;
+    const double w2 = (w1 + 1.0) * 0.7;
+    for (std::size_t i = 0; i < 100; ++i) {
+        const float second = (a[i] * static_cast<float>(w1) + b[i]) / static_cast<float>(w1 + 1.0);
+        EXPECT_EQ(two[i], second);
+        EXPECT_EQ(three[i],
+                  (second * static_cast<float>(w2) + d[i]) / static_cast<float>(w2 + 1.0));
+    }
+}
+
+TEST(BlockAverage, AveragesWithoutAnOutputToo) {
+    BlockAverage average;
+    average.process(Samples{1, 5}, 1.0, {});
+    average.process(Samples{3, 7}, 1.0, {});
+    EXPECT_THAT(mixed(average, {5, 9}, 1.0), ElementsAre(3, 7));
+}
+
+TEST(BlockAverage, AResetStartsAnew) {
+    BlockAverage average;
+    mixed(average, {100}, 1.0);
+    mixed(average, {kInfinity}, 1.0);
+    average.reset();
+    EXPECT_EQ(average.blocks(), 0);
+    EXPECT_EQ(average.weight(), 0.0);
+    EXPECT_THAT(mixed(average, {2}, 1.0), ElementsAre(2));
+    EXPECT_THAT(mixed(average, {4}, 1.0), ElementsAre(3));
+}
+
+TEST(BlockAverage, ABlockOfAnotherSizeStartsAnew) {
+    BlockAverage average;
+    mixed(average, {1, 2, 3}, 1.0);
+    mixed(average, {1, 2, 3}, 1.0);
+    EXPECT_THAT(mixed(average, {10, 20, 30, 40}, 1.0), ElementsAre(10, 20, 30, 40));
+    EXPECT_EQ(average.blocks(), 1);
+    EXPECT_THAT(mixed(average, {5}, 1.0), ElementsAre(5));
+    EXPECT_THAT(mixed(average, {7}, 1.0), ElementsAre(6));
+}
+
+TEST(BlockAverage, AllKernelLevelsGiveTheSameBits) {
+    std::vector<Samples> results;
+    for (const KernelLevel level : levelsOfThisMachine()) {
+        BlockAverage average(level);
+        mixed(average, noise(1001, 43), 0.9);
+        average.process(noise(1001, 44), 0.9, {});
+        results.push_back(mixed(average, noise(1001, 45), 0.9));
+        EXPECT_EQ(results.back(), results.front());
+    }
+}
+
+}  // namespace
+}  // namespace vynpack
