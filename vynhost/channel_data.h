@@ -6,7 +6,7 @@
 #include <initializer_list>
 #include <vector>
 
-#include "vynhost/module_interface.h"
+#include "vynhost/interface/module_interface.h"
 
 namespace vynhost {
 

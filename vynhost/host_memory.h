@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "vynhost/channel_data.h"
-#include "vynhost/module_interface.h"
+#include "vynhost/interface/module_interface.h"
 #include "vynhost/platform/system.h"
 
 namespace vynhost {

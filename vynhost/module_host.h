@@ -27,7 +27,7 @@
 
 #include "vynhost/channel_data.h"
 #include "vynhost/host_memory.h"
-#include "vynhost/module_interface.h"
+#include "vynhost/interface/module_interface.h"
 #include "vynhost/module_library.h"
 #include "vynhost/platform/system.h"
 

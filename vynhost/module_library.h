@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <type_traits>
 
-#include "vynhost/module_interface.h"
+#include "vynhost/interface/module_interface.h"
 
 namespace vynhost {
 

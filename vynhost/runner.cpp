@@ -34,8 +34,6 @@ struct Runner::Source {
     Outlet outlet;
 };
 
-constexpr Int kAveraging = 5003;
-
 struct Runner::Node {
     const BlockSpec* spec;
     std::unique_ptr<PlacedBlock> block;
@@ -253,7 +251,7 @@ void Runner::orderBlocks() {
     for (Node* node : order_) {
         for (const Outlet& outlet : node->outlets) {
             for (const Target& target : outlet.targets) {
-                const bool averages = target.node->block->typeCode() == kAveraging;
+                const bool averages = target.node->block->typeCode() == kMittelwert;
                 for (Outlet& next : target.node->outlets) {
                     if (next.info.unit.empty()) next.info.unit = outlet.info.unit;
                     // Averages of named quantities keep their names.

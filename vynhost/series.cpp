@@ -8,11 +8,11 @@ namespace {
 
 std::string unitOf(const ChannelHeader& header, const std::string& recordings) {
     switch (header.yUnit) {
-        case kDecibel: return "dB";
-        case kDegrees: return "°";
-        case kPower: return "power";
-        case kPercent: return "%";
-        case kAmplitude: return recordings;
+        case kUnitDecibel: return "dB";
+        case kUnitDegrees: return "°";
+        case kUnitPower: return "power";
+        case kUnitPercent: return "%";
+        case kUnitAmplitude: return recordings;
         default: return overTime(header) ? recordings : "";
     }
 }
@@ -69,7 +69,7 @@ Series emptySeries(const OutletInfo& outlet, const ChannelData& block, int chann
     series.name = outlet.name;
     if (block.channels() > 1) series.name += " " + std::to_string(channel + 1);
     series.unit = unitOf(block.header, outlet.unit);
-    series.isPower = block.header.yUnit == kPower;
+    series.isPower = block.header.yUnit == kUnitPower;
     nameAxis(series, block.header);
     return series;
 }

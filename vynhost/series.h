@@ -9,15 +9,6 @@
 
 namespace vynhost {
 
-// What the values of a data block are.
-enum UnitCode : std::int32_t {
-    kDecibel = 6,
-    kDegrees = 11,
-    kPower = 12,
-    kPercent = 15,
-    kAmplitude = 26
-};
-
 // One curve: x and y of equal length.
 struct Series {
     std::string name;

@@ -322,7 +322,7 @@ private:
 class MeanInput : public FinishedInput {
 public:
     MeanInput(const OutletInfo& outlet, const ChannelData& first, Average average)
-        : unit_(first.header.yUnit), energy_(average == Average::power && unit_ != kPower) {
+        : unit_(first.header.yUnit), energy_(average == Average::power && unit_ != kUnitPower) {
         for (int channel = 0; channel < first.channels(); ++channel) {
             series_.push_back(blockSeries(outlet, first, channel));
             std::ranges::fill(series_.back().y, 0.0);
@@ -351,11 +351,11 @@ public:
 private:
     double summand(double y) const {
         if (!energy_) return y;
-        return unit_ == kDecibel ? std::pow(10.0, y / 10) : y * y;
+        return unit_ == kUnitDecibel ? std::pow(10.0, y / 10) : y * y;
     }
     double mean(double y) const {
         if (!energy_) return y;
-        return unit_ == kDecibel ? 10 * std::log10(y) : std::sqrt(y);
+        return unit_ == kUnitDecibel ? 10 * std::log10(y) : std::sqrt(y);
     }
 
     std::int32_t unit_;

@@ -5,9 +5,6 @@
 namespace vynhost {
 namespace {
 
-constexpr Int kStatistics = 5002;
-constexpr Int kLevel = 5009;
-
 const std::vector<ValueName>& levelQuantities() {
     static const std::vector<ValueName> names = {
         {"displayed level", "dB"},
@@ -46,7 +43,7 @@ std::vector<ValueName> selectedMeasures(PlacedBlock& block) {
 
 std::vector<ValueName> valueNames(PlacedBlock& block, int output) {
     if (block.typeCode() == kLevel) return levelQuantities();
-    if (block.typeCode() != kStatistics) return {};
+    if (block.typeCode() != kStatistik) return {};
     constexpr int kOneOutput = 1;
     std::vector<ValueName> measures = selectedMeasures(block);
     if (block.getInteger("PkOutMode") == kOneOutput) return measures;

@@ -17,7 +17,6 @@ namespace {
 using ::testing::Each;
 using ::testing::ElementsAre;
 
-constexpr int kDigitalFilter = 5007;
 constexpr double kRate = 48000.0;
 
 enum Mode { kLowPass, kHighPass, kBandPass, kBandStop };

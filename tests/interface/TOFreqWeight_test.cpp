@@ -17,7 +17,6 @@ namespace {
 using ::testing::Each;
 using ::testing::ElementsAre;
 
-constexpr int kFreqWeight = 5008;
 constexpr std::array<double, 4> kRates = {4000.0, 8000.0, 44100.0, 192000.0};
 
 enum Unit : std::int32_t { kOther = 0, kLevels = 6, kPowers = 12, kAmplitudes = 26 };

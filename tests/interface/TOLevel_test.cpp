@@ -19,7 +19,6 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::Eq;
 
-constexpr int kLevel = 5009;
 constexpr int kQuantities = 18;
 constexpr Int kDone = 0;
 

@@ -214,7 +214,7 @@ TEST_F(SimulationTest, WithoutAHostContextNothingIsDone) {
     PlacedBlock block(host, kSpectrum);
     block.wireAll();
     block.put(0, timeSignal(std::vector<float>(8)));
-    EXPECT_EQ(simulate(0, kSpectrum, block.handle(), block.record()), kNotReady);
+    EXPECT_EQ(simulate(0, kSpectrum, block.handle(), block.record()), kNothingReady);
     EXPECT_EQ(host.call(exports.InitSim, 0, kSpectrum, block.handle(), 0), 1);
     EXPECT_EQ(host.call(exports.Stoppen, 0, kSpectrum, block.handle(), 0), 1);
     EXPECT_TRUE(block.waits(0));
@@ -225,9 +225,9 @@ TEST_F(SimulationTest, ABlockWaitsForDataAtEveryWiredInput) {
     VYN_NEEDS_TYPE(kInverse);
     PlacedBlock block(host, kInverse);
     block.wireAll();
-    EXPECT_EQ(block.simulate(), kNotReady);
+    EXPECT_EQ(block.simulate(), kNothingReady);
     block.put(1, timeSignal(std::vector<float>(8)));
-    EXPECT_EQ(block.simulate(), kNotReady);
+    EXPECT_EQ(block.simulate(), kNothingReady);
     EXPECT_TRUE(block.waits(1));
     // The counts are asked, and nothing else.
     EXPECT_THAT(host.takeTrace(), ElementsAre("1188 -> 2", "1189 -> 1", "1188 -> 2", "1189 -> 1"));
@@ -241,7 +241,7 @@ TEST_F(SimulationTest, ABlockWaitsUntilItsOutputsAreTaken) {
     block.put(0, timeSignal(std::vector<float>(8)));
     ASSERT_EQ(block.simulate(), 0);
     const Handle input = block.put(0, timeSignal(std::vector<float>(8)));
-    EXPECT_EQ(block.simulate(), kNotReady);
+    EXPECT_EQ(block.simulate(), kNothingReady);
     EXPECT_EQ(block.inputData(0), input);
     block.take(0);
     EXPECT_EQ(block.simulate(), 0);

@@ -25,8 +25,6 @@
 namespace vynhost {
 namespace {
 
-constexpr int kFirstType = 5000;
-constexpr int kTypes = 10;
 constexpr int kThirdOctave = 5001;
 constexpr int kStatistics = 5002;
 constexpr int kAveraging = 5003;

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "vynhost/module_interface.h"
+#include "vynhost/interface/module_interface.h"
 
 namespace vynhost::platform {
 
