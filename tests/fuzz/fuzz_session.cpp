@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "fuzz/byte_source.h"
-#include "vynhost/module_host.h"
+#include "vynhost/interface/module_host.h"
 
 namespace vynhost::test {
 namespace {

@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "vynhost/module_host.h"
+#include "vynhost/interface/module_host.h"
 
 namespace vynhost::test {
 

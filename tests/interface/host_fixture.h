@@ -20,7 +20,7 @@
 #include <string>
 #include <vector>
 
-#include "vynhost/module_host.h"
+#include "vynhost/interface/module_host.h"
 
 namespace vynhost::test {
 

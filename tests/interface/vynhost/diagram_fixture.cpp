@@ -6,7 +6,7 @@
 #include <numbers>
 #include <sstream>
 
-#include "vynhost/text.h"
+#include "vynhost/base/text.h"
 
 namespace vynhost::test {
 namespace {

@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "interface/host_fixture.h"
-#include "vynhost/diagram.h"
-#include "vynhost/errors.h"
-#include "vynhost/runner.h"
+#include "vynhost/base/errors.h"
+#include "vynhost/diagram/diagram.h"
+#include "vynhost/run/runner.h"
 
 namespace vynhost::test {
 

@@ -6,14 +6,15 @@
 #include <numbers>
 
 #include "interface/vynhost/diagram_fixture.h"
-#include "vynhost/catalogue.h"
-#include "vynhost/comparison.h"
-#include "vynhost/interrupt.h"
-#include "vynhost/result_files.h"
-#include "vynhost/sink.h"
-#include "vynhost/svg_chart.h"
-#include "vynhost/text.h"
-#include "vynhost/thinned_curve.h"
+#include "vynhost/base/text.h"
+#include "vynhost/command/list.h"
+#include "vynhost/diagram/catalogue.h"
+#include "vynhost/results/comparison.h"
+#include "vynhost/results/result_files.h"
+#include "vynhost/results/sink.h"
+#include "vynhost/results/svg_chart.h"
+#include "vynhost/results/thinned_curve.h"
+#include "vynhost/run/interrupt.h"
 
 namespace vynhost::test {
 namespace {

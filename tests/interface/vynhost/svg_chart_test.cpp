@@ -1,5 +1,5 @@
 // Pictures of curves.
-#include "vynhost/svg_chart.h"
+#include "vynhost/results/svg_chart.h"
 
 #include <gmock/gmock.h>
 

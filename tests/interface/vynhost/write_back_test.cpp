@@ -4,12 +4,12 @@
 #include <random>
 
 #include "interface/vynhost/diagram_fixture.h"
-#include "vynhost/block_change.h"
-#include "vynhost/block_settings.h"
-#include "vynhost/diagram_text.h"
-#include "vynhost/dialog_command.h"
-#include "vynhost/text.h"
-#include "vynhost/value_names.h"
+#include "vynhost/base/text.h"
+#include "vynhost/command/dialog_command.h"
+#include "vynhost/diagram/block_change.h"
+#include "vynhost/diagram/block_settings.h"
+#include "vynhost/diagram/diagram_text.h"
+#include "vynhost/diagram/value_names.h"
 
 namespace vynhost::test {
 namespace {

@@ -4,7 +4,7 @@
 #include "blocks/filter/TODigitalFilter.h"
 #include "blocks/filter/TOLevel.h"
 #include "platform/dialog.h"
-#include "vynhost/platform/system.h"
+#include "vynhost/interface/platform/system.h"
 
 namespace vynpack {
 namespace {

@@ -3,7 +3,7 @@
 
 #include <filesystem>
 
-#include "vynhost/platform/system.h"
+#include "vynhost/interface/platform/system.h"
 
 namespace vynpack::test {
 

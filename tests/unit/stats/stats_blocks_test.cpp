@@ -12,7 +12,7 @@
 #include "blocks/stats/TOMittelwert.h"
 #include "blocks/stats/TOStatistik.h"
 #include "host/TOGlobal.h"
-#include "vynhost/host_memory.h"
+#include "vynhost/interface/host_memory.h"
 
 namespace vynpack {
 namespace {

@@ -1,0 +1,128 @@
+#include "vynhost/command/dialog_command.h"
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <system_error>
+#include <utility>
+
+#include "vynhost/base/text.h"
+#include "vynhost/diagram/block_change.h"
+#include "vynhost/diagram/block_settings.h"
+#include "vynhost/diagram/catalogue.h"
+#include "vynhost/diagram/diagram.h"
+#include "vynhost/diagram/diagram_text.h"
+#include "vynhost/results/result_files.h"
+
+namespace vynhost {
+namespace {
+
+std::string contentsOf(const std::filesystem::path& file) {
+    std::ifstream in(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+const BlockSpec& blockOf(const Diagram& diagram, const std::string& name) {
+    const auto found = std::ranges::find(diagram.blocks, name, &BlockSpec::name);
+    if (found != diagram.blocks.end()) return *found;
+    const std::string file = textOf(diagram.file);
+    if (std::ranges::find(diagram.sources, name, &SourceSpec::name) != diagram.sources.end()) {
+        throw InputError({file, 0, ""}, "\"" + name + "\" is a source, which has no dialog");
+    }
+    std::vector<std::string> names;
+    for (const BlockSpec& block : diagram.blocks)
+        names.push_back(block.name);
+    throw InputError({file, 0, ""}, "\"" + name + "\" is no block" + didYouMean(name, names) +
+                                        (names.empty() ? " (there are none)"
+                                                       : " (there are: " + joined(names) + ")"));
+}
+
+// What a reader wants to know about the difference between two states of a block's entries.
+std::vector<std::string> changesBetween(const BlockSpec& before, const BlockSpec& after) {
+    const auto find = [](const BlockSpec& spec, const std::string& keyword) {
+        return std::ranges::find(spec.settings, keyword, &Setting::keyword);
+    };
+    std::vector<std::string> lines;
+    for (const Setting& setting : after.settings) {
+        const auto old = find(before, setting.keyword);
+        const std::string line = settingText(setting);
+        if (old == before.settings.end() || settingText(*old) != line) {
+            lines.push_back(before.name + ": " + line);
+        }
+    }
+    for (const Setting& setting : before.settings) {
+        if (find(after, setting.keyword) == after.settings.end()) {
+            lines.push_back(before.name + ": " + setting.keyword + " is gone");
+        }
+    }
+    if (after.record && after.record != before.record) {
+        lines.push_back(before.name + ": record, for what no keyword can say");
+    } else if (before.record && !after.record) {
+        lines.push_back(before.name + ": record is gone");
+    }
+    return lines;
+}
+
+}  // namespace
+
+struct BlockEditor::Origin {
+    std::filesystem::path file;
+    std::string text;
+    Diagram diagram;
+    BlockSpec spec;
+    std::vector<TypeInfo> types;
+    std::string record;
+};
+
+BlockEditor::BlockEditor(ModuleHost& host, const std::filesystem::path& file,
+                         const std::string& block)
+    : host_(host), origin_(std::make_unique<Origin>()) {
+    origin_->diagram = readDiagram(file);
+    // A link stays one: what it leads to is replaced.
+    origin_->file = std::filesystem::canonical(file);
+    origin_->text = contentsOf(origin_->file);
+    origin_->diagram = parseDiagram(origin_->text, file);
+    origin_->spec = blockOf(origin_->diagram, block);
+    if (!std::ofstream(origin_->file, std::ios::binary | std::ios::app)) {
+        throw InputError({textOf(file), 0, ""}, "can't be written");
+    }
+    origin_->types = moduleTypes(host);
+    std::vector<std::string> notes;
+    block_ = placeBlock(host, origin_->types, origin_->spec, notes);
+    origin_->record = block_->save();
+}
+
+BlockEditor::~BlockEditor() = default;
+
+std::vector<std::string> BlockEditor::writeBack() {
+    const std::string record = block_->save();
+    if (record == origin_->record) return {};
+    const BlockSpec after =
+        specFor(host_, origin_->types, origin_->spec, static_cast<int>(block_->typeCode()), record);
+    const std::string text =
+        rewriteBlock(origin_->text, origin_->diagram.file, origin_->spec, after);
+    if (contentsOf(origin_->file) != origin_->text) {
+        throw InputError({textOf(origin_->diagram.file), 0, ""},
+                         "has been changed meanwhile; nothing is written");
+    }
+    replaceFile(origin_->file, text);
+    return changesBetween(origin_->spec, after);
+}
+
+std::string showBlockDialog(ModuleHost& host, const DialogArguments& arguments) {
+    BlockEditor editor(host, pathOf(arguments.diagram), arguments.block);
+    const std::string unchanged = arguments.diagram + " is unchanged\n";
+    switch (editor.block().askUser()) {
+        case platform::DialogEnd::none:
+            throw InputError("the dialog of \"" + arguments.block +
+                             "\" can't be shown (is there a display?)");
+        case platform::DialogEnd::cancelled: return "cancelled, " + unchanged;
+        case platform::DialogEnd::accepted: break;
+    }
+    std::string said;
+    for (const std::string& line : editor.writeBack())
+        said += line + "\n";
+    return said.empty() ? "nothing new, " + unchanged : said + "wrote " + arguments.diagram + "\n";
+}
+
+}  // namespace vynhost

@@ -1,0 +1,167 @@
+// vynhost: lists the module's blocks, runs diagrams of them over recordings, shows their dialogs.
+#include <CLI/CLI.hpp>
+
+#include <deque>
+#include <iostream>
+#include <map>
+
+#include "vynhost/base/errors.h"
+#include "vynhost/base/text.h"
+#include "vynhost/command/dialog_command.h"
+#include "vynhost/command/list.h"
+#include "vynhost/diagram/diagram.h"
+#include "vynhost/interface/module_host.h"
+#include "vynhost/interface/platform/system.h"
+#include "vynhost/results/comparison.h"
+#include "vynhost/results/result_files.h"
+#include "vynhost/results/sink.h"
+#include "vynhost/run/interrupt.h"
+#include "vynhost/run/runner.h"
+
+namespace vynhost {
+namespace {
+
+struct ListArguments {
+    bool json = false;
+};
+
+struct RunArguments {
+    std::string diagram;
+    std::vector<std::string> inputs;  // NAME=FILE
+    std::string out = ".";
+    bool quiet = false;
+};
+
+// The module beside the program, which finds its analysis library there as well unless a place has
+// been set up.
+ModuleLibrary loadModule() {
+    if (!platform::sharedDirectory()) {
+        platform::setSharedDirectory(textOf(platform::programFolder()));
+    }
+    return ModuleLibrary(ModuleLibrary::defaultPath());
+}
+
+std::map<std::string, std::filesystem::path> replacedFiles(const std::vector<std::string>& inputs) {
+    std::map<std::string, std::filesystem::path> files;
+    for (const std::string& input : inputs) {
+        const std::size_t equals = input.find('=');
+        if (equals == std::string::npos || equals == 0) {
+            throw InputError("--input " + input + ": must be NAME=FILE");
+        }
+        files[input.substr(0, equals)] = pathOf(input.substr(equals + 1));
+    }
+    return files;
+}
+
+int list(const ListArguments& arguments) {
+    const ModuleLibrary module = loadModule();
+    ModuleHost host(module);
+    std::cout << (arguments.json ? listAsJson(host) : listAsText(host));
+    return kSuccess;
+}
+
+int run(const RunArguments& arguments) {
+    const Diagram diagram = readDiagram(pathOf(arguments.diagram));
+    const ModuleLibrary module = loadModule();
+    ModuleHost host(module);
+    Runner runner(host, diagram, replacedFiles(arguments.inputs));
+    ResultFiles files(pathOf(arguments.out));
+    std::deque<Sink> sinks;
+    for (const SinkSpec& spec : diagram.sinks)
+        sinks.emplace_back(spec, runner, files);
+    std::deque<Comparer> comparers;
+    for (const CompareSpec& spec : diagram.comparisons)
+        comparers.emplace_back(spec, runner);
+    watchInterrupts();
+    runner.run();
+    std::vector<Comparison> comparisons;
+    comparisons.reserve(comparers.size());
+    for (const Comparer& comparer : comparers)
+        comparisons.push_back(comparer.result());
+    for (Sink& sink : sinks)
+        sink.finish();
+    if (!arguments.quiet) {
+        for (const std::string& note : runner.notes())
+            std::cout << note << '\n';
+    }
+    for (const std::filesystem::path& path : files.commit()) {
+        if (!arguments.quiet) std::cout << "wrote " << textOf(path) << '\n';
+    }
+    int code = kSuccess;
+    for (const Comparison& comparison : comparisons) {
+        if (!arguments.quiet) std::cout << comparison.line << '\n';
+        if (!comparison.within) code = kDifferent;
+        if (!comparison.within && arguments.quiet) std::cerr << comparison.line << '\n';
+    }
+    return code;
+}
+
+int dialog(const DialogArguments& arguments) {
+    if (!platform::kHasDialogs) {
+        throw InputError("dialogs exist on Windows only; here keywords set a block up");
+    }
+    const ModuleLibrary module = loadModule();
+    ModuleHost host(module);
+    std::cout << showBlockDialog(host, arguments);
+    return kSuccess;
+}
+
+std::string versionText() {
+    return "vynhost " VYN_VERSION ", module interface " + std::to_string(kInterfaceVersion);
+}
+
+int obey(const std::vector<std::string>& words) {
+    CLI::App app("Runs diagrams of signal-analysis blocks over recordings.", "vynhost");
+    app.require_subcommand(1);
+    app.allow_windows_style_options(false);  // a path may begin with a slash
+    app.set_version_flag("--version", versionText());
+    int code = kSuccess;
+
+    ListArguments listArguments;
+    CLI::App* listCommand = app.add_subcommand("list", "Lists block types and their keywords");
+    listCommand->add_flag("--json", listArguments.json, "As JSON");
+    listCommand->callback([&] { code = list(listArguments); });
+
+    RunArguments runArguments;
+    CLI::App* runCommand = app.add_subcommand("run", "Runs a diagram");
+    runCommand->add_option("DIAGRAM", runArguments.diagram, "A TOML file")->required();
+    runCommand->add_option("--input", runArguments.inputs,
+                           "NAME=FILE: another recording for a source");
+    runCommand->add_option("--out", runArguments.out, "Folder of the results (default: here)");
+    runCommand->add_flag("--quiet", runArguments.quiet, "Errors only");
+    runCommand->callback([&] { code = run(runArguments); });
+
+    DialogArguments dialogArguments;
+    CLI::App* dialogCommand = app.add_subcommand(
+        "dialog", "Shows a block's dialog and writes its changes into the diagram (Windows)");
+    dialogCommand->add_option("DIAGRAM", dialogArguments.diagram, "A TOML file")->required();
+    dialogCommand->add_option("BLOCK", dialogArguments.block, "A block's name in it")->required();
+    dialogCommand->callback([&] { code = dialog(dialogArguments); });
+
+    try {
+        app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? kSuccess : kWrongInput;
+    } catch (const RunError& error) {
+        std::cerr << "vynhost: " << error.what() << '\n';
+        return error.code();
+    } catch (const ModuleError& error) {
+        std::cerr << "vynhost: " << error.what() << '\n';
+        return kNoModule;
+    } catch (const std::exception& error) {
+        std::cerr << "vynhost: " << error.what() << '\n';
+        return kWrongInput;
+    }
+    return code;
+}
+
+}  // namespace
+}  // namespace vynhost
+
+int main(int argc, char** argv) {
+    try {
+        return vynhost::obey(vynhost::platform::commandLine(argc, argv));
+    } catch (...) {  // not even the message could be written
+        return vynhost::kWrongInput;
+    }
+}

@@ -1,0 +1,242 @@
+#include "vynhost/diagram/block_change.h"
+
+#include <algorithm>
+#include <bit>
+#include <functional>
+#include <limits>
+#include <optional>
+#include <utility>
+
+#include "vynhost/base/text.h"
+#include "vynhost/diagram/block_settings.h"
+#include "vynhost/diagram/value_names.h"
+
+namespace vynhost {
+namespace {
+
+// NaN equals itself, 0 is not -0.
+bool sameValue(const KeywordValue& left, const KeywordValue& right) {
+    const auto* a = std::get_if<double>(&left);
+    const auto* b = std::get_if<double>(&right);
+    if (a == nullptr || b == nullptr) return left == right;
+    return std::bit_cast<std::uint64_t>(*a) == std::bit_cast<std::uint64_t>(*b);
+}
+
+bool sameSettings(const BlockSpec& left, const BlockSpec& right) {
+    return std::ranges::equal(left.settings, right.settings,
+                              [](const Setting& a, const Setting& b) {
+                                  return a.keyword == b.keyword && a.value == b.value;
+                              });
+}
+
+std::size_t differingBytes(const std::string& left, const std::string& right) {
+    const std::size_t common = std::min(left.size(), right.size());
+    std::size_t count = std::max(left.size(), right.size()) - common;
+    for (std::size_t i = 0; i < common; ++i)
+        count += left[i] != right[i] ? 1 : 0;
+    return count;
+}
+
+// Looks for entries that lead to one parameter record. Every guess is tried on a block of its own,
+// because a block may work out some of its values from others.
+class Search {
+public:
+    Search(ModuleHost& host, std::span<const TypeInfo> types, int typeCode,
+           const std::string& record)
+        : host_(host), types_(types), typeCode_(typeCode) {
+        PlacedBlock wanted(host, typeCode, record);
+        rows_ = wanted.keywords();
+        for (const KeywordRow& row : rows_)
+            wanted_.push_back(wanted.get(row));
+        record_ = wanted.save();
+    }
+
+    std::optional<BlockSpec> byKeywords(BlockSpec spec) const {
+        spec.record.reset();
+        // Setting one number may spoil another that was right; a further pass mends it.
+        constexpr int kPasses = 3;
+        for (int pass = 0; pass < kPasses; ++pass) {
+            const BlockSpec before = spec;
+            for (std::size_t i = 0; i < rows_.size(); ++i) {
+                spec = rows_[i].type == ValueType::text ? withBestName(spec, rows_[i])
+                                                        : withNumber(spec, i);
+            }
+            if (auto found = checked(spec)) return found;
+            spec = withoutContradictions(spec);
+            if (sameSettings(spec, before)) break;
+        }
+        return std::nullopt;
+    }
+
+    BlockSpec byRecord(const BlockSpec& before) const {
+        BlockSpec spec = before;
+        spec.record = record_;
+        spec.settings.clear();
+        for (const Setting& setting : before.settings) {
+            const KeywordRow* row = rowOf(setting, rows_);
+            if (row == nullptr) continue;
+            const std::size_t index = static_cast<std::size_t>(row - rows_.data());
+            std::vector<Setting> choices = {setting};
+            if (row->type != ValueType::text) {
+                for (const KeywordValue& value : numbersFor(spec, index)) {
+                    choices.push_back(settingOf(setting, value));
+                }
+            }
+            for (const Setting& choice : choices) {
+                BlockSpec longer = spec;
+                longer.settings.push_back(choice);
+                if (!checked(longer) || !isTakenAlone(spec, choice)) continue;
+                spec = std::move(longer);
+                break;
+            }
+        }
+        return spec;
+    }
+
+private:
+    using Values = std::vector<KeywordValue>;
+    Values valuesOf(const BlockSpec& spec) const {
+        const auto block = placeBlockUnchecked(host_, typeCode_, spec);
+        Values values;
+        for (const KeywordRow& row : rows_)
+            values.push_back(block->get(row));
+        return values;
+    }
+    std::string recordOf(const BlockSpec& spec) const {
+        return placeBlockUnchecked(host_, typeCode_, spec)->save();
+    }
+
+    // The entries, if they are taken without complaint and lead there.
+    std::optional<BlockSpec> checked(const BlockSpec& spec) const {
+        try {
+            std::vector<std::string> notes;
+            if (placeBlock(host_, types_, spec, notes)->save() == record_) return spec;
+        } catch (const InputError&) {  // a value that is not taken, or a contradiction
+        }
+        return std::nullopt;
+    }
+
+    // A value that only the record can bring about reads back beside it as if it had been taken.
+    bool isTakenAlone(BlockSpec spec, const Setting& setting) const {
+        spec.record.reset();
+        spec.settings = {setting};
+        try {
+            std::vector<std::string> notes;
+            return placeBlock(host_, types_, spec, notes)->created();
+        } catch (const InputError&) {
+            return false;
+        }
+    }
+
+    // Numbers that still read back otherwise than they should.
+    std::size_t wrongNumbers(const Values& values) const {
+        std::size_t count = 0;
+        for (std::size_t i = 0; i < rows_.size(); ++i) {
+            if (rows_[i].type == ValueType::text) continue;
+            count += sameValue(values[i], wanted_[i]) ? 0 : 1;
+        }
+        return count;
+    }
+
+    static Setting settingOf(const Setting& like, const KeywordValue& value) {
+        Setting setting = like;
+        if (const auto* integer = std::get_if<std::int32_t>(&value)) {
+            setting.value = std::int64_t{*integer};
+        } else if (const auto* real = std::get_if<double>(&value)) {
+            setting.value = *real;
+        } else {
+            setting.value = std::get<std::string>(value);
+        }
+        return setting;
+    }
+
+    static BlockSpec with(BlockSpec spec, const KeywordRow& row, const KeywordValue& value) {
+        bool given = false;
+        for (Setting& setting : spec.settings) {
+            if (!equalIgnoringCase(setting.keyword, row.name)) continue;
+            setting = settingOf(setting, value);
+            given = true;
+        }
+        if (!given) spec.settings.push_back(settingOf({row.name, 0, {}}, value));
+        return spec;
+    }
+
+    static BlockSpec without(BlockSpec spec, const KeywordRow& row) {
+        std::erase_if(spec.settings, [&](const Setting& setting) {
+            return equalIgnoringCase(setting.keyword, row.name);
+        });
+        return spec;
+    }
+
+    // What may have to be set to read the wanted number: the number itself, or, where a keyword
+    // reads back with an offset, the number without it.
+    std::vector<KeywordValue> numbersFor(const BlockSpec& spec, std::size_t index) const {
+        std::vector<KeywordValue> numbers = {wanted_[index]};
+        const auto* number = std::get_if<std::int32_t>(&wanted_[index]);
+        if (number == nullptr) return numbers;
+        const Values values = valuesOf(with(spec, rows_[index], *number));
+        const std::int64_t shifted =
+            std::int64_t{2} * *number - std::get<std::int32_t>(values[index]);
+        if (shifted != *number && shifted == static_cast<std::int32_t>(shifted)) {
+            numbers.emplace_back(static_cast<std::int32_t>(shifted));
+        }
+        return numbers;
+    }
+
+    BlockSpec withNumber(const BlockSpec& spec, std::size_t index) const {
+        const Values now = valuesOf(spec);
+        if (sameValue(now[index], wanted_[index])) return spec;
+        for (const KeywordValue& value : numbersFor(spec, index)) {
+            BlockSpec changed = with(spec, rows_[index], value);
+            if (wrongNumbers(valuesOf(changed)) < wrongNumbers(now)) return changed;
+        }
+        return spec;
+    }
+
+    // Names may read back as others or not at all; the record tells which one fits best.
+    BlockSpec withBestName(const BlockSpec& spec, const KeywordRow& row) const {
+        BlockSpec best = spec;
+        std::size_t least = differingBytes(recordOf(spec), record_);
+        const auto consider = [&](BlockSpec changed) {
+            const std::size_t bytes = differingBytes(recordOf(changed), record_);
+            if (bytes >= least) return;
+            least = bytes;
+            best = std::move(changed);
+        };
+        for (const std::string& name : valueNamesOf(row.name))
+            consider(with(spec, row, name));
+        // Some values have no name and are there only as long as the keyword is not.
+        consider(without(spec, row));
+        return best;
+    }
+
+    // Values that the block worked out otherwise in the end say what it worked out.
+    BlockSpec withoutContradictions(BlockSpec spec) const {
+        const Values values = valuesOf(spec);
+        for (Setting& setting : spec.settings) {
+            const KeywordRow* row = rowOf(setting, rows_);
+            if (row == nullptr || row->type != ValueType::real) continue;
+            const KeywordValue& value = values[static_cast<std::size_t>(row - rows_.data())];
+            if (!sameValue(typedValue(setting, *row), value)) setting = settingOf(setting, value);
+        }
+        return spec;
+    }
+
+    ModuleHost& host_;
+    std::span<const TypeInfo> types_;
+    int typeCode_;
+    std::vector<KeywordRow> rows_;
+    Values wanted_;
+    std::string record_;
+};
+
+}  // namespace
+
+BlockSpec specFor(ModuleHost& host, std::span<const TypeInfo> types, const BlockSpec& before,
+                  int typeCode, const std::string& record) {
+    const Search search(host, types, typeCode, record);
+    if (auto spec = search.byKeywords(before)) return *spec;
+    return search.byRecord(before);
+}
+
+}  // namespace vynhost

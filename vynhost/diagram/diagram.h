@@ -1,0 +1,143 @@
+// A diagram file: sources, blocks, wires, sinks and comparisons, as written in TOML.
+//
+//     [source.speech]
+//     file = "speech.wav"          # WAV, CSV, and what libsndfile reads
+//     block = 4096                 # samples per channel in one data block
+//     full_scale = 20.0            # value of digital full scale, in
+//     unit = "Pa"
+//     channels = [1]               # from 1; all when missing
+//     tail = "keep"                # what becomes of a last short block: keep, drop or pad (with 0)
+//     noise = { rms = 0.01, seed = 1 }  # white noise on top, in the unit
+//
+//     [source.noise]
+//     noise = { rms = 1.0, seed = 2 }  # noise alone
+//     rate = 48000.0               # samples per second
+//     seconds = 10.0
+//
+//     [block.spectrum]
+//     type = "FFT"                 # name, class or code
+//     PkWndFct = "HANNING"         # the block's keywords
+//     record = "38000000 94010000"  # a parameter record in hexadecimal digits, in full; the
+//     keywords
+//                                  # apply on top of it
+//
+//     [wire]
+//     "spectrum.E" = "speech"      # input = source or output; letters of the connector strings
+//
+//     [sink.spectrum]
+//     from = "spectrum.S"          # one, or a list
+//     csv = "spectrum.csv"
+//     svg = "spectrum.svg"
+//     average = "power"            # over the data blocks of spectra: none, mean, power or last
+//     x = "log"                    # linear or log
+//     y = "dB"                     # linear or dB (re `reference`)
+//
+//     [compare.round_trip]
+//     of = "back.A"
+//     with = "speech"
+//     tolerance = 1e-4             # of the reference's peak; optional
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "vynhost/base/errors.h"
+
+namespace vynhost {
+
+// "name" of a source, or "name.letter" of a block's connector.
+struct ConnectorName {
+    std::string node;
+    std::string letter;
+    Place place;
+
+    std::string text() const { return letter.empty() ? node : node + "." + letter; }
+};
+
+enum class Tail { keep, drop, pad };
+
+struct NoiseSpec {
+    double rms = 0;  // after the scaling
+    std::uint64_t seed = 1;
+};
+
+struct SourceSpec {
+    std::string name;
+    std::filesystem::path file;  // empty: noise alone
+    Place filePlace;
+    int block = 4096;
+    double fullScale = 1;
+    std::string unit;
+    std::vector<int> channels;  // from 1
+    Place channelsPlace;
+    std::optional<double> rate;  // of a CSV file without x column, and of noise alone
+    std::optional<NoiseSpec> noise = {};
+    double seconds = 0;  // of noise alone
+    Tail tail = Tail::keep;
+};
+
+struct Setting {
+    std::string keyword;
+    std::variant<std::int64_t, double, std::string> value;
+    Place place = {};
+};
+
+struct BlockSpec {
+    std::string name;
+    std::string type;
+    Place place;
+    Place typePlace;
+    std::optional<std::string> record = {};  // its bytes
+    Place recordPlace;
+    std::vector<Setting> settings;  // in the order of the file
+};
+
+struct WireSpec {
+    ConnectorName to;
+    ConnectorName from;
+};
+
+enum class Average { none, mean, power, last };
+
+struct SinkSpec {
+    std::string name;
+    std::vector<ConnectorName> from;
+    std::string csv;
+    std::string svg;
+    std::string title;
+    std::vector<std::string> values;  // of named quantities; none: all
+    Place valuesPlace;
+    Average average = Average::none;
+    bool logX = false;
+    bool decibels = false;
+    double reference = 1;
+    Place place;
+};
+
+struct CompareSpec {
+    std::string name;
+    ConnectorName of;
+    ConnectorName with;
+    std::optional<double> tolerance;
+};
+
+struct Diagram {
+    std::filesystem::path file;
+    std::vector<SourceSpec> sources;
+    std::vector<BlockSpec> blocks;
+    std::vector<WireSpec> wires;
+    std::vector<SinkSpec> sinks;
+    std::vector<CompareSpec> comparisons;
+};
+
+// Raises InputError for what is no diagram. Names of types, keywords and connectors are looked at
+// later, when the module is there.
+Diagram readDiagram(const std::filesystem::path& file);
+// The same from a file's text.
+Diagram parseDiagram(const std::string& text, const std::filesystem::path& file);
+
+}  // namespace vynhost

@@ -1,0 +1,76 @@
+#include "vynhost/diagram/value_names.h"
+
+#include "vynhost/base/text.h"
+
+namespace vynhost {
+namespace {
+
+const std::vector<ValueName>& levelQuantities() {
+    static const std::vector<ValueName> names = {
+        {"displayed level", "dB"},
+        {"running time", "s"},
+        {"measurement time", "s"},
+        {"time since max/min reset", "s"},
+        {"L", "dB"},
+        {"Lmax", "dB"},
+        {"Lmin", "dB"},
+        {"Leq", "dB"},
+        {"LE", "dB"},
+        {"clock maximum", "dB"},
+        {"mean clock maximum", "dB"},
+        {"L1", "dB"},
+        {"L5", "dB"},
+        {"L10", "dB"},
+        {"L50", "dB"},
+        {"L90", "dB"},
+        {"L95", "dB"},
+        {"L99", "dB"},
+    };
+    return names;
+}
+
+// The selected measures, by their keywords: all but the two that stand for no measure.
+std::vector<ValueName> selectedMeasures(PlacedBlock& block) {
+    std::vector<ValueName> names;
+    for (const KeywordRow& row : block.keywords()) {
+        if (row.name == "PkAllOn" || row.name == "PkOutMode") continue;
+        if (block.getInteger(row.name) != 0) names.push_back({row.name.substr(2), ""});
+    }
+    return names;
+}
+
+}  // namespace
+
+std::vector<ValueName> valueNames(PlacedBlock& block, int output) {
+    if (block.typeCode() == kLevel) return levelQuantities();
+    if (block.typeCode() != kStatistik) return {};
+    constexpr int kOneOutput = 1;
+    std::vector<ValueName> measures = selectedMeasures(block);
+    if (block.getInteger("PkOutMode") == kOneOutput) return measures;
+    const auto index = static_cast<std::size_t>(output);
+    if (index >= measures.size()) return {};
+    return {measures[index]};
+}
+
+std::span<const std::string> valueNamesOf(std::string_view keyword) {
+    struct Keyword {
+        std::string_view name;
+        std::vector<std::string> values;
+    };
+    static const std::vector<Keyword> keywords = {
+        {"PkAmplType",
+         {"PEAK", "RMS", "POWERSPECTRUM", "PSD", "AUTOSPECTRUM", "CEPSTRUM", "REALIMAGINAER"}},
+        {"PkWndFct",
+         {"RECTANGLE", "HANNING", "HAMMING", "BLACKMAN", "FLATTOP", "KAISER", "COS10PERC", "WELCH",
+          "PARZEN", "BARTLETT", "VALLEE", "CAUCHY", "GAUSS", "EXPONENTIAL", "RIEMANN"}},
+        {"PkAverageType",
+         {"ARITHMETIC", "EXPONENTIAL", "PEAKMIN", "PEAKMAX", "MINMAXAVERAGE", "PEAKMINMAX", "NO"}},
+        {"PkTransFCTType", {"SPECTRUM H0", "SPECTRUM H1", "SPECTRUM H2"}},
+    };
+    for (const Keyword& known : keywords) {
+        if (equalIgnoringCase(known.name, keyword)) return known.values;
+    }
+    return {};
+}
+
+}  // namespace vynhost

@@ -1,0 +1,28 @@
+// Names that the interface does not tell: of quantities in data blocks, of the values that keywords
+// take.
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "vynhost/interface/module_host.h"
+
+namespace vynhost {
+
+struct ValueName {
+    std::string name;
+    std::string unit;  // empty where it is the signal's own or a mixture
+};
+
+// What the values of an output are called, in the order in which they lie in the data block: value
+// q of channel c at q * channels + c. Empty for outputs that carry samples. The block's settings
+// count as they are at the call.
+std::vector<ValueName> valueNames(PlacedBlock& block, int output);
+
+// The names that set a keyword whose type is text, the default's among them. Empty for keywords
+// that the host does not know.
+std::span<const std::string> valueNamesOf(std::string_view keyword);
+
+}  // namespace vynhost

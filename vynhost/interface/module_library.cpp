@@ -1,0 +1,46 @@
+#include "vynhost/interface/module_library.h"
+
+#include <string>
+
+#include "vynhost/interface/platform/system.h"
+
+namespace vynhost {
+namespace {
+
+void* load(const std::filesystem::path& path) {
+    std::string why;
+    void* library = platform::loadLibrary(path, why);
+    if (library == nullptr) {
+        throw ModuleError("the module " + path.string() + " does not load: " + why);
+    }
+    return library;
+}
+
+}  // namespace
+
+ModuleLibrary::ModuleLibrary(const std::filesystem::path& path) : library_(load(path)) {
+    std::string missing;
+    const auto bind = [&](auto& function, const char* name) {
+        function = reinterpret_cast<std::remove_reference_t<decltype(function)>>(find(name));
+        if (function == nullptr) missing.append(missing.empty() ? "" : ", ").append(name);
+    };
+#define VYNHOST_BIND(name, arguments) bind(exports_.name, #name);
+    VYNHOST_EXPORTS(VYNHOST_BIND)
+#undef VYNHOST_BIND
+    if (!missing.empty()) {
+        platform::unloadLibrary(library_);
+        throw ModuleError("the module " + path.string() + " lacks " + missing);
+    }
+}
+
+ModuleLibrary::~ModuleLibrary() { platform::unloadLibrary(library_); }
+
+void* ModuleLibrary::find(const char* name) const noexcept {
+    return platform::findFunction(library_, name);
+}
+
+std::filesystem::path ModuleLibrary::defaultPath() {
+    return platform::programFolder() / platform::kModuleFile;
+}
+
+}  // namespace vynhost

@@ -1,0 +1,438 @@
+#include "vynhost/interface/platform/system.h"
+
+#include <windows.h>
+
+#include <shellapi.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <stdexcept>
+#include <unordered_map>
+#include <utility>
+
+namespace vynhost::platform {
+
+const char* const kModuleFile = "VYNPACKM.dll";
+const char* const kAnalysisFile = "ovanlys.dll";
+const char* const kHostProgram = "vynhost.exe";
+
+namespace {
+
+std::string toUtf8(const std::wstring& text) {
+    const int size = ::WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()),
+                                           nullptr, 0, nullptr, nullptr);
+    std::string result(static_cast<std::size_t>(size), '\0');
+    ::WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), result.data(),
+                          size, nullptr, nullptr);
+    return result;
+}
+
+}  // namespace
+
+// --- Memory: global memory, or pages of which the last is unreadable ------------------------
+
+namespace {
+
+constexpr std::size_t kPage = 4096;
+constexpr std::size_t kAlignment = 16;  // below that, an address is not taken for global memory
+constexpr unsigned char kCanary = 0xA5;
+
+struct Pages {
+    std::byte* mapping;
+    std::size_t mapped;
+    std::size_t bytes;
+    std::byte* guardPage() const { return mapping + mapped - kPage; }
+};
+
+std::unordered_map<Handle, Pages>& guardedPages() {
+    static std::unordered_map<Handle, Pages> pages;
+    return pages;
+}
+
+HGLOBAL global(Handle handle) noexcept {
+    return reinterpret_cast<HGLOBAL>(handle);  // NOLINT(performance-no-int-to-ptr)
+}
+
+Handle handleOf(const void* address) noexcept {
+    return Handle{reinterpret_cast<std::uint64_t>(address)};
+}
+
+Handle allocatePages(std::size_t bytes) {
+    Pages pages{};
+    pages.bytes = bytes;
+    pages.mapped = (bytes + kAlignment + kPage - 1) / kPage * kPage + kPage;
+    pages.mapping = static_cast<std::byte*>(
+        ::VirtualAlloc(nullptr, pages.mapped, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE));
+    if (pages.mapping == nullptr) return Handle::none;
+    const std::size_t rounded = (bytes + kAlignment - 1) / kAlignment * kAlignment;
+    std::byte* address = pages.guardPage() - rounded;
+    std::fill(address + bytes, pages.guardPage(), std::byte{kCanary});
+    DWORD before = 0;
+    ::VirtualProtect(pages.guardPage(), kPage, PAGE_NOACCESS, &before);
+    guardedPages().emplace(handleOf(address), pages);
+    return handleOf(address);
+}
+
+}  // namespace
+
+Handle allocateMemory(std::size_t bytes, Guard guard) noexcept try {
+    if (guard == Guard::pageAfter) return allocatePages(bytes);
+    return handleOf(::GlobalAlloc(GHND, std::max<std::size_t>(bytes, 1)));
+} catch (...) {
+    return Handle::none;
+}
+
+bool freeMemory(Handle handle) noexcept {
+    const auto found = guardedPages().find(handle);
+    if (found == guardedPages().end()) {
+        ::GlobalFree(global(handle));
+        return true;
+    }
+    const Pages pages = found->second;
+    guardedPages().erase(found);
+    const auto* end = reinterpret_cast<const std::byte*>(handle) + pages.bytes;
+    const bool intact = std::all_of(end, const_cast<const std::byte*>(pages.guardPage()),
+                                    [](std::byte byte) { return byte == std::byte{kCanary}; });
+    // The addresses stay reserved and unreadable.
+    ::VirtualFree(pages.mapping, pages.mapped, MEM_DECOMMIT);
+    return intact;
+}
+
+Handle allocateUnlockable() noexcept {
+    // Movable memory of no size is born discarded: the handle is good, a lock is refused.
+    return handleOf(::GlobalAlloc(GMEM_MOVEABLE, 0));
+}
+
+bool setLockable(Handle, bool) noexcept { return false; }
+
+const bool kLocksAreCounted = true;
+
+int lockCount(Handle handle) noexcept {
+    if (guardedPages().contains(handle)) return 0;
+    const UINT flags = ::GlobalFlags(global(handle));
+    return flags == GMEM_INVALID_HANDLE ? 0 : static_cast<int>(flags & GMEM_LOCKCOUNT);
+}
+
+View::View(Handle handle) noexcept
+    : handle_(handle), address_(static_cast<std::byte*>(::GlobalLock(global(handle)))) {}
+
+View::~View() {
+    if (address_ != nullptr) ::GlobalUnlock(global(handle_));
+}
+
+// --- Messages -------------------------------------------------------------------------------
+
+namespace {
+
+HWND hostWindow = nullptr;
+
+MessageFunction& messageFunction() {
+    static MessageFunction function;
+    return function;
+}
+
+LRESULT CALLBACK takeMessage(HWND window, UINT message, WPARAM first, LPARAM second) {
+    const MessageFunction& function = messageFunction();
+    if (message >= WM_USER && function) {
+        return function(message, static_cast<Int>(first), second);
+    }
+    return ::DefWindowProcA(window, message, first, second);
+}
+
+}  // namespace
+
+Int openWindow(MessageFunction function) {
+    messageFunction() = std::move(function);
+    if (hostWindow == nullptr) {
+        WNDCLASSA windowClass{};
+        windowClass.lpfnWndProc = takeMessage;
+        windowClass.hInstance = ::GetModuleHandleA(nullptr);
+        windowClass.lpszClassName = "vynhost";
+        ::RegisterClassA(&windowClass);
+        hostWindow = ::CreateWindowExA(0, "vynhost", "vynhost", 0, 0, 0, 0, 0, HWND_MESSAGE,
+                                       nullptr, windowClass.hInstance, nullptr);
+        if (hostWindow == nullptr) throw std::runtime_error("the host's window can't be created");
+    }
+    return reinterpret_cast<Int>(hostWindow);
+}
+
+void closeWindow() noexcept {
+    messageFunction() = nullptr;
+    if (hostWindow != nullptr) ::DestroyWindow(hostWindow);
+    hostWindow = nullptr;
+}
+
+Int sendToWindow(Int window, std::uint32_t message, Int first, Int second) {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr)
+    return ::SendMessageA(reinterpret_cast<HWND>(window), message, static_cast<WPARAM>(first),
+                          second);
+}
+
+// --- Boxes: a hook reads each and presses OK ------------------------------------------------
+
+namespace {
+
+HHOOK boxHook = nullptr;
+
+std::vector<Box>& seenBoxes() {
+    static std::vector<Box> boxes;
+    return boxes;
+}
+
+std::string textOf(HWND window) {
+    std::wstring text(static_cast<std::size_t>(::GetWindowTextLengthW(window)) + 1, L'\0');
+    text.resize(static_cast<std::size_t>(
+        ::GetWindowTextW(window, text.data(), static_cast<int>(text.size()))));
+    return toUtf8(text);
+}
+
+bool isOfClass(HWND window, const char* name) {
+    std::array<char, 64> actual{};
+    ::GetClassNameA(window, actual.data(), static_cast<int>(actual.size()));
+    return ::lstrcmpiA(actual.data(), name) == 0;
+}
+
+// What the children of a message box say; a dialog of another kind has other children.
+struct BoxContents {
+    Box box;
+    bool isMessageBox = true;
+};
+
+BOOL CALLBACK readChild(HWND child, LPARAM argument) {
+    constexpr int kLastBoxButton = 11;  // IDOK .. IDCONTINUE
+    auto& contents = *reinterpret_cast<BoxContents*>(argument);
+    const LONG style = ::GetWindowLongA(child, GWL_STYLE);
+    if (isOfClass(child, "Button")) {
+        contents.isMessageBox &= ::GetDlgCtrlID(child) <= kLastBoxButton;
+    } else if (isOfClass(child, "Static")) {
+        if ((style & SS_TYPEMASK) == SS_ICON) {
+            contents.box.exclamation = ::SendMessageA(child, STM_GETICON, 0, 0) != 0;
+        } else {
+            contents.box.text = textOf(child);
+        }
+    } else {
+        contents.isMessageBox = false;
+    }
+    return TRUE;
+}
+
+// The first dialog that is created while the user is asked is the block's own. Its procedure is
+// overlaid for its life: whichever of OK and Cancel comes last is what closed it.
+struct AskedUser {
+    bool asking = false;
+    HWND dialog = nullptr;
+    WNDPROC procedure = nullptr;
+    DialogEnd end = DialogEnd::none;
+};
+
+AskedUser askedUser;
+
+LRESULT CALLBACK watchAnswers(HWND window, UINT message, WPARAM first, LPARAM second) {
+    if (message == WM_COMMAND && HIWORD(first) == BN_CLICKED) {
+        if (LOWORD(first) == IDOK) askedUser.end = DialogEnd::accepted;
+        if (LOWORD(first) == IDCANCEL) askedUser.end = DialogEnd::cancelled;
+    }
+    const WNDPROC procedure = askedUser.procedure;
+    if (message == WM_NCDESTROY) {
+        ::SetWindowLongPtrW(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(procedure));
+    }
+    const LRESULT result = ::CallWindowProcW(procedure, window, message, first, second);
+    // A program of the console has no window that the dialog could come up before.
+    if (message == WM_SHOWWINDOW && first != 0) ::SetForegroundWindow(window);
+    return result;
+}
+
+void overlayDialog(HWND window) {
+    if (askedUser.dialog != nullptr || !isOfClass(window, "#32770")) return;
+    askedUser.dialog = window;
+    askedUser.procedure =
+        // NOLINTNEXTLINE(performance-no-int-to-ptr)
+        reinterpret_cast<WNDPROC>(
+            ::SetWindowLongPtrW(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(watchAnswers)));
+}
+
+LRESULT CALLBACK watchWindows(int code, WPARAM first, LPARAM second) {
+    if (askedUser.asking) {
+        // NOLINTNEXTLINE(performance-no-int-to-ptr)
+        if (code == HCBT_CREATEWND) overlayDialog(reinterpret_cast<HWND>(first));
+    } else if (code == HCBT_ACTIVATE) {
+        // NOLINTNEXTLINE(performance-no-int-to-ptr)
+        const auto window = reinterpret_cast<HWND>(first);
+        BoxContents contents;
+        contents.box.exclamation = false;
+        if (isOfClass(window, "#32770")) {
+            ::EnumChildWindows(window, readChild, reinterpret_cast<LPARAM>(&contents));
+            if (contents.isMessageBox && ::GetPropA(window, "seen") == nullptr) {
+                ::SetPropA(window, "seen", window);
+                contents.box.caption = textOf(window);
+                seenBoxes().push_back(contents.box);
+                ::PostMessageA(window, WM_COMMAND, IDOK, 0);
+            }
+        }
+    }
+    return ::CallNextHookEx(boxHook, code, first, second);
+}
+
+}  // namespace
+
+void catchBoxes() noexcept {
+    if (boxHook == nullptr) {
+        boxHook = ::SetWindowsHookExA(WH_CBT, watchWindows, nullptr, ::GetCurrentThreadId());
+    }
+}
+
+std::vector<Box> caughtBoxes() { return std::exchange(seenBoxes(), {}); }
+
+bool boxesCanBeCaught() noexcept {
+    // Without a display the desktop has no size that a window could be seen on.
+    static const bool seen = [] {
+        catchBoxes();
+        const int answer = ::MessageBoxA(nullptr, "", "", MB_OK);
+        seenBoxes().clear();
+        return answer == IDOK;
+    }();
+    return seen;
+}
+
+// --- Dialogs --------------------------------------------------------------------------------
+
+const bool kHasDialogs = true;
+
+DialogEnd leaveToUser(const std::function<void()>& show) {
+    catchBoxes();  // its hook sees the dialog, too
+    askedUser = {.asking = true};
+    show();
+    return std::exchange(askedUser, {}).end;
+}
+
+// --- Parameter files ------------------------------------------------------------------------
+
+namespace {
+
+HFILE fileOf(Int handle) { return static_cast<HFILE>(handle); }
+
+}  // namespace
+
+ParameterFile::ParameterFile(const std::string& bytes) {
+    std::array<char, MAX_PATH> folder{};
+    std::array<char, MAX_PATH> name{};
+    ::GetTempPathA(static_cast<DWORD>(folder.size()), folder.data());
+    ::GetTempFileNameA(folder.data(), "vyn", 0, name.data());
+    path_ = name.data();
+    OFSTRUCT opened{};
+    opened.cBytes = sizeof opened;
+    handle_ = ::OpenFile(name.data(), &opened, OF_CREATE | OF_READWRITE);
+    if (fileOf(handle_) == HFILE_ERROR) throw std::runtime_error("temporary file");
+    ::_lwrite(fileOf(handle_), bytes.data(), static_cast<UINT>(bytes.size()));
+    seek(0);
+}
+
+ParameterFile::~ParameterFile() {
+    ::_lclose(fileOf(handle_));
+    ::DeleteFileA(path_.string().c_str());
+}
+
+std::size_t ParameterFile::position() const {
+    return static_cast<std::size_t>(::_llseek(fileOf(handle_), 0, FILE_CURRENT));
+}
+
+void ParameterFile::seek(std::size_t position) {
+    ::_llseek(fileOf(handle_), static_cast<LONG>(position), FILE_BEGIN);
+}
+
+std::string ParameterFile::contents() {
+    const std::size_t before = position();
+    std::string bytes(static_cast<std::size_t>(::_llseek(fileOf(handle_), 0, FILE_END)), '\0');
+    seek(0);
+    ::_lread(fileOf(handle_), bytes.data(), static_cast<UINT>(bytes.size()));
+    seek(before);
+    return bytes;
+}
+
+// --- Libraries and surroundings -------------------------------------------------------------
+
+void* loadLibrary(const std::filesystem::path& path, std::string& why) {
+    const HMODULE library = ::LoadLibraryA(path.string().c_str());
+    if (library == nullptr) why = "error " + std::to_string(::GetLastError());
+    return library;
+}
+
+void unloadLibrary(void* library) noexcept { ::FreeLibrary(static_cast<HMODULE>(library)); }
+
+void* findFunction(void* library, const char* name) noexcept {
+    return reinterpret_cast<void*>(::GetProcAddress(static_cast<HMODULE>(library), name));
+}
+
+namespace {
+
+constexpr char kInstallerKey[] = "SOFTWARE\\Orvane\\Common\\Installer";
+constexpr char kDirectoryValue[] = "OVSHAREDDIR64";
+
+}  // namespace
+
+std::optional<std::string> sharedDirectory() {
+    std::array<char, 1024> text{};
+    auto size = static_cast<DWORD>(text.size() - 1);
+    if (::RegGetValueA(HKEY_LOCAL_MACHINE, kInstallerKey, kDirectoryValue, RRF_RT_REG_SZ, nullptr,
+                       text.data(), &size) != ERROR_SUCCESS) {
+        return std::nullopt;
+    }
+    return std::string(text.data());
+}
+
+bool setSharedDirectory(const std::optional<std::string>& directory) {
+    HKEY key = nullptr;
+    if (::RegCreateKeyExA(HKEY_LOCAL_MACHINE, kInstallerKey, 0, nullptr, 0, KEY_SET_VALUE, nullptr,
+                          &key, nullptr) != ERROR_SUCCESS) {
+        return false;
+    }
+    const LSTATUS status = directory
+                               ? ::RegSetValueExA(key, kDirectoryValue, 0, REG_SZ,
+                                                  reinterpret_cast<const BYTE*>(directory->c_str()),
+                                                  static_cast<DWORD>(directory->size() + 1))
+                               : ::RegDeleteValueA(key, kDirectoryValue);
+    ::RegCloseKey(key);
+    return status == ERROR_SUCCESS || (!directory && status == ERROR_FILE_NOT_FOUND);
+}
+
+void limitMemory(std::size_t bytes) noexcept {
+    JOBOBJECT_EXTENDED_LIMIT_INFORMATION limit{};
+    limit.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_PROCESS_MEMORY;
+    limit.ProcessMemoryLimit = bytes;
+    const HANDLE job = ::CreateJobObjectA(nullptr, nullptr);
+    ::SetInformationJobObject(job, JobObjectExtendedLimitInformation, &limit, sizeof limit);
+    ::AssignProcessToJobObject(job, ::GetCurrentProcess());
+}
+
+std::filesystem::path programFolder() {
+    std::wstring path(32768, L'\0');
+    path.resize(::GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
+    return std::filesystem::path(path).parent_path();
+}
+
+std::vector<std::string> commandLine(int, char**) {
+    ::SetConsoleOutputCP(CP_UTF8);
+    int count = 0;
+    wchar_t** words = ::CommandLineToArgvW(::GetCommandLineW(), &count);
+    std::vector<std::string> result;
+    for (int i = 1; i < count; ++i)
+        result.push_back(toUtf8(words[i]));
+    ::LocalFree(words);
+    return result;
+}
+
+int runShell(const std::string& command) {
+    // The shell takes the outermost quotes off.
+    return std::system(("\"" + command + "\"").c_str());
+}
+
+std::string fromModuleText(const char* text) {
+    std::wstring wide(
+        static_cast<std::size_t>(::MultiByteToWideChar(CP_ACP, 0, text, -1, nullptr, 0)), L'\0');
+    ::MultiByteToWideChar(CP_ACP, 0, text, -1, wide.data(), static_cast<int>(wide.size()));
+    if (!wide.empty()) wide.pop_back();
+    return toUtf8(wide);
+}
+
+}  // namespace vynhost::platform

@@ -1,9 +1,0 @@
-#include "vynhost/recording.h"
-
-namespace vynhost {
-
-std::unique_ptr<Recording> openOtherAudio(const std::filesystem::path&) {
-    throw RecordingError("is neither WAV nor CSV; this build reads no other recordings");
-}
-
-}  // namespace vynhost

@@ -1,0 +1,71 @@
+#include "vynhost/results/comparison.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "vynhost/base/text.h"
+
+namespace vynhost {
+
+Comparer::Comparer(const CompareSpec& spec, Runner& runner)
+    : spec_(spec), unit_(runner.outlet(spec.with).unit) {
+    runner.listen(spec.of, [this](const ChannelData& block) { take(of_, block); });
+    runner.listen(spec.with, [this](const ChannelData& block) { take(with_, block); });
+}
+
+InputError Comparer::failure(const std::string& what) const {
+    return {spec_.of.place, spec_.of.text() + " and " + spec_.with.text() + " " + what};
+}
+
+void Comparer::take(Side& side, const ChannelData& block) {
+    if (!side.first) {
+        side.first = block.header;
+        if (of_.first && with_.first) {
+            const ChannelHeader& first = *of_.first;
+            const ChannelHeader& second = *with_.first;
+            if (first.channelCount != second.channelCount) {
+                throw failure("have different channel counts");
+            }
+            if (first.xAxisKind != second.xAxisKind ||
+                std::abs(first.xStep - second.xStep) > 1e-9 * std::abs(second.xStep)) {
+                throw failure("have different x axes");
+            }
+        }
+    }
+    side.ahead.insert(side.ahead.end(), block.values.begin(), block.values.end());
+    const std::size_t common = std::min(of_.ahead.size(), with_.ahead.size());
+    for (std::size_t i = 0; i < common; ++i) {
+        const double expected = with_.ahead[i];
+        const double difference = std::abs(of_.ahead[i] - expected);
+        peak_ = std::max(peak_, std::abs(expected));
+        // A difference that is no number must not pass for none, nor be forgotten.
+        if (!std::isnan(largest_) && !(difference <= largest_)) largest_ = difference;
+        power_ += expected * expected;
+        errorPower_ += difference * difference;
+    }
+    const auto passed = static_cast<std::ptrdiff_t>(common);
+    of_.ahead.erase(of_.ahead.begin(), of_.ahead.begin() + passed);
+    with_.ahead.erase(with_.ahead.begin(), with_.ahead.begin() + passed);
+    count_ += common;
+}
+
+Comparison Comparer::result() const {
+    if (!of_.first || !with_.first) throw failure("brought nothing to compare");
+    Comparison result;
+    result.largest = largest_;
+    result.rms = std::sqrt(errorPower_ / static_cast<double>(count_));
+    const double relative = result.largest / peak_;
+    result.within = !spec_.tolerance || relative <= *spec_.tolerance;
+    result.line = spec_.name + ": " + spec_.of.text() + " against " + spec_.with.text() + " over " +
+                  std::to_string(count_) + " values: largest difference " +
+                  toText(result.largest, 3) + (unit_.empty() ? "" : " " + unit_) + " = " +
+                  toText(relative, 3) + " of the peak, rms " +
+                  toText(std::sqrt(errorPower_ / power_), 3) + " of the signal's rms";
+    if (spec_.tolerance) {
+        result.line += result.within ? " (within " : " (NOT within ";
+        result.line += toText(*spec_.tolerance) + " of the peak)";
+    }
+    return result;
+}
+
+}  // namespace vynhost

@@ -1,0 +1,50 @@
+// How far two signals of a run differ, worked out while they come.
+#pragma once
+
+#include <deque>
+#include <optional>
+#include <string>
+
+#include "vynhost/diagram/diagram.h"
+#include "vynhost/run/runner.h"
+
+namespace vynhost {
+
+struct Comparison {
+    std::string line;  // for the reader
+    bool within = true;
+    double largest = 0;
+    double rms = 0;
+};
+
+// What comes to one side earlier than to the other is held until the other has it, too.
+class Comparer {
+public:
+    // Listens to the runner, which it must not outlive.
+    Comparer(const CompareSpec& spec, Runner& runner);
+    Comparer(const Comparer&) = delete;
+    Comparer& operator=(const Comparer&) = delete;
+
+    // After the run. Raises InputError when there is nothing to compare.
+    Comparison result() const;
+
+private:
+    struct Side {
+        std::optional<ChannelHeader> first;
+        std::deque<float> ahead;
+    };
+    void take(Side& side, const ChannelData& block);
+    InputError failure(const std::string& what) const;
+
+    const CompareSpec& spec_;
+    std::string unit_;
+    Side of_;
+    Side with_;
+    std::uint64_t count_ = 0;
+    double largest_ = 0;
+    double peak_ = 0;
+    double power_ = 0;
+    double errorPower_ = 0;
+};
+
+}  // namespace vynhost

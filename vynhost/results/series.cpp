@@ -1,0 +1,98 @@
+#include "vynhost/results/series.h"
+
+#include <array>
+#include <cmath>
+
+namespace vynhost {
+namespace {
+
+std::string unitOf(const ChannelHeader& header, const std::string& recordings) {
+    switch (header.yUnit) {
+        case kUnitDecibel: return "dB";
+        case kUnitDegrees: return "°";
+        case kUnitPower: return "power";
+        case kUnitPercent: return "%";
+        case kUnitAmplitude: return recordings;
+        default: return overTime(header) ? recordings : "";
+    }
+}
+
+// Nominal centre frequencies in Hz (IEC 61260-1, annex E), from band 0 of the module's tables on.
+constexpr std::array<double, 32> kThirdOctaves = {
+    16,   20,   25,   31.5, 40,   50,   63,    80,    100,   125,  160,
+    200,  250,  315,  400,  500,  630,  800,   1000,  1250,  1600, 2000,
+    2500, 3150, 4000, 5000, 6300, 8000, 10000, 12500, 16000, 20000};
+constexpr std::array<double, 11> kOctaves = {16,   31.5, 63,   125,  250,  500,
+                                             1000, 2000, 4000, 8000, 16000};
+
+bool overBands(const ChannelHeader& header) {
+    return (header.axisFlags & (kThirdOctaveBands | kOctaveBands)) != 0;
+}
+
+}  // namespace
+
+bool overTime(const ChannelHeader& header) {
+    return header.xAxisKind == kSeconds || header.xAxisKind == kMilliseconds;
+}
+
+// x of one value. A band outside the tables keeps its number, negative, so that nobody takes it for
+// a frequency.
+double xOf(const ChannelHeader& header, int sample) {
+    const double x = header.xStart + sample * header.xStep;
+    if (!overBands(header)) return x;
+    const auto centre = [&](const auto& table) {
+        const bool known = x >= 0 && x < static_cast<double>(table.size());
+        return known ? table[static_cast<std::size_t>(x)] : -x;
+    };
+    return (header.axisFlags & kThirdOctaveBands) != 0 ? centre(kThirdOctaves) : centre(kOctaves);
+}
+
+void nameAxis(Series& series, const ChannelHeader& header) {
+    if (overBands(header)) {
+        const bool thirds = (header.axisFlags & kThirdOctaveBands) != 0;
+        series.bandEdge = std::exp2(thirds ? 1.0 / 6 : 1.0 / 2);
+        series.xName = "f";
+        series.xUnit = "Hz";
+        return;
+    }
+    switch (header.xAxisKind) {
+        case kSeconds: series.xName = "t", series.xUnit = "s"; break;
+        case kMilliseconds: series.xName = "t", series.xUnit = "ms"; break;
+        case kHertz: series.xName = "f", series.xUnit = "Hz"; break;
+        case kKilohertz: series.xName = "f", series.xUnit = "kHz"; break;
+        default: series.xName = "x";
+    }
+}
+
+Series emptySeries(const OutletInfo& outlet, const ChannelData& block, int channel) {
+    Series series;
+    series.name = outlet.name;
+    if (block.channels() > 1) series.name += " " + std::to_string(channel + 1);
+    series.unit = unitOf(block.header, outlet.unit);
+    series.isPower = block.header.yUnit == kUnitPower;
+    nameAxis(series, block.header);
+    return series;
+}
+
+Series blockSeries(const OutletInfo& outlet, const ChannelData& block, int channel) {
+    Series series = emptySeries(outlet, block, channel);
+    for (int i = 0; i < block.samples(); ++i) {
+        series.x.push_back(xOf(block.header, i));
+        series.y.push_back(block.at(i, channel));
+    }
+    return series;
+}
+
+Series namedSeries(const OutletInfo& outlet, std::size_t quantity, int channel, int channels) {
+    Series series;
+    series.name = outlet.name + " " + outlet.values[quantity].name;
+    if (channels > 1) series.name += " " + std::to_string(channel + 1);
+    series.unit = outlet.values[quantity].unit;
+    return series;
+}
+
+std::string columnName(const Series& series) {
+    return series.unit.empty() ? series.name : series.name + " [" + series.unit + "]";
+}
+
+}  // namespace vynhost

@@ -1,0 +1,42 @@
+// What a sink shows: curves with their names, units and axes.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "vynhost/interface/channel_data.h"
+#include "vynhost/run/runner.h"
+
+namespace vynhost {
+
+// One curve: x and y of equal length.
+struct Series {
+    std::string name;
+    std::string unit;
+    std::string xName;
+    std::string xUnit;
+    bool isPower = false;  // of a squared quantity: 10 lg, not 20 lg
+    double bandEdge = 0;   // of bands: a band's upper edge over its centre
+    std::vector<double> x;
+    std::vector<double> y;
+};
+
+// The data lie over time, one data block behind the other.
+bool overTime(const ChannelHeader& header);
+
+// x of one value: of a band, its centre frequency.
+double xOf(const ChannelHeader& header, int sample);
+
+void nameAxis(Series& series, const ChannelHeader& header);
+
+// A curve of one channel, without values.
+Series emptySeries(const OutletInfo& outlet, const ChannelData& block, int channel);
+// With the values of one data block.
+Series blockSeries(const OutletInfo& outlet, const ChannelData& block, int channel);
+// A named quantity of one channel, without values.
+Series namedSeries(const OutletInfo& outlet, std::size_t quantity, int channel, int channels);
+
+// "name [unit]"
+std::string columnName(const Series& series);
+
+}  // namespace vynhost

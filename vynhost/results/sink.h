@@ -1,0 +1,57 @@
+// A sink: a table and a picture of what comes out at some places of a diagram, made while it comes.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "vynhost/diagram/diagram.h"
+#include "vynhost/results/result_files.h"
+#include "vynhost/results/series.h"
+#include "vynhost/results/svg_chart.h"
+#include "vynhost/run/runner.h"
+
+namespace vynhost {
+
+// Its memory does not grow with the length of the recording, apart from a few bytes per data block:
+// rows are written as soon as all columns have come that far, pictures keep what they can show, and
+// data blocks that become a column each wait in a temporary file.
+class Sink {
+public:
+    // Opens its files and listens to the runner, which it must not outlive. Raises InputError for
+    // values that nobody names, RunError for files that can't be written.
+    Sink(const SinkSpec& spec, Runner& runner, ResultFiles& files);
+    ~Sink();
+    Sink(const Sink&) = delete;
+    Sink& operator=(const Sink&) = delete;
+
+    // After the run: completes table and picture. Raises RunError when nothing came or the curves
+    // do not share their x.
+    void finish();
+
+    // What the picture shows, after the run: signals over time as one curve per channel, anything
+    // else as one per channel and data block (of many, the lowest and the highest values), or one
+    // per channel when the sink averages.
+    std::vector<Series> series() const;
+
+    class Input;
+
+private:
+    struct Place {
+        const OutletInfo* outlet;
+        std::unique_ptr<Input> input;  // once its first data block is there
+    };
+    void take(Place& place, const ChannelData& block);
+    void checkAxes() const;
+    void writeHead();
+    void writeRow();
+    bool rowsAreComplete() const;
+
+    const SinkSpec& spec_;
+    ChartStyle style_;
+    std::vector<Place> places_;
+    ResultFile* table_ = nullptr;
+    ResultFile* picture_ = nullptr;
+    bool headWritten_ = false;
+};
+
+}  // namespace vynhost

@@ -1,0 +1,45 @@
+#include <sndfile.h>
+
+#include <algorithm>
+
+#include "vynhost/run/recording.h"
+
+namespace vynhost {
+namespace {
+
+class AudioRecording : public Recording {
+public:
+    explicit AudioRecording(const std::filesystem::path& file)
+        : file_(::sf_open(file.c_str(), SFM_READ, &info_), &::sf_close) {
+        if (!file_) throw RecordingError("is no recording that can be read here");
+        channels_ = info_.channels;
+        rate_ = info_.samplerate;
+        frames_ = info_.frames;
+    }
+
+    std::size_t read(std::span<float> interleaved) override {
+        const auto wanted = std::min<sf_count_t>(
+            static_cast<sf_count_t>(interleaved.size()) / channels_, frames_ - position_);
+        const sf_count_t got = ::sf_readf_float(file_.get(), interleaved.data(), wanted);
+        if (got != wanted) {
+            throw RecordingError("is truncated: its head promises " + std::to_string(frames_) +
+                                 " samples per channel, the file holds " +
+                                 std::to_string(position_ + got));
+        }
+        position_ += got;
+        return static_cast<std::size_t>(got);
+    }
+
+private:
+    SF_INFO info_{};
+    std::unique_ptr<SNDFILE, int (*)(SNDFILE*)> file_;
+    sf_count_t position_ = 0;
+};
+
+}  // namespace
+
+std::unique_ptr<Recording> openOtherAudio(const std::filesystem::path& file) {
+    return std::make_unique<AudioRecording>(file);
+}
+
+}  // namespace vynhost

@@ -1,0 +1,83 @@
+// Runs a diagram: places its blocks, wires them, and moves data blocks until the recordings end.
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "vynhost/diagram/diagram.h"
+#include "vynhost/diagram/value_names.h"
+#include "vynhost/interface/module_host.h"
+#include "vynhost/run/recording.h"
+
+namespace vynhost {
+
+// What comes out at one source or output.
+struct OutletInfo {
+    std::string name;                    // as the diagram calls it
+    std::string unit;                    // of the recording that it stems from
+    std::vector<ValueName> values = {};  // of data blocks that hold named quantities
+};
+
+class Runner {
+public:
+    // `inputs` replaces the files of sources, by name. Raises RunError for whatever in the diagram
+    // the module does not know.
+    Runner(ModuleHost& host, const Diagram& diagram,
+           const std::map<std::string, std::filesystem::path>& inputs);
+    ~Runner();
+
+    // Raises RunError; the blocks are stopped in any case.
+    void run();
+
+    // Of a name that a sink or a comparison asks for.
+    const OutletInfo& outlet(const ConnectorName& name) const;
+    // From now on `take` is given every data block that comes out there.
+    using Listener = std::function<void(const ChannelData& block)>;
+    void listen(const ConnectorName& name, Listener take);
+
+    // One line per source: what was read, what was left out or added.
+    const std::vector<std::string>& notes() const noexcept { return notes_; }
+
+private:
+    struct Node;
+    struct Target {
+        Node* node;
+        int input;
+    };
+    struct Outlet {
+        std::vector<Target> targets;
+        OutletInfo info;
+        std::vector<Listener> listeners;
+    };
+    struct Source;
+
+    void openSources(const std::map<std::string, std::filesystem::path>& inputs);
+    void placeBlocks();
+    void wire();
+    void orderBlocks();
+    Outlet& outletOf(const ConnectorName& name);
+    Node* findNode(const std::string& name);
+    Source* findSource(const std::string& name);
+    std::vector<std::string> nodeNames() const;
+
+    bool feed(Source& source);
+    bool step(Node& node);
+    bool handOn(Node& node);
+    static bool targetsFree(const Outlet& outlet);
+    static void deliver(Outlet& outlet, const ChannelData& data);
+    void raiseBlockError(Node& node);
+    void raiseIfDataWaits() const;
+
+    ModuleHost& host_;
+    const Diagram& diagram_;
+    std::vector<std::unique_ptr<Source>> sources_;
+    std::vector<std::unique_ptr<Node>> nodes_;
+    std::vector<Node*> order_;
+    std::vector<std::string> notes_;
+};
+
+}  // namespace vynhost
