@@ -325,7 +325,7 @@ std::optional<Cascade> Cascade::fromRoots(const Roots& roots) {
     return cascade;
 }
 
-void Cascade::run(const double* x, double* y, int n, KernelLevel level) noexcept {
+void Cascade::run(const double* x, double* y, int n, vyn::KernelLevel level) noexcept {
     if (sections_.empty()) {
         if (gain_ == 1.0) {
             std::memmove(y, x, static_cast<std::size_t>(n) * sizeof *x);
@@ -334,8 +334,7 @@ void Cascade::run(const double* x, double* y, int n, KernelLevel level) noexcept
         }
         return;
     }
-    const auto& kernels = kernelsFor(level, baseline::kSectionKernels, avx2::kSectionKernels,
-                                     avx512::kSectionKernels);
+    const auto& kernels = vyn::kernelsAt<SectionKernels>(level);
     constexpr int kStretch = 512;  // stays in the nearest cache from section to section
     for (int start = 0; start < n; start += kStretch) {
         const int count = std::min(kStretch, n - start);

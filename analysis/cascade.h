@@ -5,7 +5,7 @@
 #include <optional>
 #include <vector>
 
-#include "kernel_level.h"
+#include "kernels/level.h"
 #include "section.h"
 
 namespace ovanlys {
@@ -29,7 +29,8 @@ public:
 
     // Filters n samples from x to y, which may be the same; the state goes on from call to call.
     // Bit for bit the same however a signal is cut into calls, and at every level.
-    void run(const double* x, double* y, int n, KernelLevel level = kernelLevel()) noexcept;
+    void run(const double* x, double* y, int n,
+             vyn::KernelLevel level = vyn::kernelLevel()) noexcept;
 
     int sectionCount() const noexcept { return static_cast<int>(sections_.size()); }
 

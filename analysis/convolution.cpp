@@ -126,7 +126,7 @@ void convolve(std::span<const double> c, std::span<const double> x, std::span<do
 }
 
 void convolveDirectly(std::span<const double> c, std::span<const double> x, std::span<double> y,
-                      KernelLevel level) {
+                      vyn::KernelLevel level) {
     if (!allFinite(c) || !allFinite(x)) return convolveOneByOne(c, x, y);
     if (c.size() > x.size()) std::swap(c, x);  // the shorter one runs inside
     const std::size_t outputs = c.size() + x.size() - 1;
@@ -142,8 +142,7 @@ void convolveDirectly(std::span<const double> c, std::span<const double> x, std:
     std::copy(x.begin(), x.end(), samples.get() + before);
     std::fill(samples.get() + before + x.size(), samples.get() + reach, 0.0);
 
-    const auto& kernels = kernelsFor(level, baseline::kConvolutionKernels,
-                                     avx2::kConvolutionKernels, avx512::kConvolutionKernels);
+    const auto& kernels = vyn::kernelsAt<ConvolutionKernels>(level);
     const auto run = [&](std::size_t start, double* target, std::size_t blocks) {
         kernels.outputs(taps.data() + kTapPadding, static_cast<std::ptrdiff_t>(c.size()),
                         samples.get() + before + start, target,

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <span>
 
-#include "kernel_level.h"
+#include "kernels/level.h"
 
 namespace ovanlys {
 
@@ -20,7 +20,7 @@ void convolve(std::span<const double> c, std::span<const double> x, std::span<do
 
 // By sums, vectorised over the outputs, in the order of the shorter of the two.
 void convolveDirectly(std::span<const double> c, std::span<const double> x, std::span<double> y,
-                      KernelLevel level = kernelLevel());
+                      vyn::KernelLevel level = vyn::kernelLevel());
 
 // By transforms, overlap-save. An output that a value that is not finite reaches is NaN.
 void convolveByTransform(std::span<const double> c, std::span<const double> x, std::span<double> y);

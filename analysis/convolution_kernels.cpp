@@ -1,11 +1,13 @@
 #include "convolution_kernels.h"
 
-#include "lanes.h"
+#include "kernels/lanes.h"
 
-namespace ovanlys::VYN_KERNEL_LEVEL {
+namespace ovanlys {
 namespace {
 
-using Group = Lanes<8>;
+using namespace vyn;  // its lanes
+
+using Group = Registers<8>;
 
 // `chained` groups of eight outputs that lie side by side. The eight samples at an offset serve all
 // of them: with the tap j for the first group, with j + 8 for the next, and so on. Walking the
@@ -42,7 +44,7 @@ void makeBlock(const double* c, std::ptrdiff_t taps, const double* x, double* y)
 
 // As many sums at a time as the level has registers for. Short filters gain from short chains,
 // which have fewer zeros to walk through.
-constexpr int kGroupsInRegisters = kRegisterLanes == 2 ? 2 : kRegisterLanes == 4 ? 4 : 8;
+constexpr int kGroupsInRegisters = kLanes == 2 ? 2 : kLanes == 4 ? 4 : 8;
 constexpr std::ptrdiff_t kShort = 96;
 using ForShort = Outputs<2, kGroupsInRegisters / 2>;
 using ForLong = Outputs<kGroupsInRegisters == 2 ? 2 : 4, kGroupsInRegisters == 8 ? 2 : 1>;
@@ -58,8 +60,10 @@ void outputs(const double* c, std::ptrdiff_t taps, const double* x, double* y,
     }
 }
 
+constexpr ConvolutionKernels kTable = {outputs};
+
 }  // namespace
 
-const ConvolutionKernels kConvolutionKernels = {&outputs};
+constinit const ConvolutionKernels ConvolutionKernels::VYN_KERNEL_LEVEL = kTable;
 
-}  // namespace ovanlys::VYN_KERNEL_LEVEL
+}  // namespace ovanlys

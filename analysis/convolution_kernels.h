@@ -15,16 +15,8 @@ struct ConvolutionKernels {
     // Reads x[-(taps-1)] to the last output's x; c has kTapPadding zeros on either side.
     void (*outputs)(const double* c, std::ptrdiff_t taps, const double* x, double* y,
                     std::ptrdiff_t blocks);
-};
 
-namespace baseline {
-extern const ConvolutionKernels kConvolutionKernels;
-}
-namespace avx2 {
-extern const ConvolutionKernels kConvolutionKernels;
-}
-namespace avx512 {
-extern const ConvolutionKernels kConvolutionKernels;
-}
+    static const ConvolutionKernels baseline, avx2, avx512;
+};
 
 }  // namespace ovanlys

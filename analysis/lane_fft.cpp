@@ -84,9 +84,8 @@ LaneFft::Values LaneFft::allocate(std::size_t count) {
     return Values(new (std::align_val_t{64}) double[count]);
 }
 
-LaneFft::LaneFft(std::size_t length, KernelLevel level)
-    : kernels_(kernelsFor(level, baseline::kLaneFftKernels, avx2::kLaneFftKernels,
-                          avx512::kLaneFftKernels)),
+LaneFft::LaneFft(std::size_t length, vyn::KernelLevel level)
+    : kernels_(vyn::kernelsAt<LaneFftKernels>(level)),
       points_(static_cast<std::ptrdiff_t>(length / kFftPoint)) {
     const Circle circle(length);
 

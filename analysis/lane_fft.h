@@ -12,7 +12,7 @@
 #include <memory>
 #include <vector>
 
-#include "kernel_level.h"
+#include "kernels/level.h"
 #include "lane_fft_kernels.h"
 
 namespace ovanlys {
@@ -24,7 +24,7 @@ public:
     static bool serves(std::size_t length) noexcept;
 
     // Errors: std::bad_alloc.
-    explicit LaneFft(std::size_t length, KernelLevel level = kernelLevel());
+    explicit LaneFft(std::size_t length, vyn::KernelLevel level = vyn::kernelLevel());
 
     // n samples in `re` to the lines 0..n/2 in `re` and `im`, not normalised. All of `re` is worked
     // in, of `im` only the lines.

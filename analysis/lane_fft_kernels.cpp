@@ -1,9 +1,11 @@
 #include "lane_fft_kernels.h"
 
-#include "lanes.h"
+#include "kernels/lanes.h"
 
-namespace ovanlys::VYN_KERNEL_LEVEL {
+namespace ovanlys {
 namespace {
+
+using namespace vyn;  // its lanes
 
 // V is a register, or a double for what stands alone: both run the same operations in the same
 // order.
@@ -82,15 +84,11 @@ template <class V>
     x[7] = c + turnedD;
 }
 
-Register load(const double* values) { return *reinterpret_cast<const LooseRegister*>(values); }
-void store(double* values, Register v) { *reinterpret_cast<LooseRegister*>(values) = v; }
-void store(double* value, double v) { *value = v; }
-
 // Calls work(lane) for each register's worth of lanes.
 template <class Work>
 void forLanes(Work work) {
 #pragma GCC unroll 4
-    for (std::ptrdiff_t lane = 0; lane < kFftLanes; lane += kRegisterLanes)
+    for (std::ptrdiff_t lane = 0; lane < kFftLanes; lane += kLanes)
         work(lane);
 }
 
@@ -107,13 +105,14 @@ template <int radix, bool turns>
             Complex<Register> x[radix];
 #pragma GCC unroll 8
             for (int j = 0; j < radix; ++j)
-                x[j] = {load(from + j * inStep), load(from + j * inStep + imaginary)};
+                x[j] = {load<Register>(from + j * inStep),
+                        load<Register>(from + j * inStep + imaginary)};
             transform(x);
 #pragma GCC unroll 8
             for (int j = 0; j < radix; ++j) {
                 if (turns && j > 0) x[j] = times(x[j], twiddles[2 * j - 2], twiddles[2 * j - 1]);
-                store(to + j * outStep, x[j].re);
-                store(to + j * outStep + imaginary, x[j].im);
+                store(x[j].re, to + j * outStep);
+                store(x[j].im, to + j * outStep + imaginary);
             }
         });
     }
@@ -201,43 +200,41 @@ template <int width>
 struct Lines;
 
 template <>
-struct Lines<kRegisterLanes> {
+struct Lines<kLanes> {
     using Value = Register;
 
     [[gnu::always_inline]] static void fromLanes(const double* point, Register (&x)[kFftLanes]) {
 #pragma GCC unroll 4
-        for (std::ptrdiff_t lane = 0; lane < kFftLanes; lane += kRegisterLanes) {
-            Register rows[kRegisterLanes];
+        for (std::ptrdiff_t lane = 0; lane < kFftLanes; lane += kLanes) {
+            Register rows[kLanes];
 #pragma GCC unroll 8
-            for (int i = 0; i < kRegisterLanes; ++i)
-                rows[i] = load(point + kFftPoint * i + lane);
+            for (int i = 0; i < kLanes; ++i)
+                rows[i] = load<Register>(point + kFftPoint * i + lane);
             transpose(rows);
 #pragma GCC unroll 8
-            for (int i = 0; i < kRegisterLanes; ++i)
+            for (int i = 0; i < kLanes; ++i)
                 x[lane + i] = rows[i];
         }
     }
     [[gnu::always_inline]] static void toLanes(const Register (&x)[kFftLanes], double* point) {
 #pragma GCC unroll 4
-        for (std::ptrdiff_t lane = 0; lane < kFftLanes; lane += kRegisterLanes) {
-            Register rows[kRegisterLanes];
+        for (std::ptrdiff_t lane = 0; lane < kFftLanes; lane += kLanes) {
+            Register rows[kLanes];
 #pragma GCC unroll 8
-            for (int i = 0; i < kRegisterLanes; ++i)
+            for (int i = 0; i < kLanes; ++i)
                 rows[i] = x[lane + i];
             transpose(rows);
 #pragma GCC unroll 8
-            for (int i = 0; i < kRegisterLanes; ++i)
-                store(point + kFftPoint * i + lane, rows[i]);
+            for (int i = 0; i < kLanes; ++i)
+                store(rows[i], point + kFftPoint * i + lane);
         }
     }
-    static Register loadUp(const double* line) { return load(line); }
+    static Register loadUp(const double* line) { return load<Register>(line); }
     // Lines that run downwards from `line`.
     static Register loadDown(const double* line) {
-        return reversed(load(line - kRegisterLanes + 1));
+        return reversed(load<Register>(line - kLanes + 1));
     }
-    static void storeDown(double* line, Register v) {
-        store(line - kRegisterLanes + 1, reversed(v));
-    }
+    static void storeDown(double* line, Register v) { store(reversed(v), line - kLanes + 1); }
 };
 
 template <>
@@ -280,8 +277,8 @@ template <int width>
     transform(x);
 #pragma GCC unroll 8
     for (int j = 0; j < 4; ++j) {
-        store(re + k + 2 * points * j, x[j].re);
-        store(im + k + 2 * points * j, x[j].im);
+        store(x[j].re, re + k + 2 * points * j);
+        store(x[j].im, im + k + 2 * points * j);
     }
 #pragma GCC unroll 8
     for (int j = 4; j < 8; ++j) {
@@ -330,15 +327,17 @@ template <int width>
 // imaginary parts. Makes the line and its mirror line, both doubled, out of the two.
 void joinHalves(double* line, double* mirror, double re, double im) {
     forLanes([=](std::ptrdiff_t lane) {
-        const Complex<Register> z = {load(line + lane), load(line + lane + kFftLanes)};
-        const Complex<Register> m = {load(mirror + lane), load(mirror + lane + kFftLanes)};
+        const Complex<Register> z = {load<Register>(line + lane),
+                                     load<Register>(line + lane + kFftLanes)};
+        const Complex<Register> m = {load<Register>(mirror + lane),
+                                     load<Register>(mirror + lane + kFftLanes)};
         const Complex<Register> even = {z.re + m.re, z.im - m.im};
         const Complex<Register> odd = {z.im + m.im, m.re - z.re};
         const auto turned = times(odd, re, im);
-        store(line + lane, even.re + turned.re);
-        store(line + lane + kFftLanes, even.im + turned.im);
-        store(mirror + lane, even.re - turned.re);
-        store(mirror + lane + kFftLanes, turned.im - even.im);
+        store(even.re + turned.re, line + lane);
+        store(even.im + turned.im, line + lane + kFftLanes);
+        store(even.re - turned.re, mirror + lane);
+        store(turned.im - even.im, mirror + lane + kFftLanes);
     });
 }
 
@@ -347,15 +346,17 @@ void splitHalves(double* line, double* mirror, double re, double im, double scal
     const double scaledRe = re * scale;
     const double scaledIm = im * scale;
     forLanes([=](std::ptrdiff_t lane) {
-        const Complex<Register> g = {load(line + lane), load(line + lane + kFftLanes)};
-        const Complex<Register> m = {load(mirror + lane), load(mirror + lane + kFftLanes)};
+        const Complex<Register> g = {load<Register>(line + lane),
+                                     load<Register>(line + lane + kFftLanes)};
+        const Complex<Register> m = {load<Register>(mirror + lane),
+                                     load<Register>(mirror + lane + kFftLanes)};
         const Complex<Register> even = {(g.re + m.re) * scale, (g.im - m.im) * scale};
         const auto odd =
             timesConjugate(Complex<Register>{g.re - m.re, g.im + m.im}, scaledRe, scaledIm);
-        store(line + lane, even.re - odd.im);
-        store(line + lane + kFftLanes, even.im + odd.re);
-        store(mirror + lane, even.re + odd.im);
-        store(mirror + lane + kFftLanes, odd.re - even.im);
+        store(even.re - odd.im, line + lane);
+        store(even.im + odd.re, line + lane + kFftLanes);
+        store(even.re + odd.im, mirror + lane);
+        store(odd.re - even.im, mirror + lane + kFftLanes);
     });
 }
 
@@ -369,11 +370,11 @@ void join(double* lanes, const double* twiddles, std::ptrdiff_t points, double* 
                        twiddles[2 * i], twiddles[2 * i + 1]);
         }
         twiddles += 2 * kFftLanes;
-        for (std::ptrdiff_t i = 0; i < kFftLanes; i += kRegisterLanes)
-            joinLines<kRegisterLanes>(lanes, first + i, twiddles + i, kLaneStep, points, re, im);
+        for (std::ptrdiff_t i = 0; i < kFftLanes; i += kLanes)
+            joinLines<kLanes>(lanes, first + i, twiddles + i, kLaneStep, points, re, im);
         twiddles += kFftLaneTwiddles;
-        for (std::ptrdiff_t i = 0; i < kFftLanes; i += kRegisterLanes)
-            joinLines<kRegisterLanes>(lanes, lowest + i, twiddles + i, kLaneStep, points, re, im);
+        for (std::ptrdiff_t i = 0; i < kFftLanes; i += kLanes)
+            joinLines<kLanes>(lanes, lowest + i, twiddles + i, kLaneStep, points, re, im);
         twiddles += kFftLaneTwiddles;
     }
     double* middle = lanes + kFftPoint * (points / 2);
@@ -387,11 +388,11 @@ void split(const double* re, const double* im, const double* twiddles, std::ptrd
         const std::ptrdiff_t lowest = points - first - kFftLanes + 1;
         const double* halves = twiddles;
         twiddles += 2 * kFftLanes;
-        for (std::ptrdiff_t i = 0; i < kFftLanes; i += kRegisterLanes)
-            splitLines<kRegisterLanes>(re, im, first + i, twiddles + i, kLaneStep, points, lanes);
+        for (std::ptrdiff_t i = 0; i < kFftLanes; i += kLanes)
+            splitLines<kLanes>(re, im, first + i, twiddles + i, kLaneStep, points, lanes);
         twiddles += kFftLaneTwiddles;
-        for (std::ptrdiff_t i = 0; i < kFftLanes; i += kRegisterLanes)
-            splitLines<kRegisterLanes>(re, im, lowest + i, twiddles + i, kLaneStep, points, lanes);
+        for (std::ptrdiff_t i = 0; i < kFftLanes; i += kLanes)
+            splitLines<kLanes>(re, im, lowest + i, twiddles + i, kLaneStep, points, lanes);
         twiddles += kFftLaneTwiddles;
         for (std::ptrdiff_t i = 0; i < kFftLanes; ++i) {
             splitHalves(lanes + kFftPoint * (first + i), lanes + kFftPoint * (points - first - i),
@@ -403,8 +404,10 @@ void split(const double* re, const double* im, const double* twiddles, std::ptrd
     splitHalves(middle, middle, twiddles[0], twiddles[1], scale);
 }
 
+constexpr LaneFftKernels kTable = {stage<4>, stage<8>, join, split};
+
 }  // namespace
 
-const LaneFftKernels kLaneFftKernels = {&stage<4>, &stage<8>, &join, &split};
+constinit const LaneFftKernels LaneFftKernels::VYN_KERNEL_LEVEL = kTable;
 
-}  // namespace ovanlys::VYN_KERNEL_LEVEL
+}  // namespace ovanlys

@@ -33,16 +33,8 @@ struct LaneFftKernels {
     // The way back, times 8 * scale.
     void (*split)(const double* re, const double* im, const double* twiddles, std::ptrdiff_t points,
                   double scale, double* lanes);
-};
 
-namespace baseline {
-extern const LaneFftKernels kLaneFftKernels;
-}
-namespace avx2 {
-extern const LaneFftKernels kLaneFftKernels;
-}
-namespace avx512 {
-extern const LaneFftKernels kLaneFftKernels;
-}
+    static const LaneFftKernels baseline, avx2, avx512;
+};
 
 }  // namespace ovanlys

@@ -39,16 +39,8 @@ struct SectionKernels {
     // Filters n samples from x to y, which may be the same, beginning at place `phase` of a group.
     void (*run)(const Section& section, SectionState& state, int phase, const double* x, double* y,
                 int n);
-};
 
-namespace baseline {
-extern const SectionKernels kSectionKernels;
-}
-namespace avx2 {
-extern const SectionKernels kSectionKernels;
-}
-namespace avx512 {
-extern const SectionKernels kSectionKernels;
-}
+    static const SectionKernels baseline, avx2, avx512;
+};
 
 }  // namespace ovanlys

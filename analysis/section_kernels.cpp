@@ -1,14 +1,16 @@
 #include "section.h"
 
-#include "lanes.h"
+#include "kernels/lanes.h"
 
-namespace ovanlys::VYN_KERNEL_LEVEL {
+namespace ovanlys {
 namespace {
+
+using namespace vyn;  // its lanes
 
 // The outputs of a group side by side. Their sums are written in one order, which the scalar path
 // repeats, so that both give the same bits.
-using Group = Lanes<kGroup>;
-typedef double Pair __attribute__((vector_size(16)));
+using Group = Registers<kGroup>;
+using Pair = Lanes<2>::Doubles;
 
 // One sample: an output from the state and the samples of the group so far.
 inline double step(const Section& section, SectionState& state, int phase, double x) {
@@ -49,14 +51,15 @@ int runSamples(const Section& section, SectionState& state, int phase, const dou
 
 // Whether all samples of `groups` groups are finite. (x - x is +0 for these alone.)
 bool allFinite(const double* x, int groups) {
-    RegisterBits bits = {};
-    for (const double* const end = x + groups * kGroup; x != end; x += kRegisterLanes) {
-        const Register samples = Lanes<kRegisterLanes>::load(x).value;
+    using Bits = decltype(Register{} == Register{});  // integers as wide as the doubles
+    Bits bits{};
+    for (const double* const end = x + groups * kGroup; x != end; x += kLanes) {
+        const auto samples = load<Register>(x);
         // NOLINTNEXTLINE(misc-redundant-expression)
-        bits |= reinterpret_cast<RegisterBits>(samples - samples);
+        bits |= reinterpret_cast<Bits>(samples - samples);
     }
     long long any = 0;
-    for (int lane = 0; lane < kRegisterLanes; ++lane)
+    for (int lane = 0; lane < kLanes; ++lane)
         any |= bits[lane];
     return any == 0;
 }
@@ -128,8 +131,10 @@ void run(const Section& section, SectionState& state, int phase, const double* x
     runSamples(section, state, phase, x + done, y + done, n - done);
 }
 
+constexpr SectionKernels kTable = {run};
+
 }  // namespace
 
-const SectionKernels kSectionKernels = {&run};
+constinit const SectionKernels SectionKernels::VYN_KERNEL_LEVEL = kTable;
 
-}  // namespace ovanlys::VYN_KERNEL_LEVEL
+}  // namespace ovanlys

@@ -2,7 +2,7 @@
 # Headers that need Windows are compiled by the Windows build, all others by the native one; headers for
 # the resource compiler alone (winresrc.h) by neither.
 file(GLOB_RECURSE headers CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}
-  analysis/*.h module/*.h vynhost/*.h tests/*.h bench/*.h)
+  kernels/*.h analysis/*.h module/*.h vynhost/*.h tests/*.h bench/*.h)
 set(header_sources "")
 foreach(header IN LISTS headers)
   file(STRINGS ${header} of_windows REGEX "#include <(windows|commctrl|windowsx)\\.h>" LIMIT_COUNT 1)

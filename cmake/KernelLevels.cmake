@@ -1,7 +1,8 @@
 # Kernels that gain from wide registers are compiled once per instruction-set level from one source
-# (name: *_kernels.cpp) and chosen when the module starts. Each copy lives in the namespace that
-# VYN_KERNEL_LEVEL names. A kernel source calls nothing but what it defines itself: a library
-# function compiled for a wide level could otherwise end up serving a machine that lacks it.
+# (name: *_kernels.cpp) and chosen when the program runs: kernels/level.h. VYN_KERNEL_LEVEL names the
+# table that a copy defines. A kernel source calls nothing but what it defines itself in its unnamed
+# namespace, or includes from kernels/: a library function compiled for a wide level could otherwise
+# end up serving a machine that lacks it.
 set(VYN_KERNEL_LEVELS baseline avx2 avx512)
 set(VYN_KERNEL_FLAGS_baseline "")
 set(VYN_KERNEL_FLAGS_avx2 -mavx2)

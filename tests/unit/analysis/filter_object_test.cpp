@@ -16,6 +16,7 @@
 #include "allocation_count.h"
 #include "cascade.h"
 #include "filter_fixture.h"
+#include "unit/kernels/levels_of_machine.h"
 
 namespace ovanlys {
 namespace {
@@ -490,8 +491,7 @@ TEST(Cascade, GivesTheSameBitsAtEveryInstructionSetLevel) {
     Samples x = noise(5000);
     x[4000] = kInf;
     std::vector<std::vector<std::uint64_t>> results;
-    for (const auto level : {KernelLevel::baseline, KernelLevel::avx2, KernelLevel::avx512}) {
-        if (level > machineLevel()) continue;
+    for (const auto level : vyn::levelsOfThisMachine()) {
         auto cascade = Cascade::fromRoots(roots);
         ASSERT_TRUE(cascade);
         Samples y(x.size());

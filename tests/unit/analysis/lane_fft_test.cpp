@@ -12,6 +12,7 @@
 
 #include "allocation_count.h"
 #include "ovanlys/functions.h"
+#include "unit/kernels/levels_of_machine.h"
 
 namespace ovanlys {
 namespace {
@@ -124,13 +125,12 @@ TEST(LaneFft, IsAsExactAsPocketFft) {
 TEST(LaneFft, GivesTheSameBitsAtEveryInstructionSetLevel) {
     for (const std::size_t n : kLengths) {
         const Samples samples = noise(n, 3);
-        const LaneFft plain(n, KernelLevel::baseline);
+        const LaneFft plain(n, vyn::KernelLevel::baseline);
         Spectrum expected = transformed(plain, samples);
         Spectrum expectedBack = expected;
         plain.inverse(expectedBack.re.data(), expectedBack.im.data());
         expected.re.resize(n / 2 + 1);
-        for (const auto level : {KernelLevel::avx2, KernelLevel::avx512}) {
-            if (level > machineLevel()) continue;
+        for (const auto level : vyn::levelsOfThisMachine()) {
             const LaneFft plan(n, level);
             Spectrum spectrum = transformed(plan, samples);
             Spectrum back = spectrum;

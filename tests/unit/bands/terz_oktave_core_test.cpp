@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "blocks/spectral/bands/band_kernels.h"
-#include "unit/kernel_levels.h"
+#include "unit/kernels/levels_of_machine.h"
 
 namespace vynpack {
 namespace {
@@ -24,7 +24,7 @@ struct Axis {
 
 std::vector<float> bandsOf(const Axis& axis, const std::vector<float>& lines, int channels,
                            LineKind kind, std::span<const Band> table, bool weighted = false,
-                           KernelLevel level = kernelLevel()) {
+                           vyn::KernelLevel level = vyn::kernelLevel()) {
     BandAnalysis analysis(level);
     analysis.start(table);
     const int bands =
@@ -249,8 +249,8 @@ TEST(BandAnalysis, AllKernelLevelsGiveTheSameBits) {
         const auto lines = noise(static_cast<std::size_t>(501 * channels), -50.0F, 120.0F, 5);
         for (const LineKind kind : {LineKind::power, LineKind::amplitude, LineKind::level}) {
             const auto baseline = bandsOf({3.0, 21.7}, lines, channels, kind, thirdOctaveBands(),
-                                          true, KernelLevel::baseline);
-            for (const KernelLevel level : levelsOfThisMachine()) {
+                                          true, vyn::KernelLevel::baseline);
+            for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
                 EXPECT_EQ(
                     bandsOf({3.0, 21.7}, lines, channels, kind, thirdOctaveBands(), true, level),
                     baseline);
@@ -265,8 +265,9 @@ TEST(BandAnalysis, LevelsBecomePowersWithinAUnitOfTheLastPlace) {
     levels.insert(levels.end(), usual.begin(), usual.end());
     levels.insert(levels.end(), {0.0F, 10.0F, 100.0F, -3000.0F, 3000.0F, -0.0F, 1e-40F});
     std::vector<double> powers(levels.size());
-    for (const KernelLevel level : levelsOfThisMachine()) {
-        ASSERT_TRUE(bandKernels(level).powersOf(levels.data(), levels.size(), powers.data()));
+    for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
+        ASSERT_TRUE(vyn::kernelsAt<BandKernels>(level).powersOf(levels.data(), levels.size(),
+                                                                powers.data()));
         for (std::size_t i = 0; i < levels.size(); ++i) {
             // Long double has 11 more bits.
             const long double exact = std::pow(10.0L, static_cast<long double>(levels[i]) / 10.0L);

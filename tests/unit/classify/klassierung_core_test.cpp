@@ -11,6 +11,7 @@
 #include "blocks/classify/core/classify_kernels.h"
 #include "blocks/classify/core/klassierung_core.h"
 #include "literal_counting.h"
+#include "unit/kernels/levels_of_machine.h"
 
 namespace vynpack {
 namespace {
@@ -120,12 +121,10 @@ TEST(ClassifyKernels, GiveTheSameClassesAtEveryLevel) {
         const double k = std::floor((v + 10.0) / 20.0 * 20);
         expected[i] = v > -10 && v <= 10 && k >= 0 && k < 20 ? static_cast<int>(k) : 20;
     }
-    for (const KernelLevel level :
-         {KernelLevel::baseline, KernelLevel::avx2, KernelLevel::avx512}) {
-        if (level > kernelLevel()) continue;
+    for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
         std::vector<std::int32_t> indices(x.size());
-        classifyKernels(level).classIndices(x.data(), x.size(), scale.begin, scale.end, scale.range,
-                                            scale.number, indices.data());
+        vyn::kernelsAt<ClassifyKernels>(level).classIndices(
+            x.data(), x.size(), scale.begin, scale.end, scale.range, scale.number, indices.data());
         EXPECT_EQ(indices, expected);
     }
 }
@@ -141,8 +140,8 @@ TEST(ClassifyKernels, FindTheSameExtremesAtEveryLevel) {
     x[100] = kNaN;
     x[200] = kInf;
     for (const int lanes : {1, 2, 4, 8}) {
-        const auto found = [&](KernelLevel level) {
-            const ClassifyKernels& kernels = classifyKernels(level);
+        const auto found = [&](vyn::KernelLevel level) {
+            const ClassifyKernels& kernels = vyn::kernelsAt<ClassifyKernels>(level);
             const std::size_t size = kFrames * static_cast<std::size_t>(lanes);
             std::vector<double> extremes(size);
             std::vector<double> shifts(size);
@@ -168,12 +167,10 @@ TEST(ClassifyKernels, FindTheSameExtremesAtEveryLevel) {
             keep(shifts.data());
             return all;
         };
-        const auto expected = found(KernelLevel::baseline);
+        const auto expected = found(vyn::KernelLevel::baseline);
         EXPECT_GT(std::ranges::count_if(expected, [](int k) { return k != 20; }), 100);
-        for (const KernelLevel level : {KernelLevel::avx2, KernelLevel::avx512}) {
-            if (level <= kernelLevel()) {
-                EXPECT_EQ(found(level), expected) << lanes;
-            }
+        for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
+            EXPECT_EQ(found(level), expected) << lanes;
         }
     }
 }
@@ -206,12 +203,13 @@ TEST(ClassifyKernels, CountTheSameCrossingsAndDwellTimesAtEveryLevel) {
             group.armed[group.count] = -1;
             ++group.count;
         }
-        const auto counted = [&](KernelLevel level) {
+        const auto counted = [&](vyn::KernelLevel level) {
             std::vector<CrossingClasses> groups = fresh;
-            classifyKernels(level).countCrossings(x.data(), kStride, kPairs, 0.5F, groups.data(),
-                                                  groups.size());
+            vyn::kernelsAt<ClassifyKernels>(level).countCrossings(x.data(), kStride, kPairs, 0.5F,
+                                                                  groups.data(), groups.size());
             std::vector<double> results(static_cast<std::size_t>(classes + ClassLimits::kPadding));
-            classifyKernels(level).addDwell(x.data(), kStride, kPairs, 0.5, &rules, results.data());
+            vyn::kernelsAt<ClassifyKernels>(level).addDwell(x.data(), kStride, kPairs, 0.5, &rules,
+                                                            results.data());
             results.resize(static_cast<std::size_t>(classes));  // without the padding
             for (const CrossingClasses& group : groups) {
                 results.insert(results.end(), group.crossings, group.crossings + group.count);
@@ -219,12 +217,10 @@ TEST(ClassifyKernels, CountTheSameCrossingsAndDwellTimesAtEveryLevel) {
             }
             return results;
         };
-        const auto expected = counted(KernelLevel::baseline);
+        const auto expected = counted(vyn::KernelLevel::baseline);
         EXPECT_GT(expected[0], 0.1);
-        for (const KernelLevel level : {KernelLevel::avx2, KernelLevel::avx512}) {
-            if (level <= kernelLevel()) {
-                EXPECT_EQ(counted(level), expected) << classes;
-            }
+        for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
+            EXPECT_EQ(counted(level), expected) << classes;
         }
     }
 }

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "literal_level.h"
+#include "unit/kernels/levels_of_machine.h"
 
 namespace vynpack {
 namespace {
@@ -161,8 +162,8 @@ TEST(LevelKernels, GiveTheSameBitsAtEveryLevel) {
         for (float& v : x)
             v = noise(random);
         std::fill_n(x.begin(), stride, 0.0F);
-        const auto run = [&](KernelLevel level, bool rms) {
-            const LevelKernels& kernels = levelKernels(level);
+        const auto run = [&](vyn::KernelLevel level, bool rms) {
+            const LevelKernels& kernels = vyn::kernelsAt<LevelKernels>(level);
             std::vector<double> all(width * frames + width);
             double* means = all.data() + width * frames;
             if (rms) {
@@ -185,10 +186,9 @@ TEST(LevelKernels, GiveTheSameBitsAtEveryLevel) {
             return all;
         };
         for (const bool rms : {true, false}) {
-            const auto expected = run(KernelLevel::baseline, rms);
+            const auto expected = run(vyn::KernelLevel::baseline, rms);
             EXPECT_EQ(expected.front(), 1.0) << "silence counts as 0 dB";
-            for (const KernelLevel level : {KernelLevel::avx2, KernelLevel::avx512}) {
-                if (level > kernelLevel()) continue;
+            for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
                 EXPECT_EQ(run(level, rms), expected) << lanes;
             }
         }

@@ -16,6 +16,7 @@
 #include "blocks/spectral/core/dual_spectrum_average.h"
 #include "blocks/spectral/core/dual_spectrum_kernels.h"
 #include "naive_transform.h"
+#include "unit/kernels/levels_of_machine.h"
 
 namespace vynpack {
 namespace {
@@ -871,7 +872,8 @@ TEST(DualSpectrumKernels, EveryLevelGivesTheSameBits) {
         for (std::size_t k = 0; k < n; ++k)
             in[j].push_back(k % 97 == 0 ? 0.0 : std::sin(1.7 * static_cast<double>(k * (j + 1))));
     }
-    const DualSpectrumKernels& base = dualSpectrumKernels(KernelLevel::baseline);
+    const DualSpectrumKernels& base =
+        vyn::kernelsAt<DualSpectrumKernels>(vyn::KernelLevel::baseline);
     using Out = std::array<std::vector<double>, 4>;
     const auto run = [&](const DualSpectrumKernels& kernels, const LineScale& scale) {
         std::vector<Out> all;
@@ -900,10 +902,8 @@ TEST(DualSpectrumKernels, EveryLevelGivesTheSameBits) {
     for (const LineScale& scale : {LineScale{512.0, true, 1.0}, LineScale{512.0, true, 1.7},
                                    LineScale{301.0, false, 1.0}, LineScale{301.0, false, 1.7}}) {
         const auto expected = run(base, scale);
-        for (const KernelLevel level : {KernelLevel::avx2, KernelLevel::avx512}) {
-            if (level <= kernelLevel()) {
-                EXPECT_EQ(run(dualSpectrumKernels(level), scale), expected);
-            }
+        for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
+            EXPECT_EQ(run(vyn::kernelsAt<DualSpectrumKernels>(level), scale), expected);
         }
     }
     // An exact reciprocal serves as well as the division.

@@ -10,6 +10,7 @@
 
 #include "blocks/spectral/core/spectrum_kernels.h"
 #include "naive_transform.h"
+#include "unit/kernels/levels_of_machine.h"
 
 namespace vynpack {
 namespace {
@@ -121,10 +122,9 @@ TEST(SpectrumConversion, EveryKernelLevelGivesTheSameBits) {
     for (std::size_t k = 0; k < samples.size(); ++k)
         samples[k] = std::sin(0.37F * static_cast<float>(k));
 
-    const SpectrumKernels& base = spectrumKernels(KernelLevel::baseline);
-    for (const KernelLevel level : {KernelLevel::avx2, KernelLevel::avx512}) {
-        if (level > kernelLevel()) continue;
-        const SpectrumKernels& wide = spectrumKernels(level);
+    const SpectrumKernels& base = vyn::kernelsAt<SpectrumKernels>(vyn::KernelLevel::baseline);
+    for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
+        const SpectrumKernels& wide = vyn::kernelsAt<SpectrumKernels>(level);
         const auto sameLines = [&](auto member) {
             std::vector<double> a(n);
             std::vector<double> b(n);

@@ -10,7 +10,7 @@
 #include <random>
 #include <vector>
 
-#include "unit/kernel_levels.h"
+#include "unit/kernels/levels_of_machine.h"
 
 namespace vynpack {
 namespace {
@@ -47,7 +47,7 @@ Samples channelOf(const Samples& values, std::size_t channel, std::size_t channe
 
 class Groups {
 public:
-    explicit Groups(int channels = 1, KernelLevel level = kernelLevel())
+    explicit Groups(int channels = 1, vyn::KernelLevel level = vyn::kernelLevel())
         : average_(level), channels_(channels) {
         average_.start(channels);
     }
@@ -178,7 +178,7 @@ TEST(GroupAverage, MeansEqualALoopInSampleOrder) {
     for (const int channels : {1, 2, 3, 5, 8, 11, 32}) {
         const auto c = static_cast<std::size_t>(channels);
         const Samples in = noise(103 * c, 33);
-        for (const KernelLevel level : levelsOfThisMachine()) {
+        for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
             const Samples out = Groups(channels, level)(in, 10);
             for (std::size_t i = 0; i < 10 * c; ++i) {
                 double sum = 0.0;
@@ -209,7 +209,7 @@ TEST(GroupAverage, EveryChannelIsAveragedAsIfAlone) {
 
 class Windows {
 public:
-    explicit Windows(int channels = 1, KernelLevel level = kernelLevel())
+    explicit Windows(int channels = 1, vyn::KernelLevel level = vyn::kernelLevel())
         : average_(level), channels_(channels) {}
     Samples operator()(const Samples& in, std::size_t width) {
         Samples out(in.size(), -77.0F);
@@ -313,7 +313,7 @@ TEST(MovingAverage, MeansEqualALoopInSampleOrder) {
         const auto c = static_cast<std::size_t>(channels);
         const Samples in = noise(211 * c, 38);
         for (const std::size_t width : {1U, 2U, 7U, 100U, 211U, 1000U}) {
-            for (const KernelLevel level : levelsOfThisMachine()) {
+            for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
                 const Samples out = Windows(channels, level)(in, width);
                 for (std::size_t i = 0; i < in.size(); ++i) {
                     const std::size_t k = i / c;
@@ -426,7 +426,7 @@ TEST(BlockAverage, ABlockOfAnotherSizeStartsAnew) {
 
 TEST(BlockAverage, AllKernelLevelsGiveTheSameBits) {
     std::vector<Samples> results;
-    for (const KernelLevel level : levelsOfThisMachine()) {
+    for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
         BlockAverage average(level);
         mixed(average, noise(1001, 43), 0.9);
         average.process(noise(1001, 44), 0.9, {});

@@ -13,7 +13,7 @@
 #include "blocks/stats/TOStatFunktion.h"
 #include "blocks/stats/core/statistic_kernels.h"
 #include "host/channel_block.h"
-#include "unit/kernel_levels.h"
+#include "unit/kernels/levels_of_machine.h"
 
 namespace vynpack {
 namespace {
@@ -422,8 +422,8 @@ TEST(Statistics, AllKernelLevelsGiveTheSameBits) {
         auto values = noise(static_cast<std::size_t>(311 * channels), 1e-3F, 1e3F, 25);
         values[17] = std::nanf("");
         const SampleRows rows{values, channels};
-        SamplePasses baseline(KernelLevel::baseline);
-        for (const KernelLevel level : levelsOfThisMachine()) {
+        SamplePasses baseline(vyn::KernelLevel::baseline);
+        for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
             SamplePasses passes(level);
             for (int c = 0; c < channels; ++c) {
                 const auto same = [](double a, double b) {
@@ -464,10 +464,11 @@ TEST(Powers, AreWithinAUnitOfTheLastPlace) {
     x.insert(x.end(),
              {1.0F, 0x1p-149F, std::numeric_limits<float>::max(), 0x1.6a09e6p-1F, 0x1.6a09e8p-1F});
     std::vector<double> powers(x.size());
-    for (const KernelLevel level : levelsOfThisMachine()) {
+    for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
         for (const double exponent :
              {1.0, 1.0 / 2, 1.0 / 3, 1.0 / 10, 1.0 / 4096, 1.0 / 2147483647}) {
-            statisticKernels(level).powers(x.data(), x.size(), exponent, powers.data());
+            vyn::kernelsAt<StatisticKernels>(level).powers(x.data(), x.size(), exponent,
+                                                           powers.data());
             for (std::size_t i = 0; i < x.size(); ++i) {
                 // Long double has 11 more bits.
                 const long double exact =
@@ -485,11 +486,13 @@ TEST(Powers, ExactPowersAreExact) {
     for (int i = 1; i <= 4096; ++i)
         squares.push_back(static_cast<float>(i * i));
     std::vector<double> roots(squares.size());
-    for (const KernelLevel level : levelsOfThisMachine()) {
-        statisticKernels(level).powers(squares.data(), squares.size(), 0.5, roots.data());
+    for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
+        vyn::kernelsAt<StatisticKernels>(level).powers(squares.data(), squares.size(), 0.5,
+                                                       roots.data());
         for (std::size_t i = 0; i < roots.size(); ++i)
             ASSERT_EQ(roots[i], static_cast<double>(i + 1));
-        statisticKernels(level).powers(squares.data(), squares.size(), 1.0, roots.data());
+        vyn::kernelsAt<StatisticKernels>(level).powers(squares.data(), squares.size(), 1.0,
+                                                       roots.data());
         for (std::size_t i = 0; i < roots.size(); ++i)
             ASSERT_EQ(roots[i], static_cast<double>(squares[i]));
     }
@@ -498,8 +501,8 @@ TEST(Powers, ExactPowersAreExact) {
 TEST(Powers, InfinityAndNaNPass) {
     const std::array<float, 3> x = {kInfinityF, std::nanf(""), 1.0F};
     std::array<double, 3> powers{};
-    for (const KernelLevel level : levelsOfThisMachine()) {
-        statisticKernels(level).powers(x.data(), x.size(), 1.0 / 3, powers.data());
+    for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
+        vyn::kernelsAt<StatisticKernels>(level).powers(x.data(), x.size(), 1.0 / 3, powers.data());
         EXPECT_EQ(powers[0], kInfinity);
         EXPECT_TRUE(std::isnan(powers[1]));
         EXPECT_EQ(powers[2], 1.0);

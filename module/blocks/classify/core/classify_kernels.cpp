@@ -1,9 +1,11 @@
 #include "blocks/classify/core/classify_kernels.h"
 
-#include "blocks/kernel_lanes.h"
+#include "kernels/lanes.h"
 
-namespace vynpack::VYN_KERNEL_LEVEL {
+namespace vynpack {
 namespace {
+
+using namespace vyn;  // its lanes
 
 // Conditions are joined bitwise, so that no branch stands between the lanes.
 
@@ -325,9 +327,11 @@ void addDwell(const float* x, std::size_t stride, std::size_t pairs, double last
     }
 }
 
+constexpr ClassifyKernels kTable = {classIndices, extremeIndices, findExcursions, findTurns,
+                                    findPeaks,    countCrossings, addDwell};
+
 }  // namespace
 
-const ClassifyKernels classifyKernels = {classIndices, extremeIndices, findExcursions, findTurns,
-                                         findPeaks,    countCrossings, addDwell};
+constinit const ClassifyKernels ClassifyKernels::VYN_KERNEL_LEVEL = kTable;
 
-}  // namespace vynpack::VYN_KERNEL_LEVEL
+}  // namespace vynpack

@@ -5,8 +5,6 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "blocks/kernel_level.h"
-
 namespace vynpack {
 
 inline constexpr int kClassifyLanes = 8;
@@ -94,24 +92,8 @@ struct ClassifyKernels {
     // padding as the limits.
     void (*addDwell)(const float* x, std::size_t stride, std::size_t pairs, double last,
                      const DwellRules* rules, double* sums);
+
+    static const ClassifyKernels baseline, avx2, avx512;
 };
-
-// One copy per level.
-namespace baseline {
-extern const ClassifyKernels classifyKernels;
-}
-namespace avx2 {
-extern const ClassifyKernels classifyKernels;
-}
-namespace avx512 {
-extern const ClassifyKernels classifyKernels;
-}
-
-// The copy for a level, and for the machine's own.
-inline const ClassifyKernels& classifyKernels(KernelLevel level) noexcept {
-    return kernelsFor(level, baseline::classifyKernels, avx2::classifyKernels,
-                      avx512::classifyKernels);
-}
-inline const ClassifyKernels& classifyKernels() noexcept { return classifyKernels(kernelLevel()); }
 
 }  // namespace vynpack

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "blocks/classify/core/classify_kernels.h"
+#include "kernels/level.h"
 
 namespace vynpack {
 
@@ -30,8 +31,9 @@ void DwellTime::update(std::span<const float> samples, double step, std::span<fl
         const float* x = samples.data() + c;
         std::fill(sums_.begin(), sums_.end(), 0.0);
         if (limits_.rising()) {
-            classifyKernels().addDwell(x + skipped * width, width, pairs,
-                                       skipped != 0 ? x[0] : last_[c], &dwellRules, sums_.data());
+            vyn::kernelsAt<ClassifyKernels>().addDwell(x + skipped * width, width, pairs,
+                                                       skipped != 0 ? x[0] : last_[c], &dwellRules,
+                                                       sums_.data());
         }
         last_[c] = x[(all - 1) * width];
         double* dwell = &dwell_[c * n];

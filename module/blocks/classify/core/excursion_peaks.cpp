@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "kernels/level.h"
+
 namespace vynpack {
 
 ExcursionPeaks::ExcursionPeaks(const CountingRules& rules, int channels)
@@ -17,9 +19,9 @@ void ExcursionPeaks::open(int channel, float sample) {
 
 bool ExcursionPeaks::search(std::size_t group, const Piece& piece, double* extremes,
                             double* /*shifts*/) {
-    classifyKernels().findExcursions(piece.x, piece.stride, piece.frames, piece.lanes,
-                                     rules().referenceLine, rules().hysteresis, &state_[group],
-                                     extremes);
+    vyn::kernelsAt<ClassifyKernels>().findExcursions(piece.x, piece.stride, piece.frames,
+                                                     piece.lanes, rules().referenceLine,
+                                                     rules().hysteresis, &state_[group], extremes);
     return false;
 }
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "kernels/level.h"
+
 namespace vynpack {
 namespace {
 
@@ -60,9 +62,9 @@ void ExtremeCounting::take(std::size_t group, const float* x, std::size_t frames
         piece.stride = kLanes;
     }
     const bool shifted = search(group, piece, extremes_.data(), shifts_.data());
-    classifyKernels().extremeIndices(extremes_.data(), shifted ? shifts_.data() : nullptr,
-                                     frames * lanes, scale().begin, scale().range, classes(),
-                                     indices_.data());
+    vyn::kernelsAt<ClassifyKernels>().extremeIndices(
+        extremes_.data(), shifted ? shifts_.data() : nullptr, frames * lanes, scale().begin,
+        scale().range, classes(), indices_.data());
     const std::size_t perChannel = counts_.places() * static_cast<std::size_t>(columns_);
     const std::int32_t* index = indices_.data();
     for (std::size_t frame = 0; frame < frames; ++frame, index += lanes) {

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <limits>
 
+#include "kernels/level.h"
+
 namespace vynpack {
 namespace {
 
@@ -78,9 +80,9 @@ void LevelCrossings::update(std::span<const float> samples, double /*step*/,
         std::ranges::fill(group.crossings, 0U);
     for (std::size_t c = 0; c < width && all > 0; ++c) {
         const float* x = samples.data() + c;
-        classifyKernels().countCrossings(x + skipped * width, width, all - skipped,
-                                         skipped != 0 ? x[0] : last_[c],
-                                         &classes_[c * fresh_.size()], fresh_.size());
+        vyn::kernelsAt<ClassifyKernels>().countCrossings(
+            x + skipped * width, width, all - skipped, skipped != 0 ? x[0] : last_[c],
+            &classes_[c * fresh_.size()], fresh_.size());
         last_[c] = x[(all - 1) * width];
     }
     const auto crossings = [&](std::size_t c, std::size_t k) {

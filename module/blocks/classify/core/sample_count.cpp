@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "blocks/classify/core/classify_kernels.h"
+#include "kernels/level.h"
 
 namespace vynpack {
 namespace {
@@ -29,7 +30,7 @@ void SampleCount::update(std::span<const float> samples, double /*step*/, std::s
 }
 
 void SampleCount::countSamples(std::span<const float> samples) {
-    const ClassifyKernels& kernels = classifyKernels();
+    const ClassifyKernels& kernels = vyn::kernelsAt<ClassifyKernels>();
     const std::size_t width = totals_.size();
     const std::size_t all = samplesPerChannel(samples);
     const std::size_t framesInWork = indices_.size() / width;

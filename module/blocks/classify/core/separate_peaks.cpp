@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "kernels/level.h"
+
 namespace vynpack {
 namespace {
 
@@ -25,9 +27,9 @@ void SeparatePeaks::open(int channel, float sample) {
 
 bool SeparatePeaks::search(std::size_t group, const Piece& piece, double* extremes,
                            double* shifts) {
-    classifyKernels().findPeaks(piece.x, piece.stride, piece.frames, piece.lanes,
-                                rules().hysteresis, static_cast<double>(counts().places()),
-                                &state_[group], extremes, shifts);
+    vyn::kernelsAt<ClassifyKernels>().findPeaks(
+        piece.x, piece.stride, piece.frames, piece.lanes, rules().hysteresis,
+        static_cast<double>(counts().places()), &state_[group], extremes, shifts);
     return true;
 }
 

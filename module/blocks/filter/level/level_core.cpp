@@ -5,6 +5,8 @@
 #include <limits>
 #include <new>
 
+#include "kernels/level.h"
+
 namespace vynpack {
 namespace {
 
@@ -56,7 +58,7 @@ LevelMeter::LevelMeter(const LevelSettings& settings)
 // The squared ratios of some frames, group by group.
 void LevelMeter::weight(const float* x, std::size_t frames, LevelMode mode, double* ratios,
                         std::size_t groupStride) {
-    const LevelKernels& kernels = levelKernels();
+    const LevelKernels& kernels = vyn::kernelsAt<LevelKernels>();
     for (std::size_t g = 0; g < groups_.size(); ++g) {
         const LevelGroup& group = groups_[g];
         const float* samples = x + group.firstChannel;

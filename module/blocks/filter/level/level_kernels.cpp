@@ -1,9 +1,11 @@
 #include "blocks/filter/level/level_kernels.h"
 
-#include "blocks/kernel_lanes.h"
+#include "kernels/lanes.h"
 
-namespace vynpack::VYN_KERNEL_LEVEL {
+namespace vynpack {
 namespace {
+
+using namespace vyn;  // its lanes
 
 constexpr double kReference = 4e-10;  // the square of 20 µPa
 
@@ -95,8 +97,10 @@ void gather(const double* ratios, std::size_t frames, int lanes, const LevelWind
     });
 }
 
+constexpr LevelKernels kTable = {smooth, square, gather};
+
 }  // namespace
 
-const LevelKernels levelKernels = {smooth, square, gather};
+constinit const LevelKernels LevelKernels::VYN_KERNEL_LEVEL = kTable;
 
-}  // namespace vynpack::VYN_KERNEL_LEVEL
+}  // namespace vynpack

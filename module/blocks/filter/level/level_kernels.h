@@ -5,8 +5,6 @@
 
 #include <cstddef>
 
-#include "blocks/kernel_level.h"
-
 namespace vynpack {
 
 inline constexpr int kLevelLanes = 8;
@@ -41,23 +39,8 @@ struct LevelKernels {
     // in the window.
     void (*gather)(const double* ratios, std::size_t frames, int lanes, const LevelWindow* window,
                    LevelLanes* state, double* hits);
+
+    static const LevelKernels baseline, avx2, avx512;
 };
-
-// One copy per level.
-namespace baseline {
-extern const LevelKernels levelKernels;
-}
-namespace avx2 {
-extern const LevelKernels levelKernels;
-}
-namespace avx512 {
-extern const LevelKernels levelKernels;
-}
-
-// The copy for a level, and for the machine's own.
-inline const LevelKernels& levelKernels(KernelLevel level) noexcept {
-    return kernelsFor(level, baseline::levelKernels, avx2::levelKernels, avx512::levelKernels);
-}
-inline const LevelKernels& levelKernels() noexcept { return levelKernels(kernelLevel()); }
 
 }  // namespace vynpack

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <new>
 
+#include "kernels/level.h"
+
 namespace vynpack {
 namespace {
 
@@ -172,7 +174,7 @@ void LevelStatistics::takeOne(const LevelFrames& frame, std::int32_t control, Le
 }
 
 void LevelStatistics::gather(const LevelFrames& frames, LevelMode mode) {
-    const LevelKernels& kernels = levelKernels();
+    const LevelKernels& kernels = vyn::kernelsAt<LevelKernels>();
     for (std::size_t g = 0; g < groups_.size(); ++g) {
         const double* ratios = frames.ofGroup(g, groups_[g].lanes);
         LevelLanes& lanes = now_.lanes[g];

@@ -1,10 +1,12 @@
 #include "blocks/spectral/bands/band_kernels.h"
 
-#include "blocks/kernel_exponential.h"
-#include "blocks/kernel_lanes.h"
+#include "kernels/exponential.h"
+#include "kernels/lanes.h"
 
-namespace vynpack::VYN_KERNEL_LEVEL {
+namespace vynpack {
 namespace {
+
+using namespace vyn;  // its lanes
 
 void addLines(const float* lines, std::size_t rows, std::size_t channels, double* sums) {
     forEachLaneGroup(channels, [=]<int lanes>(Lanes<lanes>, std::size_t first) {
@@ -56,8 +58,10 @@ bool powersOf(const float* levels, std::size_t count, double* out) {
     return outside == 0;
 }
 
+constexpr BandKernels kTable = {addLines, addSquares, addTerms, powersOf};
+
 }  // namespace
 
-const BandKernels bandKernels = {addLines, addSquares, addTerms, powersOf};
+constinit const BandKernels BandKernels::VYN_KERNEL_LEVEL = kTable;
 
-}  // namespace vynpack::VYN_KERNEL_LEVEL
+}  // namespace vynpack

@@ -5,8 +5,6 @@
 
 #include <cstddef>
 
-#include "blocks/kernel_level.h"
-
 namespace vynpack {
 
 struct BandKernels {
@@ -19,20 +17,8 @@ struct BandKernels {
     // out[i] = 10^(levels[i] / 10). False, with numbers without meaning in `out`, when a level is
     // beyond ±3000 dB or NaN.
     bool (*powersOf)(const float* levels, std::size_t count, double* out);
+
+    static const BandKernels baseline, avx2, avx512;
 };
-
-namespace baseline {
-extern const BandKernels bandKernels;
-}
-namespace avx2 {
-extern const BandKernels bandKernels;
-}
-namespace avx512 {
-extern const BandKernels bandKernels;
-}
-
-inline const BandKernels& bandKernels(KernelLevel level) noexcept {
-    return kernelsFor(level, baseline::bandKernels, avx2::bandKernels, avx512::bandKernels);
-}
 
 }  // namespace vynpack

@@ -66,7 +66,7 @@ int BandAnalysis::assignLines(double first, double step, int lines) {
 
 void BandAnalysis::addLevels(const float* lines, std::size_t rows, std::size_t channels,
                              double* sums) {
-    const BandKernels& kernels = bandKernels(level_);
+    const BandKernels& kernels = vyn::kernelsAt<BandKernels>(level_);
     const std::size_t step = std::max<std::size_t>(1, kPowerBuffer / channels);
     powers_.resize(std::max(powers_.size(), std::min(step, rows) * channels));
     for (std::size_t done = 0; done < rows; done += step) {
@@ -81,7 +81,7 @@ void BandAnalysis::addLevels(const float* lines, std::size_t rows, std::size_t c
 
 void BandAnalysis::analyse(std::span<const float> lines, int channelCount, LineKind kind,
                            bool weighted, std::span<float> bands) {
-    const BandKernels& kernels = bandKernels(level_);
+    const BandKernels& kernels = vyn::kernelsAt<BandKernels>(level_);
     const auto channels = static_cast<std::size_t>(channelCount);
     sums_.assign(bands.size(), 0.0);
     for (const Run& run : runs_) {

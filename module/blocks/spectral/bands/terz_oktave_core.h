@@ -5,7 +5,7 @@
 #include <span>
 #include <vector>
 
-#include "blocks/kernel_level.h"
+#include "kernels/level.h"
 #include "numerics/band_tables.h"
 
 namespace vynpack {
@@ -19,7 +19,7 @@ enum class LineKind {
 
 class BandAnalysis {
 public:
-    explicit BandAnalysis(KernelLevel level = kernelLevel()) : level_(level) {}
+    explicit BandAnalysis(vyn::KernelLevel level = vyn::kernelLevel()) : level_(level) {}
 
     // Takes the table for a run; it must outlive the run.
     void start(std::span<const Band> table);
@@ -53,7 +53,7 @@ private:
 
     void addLevels(const float* lines, std::size_t rows, std::size_t channels, double* sums);
 
-    KernelLevel level_;
+    vyn::KernelLevel level_;
     std::span<const Band> table_;
     std::vector<double> weights_;  // 10^(A/10) per band
     Axis axis_;

@@ -4,6 +4,7 @@
 
 #include "blocks/spectral/core/dual_spectrum_kernels.h"
 #include "blocks/spectral/core/spectrum_conversion.h"
+#include "kernels/level.h"
 
 namespace vynpack {
 
@@ -19,8 +20,8 @@ const double* LineAverages::take(const AverageRule& rule, std::size_t first,
     if (rule.progress.blocks() < 2) {
         std::copy(present.begin(), present.end(), past.begin());
     } else if (rule.mode == kWeightedMode) {
-        dualSpectrumKernels().takeWeighted(past.data(), present.data(), rule.progress.weight(),
-                                           past.size());
+        vyn::kernelsAt<DualSpectrumKernels>().takeWeighted(past.data(), present.data(),
+                                                           rule.progress.weight(), past.size());
     } else {
         averageSpectra(past, present, rule.progress.blocks(), rule.mode, past);
     }

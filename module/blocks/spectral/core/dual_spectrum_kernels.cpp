@@ -1,6 +1,6 @@
 #include "blocks/spectral/core/dual_spectrum_kernels.h"
 
-namespace vynpack::VYN_KERNEL_LEVEL {
+namespace vynpack {
 namespace {
 
 // Calls work(scaled), where scaled(value) = value / divisor * factor. Multiplying by the exact
@@ -83,9 +83,11 @@ void takeWeighted(double* __restrict past, const double* __restrict present, dou
         past[k] = (past[k] * weight + present[k]) / (weight + 1.0);
 }
 
+constexpr DualSpectrumKernels kTable = {scaleLines, multiply, divideConjugate, coherence,
+                                        takeWeighted};
+
 }  // namespace
 
-const DualSpectrumKernels dualSpectrumKernels = {scaleLines, multiply, divideConjugate, coherence,
-                                                 takeWeighted};
+constinit const DualSpectrumKernels DualSpectrumKernels::VYN_KERNEL_LEVEL = kTable;
 
-}  // namespace vynpack::VYN_KERNEL_LEVEL
+}  // namespace vynpack

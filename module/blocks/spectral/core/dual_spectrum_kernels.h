@@ -3,8 +3,6 @@
 
 #include <cstddef>
 
-#include "blocks/kernel_level.h"
-
 namespace vynpack {
 
 // Lines of a complex spectrum.
@@ -42,26 +40,8 @@ struct DualSpectrumKernels {
 
     // past = (past * weight + present) / (weight + 1)
     void (*takeWeighted)(double* past, const double* present, double weight, std::size_t n);
+
+    static const DualSpectrumKernels baseline, avx2, avx512;
 };
-
-// One copy per level.
-namespace baseline {
-extern const DualSpectrumKernels dualSpectrumKernels;
-}
-namespace avx2 {
-extern const DualSpectrumKernels dualSpectrumKernels;
-}
-namespace avx512 {
-extern const DualSpectrumKernels dualSpectrumKernels;
-}
-
-// The copy for a level, and for the machine's own.
-inline const DualSpectrumKernels& dualSpectrumKernels(KernelLevel level) noexcept {
-    return kernelsFor(level, baseline::dualSpectrumKernels, avx2::dualSpectrumKernels,
-                      avx512::dualSpectrumKernels);
-}
-inline const DualSpectrumKernels& dualSpectrumKernels() noexcept {
-    return dualSpectrumKernels(kernelLevel());
-}
 
 }  // namespace vynpack

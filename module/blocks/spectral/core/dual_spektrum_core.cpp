@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "blocks/spectral/core/spectrum_kernels.h"
+#include "kernels/level.h"
 #include "numerics/interleave.h"
 
 namespace vynpack {
@@ -171,8 +172,8 @@ void DualSpectrum::analyseChannel(const DualSpectrumSettings& settings, std::siz
 
 void DualSpectrum::transformRow(const float* samples, RealTransform transform,
                                 Spectrum& spectrum) const {
-    spectrumKernels().takeSamples(samples, 1.0F, window_.weights(), spectrum.re.data(),
-                                  static_cast<std::size_t>(n_));
+    vyn::kernelsAt<SpectrumKernels>().takeSamples(samples, 1.0F, window_.weights(),
+                                                  spectrum.re.data(), static_cast<std::size_t>(n_));
     transform(spectrum.re.data(), spectrum.im.data(), n_);
 }
 
@@ -182,9 +183,9 @@ void DualSpectrum::analyseLines(const DualSpectrumSettings& settings, const Line
     const ComplexLines cross = cross_.from(range.first);
     double* const responsePower = work(responsePower_, range).data();
     double* const excitationPower = work(excitationPower_, range).data();
-    dualSpectrumKernels().multiply(constant(response_.from(range.first)),
-                                   constant(excitation_.from(range.first)), scale, cross,
-                                   responsePower, excitationPower, range.count);
+    vyn::kernelsAt<DualSpectrumKernels>().multiply(
+        constant(response_.from(range.first)), constant(excitation_.from(range.first)), scale,
+        cross, responsePower, excitationPower, range.count);
     const Products present = {constant(cross), responsePower, excitationPower};
     const Products averaged = settings.coherence ? averageForCoherence(range, present) : Products{};
 
@@ -198,8 +199,8 @@ void DualSpectrum::analyseLines(const DualSpectrumSettings& settings, const Line
     const double* third = settings.coherence ? coherences(range, averaged) : nullptr;
 
     if (settings.amplitudeType == kPowerDensity && outputs.amplitudes != nullptr) {
-        spectrumKernels().putDensities(first, static_cast<float>(resolution),
-                                       outputs.amplitudes + range.first, range.count);
+        vyn::kernelsAt<SpectrumKernels>().putDensities(
+            first, static_cast<float>(resolution), outputs.amplitudes + range.first, range.count);
     } else {
         put(first, range, outputs.amplitudes);
     }
@@ -245,7 +246,7 @@ ConstComplexLines DualSpectrum::transferFunction(const DualSpectrumSettings& set
                                                  const LineRange& range, const LineScale& scale,
                                                  const Products& present,
                                                  const Products& averaged) {
-    const DualSpectrumKernels& kernels = dualSpectrumKernels();
+    const DualSpectrumKernels& kernels = vyn::kernelsAt<DualSpectrumKernels>();
     const ComplexLines result = transfer_.from(range.first);
     // Kept: every result is the conjugate of its quotient. The one that H1 divides is conjugate
     // itself, so that imaginary parts of H0 and H2 go out with the opposite sign, those of H1 not.
@@ -320,14 +321,15 @@ const double* DualSpectrum::phases(const DualSpectrumSettings& settings, const L
 
 const double* DualSpectrum::coherences(const LineRange& range, const Products& averaged) {
     const std::span<double> coherence = work(coherence_, range);
-    dualSpectrumKernels().coherence(averaged.cross, averaged.responsePower,
-                                    averaged.excitationPower, coherence.data(), range.count);
+    vyn::kernelsAt<DualSpectrumKernels>().coherence(averaged.cross, averaged.responsePower,
+                                                    averaged.excitationPower, coherence.data(),
+                                                    range.count);
     return coherence.data();
 }
 
 void DualSpectrum::put(const double* lines, const LineRange& range, float* output) {
     if (output == nullptr || lines == nullptr) return;
-    spectrumKernels().putLines(lines, output + range.first, range.count);
+    vyn::kernelsAt<SpectrumKernels>().putLines(lines, output + range.first, range.count);
 }
 
 }  // namespace vynpack

@@ -6,6 +6,7 @@
 #include <numbers>
 
 #include "blocks/spectral/core/spectrum_kernels.h"
+#include "kernels/level.h"
 
 namespace vynpack {
 namespace {
@@ -61,7 +62,7 @@ int conversionKind(std::uint16_t amplitudeType) {
 
 int convertSpectrum(std::span<const double> re, std::span<const double> im, int kind,
                     std::span<double> out, RealTransform transform, std::vector<double>& work) {
-    const SpectrumKernels& kernels = spectrumKernels();
+    const SpectrumKernels& kernels = vyn::kernelsAt<SpectrumKernels>();
     const std::size_t n = re.size();
     switch (kind) {
         case kToMagnitude: kernels.magnitude(re.data(), im.data(), out.data(), n); return 0;
@@ -84,7 +85,7 @@ double frequencyStep(double start, double end, int count) {
 int averageSpectra(std::span<const double> a, std::span<const double> b, std::int64_t count,
                    int mode, std::span<double> out) {
     if (count < 2) return kAverageCountTooSmall;
-    const SpectrumKernels& kernels = spectrumKernels();
+    const SpectrumKernels& kernels = vyn::kernelsAt<SpectrumKernels>();
     const auto n = static_cast<double>(count);
     switch (mode) {
         case kAverageExponential:

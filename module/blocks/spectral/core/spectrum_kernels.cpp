@@ -1,6 +1,6 @@
 #include "blocks/spectral/core/spectrum_kernels.h"
 
-namespace vynpack::VYN_KERNEL_LEVEL {
+namespace vynpack {
 namespace {
 
 template <class Take>
@@ -75,10 +75,11 @@ void larger(const double* a, const double* b, double* out, std::size_t n) {
         out[k] = b[k] > a[k] ? b[k] : a[k];
 }
 
+constexpr SpectrumKernels kTable = {takeSamples, scale, putLines,    putDensities, magnitude, rms,
+                                    halfPower,   power, moveTowards, smaller,      larger};
+
 }  // namespace
 
-const SpectrumKernels spectrumKernels = {takeSamples, scale,   putLines,  putDensities,
-                                         magnitude,   rms,     halfPower, power,
-                                         moveTowards, smaller, larger};
+constinit const SpectrumKernels SpectrumKernels::VYN_KERNEL_LEVEL = kTable;
 
-}  // namespace vynpack::VYN_KERNEL_LEVEL
+}  // namespace vynpack

@@ -3,8 +3,6 @@
 
 #include <cstddef>
 
-#include "blocks/kernel_level.h"
-
 namespace vynpack {
 
 struct SpectrumKernels {
@@ -30,24 +28,8 @@ struct SpectrumKernels {
                         std::size_t n);
     void (*smaller)(const double* a, const double* b, double* out, std::size_t n);
     void (*larger)(const double* a, const double* b, double* out, std::size_t n);
+
+    static const SpectrumKernels baseline, avx2, avx512;
 };
-
-// One copy per level.
-namespace baseline {
-extern const SpectrumKernels spectrumKernels;
-}
-namespace avx2 {
-extern const SpectrumKernels spectrumKernels;
-}
-namespace avx512 {
-extern const SpectrumKernels spectrumKernels;
-}
-
-// The copy for a level, and for the machine's own.
-inline const SpectrumKernels& spectrumKernels(KernelLevel level) noexcept {
-    return kernelsFor(level, baseline::spectrumKernels, avx2::spectrumKernels,
-                      avx512::spectrumKernels);
-}
-inline const SpectrumKernels& spectrumKernels() noexcept { return spectrumKernels(kernelLevel()); }
 
 }  // namespace vynpack

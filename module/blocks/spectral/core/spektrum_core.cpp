@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "blocks/spectral/core/spectrum_kernels.h"
+#include "kernels/level.h"
 #include "numerics/interleave.h"
 
 namespace vynpack {
@@ -62,7 +63,7 @@ void SpectrumAnalysis::analyse(const SpectrumSettings& settings, std::span<const
 void SpectrumAnalysis::analyseChannel(const SpectrumSettings& settings, const float* samples,
                                       double resolution, RealTransform transform,
                                       const Lines& lines) {
-    const SpectrumKernels& kernels = spectrumKernels();
+    const SpectrumKernels& kernels = vyn::kernelsAt<SpectrumKernels>();
     const auto lineCount = static_cast<std::size_t>(amplitudeLines(settings.amplitudeType, n_));
     const auto phaseLineCount = static_cast<std::size_t>(phaseLines(n_));
     const auto halfLength = static_cast<float>(n_ / 2);

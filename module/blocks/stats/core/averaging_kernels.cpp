@@ -1,9 +1,11 @@
 #include "blocks/stats/core/averaging_kernels.h"
 
-#include "blocks/kernel_lanes.h"
+#include "kernels/lanes.h"
 
-namespace vynpack::VYN_KERNEL_LEVEL {
+namespace vynpack {
 namespace {
+
+using namespace vyn;  // its lanes
 
 void addRows(const float* x, std::size_t rows, std::size_t channels, double* sums) {
     forEachLaneGroup(channels, [=]<int lanes>(Lanes<lanes>, std::size_t first) {
@@ -75,8 +77,10 @@ void mixIn(const float* x, std::size_t count, float weight, float divisor, float
     }
 }
 
+constexpr AveragingKernels kTable = {addRows, groupMeans, windowMeans, mixIn};
+
 }  // namespace
 
-const AveragingKernels averagingKernels = {addRows, groupMeans, windowMeans, mixIn};
+constinit const AveragingKernels AveragingKernels::VYN_KERNEL_LEVEL = kTable;
 
-}  // namespace vynpack::VYN_KERNEL_LEVEL
+}  // namespace vynpack

@@ -4,8 +4,6 @@
 
 #include <cstddef>
 
-#include "blocks/kernel_level.h"
-
 namespace vynpack {
 
 struct AveragingKernels {
@@ -21,21 +19,8 @@ struct AveragingKernels {
     // `out` unless that is null.
     void (*mixIn)(const float* x, std::size_t count, float weight, float divisor, float* average,
                   float* out);
+
+    static const AveragingKernels baseline, avx2, avx512;
 };
-
-namespace baseline {
-extern const AveragingKernels averagingKernels;
-}
-namespace avx2 {
-extern const AveragingKernels averagingKernels;
-}
-namespace avx512 {
-extern const AveragingKernels averagingKernels;
-}
-
-inline const AveragingKernels& averagingKernels(KernelLevel level) noexcept {
-    return kernelsFor(level, baseline::averagingKernels, avx2::averagingKernels,
-                      avx512::averagingKernels);
-}
 
 }  // namespace vynpack

@@ -24,7 +24,7 @@ std::size_t GroupAverage::outputCount(std::size_t values, std::size_t width) con
 }
 
 void GroupAverage::process(SampleRows in, std::size_t width, std::span<float> out) {
-    const AveragingKernels& kernels = averagingKernels(level_);
+    const AveragingKernels& kernels = vyn::kernelsAt<AveragingKernels>(level_);
     const auto channels = static_cast<std::size_t>(in.channels);
     const auto rows = static_cast<std::size_t>(in.rows());
     const std::size_t groups = out.size() / channels;
@@ -74,7 +74,7 @@ void GroupAverage::process(SampleRows in, std::size_t width, std::span<float> ou
 }
 
 void MovingAverage::process(SampleRows in, std::size_t width, std::span<float> out) {
-    const AveragingKernels& kernels = averagingKernels(level_);
+    const AveragingKernels& kernels = vyn::kernelsAt<AveragingKernels>(level_);
     const auto channels = static_cast<std::size_t>(in.channels);
     const auto rows = static_cast<std::size_t>(in.rows());
     const std::size_t reach = width - 1;  // samples before the newest one
@@ -126,8 +126,9 @@ void BlockAverage::process(std::span<const float> in, double factor, std::span<f
         std::ranges::copy(in, average_.begin());
         std::ranges::copy(in.first(out.size()), out.begin());
     } else {
-        averagingKernels(level_).mixIn(in.data(), in.size(), weight, static_cast<float>(divisor),
-                                       average_.data(), out.empty() ? nullptr : out.data());
+        vyn::kernelsAt<AveragingKernels>(level_).mixIn(in.data(), in.size(), weight,
+                                                       static_cast<float>(divisor), average_.data(),
+                                                       out.empty() ? nullptr : out.data());
     }
     weight_ = divisor * factor;
     ++blocks_;

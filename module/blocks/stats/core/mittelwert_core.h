@@ -7,15 +7,15 @@
 #include <span>
 #include <vector>
 
-#include "blocks/kernel_level.h"
 #include "blocks/stats/core/statistik_core.h"
+#include "kernels/level.h"
 
 namespace vynpack {
 
 // The mean of every `width` consecutive samples of a channel. Groups span data blocks.
 class GroupAverage {
 public:
-    explicit GroupAverage(KernelLevel level = kernelLevel()) : level_(level) {}
+    explicit GroupAverage(vyn::KernelLevel level = vyn::kernelLevel()) : level_(level) {}
 
     // Starts a run.
     void start(int channels);
@@ -28,7 +28,7 @@ public:
     void process(SampleRows in, std::size_t width, std::span<float> out);
 
 private:
-    KernelLevel level_;
+    vyn::KernelLevel level_;
     std::vector<double> carriedSum_;  // per channel, of the samples of an unfinished group
     std::size_t carriedRows_ = 0;
     std::vector<double> sums_;
@@ -39,7 +39,7 @@ private:
 // left the window leaves no trace.
 class MovingAverage {
 public:
-    explicit MovingAverage(KernelLevel level = kernelLevel()) : level_(level) {}
+    explicit MovingAverage(vyn::KernelLevel level = vyn::kernelLevel()) : level_(level) {}
 
     // Starts a run.
     void start() noexcept { history_.clear(); }
@@ -51,7 +51,7 @@ public:
 private:
     void remember(std::span<const float> in, std::size_t most);
 
-    KernelLevel level_;
+    vyn::KernelLevel level_;
     std::vector<float> history_;  // the last samples of every channel, interleaved
     std::vector<float> joined_;   // history and the samples whose windows reach back into it
     std::vector<double> sums_;
@@ -61,7 +61,7 @@ private:
 // which becomes (W + 1) times the factor with each block.
 class BlockAverage {
 public:
-    explicit BlockAverage(KernelLevel level = kernelLevel()) : level_(level) {}
+    explicit BlockAverage(vyn::KernelLevel level = vyn::kernelLevel()) : level_(level) {}
 
     // Takes the block into the average; a copy of the average goes to `out` unless that is empty.
     // A block of another size starts a new average.
@@ -72,7 +72,7 @@ public:
     double weight() const noexcept { return weight_; }
 
 private:
-    KernelLevel level_;
+    vyn::KernelLevel level_;
     std::vector<float> average_;
     std::int64_t blocks_ = 0;
     double weight_ = 0.0;

@@ -1,10 +1,12 @@
 #include "blocks/stats/core/statistic_kernels.h"
 
-#include "blocks/kernel_exponential.h"
-#include "blocks/kernel_lanes.h"
+#include "kernels/exponential.h"
+#include "kernels/lanes.h"
 
-namespace vynpack::VYN_KERNEL_LEVEL {
+namespace vynpack {
 namespace {
+
+using namespace vyn;  // its lanes
 
 void addSamples(const float* x, std::size_t rows, std::size_t channels, double* sum,
                 double* squares) {
@@ -111,9 +113,10 @@ void powers(const float* x, std::size_t count, double exponent, double* out) {
     }
 }
 
+constexpr StatisticKernels kTable = {addSamples, addMeanTerms, findExtremes, addDeviations, powers};
+
 }  // namespace
 
-const StatisticKernels statisticKernels = {addSamples, addMeanTerms, findExtremes, addDeviations,
-                                           powers};
+constinit const StatisticKernels StatisticKernels::VYN_KERNEL_LEVEL = kTable;
 
-}  // namespace vynpack::VYN_KERNEL_LEVEL
+}  // namespace vynpack

@@ -6,8 +6,6 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "blocks/kernel_level.h"
-
 namespace vynpack {
 
 struct StatisticKernels {
@@ -30,21 +28,8 @@ struct StatisticKernels {
     // out[i] = x[i]^exponent for x above 0 and an exponent in 0..1, within 0.65 units of the last
     // place; infinity and NaN pass. Samples at or below 0 give a number without meaning.
     void (*powers)(const float* x, std::size_t count, double exponent, double* out);
+
+    static const StatisticKernels baseline, avx2, avx512;
 };
-
-namespace baseline {
-extern const StatisticKernels statisticKernels;
-}
-namespace avx2 {
-extern const StatisticKernels statisticKernels;
-}
-namespace avx512 {
-extern const StatisticKernels statisticKernels;
-}
-
-inline const StatisticKernels& statisticKernels(KernelLevel level) noexcept {
-    return kernelsFor(level, baseline::statisticKernels, avx2::statisticKernels,
-                      avx512::statisticKernels);
-}
 
 }  // namespace vynpack

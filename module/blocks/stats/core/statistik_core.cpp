@@ -38,14 +38,15 @@ void SamplePasses::makeSums(SampleRows block) {
     const auto channels = static_cast<std::size_t>(block.channels);
     sum_.assign(channels, 0.0);
     squares_.assign(channels, 0.0);
-    statisticKernels(level_).addSamples(block.values.data(), static_cast<std::size_t>(block.rows()),
-                                        channels, sum_.data(), squares_.data());
+    vyn::kernelsAt<StatisticKernels>(level_).addSamples(block.values.data(),
+                                                        static_cast<std::size_t>(block.rows()),
+                                                        channels, sum_.data(), squares_.data());
     made_ |= kSums;
 }
 
 void SamplePasses::makeMeanTerms(SampleRows block) {
     if (!isDue(kMeanTerms, block)) return;
-    const StatisticKernels& kernels = statisticKernels(level_);
+    const StatisticKernels& kernels = vyn::kernelsAt<StatisticKernels>(level_);
     const auto channels = static_cast<std::size_t>(block.channels);
     const auto rows = static_cast<std::size_t>(block.rows());
     const std::size_t step = std::max<std::size_t>(1, kPowerBuffer / channels);
@@ -73,7 +74,7 @@ void SamplePasses::makeMeanTerms(SampleRows block) {
 
 void SamplePasses::makeExtremes(SampleRows block) {
     if (!isDue(kExtremes, block)) return;
-    const StatisticKernels& kernels = statisticKernels(level_);
+    const StatisticKernels& kernels = vyn::kernelsAt<StatisticKernels>(level_);
     const auto channels = static_cast<std::size_t>(block.channels);
     const auto rows = static_cast<std::size_t>(block.rows());
     maximum_.assign(channels, {});
@@ -119,7 +120,7 @@ void SamplePasses::makeDeviations(SampleRows block) {
         mean_[c] = sum_[c] / block.rows();
     squaredDeviations_.assign(channels, 0.0);
     deviations_.assign(channels, 0.0);
-    statisticKernels(level_).addDeviations(
+    vyn::kernelsAt<StatisticKernels>(level_).addDeviations(
         block.values.data(), static_cast<std::size_t>(block.rows()), channels, mean_.data(),
         squaredDeviations_.data(), deviations_.data());
     made_ |= kDeviations;

@@ -7,7 +7,7 @@
 #include <span>
 #include <vector>
 
-#include "blocks/kernel_level.h"
+#include "kernels/level.h"
 
 namespace vynpack {
 
@@ -30,7 +30,7 @@ struct Extreme {
 
 class SamplePasses {
 public:
-    explicit SamplePasses(KernelLevel level = kernelLevel()) : level_(level) {}
+    explicit SamplePasses(vyn::KernelLevel level = vyn::kernelLevel()) : level_(level) {}
 
     // The next question is about another data block.
     void forget() noexcept { made_ = 0; }
@@ -58,7 +58,7 @@ private:
     void makeExtremes(SampleRows block);
     void makeDeviations(SampleRows block);
 
-    KernelLevel level_;
+    vyn::KernelLevel level_;
     unsigned made_ = 0;
     SampleRows block_;
     std::vector<double> sum_, squares_;

@@ -9,7 +9,7 @@
 
 #include <cstdint>
 
-namespace vynpack::VYN_KERNEL_LEVEL {
+namespace vyn {
 namespace {
 
 // An unevaluated sum.
@@ -88,4 +88,4 @@ inline double exponential(TwoParts y) {
 }
 
 }  // namespace
-}  // namespace vynpack::VYN_KERNEL_LEVEL
+}  // namespace vyn

@@ -1,5 +1,7 @@
-// For kernel sources: channels side by side. Neighbouring channels of a row of interleaved samples
-// fill one register, so every channel keeps the order of its own samples.
+// For kernel sources: numbers side by side in registers. Neighbouring channels of a row of
+// interleaved samples, or neighbouring outputs, take a lane each, so that every one of them keeps
+// the order of its own terms, and the results do not depend on the level. Everything here belongs
+// to the source that includes it, as the levels differ in it.
 #pragma once
 
 #include <cstddef>
@@ -8,7 +10,7 @@
 #include <immintrin.h>
 #endif
 
-namespace vynpack::VYN_KERNEL_LEVEL {
+namespace vyn {
 namespace {
 
 // Doubles that a register of this level holds.
@@ -20,8 +22,9 @@ constexpr int kLanes = 4;
 constexpr int kLanes = 2;
 #endif
 
-// Numbers side by side; operators work lane by lane, comparisons give masks for `?:`. The standard
-// library has no such type yet; a loop over a small array is not reliably kept in registers.
+// Numbers side by side, a register of doubles at most; operators work lane by lane, comparisons
+// give masks for `?:`. The standard library has no such type yet; a loop over a small array is not
+// reliably kept in registers.
 template <int lanes>
 struct Lanes;
 template <>
@@ -48,6 +51,9 @@ struct Lanes<1> {
     using Doubles = double;
     using Integers = std::int32_t;
 };
+
+// A full one.
+using Register = Lanes<kLanes>::Doubles;
 
 // The same numbers in the other precision.
 template <class To, class From>
@@ -106,5 +112,38 @@ inline void forEachLaneGroup(std::size_t channels, Body body) {
     if ((channels & 1U) != 0) body(Lanes<1>{}, first);
 }
 
+// A fixed number of doubles, in as many full registers as they fill: for sums whose count is the
+// algorithm's and not the level's.
+template <int count>
+struct Registers {
+    Registers<count / 2> low;
+    Registers<count / 2> high;
+
+    static Registers load(const double* values) {
+        return {Registers<count / 2>::load(values), Registers<count / 2>::load(values + count / 2)};
+    }
+    void store(double* values) const {
+        low.store(values);
+        high.store(values + count / 2);
+    }
+    friend Registers operator+(const Registers& a, const Registers& b) {
+        return {a.low + b.low, a.high + b.high};
+    }
+    friend Registers operator+(double a, const Registers& b) { return {a + b.low, a + b.high}; }
+    friend Registers operator*(const Registers& a, double b) { return {a.low * b, a.high * b}; }
+};
+template <>
+struct Registers<kLanes> {
+    Register value;
+
+    static Registers load(const double* values) { return {vyn::load<Register>(values)}; }
+    void store(double* values) const { vyn::store(value, values); }
+    friend Registers operator+(const Registers& a, const Registers& b) {
+        return {a.value + b.value};
+    }
+    friend Registers operator+(double a, const Registers& b) { return {a + b.value}; }
+    friend Registers operator*(const Registers& a, double b) { return {a.value * b}; }
+};
+
 }  // namespace
-}  // namespace vynpack::VYN_KERNEL_LEVEL
+}  // namespace vyn
