@@ -22,15 +22,15 @@ std::string contentsOf(const std::filesystem::path& file) {
     return {std::istreambuf_iterator<char>(in), {}};
 }
 
-const BlockSpec& blockOf(const Diagram& diagram, const std::string& name) {
-    const auto found = std::ranges::find(diagram.blocks, name, &BlockSpec::name);
+const BlockEntry& blockOf(const Diagram& diagram, const std::string& name) {
+    const auto found = std::ranges::find(diagram.blocks, name, &BlockEntry::name);
     if (found != diagram.blocks.end()) return *found;
     const std::string file = textOf(diagram.file);
-    if (std::ranges::find(diagram.sources, name, &SourceSpec::name) != diagram.sources.end()) {
+    if (std::ranges::find(diagram.sources, name, &SourceEntry::name) != diagram.sources.end()) {
         throw InputError({file, 0, ""}, "\"" + name + "\" is a source, which has no dialog");
     }
     std::vector<std::string> names;
-    for (const BlockSpec& block : diagram.blocks)
+    for (const BlockEntry& block : diagram.blocks)
         names.push_back(block.name);
     throw InputError({file, 0, ""}, "\"" + name + "\" is no block" + didYouMean(name, names) +
                                         (names.empty() ? " (there are none)"
@@ -38,9 +38,9 @@ const BlockSpec& blockOf(const Diagram& diagram, const std::string& name) {
 }
 
 // What a reader wants to know about the difference between two states of a block's entries.
-std::vector<std::string> changesBetween(const BlockSpec& before, const BlockSpec& after) {
-    const auto find = [](const BlockSpec& spec, const std::string& keyword) {
-        return std::ranges::find(spec.settings, keyword, &Setting::keyword);
+std::vector<std::string> changesBetween(const BlockEntry& before, const BlockEntry& after) {
+    const auto find = [](const BlockEntry& entry, const std::string& keyword) {
+        return std::ranges::find(entry.settings, keyword, &Setting::keyword);
     };
     std::vector<std::string> lines;
     for (const Setting& setting : after.settings) {
@@ -69,7 +69,7 @@ struct BlockEditor::Origin {
     std::filesystem::path file;
     std::string text;
     Diagram diagram;
-    BlockSpec spec;
+    BlockEntry entry;
     std::vector<TypeInfo> types;
     std::string record;
 };
@@ -82,13 +82,13 @@ BlockEditor::BlockEditor(ModuleHost& host, const std::filesystem::path& file,
     origin_->file = std::filesystem::canonical(file);
     origin_->text = contentsOf(origin_->file);
     origin_->diagram = parseDiagram(origin_->text, file);
-    origin_->spec = blockOf(origin_->diagram, block);
+    origin_->entry = blockOf(origin_->diagram, block);
     if (!std::ofstream(origin_->file, std::ios::binary | std::ios::app)) {
         throw InputError({textOf(file), 0, ""}, "can't be written");
     }
     origin_->types = moduleTypes(host);
     std::vector<std::string> notes;
-    block_ = placeBlock(host, origin_->types, origin_->spec, notes);
+    block_ = placeBlock(host, origin_->types, origin_->entry, notes);
     origin_->record = block_->save();
 }
 
@@ -97,16 +97,16 @@ BlockEditor::~BlockEditor() = default;
 std::vector<std::string> BlockEditor::writeBack() {
     const std::string record = block_->save();
     if (record == origin_->record) return {};
-    const BlockSpec after =
-        specFor(host_, origin_->types, origin_->spec, static_cast<int>(block_->typeCode()), record);
+    const BlockEntry after = entryFor(host_, origin_->types, origin_->entry,
+                                      static_cast<int>(block_->typeCode()), record);
     const std::string text =
-        rewriteBlock(origin_->text, origin_->diagram.file, origin_->spec, after);
+        rewriteBlock(origin_->text, origin_->diagram.file, origin_->entry, after);
     if (contentsOf(origin_->file) != origin_->text) {
         throw InputError({textOf(origin_->diagram.file), 0, ""},
                          "has been changed meanwhile; nothing is written");
     }
     replaceFile(origin_->file, text);
-    return changesBetween(origin_->spec, after);
+    return changesBetween(origin_->entry, after);
 }
 
 std::string showBlockDialog(ModuleHost& host, const DialogArguments& arguments) {

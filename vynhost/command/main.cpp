@@ -67,11 +67,11 @@ int run(const RunArguments& arguments) {
     Runner runner(host, diagram, replacedFiles(arguments.inputs));
     ResultFiles files(pathOf(arguments.out));
     std::deque<Sink> sinks;
-    for (const SinkSpec& spec : diagram.sinks)
-        sinks.emplace_back(spec, runner, files);
+    for (const SinkEntry& entry : diagram.sinks)
+        sinks.emplace_back(entry, runner, files);
     std::deque<Comparer> comparers;
-    for (const CompareSpec& spec : diagram.comparisons)
-        comparers.emplace_back(spec, runner);
+    for (const CompareEntry& entry : diagram.comparisons)
+        comparers.emplace_back(entry, runner);
     watchInterrupts();
     runner.run();
     std::vector<Comparison> comparisons;

@@ -22,7 +22,7 @@ bool sameValue(const KeywordValue& left, const KeywordValue& right) {
     return std::bit_cast<std::uint64_t>(*a) == std::bit_cast<std::uint64_t>(*b);
 }
 
-bool sameSettings(const BlockSpec& left, const BlockSpec& right) {
+bool sameSettings(const BlockEntry& left, const BlockEntry& right) {
     return std::ranges::equal(left.settings, right.settings,
                               [](const Setting& a, const Setting& b) {
                                   return a.keyword == b.keyword && a.value == b.value;
@@ -51,78 +51,78 @@ public:
         record_ = wanted.save();
     }
 
-    std::optional<BlockSpec> byKeywords(BlockSpec spec) const {
-        spec.record.reset();
+    std::optional<BlockEntry> byKeywords(BlockEntry entry) const {
+        entry.record.reset();
         // Setting one number may spoil another that was right; a further pass mends it.
         constexpr int kPasses = 3;
         for (int pass = 0; pass < kPasses; ++pass) {
-            const BlockSpec before = spec;
+            const BlockEntry before = entry;
             for (std::size_t i = 0; i < rows_.size(); ++i) {
-                spec = rows_[i].type == ValueType::text ? withBestName(spec, rows_[i])
-                                                        : withNumber(spec, i);
+                entry = rows_[i].type == ValueType::text ? withBestName(entry, rows_[i])
+                                                         : withNumber(entry, i);
             }
-            if (auto found = checked(spec)) return found;
-            spec = withoutContradictions(spec);
-            if (sameSettings(spec, before)) break;
+            if (auto found = checked(entry)) return found;
+            entry = withoutContradictions(entry);
+            if (sameSettings(entry, before)) break;
         }
         return std::nullopt;
     }
 
-    BlockSpec byRecord(const BlockSpec& before) const {
-        BlockSpec spec = before;
-        spec.record = record_;
-        spec.settings.clear();
+    BlockEntry byRecord(const BlockEntry& before) const {
+        BlockEntry entry = before;
+        entry.record = record_;
+        entry.settings.clear();
         for (const Setting& setting : before.settings) {
             const KeywordRow* row = rowOf(setting, rows_);
             if (row == nullptr) continue;
             const std::size_t index = static_cast<std::size_t>(row - rows_.data());
             std::vector<Setting> choices = {setting};
             if (row->type != ValueType::text) {
-                for (const KeywordValue& value : numbersFor(spec, index)) {
+                for (const KeywordValue& value : numbersFor(entry, index)) {
                     choices.push_back(settingOf(setting, value));
                 }
             }
             for (const Setting& choice : choices) {
-                BlockSpec longer = spec;
+                BlockEntry longer = entry;
                 longer.settings.push_back(choice);
-                if (!checked(longer) || !isTakenAlone(spec, choice)) continue;
-                spec = std::move(longer);
+                if (!checked(longer) || !isTakenAlone(entry, choice)) continue;
+                entry = std::move(longer);
                 break;
             }
         }
-        return spec;
+        return entry;
     }
 
 private:
     using Values = std::vector<KeywordValue>;
-    Values valuesOf(const BlockSpec& spec) const {
-        const auto block = placeBlockUnchecked(host_, typeCode_, spec);
+    Values valuesOf(const BlockEntry& entry) const {
+        const auto block = placeBlockUnchecked(host_, typeCode_, entry);
         Values values;
         for (const KeywordRow& row : rows_)
             values.push_back(block->get(row));
         return values;
     }
-    std::string recordOf(const BlockSpec& spec) const {
-        return placeBlockUnchecked(host_, typeCode_, spec)->save();
+    std::string recordOf(const BlockEntry& entry) const {
+        return placeBlockUnchecked(host_, typeCode_, entry)->save();
     }
 
     // The entries, if they are taken without complaint and lead there.
-    std::optional<BlockSpec> checked(const BlockSpec& spec) const {
+    std::optional<BlockEntry> checked(const BlockEntry& entry) const {
         try {
             std::vector<std::string> notes;
-            if (placeBlock(host_, types_, spec, notes)->save() == record_) return spec;
+            if (placeBlock(host_, types_, entry, notes)->save() == record_) return entry;
         } catch (const InputError&) {  // a value that is not taken, or a contradiction
         }
         return std::nullopt;
     }
 
     // A value that only the record can bring about reads back beside it as if it had been taken.
-    bool isTakenAlone(BlockSpec spec, const Setting& setting) const {
-        spec.record.reset();
-        spec.settings = {setting};
+    bool isTakenAlone(BlockEntry entry, const Setting& setting) const {
+        entry.record.reset();
+        entry.settings = {setting};
         try {
             std::vector<std::string> notes;
-            return placeBlock(host_, types_, spec, notes)->created();
+            return placeBlock(host_, types_, entry, notes)->created();
         } catch (const InputError&) {
             return false;
         }
@@ -150,31 +150,31 @@ private:
         return setting;
     }
 
-    static BlockSpec with(BlockSpec spec, const KeywordRow& row, const KeywordValue& value) {
+    static BlockEntry with(BlockEntry entry, const KeywordRow& row, const KeywordValue& value) {
         bool given = false;
-        for (Setting& setting : spec.settings) {
+        for (Setting& setting : entry.settings) {
             if (!equalIgnoringCase(setting.keyword, row.name)) continue;
             setting = settingOf(setting, value);
             given = true;
         }
-        if (!given) spec.settings.push_back(settingOf({row.name, 0, {}}, value));
-        return spec;
+        if (!given) entry.settings.push_back(settingOf({row.name, 0, {}}, value));
+        return entry;
     }
 
-    static BlockSpec without(BlockSpec spec, const KeywordRow& row) {
-        std::erase_if(spec.settings, [&](const Setting& setting) {
+    static BlockEntry without(BlockEntry entry, const KeywordRow& row) {
+        std::erase_if(entry.settings, [&](const Setting& setting) {
             return equalIgnoringCase(setting.keyword, row.name);
         });
-        return spec;
+        return entry;
     }
 
     // What may have to be set to read the wanted number: the number itself, or, where a keyword
     // reads back with an offset, the number without it.
-    std::vector<KeywordValue> numbersFor(const BlockSpec& spec, std::size_t index) const {
+    std::vector<KeywordValue> numbersFor(const BlockEntry& entry, std::size_t index) const {
         std::vector<KeywordValue> numbers = {wanted_[index]};
         const auto* number = std::get_if<std::int32_t>(&wanted_[index]);
         if (number == nullptr) return numbers;
-        const Values values = valuesOf(with(spec, rows_[index], *number));
+        const Values values = valuesOf(with(entry, rows_[index], *number));
         const std::int64_t shifted =
             std::int64_t{2} * *number - std::get<std::int32_t>(values[index]);
         if (shifted != *number && shifted == static_cast<std::int32_t>(shifted)) {
@@ -183,43 +183,43 @@ private:
         return numbers;
     }
 
-    BlockSpec withNumber(const BlockSpec& spec, std::size_t index) const {
-        const Values now = valuesOf(spec);
-        if (sameValue(now[index], wanted_[index])) return spec;
-        for (const KeywordValue& value : numbersFor(spec, index)) {
-            BlockSpec changed = with(spec, rows_[index], value);
+    BlockEntry withNumber(const BlockEntry& entry, std::size_t index) const {
+        const Values now = valuesOf(entry);
+        if (sameValue(now[index], wanted_[index])) return entry;
+        for (const KeywordValue& value : numbersFor(entry, index)) {
+            BlockEntry changed = with(entry, rows_[index], value);
             if (wrongNumbers(valuesOf(changed)) < wrongNumbers(now)) return changed;
         }
-        return spec;
+        return entry;
     }
 
     // Names may read back as others or not at all; the record tells which one fits best.
-    BlockSpec withBestName(const BlockSpec& spec, const KeywordRow& row) const {
-        BlockSpec best = spec;
-        std::size_t least = differingBytes(recordOf(spec), record_);
-        const auto consider = [&](BlockSpec changed) {
+    BlockEntry withBestName(const BlockEntry& entry, const KeywordRow& row) const {
+        BlockEntry best = entry;
+        std::size_t least = differingBytes(recordOf(entry), record_);
+        const auto consider = [&](BlockEntry changed) {
             const std::size_t bytes = differingBytes(recordOf(changed), record_);
             if (bytes >= least) return;
             least = bytes;
             best = std::move(changed);
         };
         for (const std::string& name : valueNamesOf(row.name))
-            consider(with(spec, row, name));
+            consider(with(entry, row, name));
         // Some values have no name and are there only as long as the keyword is not.
-        consider(without(spec, row));
+        consider(without(entry, row));
         return best;
     }
 
     // Values that the block worked out otherwise in the end say what it worked out.
-    BlockSpec withoutContradictions(BlockSpec spec) const {
-        const Values values = valuesOf(spec);
-        for (Setting& setting : spec.settings) {
+    BlockEntry withoutContradictions(BlockEntry entry) const {
+        const Values values = valuesOf(entry);
+        for (Setting& setting : entry.settings) {
             const KeywordRow* row = rowOf(setting, rows_);
             if (row == nullptr || row->type != ValueType::real) continue;
             const KeywordValue& value = values[static_cast<std::size_t>(row - rows_.data())];
             if (!sameValue(typedValue(setting, *row), value)) setting = settingOf(setting, value);
         }
-        return spec;
+        return entry;
     }
 
     ModuleHost& host_;
@@ -232,10 +232,10 @@ private:
 
 }  // namespace
 
-BlockSpec specFor(ModuleHost& host, std::span<const TypeInfo> types, const BlockSpec& before,
-                  int typeCode, const std::string& record) {
+BlockEntry entryFor(ModuleHost& host, std::span<const TypeInfo> types, const BlockEntry& before,
+                    int typeCode, const std::string& record) {
     const Search search(host, types, typeCode, record);
-    if (auto spec = search.byKeywords(before)) return *spec;
+    if (auto entry = search.byKeywords(before)) return *entry;
     return search.byRecord(before);
 }
 

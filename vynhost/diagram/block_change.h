@@ -15,7 +15,7 @@ namespace vynhost {
 // takes them. They are those of `before` with as little changed as possible: values that differ are
 // replaced, missing keywords follow at the end, keywords that would spoil the record are left out.
 // `before` must be a block that can be placed.
-BlockSpec specFor(ModuleHost& host, std::span<const TypeInfo> types, const BlockSpec& before,
-                  int typeCode, const std::string& record);
+BlockEntry entryFor(ModuleHost& host, std::span<const TypeInfo> types, const BlockEntry& before,
+                    int typeCode, const std::string& record);
 
 }  // namespace vynhost

@@ -12,12 +12,12 @@
 namespace vynhost {
 namespace {
 
-const TypeInfo& typeOf(const BlockSpec& spec, std::span<const TypeInfo> types) {
+const TypeInfo& typeOf(const BlockEntry& entry, std::span<const TypeInfo> types) {
     const auto type = std::find_if(types.begin(), types.end(), [&](const TypeInfo& info) {
-        return equalIgnoringCase(spec.type, info.longName) ||
-               equalIgnoringCase(spec.type, info.shortName) ||
-               equalIgnoringCase(spec.type, info.className) ||
-               spec.type == std::to_string(info.code);
+        return equalIgnoringCase(entry.type, info.longName) ||
+               equalIgnoringCase(entry.type, info.shortName) ||
+               equalIgnoringCase(entry.type, info.className) ||
+               entry.type == std::to_string(info.code);
     });
     if (type != types.end()) return *type;
     std::vector<std::string> names;
@@ -26,8 +26,8 @@ const TypeInfo& typeOf(const BlockSpec& spec, std::span<const TypeInfo> types) {
             names.push_back(name);
         }
     }
-    throw InputError(spec.typePlace,
-                     "\"" + spec.type + "\" is no block type" + didYouMean(spec.type, names));
+    throw InputError(entry.typePlace,
+                     "\"" + entry.type + "\" is no block type" + didYouMean(entry.type, names));
 }
 
 // The two words at the beginning of every parameter record.
@@ -45,21 +45,21 @@ struct RecordFrame {
 
 // Blocks read a record without a word about what is wrong with it, so the host looks at its frame
 // and at how far the block reads.
-std::unique_ptr<PlacedBlock> restoreBlock(ModuleHost& host, int typeCode, const BlockSpec& spec) {
-    const std::string& record = *spec.record;
+std::unique_ptr<PlacedBlock> restoreBlock(ModuleHost& host, int typeCode, const BlockEntry& entry) {
+    const std::string& record = *entry.record;
     const auto bytes = [](std::size_t count) { return std::to_string(count) + " bytes"; };
     const std::string own = PlacedBlock(host, typeCode).save();
     RecordFrame frame{};
     RecordFrame ownFrame{};
     if (!RecordFrame::read(record, frame) || !RecordFrame::read(own, ownFrame)) {
-        throw InputError(spec.recordPlace, "is damaged: it holds " + bytes(record.size()));
+        throw InputError(entry.recordPlace, "is damaged: it holds " + bytes(record.size()));
     }
     if (frame.version < 0 || frame.version > ownFrame.version) {
-        throw InputError(spec.recordPlace, "is damaged: version " + std::to_string(frame.version) +
-                                               " is none of a parameter record");
+        throw InputError(entry.recordPlace, "is damaged: version " + std::to_string(frame.version) +
+                                                " is none of a parameter record");
     }
     if (frame.version == ownFrame.version && frame.size != ownFrame.size) {
-        throw InputError(spec.recordPlace,
+        throw InputError(entry.recordPlace,
                          "is damaged, or of another block type: its size word is " +
                              std::to_string(frame.size) + " instead of " +
                              std::to_string(ownFrame.size));
@@ -67,8 +67,8 @@ std::unique_ptr<PlacedBlock> restoreBlock(ModuleHost& host, int typeCode, const 
     platform::ParameterFile file(record + std::string(own.size() + record.size(), '\0'));
     auto block = std::make_unique<PlacedBlock>(host, typeCode, file);
     if (file.position() != record.size()) {
-        throw InputError(spec.recordPlace, "is damaged: it holds " + bytes(record.size()) +
-                                               ", the block reads " + bytes(file.position()));
+        throw InputError(entry.recordPlace, "is damaged: it holds " + bytes(record.size()) +
+                                                ", the block reads " + bytes(file.position()));
     }
     return block;
 }
@@ -81,6 +81,7 @@ KeywordValue setAndRead(PlacedBlock& block, const KeywordRow& row, const Keyword
 
 // The block stored the text's meaning: it reads back as set, or as another name than the one that
 // stands for anything unknown (several values read back under a longer name).
+//
 // Where the text cannot be read back, the block's parameter record tells an unknown name from
 // others; only the name of the default itself looks the same. It must be one that the keyword is
 // known to take; for keywords that the host does not know it gets the benefit of the doubt.
@@ -128,7 +129,37 @@ bool acceptsReal(PlacedBlock& block, const KeywordRow& row, double number) {
     return read == number || (std::isnan(read) && std::isnan(number));
 }
 
-void applySettings(PlacedBlock& block, const BlockSpec& spec, std::vector<std::string>& notes) {
+bool accepts(PlacedBlock& block, const KeywordRow& row, const KeywordValue& value,
+             std::vector<std::string>& notes, const Setting& setting) {
+    if (const auto* text = std::get_if<std::string>(&value)) {
+        return acceptsText(block, row, *text, notes, setting);
+    }
+    if (const auto* real = std::get_if<double>(&value)) return acceptsReal(block, row, *real);
+    return acceptsInteger(block, row, std::get<std::int32_t>(value));
+}
+
+InputError noSuchKeyword(const Setting& setting, std::span<const KeywordRow> rows) {
+    std::vector<std::string> names;
+    names.reserve(rows.size());
+    for (const KeywordRow& row : rows)
+        names.push_back(row.name);
+    return {setting.place, "no such keyword" + didYouMean(setting.keyword, names) +
+                               " (there are: " + joined(names) + ")"};
+}
+
+// The block keeps another value: which one, or, when that cannot be read, which name may be meant.
+InputError notTaken(PlacedBlock& block, const Setting& setting, const KeywordRow& row,
+                    const std::string& value) {
+    const std::string what = "the block does not take \"" + value + "\"";
+    const KeywordValue kept = block.get(row);
+    const auto* text = std::get_if<std::string>(&kept);
+    if (text == nullptr || isReadable(*text)) {
+        return {setting.place, what + ", it keeps \"" + valueText(kept) + "\""};
+    }
+    return {setting.place, what + didYouMean(value, valueNamesOf(row.name))};
+}
+
+void applySettings(PlacedBlock& block, const BlockEntry& entry, std::vector<std::string>& notes) {
     const std::vector<KeywordRow> rows = block.keywords();
     struct Read {
         const Setting* setting;
@@ -136,33 +167,12 @@ void applySettings(PlacedBlock& block, const BlockSpec& spec, std::vector<std::s
         KeywordValue value;
     };
     std::vector<Read> reads;
-    for (const Setting& setting : spec.settings) {
+    for (const Setting& setting : entry.settings) {
         const KeywordRow* row = rowOf(setting, rows);
-        if (row == nullptr) {
-            std::vector<std::string> names;
-            names.reserve(rows.size());
-            for (const KeywordRow& keyword : rows)
-                names.push_back(keyword.name);
-            throw InputError(setting.place, "no such keyword" + didYouMean(setting.keyword, names) +
-                                                " (there are: " + joined(names) + ")");
-        }
+        if (row == nullptr) throw noSuchKeyword(setting, rows);
         const KeywordValue value = typedValue(setting, *row);
-        bool accepted = false;
-        if (const auto* text = std::get_if<std::string>(&value)) {
-            accepted = acceptsText(block, *row, *text, notes, setting);
-        } else if (const auto* real = std::get_if<double>(&value)) {
-            accepted = acceptsReal(block, *row, *real);
-        } else {
-            accepted = acceptsInteger(block, *row, std::get<std::int32_t>(value));
-        }
-        if (!accepted) {
-            const KeywordValue kept = block.get(*row);
-            const auto* text = std::get_if<std::string>(&kept);
-            const bool readable = text == nullptr || isReadable(*text);
-            throw InputError(setting.place, "the block does not take \"" + valueText(value) + "\"" +
-                                                (readable ? ", it keeps \"" + valueText(kept) + "\""
-                                                          : didYouMean(valueText(value),
-                                                                       valueNamesOf(row->name))));
+        if (!accepts(block, *row, value, notes, setting)) {
+            throw notTaken(block, setting, *row, valueText(value));
         }
         reads.push_back({&setting, row, block.get(*row)});
     }
@@ -205,14 +215,14 @@ KeywordValue typedValue(const Setting& setting, const KeywordRow& row) {
 }
 
 std::unique_ptr<PlacedBlock> placeBlock(ModuleHost& host, std::span<const TypeInfo> types,
-                                        const BlockSpec& spec, std::vector<std::string>& notes) {
-    const TypeInfo& type = typeOf(spec, types);
+                                        const BlockEntry& entry, std::vector<std::string>& notes) {
+    const TypeInfo& type = typeOf(entry, types);
     if (!type.creatable) {
-        throw InputError(spec.typePlace, "the module cannot create a \"" + spec.type + "\"");
+        throw InputError(entry.typePlace, "the module cannot create a \"" + entry.type + "\"");
     }
-    auto block = spec.record ? restoreBlock(host, type.code, spec)
-                             : std::make_unique<PlacedBlock>(host, type.code);
-    applySettings(*block, spec, notes);
+    auto block = entry.record ? restoreBlock(host, type.code, entry)
+                              : std::make_unique<PlacedBlock>(host, type.code);
+    applySettings(*block, entry, notes);
     // Some connectors follow the settings only when a run starts.
     block->initSim();
     block->stop();
@@ -220,11 +230,11 @@ std::unique_ptr<PlacedBlock> placeBlock(ModuleHost& host, std::span<const TypeIn
 }
 
 std::unique_ptr<PlacedBlock> placeBlockUnchecked(ModuleHost& host, int typeCode,
-                                                 const BlockSpec& spec) {
-    auto block = spec.record ? std::make_unique<PlacedBlock>(host, typeCode, *spec.record)
-                             : std::make_unique<PlacedBlock>(host, typeCode);
+                                                 const BlockEntry& entry) {
+    auto block = entry.record ? std::make_unique<PlacedBlock>(host, typeCode, *entry.record)
+                              : std::make_unique<PlacedBlock>(host, typeCode);
     const std::vector<KeywordRow> rows = block->keywords();
-    for (const Setting& setting : spec.settings) {
+    for (const Setting& setting : entry.settings) {
         if (const KeywordRow* row = rowOf(setting, rows))
             block->set(*row, typedValue(setting, *row));
     }

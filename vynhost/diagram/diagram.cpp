@@ -156,7 +156,7 @@ private:
     void source(const Section& section, const std::string& name) {
         section.allowOnly({"file", "block", "full_scale", "unit", "channels", "rate", "tail",
                            "noise", "seconds"});
-        SourceSpec source;
+        SourceEntry source;
         source.name = name;
         source.noise = noise(section, name);
         const bool hasFile = section.table().contains("file") || !source.noise;
@@ -196,7 +196,7 @@ private:
         diagram_.sources.push_back(std::move(source));
     }
 
-    std::optional<NoiseSpec> noise(const Section& section, const std::string& name) const {
+    std::optional<NoiseEntry> noise(const Section& section, const std::string& name) const {
         const toml::node* node = section.table().get("noise");
         if (node == nullptr) return std::nullopt;
         if (!node->is_table()) section.fail("noise", "must be a table: { rms = 0.01, seed = 1 }");
@@ -205,7 +205,7 @@ private:
         const std::optional<double> rms = table.number("rms");
         if (!rms) throw InputError(table.place(), "rms is missing");
         if (!(*rms >= 0) || std::isinf(*rms)) table.fail("rms", "must be 0 or above");
-        NoiseSpec result{.rms = *rms};
+        NoiseEntry result{.rms = *rms};
         if (const toml::node* seed = table.table().get("seed")) {
             if (!seed->is_integer()) table.fail("seed", "must be a whole number");
             result.seed = static_cast<std::uint64_t>(*seed->value<std::int64_t>());
@@ -231,7 +231,7 @@ private:
     }
 
     void block(const Section& section, const std::string& name) {
-        BlockSpec block;
+        BlockEntry block;
         block.name = name;
         block.place = section.place();
         block.typePlace = section.place("type");
@@ -292,7 +292,7 @@ private:
     void sink(const Section& section, const std::string& name) {
         section.allowOnly(
             {"from", "values", "csv", "svg", "title", "average", "x", "y", "reference"});
-        SinkSpec sink;
+        SinkEntry sink;
         sink.name = name;
         sink.place = section.place();
         const toml::node* from = section.table().get("from");
@@ -335,7 +335,7 @@ private:
 
     void compare(const Section& section, const std::string& name) {
         section.allowOnly({"of", "with", "tolerance"});
-        CompareSpec compare;
+        CompareEntry compare;
         compare.name = name;
         compare.of = section.connector(section.neededText("of"), section.place("of"));
         compare.with = section.connector(section.neededText("with"), section.place("with"));
@@ -354,9 +354,10 @@ private:
             diagram_.wires.push_back({section.connector(to, section.place(to)),
                                       section.connector(section.text(to), section.place(to))});
         }
-        std::stable_sort(
-            diagram_.wires.begin(), diagram_.wires.end(),
-            [](const WireSpec& a, const WireSpec& b) { return a.to.place.line < b.to.place.line; });
+        std::stable_sort(diagram_.wires.begin(), diagram_.wires.end(),
+                         [](const WireEntry& a, const WireEntry& b) {
+                             return a.to.place.line < b.to.place.line;
+                         });
     }
 
     std::string file_;

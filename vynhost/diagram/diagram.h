@@ -17,9 +17,8 @@
 //     [block.spectrum]
 //     type = "FFT"                 # name, class or code
 //     PkWndFct = "HANNING"         # the block's keywords
-//     record = "38000000 94010000"  # a parameter record in hexadecimal digits, in full; the
-//     keywords
-//                                  # apply on top of it
+//     record = "38000000 94010000"  # a parameter record in hexadecimal digits; the keywords apply
+//                                   # on top of it
 //
 //     [wire]
 //     "spectrum.E" = "speech"      # input = source or output; letters of the connector strings
@@ -60,12 +59,12 @@ struct ConnectorName {
 
 enum class Tail { keep, drop, pad };
 
-struct NoiseSpec {
+struct NoiseEntry {
     double rms = 0;  // after the scaling
     std::uint64_t seed = 1;
 };
 
-struct SourceSpec {
+struct SourceEntry {
     std::string name;
     std::filesystem::path file;  // empty: noise alone
     Place filePlace;
@@ -75,7 +74,7 @@ struct SourceSpec {
     std::vector<int> channels;  // from 1
     Place channelsPlace;
     std::optional<double> rate;  // of a CSV file without x column, and of noise alone
-    std::optional<NoiseSpec> noise = {};
+    std::optional<NoiseEntry> noise = {};
     double seconds = 0;  // of noise alone
     Tail tail = Tail::keep;
 };
@@ -86,7 +85,7 @@ struct Setting {
     Place place = {};
 };
 
-struct BlockSpec {
+struct BlockEntry {
     std::string name;
     std::string type;
     Place place;
@@ -96,14 +95,14 @@ struct BlockSpec {
     std::vector<Setting> settings;  // in the order of the file
 };
 
-struct WireSpec {
+struct WireEntry {
     ConnectorName to;
     ConnectorName from;
 };
 
 enum class Average { none, mean, power, last };
 
-struct SinkSpec {
+struct SinkEntry {
     std::string name;
     std::vector<ConnectorName> from;
     std::string csv;
@@ -118,7 +117,7 @@ struct SinkSpec {
     Place place;
 };
 
-struct CompareSpec {
+struct CompareEntry {
     std::string name;
     ConnectorName of;
     ConnectorName with;
@@ -127,11 +126,11 @@ struct CompareSpec {
 
 struct Diagram {
     std::filesystem::path file;
-    std::vector<SourceSpec> sources;
-    std::vector<BlockSpec> blocks;
-    std::vector<WireSpec> wires;
-    std::vector<SinkSpec> sinks;
-    std::vector<CompareSpec> comparisons;
+    std::vector<SourceEntry> sources;
+    std::vector<BlockEntry> blocks;
+    std::vector<WireEntry> wires;
+    std::vector<SinkEntry> sinks;
+    std::vector<CompareEntry> comparisons;
 };
 
 // Raises InputError for what is no diagram. Names of types, keywords and connectors are looked at

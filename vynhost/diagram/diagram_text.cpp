@@ -151,7 +151,7 @@ public:
         std::ranges::sort(entries_, {}, &Entry::keyBegin);
     }
 
-    std::string rewrite(const BlockSpec& before, const BlockSpec& after) {
+    std::string rewrite(const BlockEntry& before, const BlockEntry& after) {
         for (const Setting& setting : before.settings) {
             const Setting* now = settingOf(after, setting.keyword);
             if (now == nullptr) {
@@ -190,9 +190,9 @@ private:
         std::string text;
     };
 
-    static const Setting* settingOf(const BlockSpec& spec, const std::string& keyword) {
-        const auto found = std::ranges::find(spec.settings, keyword, &Setting::keyword);
-        return found == spec.settings.end() ? nullptr : &*found;
+    static const Setting* settingOf(const BlockEntry& block, const std::string& keyword) {
+        const auto found = std::ranges::find(block.settings, keyword, &Setting::keyword);
+        return found == block.settings.end() ? nullptr : &*found;
     }
     const Entry& entryOf(const std::string& name) const {
         return *std::ranges::find(entries_, name, &Entry::name);
@@ -261,7 +261,7 @@ std::string everythingBut(const std::string& block, toml::table root) {
     return text.str();
 }
 
-bool sameEntries(const BlockSpec& read, const BlockSpec& wanted) {
+bool sameEntries(const BlockEntry& read, const BlockEntry& wanted) {
     if (read.record != wanted.record) return false;
     return std::ranges::is_permutation(
         read.settings, wanted.settings, [](const Setting& left, const Setting& right) {
@@ -276,14 +276,14 @@ std::string settingText(const Setting& setting) {
 }
 
 std::string rewriteBlock(const std::string& text, const std::filesystem::path& file,
-                         const BlockSpec& before, const BlockSpec& after) {
+                         const BlockEntry& before, const BlockEntry& after) {
     const toml::table root = toml::parse(text);
     const toml::table& block = *root["block"][before.name].as_table();
     std::string rewritten = Rewriter(text, block).rewrite(before, after);
 
     // A file is only replaced by one that says just what it should.
     const Diagram diagram = parseDiagram(rewritten, file);
-    const auto found = std::ranges::find(diagram.blocks, before.name, &BlockSpec::name);
+    const auto found = std::ranges::find(diagram.blocks, before.name, &BlockEntry::name);
     if (found == diagram.blocks.end() || !sameEntries(*found, after) ||
         everythingBut(before.name, toml::parse(rewritten)) != everythingBut(before.name, root)) {
         throw InputError(before.place, "the entries can't be changed in the way they are written");

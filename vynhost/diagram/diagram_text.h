@@ -11,7 +11,7 @@ namespace vynhost {
 // The text with the record and keywords of one block's table brought from `before`, as they were
 // read from this text, to `after`. Comments, order, blanks and line ends stay as they are.
 std::string rewriteBlock(const std::string& text, const std::filesystem::path& file,
-                         const BlockSpec& before, const BlockSpec& after);
+                         const BlockEntry& before, const BlockEntry& after);
 
 // A setting as a line of a diagram: `PkPhase = 1`.
 std::string settingText(const Setting& setting);

@@ -7,14 +7,14 @@
 
 namespace vynhost {
 
-Comparer::Comparer(const CompareSpec& spec, Runner& runner)
-    : spec_(spec), unit_(runner.outlet(spec.with).unit) {
-    runner.listen(spec.of, [this](const ChannelData& block) { take(of_, block); });
-    runner.listen(spec.with, [this](const ChannelData& block) { take(with_, block); });
+Comparer::Comparer(const CompareEntry& entry, Runner& runner)
+    : entry_(entry), unit_(runner.outlet(entry.with).unit) {
+    runner.listen(entry.of, [this](const ChannelData& block) { take(of_, block); });
+    runner.listen(entry.with, [this](const ChannelData& block) { take(with_, block); });
 }
 
 InputError Comparer::failure(const std::string& what) const {
-    return {spec_.of.place, spec_.of.text() + " and " + spec_.with.text() + " " + what};
+    return {entry_.of.place, entry_.of.text() + " and " + entry_.with.text() + " " + what};
 }
 
 void Comparer::take(Side& side, const ChannelData& block) {
@@ -55,15 +55,15 @@ Comparison Comparer::result() const {
     result.largest = largest_;
     result.rms = std::sqrt(errorPower_ / static_cast<double>(count_));
     const double relative = result.largest / peak_;
-    result.within = !spec_.tolerance || relative <= *spec_.tolerance;
-    result.line = spec_.name + ": " + spec_.of.text() + " against " + spec_.with.text() + " over " +
-                  std::to_string(count_) + " values: largest difference " +
+    result.within = !entry_.tolerance || relative <= *entry_.tolerance;
+    result.line = entry_.name + ": " + entry_.of.text() + " against " + entry_.with.text() +
+                  " over " + std::to_string(count_) + " values: largest difference " +
                   toText(result.largest, 3) + (unit_.empty() ? "" : " " + unit_) + " = " +
                   toText(relative, 3) + " of the peak, rms " +
                   toText(std::sqrt(errorPower_ / power_), 3) + " of the signal's rms";
-    if (spec_.tolerance) {
+    if (entry_.tolerance) {
         result.line += result.within ? " (within " : " (NOT within ";
-        result.line += toText(*spec_.tolerance) + " of the peak)";
+        result.line += toText(*entry_.tolerance) + " of the peak)";
     }
     return result;
 }

@@ -21,7 +21,7 @@ struct Comparison {
 class Comparer {
 public:
     // Listens to the runner, which it must not outlive.
-    Comparer(const CompareSpec& spec, Runner& runner);
+    Comparer(const CompareEntry& entry, Runner& runner);
     Comparer(const Comparer&) = delete;
     Comparer& operator=(const Comparer&) = delete;
 
@@ -36,7 +36,7 @@ private:
     void take(Side& side, const ChannelData& block);
     InputError failure(const std::string& what) const;
 
-    const CompareSpec& spec_;
+    const CompareEntry& entry_;
     std::string unit_;
     Side of_;
     Side with_;

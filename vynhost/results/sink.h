@@ -7,6 +7,7 @@
 #include "vynhost/diagram/diagram.h"
 #include "vynhost/results/result_files.h"
 #include "vynhost/results/series.h"
+#include "vynhost/results/sink_input.h"
 #include "vynhost/results/svg_chart.h"
 #include "vynhost/run/runner.h"
 
@@ -19,8 +20,7 @@ class Sink {
 public:
     // Opens its files and listens to the runner, which it must not outlive. Raises InputError for
     // values that nobody names, RunError for files that can't be written.
-    Sink(const SinkSpec& spec, Runner& runner, ResultFiles& files);
-    ~Sink();
+    Sink(const SinkEntry& entry, Runner& runner, ResultFiles& files);
     Sink(const Sink&) = delete;
     Sink& operator=(const Sink&) = delete;
 
@@ -33,12 +33,10 @@ public:
     // per channel when the sink averages.
     std::vector<Series> series() const;
 
-    class Input;
-
 private:
     struct Place {
         const OutletInfo* outlet;
-        std::unique_ptr<Input> input;  // once its first data block is there
+        std::unique_ptr<SinkInput> input;  // once its first data block is there
     };
     void take(Place& place, const ChannelData& block);
     void checkAxes() const;
@@ -46,7 +44,7 @@ private:
     void writeRow();
     bool rowsAreComplete() const;
 
-    const SinkSpec& spec_;
+    const SinkEntry& entry_;
     ChartStyle style_;
     std::vector<Place> places_;
     ResultFile* table_ = nullptr;

@@ -1,41 +1,26 @@
 #include "vynhost/run/runner.h"
 
 #include <algorithm>
-#include <cmath>
 #include <functional>
+#include <iterator>
+#include <optional>
 #include <utility>
 
 #include "vynhost/base/text.h"
 #include "vynhost/diagram/block_settings.h"
 #include "vynhost/diagram/catalogue.h"
 #include "vynhost/run/interrupt.h"
-#include "vynhost/run/noise.h"
+#include "vynhost/run/source.h"
 
 namespace vynhost {
 
-struct Runner::Source {
-    explicit Source(const SourceSpec& source)
-        : spec(&source), noise(source.noise ? source.noise->seed : 0) {}
-
-    // What the notes call it.
-    std::string title() const {
-        const std::string rms = spec->noise ? toText(spec->noise->rms) : "";
-        if (file.empty()) return "noise of rms " + rms;
-        return textOf(file) + (spec->noise ? " with noise of rms " + rms : "");
-    }
-
-    const SourceSpec* spec;
-    std::filesystem::path file;
-    std::unique_ptr<Recording> recording;
-    std::vector<int> channels;  // from 0
-    WhiteNoise noise;
-    std::int64_t position = 0;
-    bool ended = false;
+struct Runner::Feed {
+    Source source;
     Outlet outlet;
 };
 
 struct Runner::Node {
-    const BlockSpec* spec;
+    const BlockEntry* entry;
     std::unique_ptr<PlacedBlock> block;
     std::vector<std::string> inputs;
     std::vector<bool> wired;
@@ -45,13 +30,6 @@ struct Runner::Node {
 };
 
 namespace {
-
-// Noise alone is noise on silence; channels are as many as asked for.
-std::unique_ptr<Recording> noiseCarrier(const SourceSpec& spec) {
-    const int channels =
-        spec.channels.empty() ? 1 : *std::max_element(spec.channels.begin(), spec.channels.end());
-    return silence(channels, *spec.rate, std::llround(spec.seconds * *spec.rate));
-}
 
 // The place of a name in a list, where "A" also means "A1".
 std::optional<std::size_t> indexOf(const std::vector<std::string>& names, const std::string& name) {
@@ -70,12 +48,13 @@ Runner::Runner(ModuleHost& host, const Diagram& diagram,
     placeBlocks();
     wire();
     orderBlocks();
+    carryUnits();
     // Their names must exist.
-    for (const SinkSpec& sink : diagram_.sinks) {
+    for (const SinkEntry& sink : diagram_.sinks) {
         for (const ConnectorName& name : sink.from)
             outletOf(name);
     }
-    for (const CompareSpec& compare : diagram_.comparisons) {
+    for (const CompareEntry& compare : diagram_.comparisons) {
         outletOf(compare.of);
         outletOf(compare.with);
     }
@@ -86,117 +65,97 @@ Runner::~Runner() = default;
 // --- Setting up -----------------------------------------------------------------------------
 
 void Runner::openSources(const std::map<std::string, std::filesystem::path>& inputs) {
-    for (const SourceSpec& spec : diagram_.sources) {
-        auto source = std::make_unique<Source>(spec);
-        const auto replaced = inputs.find(spec.name);
-        source->file = replaced == inputs.end() ? spec.file : replaced->second;
-        try {
-            source->recording =
-                source->file.empty() ? noiseCarrier(spec) : openRecording(source->file, spec.rate);
-        } catch (const RecordingError& error) {
-            throw InputError(spec.filePlace, textOf(source->file) + ": " + error.what());
-        }
-        const int channels = source->recording->channels();
-        if (spec.channels.empty()) {
-            for (int c = 0; c < channels; ++c)
-                source->channels.push_back(c);
-        }
-        for (const int channel : spec.channels) {
-            if (channel > channels) {
-                throw InputError(spec.channelsPlace,
-                                 "channel " + std::to_string(channel) + " does not exist: " +
-                                     textOf(source->file) + " has " + std::to_string(channels));
-            }
-            source->channels.push_back(channel - 1);
-        }
-        source->outlet.info = {.name = spec.name, .unit = spec.unit};
-        sources_.push_back(std::move(source));
+    for (const SourceEntry& entry : diagram_.sources) {
+        const auto replaced = inputs.find(entry.name);
+        feeds_.push_back(std::make_unique<Feed>(
+            Source(entry, replaced == inputs.end() ? entry.file : replaced->second),
+            Outlet{.info = {.name = entry.name, .unit = entry.unit}}));
     }
     for (const auto& [name, file] : inputs) {
-        if (findSource(name) == nullptr) {
-            std::vector<std::string> names;
-            for (const auto& source : sources_)
-                names.push_back(source->spec->name);
-            throw InputError("--input " + name + "=" + textOf(file) + ": no such source" +
-                             didYouMean(name, names));
-        }
+        if (findFeed(name) != nullptr) continue;
+        throw InputError("--input " + name + "=" + textOf(file) + ": no such source" +
+                         didYouMean(name, sourceNames()));
     }
 }
 
 void Runner::placeBlocks() {
     const std::vector<TypeInfo> types = moduleTypes(host_);
-    for (const BlockSpec& spec : diagram_.blocks) {
+    for (const BlockEntry& entry : diagram_.blocks) {
         auto node = std::make_unique<Node>();
-        node->spec = &spec;
-        node->block = placeBlock(host_, types, spec, notes_);
+        node->entry = &entry;
+        node->block = placeBlock(host_, types, entry, notes_);
         node->inputs = connectorNames(node->block->inputLabels());
         node->outputs = connectorNames(node->block->outputLabels());
         node->wired.resize(node->inputs.size());
         for (const std::string& output : node->outputs) {
             node->outlets.push_back({});
             OutletInfo& info = node->outlets.back().info;
-            info.name = spec.name + "." + output;
+            info.name = entry.name + "." + output;
             info.values = valueNames(*node->block, static_cast<int>(node->outlets.size()) - 1);
         }
         nodes_.push_back(std::move(node));
     }
 }
 
-Runner::Node* Runner::findNode(const std::string& name) {
-    const auto found = std::find_if(nodes_.begin(), nodes_.end(),
-                                    [&](const auto& node) { return node->spec->name == name; });
+Runner::Node* Runner::findNode(const std::string& name) const {
+    const auto found =
+        std::ranges::find(nodes_, name, [](const auto& node) { return node->entry->name; });
     return found == nodes_.end() ? nullptr : found->get();
 }
 
-Runner::Source* Runner::findSource(const std::string& name) {
-    const auto found = std::find_if(sources_.begin(), sources_.end(),
-                                    [&](const auto& source) { return source->spec->name == name; });
-    return found == sources_.end() ? nullptr : found->get();
+Runner::Feed* Runner::findFeed(const std::string& name) const {
+    const auto found =
+        std::ranges::find(feeds_, name, [](const auto& feed) { return feed->source.name(); });
+    return found == feeds_.end() ? nullptr : found->get();
 }
 
-std::vector<std::string> Runner::nodeNames() const {
+std::vector<std::string> Runner::sourceNames() const {
     std::vector<std::string> names;
-    for (const auto& source : sources_)
-        names.push_back(source->spec->name);
-    for (const auto& node : nodes_)
-        names.push_back(node->spec->name);
+    for (const auto& feed : feeds_)
+        names.push_back(feed->source.name());
     return names;
 }
 
-Runner::Outlet& Runner::outletOf(const ConnectorName& name) {
-    if (Source* source = findSource(name.node)) {
+std::vector<std::string> Runner::blockNames() const {
+    std::vector<std::string> names;
+    for (const auto& node : nodes_)
+        names.push_back(node->entry->name);
+    return names;
+}
+
+Runner::Outlet& Runner::outletOf(const ConnectorName& name) const {
+    if (Feed* feed = findFeed(name.node)) {
         if (!name.letter.empty()) {
             throw InputError(name.place, "\"" + name.text() + "\": a source has no connectors");
         }
-        return source->outlet;
+        return feed->outlet;
     }
     Node* node = findNode(name.node);
     if (node == nullptr) {
+        std::vector<std::string> names = sourceNames();
+        std::ranges::copy(blockNames(), std::back_inserter(names));
         throw InputError(name.place, "\"" + name.node + "\" is neither source nor block" +
-                                         didYouMean(name.node, nodeNames()));
+                                         didYouMean(name.node, names));
     }
     const auto output = indexOf(node->outputs, name.letter);
     if (!output) {
-        throw InputError(name.place, "\"" + name.text() + "\" is no output; " + node->spec->name +
+        throw InputError(name.place, "\"" + name.text() + "\" is no output; " + node->entry->name +
                                          " has " + joined(node->outputs));
     }
     return node->outlets[*output];
 }
 
 void Runner::wire() {
-    for (const WireSpec& wire : diagram_.wires) {
+    for (const WireEntry& wire : diagram_.wires) {
         Node* node = findNode(wire.to.node);
         if (node == nullptr) {
-            std::vector<std::string> names;
-            for (const auto& other : nodes_)
-                names.push_back(other->spec->name);
             throw InputError(wire.to.place, "\"" + wire.to.node + "\" is no block" +
-                                                didYouMean(wire.to.node, names));
+                                                didYouMean(wire.to.node, blockNames()));
         }
         const auto input = indexOf(node->inputs, wire.to.letter);
         if (!input) {
             throw InputError(wire.to.place, "\"" + wire.to.text() + "\" is no input; " +
-                                                node->spec->name + " has " + joined(node->inputs));
+                                                node->entry->name + " has " + joined(node->inputs));
         }
         if (node->wired[*input]) {
             throw InputError(wire.to.place, "the input is wired twice");
@@ -223,12 +182,12 @@ void Runner::orderBlocks() {
         if (marks[&node] == Mark::done) return;
         path.push_back(&node);
         if (marks[&node] == Mark::open) {
-            std::string cycle = node.spec->name;
+            std::string cycle = node.entry->name;
             for (auto step = path.rbegin() + 1; step != path.rend(); ++step) {
-                cycle += " -> " + (*step)->spec->name;
+                cycle += " -> " + (*step)->entry->name;
                 if (*step == &node) break;
             }
-            throw InputError(node.spec->place, "the wires form a cycle: " + cycle);
+            throw InputError(node.entry->place, "the wires form a cycle: " + cycle);
         }
         marks[&node] = Mark::open;
         for (Node* before : node.before)
@@ -239,24 +198,27 @@ void Runner::orderBlocks() {
     };
     for (const auto& node : nodes_)
         visit(*node);
+}
 
-    // The unit of a recording travels along the wires.
-    for (const auto& source : sources_) {
-        for (const Target& target : source->outlet.targets) {
-            for (Outlet& outlet : target.node->outlets) {
-                if (outlet.info.unit.empty()) outlet.info.unit = source->spec->unit;
+// The unit of a recording travels along the wires, and so do the names of quantities through blocks
+// that average them.
+void Runner::carryUnits() {
+    const auto carry = [](const Outlet& outlet, const std::string& unit) {
+        for (const Target& target : outlet.targets) {
+            for (Outlet& next : target.node->outlets) {
+                if (next.info.unit.empty()) next.info.unit = unit;
             }
         }
-    }
+    };
+    for (const auto& feed : feeds_)
+        carry(feed->outlet, feed->source.entry().unit);
     for (Node* node : order_) {
         for (const Outlet& outlet : node->outlets) {
+            carry(outlet, outlet.info.unit);
             for (const Target& target : outlet.targets) {
-                const bool averages = target.node->block->typeCode() == kMittelwert;
-                for (Outlet& next : target.node->outlets) {
-                    if (next.info.unit.empty()) next.info.unit = outlet.info.unit;
-                    // Averages of named quantities keep their names.
-                    if (averages) next.info.values = outlet.info.values;
-                }
+                if (target.node->block->typeCode() != kMittelwert) continue;
+                for (Outlet& next : target.node->outlets)
+                    next.info.values = outlet.info.values;
             }
         }
     }
@@ -280,7 +242,7 @@ void Runner::run() {
         while (moves) {
             moves = false;
             if (interrupted()) throw RunError(kInterrupted, "interrupted, no file is written");
-            for (const auto& source : sources_)
+            for (const auto& source : feeds_)
                 moves |= feed(*source);
             for (Node* node : order_) {
                 moves |= step(*node);
@@ -307,59 +269,11 @@ void Runner::deliver(Outlet& outlet, const ChannelData& data) {
         take(data);
 }
 
-bool Runner::feed(Source& source) {
-    if (source.ended || !targetsFree(source.outlet)) return false;
-    const SourceSpec& spec = *source.spec;
-    Recording& recording = *source.recording;
-    const auto all = static_cast<std::size_t>(recording.channels());
-    const auto block = static_cast<std::size_t>(spec.block);
-    std::vector<float> read(block * all);
-    std::size_t frames = 0;
-    try {
-        frames = recording.read(read);
-    } catch (const RecordingError& error) {
-        throw InputError(spec.filePlace, textOf(source.file) + ": " + error.what());
-    }
-    source.ended = frames < block || source.position + spec.block == recording.frames();
-    const std::size_t rest = frames < block ? frames : 0;
-    if (source.ended) {
-        std::string note = spec.name + ": " + source.title() + ", " +
-                           std::to_string(recording.frames()) + " samples at " +
-                           toText(recording.rate()) + " Hz, " +
-                           std::to_string(source.channels.size()) +
-                           (source.channels.size() == 1 ? " channel" : " channels");
-        if (rest > 0 && spec.tail == Tail::drop) {
-            note += "; the last " + std::to_string(rest) + " left out";
-        } else if (rest > 0 && spec.tail == Tail::pad) {
-            note += "; " + std::to_string(block - rest) + " zeros added at the end";
-        }
-        notes_.push_back(note);
-    }
-    if (frames == 0 || (rest > 0 && spec.tail == Tail::drop)) return true;
-
-    const std::size_t samples = spec.tail == Tail::pad ? block : frames;
-    std::vector<float> values(samples * source.channels.size());
-    const auto scale = static_cast<float>(spec.fullScale);
-    for (std::size_t i = 0; i < frames; ++i) {
-        for (std::size_t c = 0; c < source.channels.size(); ++c) {
-            values[i * source.channels.size() + c] =
-                scale * read[i * all + static_cast<std::size_t>(source.channels[c])];
-        }
-    }
-    if (spec.noise) {
-        const std::size_t recorded = frames * source.channels.size();
-        for (std::size_t i = 0; i < recorded; ++i) {
-            values[i] += static_cast<float>(spec.noise->rms * source.noise.next());
-        }
-    }
-    ChannelData data = timeSignal(std::move(values), static_cast<int>(source.channels.size()),
-                                  1.0 / recording.rate());
-    data.header.xStart =
-        recording.start() + static_cast<double>(source.position) / recording.rate();
-    data.header.displayMinimum = -spec.fullScale;
-    data.header.displaySpan = 2 * spec.fullScale;
-    source.position += static_cast<std::int64_t>(frames);
-    deliver(source.outlet, data);
+bool Runner::feed(Feed& feed) {
+    if (feed.source.ended() || !targetsFree(feed.outlet)) return false;
+    const std::optional<ChannelData> data = feed.source.next();
+    if (feed.source.ended()) notes_.push_back(feed.source.note());
+    if (data) deliver(feed.outlet, *data);
     return true;
 }
 
@@ -379,9 +293,9 @@ bool Runner::step(Node& node) {
     if (result == kNotWired) {
         std::vector<std::string> open;
         for (std::size_t i = 0; i < node.inputs.size(); ++i) {
-            if (!node.wired[i]) open.push_back(node.spec->name + "." + node.inputs[i]);
+            if (!node.wired[i]) open.push_back(node.entry->name + "." + node.inputs[i]);
         }
-        throw InputError(node.spec->place,
+        throw InputError(node.entry->place,
                          "every input of this block must be wired; missing: " + joined(open));
     }
     return picture() != before;
@@ -407,8 +321,8 @@ void Runner::raiseBlockError(Node& node) {
     }
     if (text.empty()) text = "failed without a message";
     throw RunError(kBlockError, textOf(diagram_.file) + ":" +
-                                    std::to_string(node.spec->place.line) + ": block." +
-                                    node.spec->name + ": " + text);
+                                    std::to_string(node.entry->place.line) + ": block." +
+                                    node.entry->name + ": " + text);
 }
 
 void Runner::raiseIfDataWaits() const {
@@ -418,11 +332,11 @@ void Runner::raiseIfDataWaits() const {
         for (std::size_t i = 0; i < node->inputs.size(); ++i) {
             if (!node->wired[i]) continue;
             const bool waits = node->block->waits(static_cast<int>(i));
-            (waits ? waiting : empty).push_back(node->spec->name + "." + node->inputs[i]);
+            (waits ? waiting : empty).push_back(node->entry->name + "." + node->inputs[i]);
         }
         if (waiting.empty()) continue;
-        std::string text = textOf(diagram_.file) + ":" + std::to_string(node->spec->place.line) +
-                           ": block." + node->spec->name + ": the data at " + joined(waiting) +
+        std::string text = textOf(diagram_.file) + ":" + std::to_string(node->entry->place.line) +
+                           ": block." + node->entry->name + ": the data at " + joined(waiting) +
                            " is not taken";
         text += empty.empty() ? " (do the inputs fit together?)"
                               : ", nothing comes to " + joined(empty);
@@ -430,9 +344,7 @@ void Runner::raiseIfDataWaits() const {
     }
 }
 
-const OutletInfo& Runner::outlet(const ConnectorName& name) const {
-    return const_cast<Runner*>(this)->outletOf(name).info;
-}
+const OutletInfo& Runner::outlet(const ConnectorName& name) const { return outletOf(name).info; }
 
 void Runner::listen(const ConnectorName& name, Listener take) {
     outletOf(name).listeners.push_back(std::move(take));

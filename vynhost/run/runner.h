@@ -11,7 +11,6 @@
 #include "vynhost/diagram/diagram.h"
 #include "vynhost/diagram/value_names.h"
 #include "vynhost/interface/module_host.h"
-#include "vynhost/run/recording.h"
 
 namespace vynhost {
 
@@ -49,22 +48,25 @@ private:
         int input;
     };
     struct Outlet {
-        std::vector<Target> targets;
+        std::vector<Target> targets = {};
         OutletInfo info;
-        std::vector<Listener> listeners;
+        std::vector<Listener> listeners = {};
     };
-    struct Source;
+    struct Feed;  // a source and what it feeds
 
     void openSources(const std::map<std::string, std::filesystem::path>& inputs);
     void placeBlocks();
     void wire();
     void orderBlocks();
-    Outlet& outletOf(const ConnectorName& name);
-    Node* findNode(const std::string& name);
-    Source* findSource(const std::string& name);
-    std::vector<std::string> nodeNames() const;
+    void carryUnits();
+    // Nodes and outlets lie on the heap: the runner's own constness is not theirs.
+    Outlet& outletOf(const ConnectorName& name) const;
+    Node* findNode(const std::string& name) const;
+    Feed* findFeed(const std::string& name) const;
+    std::vector<std::string> sourceNames() const;
+    std::vector<std::string> blockNames() const;
 
-    bool feed(Source& source);
+    bool feed(Feed& feed);
     bool step(Node& node);
     bool handOn(Node& node);
     static bool targetsFree(const Outlet& outlet);
@@ -74,7 +76,7 @@ private:
 
     ModuleHost& host_;
     const Diagram& diagram_;
-    std::vector<std::unique_ptr<Source>> sources_;
+    std::vector<std::unique_ptr<Feed>> feeds_;
     std::vector<std::unique_ptr<Node>> nodes_;
     std::vector<Node*> order_;
     std::vector<std::string> notes_;

@@ -60,11 +60,11 @@ protected:
                           [&place](const ChannelData& block) { place.blocks.push_back(block); });
         };
         ResultFiles files(folder() / "out");
-        for (const SinkSpec& sink : diagram.sinks) {
+        for (const SinkEntry& sink : diagram.sinks) {
             std::ranges::for_each(sink.from, collect);
             result.sinks.emplace_back(sink, runner, files);
         }
-        for (const CompareSpec& compare : diagram.comparisons) {
+        for (const CompareEntry& compare : diagram.comparisons) {
             collect(compare.of);
             collect(compare.with);
             result.comparers.emplace_back(compare, runner);
@@ -74,7 +74,7 @@ protected:
             sink.finish();
         files.commit();
         result.notes = runner.notes();
-        for (const SinkSpec& sink : diagram.sinks) {
+        for (const SinkEntry& sink : diagram.sinks) {
             result.tables.push_back(sink.csv.empty() ? "" : read(folder() / "out" / sink.csv));
         }
         look(result);
@@ -576,7 +576,7 @@ TEST_F(RunTest, EveryExampleRunsToItsEnd) {
         ++seen;
         runFile(entry.path(), [&](const RunResult& result) {
             for (std::size_t i = 0; i < diagram.sinks.size(); ++i) {
-                const SinkSpec& sink = diagram.sinks[i];
+                const SinkEntry& sink = diagram.sinks[i];
                 EXPECT_EQ(result.tables[i].empty(), sink.csv.empty());
                 if (!sink.svg.empty()) {
                     EXPECT_THAT(read(folder() / "out" / sink.svg), StartsWith("<svg"));

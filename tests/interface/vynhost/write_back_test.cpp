@@ -26,10 +26,10 @@ protected:
     // What stands in the diagram after the block "b" of this table has got that record.
     std::string after(const std::string& table, const std::string& record) {
         const std::string text = "[block.b]\n" + table;
-        const BlockSpec before = blockOf(text);
-        const BlockSpec spec = specFor(host, types(), before, codeOf(before), record);
-        EXPECT_EQ(recordOf(spec), record);
-        const std::string result = rewriteBlock(text, "d.toml", before, spec);
+        const BlockEntry before = blockOf(text);
+        const BlockEntry entry = entryFor(host, types(), before, codeOf(before), record);
+        EXPECT_EQ(recordOf(entry), record);
+        const std::string result = rewriteBlock(text, "d.toml", before, entry);
         EXPECT_EQ(recordOf(blockOf(result)), record) << result;
         return result.substr(std::strlen("[block.b]\n"));
     }
@@ -47,18 +47,18 @@ protected:
         std::memcpy(&record.at(place), &value, sizeof value);
         return record;
     }
-    std::string recordOf(const BlockSpec& spec) {
+    std::string recordOf(const BlockEntry& entry) {
         std::vector<std::string> notes;
-        const std::string record = placeBlock(host, types(), spec, notes)->save();
+        const std::string record = placeBlock(host, types(), entry, notes)->save();
         EXPECT_THAT(notes, IsEmpty());
         return record;
     }
-    static BlockSpec blockOf(const std::string& text) {
+    static BlockEntry blockOf(const std::string& text) {
         return parseDiagram(text, "d.toml").blocks.at(0);
     }
-    int codeOf(const BlockSpec& spec) {
+    int codeOf(const BlockEntry& entry) {
         std::vector<std::string> notes;
-        return static_cast<int>(placeBlock(host, types(), spec, notes)->typeCode());
+        return static_cast<int>(placeBlock(host, types(), entry, notes)->typeCode());
     }
     const std::vector<TypeInfo>& types() {
         if (types_.empty()) types_ = moduleTypes(host);
@@ -245,7 +245,7 @@ TEST_F(WriteBack, EveryRecordComesBackAsItWas) {
     for (const int code : creatableTypes()) {
         SCOPED_TRACE(code);
         const std::string plain = PlacedBlock(host, code).save();
-        BlockSpec before = blockOf("[block.b]\ntype = " + std::to_string(code) + "\n");
+        BlockEntry before = blockOf("[block.b]\ntype = " + std::to_string(code) + "\n");
         for (int i = 0; i < 8; ++i) {
             std::string record = plain;
             for (std::size_t change = upTo(4); change > 0; --change) {
@@ -254,10 +254,10 @@ TEST_F(WriteBack, EveryRecordComesBackAsItWas) {
             }
             // As the block itself writes it: gaps and the like are zeros.
             record = PlacedBlock(host, code, record).save();
-            const BlockSpec spec = specFor(host, types(), before, code, record);
+            const BlockEntry entry = entryFor(host, types(), before, code, record);
             std::vector<std::string> notes;
-            EXPECT_EQ(placeBlock(host, types(), spec, notes)->save(), record);
-            before = spec;  // the next change starts from there
+            EXPECT_EQ(placeBlock(host, types(), entry, notes)->save(), record);
+            before = entry;  // the next change starts from there
         }
     }
 }
@@ -276,9 +276,9 @@ class RewriteBlock : public ::testing::TestWithParam<Rewriting> {};
 TEST_P(RewriteBlock, ChangesNothingElse) {
     const std::string text = GetParam().before;
     const Diagram diagram = parseDiagram(text, "d.toml");
-    const BlockSpec& before =
-        *std::ranges::find(diagram.blocks, std::string("b"), &BlockSpec::name);
-    BlockSpec after = before;
+    const BlockEntry& before =
+        *std::ranges::find(diagram.blocks, std::string("b"), &BlockEntry::name);
+    BlockEntry after = before;
     std::erase_if(after.settings, [](const Setting& s) { return s.keyword == "PkAmplType"; });
     for (Setting& setting : after.settings) {
         if (setting.keyword == "PkPhase") setting.value = std::int64_t{0};

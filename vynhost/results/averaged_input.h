@@ -1,0 +1,62 @@
+// Spectra of many data blocks that become one each: their mean, or the last of them.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "vynhost/diagram/diagram.h"
+#include "vynhost/results/sink_input.h"
+#include "vynhost/run/runner.h"
+
+namespace vynhost {
+
+// Columns that are known when everything is there.
+class FinishedInput : public SinkInput {
+public:
+    std::optional<double> nextX() const override;
+    void writeCells(std::string& line) override;
+    std::string columns() const override;
+    Series axis() const override { return series_.front(); }
+    double step() const override;
+
+    void addSeries(std::vector<Series>& all) const override;
+
+protected:
+    std::vector<Series> series_;
+
+private:
+    std::size_t row_ = 0;
+};
+
+class LastInput : public FinishedInput {
+public:
+    explicit LastInput(const OutletInfo& outlet) : outlet_(outlet) {}
+
+    void take(const ChannelData& block) override { last_ = block; }
+    void finish() override;
+
+private:
+    const OutletInfo& outlet_;
+    ChannelData last_;
+};
+
+// The mean over the data blocks that have the first one's shape; of amplitudes and levels, `power`
+// takes the mean of what their squares or energies are.
+class MeanInput : public FinishedInput {
+public:
+    MeanInput(const OutletInfo& outlet, const ChannelData& first, Average average);
+
+    void take(const ChannelData& block) override;
+    void finish() override;
+
+private:
+    double summand(double y) const;
+    double mean(double y) const;
+
+    std::int32_t unit_;
+    bool energy_;
+    double blocks_ = 0;
+};
+
+}  // namespace vynhost

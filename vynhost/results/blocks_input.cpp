@@ -1,0 +1,169 @@
+#include "vynhost/results/blocks_input.h"
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <utility>
+
+#include "vynhost/base/errors.h"
+#include "vynhost/base/text.h"
+
+namespace vynhost {
+
+// --- Curves of the picture ------------------------------------------------------------------
+
+void CurveBundle::add(Series curve) {
+    if (++count_ <= kMostCurves) {
+        curve.name += " #" + std::to_string(count_);
+        curves_.push_back(std::move(curve));
+        return;
+    }
+    if (count_ == kMostCurves + 1) {
+        low_ = high_ = curve;
+        for (const Series& one : curves_)
+            widenTo(one);
+        curves_.clear();
+    }
+    widenTo(curve);
+}
+
+void CurveBundle::addTo(std::vector<Series>& all) const {
+    std::ranges::copy(curves_, std::back_inserter(all));
+    if (count_ <= kMostCurves) return;
+    all.push_back(low_);
+    all.back().name += " lowest of " + std::to_string(count_);
+    all.push_back(high_);
+    all.back().name += " highest of " + std::to_string(count_);
+}
+
+void CurveBundle::widenTo(const Series& curve) {
+    const std::size_t common = std::min(curve.y.size(), low_.y.size());
+    for (std::size_t i = 0; i < common; ++i) {
+        low_.y[i] = std::min(low_.y[i], curve.y[i]);
+        high_.y[i] = std::max(high_.y[i], curve.y[i]);
+    }
+}
+
+// --- Columns of the table -------------------------------------------------------------------
+
+BlocksInput::BlocksInput(const SinkEntry& entry, const OutletInfo& outlet, const ChannelData& first,
+                         const ResultFile* table)
+    : entry_(entry),
+      outlet_(outlet),
+      header_(first.header),
+      channels_(static_cast<std::size_t>(first.channels())),
+      bundles_(channels_) {
+    if (table == nullptr) return;
+    path_ = table->temporary();
+    path_ += ".blocks";
+    file_.open(path_, std::ios::binary | std::ios::in | std::ios::out | std::ios::trunc);
+}
+
+BlocksInput::~BlocksInput() {
+    file_.close();
+    std::error_code ignored;
+    if (!path_.empty()) std::filesystem::remove(path_, ignored);
+}
+
+void BlocksInput::take(const ChannelData& block) {
+    if (block.channels() != static_cast<int>(channels_)) return;
+    for (std::size_t c = 0; c < channels_; ++c) {
+        bundles_[c].add(blockSeries(outlet_, block, static_cast<int>(c)));
+    }
+    const auto samples = static_cast<std::uint32_t>(block.samples());
+    if (samples > rows_) rows_ = samples;
+    samples_.push_back(samples);
+    if (path_.empty()) return;
+    checkAxis(block);
+    file_.write(reinterpret_cast<const char*>(block.values.data()),
+                static_cast<std::streamsize>(std::size_t{samples} * channels_ * sizeof(float)));
+    if (!file_) throw RunError(kWrongInput, textOf(path_) + ": can't be written");
+}
+
+std::optional<double> BlocksInput::nextX() const {
+    if (row_ >= rows_) return std::nullopt;
+    return xOf(header_, static_cast<int>(row_));
+}
+
+void BlocksInput::writeCells(std::string& line) {
+    if (row_ < rows_ && row_ >= loadedEnd_) load();
+    const std::size_t inChunk = row_ - loadedBegin_;
+    for (std::size_t c = 0; c < channels_; ++c) {
+        for (std::size_t b = 0; b < samples_.size(); ++b) {
+            if (row_ < samples_[b]) {
+                appendCell(line, loaded_[(b * chunkRows_ + inChunk) * channels_ + c]);
+            } else {
+                line += ',';
+            }
+        }
+    }
+    ++row_;
+}
+
+std::string BlocksInput::columns() const {
+    std::string text;
+    for (std::size_t c = 0; c < channels_; ++c) {
+        const Series series = description(c);
+        const std::string unit = series.unit.empty() ? "" : " [" + series.unit + "]";
+        for (std::size_t b = 1; b <= samples_.size(); ++b) {
+            text += "," + series.name + " #" + std::to_string(b) + unit;
+        }
+    }
+    return text;
+}
+
+Series BlocksInput::axis() const {
+    Series series = description(0);
+    series.name += " #1";
+    return series;
+}
+
+double BlocksInput::step() const { return rows_ < 2 ? 0 : xOf(header_, 1) - xOf(header_, 0); }
+
+void BlocksInput::addSeries(std::vector<Series>& all) const {
+    for (const CurveBundle& bundle : bundles_)
+        bundle.addTo(all);
+}
+
+Series BlocksInput::description(std::size_t channel) const {
+    ChannelData like;
+    like.header = header_;
+    return emptySeries(outlet_, like, static_cast<int>(channel));
+}
+
+void BlocksInput::checkAxis(const ChannelData& block) const {
+    const int last = static_cast<int>(std::min(samples_.front(), samples_.back())) - 1;
+    const double slack = 1e-6 * std::abs(xOf(header_, 1) - xOf(header_, 0));
+    for (const int sample : {0, last}) {
+        if (last < 0 || std::abs(xOf(block.header, sample) - xOf(header_, sample)) <= slack) {
+            continue;
+        }
+        const std::string name = description(0).name;
+        std::string what = name;
+        what.append(" #").append(std::to_string(samples_.size())).append(" and ").append(name);
+        throw InputError(entry_.place, what + " #1" + kDifferentAxes);
+    }
+}
+
+// As many rows of all data blocks as a bounded buffer takes.
+void BlocksInput::load() {
+    constexpr std::size_t kValues = std::size_t{1} << 20;
+    chunkRows_ = std::max<std::size_t>(1, kValues / (samples_.size() * channels_));
+    loadedBegin_ = row_;
+    loadedEnd_ = row_ + chunkRows_;
+    loaded_.resize(samples_.size() * chunkRows_ * channels_);
+    file_.flush();
+    std::uint64_t start = 0;  // of a data block, in values
+    for (std::size_t b = 0; b < samples_.size(); ++b) {
+        const std::size_t end = std::min<std::size_t>(loadedEnd_, samples_[b]);
+        if (end > row_) {
+            file_.seekg(static_cast<std::streamoff>((start + row_ * channels_) * sizeof(float)));
+            file_.read(reinterpret_cast<char*>(&loaded_[b * chunkRows_ * channels_]),
+                       static_cast<std::streamsize>((end - row_) * channels_ * sizeof(float)));
+        }
+        start += std::uint64_t{samples_[b]} * channels_;
+    }
+    if (!file_) throw RunError(kWrongInput, textOf(path_) + ": can't be read back");
+}
+
+}  // namespace vynhost

@@ -1,0 +1,77 @@
+// Spectra of many data blocks side by side: a column for each.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "vynhost/diagram/diagram.h"
+#include "vynhost/results/result_files.h"
+#include "vynhost/results/sink_input.h"
+#include "vynhost/run/runner.h"
+
+namespace vynhost {
+
+// Curves of one shape: all of a few, of many the lowest and the highest values.
+class CurveBundle {
+public:
+    void add(Series curve);
+    void addTo(std::vector<Series>& all) const;
+
+private:
+    static constexpr std::uint64_t kMostCurves = 24;
+
+    void widenTo(const Series& curve);
+
+    std::uint64_t count_ = 0;
+    std::vector<Series> curves_;
+    Series low_;
+    Series high_;
+};
+
+// Data blocks wait in a file until the table, in which they stand side by side, can be written.
+class BlocksInput : public SinkInput {
+public:
+    // Without a table there is no file.
+    BlocksInput(const SinkEntry& entry, const OutletInfo& outlet, const ChannelData& first,
+                const ResultFile* table);
+    ~BlocksInput() override;
+
+    // Raises InputError for another x axis than the first one's, RunError for a full disk.
+    void take(const ChannelData& block) override;
+
+    std::optional<double> nextX() const override;
+    void writeCells(std::string& line) override;
+    std::string columns() const override;
+    Series axis() const override;
+    double step() const override;
+
+    void addSeries(std::vector<Series>& all) const override;
+
+private:
+    Series description(std::size_t channel) const;
+    void checkAxis(const ChannelData& block) const;
+    void load();
+
+    const SinkEntry& entry_;
+    const OutletInfo& outlet_;
+    ChannelHeader header_;  // the first data block's
+    std::size_t channels_;
+    std::vector<CurveBundle> bundles_;    // per channel
+    std::vector<std::uint32_t> samples_;  // per data block
+    std::uint32_t rows_ = 0;
+    std::filesystem::path path_;
+    std::fstream file_;
+
+    // The next row, and the rows that are loaded: sample, then channel, data block by data block.
+    std::size_t row_ = 0;
+    std::vector<float> loaded_;
+    std::size_t chunkRows_ = 0;
+    std::size_t loadedBegin_ = 0;
+    std::size_t loadedEnd_ = 0;
+};
+
+}  // namespace vynhost

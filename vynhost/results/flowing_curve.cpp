@@ -1,0 +1,31 @@
+#include "vynhost/results/flowing_curve.h"
+
+#include <utility>
+
+namespace vynhost {
+namespace {
+
+ThinnedCurve::Height heightOf(const Series& series, const ChartStyle& style) {
+    const bool isPower = series.isPower;
+    return [isPower, &style](double y) { return drawnHeight(y, isPower, style); };
+}
+
+}  // namespace
+
+FlowingCurve::FlowingCurve(Series description, const ChartStyle& style)
+    : series(std::move(description)), points(heightOf(series, style)) {}
+
+Series FlowingCurve::complete() const {
+    Series result = series;
+    points.appendTo(result.x, result.y);
+    return result;
+}
+
+std::string columnNames(std::span<const FlowingCurve> curves) {
+    std::string text;
+    for (const FlowingCurve& curve : curves)
+        text += "," + columnName(curve.series);
+    return text;
+}
+
+}  // namespace vynhost

@@ -1,0 +1,56 @@
+// Named quantities: a row per data block.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "vynhost/diagram/diagram.h"
+#include "vynhost/results/flowing_curve.h"
+#include "vynhost/results/sink_input.h"
+#include "vynhost/run/runner.h"
+
+namespace vynhost {
+
+// Where data blocks start at 0 each time they are counted, which shows in the second one.
+class NamedInput : public SinkInput {
+public:
+    NamedInput(const SinkEntry& entry, const OutletInfo& outlet, const ChannelData& first,
+               const ChartStyle& style);
+
+    void take(const ChannelData& block) override;
+    void finish() override;
+
+    bool flows() const override { return true; }
+    std::optional<double> nextX() const override;
+    void writeCells(std::string& line) override;
+    std::string columns() const override { return columnNames(curves_); }
+    Series axis() const override;
+    double step() const override { return step_; }
+
+    void addSeries(std::vector<Series>& all) const override;
+
+private:
+    struct Row {
+        double x;
+        std::vector<std::optional<float>> values;
+    };
+
+    void decide(bool counted, const ChannelData& second);
+    void addRow(const ChannelData& block);
+
+    bool hasTable_;
+    Series axis_;
+    std::vector<std::size_t> places_;  // of the columns in a data block
+    std::vector<FlowingCurve> curves_;
+    ChannelData first_;
+    std::uint64_t blocks_ = 0;
+    std::uint64_t added_ = 0;
+    bool counted_ = false;
+    double step_ = 0;
+    std::deque<Row> rows_;
+};
+
+}  // namespace vynhost

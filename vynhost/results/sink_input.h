@@ -1,0 +1,50 @@
+// What one place of a diagram contributes to a sink: columns of the table, curves of the picture.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "vynhost/interface/channel_data.h"
+#include "vynhost/results/series.h"
+
+namespace vynhost {
+
+// One kind of data each; which one it is shows in the first data block.
+class SinkInput {
+public:
+    SinkInput() = default;
+    SinkInput(const SinkInput&) = delete;
+    SinkInput& operator=(const SinkInput&) = delete;
+    virtual ~SinkInput() = default;
+
+    virtual void take(const ChannelData& block) = 0;
+    // No data comes any more.
+    virtual void finish() {}
+
+    // --- The table ---
+    // Rows can be told while data comes; else they are there after `finish`.
+    virtual bool flows() const { return false; }
+    // The x of the next row, when it is there.
+    virtual std::optional<double> nextX() const = 0;
+    // Appends the next row's cells, a comma before each, and goes on to the row behind it; past the
+    // end empty cells.
+    virtual void writeCells(std::string& line) = 0;
+    // The columns' names, a comma before each.
+    virtual std::string columns() const = 0;
+    // The first column's name, and the x axis.
+    virtual Series axis() const = 0;
+    // How far apart x values are.
+    virtual double step() const = 0;
+
+    // --- The picture ---
+    virtual void addSeries(std::vector<Series>& all) const = 0;
+};
+
+// One cell, a comma before it.
+void appendCell(std::string& line, float value);
+
+// What is wrong with names that an error puts before it.
+inline constexpr const char* kDifferentAxes = " have different x axes; give each a sink of its own";
+
+}  // namespace vynhost

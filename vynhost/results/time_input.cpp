@@ -1,0 +1,54 @@
+#include "vynhost/results/time_input.h"
+
+namespace vynhost {
+
+TimeInput::TimeInput(const OutletInfo& outlet, const ChannelData& first, const ChartStyle& style,
+                     bool hasTable)
+    : hasTable_(hasTable), step_(first.header.xStep) {
+    for (int channel = 0; channel < first.channels(); ++channel) {
+        curves_.emplace_back(emptySeries(outlet, first, channel), style);
+    }
+}
+
+void TimeInput::take(const ChannelData& block) {
+    if (block.header.xStart != 0) next_ = block.header.xStart;
+    for (std::size_t c = 0; c < curves_.size(); ++c) {
+        const auto channel = static_cast<int>(c);
+        if (channel >= block.channels()) break;
+        for (int i = 0; i < block.samples(); ++i) {
+            curves_[c].points.add(next_ + i * block.header.xStep, block.at(i, channel));
+        }
+    }
+    if (hasTable_ && block.samples() > 0) waiting_.push_back({next_, block});
+    next_ += block.samples() * block.header.xStep;
+}
+
+std::optional<double> TimeInput::nextX() const {
+    if (waiting_.empty()) return std::nullopt;
+    return waiting_.front().start + sample_ * waiting_.front().data.header.xStep;
+}
+
+void TimeInput::writeCells(std::string& line) {
+    if (waiting_.empty()) {
+        line.append(curves_.size(), ',');
+        return;
+    }
+    const ChannelData& data = waiting_.front().data;
+    for (std::size_t c = 0; c < curves_.size(); ++c) {
+        if (static_cast<int>(c) < data.channels()) {
+            appendCell(line, data.at(sample_, static_cast<int>(c)));
+        } else {
+            line += ',';
+        }
+    }
+    if (++sample_ < data.samples()) return;
+    waiting_.pop_front();
+    sample_ = 0;
+}
+
+void TimeInput::addSeries(std::vector<Series>& all) const {
+    for (const FlowingCurve& curve : curves_)
+        all.push_back(curve.complete());
+}
+
+}  // namespace vynhost

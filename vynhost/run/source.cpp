@@ -1,0 +1,126 @@
+#include "vynhost/run/source.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include "vynhost/base/text.h"
+
+namespace vynhost {
+namespace {
+
+// Noise alone is noise on silence; channels are as many as asked for.
+std::unique_ptr<Recording> noiseCarrier(const SourceEntry& entry) {
+    const int channels = entry.channels.empty()
+                             ? 1
+                             : *std::max_element(entry.channels.begin(), entry.channels.end());
+    return silence(channels, *entry.rate, std::llround(entry.seconds * *entry.rate));
+}
+
+std::unique_ptr<Recording> openFor(const SourceEntry& entry, const std::filesystem::path& file) {
+    try {
+        return file.empty() ? noiseCarrier(entry) : openRecording(file, entry.rate);
+    } catch (const RecordingError& error) {
+        throw InputError(entry.filePlace, textOf(file) + ": " + error.what());
+    }
+}
+
+// From 0; all of them when the entry names none.
+std::vector<std::size_t> chosenChannels(const SourceEntry& entry, const std::filesystem::path& file,
+                                        int available) {
+    std::vector<std::size_t> channels;
+    if (entry.channels.empty()) {
+        for (int channel = 0; channel < available; ++channel)
+            channels.push_back(static_cast<std::size_t>(channel));
+    }
+    for (const int channel : entry.channels) {
+        if (channel > available) {
+            throw InputError(entry.channelsPlace, "channel " + std::to_string(channel) +
+                                                      " does not exist: " + textOf(file) + " has " +
+                                                      std::to_string(available));
+        }
+        channels.push_back(static_cast<std::size_t>(channel - 1));
+    }
+    return channels;
+}
+
+}  // namespace
+
+Source::Source(const SourceEntry& entry, std::filesystem::path file)
+    : entry_(&entry),
+      file_(std::move(file)),
+      recording_(openFor(entry, file_)),
+      channels_(chosenChannels(entry, file_, recording_->channels())),
+      noise_(entry.noise ? entry.noise->seed : 0) {}
+
+std::optional<ChannelData> Source::next() {
+    const auto block = static_cast<std::size_t>(entry_->block);
+    std::vector<float> interleaved(block * static_cast<std::size_t>(recording_->channels()));
+    const std::size_t frames = readFrames(interleaved);
+    ended_ = frames < block || position_ + entry_->block == recording_->frames();
+    rest_ = frames < block ? frames : 0;
+    if (frames == 0 || (rest_ > 0 && entry_->tail == Tail::drop)) return std::nullopt;
+
+    std::vector<float> values = chosenAndScaled(interleaved, frames);
+    if (entry_->noise) {
+        for (float& value : values)
+            value += static_cast<float>(entry_->noise->rms * noise_.next());
+    }
+    if (entry_->tail == Tail::pad) values.resize(block * channels_.size());
+    ChannelData data = withHead(std::move(values));
+    position_ += static_cast<std::int64_t>(frames);
+    return data;
+}
+
+std::size_t Source::readFrames(std::span<float> interleaved) {
+    try {
+        return recording_->read(interleaved);
+    } catch (const RecordingError& error) {
+        throw InputError(entry_->filePlace, textOf(file_) + ": " + error.what());
+    }
+}
+
+std::vector<float> Source::chosenAndScaled(std::span<const float> interleaved,
+                                           std::size_t frames) const {
+    const auto all = static_cast<std::size_t>(recording_->channels());
+    const auto scale = static_cast<float>(entry_->fullScale);
+    std::vector<float> values;
+    values.reserve(static_cast<std::size_t>(entry_->block) * channels_.size());
+    for (std::size_t i = 0; i < frames; ++i) {
+        for (const std::size_t channel : channels_)
+            values.push_back(scale * interleaved[i * all + channel]);
+    }
+    return values;
+}
+
+ChannelData Source::withHead(std::vector<float> values) const {
+    const double rate = recording_->rate();
+    ChannelData data =
+        timeSignal(std::move(values), static_cast<int>(channels_.size()), 1.0 / rate);
+    data.header.xStart = recording_->start() + static_cast<double>(position_) / rate;
+    data.header.displayMinimum = -entry_->fullScale;
+    data.header.displaySpan = 2 * entry_->fullScale;
+    return data;
+}
+
+std::string Source::note() const {
+    std::string note = name() + ": " + title() + ", " + std::to_string(recording_->frames()) +
+                       " samples at " + toText(recording_->rate()) + " Hz, " +
+                       std::to_string(channels_.size()) +
+                       (channels_.size() == 1 ? " channel" : " channels");
+    if (rest_ > 0 && entry_->tail == Tail::drop) {
+        note += "; the last " + std::to_string(rest_) + " left out";
+    } else if (rest_ > 0 && entry_->tail == Tail::pad) {
+        const std::size_t zeros = static_cast<std::size_t>(entry_->block) - rest_;
+        note += "; " + std::to_string(zeros) + " zeros added at the end";
+    }
+    return note;
+}
+
+std::string Source::title() const {
+    const std::string rms = entry_->noise ? toText(entry_->noise->rms) : "";
+    if (file_.empty()) return "noise of rms " + rms;
+    return textOf(file_) + (entry_->noise ? " with noise of rms " + rms : "");
+}
+
+}  // namespace vynhost

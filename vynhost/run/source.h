@@ -1,0 +1,54 @@
+// A source of a diagram at work: a recording, noise, or noise on a recording, cut into data blocks.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "vynhost/diagram/diagram.h"
+#include "vynhost/interface/channel_data.h"
+#include "vynhost/run/noise.h"
+#include "vynhost/run/recording.h"
+
+namespace vynhost {
+
+class Source {
+public:
+    // Opens the file; without one there is noise alone. The entry must outlive the source. Raises
+    // InputError for a file that is no recording and for channels that it does not have.
+    Source(const SourceEntry& entry, std::filesystem::path file);
+
+    const SourceEntry& entry() const noexcept { return *entry_; }
+    const std::string& name() const noexcept { return entry_->name; }
+
+    // The next data block: the chosen channels, scaled, with the noise on top. Nothing where the
+    // recording has ended, or where its short rest is dropped. Raises InputError for a file that
+    // ends too early.
+    std::optional<ChannelData> next();
+    bool ended() const noexcept { return ended_; }
+
+    // In one line what was read, left out or added, once it has ended.
+    std::string note() const;
+
+private:
+    std::string title() const;
+    std::size_t readFrames(std::span<float> interleaved);
+    std::vector<float> chosenAndScaled(std::span<const float> interleaved,
+                                       std::size_t frames) const;
+    ChannelData withHead(std::vector<float> values) const;
+
+    const SourceEntry* entry_;
+    std::filesystem::path file_;
+    std::unique_ptr<Recording> recording_;
+    std::vector<std::size_t> channels_;  // from 0
+    WhiteNoise noise_;
+    std::int64_t position_ = 0;  // in frames
+    std::size_t rest_ = 0;       // frames of a last, short data block
+    bool ended_ = false;
+};
+
+}  // namespace vynhost
