@@ -6,13 +6,13 @@
 #include <optional>
 #include <span>
 
-#include "analog_prototype.h"
-#include "convolution.h"
-#include "fft.h"
-#include "filter_object.h"
-#include "fir_design.h"
+#include "design/analog_prototype.h"
+#include "design/fir_design.h"
+#include "design/iir_design.h"
+#include "fft/fft.h"
+#include "filter/convolution.h"
+#include "filter/filter_object.h"
 #include "floating_point.h"
-#include "iir_design.h"
 #include "ovanlys/functions.h"
 #include "version.h"
 

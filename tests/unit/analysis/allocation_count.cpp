@@ -1,4 +1,4 @@
-#include "allocation_count.h"
+#include "unit/analysis/allocation_count.h"
 
 #include <atomic>
 #include <cerrno>

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "filter_fixture.h"
+#include "unit/analysis/filter_fixture.h"
 
 namespace ovanlys {
 namespace {
