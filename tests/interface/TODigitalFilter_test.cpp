@@ -22,14 +22,8 @@ constexpr double kRate = 48000.0;
 enum Mode { kLowPass, kHighPass, kBandPass, kBandStop };
 enum Type { kButterworth, kChebyshev, kElliptic, kInverseChebyshev, kBessel };
 
-class DigitalFilter : public HostTest {
+class TODigitalFilter : public BlockTest<kDigitalFilter> {
 protected:
-    DigitalFilter() { block.wireAll(); }
-    void TearDown() override {
-        placed.reset();
-        HostTest::TearDown();
-    }
-
     void setIir(Mode mode, int type, int order) {
         block.set("PkFIRFilter", 0);
         block.set("PkFilterMode", mode);
@@ -62,16 +56,13 @@ protected:
         EXPECT_FALSE(block.delivered(0));
         expectReport(block, part);
     }
-
-    std::unique_ptr<PlacedBlock> placed = std::make_unique<PlacedBlock>(host, kDigitalFilter);
-    PlacedBlock& block = *placed;
 };
 
 // --- Parameters -----------------------------------------------------------------------------
 
-TEST_F(DigitalFilter, HasOneInputAndOneOutput) { EXPECT_EQ(block.connectors(), "E,;A,"); }
+TEST_F(TODigitalFilter, HasOneInputAndOneOutput) { EXPECT_EQ(block.connectors(), "E,;A,"); }
 
-TEST_F(DigitalFilter, ListsItsKeywordsInOrder) {
+TEST_F(TODigitalFilter, ListsItsKeywordsInOrder) {
     using enum ValueType;
     EXPECT_THAT(
         block.keywords(),
@@ -83,7 +74,7 @@ TEST_F(DigitalFilter, ListsItsKeywordsInOrder) {
                     KeywordRow{"PkAttenuation", real}, KeywordRow{"PkFilterOrder", integer}));
 }
 
-TEST_F(DigitalFilter, NewBlockHasItsDefaults) {
+TEST_F(TODigitalFilter, NewBlockHasItsDefaults) {
     EXPECT_EQ(block.getInteger("PkFIRFilter"), 1);
     EXPECT_EQ(block.getInteger("PkFilterMode"), kLowPass);
     EXPECT_EQ(block.getReal("PkCutoffFreq"), 500.0);
@@ -98,7 +89,7 @@ TEST_F(DigitalFilter, NewBlockHasItsDefaults) {
     EXPECT_EQ(block.getInteger("PkFilterOrder"), 2);
 }
 
-TEST_F(DigitalFilter, KeywordsAreSetAndReadUnchecked) {
+TEST_F(TODigitalFilter, KeywordsAreSetAndReadUnchecked) {
     for (const char* keyword :
          {"PkFIRFilter", "PkFilterLength", "PkKaiserWindow", "PkFilterOrder"}) {
         for (const std::int32_t value : {0, 1, -5, 2147483647, std::numeric_limits<int>::min()}) {
@@ -115,7 +106,7 @@ TEST_F(DigitalFilter, KeywordsAreSetAndReadUnchecked) {
     }
 }
 
-TEST_F(DigitalFilter, EnumerationsTravelFromZeroInTheLow16Bits) {
+TEST_F(TODigitalFilter, EnumerationsTravelFromZeroInTheLow16Bits) {
     for (const char* keyword : {"PkFilterMode", "PkWindowFunction", "PkFilterType"}) {
         for (const std::int32_t value : {0, 1, 2, 3, 4, 100, -1}) {
             block.set(keyword, value);
@@ -133,7 +124,7 @@ TEST_F(DigitalFilter, EnumerationsTravelFromZeroInTheLow16Bits) {
     EXPECT_EQ(record[48], 109);
 }
 
-TEST_F(DigitalFilter, KeywordsMatchWithoutRegardToCase) {
+TEST_F(TODigitalFilter, KeywordsMatchWithoutRegardToCase) {
     block.set("pkfilterORDER", 7);
     EXPECT_EQ(block.getInteger("PKFILTERORDER"), 7);
     block.set("PkFilterOrde", 9);
@@ -153,7 +144,7 @@ public:
     std::string text;
 };
 
-TEST_F(DigitalFilter, RecordHolds103Bytes) {
+TEST_F(TODigitalFilter, RecordHolds103Bytes) {
     Record record;
     record << std::int32_t{184} << std::int32_t{404} << std::uint32_t{1} << std::int16_t{114}
            << 500.0 << 1000.0 << 100.0 << std::int16_t{103} << std::int32_t{25} << std::uint32_t{0}
@@ -163,7 +154,7 @@ TEST_F(DigitalFilter, RecordHolds103Bytes) {
     EXPECT_EQ(block.save(), record.text);
 }
 
-TEST_F(DigitalFilter, RecordRestoresEveryField) {
+TEST_F(TODigitalFilter, RecordRestoresEveryField) {
     Record record;
     record << std::int32_t{1} << std::int32_t{0} << std::uint32_t{0} << std::int16_t{117} << 11.0
            << 12.0 << 13.0 << std::int16_t{100} << std::int32_t{31} << std::uint32_t{1}
@@ -191,7 +182,7 @@ TEST_F(DigitalFilter, RecordRestoresEveryField) {
 
 // --- Checks ---------------------------------------------------------------------------------
 
-TEST_F(DigitalFilter, UnwiredConnectorIsNotSimulated) {
+TEST_F(TODigitalFilter, UnwiredConnectorIsNotSimulated) {
     block.wireOutput(0, -1);
     block.initSim();
     block.put(0, timeSignal({1, 2}));
@@ -200,7 +191,7 @@ TEST_F(DigitalFilter, UnwiredConnectorIsNotSimulated) {
     block.stop();
 }
 
-TEST_F(DigitalFilter, BlockWithoutCountedConnectorsDoesNothing) {
+TEST_F(TODigitalFilter, BlockWithoutCountedConnectorsDoesNothing) {
     block.setCounts(0, 0);
     block.initSim();
     EXPECT_EQ(block.simulate(), 0);
@@ -211,7 +202,7 @@ TEST_F(DigitalFilter, BlockWithoutCountedConnectorsDoesNothing) {
     block.stop();
 }
 
-TEST_F(DigitalFilter, EdgeAtHalfTheRateFails) {
+TEST_F(TODigitalFilter, EdgeAtHalfTheRateFails) {
     const struct {
         Mode mode;
         const char* text;
@@ -236,7 +227,7 @@ TEST_F(DigitalFilter, EdgeAtHalfTheRateFails) {
     }
 }
 
-TEST_F(DigitalFilter, ModeDecidesWhichEdgeIsCompared) {
+TEST_F(TODigitalFilter, ModeDecidesWhichEdgeIsCompared) {
     setFir(kLowPass, 25);
     setEdges(500.0, kRate, kRate);
     EXPECT_EQ(run({1, 2}).size(), 2U);
@@ -245,7 +236,7 @@ TEST_F(DigitalFilter, ModeDecidesWhichEdgeIsCompared) {
     EXPECT_EQ(run({1, 2}).size(), 2U);
 }
 
-TEST_F(DigitalFilter, EdgeJustBelowHalfTheRatePasses) {
+TEST_F(TODigitalFilter, EdgeJustBelowHalfTheRatePasses) {
     setFir(kLowPass, 25);
     setEdges(0.999 * kRate / 2, 0, 0);
     EXPECT_EQ(run({1, 2}).size(), 2U);
@@ -254,7 +245,7 @@ TEST_F(DigitalFilter, EdgeJustBelowHalfTheRatePasses) {
     EXPECT_EQ(run({1, 2}).size(), 2U);
 }
 
-TEST_F(DigitalFilter, LowerEdgeAboveTheUpperOneIsNotRefused) {
+TEST_F(TODigitalFilter, LowerEdgeAboveTheUpperOneIsNotRefused) {
     setFir(kBandPass, 25);
     setEdges(0, 2000.0, 1000.0);
     EXPECT_THAT(run({1, 2}), ElementsAre(0, 0));  // the design refuses it: no taps
@@ -262,7 +253,7 @@ TEST_F(DigitalFilter, LowerEdgeAboveTheUpperOneIsNotRefused) {
     EXPECT_THAT(run({1, 2}), ElementsAre(1, 2));  // the object stays as created
 }
 
-TEST_F(DigitalFilter, MillisecondAxisMultipliesTheRateBy1000) {
+TEST_F(TODigitalFilter, MillisecondAxisMultipliesTheRateBy1000) {
     ChannelData data = timeSignal({1, 2}, 1, 0.5);  // 2000 Hz
     data.header.xAxisKind = kMilliseconds;
     setFir(kLowPass, 25);
@@ -276,7 +267,7 @@ TEST_F(DigitalFilter, MillisecondAxisMultipliesTheRateBy1000) {
     block.stop();
 }
 
-TEST_F(DigitalFilter, OtherAxisKindsCountInSeconds) {
+TEST_F(TODigitalFilter, OtherAxisKindsCountInSeconds) {
     ChannelData data = timeSignal({1, 2}, 1, 0.5);
     setFir(kLowPass, 25);
     setEdges(0.999, 0, 0);
@@ -288,7 +279,7 @@ TEST_F(DigitalFilter, OtherAxisKindsCountInSeconds) {
     }
 }
 
-TEST_F(DigitalFilter, ChangedRateOrChannelCountFails) {
+TEST_F(TODigitalFilter, ChangedRateOrChannelCountFails) {
     block.initSim();
     EXPECT_TRUE(block.process(timeSignal({1, 2})));
     expectFailure(timeSignal({1, 2}, 1, 1.0 / 44100), "Abtastrate der eintreffenden");
@@ -299,13 +290,13 @@ TEST_F(DigitalFilter, ChangedRateOrChannelCountFails) {
     block.stop();
 }
 
-TEST_F(DigitalFilter, RateThatIsNoNumberFails) {
+TEST_F(TODigitalFilter, RateThatIsNoNumberFails) {
     block.initSim();
     expectFailure(timeSignal({1, 2}, 1, std::nan("")), "Abtastrate der eintreffenden");
     block.stop();
 }
 
-TEST_F(DigitalFilter, StopReleasesTheFilter) {
+TEST_F(TODigitalFilter, StopReleasesTheFilter) {
     block.initSim();
     EXPECT_TRUE(block.process(timeSignal({1, 2})));
     block.stop();
@@ -314,7 +305,7 @@ TEST_F(DigitalFilter, StopReleasesTheFilter) {
     block.stop();
 }
 
-TEST_F(DigitalFilter, FailedStartLeavesTheRunWithoutAFilter) {
+TEST_F(TODigitalFilter, FailedStartLeavesTheRunWithoutAFilter) {
     setIir(kLowPass, kButterworth, 2);
     EXPECT_EQ(run({1, 2}).size(), 2U);  // an earlier run at the same rate
     setEdges(kRate, 0, 0);
@@ -326,7 +317,7 @@ TEST_F(DigitalFilter, FailedStartLeavesTheRunWithoutAFilter) {
     EXPECT_EQ(run({1, 2}).size(), 2U);
 }
 
-TEST_F(DigitalFilter, FailureHoldsTheInputUntilStop) {
+TEST_F(TODigitalFilter, FailureHoldsTheInputUntilStop) {
     setEdges(kRate, 0, 0);
     block.initSim();
     const Handle input = block.put(0, timeSignal({1, 2}));
@@ -341,7 +332,7 @@ TEST_F(DigitalFilter, FailureHoldsTheInputUntilStop) {
     EXPECT_TRUE(host.takeTrace().empty());
 }
 
-TEST_F(DigitalFilter, NewRunForgetsTheHeldInputAndTheError) {
+TEST_F(TODigitalFilter, NewRunForgetsTheHeldInputAndTheError) {
     setEdges(kRate, 0, 0);
     block.initSim();
     block.put(0, timeSignal({1, 2}));
@@ -354,7 +345,7 @@ TEST_F(DigitalFilter, NewRunForgetsTheHeldInputAndTheError) {
     EXPECT_TRUE(takeBoxes().empty());
 }
 
-TEST_F(DigitalFilter, ErrorStaysUntilTheNextRun) {
+TEST_F(TODigitalFilter, ErrorStaysUntilTheNextRun) {
     setEdges(kRate, 0, 0);
     block.initSim();
     block.put(0, timeSignal({1, 2}));
@@ -365,7 +356,7 @@ TEST_F(DigitalFilter, ErrorStaysUntilTheNextRun) {
     expectReport(block, "Grenzfrenz");
 }
 
-TEST_F(DigitalFilter, HostWithoutMemoryFailsWith125AndLosesNothing) {
+TEST_F(TODigitalFilter, HostWithoutMemoryFailsWith125AndLosesNothing) {
     setFir(kLowPass, 25);
     const auto in = noise(100);
     const auto expected = run(in);
@@ -377,7 +368,7 @@ TEST_F(DigitalFilter, HostWithoutMemoryFailsWith125AndLosesNothing) {
     block.stop();
 }
 
-TEST_F(DigitalFilter, UnsoundHeadersFailWithoutTouchingTheValues) {
+TEST_F(TODigitalFilter, UnsoundHeadersFailWithoutTouchingTheValues) {
     for (const std::int32_t channels : {0, -1}) {
         block.initSim();
         ChannelData data = timeSignal({1, 2});
@@ -389,7 +380,7 @@ TEST_F(DigitalFilter, UnsoundHeadersFailWithoutTouchingTheValues) {
     }
 }
 
-TEST_F(DigitalFilter, LengthsAndOrdersThatCannotBeMadeFailWith125) {
+TEST_F(TODigitalFilter, LengthsAndOrdersThatCannotBeMadeFailWith125) {
     setFir(kLowPass, 2147483647);
     block.initSim();
     expectFailure(timeSignal({1, 2}), "Variable konnte nicht angelegt");
@@ -403,7 +394,7 @@ TEST_F(DigitalFilter, LengthsAndOrdersThatCannotBeMadeFailWith125) {
     }
 }
 
-TEST_F(DigitalFilter, UnknownModeHasNoIirFilterAndASilentFir) {
+TEST_F(TODigitalFilter, UnknownModeHasNoIirFilterAndASilentFir) {
     for (const int mode : {-1, 4, 30000}) {
         setIir(kLowPass, kButterworth, 2);
         block.set("PkFilterMode", mode);
@@ -416,7 +407,7 @@ TEST_F(DigitalFilter, UnknownModeHasNoIirFilterAndASilentFir) {
     }
 }
 
-TEST_F(DigitalFilter, WithoutARunNothingHappens) {
+TEST_F(TODigitalFilter, WithoutARunNothingHappens) {
     block.put(0, timeSignal({1, 2}));
     EXPECT_EQ(block.simulate(), kFailed);
     EXPECT_TRUE(block.waits(0));
@@ -425,7 +416,7 @@ TEST_F(DigitalFilter, WithoutARunNothingHappens) {
 
 // --- Run ------------------------------------------------------------------------------------
 
-TEST_F(DigitalFilter, OutputHasTheInputsHeaderAndLength) {
+TEST_F(TODigitalFilter, OutputHasTheInputsHeaderAndLength) {
     block.initSim();
     ChannelData data = timeSignal({1, 2, 3, 4, 5, 6}, 3);
     data.header.yUnit = 42;
@@ -449,9 +440,9 @@ struct Setting {
     int order;
 };
 
-class DigitalFilterKinds : public DigitalFilter, public testing::WithParamInterface<Setting> {
+class TODigitalFilterKinds : public TODigitalFilter, public testing::WithParamInterface<Setting> {
 protected:
-    DigitalFilterKinds() {
+    TODigitalFilterKinds() {
         if (GetParam().fir) {
             setFir(GetParam().mode, GetParam().sizeOrType);
         } else {
@@ -461,7 +452,7 @@ protected:
     }
 };
 
-TEST_P(DigitalFilterKinds, OneLongBlockEqualsManyShortOnesBitForBit) {
+TEST_P(TODigitalFilterKinds, OneLongBlockEqualsManyShortOnesBitForBit) {
     for (const int channels : {1, 2, 3, 8, 9, 32}) {
         const auto in = noise(700 * static_cast<std::size_t>(channels));
         const auto whole = run(in, channels);
@@ -473,7 +464,7 @@ TEST_P(DigitalFilterKinds, OneLongBlockEqualsManyShortOnesBitForBit) {
     }
 }
 
-TEST_P(DigitalFilterKinds, EveryChannelIsFilteredAsIfItWereAlone) {
+TEST_P(TODigitalFilterKinds, EveryChannelIsFilteredAsIfItWereAlone) {
     const int channels = 11;
     const auto in = noise(300 * channels);
     const auto together = run(in, channels);
@@ -482,7 +473,7 @@ TEST_P(DigitalFilterKinds, EveryChannelIsFilteredAsIfItWereAlone) {
     }
 }
 
-TEST_P(DigitalFilterKinds, NaNAndInfinityStayInTheirChannel) {
+TEST_P(TODigitalFilterKinds, NaNAndInfinityStayInTheirChannel) {
     auto in = noise(300 * 3);
     const auto clean = run(in, 3, {100});
     in[30] = std::numeric_limits<float>::quiet_NaN();
@@ -494,7 +485,7 @@ TEST_P(DigitalFilterKinds, NaNAndInfinityStayInTheirChannel) {
     EXPECT_EQ(run(noise(300 * 3), 3, {100}), clean);  // the next run knows nothing of it
 }
 
-TEST_P(DigitalFilterKinds, EachRunStartsAtRest) {
+TEST_P(TODigitalFilterKinds, EachRunStartsAtRest) {
     const auto in = noise(300);
     const auto first = run(in, 1, {100});
     EXPECT_EQ(run(in, 1, {100}), first);
@@ -505,7 +496,7 @@ TEST_P(DigitalFilterKinds, EachRunStartsAtRest) {
     block.stop();
 }
 
-TEST_P(DigitalFilterKinds, ParametersChangedInTheRunWaitForTheNext) {
+TEST_P(TODigitalFilterKinds, ParametersChangedInTheRunWaitForTheNext) {
     const auto in = noise(300);
     const auto expected = run(in, 1, {100});
     block.initSim();
@@ -522,12 +513,12 @@ TEST_P(DigitalFilterKinds, ParametersChangedInTheRunWaitForTheNext) {
     block.stop();
 }
 
-TEST_P(DigitalFilterKinds, LongerAndShorterBlocksMayAlternate) {
+TEST_P(TODigitalFilterKinds, LongerAndShorterBlocksMayAlternate) {
     const auto in = noise(5000 * 2);
     EXPECT_EQ(run(in, 2, {1, 4000, 3, 996}), run(in, 2));
 }
 
-TEST_P(DigitalFilterKinds, ValuesThatMakeNoWholeSampleBecomeZero) {
+TEST_P(TODigitalFilterKinds, ValuesThatMakeNoWholeSampleBecomeZero) {
     block.initSim();
     ChannelData data = timeSignal(std::vector<float>(7, 1.0F), 3);
     data.header.valueCount = 7;
@@ -538,7 +529,7 @@ TEST_P(DigitalFilterKinds, ValuesThatMakeNoWholeSampleBecomeZero) {
     block.stop();
 }
 
-TEST_P(DigitalFilterKinds, EmptyBlocksPassThrough) {
+TEST_P(TODigitalFilterKinds, EmptyBlocksPassThrough) {
     const auto in = noise(100);
     const auto expected = run(in);
     block.initSim();
@@ -549,7 +540,7 @@ TEST_P(DigitalFilterKinds, EmptyBlocksPassThrough) {
     block.stop();
 }
 
-TEST_P(DigitalFilterKinds, BlockMayBeDestroyedInTheMiddleOfARun) {
+TEST_P(TODigitalFilterKinds, BlockMayBeDestroyedInTheMiddleOfARun) {
     block.initSim();
     EXPECT_TRUE(block.process(timeSignal({1, 2, 3})));
     placed.reset();
@@ -565,7 +556,7 @@ std::string nameOf(const testing::TestParamInfo<Setting>& setting) {
            modes.at(s.mode);
 }
 
-INSTANTIATE_TEST_SUITE_P(Settings, DigitalFilterKinds,
+INSTANTIATE_TEST_SUITE_P(Settings, TODigitalFilterKinds,
                          testing::Values(Setting{true, kLowPass, 25, 0},
                                          Setting{true, kHighPass, 1, 0},
                                          Setting{true, kBandPass, 24, 0},
@@ -621,7 +612,7 @@ std::vector<double> lowPassTaps(int length, double edge, int window, bool kaiser
     return taps;
 }
 
-TEST_F(DigitalFilter, ImpulseResponseOfAFirIsItsWindowDesign) {
+TEST_F(TODigitalFilter, ImpulseResponseOfAFirIsItsWindowDesign) {
     setEdges(3000.0, 0, 0);
     for (const int length : {24, 25}) {
         for (int window = 0; window < 5; ++window) {
@@ -642,7 +633,7 @@ TEST_F(DigitalFilter, ImpulseResponseOfAFirIsItsWindowDesign) {
     }
 }
 
-TEST_F(DigitalFilter, UnknownWindowsAreRectangular) {
+TEST_F(TODigitalFilter, UnknownWindowsAreRectangular) {
     setEdges(3000.0, 0, 0);
     setFir(kLowPass, 25, 0);
     const auto rectangular = run(impulse(30));
@@ -655,7 +646,7 @@ TEST_F(DigitalFilter, UnknownWindowsAreRectangular) {
     }
 }
 
-TEST_F(DigitalFilter, FirOfEveryModePassesAndStopsWhereItShould) {
+TEST_F(TODigitalFilter, FirOfEveryModePassesAndStopsWhereItShould) {
     setEdges(6000.0, 4000.0, 8000.0);
     const struct {
         Mode mode;
@@ -674,20 +665,20 @@ TEST_F(DigitalFilter, FirOfEveryModePassesAndStopsWhereItShould) {
     }
 }
 
-TEST_F(DigitalFilter, FilterLengthBelow1IsSilent) {
+TEST_F(TODigitalFilter, FilterLengthBelow1IsSilent) {
     for (const int length : {0, -1, std::numeric_limits<int>::min()}) {
         setFir(kLowPass, length);
         EXPECT_THAT(run({1, 2, 3}), Each(0.0F));
     }
 }
 
-TEST_F(DigitalFilter, FirWithOneTapPassesEverything) {
+TEST_F(TODigitalFilter, FirWithOneTapPassesEverything) {
     setFir(kLowPass, 1, 3);
     const auto in = noise(100);
     EXPECT_EQ(run(in), in);
 }
 
-TEST_F(DigitalFilter, LongFirOverShortBlocksAgreesWithOneLongBlock) {
+TEST_F(TODigitalFilter, LongFirOverShortBlocksAgreesWithOneLongBlock) {
     setFir(kLowPass, 4001, 4);
     setEdges(3000.0, 0, 0);
     const auto in = noise(6000);
@@ -703,7 +694,7 @@ TEST_F(DigitalFilter, LongFirOverShortBlocksAgreesWithOneLongBlock) {
 
 // --- IIR ------------------------------------------------------------------------------------
 
-TEST_F(DigitalFilter, FilterWithoutACharacteristicPassesEverything) {
+TEST_F(TODigitalFilter, FilterWithoutACharacteristicPassesEverything) {
     block.set("PkFIRFilter", 0);
     const auto in = noise(500);
     EXPECT_EQ(run(in), in);  // as created, 114
@@ -713,7 +704,7 @@ TEST_F(DigitalFilter, FilterWithoutACharacteristicPassesEverything) {
     }
 }
 
-TEST_F(DigitalFilter, RefusedDesignPassesEverything) {
+TEST_F(TODigitalFilter, RefusedDesignPassesEverything) {
     const auto in = noise(500);
     setIir(kLowPass, kChebyshev, 4);
     block.set("PkRipple", 0.0);
@@ -729,7 +720,7 @@ TEST_F(DigitalFilter, RefusedDesignPassesEverything) {
 }
 
 // What each design promises: its gain at its edges, and in the pass band.
-TEST_F(DigitalFilter, EveryCharacteristicMeetsItsPromiseAtItsEdges) {
+TEST_F(TODigitalFilter, EveryCharacteristicMeetsItsPromiseAtItsEdges) {
     const double lower = 4000.0;
     const double upper = 8000.0;
     const double cutoff = 6000.0;
@@ -772,7 +763,7 @@ TEST_F(DigitalFilter, EveryCharacteristicMeetsItsPromiseAtItsEdges) {
     }
 }
 
-TEST_F(DigitalFilter, EllipticStopBandStaysBelowItsAttenuation) {
+TEST_F(TODigitalFilter, EllipticStopBandStaysBelowItsAttenuation) {
     setEdges(6000.0, 0, 0);
     block.set("PkRipple", 0.5);
     block.set("PkAttenuation", 50.0);
@@ -786,7 +777,7 @@ TEST_F(DigitalFilter, EllipticStopBandStaysBelowItsAttenuation) {
     EXPECT_GT(highest, -50.1);  // equiripple: it comes close
 }
 
-TEST_F(DigitalFilter, ButterworthFollowsItsFormulaEverywhere) {
+TEST_F(TODigitalFilter, ButterworthFollowsItsFormulaEverywhere) {
     setEdges(6000.0, 0, 0);
     for (const int order : {1, 2, 8}) {
         setIir(kLowPass, kButterworth, order);
@@ -802,7 +793,7 @@ TEST_F(DigitalFilter, ButterworthFollowsItsFormulaEverywhere) {
     }
 }
 
-TEST_F(DigitalFilter, Order64IsStable) {
+TEST_F(TODigitalFilter, Order64IsStable) {
     setEdges(6000.0, 4000.0, 8000.0);
     for (const Mode mode : {kLowPass, kHighPass, kBandPass, kBandStop}) {
         setIir(mode, kButterworth, 64);

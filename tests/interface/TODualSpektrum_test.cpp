@@ -21,7 +21,6 @@ using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-constexpr int kDualSpectrum = 5006;
 constexpr int kE = 0;
 constexpr int kA = 1;
 constexpr int kT = 2;
@@ -30,14 +29,9 @@ constexpr int kLines = 32;
 // What stands in line 4 tells the amplitude of both signals: their cross spectrum is its square.
 ChannelData level(double amplitude) { return timeSignal(cosine(2 * kLines, 4, amplitude)); }
 
-class DualSpektrum : public HostTest {
+class TODualSpektrum : public BlockTest<kDualSpektrum> {
 protected:
-    DualSpektrum() { wire(); }
-
-    void TearDown() override {
-        placed.reset();
-        HostTest::TearDown();
-    }
+    void prepare() override { wire(); }
 
     // E, A and all outputs, without the trigger.
     void wire() {
@@ -72,19 +66,17 @@ protected:
     }
 
     void restore(const std::string& record) {
-        placed.emplace(host, kDualSpectrum, record);
+        BlockTest::restore(record);
         wire();
     }
 
-    std::optional<PlacedBlock> placed{std::in_place, host, kDualSpectrum};
-    PlacedBlock& block = *placed;
     std::optional<ChannelData> phases;
     std::optional<ChannelData> coherences;
 };
 
 // --- Description -------------------------------------------------------------------------------
 
-TEST_F(DualSpektrum, NamesItsConnectorsByItsParametersAndLeavesOutOnesInPlace) {
+TEST_F(TODualSpektrum, NamesItsConnectorsByItsParametersAndLeavesOutOnesInPlace) {
     EXPECT_EQ(block.connectors(), "E,A,T,;A,-,-,");
     block.set("PkTransPhase", 1);
     EXPECT_EQ(block.connectors(), "E,A,T,;A,P,-,");
@@ -98,7 +90,7 @@ TEST_F(DualSpektrum, NamesItsConnectorsByItsParametersAndLeavesOutOnesInPlace) {
     EXPECT_EQ(block.connectors(), "E,A,T,;R,I,-,");
 }
 
-TEST_F(DualSpektrum, ListsItsFifteenKeywords) {
+TEST_F(TODualSpektrum, ListsItsFifteenKeywords) {
     const auto integer = ValueType::integer;
     const auto text = ValueType::text;
     const auto real = ValueType::real;
@@ -113,7 +105,7 @@ TEST_F(DualSpektrum, ListsItsFifteenKeywords) {
                             KeywordRow{"PkDataOnReset", integer}, KeywordRow{"PkAvgFactor", real}));
 }
 
-TEST_F(DualSpektrum, SavesItsDefaultsInA84ByteRecord) {
+TEST_F(TODualSpektrum, SavesItsDefaultsInA84ByteRecord) {
     const std::string record = block.save();
     ASSERT_EQ(record.size(), 84U);
     EXPECT_EQ(at<std::int32_t>(record, 0), 88);
@@ -129,29 +121,29 @@ TEST_F(DualSpektrum, SavesItsDefaultsInA84ByteRecord) {
     EXPECT_EQ(record.substr(52), std::string(32, '\0'));
 }
 
-TEST_F(DualSpektrum, RestoresEveryFieldWhateverSizeAndVersionSay) {
+TEST_F(TODualSpektrum, RestoresEveryFieldWhateverSizeAndVersionSay) {
     std::string record = block.save();
     for (std::size_t i = 8; i < record.size(); ++i)
         record[i] = static_cast<char>(i * 7 + 1);
     std::string given = record;
     put<std::int32_t>(given, 0, -5);
     put<std::int32_t>(given, 4, 0);
-    PlacedBlock restored(host, kDualSpectrum, given);
+    PlacedBlock restored(host, kDualSpektrum, given);
     EXPECT_EQ(restored.save(), record);
 }
 
-TEST_F(DualSpektrum, AShortRecordLeavesTheRestAtItsDefaults) {
+TEST_F(TODualSpektrum, AShortRecordLeavesTheRestAtItsDefaults) {
     std::string record = block.save();
     put<std::uint16_t>(record, 10, 1);
     put<std::uint16_t>(record, 12, 1);
     record.resize(13);
-    PlacedBlock restored(host, kDualSpectrum, record);
+    PlacedBlock restored(host, kDualSpektrum, record);
     EXPECT_EQ(restored.getInteger("PkTransPhase"), 1);
     EXPECT_EQ(restored.getInteger("PkCoherence"), 0);
     EXPECT_EQ(restored.getReal("PkAvgFactor"), 1.0);
 }
 
-TEST_F(DualSpektrum, IntegersAreStoredWithTheirOffsetsInto16Bits) {
+TEST_F(TODualSpektrum, IntegersAreStoredWithTheirOffsetsInto16Bits) {
     struct Row {
         const char* keyword;
         std::size_t offset;
@@ -182,7 +174,7 @@ TEST_F(DualSpektrum, IntegersAreStoredWithTheirOffsetsInto16Bits) {
     }
 }
 
-TEST_F(DualSpektrum, TextsAreSetByNameAndUnknownOnesSelectADefault) {
+TEST_F(TODualSpektrum, TextsAreSetByNameAndUnknownOnesSelectADefault) {
     struct Row {
         const char* keyword;
         std::size_t offset;
@@ -219,7 +211,7 @@ TEST_F(DualSpektrum, TextsAreSetByNameAndUnknownOnesSelectADefault) {
     }
 }
 
-TEST_F(DualSpektrum, TheFourTextsReadBackAsOneByte) {
+TEST_F(TODualSpektrum, TheFourTextsReadBackAsOneByte) {
     for (const char* keyword : {"PkAmplType", "PkTransFCTType", "PkAverageType", "PkWndFct"}) {
         // A byte that is what it was before has not been written, unless by chance for one filling.
         int written = 0;
@@ -233,7 +225,7 @@ TEST_F(DualSpektrum, TheFourTextsReadBackAsOneByte) {
     }
 }
 
-TEST_F(DualSpektrum, NumbersWithoutANameReadTheByteOfTheirDefaultsName) {
+TEST_F(TODualSpektrum, NumbersWithoutANameReadTheByteOfTheirDefaultsName) {
     struct Row {
         const char* keyword;
         std::size_t offset;
@@ -243,7 +235,7 @@ TEST_F(DualSpektrum, NumbersWithoutANameReadTheByteOfTheirDefaultsName) {
     const auto byteOf = [&](std::uint16_t stored, const Row& row) {
         std::string record = block.save();
         put<std::uint16_t>(record, row.offset, stored);
-        PlacedBlock restored(host, kDualSpectrum, record);
+        PlacedBlock restored(host, kDualSpektrum, record);
         std::string byte(1, '\0');
         restored.remoteControl(kGetValue, row.keyword, byte);
         return byte;
@@ -256,7 +248,7 @@ TEST_F(DualSpektrum, NumbersWithoutANameReadTheByteOfTheirDefaultsName) {
 
 // --- Outputs -----------------------------------------------------------------------------------
 
-TEST_F(DualSpektrum, PutsOutTheCrossSpectrumWithItsHeader) {
+TEST_F(TODualSpektrum, PutsOutTheCrossSpectrumWithItsHeader) {
     ChannelData excitation = timeSignal(cosine(1024, 100, 3.0), 1, 1.0 / 48000);
     excitation.header.displaySpan = 8.0;
     excitation.header.xStart = 77.0;
@@ -279,7 +271,7 @@ TEST_F(DualSpektrum, PutsOutTheCrossSpectrumWithItsHeader) {
     EXPECT_FALSE(coherences);
 }
 
-TEST_F(DualSpektrum, UnitAndDisplayFollowTheAmplitudeType) {
+TEST_F(TODualSpektrum, UnitAndDisplayFollowTheAmplitudeType) {
     struct Row {
         const char* type;
         std::int32_t unit;
@@ -302,7 +294,7 @@ TEST_F(DualSpektrum, UnitAndDisplayFollowTheAmplitudeType) {
     }
 }
 
-TEST_F(DualSpektrum, PhaseAndCoherenceComeOnTheirOwnOutputs) {
+TEST_F(TODualSpektrum, PhaseAndCoherenceComeOnTheirOwnOutputs) {
     block.set("PkTransPhase", 1);
     block.set("PkCoherence", 1);
     block.wireAll();
@@ -319,7 +311,7 @@ TEST_F(DualSpektrum, PhaseAndCoherenceComeOnTheirOwnOutputs) {
     EXPECT_NEAR(phases->header.xStep, 48000.0 / 64, 1e-9);
     EXPECT_EQ(phases->header.displayMinimum, -180.0);
     EXPECT_EQ(phases->header.displaySpan, 360.0);
-    EXPECT_EQ(phases->header.yUnit, 11);
+    EXPECT_EQ(phases->header.yUnit, kUnitDegrees);
     EXPECT_NEAR(phases->values.at(4), -0.7 * 180 / std::numbers::pi, 1e-4);
     ASSERT_TRUE(coherences);
     EXPECT_EQ(coherences->header.valueCount, kLines);
@@ -328,11 +320,11 @@ TEST_F(DualSpektrum, PhaseAndCoherenceComeOnTheirOwnOutputs) {
     EXPECT_NEAR(coherences->header.xStep, 48000.0 / 64, 1e-9);
     EXPECT_EQ(coherences->header.displayMinimum, 0.0);
     EXPECT_EQ(coherences->header.displaySpan, 1.0);
-    EXPECT_EQ(coherences->header.yUnit, 0);
+    EXPECT_EQ(coherences->header.yUnit, kUnitNone);
     EXPECT_NEAR(coherences->values.at(4), 1.0, 1e-6);
 }
 
-TEST_F(DualSpektrum, SaysAllOfItsHeadersWhateverTheHostCopied) {
+TEST_F(TODualSpektrum, SaysAllOfItsHeadersWhateverTheHostCopied) {
     block.set("PkTransPhase", 1);
     block.set("PkCoherence", 1);
     block.initSim();
@@ -342,11 +334,11 @@ TEST_F(DualSpektrum, SaysAllOfItsHeadersWhateverTheHostCopied) {
     const auto spectrum = spectrumOf(signal, signal);
     ASSERT_TRUE(spectrum && phases && coherences);
     EXPECT_EQ(spectrum->header.displaySpan, 4.0);
-    EXPECT_EQ(spectrum->header.yUnit, 26);
+    EXPECT_EQ(spectrum->header.yUnit, kUnitAmplitude);
     EXPECT_EQ(phases->header.displaySpan, 360.0);
-    EXPECT_EQ(phases->header.yUnit, 11);
+    EXPECT_EQ(phases->header.yUnit, kUnitDegrees);
     EXPECT_EQ(coherences->header.displaySpan, 1.0);
-    EXPECT_EQ(coherences->header.yUnit, 0);
+    EXPECT_EQ(coherences->header.yUnit, kUnitNone);
     for (const auto* output : {&spectrum, &std::as_const(phases), &std::as_const(coherences)}) {
         const ChannelHeader& header = (*output)->header;
         EXPECT_EQ(header.valueCount, 64);
@@ -358,7 +350,7 @@ TEST_F(DualSpektrum, SaysAllOfItsHeadersWhateverTheHostCopied) {
     }
 }
 
-TEST_F(DualSpektrum, ImaginaryPartsComeInDegreesWithTheDisplayOfTheInput) {
+TEST_F(TODualSpektrum, ImaginaryPartsComeInDegreesWithTheDisplayOfTheInput) {
     block.set("PkAmplType", "REALIMAGINAER");
     block.initSim();
     ChannelData signal = level(2.0);
@@ -369,14 +361,14 @@ TEST_F(DualSpektrum, ImaginaryPartsComeInDegreesWithTheDisplayOfTheInput) {
     ASSERT_TRUE(reals && phases);
     EXPECT_NEAR(reals->values.at(4), 2.0 * std::cos(0.7), 2e-6);
     EXPECT_NEAR(phases->values.at(4), 2.0 * std::sin(0.7), 2e-6);
-    EXPECT_EQ(phases->header.yUnit, 11);
+    EXPECT_EQ(phases->header.yUnit, kUnitDegrees);
     EXPECT_EQ(phases->header.xAxisKind, kHertz);
     EXPECT_EQ(phases->header.displayMinimum, -3.0);
     EXPECT_EQ(phases->header.displaySpan, 8.0);
     EXPECT_EQ(phases->header.xStart, 0.0);
 }
 
-TEST_F(DualSpektrum, TheDensityIsDividedByTheFrequencyStepInSinglePrecision) {
+TEST_F(TODualSpektrum, TheDensityIsDividedByTheFrequencyStepInSinglePrecision) {
     const ChannelData signal = timeSignal(cosine(100, 7, 1.0), 1, 1.0 / 3000);
     const ChannelData response = timeSignal(cosine(100, 7, 1.0), 1, 5.0);
     block.initSim();
@@ -391,7 +383,7 @@ TEST_F(DualSpektrum, TheDensityIsDividedByTheFrequencyStepInSinglePrecision) {
     }
 }
 
-TEST_F(DualSpektrum, ATransferFunctionWithWindowAndCorrectionIsTheGain) {
+TEST_F(TODualSpektrum, ATransferFunctionWithWindowAndCorrectionIsTheGain) {
     block.set("PkCrossSpectr", 1);
     block.set("PkWndFct", "HANNING");
     block.set("PkWndCorrectTyp", 2);
@@ -407,7 +399,7 @@ TEST_F(DualSpektrum, ATransferFunctionWithWindowAndCorrectionIsTheGain) {
     EXPECT_NEAR(cross->values.at(4), 6.0, 1e-5) << "corrected in both spectra";
 }
 
-TEST_F(DualSpektrum, MakesItsOutputsAlsoWhereTheyAreNotWired) {
+TEST_F(TODualSpektrum, MakesItsOutputsAlsoWhereTheyAreNotWired) {
     block.set("PkTransPhase", 1);
     block.set("PkCoherence", 1);
     for (int j = 0; j < 3; ++j)
@@ -418,7 +410,7 @@ TEST_F(DualSpektrum, MakesItsOutputsAlsoWhereTheyAreNotWired) {
     EXPECT_TRUE(coherences);
 }
 
-TEST_F(DualSpektrum, ChannelsDoNotMix) {
+TEST_F(TODualSpektrum, ChannelsDoNotMix) {
     for (const int channels : {1, 2, 3, 8, 32}) {
         std::vector<std::vector<float>> excitation;
         std::vector<std::vector<float>> response;
@@ -440,7 +432,7 @@ TEST_F(DualSpektrum, ChannelsDoNotMix) {
 
 // --- Averages and resets -------------------------------------------------------------------------
 
-TEST_F(DualSpektrum, AveragesArithmeticallyUntilTheCountIsReached) {
+TEST_F(TODualSpektrum, AveragesArithmeticallyUntilTheCountIsReached) {
     block.set("PkAverageType", "ARITHMETIC");
     block.set("PkResetMode", 2);
     block.set("PkResetCount", 3);
@@ -453,7 +445,7 @@ TEST_F(DualSpektrum, AveragesArithmeticallyUntilTheCountIsReached) {
     }
 }
 
-TEST_F(DualSpektrum, ResetCountTenAveragesBlocksOneToTen) {
+TEST_F(TODualSpektrum, ResetCountTenAveragesBlocksOneToTen) {
     block.set("PkAverageType", "ARITHMETIC");
     block.set("PkResetMode", 2);
     block.set("PkDataOnReset", 1);
@@ -468,7 +460,7 @@ TEST_F(DualSpektrum, ResetCountTenAveragesBlocksOneToTen) {
     }
 }
 
-TEST_F(DualSpektrum, AResetCountOfOneNeverAveragesAndZeroNeverResets) {
+TEST_F(TODualSpektrum, AResetCountOfOneNeverAveragesAndZeroNeverResets) {
     block.set("PkAverageType", "ARITHMETIC");
     block.set("PkResetMode", 2);
     block.set("PkResetCount", 1);
@@ -482,7 +474,7 @@ TEST_F(DualSpektrum, AResetCountOfOneNeverAveragesAndZeroNeverResets) {
     EXPECT_NEAR(lineOf(5.0), 35.0 / 3, 2e-5);
 }
 
-TEST_F(DualSpektrum, EveryAveragingTypeOverThreeBlocks) {
+TEST_F(TODualSpektrum, EveryAveragingTypeOverThreeBlocks) {
     struct Row {
         const char* type;
         double second;
@@ -504,7 +496,7 @@ TEST_F(DualSpektrum, EveryAveragingTypeOverThreeBlocks) {
     }
 }
 
-TEST_F(DualSpektrum, AResetStartsTheWeightAgain) {
+TEST_F(TODualSpektrum, AResetStartsTheWeightAgain) {
     block.set("PkAverageType", "MINMAXAVERAGE");
     block.set("PkResetMode", 2);
     block.set("PkResetCount", 2);
@@ -515,7 +507,7 @@ TEST_F(DualSpektrum, AResetStartsTheWeightAgain) {
     }
 }
 
-TEST_F(DualSpektrum, ATriggerAboveItsLevelResetsAfterItsBlock) {
+TEST_F(TODualSpektrum, ATriggerAboveItsLevelResetsAfterItsBlock) {
     const float limit = 2.4F;
     struct Row {
         float value;
@@ -545,7 +537,7 @@ TEST_F(DualSpektrum, ATriggerAboveItsLevelResetsAfterItsBlock) {
     }
 }
 
-TEST_F(DualSpektrum, ATriggersValuesAreCountedWhateverItsChannelsAre) {
+TEST_F(TODualSpektrum, ATriggersValuesAreCountedWhateverItsChannelsAre) {
     block.set("PkAverageType", "ARITHMETIC");
     block.set("PkResetMode", 1);
     for (const int channels : {0, -1, 7}) {
@@ -561,7 +553,7 @@ TEST_F(DualSpektrum, ATriggersValuesAreCountedWhateverItsChannelsAre) {
     }
 }
 
-TEST_F(DualSpektrum, ATriggerIsLeftAloneInTheOtherResetModes) {
+TEST_F(TODualSpektrum, ATriggerIsLeftAloneInTheOtherResetModes) {
     block.wireInput(kT, 7);
     block.set("PkAverageType", "ARITHMETIC");
     for (const int mode : {0, 2}) {
@@ -574,7 +566,7 @@ TEST_F(DualSpektrum, ATriggerIsLeftAloneInTheOtherResetModes) {
     }
 }
 
-TEST_F(DualSpektrum, ATriggerWithoutSignalsIsConsumedAndForgotten) {
+TEST_F(TODualSpektrum, ATriggerWithoutSignalsIsConsumedAndForgotten) {
     block.set("PkAverageType", "ARITHMETIC");
     block.set("PkResetMode", 1);
     block.initSim();
@@ -592,7 +584,7 @@ TEST_F(DualSpektrum, ATriggerWithoutSignalsIsConsumedAndForgotten) {
     EXPECT_NEAR(lineOf(3.0), 19.0 / 3, 1e-5) << "no reset has come of it";
 }
 
-TEST_F(DualSpektrum, DataOnResetNeedsAveragingAndAResetMode) {
+TEST_F(TODualSpektrum, DataOnResetNeedsAveragingAndAResetMode) {
     block.set("PkDataOnReset", 1);
     block.initSim();
     EXPECT_NEAR(lineOf(1.0), 1.0, 1e-5) << "no averaging, never reset";
@@ -606,7 +598,7 @@ TEST_F(DualSpektrum, DataOnResetNeedsAveragingAndAResetMode) {
     EXPECT_NEAR(lineOf(2.0), 4.0, 1e-5) << "no averaging";
 }
 
-TEST_F(DualSpektrum, ABlockWithoutOutputIsConsumedWithoutAskingForMemory) {
+TEST_F(TODualSpektrum, ABlockWithoutOutputIsConsumedWithoutAskingForMemory) {
     block.set("PkDataOnReset", 1);
     block.set("PkAverageType", "ARITHMETIC");
     block.set("PkResetMode", 2);
@@ -621,7 +613,7 @@ TEST_F(DualSpektrum, ABlockWithoutOutputIsConsumedWithoutAskingForMemory) {
     EXPECT_THAT(messages, ElementsAre("1188", "1189", "1135", "1135"));
 }
 
-TEST_F(DualSpektrum, SourceAutospectrumAveragesTheCepstrumBeforeTheRoot) {
+TEST_F(TODualSpektrum, SourceAutospectrumAveragesTheCepstrumBeforeTheRoot) {
     const auto run = [&](const char* type, int source, const char* average) {
         block.set("PkAmplType", type);
         block.set("PkAverageSource", source);
@@ -654,7 +646,7 @@ TEST_F(DualSpektrum, SourceAutospectrumAveragesTheCepstrumBeforeTheRoot) {
 // --- A run
 // -----------------------------------------------------------------------------------------
 
-TEST_F(DualSpektrum, SpeaksToTheHostInTheOrderOfItsSteps) {
+TEST_F(TODualSpektrum, SpeaksToTheHostInTheOrderOfItsSteps) {
     block.set("PkTransPhase", 1);
     block.set("PkCoherence", 1);
     block.set("PkResetMode", 1);
@@ -678,7 +670,7 @@ TEST_F(DualSpektrum, SpeaksToTheHostInTheOrderOfItsSteps) {
         EXPECT_TRUE(block.take(j));
 }
 
-TEST_F(DualSpektrum, BothInputsAreFreeBeforeEitherGoesBack) {
+TEST_F(TODualSpektrum, BothInputsAreFreeBeforeEitherGoesBack) {
     if (!platform::kLocksAreCounted) GTEST_SKIP() << "locks are not counted here";
     block.initSim();
     std::vector<int> locks;
@@ -689,7 +681,7 @@ TEST_F(DualSpektrum, BothInputsAreFreeBeforeEitherGoesBack) {
     EXPECT_THAT(locks, ElementsAre(0, 0));
 }
 
-TEST_F(DualSpektrum, InputsOfWhichOneCountDiffersAreProcessedInTheExcitationsLayout) {
+TEST_F(TODualSpektrum, InputsOfWhichOneCountDiffersAreProcessedInTheExcitationsLayout) {
     block.initSim();
     // A longer response of as many channels: its first samples count.
     std::vector<float> longer = cosine(64, 4, 2.0);
@@ -704,7 +696,7 @@ TEST_F(DualSpektrum, InputsOfWhichOneCountDiffersAreProcessedInTheExcitationsLay
     EXPECT_NEAR(regrouped->values.at(4), 6.0, 1e-5);
 }
 
-TEST_F(DualSpektrum, AResponseShorterThanTheExcitationIsLeftAlone) {
+TEST_F(TODualSpektrum, AResponseShorterThanTheExcitationIsLeftAlone) {
     block.initSim();
     simulate(level(3.0), timeSignal(cosine(63, 4, 2.0)));
     EXPECT_TRUE(block.waits(kE));
@@ -715,7 +707,7 @@ TEST_F(DualSpektrum, AResponseShorterThanTheExcitationIsLeftAlone) {
     EXPECT_TRUE(spectrumOf(timeSignal(odd, 2), timeSignal(std::vector<float>(64, 1.0F), 2)));
 }
 
-TEST_F(DualSpektrum, InputsOfWhichBothCountsDifferStayLockedAndUnreleased) {
+TEST_F(TODualSpektrum, InputsOfWhichBothCountsDifferStayLockedAndUnreleased) {
     block.initSim();
     block.put(kE, timeSignal(std::vector<float>(64, 1.0F), 2));
     block.put(kA, timeSignal(std::vector<float>(66, 1.0F), 3));
@@ -736,7 +728,7 @@ TEST_F(DualSpektrum, InputsOfWhichBothCountsDifferStayLockedAndUnreleased) {
     EXPECT_NEAR(lineOf(3.0), 9.0, 1e-5) << "the next inputs are processed";
 }
 
-TEST_F(DualSpektrum, DoesNothingWithoutBothSignals) {
+TEST_F(TODualSpektrum, DoesNothingWithoutBothSignals) {
     block.initSim();
     for (const int missing : {kE, kA}) {
         wire();
@@ -749,7 +741,7 @@ TEST_F(DualSpektrum, DoesNothingWithoutBothSignals) {
     }
 }
 
-TEST_F(DualSpektrum, LosesNothingWhenTheHostRefusesAnOutput) {
+TEST_F(TODualSpektrum, LosesNothingWhenTheHostRefusesAnOutput) {
     block.set("PkTransPhase", 1);
     block.set("PkCoherence", 1);
     block.set("PkAverageType", "ARITHMETIC");
@@ -777,7 +769,7 @@ TEST_F(DualSpektrum, LosesNothingWhenTheHostRefusesAnOutput) {
     }
 }
 
-TEST_F(DualSpektrum, AnEmptyBlockGivesEmptySpectra) {
+TEST_F(TODualSpektrum, AnEmptyBlockGivesEmptySpectra) {
     block.initSim();
     const auto spectrum =
         spectrumOf(timeSignal(std::vector<float>{}), timeSignal(std::vector<float>{}));
@@ -786,7 +778,7 @@ TEST_F(DualSpektrum, AnEmptyBlockGivesEmptySpectra) {
     EXPECT_TRUE(spectrumOf(timeSignal(std::vector<float>(1)), timeSignal(std::vector<float>(1))));
 }
 
-TEST_F(DualSpektrum, AChangeOfLengthOrChannelsBeginsANewAverage) {
+TEST_F(TODualSpektrum, AChangeOfLengthOrChannelsBeginsANewAverage) {
     block.set("PkAverageType", "ARITHMETIC");
     block.initSim();
     EXPECT_NEAR(lineOf(1.0), 1.0, 1e-5);
@@ -799,7 +791,7 @@ TEST_F(DualSpektrum, AChangeOfLengthOrChannelsBeginsANewAverage) {
     EXPECT_NEAR(both->at(4, 1), 4.0, 1e-4);
 }
 
-TEST_F(DualSpektrum, AChangeOfLengthCountsAsTheFirstBlockOfItsAverage) {
+TEST_F(TODualSpektrum, AChangeOfLengthCountsAsTheFirstBlockOfItsAverage) {
     block.set("PkAverageType", "ARITHMETIC");
     block.set("PkResetMode", 2);
     block.set("PkResetCount", 2);
@@ -812,7 +804,7 @@ TEST_F(DualSpektrum, AChangeOfLengthCountsAsTheFirstBlockOfItsAverage) {
     EXPECT_NEAR(spectrumOf(weaker, weaker)->values.at(4), 1.0, 1e-4);
 }
 
-TEST_F(DualSpektrum, ASecondRunBeginsItsAverageAnew) {
+TEST_F(TODualSpektrum, ASecondRunBeginsItsAverageAnew) {
     block.set("PkAverageType", "ARITHMETIC");
     for (const bool stops : {true, false}) {
         block.initSim();
@@ -822,7 +814,7 @@ TEST_F(DualSpektrum, ASecondRunBeginsItsAverageAnew) {
     }
 }
 
-TEST_F(DualSpektrum, KeywordsTakeEffectWithTheNextDataBlock) {
+TEST_F(TODualSpektrum, KeywordsTakeEffectWithTheNextDataBlock) {
     block.initSim();
     EXPECT_NEAR(lineOf(3.0), 9.0, 1e-5);
     block.set("PkCrossSpectr", 1);
@@ -835,7 +827,7 @@ TEST_F(DualSpektrum, KeywordsTakeEffectWithTheNextDataBlock) {
     EXPECT_NEAR(coherences->values.at(4), 1.0, 1e-6);
 }
 
-TEST_F(DualSpektrum, RestoredNumbersOutsideTheTablesDoNoHarm) {
+TEST_F(TODualSpektrum, RestoredNumbersOutsideTheTablesDoNoHarm) {
     std::string record = block.save();
     for (std::size_t offset = 10; offset < 28; offset += 2)
         put<std::uint16_t>(record, offset, 0xFFFF);
@@ -858,7 +850,7 @@ TEST_F(DualSpektrum, RestoredNumbersOutsideTheTablesDoNoHarm) {
     }
 }
 
-TEST_F(DualSpektrum, ShowsNoErrorOfItsOwn) {
+TEST_F(TODualSpektrum, ShowsNoErrorOfItsOwn) {
     EXPECT_EQ(block.errorShow(), 0);
     EXPECT_THAT(takeBoxes(), IsEmpty());
 }

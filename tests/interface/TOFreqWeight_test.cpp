@@ -19,7 +19,6 @@ using ::testing::ElementsAre;
 
 constexpr std::array<double, 4> kRates = {4000.0, 8000.0, 44100.0, 192000.0};
 
-enum Unit : std::int32_t { kOther = 0, kLevels = 6, kPowers = 12, kAmplitudes = 26 };
 constexpr float kMarker = 9.9e34F;
 
 ChannelData spectrum(std::vector<float> values, std::int32_t unit, double start, double step,
@@ -31,15 +30,11 @@ ChannelData spectrum(std::vector<float> values, std::int32_t unit, double start,
     return data;
 }
 
-class FreqWeight : public HostTest {
+class TOFreqWeight : public BlockTest<kFreqWeight> {
 protected:
-    FreqWeight() {
+    void prepare() override {
         wireSignal();
         block.set("PkXweight", 1);
-    }
-    void TearDown() override {
-        placed.reset();
-        HostTest::TearDown();
     }
 
     // Signal and output; the control input is left alone.
@@ -67,25 +62,22 @@ protected:
         EXPECT_FALSE(block.delivered(0));
         expectReport(block, part);
     }
-
-    std::unique_ptr<PlacedBlock> placed = std::make_unique<PlacedBlock>(host, kFreqWeight);
-    PlacedBlock& block = *placed;
 };
 
 // --- Parameters -----------------------------------------------------------------------------
 
-TEST_F(FreqWeight, HasSignalAndControlInputs) { EXPECT_EQ(block.connectors(), "E,S,;A,"); }
+TEST_F(TOFreqWeight, HasSignalAndControlInputs) { EXPECT_EQ(block.connectors(), "E,S,;A,"); }
 
-TEST_F(FreqWeight, NewBlockIsLinear) {
+TEST_F(TOFreqWeight, NewBlockIsLinear) {
     PlacedBlock fresh(host, kFreqWeight);
     EXPECT_EQ(fresh.getInteger("PkXweight"), 0);
 }
 
-TEST_F(FreqWeight, ListsItsKeyword) {
+TEST_F(TOFreqWeight, ListsItsKeyword) {
     EXPECT_THAT(block.keywords(), ElementsAre(KeywordRow{"PkXweight", ValueType::integer}));
 }
 
-TEST_F(FreqWeight, KeywordStoresTheLow16BitsUnchecked) {
+TEST_F(TOFreqWeight, KeywordStoresTheLow16BitsUnchecked) {
     for (const std::int32_t value : {0, 3, -1, 4, 32767, -32768}) {
         block.set("pkxWEIGHT", value);
         EXPECT_EQ(block.getInteger("PkXweight"), value);
@@ -96,7 +88,7 @@ TEST_F(FreqWeight, KeywordStoresTheLow16BitsUnchecked) {
     EXPECT_EQ(block.getInteger("PkXweight"), 2);
 }
 
-TEST_F(FreqWeight, RecordHasFrameWeightingAndText) {
+TEST_F(TOFreqWeight, RecordHasFrameWeightingAndText) {
     block.set("PkXweight", 3);
     std::string expected(43, '\0');
     const std::int32_t frame[] = {160, 404};
@@ -115,7 +107,7 @@ TEST_F(FreqWeight, RecordHasFrameWeightingAndText) {
 
 // --- Control input and linear weighting -----------------------------------------------------
 
-TEST_F(FreqWeight, LinearPassesTheVeryInputBlockOn) {
+TEST_F(TOFreqWeight, LinearPassesTheVeryInputBlockOn) {
     block.set("PkXweight", 0);
     block.initSim();
     host.takeTrace();
@@ -128,7 +120,7 @@ TEST_F(FreqWeight, LinearPassesTheVeryInputBlockOn) {
     block.stop();
 }
 
-TEST_F(FreqWeight, LinearAsksNothingOfTheSignal) {
+TEST_F(TOFreqWeight, LinearAsksNothingOfTheSignal) {
     block.set("PkXweight", 0);
     block.initSim();
     ChannelData odd = timeSignal({1, 2}, 2, 0.0);
@@ -137,7 +129,7 @@ TEST_F(FreqWeight, LinearAsksNothingOfTheSignal) {
     block.stop();
 }
 
-TEST_F(FreqWeight, ControlValuesRoundHalfUpToACurve) {
+TEST_F(TOFreqWeight, ControlValuesRoundHalfUpToACurve) {
     const float nan = std::numeric_limits<float>::quiet_NaN();
     const float infinity = std::numeric_limits<float>::infinity();
     const struct {
@@ -156,7 +148,7 @@ TEST_F(FreqWeight, ControlValuesRoundHalfUpToACurve) {
     }
 }
 
-TEST_F(FreqWeight, ControlIsTakenWhenNoSignalIsWired) {
+TEST_F(TOFreqWeight, ControlIsTakenWhenNoSignalIsWired) {
     block.wireInput(0, -1);
     control(2);
     EXPECT_EQ(block.simulate(), 0);
@@ -164,7 +156,7 @@ TEST_F(FreqWeight, ControlIsTakenWhenNoSignalIsWired) {
     EXPECT_EQ(block.getInteger("PkXweight"), 2);
 }
 
-TEST_F(FreqWeight, EmptyControlBlockIsTakenAndChangesNothing) {
+TEST_F(TOFreqWeight, EmptyControlBlockIsTakenAndChangesNothing) {
     block.wireInput(0, -1);
     block.wireInput(1, 0);
     block.put(1, timeSignal(std::vector<float>()));
@@ -173,7 +165,7 @@ TEST_F(FreqWeight, EmptyControlBlockIsTakenAndChangesNothing) {
     EXPECT_EQ(block.getInteger("PkXweight"), 1);
 }
 
-TEST_F(FreqWeight, UnwiredOutputLeavesTheSignalWaiting) {
+TEST_F(TOFreqWeight, UnwiredOutputLeavesTheSignalWaiting) {
     block.wireOutput(0, -1);
     block.initSim();
     block.put(0, timeSignal(std::vector<float>{1}));
@@ -182,9 +174,9 @@ TEST_F(FreqWeight, UnwiredOutputLeavesTheSignalWaiting) {
     block.stop();
 }
 
-TEST_F(FreqWeight, CurveOfASpectrumFollowsTheControlInputAtOnce) {
+TEST_F(TOFreqWeight, CurveOfASpectrumFollowsTheControlInputAtOnce) {
     block.initSim();
-    const ChannelData line = spectrum({50}, kLevels, 100, 1);
+    const ChannelData line = spectrum({50}, kUnitDecibel, 100, 1);
     EXPECT_THAT(weighted(line), ElementsAre(static_cast<float>(50 - 19.1)));
     control(3);
     EXPECT_THAT(weighted(line), ElementsAre(static_cast<float>(50 - 0.2)));  // -0.298 dB, cut
@@ -195,37 +187,37 @@ TEST_F(FreqWeight, CurveOfASpectrumFollowsTheControlInputAtOnce) {
 
 // --- Spectra --------------------------------------------------------------------------------
 
-TEST_F(FreqWeight, LevelsGetTheWeightInTenths) {
+TEST_F(TOFreqWeight, LevelsGetTheWeightInTenths) {
     block.initSim();
-    EXPECT_THAT(weighted(spectrum({60, 60, 60}, kLevels, 0, 500)),
+    EXPECT_THAT(weighted(spectrum({60, 60, 60}, kUnitDecibel, 0, 500)),
                 ElementsAre(60.0F, static_cast<float>(60 - 3.2), 60.0F));
     block.stop();
 }
 
-TEST_F(FreqWeight, WeightsOfSingleLines) {
+TEST_F(TOFreqWeight, WeightsOfSingleLines) {
     const struct {
         double f;
         double weight;
     } rows[] = {{1000, 0}, {100, -19.1}, {31.5, -39.5}, {10000, -2.4}, {0, 0}};
     for (const auto& row : rows) {
         block.initSim();
-        EXPECT_THAT(weighted(spectrum({100}, kLevels, row.f, 1)),
+        EXPECT_THAT(weighted(spectrum({100}, kUnitDecibel, row.f, 1)),
                     ElementsAre(static_cast<float>(100 + row.weight)));
         block.stop();
     }
 }
 
-TEST_F(FreqWeight, KilohertzAxesCountInThousands) {
+TEST_F(TOFreqWeight, KilohertzAxesCountInThousands) {
     block.initSim();
-    ChannelData data = spectrum({60, 60}, kLevels, 0.1, 0.9);
+    ChannelData data = spectrum({60, 60}, kUnitDecibel, 0.1, 0.9);
     data.header.xAxisKind = kKilohertz;
     EXPECT_THAT(weighted(data), ElementsAre(static_cast<float>(60 - 19.1), 60.0F));
     block.stop();
 }
 
-TEST_F(FreqWeight, ThirdOctaveBandsAreBandNumbers) {
+TEST_F(TOFreqWeight, ThirdOctaveBandsAreBandNumbers) {
     block.initSim();
-    ChannelData data = spectrum(std::vector<float>(11, 60.0F), kLevels, 8, 1);
+    ChannelData data = spectrum(std::vector<float>(11, 60.0F), kUnitDecibel, 8, 1);
     data.header.axisFlags = kThirdOctaveBands | 1;
     const auto out = weighted(data);
     EXPECT_EQ(out.at(0), static_cast<float>(60 - 19.1));  // 100 Hz
@@ -233,9 +225,9 @@ TEST_F(FreqWeight, ThirdOctaveBandsAreBandNumbers) {
     block.stop();
 }
 
-TEST_F(FreqWeight, OctaveBandsAdvanceByThree) {
+TEST_F(TOFreqWeight, OctaveBandsAdvanceByThree) {
     block.initSim();
-    ChannelData data = spectrum(std::vector<float>(11, 60.0F), kLevels, 0, 1);
+    ChannelData data = spectrum(std::vector<float>(11, 60.0F), kUnitDecibel, 0, 1);
     data.header.axisFlags = kOctaveBands;
     const auto out = weighted(data);
     EXPECT_EQ(out.at(6), 60.0F);                // 1 kHz
@@ -244,23 +236,24 @@ TEST_F(FreqWeight, OctaveBandsAdvanceByThree) {
     block.stop();
 }
 
-TEST_F(FreqWeight, BandsOnAKilohertzAxisAreTheSameBands) {
+TEST_F(TOFreqWeight, BandsOnAKilohertzAxisAreTheSameBands) {
     block.initSim();
-    ChannelData data = spectrum({60}, kLevels, 18, 1);
+    ChannelData data = spectrum({60}, kUnitDecibel, 18, 1);
     data.header.axisFlags = kThirdOctaveBands;
     data.header.xAxisKind = kKilohertz;
     EXPECT_THAT(weighted(data), ElementsAre(60.0F));
     block.stop();
 }
 
-TEST_F(FreqWeight, MarkerOfALevelSpectrumPassesUnchanged) {
+TEST_F(TOFreqWeight, MarkerOfALevelSpectrumPassesUnchanged) {
     block.initSim();
-    EXPECT_THAT(weighted(spectrum({kMarker, 60}, kLevels, 100, 900)), ElementsAre(kMarker, 60.0F));
+    EXPECT_THAT(weighted(spectrum({kMarker, 60}, kUnitDecibel, 100, 900)),
+                ElementsAre(kMarker, 60.0F));
     block.stop();
 }
 
-TEST_F(FreqWeight, AmplitudesAndPowersAreScaledByTheWeight) {
-    for (const auto& [unit, perDecade] : {std::pair{kAmplitudes, 20.0}, {kPowers, 10.0}}) {
+TEST_F(TOFreqWeight, AmplitudesAndPowersAreScaledByTheWeight) {
+    for (const auto& [unit, perDecade] : {std::pair{kUnitAmplitude, 20.0}, {kUnitPower, 10.0}}) {
         block.initSim();
         const auto out = weighted(spectrum({2.0F, 0.0F, -1.0F}, unit, 100, 0));
         ASSERT_EQ(out.size(), 3U);
@@ -271,16 +264,16 @@ TEST_F(FreqWeight, AmplitudesAndPowersAreScaledByTheWeight) {
     }
 }
 
-TEST_F(FreqWeight, ValuesOfOtherKindsAreNotWritten) {
+TEST_F(TOFreqWeight, ValuesOfOtherKindsAreNotWritten) {
     block.initSim();
-    EXPECT_THAT(weighted(spectrum({5, 6}, kOther, 100, 100)), ElementsAre(0, 0));  // as new
+    EXPECT_THAT(weighted(spectrum({5, 6}, kUnitNone, 100, 100)), ElementsAre(0, 0));  // as new
     EXPECT_THAT(weighted(spectrum({5, 6}, 11, 100, 100)), ElementsAre(0, 0));
     block.stop();
 }
 
-TEST_F(FreqWeight, OutputHasTheInputsHeader) {
+TEST_F(TOFreqWeight, OutputHasTheInputsHeader) {
     block.initSim();
-    ChannelData data = spectrum({1, 2, 3, 4}, kLevels, 12, 34, 2);
+    ChannelData data = spectrum({1, 2, 3, 4}, kUnitDecibel, 12, 34, 2);
     data.header.displaySpan = 77;
     data.hostBytes.fill(std::byte{9});
     host.takeTrace();
@@ -293,28 +286,28 @@ TEST_F(FreqWeight, OutputHasTheInputsHeader) {
     block.stop();
 }
 
-TEST_F(FreqWeight, SpectrumMayChangeItsOriginAndLengthInTheRun) {
+TEST_F(TOFreqWeight, SpectrumMayChangeItsOriginAndLengthInTheRun) {
     block.initSim();
-    EXPECT_THAT(weighted(spectrum({60}, kLevels, 100, 1)),
+    EXPECT_THAT(weighted(spectrum({60}, kUnitDecibel, 100, 1)),
                 ElementsAre(static_cast<float>(60 - 19.1)));
-    EXPECT_THAT(weighted(spectrum({60, 60}, kLevels, 999, 1)), ElementsAre(60.0F, 60.0F));
+    EXPECT_THAT(weighted(spectrum({60, 60}, kUnitDecibel, 999, 1)), ElementsAre(60.0F, 60.0F));
     block.stop();
 }
 
 // --- Checks ---------------------------------------------------------------------------------
 
-TEST_F(FreqWeight, UnknownUnitFailsWith135) {
+TEST_F(TOFreqWeight, UnknownUnitFailsWith135) {
     for (const std::int32_t unit : {-1, 5, 60}) {
         block.initSim();
-        ChannelData data = spectrum({1}, kLevels, 0, 1);
+        ChannelData data = spectrum({1}, kUnitDecibel, 0, 1);
         data.header.xAxisKind = unit;
         expectFailure(data, "konnte nicht festgestellt werden");
         block.stop();
     }
 }
 
-TEST_F(FreqWeight, ChangesDuringTheRunFail) {
-    const ChannelData first = spectrum({1, 2}, kLevels, 0, 1);
+TEST_F(TOFreqWeight, ChangesDuringTheRunFail) {
+    const ChannelData first = spectrum({1, 2}, kUnitDecibel, 0, 1);
     ChannelData unit = first;
     unit.header.xAxisKind = kKilohertz;
     ChannelData unknown = first;
@@ -344,13 +337,13 @@ TEST_F(FreqWeight, ChangesDuringTheRunFail) {
     }
 }
 
-TEST_F(FreqWeight, StepThatIsNoNumberFailsAsAChangedRate) {
+TEST_F(TOFreqWeight, StepThatIsNoNumberFailsAsAChangedRate) {
     block.initSim();
-    expectFailure(spectrum({1}, kLevels, 0, std::nan("")), "Abtastrate der eintreffenden");
+    expectFailure(spectrum({1}, kUnitDecibel, 0, std::nan("")), "Abtastrate der eintreffenden");
     block.stop();
 }
 
-TEST_F(FreqWeight, TimeSignalsBelow4kHzAndAbove1MHzFailWith123) {
+TEST_F(TOFreqWeight, TimeSignalsBelow4kHzAndAbove1MHzFailWith123) {
     for (const double rate : {2000.0, 3999.9, 1000001.0, 0.0, -48000.0}) {
         block.initSim();
         expectFailure(timeSignal({1, 2}, 1, 1.0 / rate), "Grenzfrenz ist gößer");
@@ -361,15 +354,15 @@ TEST_F(FreqWeight, TimeSignalsBelow4kHzAndAbove1MHzFailWith123) {
     block.stop();
 }
 
-TEST_F(FreqWeight, FailedFirstBlockIsTriedAnew) {
+TEST_F(TOFreqWeight, FailedFirstBlockIsTriedAnew) {
     block.initSim();
     expectFailure(timeSignal({1, 2}, 1, 1.0 / 2000), "Grenzfrenz");
     expectFailure(timeSignal({1, 2}, 1, 1.0 / 2000), "Grenzfrenz");
-    EXPECT_EQ(weighted(spectrum({60}, kLevels, 1000, 1)), std::vector<float>{60});
+    EXPECT_EQ(weighted(spectrum({60}, kUnitDecibel, 1000, 1)), std::vector<float>{60});
     block.stop();
 }
 
-TEST_F(FreqWeight, FailureHoldsTheInputUntilStop) {
+TEST_F(TOFreqWeight, FailureHoldsTheInputUntilStop) {
     block.initSim();
     block.put(0, timeSignal({1, 2}, 1, 1.0 / 2000));
     EXPECT_EQ(block.simulate(), kFailed);
@@ -380,7 +373,7 @@ TEST_F(FreqWeight, FailureHoldsTheInputUntilStop) {
     EXPECT_EQ(host.memory().aliveData(), 0U);
 }
 
-TEST_F(FreqWeight, NewRunForgetsTheHeldInputAndTheError) {
+TEST_F(TOFreqWeight, NewRunForgetsTheHeldInputAndTheError) {
     block.initSim();
     block.put(0, timeSignal({1, 2}, 1, 1.0 / 2000));
     EXPECT_EQ(block.simulate(), kFailed);
@@ -391,7 +384,7 @@ TEST_F(FreqWeight, NewRunForgetsTheHeldInputAndTheError) {
     expectNoReport();
 }
 
-TEST_F(FreqWeight, InputThatPassesOnAfterAFailureIsNotHeldAnyMore) {
+TEST_F(TOFreqWeight, InputThatPassesOnAfterAFailureIsNotHeldAnyMore) {
     block.initSim();
     block.put(0, timeSignal({1, 2}, 1, 1.0 / 2000));
     EXPECT_EQ(block.simulate(), kFailed);
@@ -403,19 +396,19 @@ TEST_F(FreqWeight, InputThatPassesOnAfterAFailureIsNotHeldAnyMore) {
     EXPECT_THAT(block.take(0)->values, ElementsAre(1, 2));
 }
 
-TEST_F(FreqWeight, HostWithoutMemoryFailsWith125AndLosesNothing) {
+TEST_F(TOFreqWeight, HostWithoutMemoryFailsWith125AndLosesNothing) {
     block.initSim();
     host.misbehave({.message = Message::newBlock, .value = 0, .times = 1});
-    expectFailure(spectrum({60}, kLevels, 1000, 1), "Variable konnte nicht angelegt");
+    expectFailure(spectrum({60}, kUnitDecibel, 1000, 1), "Variable konnte nicht angelegt");
     EXPECT_EQ(block.simulate(), 0);
     EXPECT_THAT(block.take(0)->values, ElementsAre(60));
     block.stop();
 }
 
-TEST_F(FreqWeight, UnsoundHeadersFailWithoutTouchingTheValues) {
+TEST_F(TOFreqWeight, UnsoundHeadersFailWithoutTouchingTheValues) {
     for (const std::int32_t channels : {0, -1}) {
         block.initSim();
-        ChannelData data = spectrum({1, 2}, kLevels, 0, 1);
+        ChannelData data = spectrum({1, 2}, kUnitDecibel, 0, 1);
         data.header.channelCount = channels;
         block.put(0, data);
         EXPECT_EQ(block.simulate(), kFailed);
@@ -424,14 +417,14 @@ TEST_F(FreqWeight, UnsoundHeadersFailWithoutTouchingTheValues) {
     }
 }
 
-TEST_F(FreqWeight, WithoutARunNothingHappens) {
+TEST_F(TOFreqWeight, WithoutARunNothingHappens) {
     block.put(0, timeSignal({1, 2}));
     EXPECT_EQ(block.simulate(), kFailed);
     block.stop();
     takeBoxes();
 }
 
-TEST_F(FreqWeight, StopReleasesTheFilters) {
+TEST_F(TOFreqWeight, StopReleasesTheFilters) {
     block.set("PkXweight", 1);
     block.initSim();
     EXPECT_TRUE(block.process(timeSignal({1, 2})));
@@ -467,7 +460,7 @@ double timeWeight(int weighting, double f, double rate) {
     return level(f) - level(1000);
 }
 
-TEST_F(FreqWeight, TimeSignalsAreFilteredByTheWarpedCurve) {
+TEST_F(TOFreqWeight, TimeSignalsAreFilteredByTheWarpedCurve) {
     for (const double rate : kRates) {
         for (int weighting = 1; weighting <= 3; ++weighting) {
             block.set("PkXweight", weighting);
@@ -487,7 +480,7 @@ TEST_F(FreqWeight, TimeSignalsAreFilteredByTheWarpedCurve) {
     }
 }
 
-TEST_F(FreqWeight, MillisecondsCountAThousandTimesTheRate) {
+TEST_F(TOFreqWeight, MillisecondsCountAThousandTimesTheRate) {
     block.initSim();
     ChannelData data = timeSignal(impulse(8000), 1, 1000.0 / 8000);
     data.header.xAxisKind = kMilliseconds;
@@ -499,7 +492,7 @@ TEST_F(FreqWeight, MillisecondsCountAThousandTimesTheRate) {
     block.stop();
 }
 
-TEST_F(FreqWeight, UnitCode0IsSeconds) {
+TEST_F(TOFreqWeight, UnitCode0IsSeconds) {
     block.initSim();
     ChannelData data = timeSignal(impulse(4800));
     const auto expected = weighted(data);
@@ -510,7 +503,7 @@ TEST_F(FreqWeight, UnitCode0IsSeconds) {
     block.stop();
 }
 
-TEST_F(FreqWeight, RateLimitsThemselvesAreAccepted) {
+TEST_F(TOFreqWeight, RateLimitsThemselvesAreAccepted) {
     for (const double rate : {4000.0, 1e6}) {
         block.initSim();
         EXPECT_EQ(weighted(timeSignal({1, 2, 3}, 1, 1.0 / rate)).size(), 3U);
@@ -518,7 +511,7 @@ TEST_F(FreqWeight, RateLimitsThemselvesAreAccepted) {
     }
 }
 
-TEST_F(FreqWeight, OneLongBlockEqualsManyShortOnesBitForBit) {
+TEST_F(TOFreqWeight, OneLongBlockEqualsManyShortOnesBitForBit) {
     for (const int channels : {1, 2, 3, 8, 9, 32}) {
         const auto in = noise(2000 * static_cast<std::size_t>(channels));
         block.initSim();
@@ -533,7 +526,7 @@ TEST_F(FreqWeight, OneLongBlockEqualsManyShortOnesBitForBit) {
     }
 }
 
-TEST_F(FreqWeight, EveryChannelIsFilteredAsIfItWereAlone) {
+TEST_F(TOFreqWeight, EveryChannelIsFilteredAsIfItWereAlone) {
     const int channels = 11;
     const auto in = noise(500 * channels);
     block.initSim();
@@ -547,7 +540,7 @@ TEST_F(FreqWeight, EveryChannelIsFilteredAsIfItWereAlone) {
     }
 }
 
-TEST_F(FreqWeight, NaNAndInfinityStayInTheirChannel) {
+TEST_F(TOFreqWeight, NaNAndInfinityStayInTheirChannel) {
     auto in = noise(300 * 3);
     block.initSim();
     const auto clean = throughInBlocks(block, in, 3, {100});
@@ -562,7 +555,7 @@ TEST_F(FreqWeight, NaNAndInfinityStayInTheirChannel) {
     EXPECT_FALSE(std::isfinite(out[31]));
 }
 
-TEST_F(FreqWeight, EachRunStartsAtRest) {
+TEST_F(TOFreqWeight, EachRunStartsAtRest) {
     const auto in = noise(300);
     block.initSim();
     const auto first = throughInBlocks(block, in, 1, {100});
@@ -574,7 +567,7 @@ TEST_F(FreqWeight, EachRunStartsAtRest) {
     block.stop();
 }
 
-TEST_F(FreqWeight, CurveThatChangesInTheRunStartsAtRest) {
+TEST_F(TOFreqWeight, CurveThatChangesInTheRunStartsAtRest) {
     const auto in = noise(300);
     block.set("PkXweight", 3);
     block.initSim();
@@ -588,7 +581,7 @@ TEST_F(FreqWeight, CurveThatChangesInTheRunStartsAtRest) {
     block.stop();
 }
 
-TEST_F(FreqWeight, FilterThatWasBypassedStartsAtRest) {
+TEST_F(TOFreqWeight, FilterThatWasBypassedStartsAtRest) {
     const auto in = noise(300);
     block.initSim();
     const auto alone = throughInBlocks(block, in, 1, {300});
@@ -599,7 +592,7 @@ TEST_F(FreqWeight, FilterThatWasBypassedStartsAtRest) {
     block.stop();
 }
 
-TEST_F(FreqWeight, RunMayBeginLinear) {
+TEST_F(TOFreqWeight, RunMayBeginLinear) {
     const auto in = noise(300);
     block.initSim();
     const auto alone = throughInBlocks(block, in, 1, {300});
@@ -612,9 +605,9 @@ TEST_F(FreqWeight, RunMayBeginLinear) {
     block.stop();
 }
 
-TEST_F(FreqWeight, CurveNumbersOutsideTheNamedOnesActAsTheNearest) {
+TEST_F(TOFreqWeight, CurveNumbersOutsideTheNamedOnesActAsTheNearest) {
     block.initSim();
-    const ChannelData line = spectrum({50}, kLevels, 31.5, 1);
+    const ChannelData line = spectrum({50}, kUnitDecibel, 31.5, 1);
     block.set("PkXweight", 3);
     const auto c = weighted(line);
     block.set("PkXweight", 300);
@@ -624,7 +617,7 @@ TEST_F(FreqWeight, CurveNumbersOutsideTheNamedOnesActAsTheNearest) {
     block.stop();
 }
 
-TEST_F(FreqWeight, ValuesThatMakeNoWholeSampleBecomeZero) {
+TEST_F(TOFreqWeight, ValuesThatMakeNoWholeSampleBecomeZero) {
     block.initSim();
     ChannelData data = timeSignal(std::vector<float>(7, 1.0F), 3);
     data.header.valueCount = 7;
@@ -635,7 +628,7 @@ TEST_F(FreqWeight, ValuesThatMakeNoWholeSampleBecomeZero) {
     block.stop();
 }
 
-TEST_F(FreqWeight, EmptyBlocksPassThrough) {
+TEST_F(TOFreqWeight, EmptyBlocksPassThrough) {
     block.initSim();
     const auto out = block.process(timeSignal(std::vector<float>()));
     ASSERT_TRUE(out);
@@ -643,7 +636,7 @@ TEST_F(FreqWeight, EmptyBlocksPassThrough) {
     block.stop();
 }
 
-TEST_F(FreqWeight, BlockMayBeDestroyedInTheMiddleOfARun) {
+TEST_F(TOFreqWeight, BlockMayBeDestroyedInTheMiddleOfARun) {
     PlacedBlock other(host, kFreqWeight);
     other.wireAll();
     other.wireInput(1, -1);

@@ -15,19 +15,10 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-constexpr int kSpectrum = 5004;
-constexpr int kInverse = 5005;
 constexpr Int kDone = 1;
 
-class InverseFFT : public HostTest {
+class TOInverseFFT : public BlockTest<kInverseFFT, kSpektrum> {
 protected:
-    InverseFFT() { block.wireAll(); }
-
-    void TearDown() override {
-        placed.reset();
-        HostTest::TearDown();
-    }
-
     // Lays both parts of a spectrum at the inputs.
     void put(const ChannelData& reals, const ChannelData& imaginaries) {
         block.put(0, reals);
@@ -40,21 +31,18 @@ protected:
         data.header.displaySpan = 8.0;
         return data;
     }
-
-    std::optional<PlacedBlock> placed{std::in_place, host, kInverse};
-    PlacedBlock& block = *placed;
 };
 
-TEST_F(InverseFFT, NamesTwoInputsAndOneOutput) { EXPECT_EQ(block.connectors(), "R,I,;A,"); }
+TEST_F(TOInverseFFT, NamesTwoInputsAndOneOutput) { EXPECT_EQ(block.connectors(), "R,I,;A,"); }
 
-TEST_F(InverseFFT, HasNoKeywordsAndTouchesNoRecord) {
+TEST_F(TOInverseFFT, HasNoKeywordsAndTouchesNoRecord) {
     EXPECT_THAT(block.keywords(), IsEmpty());
     std::string value = "unchanged bytes";
     EXPECT_EQ(block.remoteControl(kGetValue, "PkWndFct", value), 0);
     EXPECT_EQ(value, "unchanged bytes");
 }
 
-TEST_F(InverseFFT, SavesA40ByteRecord) {
+TEST_F(TOInverseFFT, SavesA40ByteRecord) {
     std::string record = block.save();
     ASSERT_EQ(record.size(), 40U);
     std::int32_t words[2];
@@ -63,11 +51,11 @@ TEST_F(InverseFFT, SavesA40ByteRecord) {
     EXPECT_EQ(words[1], 404);
     EXPECT_EQ(record.substr(8), std::string(32, '\0'));
     record.replace(8, 5, "bytes");
-    PlacedBlock restored(host, kInverse, record);
+    PlacedBlock restored(host, kInverseFFT, record);
     EXPECT_EQ(restored.save(), record);
 }
 
-TEST_F(InverseFFT, RebuildsASineWithItsHeader) {
+TEST_F(TOInverseFFT, RebuildsASineWithItsHeader) {
     std::vector<float> reals(512, 0.0F);
     std::vector<float> imaginaries(512, 0.0F);
     reals[10] = 3.0F;
@@ -86,14 +74,14 @@ TEST_F(InverseFFT, RebuildsASineWithItsHeader) {
     EXPECT_EQ(signal->header.xStep, 1.0 / (1024 * 2.0));
     EXPECT_EQ(signal->header.displayMinimum, -4.0);
     EXPECT_EQ(signal->header.displaySpan, 8.0);
-    EXPECT_EQ(signal->header.yUnit, 0);
+    EXPECT_EQ(signal->header.yUnit, kUnitNone);
     for (int i = 0; i < 1024; ++i) {
         const double t = 2 * std::numbers::pi * i / 1024;
         EXPECT_NEAR(signal->at(i, 0), 3.0 * std::cos(10 * t) + std::sin(20 * t), 2e-6) << i;
     }
 }
 
-TEST_F(InverseFFT, ReturnsWhatTheSpectrumBlockTookApart) {
+TEST_F(TOInverseFFT, ReturnsWhatTheSpectrumBlockTookApart) {
     constexpr int n = 256;
     constexpr int channels = 1;
     std::vector<float> samples(n);
@@ -102,7 +90,7 @@ TEST_F(InverseFFT, ReturnsWhatTheSpectrumBlockTookApart) {
         samples[static_cast<std::size_t>(i)] =
             static_cast<float>(0.5 + std::sin(3 * t) + 0.25 * std::cos(77 * t + 1));
     }
-    PlacedBlock spectrum(host, kSpectrum);
+    PlacedBlock spectrum(host, kSpektrum);
     spectrum.set("PkAmplType", "REALIMAGINAER");
     spectrum.wireAll();
     spectrum.initSim();
@@ -120,7 +108,7 @@ TEST_F(InverseFFT, ReturnsWhatTheSpectrumBlockTookApart) {
         EXPECT_NEAR(signal->at(i, 0), samples[static_cast<std::size_t>(i)], 1e-6);
 }
 
-TEST_F(InverseFFT, TheNyquistLineIsTakenWithoutTheChannelStride) {
+TEST_F(TOInverseFFT, TheNyquistLineIsTakenWithoutTheChannelStride) {
     // Two channels, four lines each; all zero but flat value 3 of the real parts, which is channel
     // 1's line 1 and channel 0's Nyquist entry (0 + 4 - 1).
     std::vector<float> reals(8, 0.0F);
@@ -137,7 +125,7 @@ TEST_F(InverseFFT, TheNyquistLineIsTakenWithoutTheChannelStride) {
     }
 }
 
-TEST_F(InverseFFT, LeavesInputsWaitingThatDoNotMatch) {
+TEST_F(TOInverseFFT, LeavesInputsWaitingThatDoNotMatch) {
     const std::vector<float> eight(8, 1.0F);
     const std::vector<float> three(3, 1.0F);
     const std::vector<float> four(4, 1.0F);
@@ -158,14 +146,14 @@ TEST_F(InverseFFT, LeavesInputsWaitingThatDoNotMatch) {
     EXPECT_EQ(block.take(0)->header.valueCount, 8);
 }
 
-TEST_F(InverseFFT, WaitsForBothParts) {
+TEST_F(TOInverseFFT, WaitsForBothParts) {
     block.initSim();
     block.put(0, lines(std::vector<float>(8, 1.0F)));
     EXPECT_EQ(block.simulate(), 1);
     EXPECT_TRUE(block.waits(0));
 }
 
-TEST_F(InverseFFT, AnOddLengthIsTheSameEveryTime) {
+TEST_F(TOInverseFFT, AnOddLengthIsTheSameEveryTime) {
     // 7 values of 2 channels: N = 14 / 2 = 7.
     const std::vector<float> values = {1, 2, 3, 4, 5, 6, 7};
     block.initSim();
@@ -182,7 +170,7 @@ TEST_F(InverseFFT, AnOddLengthIsTheSameEveryTime) {
     }
 }
 
-TEST_F(InverseFFT, SpeaksToTheHostInTheOrderOfItsSteps) {
+TEST_F(TOInverseFFT, SpeaksToTheHostInTheOrderOfItsSteps) {
     block.initSim();
     put(lines(std::vector<float>(12, 1.0F), 3), lines(std::vector<float>(12, 1.0F), 3));
     const std::string reals = host.memory().name(block.inputData(0));
@@ -197,7 +185,7 @@ TEST_F(InverseFFT, SpeaksToTheHostInTheOrderOfItsSteps) {
     block.take(0);
 }
 
-TEST_F(InverseFFT, SaysAllOfItsHeaderWhateverTheHostCopied) {
+TEST_F(TOInverseFFT, SaysAllOfItsHeaderWhateverTheHostCopied) {
     block.initSim();
     put(lines(std::vector<float>(12, 1.0F), 3), lines(std::vector<float>(12, 1.0F), 3));
     host.misbehave({.message = Message::copyHeader, .fault = Fault::garbage});
@@ -207,14 +195,14 @@ TEST_F(InverseFFT, SaysAllOfItsHeaderWhateverTheHostCopied) {
     EXPECT_EQ(signal->header.valueCount, 24);
     EXPECT_EQ(signal->header.channelCount, 3);
     EXPECT_EQ(signal->header.xAxisKind, kSeconds);
-    EXPECT_EQ(signal->header.yUnit, 0);
+    EXPECT_EQ(signal->header.yUnit, kUnitNone);
     EXPECT_EQ(signal->header.xStart, 0.0);
     EXPECT_EQ(signal->header.xStep, 1.0 / (8 * 2.0));
     EXPECT_EQ(signal->header.displayMinimum, -4.0);
     EXPECT_EQ(signal->header.displaySpan, 8.0);
 }
 
-TEST_F(InverseFFT, LosesNothingWhenTheHostRefusesTheOutput) {
+TEST_F(TOInverseFFT, LosesNothingWhenTheHostRefusesTheOutput) {
     block.initSim();
     put(lines(std::vector<float>(8, 1.0F)), lines(std::vector<float>(8, 0.0F)));
     host.misbehave({.message = Message::newBlock, .value = 0, .times = 1});
@@ -227,7 +215,7 @@ TEST_F(InverseFFT, LosesNothingWhenTheHostRefusesTheOutput) {
     EXPECT_TRUE(block.take(0));
 }
 
-TEST_F(InverseFFT, ASecondRunAndAnotherLengthStartAfresh) {
+TEST_F(TOInverseFFT, ASecondRunAndAnotherLengthStartAfresh) {
     for (const int values : {16, 8, 16}) {
         block.initSim();
         for (int repeat = 0; repeat < 2; ++repeat) {

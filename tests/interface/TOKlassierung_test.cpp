@@ -18,7 +18,6 @@ namespace {
 using ::testing::Each;
 using ::testing::ElementsAre;
 
-constexpr int kClassification = 5000;
 constexpr Int kDone = 1;
 
 // Settings that only the dialog or a record reaches are written by their place in the record.
@@ -53,50 +52,42 @@ ChannelData oneChannel(std::vector<float> samples, double step = 1.0) {
     return timeSignal(std::move(samples), 1, step);
 }
 
-class Klassierung : public HostTest {
+class TOKlassierung : public BlockTest<kKlassierung> {
 protected:
-    void TearDown() override {
-        placed.reset();
-        HostTest::TearDown();
-    }
-
     // Another block with four classes from 0 to 4 and the given method.
     void useFourClasses(int method, bool relative = false) {
-        block().set("PkNumber", 4);
-        block().set("PkBegin", 0.0);
-        block().set("PkEnd", 4.0);
-        block().set("PkCalcMode", relative ? 1 : 2);
-        std::string record = block().save();
+        block.set("PkNumber", 4);
+        block.set("PkBegin", 0.0);
+        block.set("PkEnd", 4.0);
+        block.set("PkCalcMode", relative ? 1 : 2);
+        std::string record = block.save();
         put<std::int16_t>(record, kMethod, static_cast<std::int16_t>(method));
-        placed.emplace(host, kClassification, record);
+        restore(record);
         start();
     }
     void start() {
-        block().wireAll();
-        block().initSim();
+        block.wireAll();
+        block.initSim();
     }
 
     std::vector<float> classesOf(std::vector<float> samples, int channels = 1) {
-        const auto result = block().process(timeSignal(std::move(samples), channels, 1.0));
+        const auto result = block.process(timeSignal(std::move(samples), channels, 1.0));
         EXPECT_TRUE(result);
         return result ? result->values : std::vector<float>{};
     }
-
-    PlacedBlock& block() { return *placed; }
-    std::optional<PlacedBlock> placed{std::in_place, host, kClassification};
 };
 
-TEST_F(Klassierung, HasATriggerInputWhenATriggerResets) {
-    EXPECT_EQ(block().connectors(), "E,;A,");
-    block().set("PkReset", 2);
-    EXPECT_EQ(block().connectors(), "E,T,;A,");
-    block().set("PkReset", 3);
-    EXPECT_EQ(block().connectors(), "E,;A,");
+TEST_F(TOKlassierung, HasATriggerInputWhenATriggerResets) {
+    EXPECT_EQ(block.connectors(), "E,;A,");
+    block.set("PkReset", 2);
+    EXPECT_EQ(block.connectors(), "E,T,;A,");
+    block.set("PkReset", 3);
+    EXPECT_EQ(block.connectors(), "E,;A,");
 }
 
-TEST_F(Klassierung, ListsTwelveKeywordsInOrder) {
+TEST_F(TOKlassierung, ListsTwelveKeywordsInOrder) {
     EXPECT_THAT(
-        block().keywords(),
+        block.keywords(),
         ElementsAre(
             KeywordRow{"PkMode", ValueType::integer}, KeywordRow{"PkNumber", ValueType::integer},
             KeywordRow{"PkBegin", ValueType::real}, KeywordRow{"PkEnd", ValueType::real},
@@ -106,22 +97,22 @@ TEST_F(Klassierung, ListsTwelveKeywordsInOrder) {
             KeywordRow{"PkHyst", ValueType::real}, KeywordRow{"PkMethod", ValueType::integer}));
 }
 
-TEST_F(Klassierung, HasItsDefaults) {
-    EXPECT_EQ(block().getInteger("PkMode"), 1);
-    EXPECT_EQ(block().getInteger("PkNumber"), 20);
-    EXPECT_EQ(block().getReal("PkBegin"), -10.0);
-    EXPECT_EQ(block().getReal("PkEnd"), 10.0);
-    EXPECT_EQ(block().getReal("PkWidth"), 1.0);
-    EXPECT_EQ(block().getReal("PkRange"), 20.0);
-    EXPECT_EQ(block().getInteger("PkReset"), 1);
-    EXPECT_EQ(block().getInteger("PkNBlocks"), 1);
-    EXPECT_EQ(block().getInteger("PkCalcMode"), 1);
-    EXPECT_EQ(block().getReal("PkRefline"), 0.0);
-    EXPECT_EQ(block().getReal("PkHyst"), 0.0);
-    EXPECT_EQ(block().getInteger("PkMethod"), 1);
+TEST_F(TOKlassierung, HasItsDefaults) {
+    EXPECT_EQ(block.getInteger("PkMode"), 1);
+    EXPECT_EQ(block.getInteger("PkNumber"), 20);
+    EXPECT_EQ(block.getReal("PkBegin"), -10.0);
+    EXPECT_EQ(block.getReal("PkEnd"), 10.0);
+    EXPECT_EQ(block.getReal("PkWidth"), 1.0);
+    EXPECT_EQ(block.getReal("PkRange"), 20.0);
+    EXPECT_EQ(block.getInteger("PkReset"), 1);
+    EXPECT_EQ(block.getInteger("PkNBlocks"), 1);
+    EXPECT_EQ(block.getInteger("PkCalcMode"), 1);
+    EXPECT_EQ(block.getReal("PkRefline"), 0.0);
+    EXPECT_EQ(block.getReal("PkHyst"), 0.0);
+    EXPECT_EQ(block.getInteger("PkMethod"), 1);
 }
 
-TEST_F(Klassierung, NumberedChoicesTakeOnlyTheirNumbers) {
+TEST_F(TOKlassierung, NumberedChoicesTakeOnlyTheirNumbers) {
     struct Row {
         const char* keyword;
         std::size_t offset;
@@ -132,102 +123,102 @@ TEST_F(Klassierung, NumberedChoicesTakeOnlyTheirNumbers) {
          {Row{"PkMode", kMode, 9, 2}, Row{"PkReset", kResetMode, 1012, 3},
           Row{"PkCalcMode", kCalculation, 1015, 2}, Row{"PkMethod", kMethod, 92, 3}}) {
         for (int value = 1; value <= row.last; ++value) {
-            block().set(row.keyword, value);
-            EXPECT_EQ(block().getInteger(row.keyword), value) << row.keyword;
-            EXPECT_EQ(at<std::int16_t>(block().save(), row.offset), row.base + value);
+            block.set(row.keyword, value);
+            EXPECT_EQ(block.getInteger(row.keyword), value) << row.keyword;
+            EXPECT_EQ(at<std::int16_t>(block.save(), row.offset), row.base + value);
         }
         for (const int value : {0, row.last + 1, -1, std::numeric_limits<int>::max(),
                                 std::numeric_limits<int>::min()}) {
-            block().set(row.keyword, value);
-            EXPECT_EQ(block().getInteger(row.keyword), row.last) << row.keyword << " " << value;
+            block.set(row.keyword, value);
+            EXPECT_EQ(block.getInteger(row.keyword), row.last) << row.keyword << " " << value;
         }
     }
 }
 
-TEST_F(Klassierung, ThePeakMethodsReadBackButAreNotSetByKeyword) {
+TEST_F(TOKlassierung, ThePeakMethodsReadBackButAreNotSetByKeyword) {
     for (const int method : {96, 97, 98}) {
         useFourClasses(method);
-        EXPECT_EQ(block().getInteger("PkMethod"), method - 92);
+        EXPECT_EQ(block.getInteger("PkMethod"), method - 92);
     }
-    block().set("PkMethod", 4);
-    EXPECT_EQ(block().getInteger("PkMethod"), 6);
+    block.set("PkMethod", 4);
+    EXPECT_EQ(block.getInteger("PkMethod"), 6);
 }
 
-TEST_F(Klassierung, NumberBeginAndEndRecomputeWidthAndRange) {
-    block().set("PkNumber", 8);
-    EXPECT_EQ(block().getReal("PkWidth"), 2.5);
-    EXPECT_EQ(block().getReal("PkRange"), 20.0);
-    block().set("PkBegin", -6.0);
-    EXPECT_EQ(block().getReal("PkWidth"), 2.0);
-    EXPECT_EQ(block().getReal("PkRange"), 16.0);
-    block().set("PkEnd", 2.0);
-    EXPECT_EQ(block().getReal("PkWidth"), 1.0);
-    EXPECT_EQ(block().getReal("PkRange"), 8.0);
+TEST_F(TOKlassierung, NumberBeginAndEndRecomputeWidthAndRange) {
+    block.set("PkNumber", 8);
+    EXPECT_EQ(block.getReal("PkWidth"), 2.5);
+    EXPECT_EQ(block.getReal("PkRange"), 20.0);
+    block.set("PkBegin", -6.0);
+    EXPECT_EQ(block.getReal("PkWidth"), 2.0);
+    EXPECT_EQ(block.getReal("PkRange"), 16.0);
+    block.set("PkEnd", 2.0);
+    EXPECT_EQ(block.getReal("PkWidth"), 1.0);
+    EXPECT_EQ(block.getReal("PkRange"), 8.0);
     for (const int ignored : {0, -3}) {
-        block().set("PkNumber", ignored);
-        EXPECT_EQ(block().getInteger("PkNumber"), 8);
+        block.set("PkNumber", ignored);
+        EXPECT_EQ(block.getInteger("PkNumber"), 8);
     }
 }
 
-TEST_F(Klassierung, TheModeRecomputesWidthAndRangeToo) {
-    block().set("PkRange", 10.0);
-    block().set("PkEnd", 10.0);
-    std::string record = block().save();
+TEST_F(TOKlassierung, TheModeRecomputesWidthAndRangeToo) {
+    block.set("PkRange", 10.0);
+    block.set("PkEnd", 10.0);
+    std::string record = block.save();
     put(record, kWidth, 99.0);
     put(record, kRange, 77.0);
-    placed.emplace(host, kClassification, record);
-    EXPECT_EQ(block().getReal("PkRange"), 77.0);
-    block().set("PkMode", 2);
-    EXPECT_EQ(block().getReal("PkWidth"), 1.0);
-    EXPECT_EQ(block().getReal("PkRange"), 20.0);
+    restore(record);
+    EXPECT_EQ(block.getReal("PkRange"), 77.0);
+    block.set("PkMode", 2);
+    EXPECT_EQ(block.getReal("PkWidth"), 1.0);
+    EXPECT_EQ(block.getReal("PkRange"), 20.0);
 }
 
-TEST_F(Klassierung, TheWidthMovesNumberEndAndRange) {
-    block().set("PkWidth", 3.0);
-    EXPECT_EQ(block().getInteger("PkNumber"), 7);
-    EXPECT_EQ(block().getReal("PkEnd"), 11.0);
-    EXPECT_EQ(block().getReal("PkRange"), 21.0);
-    const std::string before = block().save();
+TEST_F(TOKlassierung, TheWidthMovesNumberEndAndRange) {
+    block.set("PkWidth", 3.0);
+    EXPECT_EQ(block.getInteger("PkNumber"), 7);
+    EXPECT_EQ(block.getReal("PkEnd"), 11.0);
+    EXPECT_EQ(block.getReal("PkRange"), 21.0);
+    const std::string before = block.save();
     for (const double ignored : {0.0, -1.0, std::nan(""), 1e-300}) {
-        block().set("PkWidth", ignored);
-        EXPECT_EQ(block().save(), before) << ignored;
+        block.set("PkWidth", ignored);
+        EXPECT_EQ(block.save(), before) << ignored;
     }
 }
 
-TEST_F(Klassierung, TheRangeMovesWidthAndEnd) {
-    block().set("PkRange", 40.0);
-    EXPECT_EQ(block().getReal("PkWidth"), 2.0);
-    EXPECT_EQ(block().getReal("PkBegin"), -10.0);
-    EXPECT_EQ(block().getReal("PkEnd"), 30.0);
-    EXPECT_EQ(block().getInteger("PkNumber"), 20);
+TEST_F(TOKlassierung, TheRangeMovesWidthAndEnd) {
+    block.set("PkRange", 40.0);
+    EXPECT_EQ(block.getReal("PkWidth"), 2.0);
+    EXPECT_EQ(block.getReal("PkBegin"), -10.0);
+    EXPECT_EQ(block.getReal("PkEnd"), 30.0);
+    EXPECT_EQ(block.getInteger("PkNumber"), 20);
     for (const double ignored : {0.0, -1.0, std::nan("")}) {
-        block().set("PkRange", ignored);
-        EXPECT_EQ(block().getReal("PkRange"), 40.0);
+        block.set("PkRange", ignored);
+        EXPECT_EQ(block.getReal("PkRange"), 40.0);
     }
 }
 
-TEST_F(Klassierung, TheBlockCountTakesPositiveNumbers) {
-    block().set("PkNBlocks", 5);
+TEST_F(TOKlassierung, TheBlockCountTakesPositiveNumbers) {
+    block.set("PkNBlocks", 5);
     for (const int ignored : {0, -1}) {
-        block().set("PkNBlocks", ignored);
-        EXPECT_EQ(block().getInteger("PkNBlocks"), 5);
+        block.set("PkNBlocks", ignored);
+        EXPECT_EQ(block.getInteger("PkNBlocks"), 5);
     }
 }
 
 // --- the record
 
-TEST_F(Klassierung, SavesAPaddedRecordOf88Bytes) {
-    block().set("PkMode", 2);
-    block().set("PkNumber", 40);
-    block().set("PkBegin", -2.0);
-    block().set("PkEnd", 6.0);
-    block().set("PkReset", 3);
-    block().set("PkNBlocks", 7);
-    block().set("PkCalcMode", 2);
-    block().set("PkMethod", 3);
-    block().set("PkRefline", 0.25);
-    block().set("PkHyst", 12.5);
-    const std::string record = block().save();
+TEST_F(TOKlassierung, SavesAPaddedRecordOf88Bytes) {
+    block.set("PkMode", 2);
+    block.set("PkNumber", 40);
+    block.set("PkBegin", -2.0);
+    block.set("PkEnd", 6.0);
+    block.set("PkReset", 3);
+    block.set("PkNBlocks", 7);
+    block.set("PkCalcMode", 2);
+    block.set("PkMethod", 3);
+    block.set("PkRefline", 0.25);
+    block.set("PkHyst", 12.5);
+    const std::string record = block.save();
     ASSERT_EQ(record.size(), kRecordLength);
     EXPECT_EQ(at<std::int32_t>(record, 0), 88);
     EXPECT_EQ(at<std::int32_t>(record, 4), 404);
@@ -244,7 +235,7 @@ TEST_F(Klassierung, SavesAPaddedRecordOf88Bytes) {
     EXPECT_EQ(at<double>(record, kReferenceLine), 0.25);
     EXPECT_EQ(at<double>(record, kHysteresis), 12.5);
     EXPECT_EQ(record.substr(kSpare), std::string(16, '\0'));
-    PlacedBlock copy(host, kClassification, record);
+    PlacedBlock copy(host, kKlassierung, record);
     EXPECT_EQ(copy.save(), record);
 }
 
@@ -254,12 +245,11 @@ std::string packedRecord(std::int32_t size, std::int32_t version) {
                  std::int16_t{1015}, std::int32_t{3}, std::int16_t{1017});
 }
 
-TEST_F(Klassierung, ReadsThePackedRecordOfOldVersions) {
+TEST_F(TOKlassierung, ReadsThePackedRecordOfOldVersions) {
     for (const auto& [size, version] :
          {std::pair{46, 399}, {78, 0}, {88, 399}, {78, 400}, {78, 402}}) {
         // What follows is the next block's.
-        PlacedBlock old(host, kClassification,
-                        packedRecord(size, version) + std::string(64, '\x7f'));
+        PlacedBlock old(host, kKlassierung, packedRecord(size, version) + std::string(64, '\x7f'));
         EXPECT_EQ(old.getInteger("PkMode"), 2) << version;
         EXPECT_EQ(old.getInteger("PkNumber"), 4);
         EXPECT_EQ(old.getReal("PkEnd"), 8.0);
@@ -274,27 +264,27 @@ TEST_F(Klassierung, ReadsThePackedRecordOfOldVersions) {
     }
 }
 
-TEST_F(Klassierung, RecordsOfTheVersionsBetweenCountSamplesOnly) {
-    block().set("PkHyst", 5.0);
-    std::string record = block().save();
+TEST_F(TOKlassierung, RecordsOfTheVersionsBetweenCountSamplesOnly) {
+    block.set("PkHyst", 5.0);
+    std::string record = block.save();
     put<std::int16_t>(record, kMethod, 97);
     for (const auto& [version, method] : {std::pair{400, 1}, {402, 1}, {403, 5}, {404, 5}}) {
         put<std::int32_t>(record, 4, version);
-        PlacedBlock restored(host, kClassification, record);
+        PlacedBlock restored(host, kKlassierung, record);
         EXPECT_EQ(restored.getInteger("PkMethod"), method) << version;
         EXPECT_EQ(restored.getReal("PkHyst"), 5.0);
     }
     // Above that, the size word means nothing.
     put<std::int32_t>(record, 0, 78);
-    PlacedBlock restored(host, kClassification, record);
+    PlacedBlock restored(host, kKlassierung, record);
     EXPECT_EQ(restored.getInteger("PkMethod"), 5);
 }
 
-TEST_F(Klassierung, AShortRecordLeavesTheRestAtItsDefaults) {
-    std::string record = block().save();
+TEST_F(TOKlassierung, AShortRecordLeavesTheRestAtItsDefaults) {
+    std::string record = block.save();
     put<std::int32_t>(record, kNumber, 33);
     for (std::size_t length = 0; length < record.size(); ++length) {
-        PlacedBlock cut(host, kClassification, record.substr(0, length));
+        PlacedBlock cut(host, kKlassierung, record.substr(0, length));
         ASSERT_TRUE(cut.created());
         EXPECT_EQ(cut.getInteger("PkNumber"), length >= 16 ? 33 : 20) << length;
         EXPECT_EQ(cut.getInteger("PkMethod"), 1);
@@ -303,19 +293,19 @@ TEST_F(Klassierung, AShortRecordLeavesTheRestAtItsDefaults) {
 
 // --- a run
 
-TEST_F(Klassierung, PutsOutOneBlockPerInputBlock) {
+TEST_F(TOKlassierung, PutsOutOneBlockPerInputBlock) {
     useFourClasses(93, true);
     host.takeTrace();
     ChannelData signal = oneChannel({0.5F, 1.5F, 1.5F, 3.5F}, 0.25);
     signal.header.yUnit = 17;
     signal.header.xStart = 9.0;
     signal.header.axisFlags = 32;
-    const auto classes = block().process(signal);
+    const auto classes = block.process(signal);
     ASSERT_TRUE(classes);
     EXPECT_THAT(classes->values, ElementsAre(25, 50, 0, 25));
     EXPECT_EQ(classes->header.valueCount, 4);
     EXPECT_EQ(classes->header.xAxisKind, 17) << "the values have become the axis";
-    EXPECT_EQ(classes->header.yUnit, 15);
+    EXPECT_EQ(classes->header.yUnit, kUnitPercent);
     EXPECT_EQ(classes->header.xStart, 0.0);
     EXPECT_EQ(classes->header.xStep, 1.0);
     EXPECT_EQ(classes->header.displayMinimum, 0.0);
@@ -324,41 +314,41 @@ TEST_F(Klassierung, PutsOutOneBlockPerInputBlock) {
     EXPECT_EQ(classes->header.axisFlags, 32U);
     EXPECT_THAT(host.takeTrace(), ElementsAre("1188 -> 1", "1189 -> 1", "1134 4 -> D2",
                                               "1134 4 -> D3", "1143 D1 D3", "1135 D1"));
-    block().stop();
+    block.stop();
     EXPECT_THAT(host.takeTrace(), ElementsAre("1135 D2"));
 }
 
-TEST_F(Klassierung, ShowsAmountsUpToTheLargest) {
+TEST_F(TOKlassierung, ShowsAmountsUpToTheLargest) {
     useFourClasses(93, false);
-    const auto classes = block().process(oneChannel({0.5F, 1.5F, 1.5F, 3.5F}));
+    const auto classes = block.process(oneChannel({0.5F, 1.5F, 1.5F, 3.5F}));
     ASSERT_TRUE(classes);
     EXPECT_THAT(classes->values, ElementsAre(1, 2, 0, 1));
-    EXPECT_EQ(classes->header.yUnit, 0);
+    EXPECT_EQ(classes->header.yUnit, kUnitNone);
     EXPECT_EQ(classes->header.displaySpan, 2.0);
 }
 
-TEST_F(Klassierung, TheStepOfTheClassesIsTheirWidthWhateverTheRangeField) {
-    std::string record = block().save();
+TEST_F(TOKlassierung, TheStepOfTheClassesIsTheirWidthWhateverTheRangeField) {
+    std::string record = block.save();
     put(record, kRange, 40.0);
     put(record, kWidth, 3.0);  // nor the width field
-    placed.emplace(host, kClassification, record);
+    restore(record);
     start();
-    const auto classes = block().process(oneChannel({0.5F}));
+    const auto classes = block.process(oneChannel({0.5F}));
     ASSERT_TRUE(classes);
     EXPECT_EQ(classes->header.xStep, 1.0);
     EXPECT_EQ(classes->at(5, 0), 100.0F) << "10.5 / 40 * 20";
 }
 
-TEST_F(Klassierung, GoesOnCountingUntilTheRunEnds) {
+TEST_F(TOKlassierung, GoesOnCountingUntilTheRunEnds) {
     useFourClasses(93);
     EXPECT_THAT(classesOf({0.5F}), ElementsAre(1, 0, 0, 0));
     EXPECT_THAT(classesOf({0.5F, 2.5F}), ElementsAre(2, 0, 1, 0));
-    block().stop();
-    block().initSim();
+    block.stop();
+    block.initSim();
     EXPECT_THAT(classesOf({1.5F}), ElementsAre(0, 1, 0, 0));
 }
 
-TEST_F(Klassierung, KeepsTheResultsInADataBlockOfTheHosts) {
+TEST_F(TOKlassierung, KeepsTheResultsInADataBlockOfTheHosts) {
     useFourClasses(93);
     classesOf({0.5F, 2.5F});
     const auto handles = host.memory().dataHandles();
@@ -367,11 +357,11 @@ TEST_F(Klassierung, KeepsTheResultsInADataBlockOfTheHosts) {
     EXPECT_EQ(results.header.valueCount, 4);
     EXPECT_EQ(results.header.xAxisKind, 0);
     EXPECT_THAT(results.values, ElementsAre(1, 0, 1, 0));
-    block().stop();
+    block.stop();
     EXPECT_EQ(host.memory().aliveData(), 0U);
 }
 
-TEST_F(Klassierung, RunsEveryMethod) {
+TEST_F(TOKlassierung, RunsEveryMethod) {
     const std::vector<float> load = {1.25F, 3.5F, 0.5F, 2.75F, 1.5F, 3.25F, 0.75F};
     struct Row {
         int method;
@@ -383,38 +373,37 @@ TEST_F(Klassierung, RunsEveryMethod) {
                            Row{96, 1, {1, 0, 0, 1}},
                            // maxima at 3.5, 2.75 and 3.25; of the minima only 0.5 lies below
                            Row{97, 1, {1, 0, 1, 2}}}) {
-        block().set("PkRefline", row.line);
+        block.set("PkRefline", row.line);
         useFourClasses(row.method);
         EXPECT_EQ(classesOf(load), row.classes) << row.method;
     }
 }
 
-TEST_F(Klassierung, MeasuresDwellTimesInTheUnitOfTheXStep) {
+TEST_F(TOKlassierung, MeasuresDwellTimesInTheUnitOfTheXStep) {
     useFourClasses(94);
-    const auto classes = block().process(oneChannel({0.5F, 0.5F, 1.5F}, 0.5));
+    const auto classes = block.process(oneChannel({0.5F, 0.5F, 1.5F}, 0.5));
     ASSERT_TRUE(classes);
     EXPECT_THAT(classes->values, ElementsAre(0.75F, 0.25F, 0, 0));
 }
 
-TEST_F(Klassierung, SeparatePeaksTakeTwoColumnsPerChannel) {
+TEST_F(TOKlassierung, SeparatePeaksTakeTwoColumnsPerChannel) {
     useFourClasses(98);
     // channel 0 has a maximum at 2.5, channel 1 a minimum at 2.5
-    const auto classes =
-        block().process(timeSignal({1.5F, 3.5F, 2.5F, 2.5F, 1.25F, 3.75F}, 2, 1.0));
+    const auto classes = block.process(timeSignal({1.5F, 3.5F, 2.5F, 2.5F, 1.25F, 3.75F}, 2, 1.0));
     ASSERT_TRUE(classes);
     EXPECT_EQ(classes->header.channelCount, 4);
     EXPECT_EQ(classes->header.valueCount, 16);
     EXPECT_THAT(classes->values, ElementsAre(0, 0, 0, 0, 0, 0, 0, 0, 0, 2, 0, 0, 0, 0, 0, 0));
 }
 
-TEST_F(Klassierung, AnUnknownMethodCountsNothing) {
+TEST_F(TOKlassierung, AnUnknownMethodCountsNothing) {
     useFourClasses(0);
     EXPECT_THAT(classesOf({0.5F, 1.5F}), Each(0.0F));
 }
 
-TEST_F(Klassierung, ResetsAfterTheGivenNumberOfBlocks) {
-    block().set("PkReset", 3);
-    block().set("PkNBlocks", 3);
+TEST_F(TOKlassierung, ResetsAfterTheGivenNumberOfBlocks) {
+    block.set("PkReset", 3);
+    block.set("PkNBlocks", 3);
     useFourClasses(93);
     for (int round = 0; round < 3; ++round) {
         EXPECT_THAT(classesOf({0.5F}), ElementsAre(1, 0, 0, 0));
@@ -423,174 +412,174 @@ TEST_F(Klassierung, ResetsAfterTheGivenNumberOfBlocks) {
     }
 }
 
-TEST_F(Klassierung, ANewRunCountsItsBlocksFromTheFirst) {
-    block().set("PkReset", 3);
-    block().set("PkNBlocks", 3);
+TEST_F(TOKlassierung, ANewRunCountsItsBlocksFromTheFirst) {
+    block.set("PkReset", 3);
+    block.set("PkNBlocks", 3);
     useFourClasses(93);
     classesOf({0.5F});
     classesOf({0.5F});
-    block().stop();
-    block().initSim();
+    block.stop();
+    block.initSim();
     EXPECT_THAT(classesOf({0.5F}), ElementsAre(1, 0, 0, 0));
     EXPECT_THAT(classesOf({0.5F}), ElementsAre(2, 0, 0, 0));
     EXPECT_THAT(classesOf({0.5F}), ElementsAre(3, 0, 0, 0));
     EXPECT_THAT(classesOf({0.5F}), ElementsAre(1, 0, 0, 0));
 }
 
-TEST_F(Klassierung, ACountThatIsPassedAlreadyDoesNotReset) {
-    block().set("PkReset", 3);
-    block().set("PkNBlocks", 9);
+TEST_F(TOKlassierung, ACountThatIsPassedAlreadyDoesNotReset) {
+    block.set("PkReset", 3);
+    block.set("PkNBlocks", 9);
     useFourClasses(93);
     classesOf({0.5F});
     classesOf({0.5F});
-    block().set("PkNBlocks", 1);  // the third block does not equal it
+    block.set("PkNBlocks", 1);  // the third block does not equal it
     classesOf({0.5F});
     EXPECT_THAT(classesOf({0.5F}), ElementsAre(4, 0, 0, 0));
 }
 
-TEST_F(Klassierung, AHighTriggerResetsAfterTheBlockIsDelivered) {
-    block().set("PkReset", 2);
+TEST_F(TOKlassierung, AHighTriggerResetsAfterTheBlockIsDelivered) {
+    block.set("PkReset", 2);
     useFourClasses(93);
     const auto classes = [&](std::vector<float> trigger) {
-        block().put(1, timeSignal(std::move(trigger)));
+        block.put(1, timeSignal(std::move(trigger)));
         return classesOf({0.5F});
     };
     const float threshold = 2.4F;
     EXPECT_THAT(classes({0, 0}), ElementsAre(1, 0, 0, 0));
     EXPECT_THAT(classes({threshold}), ElementsAre(2, 0, 0, 0));
     EXPECT_THAT(classes({0, 2.41F, 0}), ElementsAre(3, 0, 0, 0));
-    EXPECT_FALSE(block().waits(1));
+    EXPECT_FALSE(block.waits(1));
     EXPECT_THAT(classes({std::nextafter(threshold, 3.0F)}), ElementsAre(1, 0, 0, 0));
     EXPECT_THAT(classes({0}), ElementsAre(1, 0, 0, 0));
 }
 
-TEST_F(Klassierung, ATriggerRestartsTheCountOfBlocks) {
+TEST_F(TOKlassierung, ATriggerRestartsTheCountOfBlocks) {
     // The trigger belongs to the second reset mode, the count to the third; the mode may change.
-    block().set("PkReset", 2);
-    block().set("PkNBlocks", 2);
+    block.set("PkReset", 2);
+    block.set("PkNBlocks", 2);
     useFourClasses(93);
-    block().put(1, oneChannel({5.0F}));
+    block.put(1, oneChannel({5.0F}));
     EXPECT_THAT(classesOf({0.5F}), ElementsAre(1, 0, 0, 0));
-    block().set("PkReset", 3);
-    block().wireAll();
+    block.set("PkReset", 3);
+    block.wireAll();
     EXPECT_THAT(classesOf({0.5F}), ElementsAre(1, 0, 0, 0));
     EXPECT_THAT(classesOf({0.5F}), ElementsAre(2, 0, 0, 0));
     EXPECT_THAT(classesOf({0.5F}), ElementsAre(1, 0, 0, 0));
 }
 
-TEST_F(Klassierung, TakesTheTriggerWithoutASignal) {
-    block().set("PkReset", 2);
+TEST_F(TOKlassierung, TakesTheTriggerWithoutASignal) {
+    block.set("PkReset", 2);
     useFourClasses(93);
-    block().wireInput(0, -1);
-    block().put(1, oneChannel({5.0F}));
-    EXPECT_EQ(block().simulate(), kDone);
-    EXPECT_FALSE(block().waits(1));
-    EXPECT_FALSE(block().delivered(0));
+    block.wireInput(0, -1);
+    block.put(1, oneChannel({5.0F}));
+    EXPECT_EQ(block.simulate(), kDone);
+    EXPECT_FALSE(block.waits(1));
+    EXPECT_FALSE(block.delivered(0));
 }
 
-TEST_F(Klassierung, DoesNothingWithoutItsOutput) {
+TEST_F(TOKlassierung, DoesNothingWithoutItsOutput) {
     useFourClasses(93);
-    block().wireOutput(0, -1);
-    block().put(0, oneChannel({0.5F}));
-    EXPECT_EQ(block().simulate(), kDone);
-    EXPECT_TRUE(block().waits(0));
+    block.wireOutput(0, -1);
+    block.put(0, oneChannel({0.5F}));
+    EXPECT_EQ(block.simulate(), kDone);
+    EXPECT_TRUE(block.waits(0));
 }
 
-TEST_F(Klassierung, AnotherNumberOfChannelsFailsAndReleasesTheBlock) {
+TEST_F(TOKlassierung, AnotherNumberOfChannelsFailsAndReleasesTheBlock) {
     useFourClasses(93);
     classesOf({0.5F});
-    block().put(0, timeSignal({0.5F, 0.5F}, 2));
-    EXPECT_EQ(block().simulate(), kFailed);
-    EXPECT_FALSE(block().waits(0));
-    EXPECT_FALSE(block().delivered(0));
+    block.put(0, timeSignal({0.5F, 0.5F}, 2));
+    EXPECT_EQ(block.simulate(), kFailed);
+    EXPECT_FALSE(block.waits(0));
+    EXPECT_FALSE(block.delivered(0));
     EXPECT_TRUE(takeBoxes().empty());
     EXPECT_THAT(classesOf({0.5F}), ElementsAre(2, 0, 0, 0)) << "the run goes on";
 }
 
-TEST_F(Klassierung, ChangesByKeywordWaitForTheNextRun) {
+TEST_F(TOKlassierung, ChangesByKeywordWaitForTheNextRun) {
     useFourClasses(93);
     classesOf({0.5F});
-    block().set("PkNumber", 200);
-    block().set("PkMethod", 2);
-    block().set("PkCalcMode", 1);
+    block.set("PkNumber", 200);
+    block.set("PkMethod", 2);
+    block.set("PkCalcMode", 1);
     EXPECT_THAT(classesOf({0.5F}), ElementsAre(2, 0, 0, 0));
-    block().stop();
-    block().initSim();
+    block.stop();
+    block.initSim();
     EXPECT_EQ(classesOf({0.5F, 0.5F}).size(), 200U);
 }
 
-TEST_F(Klassierung, SurvivesARefusingHost) {
+TEST_F(TOKlassierung, SurvivesARefusingHost) {
     for (const Fault fault : {Fault::answer, Fault::unlockable}) {
         for (const int refused : {1, 2}) {
             useFourClasses(93);
             host.misbehave(
                 {.message = Message::newBlock, .fault = fault, .first = refused, .times = 1});
-            block().put(0, oneChannel({0.5F}));
-            EXPECT_EQ(block().simulate(), kFailed);
-            EXPECT_TRUE(block().waits(0));
-            EXPECT_FALSE(block().delivered(0));
+            block.put(0, oneChannel({0.5F}));
+            EXPECT_EQ(block.simulate(), kFailed);
+            EXPECT_TRUE(block.waits(0));
+            EXPECT_FALSE(block.delivered(0));
             host.behave();
-            EXPECT_EQ(block().simulate(), kDone);
-            const auto classes = block().take(0);
+            EXPECT_EQ(block.simulate(), kDone);
+            const auto classes = block.take(0);
             ASSERT_TRUE(classes);
             EXPECT_THAT(classes->values, ElementsAre(1, 0, 0, 0));
         }
     }
 }
 
-TEST_F(Klassierung, RefusesHeadsThatDescribeNoSignal) {
+TEST_F(TOKlassierung, RefusesHeadsThatDescribeNoSignal) {
     useFourClasses(93);
     for (const auto& [values, channels] : {std::pair{-1, 1}, {4, 0}, {4, -1}}) {
         ChannelData broken = oneChannel({1, 2, 3, 4});
         broken.header.valueCount = values;
         broken.header.channelCount = channels;
-        block().put(0, broken);
-        EXPECT_EQ(block().simulate(), kFailed);
-        EXPECT_TRUE(block().waits(0));
+        block.put(0, broken);
+        EXPECT_EQ(block.simulate(), kFailed);
+        EXPECT_TRUE(block.waits(0));
     }
     EXPECT_THAT(classesOf({0.5F}), ElementsAre(1, 0, 0, 0));
 }
 
-TEST_F(Klassierung, NumbersOfClassesThatNobodyMeasuresWithAreRefused) {
-    std::string record = block().save();
+TEST_F(TOKlassierung, NumbersOfClassesThatNobodyMeasuresWithAreRefused) {
+    std::string record = block.save();
     for (const std::int32_t number : {0, -5, std::numeric_limits<std::int32_t>::max(), 1 << 26}) {
         put(record, kNumber, number);
-        placed.emplace(host, kClassification, record);
+        restore(record);
         start();
-        block().put(0, oneChannel({0.5F}));
-        EXPECT_EQ(block().simulate(), kFailed) << number;
-        EXPECT_TRUE(block().waits(0));
-        block().stop();
+        block.put(0, oneChannel({0.5F}));
+        EXPECT_EQ(block.simulate(), kFailed) << number;
+        EXPECT_TRUE(block.waits(0));
+        block.stop();
     }
 }
 
-TEST_F(Klassierung, AnEmptyBlockGivesTheCountsSoFar) {
+TEST_F(TOKlassierung, AnEmptyBlockGivesTheCountsSoFar) {
     useFourClasses(93);
     EXPECT_THAT(classesOf({}), ElementsAre(0, 0, 0, 0));
     EXPECT_THAT(classesOf({0.5F}), ElementsAre(1, 0, 0, 0));
     EXPECT_THAT(classesOf({}), ElementsAre(1, 0, 0, 0));
 }
 
-TEST_F(Klassierung, EndsCleanlyInTheMiddleOfARun) {
+TEST_F(TOKlassierung, EndsCleanlyInTheMiddleOfARun) {
     useFourClasses(94);
     classesOf({0.5F, 1.5F});
-    placed.emplace(host, kClassification);
+    placed.emplace(host, kKlassierung);
 }
 
-TEST_F(Klassierung, ARunWithoutItsBeginStartsAnew) {
+TEST_F(TOKlassierung, ARunWithoutItsBeginStartsAnew) {
     useFourClasses(93);
     classesOf({0.5F});
-    block().stop();
+    block.stop();
     EXPECT_THAT(classesOf({0.5F}), ElementsAre(1, 0, 0, 0));
 }
 
-TEST_F(Klassierung, CountsChannelsApart) {
+TEST_F(TOKlassierung, CountsChannelsApart) {
     useFourClasses(93);
     EXPECT_THAT(classesOf({0.5F, 1.5F, 3.5F, 0.5F, 1.5F, 2.5F}, 3),
                 ElementsAre(2, 0, 0, 0, 2, 0, 0, 0, 1, 0, 0, 1));
 }
 
-TEST_F(Klassierung, NotANumberAndInfinityFallIntoNoClass) {
+TEST_F(TOKlassierung, NotANumberAndInfinityFallIntoNoClass) {
     for (int method = 93; method <= 98; ++method) {
         useFourClasses(method);
         const float nan = std::numeric_limits<float>::quiet_NaN();
@@ -601,7 +590,7 @@ TEST_F(Klassierung, NotANumberAndInfinityFallIntoNoClass) {
 }
 
 // Random block sizes, resets, runs and methods; nothing may be left behind or go wrong.
-TEST_F(Klassierung, SoaksInRandomBlocks) {
+TEST_F(TOKlassierung, SoaksInRandomBlocks) {
     std::mt19937 random(2026);
     const auto pick = [&](int low, int high) {
         return std::uniform_int_distribution<int>(low, high)(random);
@@ -609,7 +598,7 @@ TEST_F(Klassierung, SoaksInRandomBlocks) {
     std::normal_distribution<float> noise(0.0F, 4.0F);
     for (int method = 93; method <= 98; ++method) {
         const int channels = pick(1, 9);
-        block().set("PkReset", 2);
+        block.set("PkReset", 2);
         useFourClasses(method, method % 2 == 0);
         std::vector<float> load(static_cast<std::size_t>(channels) * 4096);
         for (float& x : load)
@@ -617,15 +606,15 @@ TEST_F(Klassierung, SoaksInRandomBlocks) {
         for (int blocks = 0; blocks < 60; ++blocks) {
             const int samples = pick(0, blocks % 7 == 0 ? 4096 : 600);
             const std::vector<float> part(load.begin(), load.begin() + samples * channels);
-            block().put(1, oneChannel({pick(0, 9) == 0 ? 5.0F : 0.0F}));
+            block.put(1, oneChannel({pick(0, 9) == 0 ? 5.0F : 0.0F}));
             for (const float x : classesOf(part, channels))
                 ASSERT_TRUE(x >= 0.0F);
             if (pick(0, 20) == 0) {
-                block().stop();
-                block().initSim();
+                block.stop();
+                block.initSim();
             }
         }
-        block().stop();
+        block.stop();
     }
 }
 

@@ -41,14 +41,9 @@ ChannelData silence(std::size_t samples, double step = 0.001) {
     return oneChannel(std::vector<float>(samples), step);
 }
 
-class Level : public HostTest {
+class TOLevel : public BlockTest<kLevel> {
 protected:
-    Level() { start(); }
-
-    void TearDown() override {
-        placed.reset();
-        HostTest::TearDown();
-    }
+    void prepare() override { start(); }
 
     // The control input is left open unless a test wires it: a wired one wants data at every call.
     void start() {
@@ -69,14 +64,11 @@ protected:
         } while (block.waits(0));
         return outputs;
     }
-
-    std::optional<PlacedBlock> placed{std::in_place, host, kLevel};
-    PlacedBlock& block = *placed;
 };
 
-TEST_F(Level, HasASignalAndAControlInput) { EXPECT_EQ(block.connectors(), "E,S,;A,"); }
+TEST_F(TOLevel, HasASignalAndAControlInput) { EXPECT_EQ(block.connectors(), "E,S,;A,"); }
 
-TEST_F(Level, ListsFiveKeywordsInOrder) {
+TEST_F(TOLevel, ListsFiveKeywordsInOrder) {
     EXPECT_THAT(block.keywords(), ElementsAre(KeywordRow{"PkRMS", ValueType::flag},
                                               KeywordRow{"PkTimeTc", ValueType::integer},
                                               KeywordRow{"PkTimeTx", ValueType::integer},
@@ -84,7 +76,7 @@ TEST_F(Level, ListsFiveKeywordsInOrder) {
                                               KeywordRow{"PkFreqOut", ValueType::real}));
 }
 
-TEST_F(Level, HasItsDefaults) {
+TEST_F(TOLevel, HasItsDefaults) {
     EXPECT_EQ(block.getInteger("PkRMS"), 1);
     EXPECT_EQ(block.getInteger("PkTimeTc"), 0);
     EXPECT_EQ(block.getInteger("PkTimeTx"), 1);
@@ -92,7 +84,7 @@ TEST_F(Level, HasItsDefaults) {
     EXPECT_EQ(block.getReal("PkFreqOut"), 10.0);
 }
 
-TEST_F(Level, StoresWhatAKeywordSets) {
+TEST_F(TOLevel, StoresWhatAKeywordSets) {
     for (const int value : {0, 1, 7, -1, 32767, -32768}) {
         for (const char* keyword : {"PkRMS", "PkTimeTc", "PkTimeTx"}) {
             block.set(keyword, value);
@@ -109,7 +101,7 @@ TEST_F(Level, StoresWhatAKeywordSets) {
     }
 }
 
-TEST_F(Level, SavesARecordOf55BytesOfFields) {
+TEST_F(TOLevel, SavesARecordOf55BytesOfFields) {
     block.set("PkRMS", 0);
     block.set("PkTimeTc", 2);
     block.set("PkTimeTx", 2);
@@ -136,9 +128,9 @@ TEST_F(Level, SavesARecordOf55BytesOfFields) {
     EXPECT_EQ(older.getReal("PkFreqOut"), 4.0);
 }
 
-TEST_F(Level, PutsOutEighteenQuantitiesPerChannel) {
+TEST_F(TOLevel, PutsOutEighteenQuantitiesPerChannel) {
     ChannelData signal = timeSignal(std::vector<float>(2 * 150, 1.0F), 2, 0.001);
-    signal.header.yUnit = 26;
+    signal.header.yUnit = kUnitAmplitude;
     signal.header.xStart = 7.0;
     signal.header.axisFlags = 32;
     host.takeTrace();
@@ -147,8 +139,8 @@ TEST_F(Level, PutsOutEighteenQuantitiesPerChannel) {
     const ChannelHeader& header = outputs[0].header;
     EXPECT_EQ(header.valueCount, 36);
     EXPECT_EQ(header.channelCount, 18);
-    EXPECT_EQ(header.xAxisKind, 1);
-    EXPECT_EQ(header.yUnit, 0);
+    EXPECT_EQ(header.xAxisKind, kSeconds);
+    EXPECT_EQ(header.yUnit, kUnitNone);
     EXPECT_EQ(header.xStart, static_cast<double>(0.001F));
     EXPECT_EQ(header.xStep, 0.1);
     EXPECT_EQ(header.axisFlags, 32U);
@@ -160,21 +152,21 @@ TEST_F(Level, PutsOutEighteenQuantitiesPerChannel) {
     EXPECT_EQ(outputs[0].values[2 * kMaximum], outputs[0].values[2 * kMaximum + 1]);
 }
 
-TEST_F(Level, EachOutputStartsWhereTheLastOneEnded) {
+TEST_F(TOLevel, EachOutputStartsWhereTheLastOneEnded) {
     const auto outputs = play(silence(401));
     ASSERT_EQ(outputs.size(), 3U);
     EXPECT_FLOAT_EQ(static_cast<float>(outputs[1].header.xStart), 0.101F);
     EXPECT_FLOAT_EQ(static_cast<float>(outputs[2].header.xStart), 0.201F);
 }
 
-TEST_F(Level, TheOutputFrequencyCountsNewSamplesPerOutput) {
+TEST_F(TOLevel, TheOutputFrequencyCountsNewSamplesPerOutput) {
     EXPECT_TRUE(play(silence(101)).empty()) << "full, but put out with the next block";
     EXPECT_EQ(play(silence(99)).size(), 1U);
     EXPECT_EQ(play(silence(1)).size(), 0U);
     EXPECT_EQ(play(silence(1)).size(), 1U);
 }
 
-TEST_F(Level, PutsOutOneBlockPerCallAndKeepsTheInputUntilAllIsRead) {
+TEST_F(TOLevel, PutsOutOneBlockPerCallAndKeepsTheInputUntilAllIsRead) {
     const Handle input = block.put(0, silence(350));
     for (int call = 0; call < 3; ++call) {
         EXPECT_EQ(block.inputData(0), input);
@@ -185,7 +177,7 @@ TEST_F(Level, PutsOutOneBlockPerCallAndKeepsTheInputUntilAllIsRead) {
     }
 }
 
-TEST_F(Level, AnOnePascalToneReads94Decibel) {
+TEST_F(TOLevel, AnOnePascalToneReads94Decibel) {
     block.set("PkTimeTc", 1);
     block.set("PkFreqOut", 1.0);
     std::vector<float> tone(3 * 8000 + 2);
@@ -199,23 +191,23 @@ TEST_F(Level, AnOnePascalToneReads94Decibel) {
     EXPECT_NEAR(outputs[2].values[kMaximum], 93.98F, 0.01F);
 }
 
-TEST_F(Level, MillisecondsAreConverted) {
+TEST_F(TOLevel, MillisecondsAreConverted) {
     ChannelData signal = silence(102, 1.0);
     signal.header.xAxisKind = kMilliseconds;
     const auto outputs = play(signal);
     ASSERT_EQ(outputs.size(), 1U);
     EXPECT_FLOAT_EQ(outputs[0].values[kRunningTime], 0.1F);
-    EXPECT_EQ(outputs[0].header.xAxisKind, 1) << "the output is in seconds";
+    EXPECT_EQ(outputs[0].header.xAxisKind, kSeconds) << "the output is in seconds";
 }
 
-TEST_F(Level, AnAbsentUnitCountsAsSeconds) {
+TEST_F(TOLevel, AnAbsentUnitCountsAsSeconds) {
     ChannelData signal = silence(102);
     signal.header.xAxisKind = 0;
     EXPECT_EQ(play(signal).size(), 1U);
     EXPECT_EQ(play(silence(100)).size(), 1U) << "the same unit as seconds";
 }
 
-TEST_F(Level, OtherUnitsAreNoTimeSignal) {
+TEST_F(TOLevel, OtherUnitsAreNoTimeSignal) {
     for (const std::int32_t unit : {3, 4, -1, 60}) {
         block.initSim();
         ChannelData signal = silence(10);
@@ -228,7 +220,7 @@ TEST_F(Level, OtherUnitsAreNoTimeSignal) {
     }
 }
 
-TEST_F(Level, AnOutputFrequencyOfZeroIsAnError) {
+TEST_F(TOLevel, AnOutputFrequencyOfZeroIsAnError) {
     block.set("PkFreqOut", 0.0);
     block.put(0, silence(10));
     EXPECT_EQ(block.simulate(), kFailed);
@@ -240,7 +232,7 @@ TEST_F(Level, AnOutputFrequencyOfZeroIsAnError) {
     EXPECT_TRUE(takeBoxes().empty()) << "a new run clears the error";
 }
 
-TEST_F(Level, ChangesOfTheSignalAreErrors) {
+TEST_F(TOLevel, ChangesOfTheSignalAreErrors) {
     struct Row {
         const char* text;
         void (*change)(ChannelData&);
@@ -279,7 +271,7 @@ TEST_F(Level, ChangesOfTheSignalAreErrors) {
     }
 }
 
-TEST_F(Level, WhatCannotBeHeldIsOutOfMemory) {
+TEST_F(TOLevel, WhatCannotBeHeldIsOutOfMemory) {
     for (const auto& [keyword, value] :
          {std::pair{"PkTimeHold", 1e9}, {"PkFreqOut", 1e-300}, {"PkFreqOut", 1e-9}}) {
         block.set("PkTimeHold", 0.0);
@@ -294,7 +286,7 @@ TEST_F(Level, WhatCannotBeHeldIsOutOfMemory) {
     }
 }
 
-TEST_F(Level, AnOutputFrequencyAboveTheRateGivesOneOutputPerSample) {
+TEST_F(TOLevel, AnOutputFrequencyAboveTheRateGivesOneOutputPerSample) {
     for (const double frequency : {5000.0, 1e300, -1.0}) {
         block.set("PkFreqOut", frequency);
         block.initSim();
@@ -303,7 +295,7 @@ TEST_F(Level, AnOutputFrequencyAboveTheRateGivesOneOutputPerSample) {
     }
 }
 
-TEST_F(Level, TheControlInputResetsByItsFirstValue) {
+TEST_F(TOLevel, TheControlInputResetsByItsFirstValue) {
     block.wireInput(1, 1);
     const auto step = [&](float control, std::size_t samples) {
         block.put(1, oneChannel({control, 2.0F}));
@@ -331,7 +323,7 @@ TEST_F(Level, TheControlInputResetsByItsFirstValue) {
     EXPECT_FLOAT_EQ(output->values[kExtremesTime], 0.099F);
 }
 
-TEST_F(Level, TakesTheControlValueEvenWhenTheOutputIsNotWired) {
+TEST_F(TOLevel, TakesTheControlValueEvenWhenTheOutputIsNotWired) {
     block.wireInput(1, 1);
     block.wireOutput(0, -1);
     block.put(0, silence(10));
@@ -341,13 +333,13 @@ TEST_F(Level, TakesTheControlValueEvenWhenTheOutputIsNotWired) {
     EXPECT_TRUE(block.waits(0));
 }
 
-TEST_F(Level, DoesNothingWithoutASignal) {
+TEST_F(TOLevel, DoesNothingWithoutASignal) {
     block.wireInput(0, -1);
     EXPECT_EQ(block.simulate(), kDone);
     EXPECT_FALSE(block.delivered(0));
 }
 
-TEST_F(Level, StoppingReleasesTheBlockInWork) {
+TEST_F(TOLevel, StoppingReleasesTheBlockInWork) {
     block.put(0, silence(350));
     EXPECT_EQ(block.simulate(), kDone);
     EXPECT_TRUE(block.waits(0));
@@ -359,7 +351,7 @@ TEST_F(Level, StoppingReleasesTheBlockInWork) {
     EXPECT_TRUE(host.takeTrace().empty());
 }
 
-TEST_F(Level, ASecondRunEqualsTheFirst) {
+TEST_F(TOLevel, ASecondRunEqualsTheFirst) {
     std::mt19937 random(1);
     std::normal_distribution<float> noise;
     std::vector<float> x(3 * 1500);
@@ -376,7 +368,7 @@ TEST_F(Level, ASecondRunEqualsTheFirst) {
         EXPECT_THAT(second[i].values, Eq(first[i].values));
 }
 
-TEST_F(Level, ANewRunForgetsTheControlValue) {
+TEST_F(TOLevel, ANewRunForgetsTheControlValue) {
     block.wireInput(1, 1);
     block.put(1, oneChannel({2.0F}));
     block.put(0, silence(50));
@@ -388,7 +380,7 @@ TEST_F(Level, ANewRunForgetsTheControlValue) {
     EXPECT_FLOAT_EQ(outputs[0].values[kRunningTime], 0.1F) << "no edge, no reset";
 }
 
-TEST_F(Level, ANewRunReadsTheWaitingBlockFromItsStart) {
+TEST_F(TOLevel, ANewRunReadsTheWaitingBlockFromItsStart) {
     block.put(0, silence(350));
     EXPECT_EQ(block.simulate(), kDone);
     EXPECT_TRUE(block.take(0));
@@ -402,7 +394,7 @@ TEST_F(Level, ANewRunReadsTheWaitingBlockFromItsStart) {
     EXPECT_EQ(outputs, 3);
 }
 
-TEST_F(Level, ARefusedOutputComesWithTheNextCall) {
+TEST_F(TOLevel, ARefusedOutputComesWithTheNextCall) {
     block.put(0, silence(150));
     host.misbehave({.message = Message::newBlock, .fault = Fault::answer, .times = 1});
     EXPECT_EQ(block.simulate(), kFailed);
@@ -416,7 +408,7 @@ TEST_F(Level, ARefusedOutputComesWithTheNextCall) {
     EXPECT_FALSE(block.waits(0));
 }
 
-TEST_F(Level, EmptyBlocksChangeNothing) {
+TEST_F(TOLevel, EmptyBlocksChangeNothing) {
     EXPECT_TRUE(play(silence(0)).empty());
     EXPECT_EQ(play(silence(102)).size(), 1U);
     EXPECT_TRUE(play(silence(0)).empty());
@@ -424,7 +416,7 @@ TEST_F(Level, EmptyBlocksChangeNothing) {
 }
 
 // The head of a block in work is the host's: what it says when the block is looked at again counts.
-TEST_F(Level, ABlockThatShrinksWhileInWorkIsDone) {
+TEST_F(TOLevel, ABlockThatShrinksWhileInWorkIsDone) {
     const Handle handle = block.put(0, silence(1000));
     EXPECT_EQ(block.simulate(), kDone);
     EXPECT_TRUE(block.take(0));
@@ -438,7 +430,7 @@ TEST_F(Level, ABlockThatShrinksWhileInWorkIsDone) {
 }
 
 // Random block sizes, resets, pauses, weightings and runs; nothing may be left behind or go wrong.
-TEST_F(Level, SoaksInRandomBlocks) {
+TEST_F(TOLevel, SoaksInRandomBlocks) {
     std::mt19937 random(11);
     const auto pick = [&](int low, int high) {
         return std::uniform_int_distribution<int>(low, high)(random);

@@ -17,7 +17,6 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-constexpr int kAveraging = 5003;
 enum Mode { kReduce = 1, kSmooth = 2, kBlocks = 3 };
 enum ResetMode { kNever = 1, kTrigger = 2, kCount = 3 };
 
@@ -30,14 +29,8 @@ std::vector<float> counting(int from, int to) {
     return samples;
 }
 
-class Mittelwert : public HostTest {
+class TOMittelwert : public BlockTest<kMittelwert> {
 protected:
-    Mittelwert() { block.wireAll(); }
-    void TearDown() override {
-        placed.reset();
-        HostTest::TearDown();
-    }
-
     void start(Mode mode) {
         block.set("PkMode", mode);
         block.wireAll();
@@ -60,12 +53,9 @@ protected:
         EXPECT_TRUE(boxes[0].exclamation.value_or(true));
         return boxes[0].text;
     }
-
-    std::optional<PlacedBlock> placed{std::in_place, host, kAveraging};
-    PlacedBlock& block = *placed;
 };
 
-TEST_F(Mittelwert, ListsSevenKeywords) {
+TEST_F(TOMittelwert, ListsSevenKeywords) {
     EXPECT_THAT(block.keywords(), ElementsAre(KeywordRow{"PkMode", ValueType::integer},
                                               KeywordRow{"PkReduceVal", ValueType::integer},
                                               KeywordRow{"PkSmoothNVal", ValueType::integer},
@@ -75,7 +65,7 @@ TEST_F(Mittelwert, ListsSevenKeywords) {
                                               KeywordRow{"PkOutMode", ValueType::integer}));
 }
 
-TEST_F(Mittelwert, HasItsDefaults) {
+TEST_F(TOMittelwert, HasItsDefaults) {
     EXPECT_EQ(block.getInteger("PkMode"), 1);
     EXPECT_EQ(block.getInteger("PkReduceVal"), 10);
     EXPECT_EQ(block.getInteger("PkSmoothNVal"), 7);
@@ -85,7 +75,7 @@ TEST_F(Mittelwert, HasItsDefaults) {
     EXPECT_EQ(block.getInteger("PkOutMode"), 1);
 }
 
-TEST_F(Mittelwert, ModesTakeOneToThreeOnly) {
+TEST_F(TOMittelwert, ModesTakeOneToThreeOnly) {
     for (const char* keyword : {"PkMode", "PkResetMode"}) {
         for (const int mode : {2, 3, 1}) {
             block.set(keyword, mode);
@@ -98,7 +88,7 @@ TEST_F(Mittelwert, ModesTakeOneToThreeOnly) {
     }
 }
 
-TEST_F(Mittelwert, WidthsAreStoredAsSixteenBitsWithoutASign) {
+TEST_F(TOMittelwert, WidthsAreStoredAsSixteenBitsWithoutASign) {
     for (const char* keyword : {"PkReduceVal", "PkSmoothNVal"}) {
         for (const auto& [set, get] : {std::pair{0, 0}, {65535, 65535}, {-1, 65535}, {65541, 5}}) {
             block.set(keyword, set);
@@ -107,7 +97,7 @@ TEST_F(Mittelwert, WidthsAreStoredAsSixteenBitsWithoutASign) {
     }
 }
 
-TEST_F(Mittelwert, TheWeightingFactorStaysBetweenZeroAndOne) {
+TEST_F(TOMittelwert, TheWeightingFactorStaysBetweenZeroAndOne) {
     block.set("PkWFactor", 0.25);
     for (const double ignored : {1.5, -0.1, std::numeric_limits<double>::quiet_NaN(), 1e300}) {
         block.set("PkWFactor", ignored);
@@ -119,7 +109,7 @@ TEST_F(Mittelwert, TheWeightingFactorStaysBetweenZeroAndOne) {
     }
 }
 
-TEST_F(Mittelwert, TheResetCountTakesAnythingButZero) {
+TEST_F(TOMittelwert, TheResetCountTakesAnythingButZero) {
     block.set("PkResNBlocks", 7);
     block.set("PkResNBlocks", 0);
     EXPECT_EQ(block.getInteger("PkResNBlocks"), 7);
@@ -129,7 +119,7 @@ TEST_F(Mittelwert, TheResetCountTakesAnythingButZero) {
     EXPECT_EQ(block.getInteger("PkOutMode"), 5);
 }
 
-TEST_F(Mittelwert, OnlyTheTriggerResetHasASecondInput) {
+TEST_F(TOMittelwert, OnlyTheTriggerResetHasASecondInput) {
     EXPECT_EQ(block.connectors(), "E,;A,");
     block.set("PkResetMode", kTrigger);
     EXPECT_EQ(block.connectors(), "E,T,;A,");
@@ -137,7 +127,7 @@ TEST_F(Mittelwert, OnlyTheTriggerResetHasASecondInput) {
     EXPECT_EQ(block.connectors(), "E,;A,");
 }
 
-TEST_F(Mittelwert, SavesSixtyTwoBytesUnderTheSizeWord64) {
+TEST_F(TOMittelwert, SavesSixtyTwoBytesUnderTheSizeWord64) {
     block.set("PkMode", 3);
     block.set("PkReduceVal", 11);
     block.set("PkSmoothNVal", 12);
@@ -159,7 +149,7 @@ TEST_F(Mittelwert, SavesSixtyTwoBytesUnderTheSizeWord64) {
     EXPECT_EQ(record.substr(30), std::string(32, '\0'));
 }
 
-TEST_F(Mittelwert, RestoresWithoutLookingAtTheHead) {
+TEST_F(TOMittelwert, RestoresWithoutLookingAtTheHead) {
     std::string record = block.save();
     for (std::size_t i = 30; i < record.size(); ++i)
         record[i] = static_cast<char>(i);
@@ -167,7 +157,7 @@ TEST_F(Mittelwert, RestoresWithoutLookingAtTheHead) {
     put<std::int32_t>(record, 4, 2);
     put<std::int16_t>(record, 8, 1055);
     put<std::uint16_t>(record, 12, 3);
-    PlacedBlock restored(host, kAveraging, record);
+    PlacedBlock restored(host, kMittelwert, record);
     EXPECT_EQ(restored.getInteger("PkMode"), 2);
     EXPECT_EQ(restored.getInteger("PkSmoothNVal"), 3);
     EXPECT_EQ(restored.save().substr(8), record.substr(8));
@@ -175,7 +165,7 @@ TEST_F(Mittelwert, RestoresWithoutLookingAtTheHead) {
 
 // --- Reduction -------------------------------------------------------------------------------
 
-TEST_F(Mittelwert, ReductionStretchesTheStepAndSpansBlocks) {
+TEST_F(TOMittelwert, ReductionStretchesTheStepAndSpansBlocks) {
     block.set("PkReduceVal", 4);
     start(kReduce);
     ChannelData data = timeSignal(counting(1, 10), 1, 0.5);
@@ -193,7 +183,7 @@ TEST_F(Mittelwert, ReductionStretchesTheStepAndSpansBlocks) {
     EXPECT_THAT(valuesOf(timeSignal(counting(1, 10))), ElementsAre(2.5F, 6.5F));
 }
 
-TEST_F(Mittelwert, ReductionComparesItsWidthWithAllValues) {
+TEST_F(TOMittelwert, ReductionComparesItsWidthWithAllValues) {
     VYN_NEEDS_BOXES();
     const std::string text =
         "Mittelung: Die Intervallbreite muß kleiner oder gleich der Datenblocklänge sein!";
@@ -210,7 +200,7 @@ TEST_F(Mittelwert, ReductionComparesItsWidthWithAllValues) {
     EXPECT_THAT(takeBoxes(), IsEmpty());
 }
 
-TEST_F(Mittelwert, ReductionByTheWholeBlockGivesOneSample) {
+TEST_F(TOMittelwert, ReductionByTheWholeBlockGivesOneSample) {
     block.set("PkReduceVal", 4);
     start(kReduce);
     const auto result = block.process(timeSignal({1, 2, 3, 6}, 1, 1.0));
@@ -219,7 +209,7 @@ TEST_F(Mittelwert, ReductionByTheWholeBlockGivesOneSample) {
     EXPECT_EQ(result->header.xStep, 4.0);
 }
 
-TEST_F(Mittelwert, WidthsChangedBetweenTwoBlocksStayInsideTheMemory) {
+TEST_F(TOMittelwert, WidthsChangedBetweenTwoBlocksStayInsideTheMemory) {
     // The blocks of memory end at unreadable pages.
     std::uint32_t random = 1;
     const auto next = [&](std::uint32_t below) {
@@ -242,7 +232,7 @@ TEST_F(Mittelwert, WidthsChangedBetweenTwoBlocksStayInsideTheMemory) {
 
 // --- Moving average --------------------------------------------------------------------------
 
-TEST_F(Mittelwert, SmoothingContinuesAcrossBlocks) {
+TEST_F(TOMittelwert, SmoothingContinuesAcrossBlocks) {
     block.set("PkSmoothNVal", 3);
     start(kSmooth);
     ChannelData data = timeSignal({1, 2, 3, 4, 5}, 1, 0.5);
@@ -258,7 +248,7 @@ TEST_F(Mittelwert, SmoothingContinuesAcrossBlocks) {
     EXPECT_THAT(valuesOf(timeSignal({6, 7, 8})), ElementsAre(6, 6.5F, 7));
 }
 
-TEST_F(Mittelwert, SmoothingComparesItsWidthWithAllValues) {
+TEST_F(TOMittelwert, SmoothingComparesItsWidthWithAllValues) {
     VYN_NEEDS_BOXES();
     const std::string text =
         "Mittelung: Die Glättungsbreite 2*N+1 muß kleiner oder gleich der Datenblocklänge sein!";
@@ -278,7 +268,7 @@ TEST_F(Mittelwert, SmoothingComparesItsWidthWithAllValues) {
 
 // --- Averages of blocks ----------------------------------------------------------------------
 
-TEST_F(Mittelwert, BlocksWithoutAResetGiveAResultEachTime) {
+TEST_F(TOMittelwert, BlocksWithoutAResetGiveAResultEachTime) {
     block.set("PkWFactor", 0.5);
     start(kBlocks);
     for (int i = 0; i < 3; ++i)
@@ -291,7 +281,7 @@ TEST_F(Mittelwert, BlocksWithoutAResetGiveAResultEachTime) {
     EXPECT_THAT(valuesOf(timeSignal({6, 60}, 2)), ElementsAre(3, 30));
 }
 
-TEST_F(Mittelwert, AResetByCountPassesTheAverageOnAndStartsAnew) {
+TEST_F(TOMittelwert, AResetByCountPassesTheAverageOnAndStartsAnew) {
     block.set("PkResetMode", kCount);
     block.set("PkResNBlocks", 3);
     start(kBlocks);
@@ -304,7 +294,7 @@ TEST_F(Mittelwert, AResetByCountPassesTheAverageOnAndStartsAnew) {
     EXPECT_THAT(valuesOf(single(6)), ElementsAre(5));
 }
 
-TEST_F(Mittelwert, WithOutputModeZeroEveryBlockIsPassedOn) {
+TEST_F(TOMittelwert, WithOutputModeZeroEveryBlockIsPassedOn) {
     block.set("PkResetMode", kCount);
     block.set("PkResNBlocks", 2);
     block.set("PkOutMode", 0);
@@ -314,7 +304,7 @@ TEST_F(Mittelwert, WithOutputModeZeroEveryBlockIsPassedOn) {
     EXPECT_THAT(valuesOf(single(9)), ElementsAre(9)) << "after the reset";
 }
 
-TEST_F(Mittelwert, AResetCountBelowTheBlocksSoFarIsNeverReached) {
+TEST_F(TOMittelwert, AResetCountBelowTheBlocksSoFarIsNeverReached) {
     block.set("PkResetMode", kCount);
     block.set("PkResNBlocks", 5);
     start(kBlocks);
@@ -332,7 +322,7 @@ TEST_F(Mittelwert, AResetCountBelowTheBlocksSoFarIsNeverReached) {
     EXPECT_THAT(takeBoxes(), IsEmpty());
 }
 
-TEST_F(Mittelwert, AHostWithoutATriggerLevelHasTheUsualOne) {
+TEST_F(TOMittelwert, AHostWithoutATriggerLevelHasTheUsualOne) {
     block.set("PkResetMode", kTrigger);
     host.setTriggerThreshold(0.5F);
     host.misbehave({.message = Message::triggerThreshold});
@@ -343,7 +333,7 @@ TEST_F(Mittelwert, AHostWithoutATriggerLevelHasTheUsualOne) {
     EXPECT_TRUE(block.process(single(1)));
 }
 
-TEST_F(Mittelwert, AHighTriggerResets) {
+TEST_F(TOMittelwert, AHighTriggerResets) {
     host.setTriggerThreshold(0.5F);
     block.set("PkResetMode", kTrigger);
     start(kBlocks);
@@ -366,7 +356,7 @@ TEST_F(Mittelwert, AHighTriggerResets) {
     EXPECT_THAT(withTrigger(5, {0})->values, ElementsAre(5));
 }
 
-TEST_F(Mittelwert, AnUnwiredTriggerNeverResets) {
+TEST_F(TOMittelwert, AnUnwiredTriggerNeverResets) {
     block.set("PkResetMode", kTrigger);
     start(kBlocks);
     block.wireInput(1, -1);
@@ -374,7 +364,7 @@ TEST_F(Mittelwert, AnUnwiredTriggerNeverResets) {
         EXPECT_FALSE(block.process(single(1)));
 }
 
-TEST_F(Mittelwert, TheTriggerIsReleasedBeforeTheOutputIsAskedFor) {
+TEST_F(TOMittelwert, TheTriggerIsReleasedBeforeTheOutputIsAskedFor) {
     block.set("PkResetMode", kTrigger);
     start(kBlocks);
     const std::string input = host.memory().name(block.put(0, timeSignal({1, 2})));
@@ -389,7 +379,7 @@ TEST_F(Mittelwert, TheTriggerIsReleasedBeforeTheOutputIsAskedFor) {
     block.take(0);
 }
 
-TEST_F(Mittelwert, ATriggerIsNotLostWhenTheOutputIsRefused) {
+TEST_F(TOMittelwert, ATriggerIsNotLostWhenTheOutputIsRefused) {
     block.set("PkResetMode", kTrigger);
     start(kBlocks);
     const Handle input = block.put(0, single(4));
@@ -404,18 +394,18 @@ TEST_F(Mittelwert, ATriggerIsNotLostWhenTheOutputIsRefused) {
     EXPECT_FALSE(block.process(single(4))) << "the trigger counts once";
 }
 
-TEST_F(Mittelwert, AnUnknownResetModePassesNothingOn) {
+TEST_F(TOMittelwert, AnUnknownResetModePassesNothingOn) {
     std::string record = block.save();
     put<std::int16_t>(record, 8, 1056);
     put<std::int16_t>(record, 22, 0);
-    PlacedBlock odd(host, kAveraging, record);
+    PlacedBlock odd(host, kMittelwert, record);
     odd.wireAll();
     odd.initSim();
     EXPECT_FALSE(odd.process(single(1)));
     EXPECT_FALSE(odd.waits(0));
 }
 
-TEST_F(Mittelwert, TheXStartOfAveragedBlocksIsZeroOnSomeAxes) {
+TEST_F(TOMittelwert, TheXStartOfAveragedBlocksIsZeroOnSomeAxes) {
     for (const Mode mode : {kBlocks, kSmooth}) {
         start(mode);
         for (const int axis : {1, 2, 38, 40, 49, 0, 3, 4, 37, 39, 50}) {
@@ -430,7 +420,7 @@ TEST_F(Mittelwert, TheXStartOfAveragedBlocksIsZeroOnSomeAxes) {
     }
 }
 
-TEST_F(Mittelwert, ABlockOfAnotherSizeStartsANewAverage) {
+TEST_F(TOMittelwert, ABlockOfAnotherSizeStartsANewAverage) {
     start(kBlocks);
     EXPECT_THAT(valuesOf(timeSignal({1, 2})), ElementsAre(1, 2));
     EXPECT_THAT(valuesOf(timeSignal({3, 4})), ElementsAre(2, 3));
@@ -438,13 +428,13 @@ TEST_F(Mittelwert, ABlockOfAnotherSizeStartsANewAverage) {
     EXPECT_THAT(valuesOf(timeSignal({10, 20})), ElementsAre(10, 20));
 }
 
-TEST_F(Mittelwert, AFactorOutsideItsRangeAndAResetCountOfZeroAreRefused) {
+TEST_F(TOMittelwert, AFactorOutsideItsRangeAndAResetCountOfZeroAreRefused) {
     VYN_NEEDS_BOXES();
     std::string record = block.save();
     put<std::int16_t>(record, 8, 1056);
     for (const double factor : {1.5, -0.5, std::numeric_limits<double>::quiet_NaN()}) {
         put(record, 14, factor);
-        placed.emplace(host, kAveraging, record);
+        restore(record);
         block.wireAll();
         block.initSim();
         EXPECT_EQ(textOfFailure(single(1)),
@@ -453,14 +443,14 @@ TEST_F(Mittelwert, AFactorOutsideItsRangeAndAResetCountOfZeroAreRefused) {
     put(record, 14, 2.0);
     put<std::int16_t>(record, 22, 1061);
     put<std::int32_t>(record, 24, 0);
-    placed.emplace(host, kAveraging, record);
+    restore(record);
     block.wireAll();
     block.initSim();
     EXPECT_EQ(textOfFailure(single(1)),
               "Mittelung: Der Wichtungsfaktor muß im Bereich 0..1 liegen!")
         << "checked first";
     put(record, 14, 1.0);
-    placed.emplace(host, kAveraging, record);
+    restore(record);
     block.wireAll();
     block.initSim();
     EXPECT_EQ(textOfFailure(single(1)),
@@ -471,7 +461,7 @@ TEST_F(Mittelwert, AFactorOutsideItsRangeAndAResetCountOfZeroAreRefused) {
 
 // --- The shell -------------------------------------------------------------------------------
 
-TEST_F(Mittelwert, ANewChannelCountIsAnErrorThatIsShownWhenAskedFor) {
+TEST_F(TOMittelwert, ANewChannelCountIsAnErrorThatIsShownWhenAskedFor) {
     VYN_NEEDS_BOXES();
     for (const Mode mode : {kReduce, kSmooth, kBlocks}) {
         start(mode);
@@ -497,7 +487,7 @@ TEST_F(Mittelwert, ANewChannelCountIsAnErrorThatIsShownWhenAskedFor) {
     }
 }
 
-TEST_F(Mittelwert, MoreChannelsThanMemoryHoldsAreAnErrorThatIsShownWhenAskedFor) {
+TEST_F(TOMittelwert, MoreChannelsThanMemoryHoldsAreAnErrorThatIsShownWhenAskedFor) {
     VYN_NEEDS_BOXES();
     block.set("PkReduceVal", 1);
     start(kReduce);
@@ -514,7 +504,7 @@ TEST_F(Mittelwert, MoreChannelsThanMemoryHoldsAreAnErrorThatIsShownWhenAskedFor)
     EXPECT_TRUE(block.process(timeSignal({1, 2}))) << "the run goes on";
 }
 
-TEST_F(Mittelwert, AResultThatIsNotTakenYetStopsTheBlock) {
+TEST_F(TOMittelwert, AResultThatIsNotTakenYetStopsTheBlock) {
     start(kBlocks);
     block.put(0, single(1));
     EXPECT_EQ(block.simulate(), 1);
@@ -528,7 +518,7 @@ TEST_F(Mittelwert, AResultThatIsNotTakenYetStopsTheBlock) {
     EXPECT_THAT(block.take(0)->values, ElementsAre(3));
 }
 
-TEST_F(Mittelwert, AnUnwiredOutputTakesNothing) {
+TEST_F(TOMittelwert, AnUnwiredOutputTakesNothing) {
     start(kBlocks);
     block.wireOutput(0, -1);
     const Handle input = block.put(0, single(1));
@@ -537,7 +527,7 @@ TEST_F(Mittelwert, AnUnwiredOutputTakesNothing) {
     EXPECT_FALSE(block.delivered(0));
 }
 
-TEST_F(Mittelwert, AnInputThatIsNotWiredOrCannotBeLockedIsLeft) {
+TEST_F(TOMittelwert, AnInputThatIsNotWiredOrCannotBeLockedIsLeft) {
     start(kBlocks);
     const Handle input = block.put(0, single(1));
     block.wireInput(0, -1);
@@ -553,7 +543,7 @@ TEST_F(Mittelwert, AnInputThatIsNotWiredOrCannotBeLockedIsLeft) {
     EXPECT_THAT(valuesOf(single(3)), ElementsAre(3)) << "the run goes on";
 }
 
-TEST_F(Mittelwert, ATriggerWaitsOnWhereNothingIsReset) {
+TEST_F(TOMittelwert, ATriggerWaitsOnWhereNothingIsReset) {
     block.set("PkResetMode", kTrigger);
     block.set("PkReduceVal", 2);
     block.set("PkSmoothNVal", 1);
@@ -566,7 +556,7 @@ TEST_F(Mittelwert, ATriggerWaitsOnWhereNothingIsReset) {
     }
 }
 
-TEST_F(Mittelwert, WithoutAStrategyNothingHappens) {
+TEST_F(TOMittelwert, WithoutAStrategyNothingHappens) {
     const auto nothingHappens = [&](PlacedBlock& idle) {
         const Handle input = idle.put(0, timeSignal({1, 2}));
         EXPECT_EQ(idle.simulate(), 1);
@@ -580,13 +570,13 @@ TEST_F(Mittelwert, WithoutAStrategyNothingHappens) {
     nothingHappens(block);
     std::string record = block.save();
     put<std::int16_t>(record, 8, 1057);
-    PlacedBlock odd(host, kAveraging, record);
+    PlacedBlock odd(host, kMittelwert, record);
     odd.wireAll();
     odd.initSim();
     nothingHappens(odd);
 }
 
-TEST_F(Mittelwert, AModeChangedInTheRunCountsFromTheNextRunOn) {
+TEST_F(TOMittelwert, AModeChangedInTheRunCountsFromTheNextRunOn) {
     block.set("PkReduceVal", 2);
     start(kReduce);
     EXPECT_THAT(valuesOf(timeSignal({1, 3})), ElementsAre(2));
@@ -596,7 +586,7 @@ TEST_F(Mittelwert, AModeChangedInTheRunCountsFromTheNextRunOn) {
     EXPECT_THAT(valuesOf(timeSignal({5, 7})), ElementsAre(5, 7));
 }
 
-TEST_F(Mittelwert, ChannelsOfManyAreAveragedAsIfAlone) {
+TEST_F(TOMittelwert, ChannelsOfManyAreAveragedAsIfAlone) {
     std::vector<float> samples(103 * 32);
     for (std::size_t i = 0; i < samples.size(); ++i)
         samples[i] = static_cast<float>((i * 7919) % 1000) * 0.1F;

@@ -19,18 +19,8 @@ using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::FloatNear;
 
-constexpr int kSpectrum = 5004;
-constexpr Int kNothingConsumed = 8;
-
-class Spektrum : public HostTest {
+class TOSpektrum : public BlockTest<kSpektrum> {
 protected:
-    Spektrum() { block.wireAll(); }
-
-    void TearDown() override {
-        placed.reset();
-        HostTest::TearDown();
-    }
-
     // One data block of a fresh run through the block, first output.
     ChannelData spectrumOf(const ChannelData& signal) {
         block.wireAll();
@@ -42,12 +32,10 @@ protected:
         return spectrum.value_or(ChannelData{});
     }
 
-    std::optional<PlacedBlock> placed{std::in_place, host, kSpectrum};
-    PlacedBlock& block = *placed;
     ChannelData second;
 };
 
-TEST_F(Spektrum, NamesItsConnectorsByItsParameters) {
+TEST_F(TOSpektrum, NamesItsConnectorsByItsParameters) {
     EXPECT_EQ(block.connectors(), "E,;S,");
     block.set("PkPhase", 1);
     EXPECT_EQ(block.connectors(), "E,;S,P,");
@@ -57,7 +45,7 @@ TEST_F(Spektrum, NamesItsConnectorsByItsParameters) {
     EXPECT_EQ(block.connectors(), "E,;R,I,");
 }
 
-TEST_F(Spektrum, ListsFiveKeywordsInOrder) {
+TEST_F(TOSpektrum, ListsFiveKeywordsInOrder) {
     const auto rows = block.keywords();
     EXPECT_THAT(rows, ElementsAre(KeywordRow{"PkAmplType", ValueType::text},
                                   KeywordRow{"PkWndFct", ValueType::text},
@@ -66,7 +54,7 @@ TEST_F(Spektrum, ListsFiveKeywordsInOrder) {
                                   KeywordRow{"PkPhase", ValueType::integer}));
 }
 
-TEST_F(Spektrum, HasItsDefaults) {
+TEST_F(TOSpektrum, HasItsDefaults) {
     EXPECT_EQ(block.getText("PkAmplType"), "PEAK");
     EXPECT_EQ(block.getText("PkWndFct"), "RECTANGLE");
     EXPECT_EQ(block.getInteger("PkWndCorrectTyp"), 1);
@@ -75,7 +63,7 @@ TEST_F(Spektrum, HasItsDefaults) {
     EXPECT_EQ(at<std::uint16_t>(block.save(), 10), 64) << "no window, which no keyword can set";
 }
 
-TEST_F(Spektrum, AmplitudeTypesAreSetAndReadUnderTheirOwnNames) {
+TEST_F(TOSpektrum, AmplitudeTypesAreSetAndReadUnderTheirOwnNames) {
     struct Row {
         const char* set;
         const char* get;
@@ -95,7 +83,7 @@ TEST_F(Spektrum, AmplitudeTypesAreSetAndReadUnderTheirOwnNames) {
     }
 }
 
-TEST_F(Spektrum, WindowsAreSetByNameAndUnknownNamesSelectTheRectangle) {
+TEST_F(TOSpektrum, WindowsAreSetByNameAndUnknownNamesSelectTheRectangle) {
     const std::vector<std::string> names = {
         "HANNING", "HAMMING",  "BLACKMAN", "FLATTOP", "KAISER", "COS10PERC",   "WELCH",
         "PARZEN",  "BARTLETT", "VALLEE",   "CAUCHY",  "GAUSS",  "EXPONENTIAL", "RIEMANN"};
@@ -113,7 +101,7 @@ TEST_F(Spektrum, WindowsAreSetByNameAndUnknownNamesSelectTheRectangle) {
     EXPECT_EQ(block.getText("PkWndFct"), "HANNING");
 }
 
-TEST_F(Spektrum, TheCorrectionReadsBackOneHigherThanItIsSet) {
+TEST_F(TOSpektrum, TheCorrectionReadsBackOneHigherThanItIsSet) {
     for (const int value : {0, 1, 2, 7}) {
         block.set("PkWndCorrectTyp", value);
         EXPECT_EQ(block.getInteger("PkWndCorrectTyp"), value + 1);
@@ -121,7 +109,7 @@ TEST_F(Spektrum, TheCorrectionReadsBackOneHigherThanItIsSet) {
     }
 }
 
-TEST_F(Spektrum, NumbersAreStoredUnchecked) {
+TEST_F(TOSpektrum, NumbersAreStoredUnchecked) {
     for (const double value : {-5.0, 1e300, 0.0}) {
         block.set("PkWndPara", value);
         EXPECT_EQ(block.getReal("PkWndPara"), value);
@@ -130,7 +118,7 @@ TEST_F(Spektrum, NumbersAreStoredUnchecked) {
     EXPECT_EQ(block.getInteger("PkPhase"), -123456);
 }
 
-TEST_F(Spektrum, SavesA58ByteRecordAndRestoresAllOfIt) {
+TEST_F(TOSpektrum, SavesA58ByteRecordAndRestoresAllOfIt) {
     block.set("PkAmplType", "PSD");
     block.set("PkWndFct", "KAISER");
     block.set("PkWndCorrectTyp", 1);
@@ -152,12 +140,12 @@ TEST_F(Spektrum, SavesA58ByteRecordAndRestoresAllOfIt) {
     for (const bool changeVersion : {false, true}) {
         std::string given = record;
         if (changeVersion) std::memcpy(given.data() + 4, &oldVersion, sizeof oldVersion);
-        PlacedBlock restored(host, kSpectrum, given);
+        PlacedBlock restored(host, kSpektrum, given);
         EXPECT_EQ(restored.save(), record);
     }
 }
 
-TEST_F(Spektrum, MakesASpectrumWithItsHeader) {
+TEST_F(TOSpektrum, MakesASpectrumWithItsHeader) {
     ChannelData signal = timeSignal(cosine(1024, 100, 2.0), 1, 1.0 / 48000);
     signal.header.displaySpan = 8.0;
     signal.header.xStart = 77.0;
@@ -175,7 +163,7 @@ TEST_F(Spektrum, MakesASpectrumWithItsHeader) {
     EXPECT_NEAR(spectrum.values.at(100), 2.0, 2e-6);
 }
 
-TEST_F(Spektrum, UnitAndDisplaySpanFollowTheAmplitudeType) {
+TEST_F(TOSpektrum, UnitAndDisplaySpanFollowTheAmplitudeType) {
     struct Row {
         const char* type;
         std::int32_t unit;
@@ -195,7 +183,7 @@ TEST_F(Spektrum, UnitAndDisplaySpanFollowTheAmplitudeType) {
     }
 }
 
-TEST_F(Spektrum, PhaseComesOnItsOwnOutput) {
+TEST_F(TOSpektrum, PhaseComesOnItsOwnOutput) {
     block.set("PkPhase", 1);
     ChannelData signal = timeSignal(cosine(64, 4, 1.0, 0.7), 1, 0.001);
     signal.header.displaySpan = 8.0;
@@ -206,11 +194,11 @@ TEST_F(Spektrum, PhaseComesOnItsOwnOutput) {
     EXPECT_NEAR(second.header.xStep, 1000.0 / 64, 1e-12);
     EXPECT_EQ(second.header.displayMinimum, -180.0);
     EXPECT_EQ(second.header.displaySpan, 360.0);
-    EXPECT_EQ(second.header.yUnit, 11);
+    EXPECT_EQ(second.header.yUnit, kUnitDegrees);
     EXPECT_NEAR(second.values.at(4), 0.7 * 180 / std::numbers::pi, 1e-4);
 }
 
-TEST_F(Spektrum, RealAndImaginaryPartsComeOnTwoOutputs) {
+TEST_F(TOSpektrum, RealAndImaginaryPartsComeOnTwoOutputs) {
     block.set("PkAmplType", "REALIMAGINAER");
     ChannelData signal = timeSignal(cosine(64, 4, 3.0, 0.7));
     signal.header.displaySpan = 8.0;
@@ -220,10 +208,10 @@ TEST_F(Spektrum, RealAndImaginaryPartsComeOnTwoOutputs) {
     EXPECT_NEAR(second.values.at(4), 3.0 * std::sin(0.7), 3e-6);
     EXPECT_EQ(second.header.displayMinimum, 0.0);
     EXPECT_EQ(second.header.displaySpan, 4.0);
-    EXPECT_EQ(second.header.yUnit, 0);
+    EXPECT_EQ(second.header.yUnit, kUnitNone);
 }
 
-TEST_F(Spektrum, ACepstrumHasAQuarterOfTheValuesPerChannel) {
+TEST_F(TOSpektrum, ACepstrumHasAQuarterOfTheValuesPerChannel) {
     block.set("PkAmplType", "CEPSTRUM");
     const ChannelData cepstrum = spectrumOf(timeSignal(cosine(1024, 10.3, 1.0)));
     ASSERT_EQ(cepstrum.header.valueCount, 256);
@@ -231,7 +219,7 @@ TEST_F(Spektrum, ACepstrumHasAQuarterOfTheValuesPerChannel) {
     EXPECT_EQ(cepstrum.values.at(129), 0.0F);
 }
 
-TEST_F(Spektrum, TheDensityIsDividedByTheFrequencyStepInSinglePrecision) {
+TEST_F(TOSpektrum, TheDensityIsDividedByTheFrequencyStepInSinglePrecision) {
     const ChannelData signal = timeSignal(cosine(100, 7, 1.0), 1, 1.0 / 3000);
     block.set("PkAmplType", "POWERSPECTRUM");
     const ChannelData power = spectrumOf(signal);
@@ -243,7 +231,7 @@ TEST_F(Spektrum, TheDensityIsDividedByTheFrequencyStepInSinglePrecision) {
     }
 }
 
-TEST_F(Spektrum, EnergyAndAmplitudeCorrectionOfAHanningWindow) {
+TEST_F(TOSpektrum, EnergyAndAmplitudeCorrectionOfAHanningWindow) {
     const ChannelData signal = timeSignal(cosine(1024, 100, 2.0));
     block.set("PkWndFct", "HANNING");
     const float plain = spectrumOf(signal).values.at(100);
@@ -256,13 +244,13 @@ TEST_F(Spektrum, EnergyAndAmplitudeCorrectionOfAHanningWindow) {
     EXPECT_THAT(spectrumOf(signal).values, Each(0.0F)) << "any other number zeroes the spectrum";
 }
 
-TEST_F(Spektrum, ARestoredWindowOutsideTheTableWeightsNothing) {
+TEST_F(TOSpektrum, ARestoredWindowOutsideTheTableWeightsNothing) {
     const ChannelData signal = timeSignal(cosine(64, 4, 1.0));
     for (const int window : {0, 63, 80, 65535}) {
         std::string record = block.save();
         const auto stored = static_cast<std::uint16_t>(window);
         std::memcpy(record.data() + 10, &stored, sizeof stored);
-        PlacedBlock restored(host, kSpectrum, record);
+        PlacedBlock restored(host, kSpektrum, record);
         restored.wireAll();
         restored.initSim();
         const auto spectrum = restored.process(signal);
@@ -272,11 +260,11 @@ TEST_F(Spektrum, ARestoredWindowOutsideTheTableWeightsNothing) {
     }
 }
 
-TEST_F(Spektrum, AZoomFftIsNamedButComputesNothing) {
+TEST_F(TOSpektrum, AZoomFftIsNamedButComputesNothing) {
     std::string record = block.save();
     const std::uint16_t zoom = 57;
     std::memcpy(record.data() + 8, &zoom, sizeof zoom);
-    PlacedBlock restored(host, kSpectrum, record);
+    PlacedBlock restored(host, kSpektrum, record);
     restored.wireAll();
     EXPECT_EQ(restored.getText("PkAmplType"), "PEAK");
     EXPECT_EQ(restored.connectors(), "E,;S,");
@@ -291,7 +279,7 @@ TEST_F(Spektrum, AZoomFftIsNamedButComputesNothing) {
     EXPECT_EQ(spectrum->header.displaySpan, 8.0);
 }
 
-TEST_F(Spektrum, SpeaksToTheHostInTheOrderOfItsSteps) {
+TEST_F(TOSpektrum, SpeaksToTheHostInTheOrderOfItsSteps) {
     block.set("PkPhase", 1);
     block.wireAll();
     block.initSim();
@@ -312,16 +300,16 @@ TEST_F(Spektrum, SpeaksToTheHostInTheOrderOfItsSteps) {
     block.take(1);
 }
 
-TEST_F(Spektrum, SaysAllOfItsHeaderWhateverTheHostCopied) {
+TEST_F(TOSpektrum, SaysAllOfItsHeaderWhateverTheHostCopied) {
     block.set("PkPhase", 1);
     ChannelData signal = timeSignal(cosine(128, 4, 1.0), 2, 0.5);
     signal.header.displaySpan = 8.0;
     host.misbehave({.message = Message::copyHeader, .fault = Fault::garbage});
     const ChannelData spectrum = spectrumOf(signal);
     EXPECT_EQ(spectrum.header.displaySpan, 4.0);
-    EXPECT_EQ(spectrum.header.yUnit, 26);
+    EXPECT_EQ(spectrum.header.yUnit, kUnitAmplitude);
     EXPECT_EQ(second.header.displaySpan, 360.0);
-    EXPECT_EQ(second.header.yUnit, 11);
+    EXPECT_EQ(second.header.yUnit, kUnitDegrees);
     for (const ChannelData* output : {&spectrum, &std::as_const(second)}) {
         EXPECT_EQ(output->header.valueCount, 64);
         EXPECT_EQ(output->header.channelCount, 2);
@@ -332,7 +320,7 @@ TEST_F(Spektrum, SaysAllOfItsHeaderWhateverTheHostCopied) {
     }
 }
 
-TEST_F(Spektrum, TheInputStandsInTheRecordUntilTheHostHasReleasedIt) {
+TEST_F(TOSpektrum, TheInputStandsInTheRecordUntilTheHostHasReleasedIt) {
     block.initSim();
     const Handle input = block.put(0, timeSignal(cosine(64, 4, 1.0)));
     Handle atRelease = Handle::none;
@@ -345,24 +333,24 @@ TEST_F(Spektrum, TheInputStandsInTheRecordUntilTheHostHasReleasedIt) {
     block.take(0);
 }
 
-TEST_F(Spektrum, ConsumesNothingUntilItIsReady) {
+TEST_F(TOSpektrum, ConsumesNothingUntilItIsReady) {
     block.initSim();
-    EXPECT_EQ(block.simulate(), 1) << "no data";
+    EXPECT_EQ(block.simulate(), kNothingReady) << "no data";
     block.put(0, timeSignal(cosine(64, 4, 1.0)));
     EXPECT_EQ(block.simulate(), 0);
     block.put(0, timeSignal(cosine(64, 4, 1.0)));
-    EXPECT_EQ(block.simulate(), 1) << "the last result has not been taken";
+    EXPECT_EQ(block.simulate(), kNothingReady) << "the last result has not been taken";
     EXPECT_TRUE(block.waits(0));
     block.take(0);
     EXPECT_EQ(block.simulate(), 0);
     block.take(0);
     block.wireOutput(0, -1);
     block.put(0, timeSignal(cosine(64, 4, 1.0)));
-    EXPECT_EQ(block.simulate(), 2) << "the output is not wired";
+    EXPECT_EQ(block.simulate(), kNotWired) << "the output";
     EXPECT_TRUE(block.waits(0));
 }
 
-TEST_F(Spektrum, MakesTheSecondOutputAlsoWhereTheHostCountsOnlyOne) {
+TEST_F(TOSpektrum, MakesTheSecondOutputAlsoWhereTheHostCountsOnlyOne) {
     block.set("PkPhase", 1);
     block.wireInput(0, 0);
     block.wireOutput(0, 0);
@@ -375,7 +363,7 @@ TEST_F(Spektrum, MakesTheSecondOutputAlsoWhereTheHostCountsOnlyOne) {
     EXPECT_TRUE(block.take(1));
 }
 
-TEST_F(Spektrum, LosesNothingWhenTheHostRefusesEitherOutput) {
+TEST_F(TOSpektrum, LosesNothingWhenTheHostRefusesEitherOutput) {
     block.set("PkPhase", 1);
     block.wireAll();
     block.initSim();
@@ -393,7 +381,7 @@ TEST_F(Spektrum, LosesNothingWhenTheHostRefusesEitherOutput) {
     }
 }
 
-TEST_F(Spektrum, FollowsAChangeOfTheBlockLengthDuringARun) {
+TEST_F(TOSpektrum, FollowsAChangeOfTheBlockLengthDuringARun) {
     block.initSim();
     for (const int n : {64, 64, 1000, 63, 64}) {
         const auto spectrum = block.process(timeSignal(cosine(n, 4, 1.0)));
@@ -404,7 +392,7 @@ TEST_F(Spektrum, FollowsAChangeOfTheBlockLengthDuringARun) {
     }
 }
 
-TEST_F(Spektrum, ASecondRunGivesTheSameBits) {
+TEST_F(TOSpektrum, ASecondRunGivesTheSameBits) {
     block.set("PkWndFct", "GAUSS");
     block.set("PkAmplType", "CEPSTRUM");
     const ChannelData signal = timeSignal(cosine(500, 4.4, 1.0));
@@ -415,7 +403,7 @@ TEST_F(Spektrum, ASecondRunGivesTheSameBits) {
     block.stop();
 }
 
-TEST_F(Spektrum, KeywordsTakeEffectWithTheNextDataBlock) {
+TEST_F(TOSpektrum, KeywordsTakeEffectWithTheNextDataBlock) {
     block.initSim();
     const ChannelData signal = timeSignal(cosine(64, 4, 1.0));
     EXPECT_NEAR(block.process(signal)->values.at(4), 1.0, 1e-6);
@@ -425,7 +413,7 @@ TEST_F(Spektrum, KeywordsTakeEffectWithTheNextDataBlock) {
     EXPECT_NEAR(block.process(signal)->values.at(4), 0.125, 1e-6);
 }
 
-TEST_F(Spektrum, ChannelsDoNotMix) {
+TEST_F(TOSpektrum, ChannelsDoNotMix) {
     std::vector<std::vector<float>> channels;
     for (int c = 0; c < 32; ++c)
         channels.push_back(cosine(128, c + 1, c + 1));
@@ -438,14 +426,14 @@ TEST_F(Spektrum, ChannelsDoNotMix) {
     }
 }
 
-TEST_F(Spektrum, ARemainderOfTheValueCountIsDropped) {
+TEST_F(TOSpektrum, ARemainderOfTheValueCountIsDropped) {
     ChannelData signal = timeSignal(std::vector<float>(3 * 64 + 2, 1.0F), 3);
     const ChannelData spectrum = spectrumOf(signal);
     EXPECT_EQ(spectrum.header.valueCount, 3 * 32);
     EXPECT_THAT(spectrum.channel(2).at(0), FloatNear(2.0F, 1e-5F));
 }
 
-TEST_F(Spektrum, AnEmptyBlockGivesAnEmptySpectrum) {
+TEST_F(TOSpektrum, AnEmptyBlockGivesAnEmptySpectrum) {
     block.initSim();
     block.put(0, timeSignal(std::vector<float>{}, 1));
     EXPECT_EQ(block.simulate(), 0);
@@ -454,7 +442,7 @@ TEST_F(Spektrum, AnEmptyBlockGivesAnEmptySpectrum) {
     EXPECT_EQ(spectrum->header.valueCount, 0);
 }
 
-TEST_F(Spektrum, ShowsNoErrorOfItsOwn) {
+TEST_F(TOSpektrum, ShowsNoErrorOfItsOwn) {
     EXPECT_EQ(block.errorShow(), 0);
     EXPECT_THAT(takeBoxes(), testing::IsEmpty());
 }

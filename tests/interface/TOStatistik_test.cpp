@@ -18,8 +18,6 @@ using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-constexpr int kStatistics = 5002;
-
 const std::vector<std::string> kMeasures = {
     "PkSumBlock", "PkSumAll",  "PkQSum",   "PkYMax",    "PkXonYMax",  "PkYMin",     "PkXonYMin",
     "PkXMax",     "PkYonXMax", "PkXMin",   "PkYonXMin", "PkAMean",    "PkQMean",    "PkGMean",
@@ -33,14 +31,8 @@ std::string bytesOf(Value value) {
     return {reinterpret_cast<const char*>(&value), sizeof value};
 }
 
-class Statistik : public HostTest {
+class TOStatistik : public BlockTest<kStatistik> {
 protected:
-    Statistik() { block.wireAll(); }
-    void TearDown() override {
-        placed.reset();
-        HostTest::TearDown();
-    }
-
     void start(const std::vector<std::string>& measures, int outputMode = 1) {
         block.set("PkAllOn", 0);
         for (const std::string& measure : measures)
@@ -49,12 +41,9 @@ protected:
         block.initSim();
         block.wireAll();
     }
-
-    std::optional<PlacedBlock> placed{std::in_place, host, kStatistics};
-    PlacedBlock& block = *placed;
 };
 
-TEST_F(Statistik, ListsTwentyThreeIntegerKeywords) {
+TEST_F(TOStatistik, ListsTwentyThreeIntegerKeywords) {
     const auto rows = block.keywords();
     ASSERT_EQ(rows.size(), 23U);
     for (std::size_t i = 0; i < 21; ++i)
@@ -63,7 +52,7 @@ TEST_F(Statistik, ListsTwentyThreeIntegerKeywords) {
     EXPECT_EQ(rows[22], (KeywordRow{"PkOutMode", ValueType::integer}));
 }
 
-TEST_F(Statistik, SelectionsAreStoredAsSixteenBits) {
+TEST_F(TOStatistik, SelectionsAreStoredAsSixteenBits) {
     for (const std::string& measure : kMeasures) {
         EXPECT_EQ(block.getInteger(measure), 0) << measure;
         block.set(measure, 3);
@@ -75,7 +64,7 @@ TEST_F(Statistik, SelectionsAreStoredAsSixteenBits) {
     }
 }
 
-TEST_F(Statistik, AllOnWritesEverySelectionAndReadsZero) {
+TEST_F(TOStatistik, AllOnWritesEverySelectionAndReadsZero) {
     block.set("PkAllOn", 1);
     for (const std::string& measure : kMeasures)
         EXPECT_EQ(block.getInteger(measure), 1) << measure;
@@ -84,7 +73,7 @@ TEST_F(Statistik, AllOnWritesEverySelectionAndReadsZero) {
     EXPECT_EQ(block.getInteger("PkMAAVMW"), 0);
 }
 
-TEST_F(Statistik, TheOutputModeTakesOneAndTwoOnly) {
+TEST_F(TOStatistik, TheOutputModeTakesOneAndTwoOnly) {
     EXPECT_EQ(block.getInteger("PkOutMode"), 1);
     block.set("PkOutMode", 2);
     for (const int ignored : {0, 3, -1, 1052}) {
@@ -93,7 +82,7 @@ TEST_F(Statistik, TheOutputModeTakesOneAndTwoOnly) {
     }
 }
 
-TEST_F(Statistik, NumbersItsOutputsFromOne) {
+TEST_F(TOStatistik, NumbersItsOutputsFromOne) {
     EXPECT_EQ(block.connectors(), "E,;A,");
     start({"PkYMax", "PkAMean"}, 2);
     EXPECT_EQ(block.connectors(), "E,;1,2,");
@@ -108,7 +97,7 @@ TEST_F(Statistik, NumbersItsOutputsFromOne) {
     EXPECT_EQ(block.connectors(), "E,;");
 }
 
-TEST_F(Statistik, SavesTheParametersAsTheyStand) {
+TEST_F(TOStatistik, SavesTheParametersAsTheyStand) {
     block.set("PkSumBlock", 1);
     block.set("PkMAAVMW", -2);
     block.set("PkOutMode", 2);
@@ -122,40 +111,39 @@ TEST_F(Statistik, SavesTheParametersAsTheyStand) {
     EXPECT_EQ(record.substr(8 + 44), std::string(32, '\0'));
 }
 
-TEST_F(Statistik, RestoresTheSavedBytes) {
+TEST_F(TOStatistik, RestoresTheSavedBytes) {
     std::string record = bytesOf<std::int32_t>(76) + bytesOf<std::int32_t>(404);
     for (int i = 0; i < 76; ++i)
         record += static_cast<char>(i * 37);
     for (const std::int32_t version : {400, 402, 404, 5000}) {
         record.replace(4, 4, bytesOf(version));
-        EXPECT_EQ(PlacedBlock(host, kStatistics, record).save().substr(8), record.substr(8));
+        EXPECT_EQ(PlacedBlock(host, kStatistik, record).save().substr(8), record.substr(8));
     }
 }
 
-TEST_F(Statistik, ARecordOfAnotherSizeIsLeftAfterItsSizeWord) {
+TEST_F(TOStatistik, ARecordOfAnotherSizeIsLeftAfterItsSizeWord) {
     block.set("PkSumBlock", 1);
     std::string record = block.save();
     record.replace(0, 4, bytesOf<std::int32_t>(75));
     platform::ParameterFile file(record);
-    const Int handle =
-        host.call(host.exports().RestoreParameters, 1, kStatistics, 0, file.handle());
+    const Int handle = host.call(host.exports().RestoreParameters, 1, kStatistik, 0, file.handle());
     EXPECT_EQ(file.position(), 4U);
-    host.call(host.exports().DestroyBlock, 1, kStatistics, handle, 0);
-    EXPECT_EQ(PlacedBlock(host, kStatistics, record).getInteger("PkSumBlock"), 0);
+    host.call(host.exports().DestroyBlock, 1, kStatistik, handle, 0);
+    EXPECT_EQ(PlacedBlock(host, kStatistik, record).getInteger("PkSumBlock"), 0);
 }
 
-TEST_F(Statistik, RecordsBeforeVersion400CarryABitPerMeasure) {
+TEST_F(TOStatistik, RecordsBeforeVersion400CarryABitPerMeasure) {
     const std::uint32_t mask = (1U | 1U << 10U) | (3U << 16U);
     for (const std::int32_t version : {300, 399, 0, -1}) {
         const std::string record = bytesOf<std::int32_t>(76) + bytesOf(version) + bytesOf(mask) +
                                    bytesOf<std::int16_t>(1053) + "\x5A" + "behind";
         platform::ParameterFile file(record);
         const Int handle =
-            host.call(host.exports().RestoreParameters, 1, kStatistics, 0, file.handle());
+            host.call(host.exports().RestoreParameters, 1, kStatistik, 0, file.handle());
         EXPECT_EQ(file.position(), 15U);
-        host.call(host.exports().DestroyBlock, 1, kStatistics, handle, 0);
+        host.call(host.exports().DestroyBlock, 1, kStatistik, handle, 0);
 
-        PlacedBlock old(host, kStatistics, record);
+        PlacedBlock old(host, kStatistik, record);
         for (std::size_t i = 0; i < kMeasures.size(); ++i) {
             const bool selected = i == 0 || i == 10 || i == 11 || i == 12;
             EXPECT_EQ(old.getInteger(kMeasures[i]), selected ? 1 : 0) << kMeasures[i];
@@ -166,11 +154,11 @@ TEST_F(Statistik, RecordsBeforeVersion400CarryABitPerMeasure) {
     }
 }
 
-TEST_F(Statistik, EveryBitOfTheOldMaskSelectsItsMeasure) {
+TEST_F(TOStatistik, EveryBitOfTheOldMaskSelectsItsMeasure) {
     for (std::uint32_t bit = 0; bit < 32; ++bit) {
         const std::string record = bytesOf<std::int32_t>(76) + bytesOf<std::int32_t>(300) +
                                    bytesOf(1U << bit) + bytesOf<std::int16_t>(1052) + '\0';
-        PlacedBlock old(host, kStatistics, record);
+        PlacedBlock old(host, kStatistik, record);
         for (std::uint32_t i = 0; i < 21; ++i) {
             const bool selected = i < 11 ? bit == i : bit == i + 5;
             EXPECT_EQ(old.getInteger(kMeasures[i]), selected ? 1 : 0) << bit << ' ' << i;
@@ -178,9 +166,9 @@ TEST_F(Statistik, EveryBitOfTheOldMaskSelectsItsMeasure) {
     }
 }
 
-TEST_F(Statistik, AShortRecordKeepsTheRest) {
+TEST_F(TOStatistik, AShortRecordKeepsTheRest) {
     const std::string head = bytesOf<std::int32_t>(76) + bytesOf<std::int32_t>(404);
-    PlacedBlock block2(host, kStatistics,
+    PlacedBlock block2(host, kStatistik,
                        head + bytesOf<std::int16_t>(1) + bytesOf<std::int16_t>(1) + "x");
     EXPECT_EQ(block2.getInteger("PkSumBlock"), 1);
     EXPECT_EQ(block2.getInteger("PkSumAll"), 1);
@@ -188,27 +176,27 @@ TEST_F(Statistik, AShortRecordKeepsTheRest) {
     EXPECT_EQ(block2.getInteger("PkOutMode"), 1);
 }
 
-TEST_F(Statistik, ARestoredCountNeverNamesMoreOutputsThanTheRecordHas) {
+TEST_F(TOStatistik, ARestoredCountNeverNamesMoreOutputsThanTheRecordHas) {
     std::string record = bytesOf<std::int32_t>(76) + bytesOf<std::int32_t>(404);
     for (int i = 0; i < 21; ++i)
         record += bytesOf<std::int16_t>(32767);
     record += bytesOf<std::int16_t>(1053) + std::string(32, '\0');
-    const std::string connectors = PlacedBlock(host, kStatistics, record).connectors();
+    const std::string connectors = PlacedBlock(host, kStatistik, record).connectors();
     EXPECT_TRUE(connectors.ends_with(",31,32,")) << connectors;
     for (int i = 0; i < 21; ++i)
         record.replace(static_cast<std::size_t>(8 + 2 * i), 2,
                        bytesOf<std::int16_t>(i == 0 ? 2 : -1));
-    EXPECT_EQ(PlacedBlock(host, kStatistics, record).connectors(), "E,;") << "a sum below 0";
+    EXPECT_EQ(PlacedBlock(host, kStatistik, record).connectors(), "E,;") << "a sum below 0";
     for (int i = 0; i < 21; ++i)
         record.replace(static_cast<std::size_t>(8 + 2 * i), 2,
                        bytesOf<std::int16_t>(i == 0 ? 3 : 0));
-    PlacedBlock three(host, kStatistics, record);
+    PlacedBlock three(host, kStatistik, record);
     EXPECT_EQ(three.connectors(), "E,;1,2,3,") << "the sum of the flags as given";
     three.initSim();
     EXPECT_EQ(three.connectors(), "E,;1,");
 }
 
-TEST_F(Statistik, WithNothingSelectedTheInputStays) {
+TEST_F(TOStatistik, WithNothingSelectedTheInputStays) {
     start({});
     const Handle input = block.put(0, timeSignal({1, 2, 3}));
     host.takeTrace();
@@ -219,11 +207,11 @@ TEST_F(Statistik, WithNothingSelectedTheInputStays) {
         EXPECT_TRUE(line.starts_with("118")) << line;
 }
 
-TEST_F(Statistik, TwoMeasuresOfTwoChannelsLeaveThroughOneOutput) {
+TEST_F(TOStatistik, TwoMeasuresOfTwoChannelsLeaveThroughOneOutput) {
     start({"PkYMax", "PkAMean"});
     ChannelData data = timeSignal({1, 10, 3, 20, 2, 30}, 2, 0.25);
     data.header.xStart = 5.0;
-    data.header.yUnit = 26;
+    data.header.yUnit = kUnitAmplitude;
     data.header.axisFlags = 4;
     const auto result = block.process(data);
     ASSERT_TRUE(result);
@@ -232,11 +220,11 @@ TEST_F(Statistik, TwoMeasuresOfTwoChannelsLeaveThroughOneOutput) {
     EXPECT_EQ(result->header.channelCount, 2);
     EXPECT_EQ(result->header.xStart, 0.0);
     EXPECT_EQ(result->header.xStep, 1.0);
-    EXPECT_EQ(result->header.yUnit, 26);
+    EXPECT_EQ(result->header.yUnit, kUnitAmplitude);
     EXPECT_EQ(result->header.axisFlags, 4U);
 }
 
-TEST_F(Statistik, TheMeasuresOfASingleChannelLeaveAsChannels) {
+TEST_F(TOStatistik, TheMeasuresOfASingleChannelLeaveAsChannels) {
     start({"PkYMax", "PkAMean"});
     const auto result = block.process(timeSignal({1, 2, 6}));
     ASSERT_TRUE(result);
@@ -244,7 +232,7 @@ TEST_F(Statistik, TheMeasuresOfASingleChannelLeaveAsChannels) {
     EXPECT_EQ(result->header.channelCount, 2);
 }
 
-TEST_F(Statistik, EachMeasureCanHaveItsOwnOutput) {
+TEST_F(TOStatistik, EachMeasureCanHaveItsOwnOutput) {
     start({"PkYMax", "PkAMean"}, 2);
     EXPECT_EQ(block.connectors(), "E,;1,2,");
     block.put(0, timeSignal({1, 10, 100, 3, 30, 500}, 3));
@@ -258,12 +246,12 @@ TEST_F(Statistik, EachMeasureCanHaveItsOwnOutput) {
     EXPECT_EQ(mean->header.valueCount, 3);
 }
 
-TEST_F(Statistik, AnyOutputModeButOneOutputIsOnePerMeasure) {
+TEST_F(TOStatistik, AnyOutputModeButOneOutputIsOnePerMeasure) {
     start({"PkYMax", "PkAMean"});
     std::string record = block.save();
     for (const std::int16_t mode : {0, 1051, 1054, -1}) {
         put<std::int16_t>(record, 50, mode);
-        PlacedBlock other(host, kStatistics, record);
+        PlacedBlock other(host, kStatistik, record);
         EXPECT_EQ(other.connectors(), "E,;1,2,");
         EXPECT_EQ(other.getInteger("PkOutMode"), mode - 1051);
         other.wireAll();
@@ -275,7 +263,7 @@ TEST_F(Statistik, AnyOutputModeButOneOutputIsOnePerMeasure) {
     }
 }
 
-TEST_F(Statistik, AnyFlagButZeroSelectsItsMeasure) {
+TEST_F(TOStatistik, AnyFlagButZeroSelectsItsMeasure) {
     block.set("PkYMax", -1);
     block.set("PkYMin", 32768);
     block.set("PkQSum", 65536);  // 0 in 16 bits
@@ -283,7 +271,7 @@ TEST_F(Statistik, AnyFlagButZeroSelectsItsMeasure) {
     EXPECT_THAT(block.process(timeSignal({1, 2, 6}))->values, ElementsAre(6, 1));
 }
 
-TEST_F(Statistik, ASingleChannelWithOwnOutputsGivesSingleValues) {
+TEST_F(TOStatistik, ASingleChannelWithOwnOutputsGivesSingleValues) {
     start({"PkYMax", "PkAMean"}, 2);
     block.put(0, timeSignal({1, 2, 6}));
     EXPECT_EQ(block.simulate(), 1);
@@ -295,7 +283,7 @@ TEST_F(Statistik, ASingleChannelWithOwnOutputsGivesSingleValues) {
     }
 }
 
-TEST_F(Statistik, AllMeasuresOfTheTextbookExample) {
+TEST_F(TOStatistik, AllMeasuresOfTheTextbookExample) {
     block.set("PkAllOn", 1);
     block.initSim();
     ChannelData data = timeSignal({2, 4, 4, 4, 5, 5, 7, 9}, 1, 0.5);
@@ -329,7 +317,7 @@ TEST_F(Statistik, AllMeasuresOfTheTextbookExample) {
     EXPECT_EQ(result->header.channelCount, 21);
 }
 
-TEST_F(Statistik, AsksForAScratchBlockThenTheOutputsAndReleasesTheScratchBlockFirst) {
+TEST_F(TOStatistik, AsksForAScratchBlockThenTheOutputsAndReleasesTheScratchBlockFirst) {
     start({"PkYMax", "PkAMean"}, 2);
     const std::string input = host.memory().name(block.put(0, timeSignal({1, 2, 3, 4, 5, 6}, 3)));
     host.takeTrace();
@@ -349,7 +337,7 @@ TEST_F(Statistik, AsksForAScratchBlockThenTheOutputsAndReleasesTheScratchBlockFi
     block.take(1);
 }
 
-TEST_F(Statistik, SumAllRunsOverTheBlocksOfARun) {
+TEST_F(TOStatistik, SumAllRunsOverTheBlocksOfARun) {
     start({"PkSumBlock", "PkSumAll", "PkAMean"});
     for (const auto& [sample, total] : {std::pair{1.0F, 1.0F}, {2.0F, 3.0F}, {3.0F, 6.0F}}) {
         const auto result = block.process(single(sample));
@@ -361,7 +349,7 @@ TEST_F(Statistik, SumAllRunsOverTheBlocksOfARun) {
     EXPECT_THAT(block.process(single(4))->values, ElementsAre(4, 4, 4));
 }
 
-TEST_F(Statistik, SumAllCountsABlockOnceWhenItsOutputWasRefusedAtFirst) {
+TEST_F(TOStatistik, SumAllCountsABlockOnceWhenItsOutputWasRefusedAtFirst) {
     start({"PkSumAll"});
     block.process(single(1));
     const Handle input = block.put(0, single(2));
@@ -374,7 +362,7 @@ TEST_F(Statistik, SumAllCountsABlockOnceWhenItsOutputWasRefusedAtFirst) {
     EXPECT_THAT(block.process(single(4))->values, ElementsAre(7));
 }
 
-TEST_F(Statistik, ANewChannelCountIsAnErrorThatIsShownWhenAskedFor) {
+TEST_F(TOStatistik, ANewChannelCountIsAnErrorThatIsShownWhenAskedFor) {
     VYN_NEEDS_BOXES();
     start({"PkSumAll"});
     EXPECT_TRUE(block.process(timeSignal({1, 2}, 2)));
@@ -402,7 +390,7 @@ TEST_F(Statistik, ANewChannelCountIsAnErrorThatIsShownWhenAskedFor) {
     EXPECT_THAT(block.process(timeSignal({1, 2, 3}, 3))->values, ElementsAre(1, 2, 3));
 }
 
-TEST_F(Statistik, MoreChannelsThanMemoryHoldsAreAnErrorThatIsShownWhenAskedFor) {
+TEST_F(TOStatistik, MoreChannelsThanMemoryHoldsAreAnErrorThatIsShownWhenAskedFor) {
     VYN_NEEDS_BOXES();
     start({"PkSumAll"});
     ChannelData data = timeSignal({1, 2});
@@ -418,7 +406,7 @@ TEST_F(Statistik, MoreChannelsThanMemoryHoldsAreAnErrorThatIsShownWhenAskedFor) 
     EXPECT_TRUE(block.process(timeSignal({1, 2}))) << "the run goes on";
 }
 
-TEST_F(Statistik, ABlockWithFewerValuesThanChannelsGivesTheValuesOfTheFormulas) {
+TEST_F(TOStatistik, ABlockWithFewerValuesThanChannelsGivesTheValuesOfTheFormulas) {
     start({"PkSumBlock", "PkAMean", "PkGMean", "PkHMean", "PkYonXMax", "PkYonXMin"});
     ChannelData data = single(1);
     data.header.channelCount = 2;
@@ -435,7 +423,7 @@ TEST_F(Statistik, ABlockWithFewerValuesThanChannelsGivesTheValuesOfTheFormulas) 
     }
 }
 
-TEST_F(Statistik, ASelectionChangedInTheRunCountsFromTheNextRunOn) {
+TEST_F(TOStatistik, ASelectionChangedInTheRunCountsFromTheNextRunOn) {
     start({"PkYMax"});
     EXPECT_EQ(block.process(timeSignal({1, 2}))->values.size(), 1U);
     block.set("PkAllOn", 1);
@@ -447,7 +435,7 @@ TEST_F(Statistik, ASelectionChangedInTheRunCountsFromTheNextRunOn) {
     EXPECT_EQ(block.process(timeSignal({1, 2}))->values.size(), 21U);
 }
 
-TEST_F(Statistik, AnOutputModeChangedInTheRunWaitsForFreeOutputs) {
+TEST_F(TOStatistik, AnOutputModeChangedInTheRunWaitsForFreeOutputs) {
     start({"PkYMax", "PkYMin"});
     EXPECT_TRUE(block.process(timeSignal({1, 2})));
     block.set("PkOutMode", 2);
@@ -464,7 +452,7 @@ TEST_F(Statistik, AnOutputModeChangedInTheRunWaitsForFreeOutputs) {
     EXPECT_THAT(block.take(1)->values, ElementsAre(5));
 }
 
-TEST_F(Statistik, BandNumbersOfTheAxisBecomeFrequencies) {
+TEST_F(TOStatistik, BandNumbersOfTheAxisBecomeFrequencies) {
     start({"PkXonYMax", "PkXMin"});
     ChannelData data = timeSignal({1, 5, 2}, 1, 1.0);
     data.header.xStart = 18.0;
@@ -475,9 +463,9 @@ TEST_F(Statistik, BandNumbersOfTheAxisBecomeFrequencies) {
     EXPECT_THAT(block.process(data)->values, ElementsAre(2000, 1000));
 }
 
-TEST_F(Statistik, BeforeARunNothingIsTouched) {
+TEST_F(TOStatistik, BeforeARunNothingIsTouched) {
     block.set("PkYMax", 1);
-    PlacedBlock restored(host, kStatistics, block.save());
+    PlacedBlock restored(host, kStatistik, block.save());
     restored.wireAll();
     const Handle input = restored.put(0, single(1));
     EXPECT_EQ(restored.simulate(), kFailed);
@@ -485,7 +473,7 @@ TEST_F(Statistik, BeforeARunNothingIsTouched) {
     restored.put(0, Handle::none);
 }
 
-TEST_F(Statistik, ChannelsOfManyAreMeasuredAsIfAlone) {
+TEST_F(TOStatistik, ChannelsOfManyAreMeasuredAsIfAlone) {
     block.set("PkAllOn", 1);
     block.initSim();
     std::vector<float> samples(97 * 32);
@@ -494,7 +482,7 @@ TEST_F(Statistik, ChannelsOfManyAreMeasuredAsIfAlone) {
     const auto all = block.process(timeSignal(samples, 32));
     ASSERT_TRUE(all);
     for (int c = 0; c < 32; ++c) {
-        PlacedBlock alone(host, kStatistics, block.save());
+        PlacedBlock alone(host, kStatistik, block.save());
         alone.wireAll();
         alone.initSim();
         const auto one = alone.process(timeSignal(timeSignal(samples, 32).channel(c)));

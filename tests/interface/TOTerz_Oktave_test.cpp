@@ -18,11 +18,6 @@ using ::testing::ElementsAre;
 using ::testing::FloatNear;
 using ::testing::IsEmpty;
 
-constexpr int kBandAnalysis = 5001;
-constexpr std::int32_t kDecibel = 6;
-constexpr std::int32_t kAmplitude = 26;
-constexpr std::int32_t kPower = 12;
-
 ChannelData spectrum(std::vector<float> lines, double first, double step, std::int32_t unit,
                      int channels = 1, std::int32_t axis = kHertz) {
     ChannelData data = timeSignal(std::move(lines), channels, step);
@@ -32,14 +27,8 @@ ChannelData spectrum(std::vector<float> lines, double first, double step, std::i
     return data;
 }
 
-class TerzOktave : public HostTest {
+class TOTerz_Oktave : public BlockTest<kTerzOktave> {
 protected:
-    TerzOktave() { block.wireAll(); }
-    void TearDown() override {
-        placed.reset();
-        HostTest::TearDown();
-    }
-
     ChannelData bandsOf(const ChannelData& lines) {
         block.initSim();
         auto bands = block.process(lines);
@@ -47,19 +36,16 @@ protected:
         block.stop();
         return bands.value_or(ChannelData{});
     }
-
-    std::optional<PlacedBlock> placed{std::in_place, host, kBandAnalysis};
-    PlacedBlock& block = *placed;
 };
 
-TEST_F(TerzOktave, HasOneInputAndOneOutput) { EXPECT_EQ(block.connectors(), "E,;A,"); }
+TEST_F(TOTerz_Oktave, HasOneInputAndOneOutput) { EXPECT_EQ(block.connectors(), "E,;A,"); }
 
-TEST_F(TerzOktave, ListsTwoIntegerKeywords) {
+TEST_F(TOTerz_Oktave, ListsTwoIntegerKeywords) {
     EXPECT_THAT(block.keywords(), ElementsAre(KeywordRow{"PkAnalysis", ValueType::integer},
                                               KeywordRow{"PkAScaling", ValueType::integer}));
 }
 
-TEST_F(TerzOktave, TheAnalysisTakesOneAndTwoOnly) {
+TEST_F(TOTerz_Oktave, TheAnalysisTakesOneAndTwoOnly) {
     EXPECT_EQ(block.getInteger("PkAnalysis"), 1);
     block.set("PkAnalysis", 2);
     EXPECT_EQ(block.getInteger("pkanalysis"), 2);
@@ -71,7 +57,7 @@ TEST_F(TerzOktave, TheAnalysisTakesOneAndTwoOnly) {
     EXPECT_EQ(block.getInteger("PkAnalysis"), 1);
 }
 
-TEST_F(TerzOktave, TheWeightingFlagIsStoredAsSixteenBits) {
+TEST_F(TOTerz_Oktave, TheWeightingFlagIsStoredAsSixteenBits) {
     EXPECT_EQ(block.getInteger("PkAScaling"), 0);
     for (const auto& [set, get] : {std::pair{1, 1}, {-1, -1}, {40000, -25536}, {65536, 0}}) {
         block.set("PkAScaling", set);
@@ -79,7 +65,7 @@ TEST_F(TerzOktave, TheWeightingFlagIsStoredAsSixteenBits) {
     }
 }
 
-TEST_F(TerzOktave, SavesFortyFourBytes) {
+TEST_F(TOTerz_Oktave, SavesFortyFourBytes) {
     block.set("PkAnalysis", 2);
     block.set("PkAScaling", 1);
     const std::string record = block.save();
@@ -91,36 +77,36 @@ TEST_F(TerzOktave, SavesFortyFourBytes) {
     EXPECT_EQ(record.substr(12), std::string(32, '\0'));
 }
 
-TEST_F(TerzOktave, RestoresWhatWasSavedWhateverTheVersion) {
+TEST_F(TOTerz_Oktave, RestoresWhatWasSavedWhateverTheVersion) {
     block.set("PkAnalysis", 2);
     block.set("PkAScaling", 7);
     std::string record = block.save();
     record.replace(12, 8, "reserved");
     put<std::int32_t>(record, 4, 0);
-    PlacedBlock restored(host, kBandAnalysis, record);
+    PlacedBlock restored(host, kTerzOktave, record);
     EXPECT_EQ(restored.getInteger("PkAnalysis"), 2);
     EXPECT_EQ(restored.getInteger("PkAScaling"), 7);
     EXPECT_EQ(restored.save().substr(8), record.substr(8));
 }
 
-TEST_F(TerzOktave, ARecordOfAnotherSizeIsLeftAfterItsSizeWord) {
+TEST_F(TOTerz_Oktave, ARecordOfAnotherSizeIsLeftAfterItsSizeWord) {
     block.set("PkAnalysis", 2);
     std::string record = block.save();
     put<std::int32_t>(record, 0, 35);
     platform::ParameterFile file(record);
     const Int handle =
-        host.call(host.exports().RestoreParameters, 1, kBandAnalysis, 0, file.handle());
+        host.call(host.exports().RestoreParameters, 1, kTerzOktave, 0, file.handle());
     EXPECT_GT(handle, 0);
     EXPECT_EQ(file.position(), 4U);
-    host.call(host.exports().DestroyBlock, 1, kBandAnalysis, handle, 0);
-    EXPECT_EQ(PlacedBlock(host, kBandAnalysis, record).getInteger("PkAnalysis"), 1);
+    host.call(host.exports().DestroyBlock, 1, kTerzOktave, handle, 0);
+    EXPECT_EQ(PlacedBlock(host, kTerzOktave, record).getInteger("PkAnalysis"), 1);
 }
 
-TEST_F(TerzOktave, OtherInputsThanSpectraAreRefusedWithAMessageEachTime) {
+TEST_F(TOTerz_Oktave, OtherInputsThanSpectraAreRefusedWithAMessageEachTime) {
     VYN_NEEDS_BOXES();
     block.initSim();
     for (const int axis : {1, 2, 0, 5}) {
-        ChannelData data = spectrum({1, 2, 3}, 0.0, 1.0, kPower);
+        ChannelData data = spectrum({1, 2, 3}, 0.0, 1.0, kUnitPower);
         data.header.xAxisKind = axis;
         const Handle input = block.put(0, data);
         EXPECT_EQ(block.simulate(), kFailed);
@@ -135,14 +121,14 @@ TEST_F(TerzOktave, OtherInputsThanSpectraAreRefusedWithAMessageEachTime) {
     }
     EXPECT_EQ(block.errorShow(), 0);
     EXPECT_THAT(takeBoxes(), IsEmpty()) << "nothing is deferred";
-    EXPECT_TRUE(block.process(spectrum({1, 2, 3}, 0.0, 1.0, kPower)));
+    EXPECT_TRUE(block.process(spectrum({1, 2, 3}, 0.0, 1.0, kUnitPower)));
     block.stop();
 }
 
-TEST_F(TerzOktave, AsksForAWorkBlockThenTheOutputAndReleasesTheWorkBlockFirst) {
+TEST_F(TOTerz_Oktave, AsksForAWorkBlockThenTheOutputAndReleasesTheWorkBlockFirst) {
     block.initSim();
     const std::string input = host.memory().name(
-        block.put(0, spectrum(std::vector<float>(200, 1.0F), 0.0, 10.0, kPower, 2)));
+        block.put(0, spectrum(std::vector<float>(200, 1.0F), 0.0, 10.0, kUnitPower, 2)));
     host.takeTrace();
     EXPECT_EQ(block.simulate(), 1);
     const std::string output = host.memory().name(block.outputData(0));
@@ -160,10 +146,10 @@ TEST_F(TerzOktave, AsksForAWorkBlockThenTheOutputAndReleasesTheWorkBlockFirst) {
     block.stop();
 }
 
-TEST_F(TerzOktave, TheWorkBlockHoldsAtLeastAllBandsOfEveryChannel) {
+TEST_F(TOTerz_Oktave, TheWorkBlockHoldsAtLeastAllBandsOfEveryChannel) {
     block.initSim();
     host.takeTrace();
-    block.process(spectrum({1, 2, 3, 4}, 0.0, 10.0, kPower, 2));
+    block.process(spectrum({1, 2, 3, 4}, 0.0, 10.0, kUnitPower, 2));
     const auto trace = host.takeTrace();
     const auto asked =
         std::ranges::find_if(trace, [](const auto& line) { return line.starts_with("1134"); });
@@ -172,8 +158,8 @@ TEST_F(TerzOktave, TheWorkBlockHoldsAtLeastAllBandsOfEveryChannel) {
     block.stop();
 }
 
-TEST_F(TerzOktave, DescribesItsOutputAsBandNumbers) {
-    ChannelData lines = spectrum(std::vector<float>(202, 1.0F), 0.0, 10.0, kPower, 2);
+TEST_F(TOTerz_Oktave, DescribesItsOutputAsBandNumbers) {
+    ChannelData lines = spectrum(std::vector<float>(202, 1.0F), 0.0, 10.0, kUnitPower, 2);
     lines.header.axisFlags = 0x104;
     lines.header.displaySpan = 12.5;
     lines.header.hostWord = 99;
@@ -184,16 +170,18 @@ TEST_F(TerzOktave, DescribesItsOutputAsBandNumbers) {
     EXPECT_EQ(bands.header.xStart, 0.0);
     EXPECT_EQ(bands.header.xStep, 1.0);
     EXPECT_EQ(bands.header.xAxisKind, kHertz) << "as the input's";
-    EXPECT_EQ(bands.header.yUnit, kPower);
+    EXPECT_EQ(bands.header.yUnit, kUnitPower);
     EXPECT_EQ(bands.header.displaySpan, 12.5);
     EXPECT_EQ(bands.header.hostWord, 99);
-    EXPECT_EQ(bands.header.axisFlags, 0x10CU) << "the input's flags and 8";
+    EXPECT_EQ(bands.header.axisFlags, 0x104U | kThirdOctaveBands)
+        << "the input's flags and one more";
     block.set("PkAnalysis", 2);
-    EXPECT_EQ(bandsOf(lines).header.axisFlags, 0x114U) << "the input's flags and 16";
+    EXPECT_EQ(bandsOf(lines).header.axisFlags, 0x104U | kOctaveBands)
+        << "the input's flags and one more";
 }
 
-TEST_F(TerzOktave, AFirstFrequencyAboveTheFirstBandStillCountsFromBandZero) {
-    const ChannelData bands = bandsOf(spectrum({2, 3}, 1000.0, 250.0, kPower));
+TEST_F(TOTerz_Oktave, AFirstFrequencyAboveTheFirstBandStillCountsFromBandZero) {
+    const ChannelData bands = bandsOf(spectrum({2, 3}, 1000.0, 250.0, kUnitPower));
     ASSERT_EQ(bands.values.size(), 20U);
     EXPECT_EQ(bands.values[18], 2.0F);
     EXPECT_EQ(bands.values[19], 3.0F);
@@ -201,51 +189,51 @@ TEST_F(TerzOktave, AFirstFrequencyAboveTheFirstBandStillCountsFromBandZero) {
     EXPECT_EQ(bands.header.xStart, 0.0);
 }
 
-TEST_F(TerzOktave, KilohertzAreRescaled) {
+TEST_F(TOTerz_Oktave, KilohertzAreRescaled) {
     std::vector<float> lines(400);
     for (std::size_t i = 0; i < lines.size(); ++i)
         lines[i] = static_cast<float>(i % 17);
-    const auto inHertz = bandsOf(spectrum(lines, 125.0, 31.25, kPower));
-    const auto inKilohertz = bandsOf(spectrum(lines, 0.125, 0.03125, kPower, 1, kKilohertz));
+    const auto inHertz = bandsOf(spectrum(lines, 125.0, 31.25, kUnitPower));
+    const auto inKilohertz = bandsOf(spectrum(lines, 0.125, 0.03125, kUnitPower, 1, kKilohertz));
     EXPECT_EQ(inKilohertz.values, inHertz.values);
     EXPECT_EQ(inKilohertz.header.xAxisKind, kKilohertz);
 }
 
-TEST_F(TerzOktave, SumsByTheUnitOfTheLines) {
+TEST_F(TOTerz_Oktave, SumsByTheUnitOfTheLines) {
     const std::vector<float> lines = {60, 60, 60, 60};
-    EXPECT_FLOAT_EQ(bandsOf(spectrum(lines, 950.0, 10.0, kDecibel)).values.back(), 66.020600F);
-    EXPECT_EQ(bandsOf(spectrum(lines, 950.0, 10.0, kAmplitude)).values.back(), 120.0F);
-    EXPECT_EQ(bandsOf(spectrum(lines, 950.0, 10.0, kPower)).values.back(), 240.0F);
+    EXPECT_FLOAT_EQ(bandsOf(spectrum(lines, 950.0, 10.0, kUnitDecibel)).values.back(), 66.020600F);
+    EXPECT_EQ(bandsOf(spectrum(lines, 950.0, 10.0, kUnitAmplitude)).values.back(), 120.0F);
+    EXPECT_EQ(bandsOf(spectrum(lines, 950.0, 10.0, kUnitPower)).values.back(), 240.0F);
     EXPECT_EQ(bandsOf(spectrum(lines, 950.0, 10.0, 11)).values.back(), 240.0F);
 }
 
-TEST_F(TerzOktave, AnyTypeButThirdOctavesIsOctaves) {
+TEST_F(TOTerz_Oktave, AnyTypeButThirdOctavesIsOctaves) {
     std::string record = block.save();
     for (const std::int16_t type : {std::int16_t{21}, std::int16_t{0}, std::int16_t{-1}}) {
         put(record, 8, type);
-        PlacedBlock octaves(host, kBandAnalysis, record);
+        PlacedBlock octaves(host, kTerzOktave, record);
         octaves.wireAll();
         octaves.initSim();
-        const auto bands = octaves.process(spectrum({1.0F}, 1000.0, 1.0, kPower));
+        const auto bands = octaves.process(spectrum({1.0F}, 1000.0, 1.0, kUnitPower));
         ASSERT_TRUE(bands);
         EXPECT_EQ(bands->values.size(), 7U);
-        EXPECT_EQ(bands->header.axisFlags & 24U, 16U);
+        EXPECT_EQ(bands->header.axisFlags & (kThirdOctaveBands | kOctaveBands), kOctaveBands);
     }
 }
 
-TEST_F(TerzOktave, AWeightingLowersTheBands) {
+TEST_F(TOTerz_Oktave, AWeightingLowersTheBands) {
     block.set("PkAScaling", 1);
-    const auto bands = bandsOf(spectrum({80, 80}, 100.0, 900.0, kDecibel));
+    const auto bands = bandsOf(spectrum({80, 80}, 100.0, 900.0, kUnitDecibel));
     EXPECT_THAT(bands.values[8], FloatNear(60.9F, 1e-5F));
     EXPECT_THAT(bands.values[18], FloatNear(80.0F, 1e-5F));
     block.set("PkAScaling", -1);
-    EXPECT_EQ(bandsOf(spectrum({80, 80}, 100.0, 900.0, kDecibel)).values, bands.values)
+    EXPECT_EQ(bandsOf(spectrum({80, 80}, 100.0, 900.0, kUnitDecibel)).values, bands.values)
         << "any number but 0";
 }
 
-TEST_F(TerzOktave, TheWorkBlockGoesBackWithTheHeadOfTheBands) {
+TEST_F(TOTerz_Oktave, TheWorkBlockGoesBackWithTheHeadOfTheBands) {
     block.initSim();
-    const Handle input = block.put(0, spectrum({1, 2, 3, 4}, 1000.0, 1.0, kPower, 2));
+    const Handle input = block.put(0, spectrum({1, 2, 3, 4}, 1000.0, 1.0, kUnitPower, 2));
     ChannelData work;
     host.misbehave(
         {.message = Message::releaseBlock, .fault = Fault::run, .times = 1, .before = [&] {
@@ -263,13 +251,13 @@ TEST_F(TerzOktave, TheWorkBlockGoesBackWithTheHeadOfTheBands) {
     block.stop();
 }
 
-TEST_F(TerzOktave, AResultThatTheHostDidNotCountIsNotOverwritten) {
+TEST_F(TOTerz_Oktave, AResultThatTheHostDidNotCountIsNotOverwritten) {
     block.initSim();
-    EXPECT_TRUE(block.process(spectrum({1, 2}, 1000.0, 1.0, kPower)));
-    block.put(0, spectrum({3, 4}, 1000.0, 1.0, kPower));
+    EXPECT_TRUE(block.process(spectrum({1, 2}, 1000.0, 1.0, kUnitPower)));
+    block.put(0, spectrum({3, 4}, 1000.0, 1.0, kUnitPower));
     EXPECT_EQ(block.simulate(), 1);
     const Handle result = block.outputData(0);
-    const Handle input = block.put(0, spectrum({5, 6}, 1000.0, 1.0, kPower));
+    const Handle input = block.put(0, spectrum({5, 6}, 1000.0, 1.0, kUnitPower));
     block.setCounts(1, 0);
     EXPECT_EQ(block.simulate(), 1);
     EXPECT_EQ(block.outputData(0), result);
@@ -278,14 +266,14 @@ TEST_F(TerzOktave, AResultThatTheHostDidNotCountIsNotOverwritten) {
     block.stop();
 }
 
-TEST_F(TerzOktave, AChangeOfTheTypeInTheRunChangesTheFlagAtOnceAndTheBandsInTheNextRun) {
-    const ChannelData lines = spectrum({1.0F}, 1000.0, 1.0, kPower);
+TEST_F(TOTerz_Oktave, AChangeOfTheTypeInTheRunChangesTheFlagAtOnceAndTheBandsInTheNextRun) {
+    const ChannelData lines = spectrum({1.0F}, 1000.0, 1.0, kUnitPower);
     block.initSim();
     block.set("PkAnalysis", 2);
     auto bands = block.process(lines);
     ASSERT_TRUE(bands);
     EXPECT_EQ(bands->values.size(), 19U);
-    EXPECT_EQ(bands->header.axisFlags & 24U, 16U);
+    EXPECT_EQ(bands->header.axisFlags & (kThirdOctaveBands | kOctaveBands), kOctaveBands);
     block.stop();
     EXPECT_EQ(bandsOf(lines).values.size(), 7U);
     block.initSim();
@@ -293,34 +281,34 @@ TEST_F(TerzOktave, AChangeOfTheTypeInTheRunChangesTheFlagAtOnceAndTheBandsInTheN
     bands = block.process(lines);
     ASSERT_TRUE(bands);
     EXPECT_EQ(bands->values.size(), 7U);
-    EXPECT_EQ(bands->header.axisFlags & 24U, 8U);
+    EXPECT_EQ(bands->header.axisFlags & (kThirdOctaveBands | kOctaveBands), kThirdOctaveBands);
     block.stop();
 }
 
-TEST_F(TerzOktave, ANewAxisIsNoticedInTheRun) {
+TEST_F(TOTerz_Oktave, ANewAxisIsNoticedInTheRun) {
     block.initSim();
     for (const auto& [first, step, band] :
          {std::tuple{1000.0, 1.0, 18U}, {2000.0, 1.0, 21U}, {100.0, 5.0, 8U}}) {
-        const auto bands = block.process(spectrum({1, 1}, first, step, kPower));
+        const auto bands = block.process(spectrum({1, 1}, first, step, kUnitPower));
         ASSERT_TRUE(bands);
         EXPECT_EQ(bands->values.size(), band + 1);
         EXPECT_EQ(bands->values.back(), 2.0F);
     }
-    const auto channels = block.process(spectrum({1, 2, 3, 4}, 100.0, 5.0, kPower, 2));
+    const auto channels = block.process(spectrum({1, 2, 3, 4}, 100.0, 5.0, kUnitPower, 2));
     ASSERT_TRUE(channels);
     EXPECT_THAT(std::vector<float>(channels->values.end() - 2, channels->values.end()),
                 ElementsAre(4, 6));
     block.stop();
 }
 
-TEST_F(TerzOktave, ASpectrumBelowTheBandsGivesOneValuePerChannel) {
-    const auto bands = bandsOf(spectrum({1, 2, 3, 4, 5, 6}, 0.0, 1.0, kDecibel, 3));
+TEST_F(TOTerz_Oktave, ASpectrumBelowTheBandsGivesOneValuePerChannel) {
+    const auto bands = bandsOf(spectrum({1, 2, 3, 4, 5, 6}, 0.0, 1.0, kUnitDecibel, 3));
     EXPECT_EQ(bands.header.valueCount, 3);
     EXPECT_THAT(bands.values, ElementsAre(0, 0, 0));
 }
 
-TEST_F(TerzOktave, WithoutARunNothingIsTouched) {
-    const Handle input = block.put(0, spectrum({1, 2}, 0.0, 1.0, kPower));
+TEST_F(TOTerz_Oktave, WithoutARunNothingIsTouched) {
+    const Handle input = block.put(0, spectrum({1, 2}, 0.0, 1.0, kUnitPower));
     EXPECT_EQ(block.simulate(), kFailed);
     EXPECT_EQ(block.inputData(0), input);
     block.initSim();
@@ -330,10 +318,10 @@ TEST_F(TerzOktave, WithoutARunNothingIsTouched) {
     EXPECT_EQ(block.inputData(0), input);
 }
 
-TEST_F(TerzOktave, NoChannelsFailAndLoseNothing) {
+TEST_F(TOTerz_Oktave, NoChannelsFailAndLoseNothing) {
     block.initSim();
     for (const int channels : {0, -1}) {
-        ChannelData lines = spectrum({1, 2}, 0.0, 1.0, kPower);
+        ChannelData lines = spectrum({1, 2}, 0.0, 1.0, kUnitPower);
         lines.header.channelCount = channels;
         const Handle input = block.put(0, lines);
         EXPECT_EQ(block.simulate(), kFailed);
@@ -342,16 +330,16 @@ TEST_F(TerzOktave, NoChannelsFailAndLoseNothing) {
     block.stop();
 }
 
-TEST_F(TerzOktave, ChannelsOfManyAreAnalysedAsIfAlone) {
+TEST_F(TOTerz_Oktave, ChannelsOfManyAreAnalysedAsIfAlone) {
     std::vector<float> lines(300 * 32);
     for (std::size_t i = 0; i < lines.size(); ++i)
         lines[i] = static_cast<float>((i * 7919) % 1000) * 0.1F;
-    const auto all = bandsOf(spectrum(lines, 0.0, 40.0, kDecibel, 32));
+    const auto all = bandsOf(spectrum(lines, 0.0, 40.0, kUnitDecibel, 32));
     for (int c = 0; c < 32; ++c) {
         std::vector<float> one;
         for (auto i = static_cast<std::size_t>(c); i < lines.size(); i += 32)
             one.push_back(lines[i]);
-        EXPECT_EQ(bandsOf(spectrum(one, 0.0, 40.0, kDecibel)).values, all.channel(c)) << c;
+        EXPECT_EQ(bandsOf(spectrum(one, 0.0, 40.0, kUnitDecibel)).values, all.channel(c)) << c;
     }
 }
 

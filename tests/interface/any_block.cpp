@@ -5,23 +5,18 @@
 namespace vynhost::test {
 namespace {
 
-constexpr int kThirdOctave = 5001;
-constexpr int kInverse = 5005;
-constexpr int kDualSpectrum = 5006;
-constexpr int kFilter = 5007;
-constexpr int kWeighting = 5008;
 constexpr int kSamples = 200;
 constexpr int kChannels = 2;
 
 bool carriesData(int typeCode, int input) {
-    return input == 0 || (input == 1 && (typeCode == kInverse || typeCode == kDualSpectrum));
+    return input == 0 || (input == 1 && (typeCode == kInverseFFT || typeCode == kDualSpektrum));
 }
 
 }  // namespace
 
 ChannelData suitableData(int typeCode, int input, unsigned seed) {
     if (!carriesData(typeCode, input)) {
-        const float curve = typeCode == kWeighting ? 1.0F : 0.0F;  // A; 0 would bypass the block
+        const float curve = typeCode == kFreqWeight ? 1.0F : 0.0F;  // A; 0 would bypass the block
         return timeSignal(std::vector<float>(4, curve), 1, 0.001);
     }
     std::mt19937 random(seed + static_cast<unsigned>(input));
@@ -30,9 +25,9 @@ ChannelData suitableData(int typeCode, int input, unsigned seed) {
     for (float& value : values)
         value = between(random);
     // The filters' edges and the weighting curves need room below half the rate.
-    const bool filters = typeCode == kFilter || typeCode == kWeighting;
+    const bool filters = typeCode == kDigitalFilter || typeCode == kFreqWeight;
     ChannelData data = timeSignal(std::move(values), kChannels, filters ? 1.0 / 48000 : 0.001);
-    if (typeCode == kThirdOctave || typeCode == kInverse) {
+    if (typeCode == kTerzOktave || typeCode == kInverseFFT) {
         data.header.xAxisKind = kHertz;
         data.header.xStep = 10;
     }

@@ -13,9 +13,6 @@ using ::testing::ElementsAre;
 using ::testing::Gt;
 using ::testing::Lt;
 
-constexpr int kSpectrum = 5004;
-constexpr int kInverse = 5005;
-
 std::vector<float> sine(int samples, int periods) {
     std::vector<float> values(static_cast<std::size_t>(samples));
     for (int i = 0; i < samples; ++i) {
@@ -25,9 +22,13 @@ std::vector<float> sine(int samples, int periods) {
     return values;
 }
 
-TEST_F(HostTest, ASineGoesThroughTheSpectrumBlock) {
-    VYN_NEEDS_TYPE(kSpectrum);
-    PlacedBlock block(host, kSpectrum);
+class BlockSmoke : public HostTest {
+protected:
+    BlockSmoke() : HostTest({kSpektrum, kInverseFFT}) {}
+};
+
+TEST_F(BlockSmoke, ASineGoesThroughTheSpectrumBlock) {
+    PlacedBlock block(host, kSpektrum);
     block.wireAll();
     EXPECT_EQ(block.initSim(), 1);
     host.takeTrace();
@@ -42,9 +43,8 @@ TEST_F(HostTest, ASineGoesThroughTheSpectrumBlock) {
     block.stop();
 }
 
-TEST_F(HostTest, SpectrumPartsGoThroughTheInverseBlock) {
-    VYN_NEEDS_TYPE(kInverse);
-    PlacedBlock block(host, kInverse);
+TEST_F(BlockSmoke, SpectrumPartsGoThroughTheInverseBlock) {
+    PlacedBlock block(host, kInverseFFT);
     EXPECT_THAT(block.inputLabels(), ElementsAre("R", "I"));
     block.wireAll();
     block.initSim();

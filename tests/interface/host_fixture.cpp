@@ -1,5 +1,7 @@
 #include "interface/host_fixture.h"
 
+#include <numeric>
+
 namespace vynhost::test {
 
 std::filesystem::path sharedFolder() { return platform::programFolder(); }
@@ -18,6 +20,12 @@ ModuleHost::Options HostTest::defaultOptions() {
     options.trace = true;
     options.checkLocks = true;
     return options;
+}
+
+void HostTest::SetUp() {
+    for (const int type : types_) {
+        ASSERT_TRUE(host.creates(type)) << "no block of type " << type << " can be created";
+    }
 }
 
 void HostTest::TearDown() {
@@ -39,11 +47,9 @@ void HostTest::expectReport(PlacedBlock& block, const std::string& part) {
     EXPECT_THAT(boxes[0].text, ::testing::HasSubstr(part));
 }
 
-std::vector<int> HostTest::creatableTypes() {
-    std::vector<int> types;
-    for (int code = kFirstType; code < kFirstType + kTypes; ++code) {
-        if (host.creates(code)) types.push_back(code);
-    }
+std::vector<int> allTypes() {
+    std::vector<int> types(kTypes);
+    std::iota(types.begin(), types.end(), kFirstType);
     return types;
 }
 

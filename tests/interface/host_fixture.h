@@ -1,13 +1,16 @@
 // The fixture of all tests that go through the module's exports. A block test reads:
 //
-//     TEST_F(HostTest, SpectrumOfSilenceIsSilent) {
-//         PlacedBlock block = place(5004);
-//         block.wireAll();
+//     class TOSpektrum : public BlockTest<kSpektrum> {};
+//
+//     TEST_F(TOSpektrum, OfSilenceIsSilent) {
 //         block.initSim();
 //         const auto spectrum = block.process(timeSignal(std::vector<float>(64)));
 //         ASSERT_TRUE(spectrum);
 //         EXPECT_THAT(spectrum->values, Each(0.0F));
 //     }
+//
+// A test names the types whose blocks it places. One that cannot be created fails the test, with
+// that message alone: its body does not run.
 //
 // When the test ends, nothing may be left behind: no data block that neither side holds any more,
 // no lock, no message box that the test did not take, nothing that no host allows.
@@ -17,7 +20,9 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "vynhost/interface/module_host.h"
@@ -34,17 +39,13 @@ class HostTest : public ::testing::Test {
 protected:
     // Every block of memory ends at an unreadable page; messages are traced; locks are counted
     // where the system counts them (there with plain global memory).
-    HostTest() : HostTest(defaultOptions()) {}
-    explicit HostTest(ModuleHost::Options options) : host(theModule(), options) {}
+    explicit HostTest(std::vector<int> types = {}, ModuleHost::Options options = defaultOptions())
+        : host(theModule(), options), types_(std::move(types)) {}
 
+    void SetUp() override;
     void TearDown() override;
 
     static ModuleHost::Options defaultOptions();
-
-    // A new block; a type that cannot be created yet skips the test.
-    PlacedBlock place(int typeCode) { return PlacedBlock(host, typeCode); }
-    // The types that can be created, in the order of their codes.
-    std::vector<int> creatableTypes();
 
     // The boxes of the test so far; the test answers for them from here on.
     std::vector<Box> takeBoxes() { return host.takeBoxes(); }
@@ -53,14 +54,40 @@ protected:
     void expectReport(PlacedBlock& block, const std::string& part);
 
     ModuleHost host;
+
+private:
+    std::vector<int> types_;
+};
+
+// The block types, in the order of their codes.
+std::vector<int> allTypes();
+
+// A test of one block type: a block of it stands ready. `others` are types of blocks that it meets.
+template <int type, int... others>
+class BlockTest : public HostTest {
+protected:
+    BlockTest() : HostTest({type, others...}) {}
+
+    void SetUp() override {
+        HostTest::SetUp();
+        if (!HasFatalFailure()) prepare();
+    }
+    void TearDown() override {
+        placed.reset();
+        HostTest::TearDown();
+    }
+
+    // What a test begins with: every connector is wired.
+    virtual void prepare() { block.wireAll(); }
+    // Another block takes the place of the first, from that parameter record.
+    void restore(const std::string& record) { placed.emplace(host, type, record); }
+
+    std::optional<PlacedBlock> placed{std::in_place, host, type};
+    PlacedBlock& block = *placed;
 };
 
 // For a test that waits for a message box: skipped where no box can be seen.
 #define VYN_NEEDS_BOXES() \
     if (!::vynhost::platform::boxesCanBeCaught()) GTEST_SKIP() << "no display"
-
-// For a test of one block type: skipped as long as the type cannot be created.
-#define VYN_NEEDS_TYPE(code) \
-    if (!host.creates(code)) GTEST_SKIP() << "type " << (code) << " cannot be created"
 
 }  // namespace vynhost::test

@@ -11,9 +11,6 @@ namespace {
 // A module of its own: a copy of the file is another library to the system.
 class MissingLibraryTest : public ::testing::Test {
 protected:
-    static constexpr int kSpectrum = 5004;
-    static constexpr int kFilter = 5007;
-
     MissingLibraryTest() { std::filesystem::create_directories(folder_); }
 
     void load(const std::optional<std::string>& sharedDirectory) {
@@ -23,6 +20,11 @@ protected:
         ASSERT_TRUE(platform::setSharedDirectory(sharedDirectory));
         module = std::make_unique<ModuleLibrary>(copy);
         host = std::make_unique<ModuleHost>(*module);
+    }
+    void SetUp() override {
+        ModuleHost original(theModule());
+        for (const int type : allTypes())
+            ASSERT_TRUE(original.creates(type)) << "no block of type " << type << " can be created";
     }
     void TearDown() override {
         if (host) {
@@ -55,7 +57,7 @@ protected:
     }
     // Lets a spectrum block at the data; true when it delivered.
     bool spectrumWorks() {
-        PlacedBlock block(*host, kSpectrum);
+        PlacedBlock block(*host, kSpektrum);
         block.wireAll();
         block.initSim();
         block.put(0, timeSignal(std::vector<float>(64, 0.5F)));
@@ -80,10 +82,9 @@ private:
 
 TEST_F(MissingLibraryTest, TheModuleStartsAndAnswersWithoutTheSetting) {
     ASSERT_NO_FATAL_FAILURE(load(std::nullopt));
-    EXPECT_EQ(host->getInfo(kSpectrum, kInterface), kInterfaceVersion);
-    EXPECT_EQ(host->infoText(kSpectrum, kLongName), "FFT");
-    for (int code = kFirstType; code < kFirstType + kTypes; ++code) {
-        if (!host->creates(code)) continue;
+    EXPECT_EQ(host->getInfo(kSpektrum, kInterface), kInterfaceVersion);
+    EXPECT_EQ(host->infoText(kSpektrum, kLongName), "FFT");
+    for (const int code : allTypes()) {
         SCOPED_TRACE(code);
         PlacedBlock block(*host, code);
         block.keywords();
@@ -107,12 +108,13 @@ TEST_F(MissingLibraryTest, EachFunctionMayBeMissing) {
         SCOPED_TRACE(function);
         ASSERT_NO_FATAL_FAILURE(load(sharedWithout(function)));
         EXPECT_EQ(spectrumWorks(), std::string(function) != "ZABFunc147");
-        for (int code = kFirstType; code < kFirstType + kTypes; ++code) {
+        for (const int code : allTypes()) {
             SCOPED_TRACE(code);
             PlacedBlock block(*host, code);
             run(block, 2);
             block.set("PkFIRFilter", 0);  // which only one type knows
-            for (int characteristic = 0; code == kFilter && characteristic < 5; ++characteristic) {
+            for (int characteristic = 0; code == kDigitalFilter && characteristic < 5;
+                 ++characteristic) {
                 block.set("PkFilterType", characteristic);
                 run(block, 2);
             }

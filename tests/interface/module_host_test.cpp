@@ -9,6 +9,8 @@ using ::testing::IsEmpty;
 
 class ModuleHostTest : public HostTest {
 protected:
+    ModuleHostTest() : HostTest({kStatistik}) {}
+
     // Sends a message as the module does.
     Int send(Message message, Int first, Int second) {
         return platform::sendToWindow(host.window(), static_cast<std::uint32_t>(message), first,
@@ -18,10 +20,8 @@ protected:
     void release(Handle handle) { send(Message::releaseBlock, static_cast<Int>(handle), 0); }
 };
 
-TEST_F(HostTest, ALabelOfTwoDigitsIsOneConnector) {
-    constexpr int kStatistics = 5002;
-    VYN_NEEDS_TYPE(kStatistics);
-    PlacedBlock block(host, kStatistics);
+TEST_F(ModuleHostTest, ALabelOfTwoDigitsIsOneConnector) {
+    PlacedBlock block(host, kStatistik);
     block.set("PkAllOn", 1);
     block.set("PkOutMode", 2);
     block.initSim();  // counts what is selected

@@ -10,8 +10,6 @@
 namespace vynhost::test {
 namespace {
 
-constexpr int kDualSpectrum = 5006;
-
 using ::testing::IsEmpty;
 
 class Robustness : public AnyBlockTest {
@@ -24,7 +22,7 @@ protected:
 
     // The classification keeps its results in a data block of the host's from the run's first data
     // block to its end; a start without an end before it forgets that block.
-    bool keepsABlock() const { return type() == 5000; }
+    bool keepsABlock() const { return type() == kKlassierung; }
 
     // No data block lives but those at the block's connectors, and what the type keeps.
     ::testing::AssertionResult nothingLost(const PlacedBlock& block) {
@@ -321,19 +319,19 @@ constexpr HeadFault kHeadFaults[] = {
     {"step negative",       [](ChannelHeader& h) { h.xStep = -0.001; }},
     {"axis -1",             [](ChannelHeader& h) { h.xAxisKind = -1; }},
     {"axis 0",              [](ChannelHeader& h) { h.xAxisKind = 0; }},
-    {"axis ms",             [](ChannelHeader& h) { h.xAxisKind = 2; }},
-    {"axis Hz",             [](ChannelHeader& h) { h.xAxisKind = 3; }},
-    {"axis kHz",            [](ChannelHeader& h) { h.xAxisKind = 4; }},
+    {"axis ms",             [](ChannelHeader& h) { h.xAxisKind = kMilliseconds; }},
+    {"axis Hz",             [](ChannelHeader& h) { h.xAxisKind = kHertz; }},
+    {"axis kHz",            [](ChannelHeader& h) { h.xAxisKind = kKilohertz; }},
     {"axis 60",             [](ChannelHeader& h) { h.xAxisKind = 60; }},
-    {"third octaves",       [](ChannelHeader& h) { h.axisFlags = 8; }},
-    {"octaves",             [](ChannelHeader& h) { h.axisFlags = 16; }},
-    {"both bands",          [](ChannelHeader& h) { h.axisFlags = 24; }},
+    {"third octaves",       [](ChannelHeader& h) { h.axisFlags = kThirdOctaveBands; }},
+    {"octaves",             [](ChannelHeader& h) { h.axisFlags = kOctaveBands; }},
+    {"both bands",          [](ChannelHeader& h) { h.axisFlags = kThirdOctaveBands | kOctaveBands; }},
     {"start -1",            [](ChannelHeader& h) { h.xStart = -1; }},
     {"start 33",            [](ChannelHeader& h) { h.xStart = 33; }},
     {"start no number",     [](ChannelHeader& h) { h.xStart = kNaN; }},
     {"start 1e300",         [](ChannelHeader& h) { h.xStart = 1e300; }},
-    {"unit dB",             [](ChannelHeader& h) { h.yUnit = 6; }},
-    {"unit power",          [](ChannelHeader& h) { h.yUnit = 12; }},
+    {"unit dB",             [](ChannelHeader& h) { h.yUnit = kUnitDecibel; }},
+    {"unit power",          [](ChannelHeader& h) { h.yUnit = kUnitPower; }},
 };
 // clang-format on
 
@@ -359,7 +357,7 @@ TEST_P(Robustness, EveryPairOfLiesInTheHeadIsSurvived) {
     }
     takeBoxes();
     // The dual spectrum leaves two inputs locked that differ in both counts, and nothing else.
-    if (type() == kDualSpectrum) {
+    if (type() == kDualSpektrum) {
         EXPECT_THAT(host.takeOffences(), ::testing::Each(::testing::EndsWith(" is left locked")));
     }
     EXPECT_TRUE(sameBits(run(block, 1).front(), properOutputs()));

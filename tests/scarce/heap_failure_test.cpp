@@ -22,39 +22,45 @@ void PrintTo(const Case& one, std::ostream* out) { *out << one.name; }
 
 const std::vector<Case>& cases() {
     static const std::vector<Case> all = {
-        {"Classification", 5000, {}},
-        {"ClassificationOfPassages", 5000, {{"PkMethod", 3}, {"PkReset", 3}, {"PkNBlocks", 2}}},
-        {"ThirdOctaves", 5001, {}},
-        {"AllStatistics", 5002, {{"PkAllOn", 1}}},
-        {"StatisticsApart", 5002, {{"PkAllOn", 1}, {"PkOutMode", 2}}},
-        {"Reduction", 5003, {}},
-        {"Smoothing", 5003, {{"PkMode", 2}}},
-        {"BlockAverage", 5003, {{"PkMode", 3}}},
-        {"Spectrum", 5004, {{"PkWndFct", "KAISER"}, {"PkPhase", 1}}},
-        {"Cepstrum", 5004, {{"PkAmplType", "CEPSTRUM"}}},
-        {"InverseFft", 5005, {}},
-        {"CrossSpectrum", 5006, {}},
+        {"Classification", kKlassierung, {}},
+        {"ClassificationOfPassages",
+         kKlassierung,
+         {{"PkMethod", 3}, {"PkReset", 3}, {"PkNBlocks", 2}}},
+        {"ThirdOctaves", kTerzOktave, {}},
+        {"AllStatistics", kStatistik, {{"PkAllOn", 1}}},
+        {"StatisticsApart", kStatistik, {{"PkAllOn", 1}, {"PkOutMode", 2}}},
+        {"Reduction", kMittelwert, {}},
+        {"Smoothing", kMittelwert, {{"PkMode", 2}}},
+        {"BlockAverage", kMittelwert, {{"PkMode", 3}}},
+        {"Spectrum", kSpektrum, {{"PkWndFct", "KAISER"}, {"PkPhase", 1}}},
+        {"Cepstrum", kSpektrum, {{"PkAmplType", "CEPSTRUM"}}},
+        {"InverseFft", kInverseFFT, {}},
+        {"CrossSpectrum", kDualSpektrum, {}},
         {"TransferFunction",
-         5006,
+         kDualSpektrum,
          {{"PkCrossSpectr", 1},
           {"PkTransFCTType", "SPECTRUM H1"},
           {"PkAverageType", "PEAKMINMAX"},
           {"PkTransPhase", 1},
           {"PkCoherence", 1}}},
-        {"FirFilter", 5007, {}},
-        {"Butterworth", 5007, {{"PkFIRFilter", 0}, {"PkFilterType", 0}, {"PkFilterOrder", 8}}},
+        {"FirFilter", kDigitalFilter, {}},
+        {"Butterworth",
+         kDigitalFilter,
+         {{"PkFIRFilter", 0}, {"PkFilterType", 0}, {"PkFilterOrder", 8}}},
         {"EllipticBandPass",
-         5007,
+         kDigitalFilter,
          {{"PkFIRFilter", 0}, {"PkFilterType", 3}, {"PkFilterMode", 2}, {"PkFilterOrder", 4}}},
-        {"AWeighting", 5008, {{"PkXweight", 1}}},
-        {"Level", 5009, {}},
-        {"PeakLevel", 5009, {{"PkRMS", 0}, {"PkTimeHold", 1.0}}},
+        {"AWeighting", kFreqWeight, {{"PkXweight", 1}}},
+        {"Level", kLevel, {}},
+        {"PeakLevel", kLevel, {{"PkRMS", 0}, {"PkTimeHold", 1.0}}},
     };
     return all;
 }
 
 class FailingHeap : public HostTest, public ::testing::WithParamInterface<Case> {
 protected:
+    FailingHeap() : HostTest({GetParam().type}) {}
+
     void prepare(PlacedBlock& block) {
         for (const KeywordRow& row : block.keywords()) {
             for (const Setting& setting : GetParam().settings) {

@@ -7,7 +7,6 @@ namespace {
 class DiagramError : public DiagramTest {
 protected:
     DiagramError() { writeWav("s.wav", sine(64, 4)); }
-    void SetUp() override { VYN_NEEDS_TYPE(5004); }
     const std::string source = "[source.s]\nfile = \"s.wav\"\nblock = 32\n";  // lines 1-3
     const std::string fft = source + "[block.fft]\ntype = \"FFT\"\n";         // lines 4-5
     const std::string wired = fft + "[wire]\n\"fft.E\" = \"s\"\n";            // lines 6-7
@@ -128,7 +127,6 @@ TEST_F(DiagramError, MissingWire) {
 }
 
 TEST_F(DiagramError, Cycle) {
-    VYN_NEEDS_TYPE(5005);
     EXPECT_EQ(errorOf("[block.a]\ntype = 5004\n[block.b]\ntype = 5005\n[wire]\n\"a.E\" = \"b.A\"\n"
                       "\"b.R\" = \"a.S\"\n\"b.I\" = \"a.S\"\n"),
               "d.toml:1: block.a: the wires form a cycle: a -> b -> a");
@@ -158,7 +156,6 @@ TEST_F(DiagramError, Recordings) {
 }
 
 TEST_F(DiagramError, DataThatIsNeverTaken) {
-    VYN_NEEDS_TYPE(5005);
     writeWav("long.wav", sine(128, 4));
     int code = 0;
     EXPECT_EQ(errorOf(source + "[source.l]\nfile = \"long.wav\"\nblock = 32\n[block.back]\n"
@@ -169,7 +166,6 @@ TEST_F(DiagramError, DataThatIsNeverTaken) {
 }
 
 TEST_F(DiagramError, OfABlockCarriesItsOwnText) {
-    VYN_NEEDS_TYPE(5007);
     VYN_NEEDS_BOXES();
     int code = 0;
     EXPECT_EQ(errorOf(source + "[block.low]\ntype = \"Filter\"\nPkCutoffFreq = 4000\n[wire]\n"

@@ -18,7 +18,7 @@ void append(std::string& bytes, Number number) {
 
 }  // namespace
 
-DiagramTest::DiagramTest() {
+DiagramTest::DiagramTest() : HostTest(allTypes()) {
     const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
     folder_ = std::filesystem::temp_directory_path() /
               (std::string("vynhost-") + info->test_suite_name() + "-" + info->name());
