@@ -12,21 +12,18 @@
 //  6. Steps 2 to 5 repeat. The host deletes the block, possibly in the middle of a run.
 //
 // All calls come from the host's thread, one at a time. Results are status codes; exceptions may
-// leave an operation and are caught at the export's door (512 from Simulation).
+// leave an operation and are caught at the export's door (kFailed from Simulation).
 #pragma once
 
 #include <array>
 #include <cstdint>
 
+#include "host/module_interface.h"
 #include "host/simulation_record.h"
 #include "platform/file.h"
 #include "platform/memory.h"
 
 namespace vynpack {
-
-// Simulation results.
-inline constexpr int kNotReady = 8;  // the spectrum block's "nothing consumed"
-inline constexpr int kFailed = 512;
 
 // A connector string: "E,;A," lists input letters before ";" and output letters after it.
 using ConnectorText = std::array<char, 256>;
@@ -51,7 +48,7 @@ public:
     // Reads a record; what the file does not hold keeps its value. [created]
     virtual int RestoreParameters(FileHandle) { return 1; }
     // Handles the data that waits in the locked record. [initialised, running]
-    virtual int Simulation(SimulationRecord&) { return 1; }
+    virtual int Simulation(SimulationRecord&) { return kDone; }
     // Starts a run. [created]
     virtual int InitSim() { return 1; }
     // Ends a run; harmless without one. [any time]

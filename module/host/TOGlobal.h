@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 
+#include "host/module_interface.h"
 #include "libs/analysis_library.h"
 #include "libs/math_engine.h"
 #include "platform/message.h"
@@ -54,7 +55,7 @@ public:
     bool loadMathEngine() noexcept;
 
 private:
-    static constexpr int kTableSize = 1024;  // entry 0 is never used
+    static constexpr int kTableSize = kMaxBlocks + 1;  // entry 0 is never used
 
     HostWindow hostWindow_ = HostWindow::none;
     std::int32_t hostModeWord_ = 0;

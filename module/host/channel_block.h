@@ -6,32 +6,11 @@
 #include <cstdint>
 #include <span>
 
+#include "host/module_interface.h"
 #include "host/simulation_record.h"
 #include "platform/memory.h"
 
 namespace vynpack {
-
-// Axis kinds that the module reads or writes; other codes are the host's.
-enum AxisKind : std::int32_t {
-    kAxisSeconds = 1,
-    kAxisMilliseconds = 2,
-    kAxisHertz = 3,
-    kAxisKilohertz = 4,
-};
-
-// Axis flags.
-inline constexpr std::uint32_t kAxisThirdOctaveBands = 8;
-inline constexpr std::uint32_t kAxisOctaveBands = 16;
-
-// y unit codes.
-enum UnitCode : std::int32_t {
-    kUnitNone = 0,
-    kUnitDecibel = 6,
-    kUnitDegrees = 11,
-    kUnitPower = 12,
-    kUnitPercent = 15,
-    kUnitAmplitude = 26,
-};
 
 // The fields of the header that the module touches; the rest is the host's.
 struct ChannelBlockHeader {
@@ -56,8 +35,8 @@ static_assert(offsetof(ChannelBlockHeader, displaySpan) == 40);
 static_assert(offsetof(ChannelBlockHeader, channelCount) == 48);
 static_assert(offsetof(ChannelBlockHeader, axisFlags) == 52);
 
-// The values follow the header's 84 bytes: float32, sample i of channel c at c + i * channelCount.
-inline constexpr std::size_t kChannelValuesOffset = 84;
+// The values follow at kChannelValuesOffset: float32, sample i of channel c at c + i *
+// channelCount.
 static_assert(sizeof(ChannelBlockHeader) <= kChannelValuesOffset);
 
 // More interleaved channels than any recording has: per-channel state is refused beyond, as if

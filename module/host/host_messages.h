@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "host/module_interface.h"
 #include "platform/memory.h"
 
 namespace vynpack {
@@ -13,8 +14,7 @@ struct ChannelBlockHeader;
 // The host's own value, passed back to it and otherwise only compared with zero.
 using HostContext = std::int64_t;
 
-std::int64_t SendHostMessage(std::uint32_t message, std::int64_t first,
-                             std::int64_t second) noexcept;
+std::int64_t SendHostMessage(HostMessage message, std::int64_t first, std::int64_t second) noexcept;
 
 namespace host_message {
 

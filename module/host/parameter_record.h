@@ -4,8 +4,9 @@
 // A block lists its fields once; the same list serves both directions:
 //
 //     template <class Record, class Self>
-//     static void fields(Record& record, Self& self) { record(self.amplitudeType, self.window,
-//     ...); }
+//     static void fields(Record& record, Self& self) {
+//         record(self.amplitudeType, self.window, ...);
+//     }
 //
 // The size word is a constant that the type's writers chose, not the length of what follows.
 #pragma once
@@ -15,11 +16,11 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "host/module_interface.h"
 #include "platform/file.h"
 
 namespace vynpack {
 
-inline constexpr std::int32_t kFormatVersion = 404;
 static_assert(std::endian::native == std::endian::little);
 
 // Writes items in sequence. Write errors are not reported: the host owns the file and its fate.

@@ -29,21 +29,6 @@ int idOf(std::span<const NamedValue> names, HostText text, int fallback) noexcep
 namespace remote_control {
 namespace {
 
-// Info record.
-constexpr std::size_t kTableHandleOffset = 4;
-constexpr std::size_t kWordOffset = 12;
-constexpr std::size_t kInfoSize = 16;
-
-// A row of the keyword table.
-constexpr std::size_t kRowSize = 27;
-constexpr std::size_t kRowNameSize = 17;
-constexpr std::size_t kRowTypeOffset = 17;
-
-// Value record.
-constexpr std::size_t kKeywordSize = 36;
-constexpr std::size_t kValueAddressOffset = 36;
-constexpr std::size_t kValueRecordSize = 44;
-
 std::byte* bytes(const LockedMemory& memory) noexcept {
     return static_cast<std::byte*>(memory.address());
 }
@@ -56,29 +41,29 @@ void InfoRecord::writeCount(std::int32_t count) const noexcept {
 
 void InfoRecord::clearWord() const noexcept {
     constexpr std::int32_t zero = 0;
-    if (memory_ && memory_.holds(kInfoSize)) {
-        std::memcpy(bytes(memory_) + kWordOffset, &zero, sizeof zero);
+    if (memory_ && memory_.holds(kInfoRecordSize)) {
+        std::memcpy(bytes(memory_) + kInfoWordOffset, &zero, sizeof zero);
     }
 }
 
 MemoryHandle InfoRecord::keywordTable() const noexcept {
     MemoryHandle table = MemoryHandle::none;
-    if (memory_ && memory_.holds(kTableHandleOffset + sizeof table)) {
-        std::memcpy(&table, bytes(memory_) + kTableHandleOffset, sizeof table);
+    if (memory_ && memory_.holds(kInfoTableOffset + sizeof table)) {
+        std::memcpy(&table, bytes(memory_) + kInfoTableOffset, sizeof table);
     }
     return table;
 }
 
 KeywordTable::KeywordTable(MemoryHandle handle, std::size_t rows) noexcept : memory_(handle) {
-    if (memory_ && !memory_.holds(rows * kRowSize)) memory_.unlock();
+    if (memory_ && !memory_.holds(rows * kKeywordRowSize)) memory_.unlock();
 }
 
 void KeywordTable::writeRow(std::size_t row, const char* name, ValueType type) const noexcept {
     if (!memory_) return;
-    std::array<std::byte, kRowSize> bytesOfRow{};  // name, type, two reserved words of 0
-    std::memcpy(bytesOfRow.data(), name, std::min(std::strlen(name), kRowNameSize - 1));
-    std::memcpy(bytesOfRow.data() + kRowTypeOffset, &type, sizeof type);
-    std::memcpy(bytes(memory_) + row * kRowSize, bytesOfRow.data(), kRowSize);
+    std::array<std::byte, kKeywordRowSize> bytesOfRow{};  // name, type, two reserved words of 0
+    std::memcpy(bytesOfRow.data(), name, std::min(std::strlen(name), kKeywordNameSize - 1));
+    std::memcpy(bytesOfRow.data() + kKeywordTypeOffset, &type, sizeof type);
+    std::memcpy(bytes(memory_) + row * kKeywordRowSize, bytesOfRow.data(), kKeywordRowSize);
 }
 
 ValueRecord::ValueRecord(MemoryHandle handle) noexcept : memory_(handle) {
@@ -90,7 +75,7 @@ ValueRecord::ValueRecord(MemoryHandle handle) noexcept : memory_(handle) {
 bool ValueRecord::asksFor(const char* keyword) const noexcept {
     const char* asked = static_cast<const char*>(memory_.address());
     const std::size_t length = std::strlen(keyword);
-    return length < kKeywordSize && HostText(asked).matches({keyword, length});
+    return length < kValueKeywordSize && HostText(asked).matches({keyword, length});
 }
 
 }  // namespace remote_control

@@ -11,17 +11,10 @@
 #include <string_view>
 #include <variant>
 
+#include "host/module_interface.h"
 #include "platform/memory.h"
 
 namespace vynpack {
-
-// Value types as the keyword table carries them.
-enum class ValueType : std::uint16_t {
-    real = 16,     // float64
-    integer = 32,  // int32
-    text = 48,     // zero-terminated
-    flag = 65,     // int32
-};
 
 // A zero-terminated text of the host's.
 class HostText {
@@ -80,7 +73,7 @@ struct WriteOnlyTextAccess : TextAccess<Subject> {};
 
 template <class Subject>
 struct Keyword {
-    const char* name;  // at most 16 characters
+    const char* name;  // shorter than kKeywordNameSize
     std::variant<IntegerAccess<Subject>, RealAccess<Subject>, TextAccess<Subject>,
                  WriteOnlyTextAccess<Subject>>
         access;
@@ -99,14 +92,6 @@ struct Keyword {
 
 namespace remote_control {
 
-enum SubCode : std::uint16_t {
-    kCountKeywords = 10,
-    kClearWord = 20,
-    kListKeywords = 30,
-    kGetValue = 50,
-    kSetValue = 60,
-};
-
 // The host's info record, locked for the length of a request.
 class InfoRecord {
 public:
@@ -119,7 +104,7 @@ private:
     LockedMemory memory_;
 };
 
-// The keyword table that the host allocated: rows of 27 bytes.
+// The keyword table that the host allocated: rows of kKeywordRowSize bytes.
 class KeywordTable {
 public:
     KeywordTable(MemoryHandle handle, std::size_t rows) noexcept;
@@ -192,25 +177,28 @@ int answerRemoteControl(std::span<const Keyword<Subject>> keywords, Subject& sub
                         MemoryHandle infoHandle, MemoryHandle valueHandle, std::uint16_t subCode) {
     using namespace remote_control;
     const InfoRecord info(infoHandle);
-    switch (subCode) {
-        case kCountKeywords: info.writeCount(static_cast<std::int32_t>(keywords.size())); break;
-        case kClearWord: info.clearWord(); break;
-        case kListKeywords: {
+    const SubCode request{subCode};
+    switch (request) {
+        case SubCode::countKeywords:
+            info.writeCount(static_cast<std::int32_t>(keywords.size()));
+            break;
+        case SubCode::clearWord: info.clearWord(); break;
+        case SubCode::listKeywords: {
             const KeywordTable table(info.keywordTable(), keywords.size());
             for (std::size_t row = 0; row < keywords.size(); ++row) {
                 table.writeRow(row, keywords[row].name, keywords[row].type);
             }
             break;
         }
-        case kGetValue:
-        case kSetValue: {
+        case SubCode::getValue:
+        case SubCode::setValue: {
             const ValueRecord record(valueHandle);
             if (!record) break;
             for (const Keyword<Subject>& keyword : keywords) {
                 if (!record.asksFor(keyword.name)) continue;
                 std::visit(
                     [&](const auto& access) {
-                        if (subCode == kGetValue) {
+                        if (request == SubCode::getValue) {
                             readValue(access, std::as_const(subject), record.value());
                         } else {
                             writeValue(access, subject, record.value());

@@ -6,11 +6,10 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "host/module_interface.h"
 #include "platform/memory.h"
 
 namespace vynpack {
-
-inline constexpr int kMaxConnectors = 32;
 
 // Byte layout of the host. A data handle of `none` means that nothing waits at an input, or that an
 // output is free; a negative channel number means that the connector is not wired.

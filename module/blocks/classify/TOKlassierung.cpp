@@ -16,8 +16,6 @@ constexpr int kSignal = 0;
 constexpr int kTrigger = 1;
 constexpr int kClasses = 0;
 
-constexpr int kDone = 1;
-
 // Records before the first had no method; those before the second had no say in it.
 constexpr std::int32_t kFirstPaddedVersion = 400;
 constexpr std::int32_t kFirstVersionWithMethod = 403;

@@ -63,7 +63,7 @@ public:
     int GetParameters() override;
     int SaveParameters(FileHandle file) override;
     int RestoreParameters(FileHandle file) override;
-    // 1, or kFailed when the number of channels has changed or a block could not be handled.
+    // kDone, or kFailed when the number of channels has changed or a block could not be handled.
     int Simulation(SimulationRecord& record) override;
     int InitSim() override;
     int Stoppen() override;

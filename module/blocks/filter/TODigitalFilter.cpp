@@ -13,7 +13,6 @@ namespace vynpack {
 namespace {
 
 constexpr std::int32_t kRecordSizeWord = 184;
-constexpr int kDone = 0;
 enum Input { kSignal };
 enum Output { kFiltered };
 
@@ -90,7 +89,7 @@ int TODigitalFilter::InitSim() {
 }
 
 int TODigitalFilter::Simulation(SimulationRecord& record) {
-    if (!record.outputFree(kFiltered) || !record.inputWaits(kSignal)) return kDone;
+    if (!record.outputFree(kFiltered) || !record.inputWaits(kSignal)) return kDoneZero;
     held_ = record.inputData[kSignal];
     ChannelBlock input(held_);
     if (!input || !input.sound()) return kFailed;
@@ -108,7 +107,7 @@ int TODigitalFilter::Simulation(SimulationRecord& record) {
     output.deliver();
     consumeInput(record, kSignal, input);
     held_ = MemoryHandle::none;
-    return kDone;
+    return kDoneZero;
 }
 
 int TODigitalFilter::Stoppen() {

@@ -13,7 +13,6 @@ namespace vynpack {
 namespace {
 
 constexpr std::int32_t kRecordSizeWord = 160;
-constexpr int kDone = 0;
 enum Input { kSignal, kControl };
 enum Output { kWeighted };
 
@@ -86,7 +85,7 @@ int TOFreqWeight::InitSim() {
 
 int TOFreqWeight::Simulation(SimulationRecord& record) {
     takeControl(record);
-    if (!record.outputFree(kWeighted) || !record.inputWaits(kSignal)) return kDone;
+    if (!record.outputFree(kWeighted) || !record.inputWaits(kSignal)) return kDoneZero;
     if (curve() == WeightingCurve::linear) return passOn(record);
 
     held_ = record.inputData[kSignal];
@@ -111,7 +110,7 @@ int TOFreqWeight::Simulation(SimulationRecord& record) {
     output.deliver();
     consumeInput(record, kSignal, input);
     held_ = MemoryHandle::none;
-    return kDone;
+    return kDoneZero;
 }
 
 int TOFreqWeight::Stoppen() {
@@ -146,7 +145,7 @@ int TOFreqWeight::passOn(SimulationRecord& record) {
     record.outputData[kWeighted] = std::exchange(record.inputData[kSignal], MemoryHandle::none);
     held_ = MemoryHandle::none;
     filterCurve_ = WeightingCurve::linear;
-    return kDone;
+    return kDoneZero;
 }
 
 std::optional<TextId> TOFreqWeight::startRun(const Signal& signal) {

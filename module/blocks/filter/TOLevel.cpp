@@ -16,8 +16,6 @@ constexpr int kSignal = 0;
 constexpr int kControl = 1;
 constexpr int kLevels = 0;
 
-constexpr int kDone = 0;
-
 using Parameters = TOLevel::Parameters;
 
 constexpr Keyword<Parameters> kKeywords[] = {
@@ -104,18 +102,18 @@ int TOLevel::Simulation(SimulationRecord& record) {
     takeControlInput(record, kControl, [this](std::span<const float> values) {
         if (!values.empty()) control_ = values.front();
     });
-    if (!record.outputFree(kLevels) || !record.inputConnected(kSignal)) return kDone;
-    if (!record.inputWaits(kSignal)) return kDone;
+    if (!record.outputFree(kLevels) || !record.inputConnected(kSignal)) return kDoneZero;
+    if (!record.inputWaits(kSignal)) return kDoneZero;
     // A block in work stays at its connector; another one there means that the host took it back.
     if (std::exchange(held_, record.inputData[kSignal]) != record.inputData[kSignal])
         readSamples_ = 0;
     ChannelBlock input(held_);
     if (!input || !input.sound()) return kFailed;
 
-    const int started = run_ ? kDone : startRun(input);
-    if (started != kDone) return started;
+    const int started = run_ ? kDoneZero : startRun(input);
+    if (started != kDoneZero) return started;
     const int unchanged = checkUnchanged(input);
-    if (unchanged != kDone) return unchanged;
+    if (unchanged != kDoneZero) return unchanged;
 
     LevelMeter& meter = run_->meter;
     // Never below 0: between two calls the host may have shortened a block in work.
@@ -126,7 +124,7 @@ int TOLevel::Simulation(SimulationRecord& record) {
         if (meter.missing() >= left()) {
             feed(input, left());
             releaseHeld(record, input);
-            return kDone;
+            return kDoneZero;
         }
         feed(input, meter.missing());
     }
@@ -137,7 +135,7 @@ int TOLevel::Simulation(SimulationRecord& record) {
         feed(input, left());
         releaseHeld(record, input);
     }
-    return kDone;
+    return kDoneZero;
 }
 
 int TOLevel::startRun(const ChannelBlock& input) {
@@ -158,14 +156,14 @@ int TOLevel::startRun(const ChannelBlock& input) {
                      .step = step,
                      .rate = 1.0 / step,
                      .outputStep = 1.0 / parameters_.outputFrequency});
-    return kDone;
+    return kDoneZero;
 }
 
 int TOLevel::checkUnchanged(const ChannelBlock& input) {
     if (input.channels() != run_->channels) return fail(kTextChannelCountChanged);
     if (!(1.0 / stepInSeconds(input.header()) == run_->rate)) return fail(kTextSampleRateChanged);
     if (timeUnitOf(input.header()) != run_->timeUnit) return fail(kTextAxisUnitChanged);
-    return kDone;
+    return kDoneZero;
 }
 
 void TOLevel::feed(const ChannelBlock& input, std::int64_t samples) {

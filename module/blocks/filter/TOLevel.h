@@ -36,7 +36,7 @@ public:
     int GetParameters() override;
     int SaveParameters(FileHandle file) override;
     int RestoreParameters(FileHandle file) override;
-    // 0, or kFailed with an error to show. Puts out one block per call at most.
+    // kDoneZero, or kFailed with an error to show. Puts out one block per call at most.
     int Simulation(SimulationRecord& record) override;
     int InitSim() override;
     int Stoppen() override;

@@ -19,8 +19,6 @@ constexpr int kTrigger = 2;
 constexpr int kAmplitudes = 0;
 constexpr int kPhases = 1;
 constexpr int kCoherences = 2;
-constexpr int kDone = 1;
-
 using Parameters = TODualSpektrum::Parameters;
 
 constexpr NamedValue kTransferNames[] = {

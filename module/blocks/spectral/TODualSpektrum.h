@@ -56,7 +56,7 @@ public:
     int GetParameters() override;
     int SaveParameters(FileHandle file) override;
     int RestoreParameters(FileHandle file) override;
-    // Always 1; inputs that cannot be worked on are left waiting.
+    // Always kDone; inputs that cannot be worked on are left waiting.
     int Simulation(SimulationRecord& record) override;
     int InitSim() override;
     int Stoppen() override;

@@ -12,8 +12,6 @@ namespace {
 constexpr int kReals = 0;
 constexpr int kImaginaries = 1;
 constexpr int kSignal = 0;
-constexpr int kDone = 1;
-
 // The two spectra belong together and have lines enough to make a signal of.
 bool match(const ChannelBlock& reals, const ChannelBlock& imaginaries) {
     constexpr int kFewestValues = 4;

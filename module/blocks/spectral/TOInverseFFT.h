@@ -27,7 +27,7 @@ public:
     int GetParameters() override;
     int SaveParameters(FileHandle file) override;
     int RestoreParameters(FileHandle file) override;
-    // Always 1; inputs that do not match are left waiting.
+    // Always kDone; inputs that do not match are left waiting.
     int Simulation(SimulationRecord& record) override;
     int InitSim() override;
     int Stoppen() override;

@@ -92,9 +92,9 @@ void TOSpektrum::describeSecond(ChannelBlockHeader& header, const ChannelBlock& 
 }
 
 int TOSpektrum::Simulation(SimulationRecord& record) {
-    if (!record.outputFree(kAmplitudes) || !record.inputWaits(kInput)) return kNotReady;
+    if (!record.outputFree(kAmplitudes) || !record.inputWaits(kInput)) return kNothingConsumed;
     ChannelBlock input(record.inputData[kInput]);
-    if (!input || !input.sound()) return kNotReady;
+    if (!input || !input.sound()) return kNothingConsumed;
 
     const RealTransform transform = theGlobal().analysis().functions().realTransform.address();
     const std::int64_t channels = input.channels();
@@ -104,14 +104,14 @@ int TOSpektrum::Simulation(SimulationRecord& record) {
     OutputBlock amplitudes(
         record, kAmplitudes,
         channels * SpectrumAnalysis::amplitudeLines(parameters_.amplitudeType, n), input.handle());
-    if (!amplitudes) return kNotReady;
+    if (!amplitudes) return kNothingConsumed;
     describeFirst(amplitudes.header(), input);
 
     OutputBlock phases;
     if (hasSecondOutput()) {
         phases = OutputBlock(record, kPhases, channels * SpectrumAnalysis::phaseLines(n),
                              input.handle());
-        if (!phases) return kNotReady;
+        if (!phases) return kNothingConsumed;
         describeSecond(phases.header(), input);
     }
 
@@ -121,7 +121,7 @@ int TOSpektrum::Simulation(SimulationRecord& record) {
     amplitudes.deliver();
     phases.deliver();
     consumeInput(record, kInput, input);
-    return 0;
+    return kDoneZero;
 }
 
 }  // namespace vynpack

@@ -33,7 +33,7 @@ public:
     int GetParameters() override;
     int SaveParameters(FileHandle file) override;
     int RestoreParameters(FileHandle file) override;
-    // 0 when a block was transformed, kNotReady when nothing was consumed.
+    // kDoneZero when a block was transformed, kNothingConsumed when nothing was consumed.
     int Simulation(SimulationRecord& record) override;
     int InitSim() override;
     int Stoppen() override;

@@ -23,16 +23,16 @@ std::unique_ptr<TOBlock> create() {
 
 // clang-format off
 constexpr std::array<BlockType, kBlockTypes> kTypes = {{
-    {5000, "Klassierung",            "Klassierung",            false, create<TOKlassierung>},
-    {5001, "Terz_Oktav_Analyse",     "Terz_Oktav_Analyse",     true,  create<TOTerz_Oktave>},
-    {5002, "Statistik",              "Statistik",              true,  create<TOStatistik>},
-    {5003, "Mittelwert",             "Mittelwert",             false, create<TOMittelwert>},
-    {5004, "FFT",                    "FFT",                    true,  create<TOSpektrum>},
-    {5005, "Inverse FFT",            "Inverse FFT",            true,  create<TOInverseFFT>},
-    {5006, "FFT zweier Zeitsignale", "FFT zweier Zeitsignale", false, create<TODualSpektrum>},
-    {5007, "Digitale Filter",        "Filter",                 true,  create<TODigitalFilter>},
-    {5008, "Frequenzbewertung",      "A,B,C-Bewertung",        false, create<TOFreqWeight>},
-    {5009, "Pegelberechnung",        "Pegel",                  false, create<TOLevel>},
+    {kTypeKlassierung,   "Klassierung",            "Klassierung",            false, create<TOKlassierung>},
+    {kTypeTerz_Oktave,   "Terz_Oktav_Analyse",     "Terz_Oktav_Analyse",     true,  create<TOTerz_Oktave>},
+    {kTypeStatistik,     "Statistik",              "Statistik",              true,  create<TOStatistik>},
+    {kTypeMittelwert,    "Mittelwert",             "Mittelwert",             false, create<TOMittelwert>},
+    {kTypeSpektrum,      "FFT",                    "FFT",                    true,  create<TOSpektrum>},
+    {kTypeInverseFFT,    "Inverse FFT",            "Inverse FFT",            true,  create<TOInverseFFT>},
+    {kTypeDualSpektrum,  "FFT zweier Zeitsignale", "FFT zweier Zeitsignale", false, create<TODualSpektrum>},
+    {kTypeDigitalFilter, "Digitale Filter",        "Filter",                 true,  create<TODigitalFilter>},
+    {kTypeFreqWeight,    "Frequenzbewertung",      "A,B,C-Bewertung",        false, create<TOFreqWeight>},
+    {kTypeLevel,         "Pegelberechnung",        "Pegel",                  false, create<TOLevel>},
 }};
 // clang-format on
 

@@ -9,11 +9,8 @@
 
 namespace vynpack {
 
-inline constexpr std::int32_t kFirstBlockType = 5000;
-inline constexpr std::int32_t kBlockTypes = 10;
-
 struct BlockType {
-    std::int32_t code;
+    BlockTypeCode code;
     const char* longName;
     const char* shortName;
     // All connectors must be wired before the block's Simulation is called.

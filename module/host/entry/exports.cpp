@@ -9,18 +9,13 @@
 #include "host/entry/block_types.h"
 #include "host/entry/floating_point_mode.h"
 #include "host/host_messages.h"
+#include "host/module_interface.h"
 #include "host/show_message.h"
 
 namespace vynpack {
 namespace {
 
 using Int = std::int64_t;
-
-constexpr Int kInterfaceVersion = 402;
-constexpr std::uint32_t kOldestHost = 300;
-constexpr Int kUnknownQuery = -1;
-
-enum Simulated : Int { kNoBlock = 0, kWaiting = 1, kNotWired = 2 };
 
 // Runs one export's work: its own floating-point mode, and `onFailure` for whatever it throws.
 template <class Work>
@@ -45,6 +40,13 @@ Int forward(Int answer, Int blockHandle, Operation operation) noexcept {
 Int addressOf(const char* text) { return reinterpret_cast<Int>(text); }
 
 std::int32_t typeCodeOf(Int argument) { return static_cast<std::int32_t>(argument); }
+
+void warnOfOldHost() {
+    const TOGlobal& global = theGlobal();
+    if (static_cast<std::uint32_t>(global.hostInterfaceVersion()) >= kOldestHost) return;
+    // Kept: neither id has a text; the warning of an old host is the empty box itself.
+    ShowMessage(global.hostWindow(), kBoxPlain, kTextHostTooOldCaption, kTextHostTooOld);
+}
 
 std::unique_ptr<TOBlock> newBlock(Int typeCode) {
     const BlockType* type = findBlockType(typeCodeOf(typeCode));
@@ -130,7 +132,7 @@ Int simulate(HostContext host, Int typeCode, Int blockHandle, Int dataHandle) {
     {
         const ConnectorCounts counts = countConnectors(host);
         const LockedRecord record(dataHandle);
-        if (record && !dataMoves(*record, counts)) return kWaiting;
+        if (record && !dataMoves(*record, counts)) return kNotReady;
     }
     const LockedRecord record(dataHandle);
     if (!record) return kNoBlock;
@@ -150,18 +152,14 @@ extern "C" Int SetInit(Int mode, Int window, Int value) {
     return door(0, [&] {
         TOGlobal& global = theGlobal();
         const auto word = static_cast<std::int32_t>(value);
-        if (mode == 1) {
-            global.setHostWindow(HostWindow{window});
-            global.setHostInterfaceVersion(word);
-            if (static_cast<std::uint32_t>(word) < kOldestHost) {
-                // Kept: neither id has a text; the warning of an old host is the empty box itself.
-                ShowMessage(global.hostWindow(), kBoxPlain, kTextHostTooOldCaption,
-                            kTextHostTooOld);
-            }
-        } else if (mode == 2) {
-            global.setHostModeWord(word);
-        } else if (mode == 3) {
-            global.end();
+        switch (SetInitMode{mode}) {
+            case SetInitMode::hostWindow:
+                global.setHostWindow(HostWindow{window});
+                global.setHostInterfaceVersion(word);
+                warnOfOldHost();
+                break;
+            case SetInitMode::hostMode: global.setHostModeWord(word); break;
+            case SetInitMode::shutDown: global.end(); break;
         }
         return Int{0};
     });
@@ -171,15 +169,15 @@ extern "C" Int GetInfo(Int /*hostContext*/, Int typeCode, Int query, Int blockHa
     return door(kUnknownQuery, [&]() -> Int {
         static std::int32_t unusedWord = 0;  // nothing sets it
         const BlockType* type = findBlockType(typeCodeOf(typeCode));
-        switch (static_cast<std::int32_t>(query)) {
-            case 1: return kBlockTypes;
-            case 2: return addressOf(type != nullptr ? type->longName : "");
-            case 3: return addressOf(type != nullptr ? type->shortName : "");
-            case 4: return addressOf(connectorsOf(blockHandle));
-            case 5: return kInterfaceVersion;
-            case 6: return type != nullptr ? 1 : 0;
-            case 7: return 1;
-            case 16: return unusedWord;
+        switch (static_cast<Query>(query)) {
+            case Query::typeCount: return kBlockTypes;
+            case Query::longName: return addressOf(type != nullptr ? type->longName : "");
+            case Query::shortName: return addressOf(type != nullptr ? type->shortName : "");
+            case Query::connectors: return addressOf(connectorsOf(blockHandle));
+            case Query::interfaceVersion: return kInterfaceVersion;
+            case Query::isBlockType: return type != nullptr ? 1 : 0;
+            case Query::alwaysOne: return 1;
+            case Query::unusedWord: return unusedWord;
             default: return kUnknownQuery;
         }
     });
@@ -232,7 +230,7 @@ extern "C" Int Stoppen(Int hostContext, Int /*typeCode*/, Int blockHandle, Int /
 extern "C" Int Pause(Int, Int, Int, Int) { return 1; }
 
 extern "C" Int Simulation(Int hostContext, Int typeCode, Int blockHandle, Int dataHandle) {
-    if (hostContext == 0) return kWaiting;
+    if (hostContext == 0) return kNotReady;
     return door(kFailed, [&] { return simulate(hostContext, typeCode, blockHandle, dataHandle); });
 }
 

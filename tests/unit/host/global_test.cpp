@@ -96,7 +96,7 @@ TEST(TOBlock, ConnectorTextsAreCutToTheBuffer) {
 
 TEST(HostMessages, WithoutAWindowEveryAnswerIsZero) {
     theGlobal().setHostWindow(HostWindow::none);
-    EXPECT_EQ(SendHostMessage(1188, 1, 0), 0);
+    EXPECT_EQ(SendHostMessage(HostMessage::inputCount, 1, 0), 0);
     EXPECT_EQ(host_message::inputCount(1), 0);
     EXPECT_EQ(host_message::newBlock(10), MemoryHandle::none);
     EXPECT_EQ(host_message::triggerThreshold(), nullptr);
