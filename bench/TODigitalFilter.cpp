@@ -62,7 +62,7 @@ void DigitalFilter_Butterworth(benchmark::State& state) {
     addSignal(host, state);
     TODigitalFilter block;
     block.parameters().fir = 0;
-    block.parameters().characteristic = TODigitalFilter::kButterworth;
+    block.parameters().characteristic = FilterDesign::kButterworth;
     block.parameters().cutoff = kCutoff;
     block.parameters().order = static_cast<int>(state.range(2));
     runBlock(state, host, block);

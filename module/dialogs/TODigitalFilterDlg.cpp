@@ -7,7 +7,7 @@
 namespace vynpack {
 namespace {
 
-using Filter = TODigitalFilter;
+using Filter = FilterDesign;
 
 struct ModeButton {
     int button;

@@ -20,15 +20,15 @@ void TOTerzOktavDlg::OnInitDialog() {
     const auto& parameters = block_.parameters();
     addEntry(IDC_TERZOKTAV_TYPE, kTextThirdOctave);
     addEntry(IDC_TERZOKTAV_TYPE, kTextOctave);
-    select(IDC_TERZOKTAV_TYPE, parameters.analysisType - TOTerz_Oktave::kThirdOctave);
+    select(IDC_TERZOKTAV_TYPE, parameters.analysisType - TOTerz_Oktave::Parameters::kThirdOctave);
     setChecked(IDX_TERZOKTAV_A_WEIGHTING, parameters.aWeighting != 0);
 }
 
 void TOTerzOktavDlg::OnOK() {
     auto& parameters = block_.parameters();
     // Kept: a list without a selection counts as entry -1, so that 19 is stored: octaves.
-    parameters.analysisType =
-        static_cast<std::int16_t>(selection(IDC_TERZOKTAV_TYPE) + TOTerz_Oktave::kThirdOctave);
+    parameters.analysisType = static_cast<std::int16_t>(selection(IDC_TERZOKTAV_TYPE) +
+                                                        TOTerz_Oktave::Parameters::kThirdOctave);
     parameters.aWeighting = checked(IDX_TERZOKTAV_A_WEIGHTING) ? 1 : 0;
     CDialog::OnOK();
 }

@@ -7,7 +7,7 @@
 namespace vynpack {
 namespace {
 
-using Filter = TODigitalFilter;
+using Filter = FilterDesign;
 
 bool isWhole(double value) { return std::trunc(value) == value; }
 

@@ -16,7 +16,7 @@ struct FilterDraft {
     int windowEntry = -1;  // in the list of windows; -1 is none
     bool kaiser = false;
     int characteristicEntry = -1;
-    int mode = 0;  // TODigitalFilter::Mode; 0 is none
+    int mode = 0;  // FilterDesign::Mode; 0 is none
     std::string length;
     std::string order;
     std::string ripple;
@@ -25,7 +25,7 @@ struct FilterDraft {
     std::string lower;
     std::string upper;
 
-    int characteristic() const { return characteristicEntry + TODigitalFilter::kButterworth; }
+    int characteristic() const { return characteristicEntry + FilterDesign::kButterworth; }
     bool band() const;  // band pass or band stop, with two edges
     bool pass() const;  // low or high pass, with one cut-off frequency
 

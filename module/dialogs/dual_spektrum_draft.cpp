@@ -24,11 +24,11 @@ bool DualSpectrumDraft::transferTypeOffered() const { return quantity == kTransf
 bool DualSpectrumDraft::averageFactorOffered() const { return averageTypeEntry == kWeightedEntry; }
 
 bool DualSpectrumDraft::resetCountOffered() const {
-    return resetMode == TODualSpektrum::kResetByCount;
+    return resetMode == TODualSpektrum::Parameters::kResetByCount;
 }
 
 bool DualSpectrumDraft::dataOnResetOffered() const {
-    return resetMode != TODualSpektrum::kNeverReset;
+    return resetMode != TODualSpektrum::Parameters::kNeverReset;
 }
 
 void rewriteForDialog(TODualSpektrum::Parameters& parameters) {

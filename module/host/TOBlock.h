@@ -44,28 +44,29 @@ public:
     // Shows the modal parameter dialog. [created]
     virtual int GetParameters() = 0;
     // Appends the parameter record to the host's file. [created]
-    virtual int SaveParameters(FileHandle) { return 1; }
+    virtual int SaveParameters(FileHandle) { return kDone; }
     // Reads a record; what the file does not hold keeps its value. [created]
-    virtual int RestoreParameters(FileHandle) { return 1; }
+    virtual int RestoreParameters(FileHandle) { return kDone; }
     // Handles the data that waits in the locked record. [initialised, running]
     virtual int Simulation(SimulationRecord&) { return kDone; }
     // Starts a run. [created]
-    virtual int InitSim() { return 1; }
+    virtual int InitSim() { return kDone; }
     // Ends a run; harmless without one. [any time]
-    virtual int Stoppen() { return 1; }
+    virtual int Stoppen() { return kDone; }
     // Answers one request of the keyword protocol. [any time]
     virtual int RemoteControl(MemoryHandle /*info*/, MemoryHandle /*value*/,
                               std::uint16_t /*subCode*/) {
         return 0;
     }
     // Shows the error that the run has found, if there is one. [any time]
-    virtual int ErrorShow() { return 1; }
+    virtual int ErrorShow() { return kDone; }
 
     // Memory ran out in Simulation: blocks that report errors note it. [running]
     virtual void noteOutOfMemory() noexcept {}
 
 protected:
-    std::int32_t status_ = 0;      // 1 after the reads of some block types; nothing reads it
+    // Kept: 1 once a record of some block types has been read; the module itself never asks.
+    std::int32_t status_ = 0;
     std::int32_t firstBlock_ = 0;  // 1 until a run's first data block has been handled
 };
 

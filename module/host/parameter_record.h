@@ -8,7 +8,8 @@
 //         record(self.amplitudeType, self.window, ...);
 //     }
 //
-// The size word is a constant that the type's writers chose, not the length of what follows.
+// The size word, Parameters::kRecordSizeWord, is a constant that the type's writers chose, not the
+// length of what follows.
 #pragma once
 
 #include <bit>
@@ -76,9 +77,9 @@ struct RecordFrame {
 
 // Writes the frame and the fields that Parameters::fields lists.
 template <class Parameters>
-void saveRecord(FileHandle file, std::int32_t sizeWord, const Parameters& parameters) noexcept {
+void saveRecord(FileHandle file, const Parameters& parameters) noexcept {
     RecordWriter record(file);
-    record(sizeWord, kFormatVersion);
+    record(Parameters::kRecordSizeWord, kFormatVersion);
     Parameters::fields(record, parameters);
 }
 

@@ -9,6 +9,8 @@
 #include <cstring>
 #include <span>
 #include <string_view>
+#include <type_traits>
+#include <utility>
 #include <variant>
 
 #include "host/module_interface.h"
@@ -173,8 +175,9 @@ void writeValue(const TextAccess<Subject>& access, Subject& subject, const void*
 
 // Serves one request; the result is always 0. A keyword that the table lacks changes nothing.
 template <class Subject>
-int answerRemoteControl(std::span<const Keyword<Subject>> keywords, Subject& subject,
-                        MemoryHandle infoHandle, MemoryHandle valueHandle, std::uint16_t subCode) {
+int answerRemoteControl(std::span<const Keyword<Subject>> keywords,
+                        std::type_identity_t<Subject>& subject, MemoryHandle infoHandle,
+                        MemoryHandle valueHandle, std::uint16_t subCode) {
     using namespace remote_control;
     const InfoRecord info(infoHandle);
     const SubCode request{subCode};

@@ -21,12 +21,6 @@ void unlockMemory(MemoryHandle handle) noexcept;
 // Bytes behind the handle, where the system knows them.
 std::optional<std::size_t> memorySize(MemoryHandle handle) noexcept;
 
-// Movable, zero-filled memory of the module's own; `none` when memory is out.
-MemoryHandle allocateMemory(std::size_t bytes) noexcept;
-
-// Frees it; `none` is allowed.
-void freeMemory(MemoryHandle handle) noexcept;
-
 }  // namespace platform
 
 // A lock on host memory for the length of a scope. Holds null when the handle cannot be locked.

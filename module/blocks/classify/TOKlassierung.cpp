@@ -7,14 +7,12 @@
 
 #include "host/host_messages.h"
 #include "host/keyword_members.h"
-#include "host/parameter_record.h"
 
 namespace vynpack {
 namespace {
 
-constexpr int kSignal = 0;
-constexpr int kTrigger = 1;
-constexpr int kClasses = 0;
+enum Input { kSignal, kTrigger };
+enum Output { kClasses };
 
 // Records before the first had no method; those before the second had no say in it.
 constexpr std::int32_t kFirstPaddedVersion = 400;
@@ -24,7 +22,7 @@ constexpr std::int32_t kPackedSizeWord = 78;
 // Class values of one run; beyond lies no measurement, only a mistyped number of classes.
 constexpr std::int64_t kMostResults = 10'000'000;
 
-using Parameters = TOKlassierung::Parameters;
+using Parameters = KlassierungParameters;
 
 void recomputeWidth(Parameters& p) {
     p.width = (p.end - p.begin) / p.number;
@@ -99,13 +97,12 @@ CountingRules rulesOf(const Parameters& p) {
 
 }  // namespace
 
-void TOKlassierung::GetConnectors(ConnectorText& text) const {
-    writeConnectors(text, parameters_.resetMode == kResetByTrigger ? "E,T,;A," : "E,;A,");
+std::span<const Keyword<KlassierungParameters>> KlassierungParameters::keywords() {
+    return kKeywords;
 }
 
-int TOKlassierung::SaveParameters(FileHandle file) {
-    saveRecord(file, kRecordSizeWord, parameters_);
-    return 1;
+void TOKlassierung::GetConnectors(ConnectorText& text) const {
+    writeConnectors(text, parameters_.resetMode == kResetByTrigger ? "E,T,;A," : "E,;A,");
 }
 
 int TOKlassierung::RestoreParameters(FileHandle file) {
@@ -121,7 +118,7 @@ int TOKlassierung::RestoreParameters(FileHandle file) {
         if (withoutMethod) parameters_.method = kSampleCount;
     }
     status_ = 1;
-    return 1;
+    return kDone;
 }
 
 int TOKlassierung::InitSim() {
@@ -129,16 +126,12 @@ int TOKlassierung::InitSim() {
     // Kept: the accumulator is forgotten, not given back; only Stoppen does that.
     accumulator_ = MemoryHandle::none;
     firstBlock_ = 1;
-    return 1;
+    return kDone;
 }
 
 int TOKlassierung::Stoppen() {
     abandonRun();
-    return 1;
-}
-
-int TOKlassierung::RemoteControl(MemoryHandle info, MemoryHandle value, std::uint16_t subCode) {
-    return answerRemoteControl<Parameters>(kKeywords, parameters_, info, value, subCode);
+    return kDone;
 }
 
 int TOKlassierung::Simulation(SimulationRecord& record) {
@@ -171,7 +164,7 @@ bool TOKlassierung::startRun(int channels) {
         return false;
     }
     sums.header().valueCount = run->results;
-    sums.header().xAxisKind = 0;
+    sums.header().xAxisKind = kAxisNone;
     std::ranges::fill(sums.values(), 0.0F);
     run_ = std::move(run);
     run_->method = makeCountingMethod(parameters_.method, rulesOf(parameters_), channels);

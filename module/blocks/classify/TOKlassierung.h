@@ -6,10 +6,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <span>
 
 #include "blocks/classify/core/klassierung_core.h"
-#include "host/TOBlock.h"
 #include "host/channel_block.h"
+#include "host/parameter_block.h"
 
 namespace vynpack {
 
@@ -18,58 +19,56 @@ enum ClassMode : std::int16_t { kAutomatic = 10, kManual = 11 };
 enum ClassReset : std::int16_t { kResetNever = 1013, kResetByTrigger = 1014, kResetByCount = 1015 };
 enum ClassCalculation : std::int16_t { kRelative = 1016, kAbsolute = 1017 };
 
-class TOKlassierung final : public TOBlock {
-public:
+struct KlassierungParameters {
     static constexpr std::int32_t kRecordSizeWord = 88;
 
-    struct Parameters {
-        std::int16_t mode = kAutomatic;  // for the dialog; the computation never reads it
-        std::int32_t number = 20;
-        double begin = -10.0;
-        double end = 10.0;
-        double width = 1.0;
-        double range = 20.0;  // divisor of the class index
-        std::int16_t resetMode = kResetNever;
-        std::int32_t resetBlocks = 1;  // with kResetByCount
-        std::int16_t calculation = kRelative;
-        std::int16_t method = kSampleCount;
-        double referenceLine = 0.0;
-        double hysteresis = 0.0;  // percent of the class width
+    std::int16_t mode = kAutomatic;  // for the dialog; the computation never reads it
+    std::int32_t number = 20;
+    double begin = -10.0;
+    double end = 10.0;
+    double width = 1.0;
+    double range = 20.0;  // divisor of the class index
+    std::int16_t resetMode = kResetNever;
+    std::int32_t resetBlocks = 1;  // with kResetByCount
+    std::int16_t calculation = kRelative;
+    std::int16_t method = kSampleCount;
+    double referenceLine = 0.0;
+    double hysteresis = 0.0;  // percent of the class width
 
-        // The record of 88 bytes has gaps, and two words at its end that mean nothing: written as
-        // zeros, passed over when read.
-        template <class Record, class Self>
-        static void fields(Record& record, Self& self) {
-            std::array<std::byte, 2> gap2{};
-            std::array<std::byte, 4> gap4{};
-            std::array<std::byte, 16> spare{};
-            record(self.mode, gap2, self.number, self.begin, self.end, self.width, self.range,
-                   self.resetMode, gap2, self.resetBlocks, self.calculation, self.method, gap4,
-                   self.referenceLine, self.hysteresis, spare);
-        }
+    // The record of 88 bytes has gaps, and two words at its end that mean nothing: written as
+    // zeros, passed over when read.
+    template <class Record, class Self>
+    static void fields(Record& record, Self& self) {
+        std::array<std::byte, 2> gap2{};
+        std::array<std::byte, 4> gap4{};
+        std::array<std::byte, 16> spare{};
+        record(self.mode, gap2, self.number, self.begin, self.end, self.width, self.range,
+               self.resetMode, gap2, self.resetBlocks, self.calculation, self.method, gap4,
+               self.referenceLine, self.hysteresis, spare);
+    }
 
-        // The 46 bytes without gaps of old records, which know no method.
-        template <class Record, class Self>
-        static void packedFields(Record& record, Self& self) {
-            record(self.mode, self.number, self.begin, self.end, self.width, self.range,
-                   self.resetMode, self.resetBlocks, self.calculation);
-        }
-    };
+    // The 46 bytes without gaps of old records, which know no method.
+    template <class Record, class Self>
+    static void packedFields(Record& record, Self& self) {
+        record(self.mode, self.number, self.begin, self.end, self.width, self.range, self.resetMode,
+               self.resetBlocks, self.calculation);
+    }
 
+    static std::span<const Keyword<KlassierungParameters>> keywords();
+};
+
+class TOKlassierung final : public ParameterBlock<KlassierungParameters> {
+public:
     TOKlassierung() = default;
     ~TOKlassierung() override { releaseAccumulator(); }
 
     void GetConnectors(ConnectorText& text) const override;
     int GetParameters() override;
-    int SaveParameters(FileHandle file) override;
     int RestoreParameters(FileHandle file) override;
     // kDone, or kFailed when the number of channels has changed or a block could not be handled.
     int Simulation(SimulationRecord& record) override;
     int InitSim() override;
     int Stoppen() override;
-    int RemoteControl(MemoryHandle info, MemoryHandle value, std::uint16_t subCode) override;
-
-    Parameters& parameters() { return parameters_; }
 
 private:
     // What the first data block of a run fixes.
@@ -87,8 +86,6 @@ private:
     bool countBlock(SimulationRecord& record, const ChannelBlock& input);
     bool triggered(SimulationRecord& record) const;
     void resetCounts();
-
-    Parameters parameters_;
 
     std::unique_ptr<Run> run_;
     MemoryHandle accumulator_ = MemoryHandle::none;  // a data block of the host's with the results

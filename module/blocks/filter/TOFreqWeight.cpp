@@ -1,37 +1,22 @@
 #include "blocks/filter/TOFreqWeight.h"
 
-#include <cmath>
 #include <utility>
 
 #include "blocks/filter/weighting/freq_weight_core.h"
 #include "host/TOGlobal.h"
 #include "host/host_messages.h"
 #include "host/keyword_members.h"
-#include "host/parameter_record.h"
 
 namespace vynpack {
 namespace {
 
-constexpr std::int32_t kRecordSizeWord = 160;
 enum Input { kSignal, kControl };
 enum Output { kWeighted };
 
-// Hz, of time signals.
-constexpr double kLowestRate = 4000.0;
-constexpr double kHighestRate = 1e6;
-
-constexpr int kMostFilters = 16384;
 constexpr int kFilterKind = 0;  // the library's low pass; the roots are filled in here
 
-// Rounded half up; below 0.5, and without a number, linear.
-std::int16_t weightingOfControl(float value) {
-    const double rounded = std::floor(static_cast<double>(value) + 0.5);
-    if (!(rounded > 0.0)) return 0;
-    return rounded >= 3.0 ? std::int16_t{3} : static_cast<std::int16_t>(rounded);
-}
-
 std::int32_t unitOf(const ChannelBlockHeader& header) {
-    return header.xAxisKind == 0 ? kAxisSeconds : header.xAxisKind;
+    return header.xAxisKind == kAxisNone ? kAxisSeconds : header.xAxisKind;
 }
 
 SpectrumAxis spectrumAxisOf(const ChannelBlock& block) {
@@ -58,29 +43,25 @@ std::optional<SpectrumValues> spectrumValuesOf(std::int32_t yUnit) {
     }
 }
 
-constexpr Keyword<TOFreqWeight::Parameters> kKeywords[] = {
-    {"PkXweight", integer<&TOFreqWeight::Parameters::weighting>()},
+using Parameters = FreqWeightParameters;
+
+constexpr Keyword<Parameters> kKeywords[] = {
+    {"PkXweight", integer<&Parameters::weighting>()},
 };
 
 }  // namespace
 
+std::span<const Keyword<FreqWeightParameters>> FreqWeightParameters::keywords() {
+    return kKeywords;
+}
+
 void TOFreqWeight::GetConnectors(ConnectorText& text) const { writeConnectors(text, "E,S,;A,"); }
-
-int TOFreqWeight::SaveParameters(FileHandle file) {
-    saveRecord(file, kRecordSizeWord, parameters_);
-    return 1;
-}
-
-int TOFreqWeight::RestoreParameters(FileHandle file) {
-    restoreRecord(file, parameters_);
-    return 1;
-}
 
 int TOFreqWeight::InitSim() {
     held_ = MemoryHandle::none;
     firstBlock_ = 1;
-    error_.clear();
-    return 1;
+    forgetError();
+    return kDone;
 }
 
 int TOFreqWeight::Simulation(SimulationRecord& record) {
@@ -114,29 +95,17 @@ int TOFreqWeight::Simulation(SimulationRecord& record) {
 }
 
 int TOFreqWeight::Stoppen() {
-    filters_.clear();
+    filters_ = {};
     if (held_ != MemoryHandle::none)
         host_message::release(std::exchange(held_, MemoryHandle::none));
-    return 1;
-}
-
-int TOFreqWeight::RemoteControl(MemoryHandle info, MemoryHandle value, std::uint16_t subCode) {
-    return answerRemoteControl<Parameters>(kKeywords, parameters_, info, value, subCode);
-}
-
-int TOFreqWeight::ErrorShow() { return error_.show(); }
-
-void TOFreqWeight::noteOutOfMemory() noexcept { error_.report(kTextOutOfMemory); }
-
-int TOFreqWeight::fail(TextId text) noexcept {
-    error_.report(text);
-    return kFailed;
+    return kDone;
 }
 
 // A control value replaces the weighting parameter.
 void TOFreqWeight::takeControl(SimulationRecord& record) {
     takeControlInput(record, kControl, [this](std::span<const float> values) {
-        if (!values.empty()) parameters_.weighting = weightingOfControl(values.front());
+        if (!values.empty())
+            parameters_.weighting = static_cast<std::int16_t>(weightingOfControl(values.front()));
     });
 }
 
@@ -153,8 +122,12 @@ std::optional<TextId> TOFreqWeight::startRun(const Signal& signal) {
     signal_ = signal;
     if (!signal.isTime()) return std::nullopt;
     const double rate = signal.sampleRate();
-    if (!(rate >= kLowestRate && rate <= kHighestRate)) return kTextCutoffAboveNyquist;
-    if (!createFilters(signal.channels)) return kTextOutOfMemory;
+    if (!takesWeightingFilter(rate)) return kTextCutoffAboveNyquist;
+    filterCurve_ = WeightingCurve::linear;
+    filters_ = {};
+    filters_ = ChannelFilters::create(theGlobal().analysis().functions(), kFilterKind,
+                                      kWeightingFilterOrder, signal.channels);
+    if (!filters_) return kTextOutOfMemory;
     return std::nullopt;
 }
 
@@ -165,32 +138,17 @@ std::optional<TextId> TOFreqWeight::compare(const Signal& signal) const {
     return std::nullopt;
 }
 
-bool TOFreqWeight::createFilters(int channels) {
-    filters_.clear();
-    filterCurve_ = WeightingCurve::linear;
-    if (channels > kMostFilters) return false;
-    std::vector<FilterObject> filters;
-    filters.reserve(static_cast<std::size_t>(channels));
-    for (int channel = 0; channel < channels; ++channel) {
-        FilterObject object(theGlobal().analysis().functions(), kFilterKind, kWeightingFilterOrder);
-        if (!object) return false;
-        filters.push_back(std::move(object));
-    }
-    filters_ = std::move(filters);
-    return true;
-}
-
 // False when the run has no filters: it was stopped.
 bool TOFreqWeight::filterValues(std::span<const float> in, std::span<float> out) {
-    if (filters_.size() != static_cast<std::size_t>(signal_.channels)) return false;
+    const std::span<const FilterObject> objects = filters_.objects();
+    if (objects.empty()) return false;
     if (std::exchange(filterCurve_, curve()) != curve()) {
-        for (const FilterObject& filter : filters_) {
-            designWeightingFilter(curve(), signal_.sampleRate(), filter.head());
-        }
+        ovanlys::FilterHead& design = objects.front().head();
+        designWeightingFilter(curve(), signal_.sampleRate(), design);
+        for (const FilterObject& object : objects.subspan(1))
+            object.head() = design;
     }
-    rows_.filter(in, signal_.channels, out, [this](int channel, std::span<double> row) {
-        filters_[static_cast<std::size_t>(channel)].filter(row);
-    });
+    filters_.filter(in, out);
     return true;
 }
 

@@ -5,42 +5,37 @@
 #include <array>
 #include <cstdint>
 #include <optional>
-#include <vector>
+#include <span>
 
-#include "blocks/filter/core/channel_rows.h"
+#include "blocks/filter/channel_filters.h"
 #include "blocks/filter/weighting/spectrum_weighting.h"
 #include "blocks/filter/weighting/weighting_curves.h"
-#include "host/TOBlock.h"
 #include "host/channel_block.h"
-#include "host/show_message.h"
-#include "libs/filter_object.h"
+#include "host/parameter_block.h"
 
 namespace vynpack {
 
-class TOFreqWeight final : public TOBlock {
+struct FreqWeightParameters {
+    static constexpr std::int32_t kRecordSizeWord = 160;
+
+    std::int16_t weighting = 0;   // 0 linear, 1 A, 2 B, 3 C
+    std::array<char, 33> text{};  // saved and restored, otherwise unused
+
+    template <class Record, class Self>
+    static void fields(Record& record, Self& self) {
+        record(self.weighting, self.text);
+    }
+
+    static std::span<const Keyword<FreqWeightParameters>> keywords();
+};
+
+class TOFreqWeight final : public ReportingBlock<FreqWeightParameters> {
 public:
-    struct Parameters {
-        std::int16_t weighting = 0;   // 0 linear, 1 A, 2 B, 3 C
-        std::array<char, 33> text{};  // saved and restored, otherwise unused
-
-        template <class Record, class Self>
-        static void fields(Record& record, Self& self) {
-            record(self.weighting, self.text);
-        }
-    };
-
-    Parameters& parameters() noexcept { return parameters_; }
-
     void GetConnectors(ConnectorText& text) const override;
     int GetParameters() override;
-    int SaveParameters(FileHandle file) override;
-    int RestoreParameters(FileHandle file) override;
     int Simulation(SimulationRecord& record) override;
     int InitSim() override;
     int Stoppen() override;
-    int RemoteControl(MemoryHandle info, MemoryHandle value, std::uint16_t subCode) override;
-    int ErrorShow() override;
-    void noteOutOfMemory() noexcept override;
 
 private:
     // What a run's data blocks have in common.
@@ -61,22 +56,16 @@ private:
     // held against, and builds the filters of a time signal.
     std::optional<TextId> startRun(const Signal& signal);
     std::optional<TextId> compare(const Signal& signal) const;
-    bool createFilters(int channels);
     bool filterValues(std::span<const float> in, std::span<float> out);
     void weightSpectrum(const ChannelBlock& input, std::span<float> out);
     WeightingCurve curve() const noexcept { return weightingCurveOf(parameters_.weighting); }
-    int fail(TextId text) noexcept;
-
-    Parameters parameters_;
 
     // Run state.
     MemoryHandle held_ = MemoryHandle::none;  // input being processed, or left by a failure
-    DeferredError error_;
     Signal signal_;
-    std::vector<FilterObject> filters_;  // one per channel
+    ChannelFilters filters_;  // of a time signal
     // The curve that the filters are designed for; linear: for none.
     WeightingCurve filterCurve_ = WeightingCurve::linear;
-    ChannelRows rows_;
     SpectrumWeighting spectrum_;
 };
 

@@ -7,16 +7,14 @@
 
 #include "host/host_messages.h"
 #include "host/keyword_members.h"
-#include "host/parameter_record.h"
 
 namespace vynpack {
 namespace {
 
-constexpr int kSignal = 0;
-constexpr int kControl = 1;
-constexpr int kLevels = 0;
+enum Input { kSignal, kControl };
+enum Output { kLevels };
 
-using Parameters = TOLevel::Parameters;
+using Parameters = LevelParameters;
 
 constexpr Keyword<Parameters> kKeywords[] = {
     {"PkRMS", integer<&Parameters::rms>(), ValueType::flag},
@@ -36,7 +34,7 @@ int secondsOf(int clockPeriod) {
 
 // An absent unit counts as seconds.
 std::int32_t timeUnitOf(const ChannelBlockHeader& header) {
-    return header.xAxisKind == 0 ? kAxisSeconds : header.xAxisKind;
+    return header.xAxisKind == kAxisNone ? kAxisSeconds : header.xAxisKind;
 }
 
 double stepInSeconds(const ChannelBlockHeader& header) {
@@ -51,17 +49,9 @@ std::int32_t controlBits(float control) {
 
 }  // namespace
 
+std::span<const Keyword<LevelParameters>> LevelParameters::keywords() { return kKeywords; }
+
 void TOLevel::GetConnectors(ConnectorText& text) const { writeConnectors(text, "E,S,;A,"); }
-
-int TOLevel::SaveParameters(FileHandle file) {
-    saveRecord(file, kRecordSizeWord, parameters_);
-    return 1;
-}
-
-int TOLevel::RestoreParameters(FileHandle file) {
-    restoreRecord(file, parameters_);
-    return 1;
-}
 
 int TOLevel::InitSim() {
     run_.reset();
@@ -69,8 +59,8 @@ int TOLevel::InitSim() {
     control_ = 0.0F;
     held_ = MemoryHandle::none;
     readSamples_ = 0;
-    error_.clear();
-    return 1;
+    forgetError();
+    return kDone;
 }
 
 int TOLevel::Stoppen() {
@@ -78,20 +68,7 @@ int TOLevel::Stoppen() {
     if (held_ != MemoryHandle::none)
         host_message::release(std::exchange(held_, MemoryHandle::none));
     readSamples_ = 0;
-    return 1;
-}
-
-int TOLevel::RemoteControl(MemoryHandle info, MemoryHandle value, std::uint16_t subCode) {
-    return answerRemoteControl<Parameters>(kKeywords, parameters_, info, value, subCode);
-}
-
-int TOLevel::ErrorShow() { return error_.show(); }
-
-void TOLevel::noteOutOfMemory() noexcept { error_.report(kTextOutOfMemory); }
-
-int TOLevel::fail(TextId text) noexcept {
-    error_.report(text);
-    return kFailed;
+    return kDone;
 }
 
 LevelMode TOLevel::mode() const {

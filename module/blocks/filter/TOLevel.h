@@ -5,46 +5,41 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <span>
 
 #include "blocks/filter/level/level_core.h"
-#include "host/TOBlock.h"
 #include "host/channel_block.h"
-#include "host/show_message.h"
+#include "host/parameter_block.h"
 
 namespace vynpack {
 
-class TOLevel final : public TOBlock {
-public:
+struct LevelParameters {
     static constexpr std::int32_t kRecordSizeWord = 272;
 
-    struct Parameters {
-        std::int16_t rms = 1;                // 0: the momentary squares (peak)
-        std::int16_t timeWeighting = kSlow;  // of the mean squares
-        std::int16_t clockPeriod = 1;        // 0, 1, 2: 1 s, 3 s, 5 s
-        double blankedSeconds = 0.0;         // taken back before a pause
-        double outputFrequency = 10.0;       // Hz
-        std::array<char, 33> text{};         // saved and restored only
+    std::int16_t rms = 1;                // 0: the momentary squares (peak)
+    std::int16_t timeWeighting = kSlow;  // of the mean squares
+    std::int16_t clockPeriod = 1;        // 0, 1, 2: 1 s, 3 s, 5 s
+    double blankedSeconds = 0.0;         // taken back before a pause
+    double outputFrequency = 10.0;       // Hz
+    std::array<char, 33> text{};         // saved and restored only
 
-        template <class Record, class Self>
-        static void fields(Record& record, Self& self) {
-            record(self.rms, self.timeWeighting, self.clockPeriod, self.blankedSeconds,
-                   self.outputFrequency, self.text);
-        }
-    };
+    template <class Record, class Self>
+    static void fields(Record& record, Self& self) {
+        record(self.rms, self.timeWeighting, self.clockPeriod, self.blankedSeconds,
+               self.outputFrequency, self.text);
+    }
 
+    static std::span<const Keyword<LevelParameters>> keywords();
+};
+
+class TOLevel final : public ReportingBlock<LevelParameters> {
+public:
     void GetConnectors(ConnectorText& text) const override;
     int GetParameters() override;
-    int SaveParameters(FileHandle file) override;
-    int RestoreParameters(FileHandle file) override;
     // kDoneZero, or kFailed with an error to show. Puts out one block per call at most.
     int Simulation(SimulationRecord& record) override;
     int InitSim() override;
     int Stoppen() override;
-    int RemoteControl(MemoryHandle info, MemoryHandle value, std::uint16_t subCode) override;
-    int ErrorShow() override;
-    void noteOutOfMemory() noexcept override;
-
-    Parameters& parameters() { return parameters_; }
 
 private:
     // What the first data block of a run fixes.
@@ -57,7 +52,6 @@ private:
         double outputStep;      // seconds
     };
 
-    int fail(TextId text) noexcept;
     int startRun(const ChannelBlock& input);
     int checkUnchanged(const ChannelBlock& input);
     bool emit(SimulationRecord& record);
@@ -65,14 +59,11 @@ private:
     void releaseHeld(SimulationRecord& record, ChannelBlock& input);
     LevelMode mode() const;
 
-    Parameters parameters_;
-
     std::optional<Run> run_;
     int clockSeconds_ = 3;
     float control_ = 0.0F;                    // the last value at the control input
     MemoryHandle held_ = MemoryHandle::none;  // the input's data block in work
     std::int64_t readSamples_ = 0;            // of it, per channel
-    DeferredError error_;
 };
 
 }  // namespace vynpack

@@ -8,18 +8,14 @@
 #include "blocks/spectral/spectral_names.h"
 #include "host/TOGlobal.h"
 #include "host/keyword_members.h"
-#include "host/parameter_record.h"
 
 namespace vynpack {
 namespace {
 
-constexpr int kExcitation = 0;
-constexpr int kResponse = 1;
-constexpr int kTrigger = 2;
-constexpr int kAmplitudes = 0;
-constexpr int kPhases = 1;
-constexpr int kCoherences = 2;
-using Parameters = TODualSpektrum::Parameters;
+enum Input { kExcitation, kResponse, kTrigger };
+enum Output { kAmplitudes, kPhases, kCoherences };
+
+using Parameters = DualSpektrumParameters;
 
 constexpr NamedValue kTransferNames[] = {
     {kTransferH1, "SPECTRUM H1"},
@@ -60,21 +56,21 @@ constexpr Keyword<Parameters> kKeywords[] = {
     {"PkCoherence", integer<&Parameters::coherence>()},
     {"PkTransFCTType", writeOnly<&Parameters::transferType, kTransferTexts>()},
     // Kept: the switch reads back one higher than the number that sets it.
-    {"PkCrossSpectr", integer<&Parameters::quantity, TODualSpektrum::kCrossSpectrum,
-                              TODualSpektrum::kCrossSpectrum - 1>()},
+    {"PkCrossSpectr",
+     integer<&Parameters::quantity, Parameters::kCrossSpectrum, Parameters::kCrossSpectrum - 1>()},
     {"PkAverageType", writeOnly<&Parameters::averageType, kAverageTexts>()},
     {"PkAverageSource", integer<&Parameters::averageSource, kAverageAmplitude>()},
     {"PkWndFct", writeOnly<&Parameters::window, kWindowTexts>()},
     {"PkWndCorrectTyp", integer<&Parameters::correction, kNoCorrection>()},
     {"PkWndPara", real<&Parameters::windowParameter>()},
-    {"PkResetMode", integer<&Parameters::resetMode, TODualSpektrum::kNeverReset>()},
+    {"PkResetMode", integer<&Parameters::resetMode, Parameters::kNeverReset>()},
     {"PkResetCount", integer<&Parameters::resetCount>()},
     {"PkDataOnReset", integer<&Parameters::dataOnReset>()},
     {"PkAvgFactor", real<&Parameters::averageFactor>()},
 };
 
 DualSpectrumSettings settingsOf(const Parameters& p) {
-    return {.crossSpectrum = p.quantity == TODualSpektrum::kCrossSpectrum,
+    return {.crossSpectrum = p.quantity == Parameters::kCrossSpectrum,
             .transferType = p.transferType,
             .amplitudeType = p.amplitudeType,
             .averageType = p.averageType,
@@ -111,6 +107,10 @@ std::span<float> valuesOf(const OutputBlock& output) {
 
 }  // namespace
 
+std::span<const Keyword<DualSpektrumParameters>> DualSpektrumParameters::keywords() {
+    return kKeywords;
+}
+
 void TODualSpektrum::GetConnectors(ConnectorText& text) const {
     const bool parts = parameters_.amplitudeType == kRealImaginary;
     const char* first = parts ? "R," : "A,";
@@ -121,34 +121,20 @@ void TODualSpektrum::GetConnectors(ConnectorText& text) const {
     writeConnectors(text, connectors.data());
 }
 
-int TODualSpektrum::SaveParameters(FileHandle file) {
-    saveRecord(file, kRecordSizeWord, parameters_);
-    return 1;
-}
-
-int TODualSpektrum::RestoreParameters(FileHandle file) {
-    restoreRecord(file, parameters_);
-    return 1;
-}
-
 int TODualSpektrum::InitSim() {
     spectrum_.release();
     triggered_ = false;
-    return 1;
+    return kDone;
 }
 
 int TODualSpektrum::Stoppen() {
     spectrum_.release();
     triggered_ = false;
-    return 1;
-}
-
-int TODualSpektrum::RemoteControl(MemoryHandle info, MemoryHandle value, std::uint16_t subCode) {
-    return answerRemoteControl<Parameters>(kKeywords, parameters_, info, value, subCode);
+    return kDone;
 }
 
 void TODualSpektrum::takeTrigger(SimulationRecord& record) {
-    if (parameters_.resetMode != kResetByTrigger) return;
+    if (parameters_.resetMode != Parameters::kResetByTrigger) return;
     takeControlInput(record, kTrigger, [this](std::span<const float> values) {
         triggered_ = triggered_ || std::any_of(values.begin(), values.end(),
                                                [](float value) { return value > kTriggerLevel; });
@@ -157,16 +143,16 @@ void TODualSpektrum::takeTrigger(SimulationRecord& record) {
 
 // The block at hand is the last of its average.
 bool TODualSpektrum::averageEnds() const {
-    if (parameters_.resetMode == kResetByCount) {
+    if (parameters_.resetMode == Parameters::kResetByCount) {
         return spectrum_.progress().nextBlock() ==
                static_cast<std::uint32_t>(parameters_.resetCount);
     }
-    return parameters_.resetMode == kResetByTrigger && triggered_;
+    return parameters_.resetMode == Parameters::kResetByTrigger && triggered_;
 }
 
 bool TODualSpektrum::deliversNow(bool averageEnds) const {
     return parameters_.dataOnReset == 0 || averageEnds || parameters_.averageType == kNoAveraging ||
-           parameters_.resetMode == kNeverReset;
+           parameters_.resetMode == Parameters::kNeverReset;
 }
 
 bool TODualSpektrum::openOutputs(SimulationRecord& record, const ChannelBlock& excitation,

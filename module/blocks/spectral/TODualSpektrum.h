@@ -4,15 +4,15 @@
 
 #include <array>
 #include <cstdint>
+#include <span>
 
 #include "blocks/spectral/core/dual_spektrum_core.h"
-#include "host/TOBlock.h"
 #include "host/channel_block.h"
+#include "host/parameter_block.h"
 
 namespace vynpack {
 
-class TODualSpektrum final : public TOBlock {
-public:
+struct DualSpektrumParameters {
     static constexpr std::int32_t kRecordSizeWord = 88;
 
     // What is computed: control ids of the dialog. Any other number is the transfer function.
@@ -25,44 +25,42 @@ public:
         kResetByCount = 1015,
     };
 
-    struct Parameters {
-        std::uint16_t outputChannelMode = 1143;  // no effect on processing
-        std::uint16_t phase = 0;                 // non-zero: the phase output
-        std::uint16_t coherence = 0;             // non-zero: the coherence output
-        std::uint16_t quantity = kCrossSpectrum;
-        std::uint16_t transferType = kTransferH0;
-        std::uint16_t amplitudeType = kPeak;
-        std::uint16_t averageType = kNoAveraging;
-        std::uint16_t averageSource = kAverageAmplitude;
-        std::uint16_t window = kNoWindow;
-        std::uint16_t correction = kNoCorrection;
-        double windowParameter = 10.0;
-        std::uint16_t resetMode = kNeverReset;
-        std::int32_t resetCount = 10;   // data blocks per average
-        std::uint16_t dataOnReset = 0;  // non-zero: output only with the last block of an average
-        double averageFactor = 1.0;     // growth of the weight of weighted averaging
-        std::array<char, 32> reserved{};
+    std::uint16_t outputChannelMode = 1143;  // no effect on processing
+    std::uint16_t phase = 0;                 // non-zero: the phase output
+    std::uint16_t coherence = 0;             // non-zero: the coherence output
+    std::uint16_t quantity = kCrossSpectrum;
+    std::uint16_t transferType = kTransferH0;
+    std::uint16_t amplitudeType = kPeak;
+    std::uint16_t averageType = kNoAveraging;
+    std::uint16_t averageSource = kAverageAmplitude;
+    std::uint16_t window = kNoWindow;
+    std::uint16_t correction = kNoCorrection;
+    double windowParameter = 10.0;
+    std::uint16_t resetMode = kNeverReset;
+    std::int32_t resetCount = 10;   // data blocks per average
+    std::uint16_t dataOnReset = 0;  // non-zero: output only with the last block of an average
+    double averageFactor = 1.0;     // growth of the weight of weighted averaging
+    std::array<char, 32> reserved{};
 
-        template <class Record, class Self>
-        static void fields(Record& record, Self& self) {
-            record(self.outputChannelMode, self.phase, self.coherence, self.quantity,
-                   self.transferType, self.amplitudeType, self.averageType, self.averageSource,
-                   self.window, self.correction, self.windowParameter, self.resetMode,
-                   self.resetCount, self.dataOnReset, self.averageFactor, self.reserved);
-        }
-    };
+    template <class Record, class Self>
+    static void fields(Record& record, Self& self) {
+        record(self.outputChannelMode, self.phase, self.coherence, self.quantity, self.transferType,
+               self.amplitudeType, self.averageType, self.averageSource, self.window,
+               self.correction, self.windowParameter, self.resetMode, self.resetCount,
+               self.dataOnReset, self.averageFactor, self.reserved);
+    }
 
+    static std::span<const Keyword<DualSpektrumParameters>> keywords();
+};
+
+class TODualSpektrum final : public ParameterBlock<DualSpektrumParameters> {
+public:
     void GetConnectors(ConnectorText& text) const override;
     int GetParameters() override;
-    int SaveParameters(FileHandle file) override;
-    int RestoreParameters(FileHandle file) override;
     // Always kDone; inputs that cannot be worked on are left waiting.
     int Simulation(SimulationRecord& record) override;
     int InitSim() override;
     int Stoppen() override;
-    int RemoteControl(MemoryHandle info, MemoryHandle value, std::uint16_t subCode) override;
-
-    Parameters& parameters() { return parameters_; }
 
 private:
     struct Outputs {
@@ -76,7 +74,6 @@ private:
     bool deliversNow(bool averageEnds) const;
     bool openOutputs(SimulationRecord& record, const ChannelBlock& excitation, Outputs& outputs);
 
-    Parameters parameters_;
     DualSpectrum spectrum_;
     bool triggered_ = false;  // by a trigger whose data block waits for the host's memory
 };

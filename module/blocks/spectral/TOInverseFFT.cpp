@@ -4,14 +4,13 @@
 
 #include "host/TOGlobal.h"
 #include "host/channel_block.h"
-#include "host/parameter_record.h"
 
 namespace vynpack {
 namespace {
 
-constexpr int kReals = 0;
-constexpr int kImaginaries = 1;
-constexpr int kSignal = 0;
+enum Input { kReals, kImaginaries };
+enum Output { kSignal };
+
 // The two spectra belong together and have lines enough to make a signal of.
 bool match(const ChannelBlock& reals, const ChannelBlock& imaginaries) {
     constexpr int kFewestValues = 4;
@@ -36,25 +35,15 @@ void describeSignal(ChannelBlockHeader& header, const ChannelBlockHeader& spectr
 
 void TOInverseFFT::GetConnectors(ConnectorText& text) const { writeConnectors(text, "R,I,;A,"); }
 
-int TOInverseFFT::SaveParameters(FileHandle file) {
-    saveRecord(file, kRecordSizeWord, parameters_);
-    return 1;
-}
-
-int TOInverseFFT::RestoreParameters(FileHandle file) {
-    restoreRecord(file, parameters_);
-    return 1;
-}
-
 int TOInverseFFT::InitSim() {
     synthesis_.release();
     firstBlock_ = 1;
-    return 1;
+    return kDone;
 }
 
 int TOInverseFFT::Stoppen() {
     synthesis_.release();
-    return 1;
+    return kDone;
 }
 
 int TOInverseFFT::Simulation(SimulationRecord& record) {

@@ -6,16 +6,14 @@
 #include "blocks/spectral/spectral_names.h"
 #include "host/TOGlobal.h"
 #include "host/keyword_members.h"
-#include "host/parameter_record.h"
 
 namespace vynpack {
 namespace {
 
-constexpr int kInput = 0;
-constexpr int kAmplitudes = 0;
-constexpr int kPhases = 1;
+enum Input { kSignal };
+enum Output { kAmplitudes, kPhases };
 
-using Parameters = TOSpektrum::Parameters;
+using Parameters = SpektrumParameters;
 
 constexpr Keyword<Parameters> kKeywords[] = {
     // Kept: the density spectrum reads back under its long name but is set with "PSD".
@@ -37,6 +35,8 @@ SpectrumSettings settingsOf(const Parameters& p) {
 
 }  // namespace
 
+std::span<const Keyword<SpektrumParameters>> SpektrumParameters::keywords() { return kKeywords; }
+
 void TOSpektrum::GetConnectors(ConnectorText& text) const {
     if (parameters_.amplitudeType == kRealImaginary) {
         writeConnectors(text, "E,;R,I,");
@@ -45,28 +45,14 @@ void TOSpektrum::GetConnectors(ConnectorText& text) const {
     }
 }
 
-int TOSpektrum::SaveParameters(FileHandle file) {
-    saveRecord(file, kRecordSizeWord, parameters_);
-    return 1;
-}
-
-int TOSpektrum::RestoreParameters(FileHandle file) {
-    restoreRecord(file, parameters_);
-    return 1;
-}
-
 int TOSpektrum::InitSim() {
     analysis_.release();
-    return 1;
+    return kDone;
 }
 
 int TOSpektrum::Stoppen() {
     analysis_.release();
-    return 1;
-}
-
-int TOSpektrum::RemoteControl(MemoryHandle info, MemoryHandle value, std::uint16_t subCode) {
-    return answerRemoteControl<Parameters>(kKeywords, parameters_, info, value, subCode);
+    return kDone;
 }
 
 bool TOSpektrum::hasSecondOutput() const {
@@ -92,8 +78,8 @@ void TOSpektrum::describeSecond(ChannelBlockHeader& header, const ChannelBlock& 
 }
 
 int TOSpektrum::Simulation(SimulationRecord& record) {
-    if (!record.outputFree(kAmplitudes) || !record.inputWaits(kInput)) return kNothingConsumed;
-    ChannelBlock input(record.inputData[kInput]);
+    if (!record.outputFree(kAmplitudes) || !record.inputWaits(kSignal)) return kNothingConsumed;
+    ChannelBlock input(record.inputData[kSignal]);
     if (!input || !input.sound()) return kNothingConsumed;
 
     const RealTransform transform = theGlobal().analysis().functions().realTransform.address();
@@ -120,7 +106,7 @@ int TOSpektrum::Simulation(SimulationRecord& record) {
                       phases ? phases.values() : std::span<float>{});
     amplitudes.deliver();
     phases.deliver();
-    consumeInput(record, kInput, input);
+    consumeInput(record, kSignal, input);
     return kDoneZero;
 }
 

@@ -4,18 +4,17 @@
 
 #include "host/channel_block.h"
 #include "host/keyword_members.h"
-#include "host/parameter_record.h"
 #include "host/show_message.h"
 
 namespace vynpack {
 namespace {
 
-constexpr int kInput = 0;
-constexpr int kOutput = 0;
+enum Input { kSpectrum };
+enum Output { kBands };
 
-using Parameters = TOTerz_Oktave::Parameters;
+using Parameters = Terz_OktaveParameters;
 
-constexpr int kAnalysisBase = TOTerz_Oktave::kThirdOctave - 1;
+constexpr int kAnalysisBase = Parameters::kThirdOctave - 1;
 
 constexpr Keyword<Parameters> kKeywords[] = {
     {"PkAnalysis", choice<&Parameters::analysisType, kAnalysisBase, 2>()},
@@ -36,40 +35,35 @@ bool isFrequency(std::int32_t axisKind) {
 
 }  // namespace
 
-void TOTerz_Oktave::GetConnectors(ConnectorText& text) const { writeConnectors(text, "E,;A,"); }
-
-int TOTerz_Oktave::SaveParameters(FileHandle file) {
-    saveRecord(file, kRecordSizeWord, parameters_);
-    return 1;
+std::span<const Keyword<Terz_OktaveParameters>> Terz_OktaveParameters::keywords() {
+    return kKeywords;
 }
+
+void TOTerz_Oktave::GetConnectors(ConnectorText& text) const { writeConnectors(text, "E,;A,"); }
 
 int TOTerz_Oktave::RestoreParameters(FileHandle file) {
     RecordReader record(file);
     RecordFrame frame;
-    if (!record(frame.size) || frame.size != kRecordSizeWord) return 1;
+    if (!record(frame.size) || frame.size != Parameters::kRecordSizeWord) return kDone;
     record(frame.version);
     Parameters::fields(record, parameters_);
     status_ = 1;
-    return 1;
+    return kDone;
 }
 
 int TOTerz_Oktave::InitSim() {
-    const bool thirds = parameters_.analysisType == kThirdOctave;
+    const bool thirds = parameters_.analysisType == Parameters::kThirdOctave;
     analysis_.start(thirds ? thirdOctaveBands() : octaveBands());
-    return 1;
+    return kDone;
 }
 
 int TOTerz_Oktave::Stoppen() {
     analysis_.stop();
-    return 1;
-}
-
-int TOTerz_Oktave::RemoteControl(MemoryHandle info, MemoryHandle value, std::uint16_t subCode) {
-    return answerRemoteControl<Parameters>(kKeywords, parameters_, info, value, subCode);
+    return kDone;
 }
 
 int TOTerz_Oktave::Simulation(SimulationRecord& record) {
-    ChannelBlock input(record.inputData[kInput]);
+    ChannelBlock input(record.inputData[kSpectrum]);
     if (!input || !input.hasRoomFor(0)) return kFailed;
     const ChannelBlockHeader& axis = input.header();
     if (!isFrequency(axis.xAxisKind)) {
@@ -77,7 +71,7 @@ int TOTerz_Oktave::Simulation(SimulationRecord& record) {
         return kFailed;
     }
     if (!input.sound() || !analysis_.started()) return kFailed;
-    if (record.outputData[kOutput] != MemoryHandle::none) return 1;
+    if (record.outputData[kBands] != MemoryHandle::none) return kDone;
 
     const std::int64_t channels = input.channels();
     WorkBlock work(std::max<std::int64_t>(input.valueCount(), kThirdOctaveBands * channels));
@@ -93,7 +87,7 @@ int TOTerz_Oktave::Simulation(SimulationRecord& record) {
     analysis_.analyse(input.values(), input.channels(), lineKindOf(axis.yUnit),
                       parameters_.aWeighting != 0, results);
 
-    OutputBlock output(record, kOutput, static_cast<std::int64_t>(values), input.handle());
+    OutputBlock output(record, kBands, static_cast<std::int64_t>(values), input.handle());
     if (!output) return kFailed;
     std::ranges::copy(results, output.values().begin());
     output.header().valueCount = static_cast<std::int32_t>(values);
@@ -102,12 +96,13 @@ int TOTerz_Oktave::Simulation(SimulationRecord& record) {
     output.header().xStep = 1.0;
     output.header().channelCount = input.channels();
     // Kept: the flag follows the analysis type of the moment, the bands that of the run's start.
-    output.header().axisFlags |=
-        parameters_.analysisType == kThirdOctave ? kAxisThirdOctaveBands : kAxisOctaveBands;
+    output.header().axisFlags |= parameters_.analysisType == Parameters::kThirdOctave
+                                     ? kAxisThirdOctaveBands
+                                     : kAxisOctaveBands;
     output.deliver();
     work.giveBack();
-    consumeInput(record, kInput, input);
-    return 1;
+    consumeInput(record, kSpectrum, input);
+    return kDone;
 }
 
 }  // namespace vynpack

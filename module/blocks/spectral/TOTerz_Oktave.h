@@ -3,43 +3,41 @@
 
 #include <array>
 #include <cstdint>
+#include <span>
 
 #include "blocks/spectral/bands/terz_oktave_core.h"
-#include "host/TOBlock.h"
+#include "host/parameter_block.h"
 
 namespace vynpack {
 
-class TOTerz_Oktave final : public TOBlock {
-public:
+struct Terz_OktaveParameters {
     static constexpr std::int32_t kRecordSizeWord = 36;
 
     // Any other number counts as octaves.
     enum AnalysisType : std::int16_t { kThirdOctave = 20, kOctave = 21 };
 
-    struct Parameters {
-        std::int16_t analysisType = kThirdOctave;
-        std::int16_t aWeighting = 0;  // non-zero: apply the A-weighting of each band
-        std::array<char, 32> reserved{};
+    std::int16_t analysisType = kThirdOctave;
+    std::int16_t aWeighting = 0;  // non-zero: apply the A-weighting of each band
+    std::array<char, 32> reserved{};
 
-        template <class Record, class Self>
-        static void fields(Record& record, Self& self) {
-            record(self.analysisType, self.aWeighting, self.reserved);
-        }
-    };
+    template <class Record, class Self>
+    static void fields(Record& record, Self& self) {
+        record(self.analysisType, self.aWeighting, self.reserved);
+    }
 
+    static std::span<const Keyword<Terz_OktaveParameters>> keywords();
+};
+
+class TOTerz_Oktave final : public ParameterBlock<Terz_OktaveParameters> {
+public:
     void GetConnectors(ConnectorText& text) const override;
     int GetParameters() override;
-    int SaveParameters(FileHandle file) override;
     int RestoreParameters(FileHandle file) override;
     int Simulation(SimulationRecord& record) override;
     int InitSim() override;
     int Stoppen() override;
-    int RemoteControl(MemoryHandle info, MemoryHandle value, std::uint16_t subCode) override;
-
-    Parameters& parameters() { return parameters_; }
 
 private:
-    Parameters parameters_;
     BandAnalysis analysis_;
 };
 

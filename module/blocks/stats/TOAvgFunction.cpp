@@ -11,15 +11,15 @@
 namespace vynpack {
 namespace {
 
-constexpr int kInput = 0;
-constexpr int kTrigger = 1;
-constexpr int kOutput = 0;
+enum Input { kSignal, kTrigger };
+enum Output { kAverage };
 
 SampleRows rowsOf(const ChannelBlock& input) { return {input.values(), input.channels()}; }
 
 // The x of an average of data blocks starts anew on the axes of these kinds.
 bool startsAtZero(std::int32_t axisKind) {
-    constexpr std::array kKinds = {1, 2, 38, 40, 49};
+    constexpr std::array kKinds = {kAxisSeconds, kAxisMilliseconds, kAxisHost38, kAxisHost40,
+                                   kAxisHost49};
     return std::ranges::find(kKinds, axisKind) != kKinds.end();
 }
 
@@ -29,7 +29,7 @@ std::optional<OutputBlock> TOAvgFunction::MakeOutput(SimulationRecord& record,
                                                      const ChannelBlock& input,
                                                      std::int64_t outputValues,
                                                      const AvgParameters&) {
-    OutputBlock output(record, kOutput, outputValues, input.handle());
+    OutputBlock output(record, kAverage, outputValues, input.handle());
     if (output) output.header().valueCount = static_cast<std::int32_t>(outputValues);
     return output;
 }

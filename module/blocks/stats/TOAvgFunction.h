@@ -9,6 +9,7 @@
 
 #include "blocks/stats/core/mittelwert_core.h"
 #include "host/channel_block.h"
+#include "host/remote_control.h"
 #include "host/simulation_record.h"
 
 namespace vynpack {
@@ -24,6 +25,9 @@ enum AvgResetMode : std::int16_t {
 
 // The averaging block's parameters.
 struct AvgParameters {
+    // Kept: it counts the gaps of the parameters in memory, not the 54 bytes that follow.
+    static constexpr std::int32_t kRecordSizeWord = 64;
+
     std::int16_t mode = kAvgReduce;
     std::uint16_t reduceValue = 10;
     std::uint16_t smoothingWidth = 7;
@@ -38,6 +42,8 @@ struct AvgParameters {
         record(self.mode, self.reduceValue, self.smoothingWidth, self.weightingFactor,
                self.resetMode, self.resetBlockCount, self.outputMode, self.reserved);
     }
+
+    static std::span<const Keyword<AvgParameters>> keywords();
 };
 
 class TOAvgFunction {

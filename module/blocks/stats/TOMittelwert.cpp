@@ -4,15 +4,14 @@
 
 #include "host/channel_block.h"
 #include "host/keyword_members.h"
-#include "host/parameter_record.h"
 
 namespace vynpack {
 namespace {
 
-constexpr int kInput = 0;
-constexpr int kOutput = 0;
+enum Input { kSignal };
+enum Output { kAverage };
 
-using Parameters = TOMittelwert::Parameters;
+using Parameters = AvgParameters;
 
 constexpr int kModeBase = kAvgReduce - 1;
 constexpr int kResetModeBase = kAvgResetNever - 1;
@@ -36,66 +35,52 @@ constexpr Keyword<Parameters> kKeywords[] = {
 
 }  // namespace
 
+std::span<const Keyword<AvgParameters>> AvgParameters::keywords() { return kKeywords; }
+
 void TOMittelwert::GetConnectors(ConnectorText& text) const {
     writeConnectors(text, parameters_.resetMode == kAvgResetByTrigger ? "E,T,;A," : "E,;A,");
-}
-
-int TOMittelwert::SaveParameters(FileHandle file) {
-    // Kept: the size word counts the gaps of the parameters in memory, not the 54 bytes that
-    // follow.
-    saveRecord(file, kRecordSizeWord, parameters_);
-    return 1;
 }
 
 int TOMittelwert::RestoreParameters(FileHandle file) {
     restoreRecord(file, parameters_);
     status_ = 1;
-    return 1;
+    return kDone;
 }
 
 int TOMittelwert::InitSim() {
-    firstBlockOfRun_ = true;
-    error_.clear();
+    firstBlock_ = 1;
+    forgetError();
     strategy_.reset();
     switch (parameters_.mode) {
-        case kAvgReduce: strategy_.reset(new (std::nothrow) TOAvgReduce); return 1;
-        case kAvgSmoothing: strategy_.reset(new (std::nothrow) TOAvgSmoothing); return 1;
-        case kAvgBlocks: strategy_.reset(new (std::nothrow) TOAvgBlocks); return 1;
+        case kAvgReduce: strategy_.reset(new (std::nothrow) TOAvgReduce); return kDone;
+        case kAvgSmoothing: strategy_.reset(new (std::nothrow) TOAvgSmoothing); return kDone;
+        case kAvgBlocks: strategy_.reset(new (std::nothrow) TOAvgBlocks); return kDone;
         default: return 0;
     }
 }
 
 int TOMittelwert::Stoppen() {
     strategy_.reset();
-    return 1;
+    return kDone;
 }
-
-int TOMittelwert::RemoteControl(MemoryHandle info, MemoryHandle value, std::uint16_t subCode) {
-    return answerRemoteControl<Parameters>(kKeywords, parameters_, info, value, subCode);
-}
-
-int TOMittelwert::ErrorShow() { return error_.show(); }
 
 bool TOMittelwert::startRun(const ChannelBlock& input) {
     channels_ = input.channels();
     if (strategy_->InitChannels(channels_) != 0) {
-        error_.report(kTextOutOfMemory);
+        fail(kTextOutOfMemory);
         return false;
     }
-    firstBlockOfRun_ = false;
+    firstBlock_ = 0;
     return true;
 }
 
 int TOMittelwert::Simulation(SimulationRecord& record) {
-    if (!record.outputFree(kOutput) || !record.inputWaits(kInput) || !strategy_) return 1;
-    ChannelBlock input(record.inputData[kInput]);
-    if (!input) return 1;
+    if (!record.outputFree(kAverage) || !record.inputWaits(kSignal) || !strategy_) return kDone;
+    ChannelBlock input(record.inputData[kSignal]);
+    if (!input) return kDone;
     if (!input.sound()) return kFailed;
-    if (firstBlockOfRun_ && !startRun(input)) return kFailed;
-    if (input.channels() != channels_) {
-        error_.report(kTextChannelCountChanged);
-        return kFailed;
-    }
+    if (firstBlock_ != 0 && !startRun(input)) return kFailed;
+    if (input.channels() != channels_) return fail(kTextChannelCountChanged);
 
     std::int64_t outputValues = 0;
     const int message = strategy_->CheckParameters(input, parameters_, outputValues);
@@ -107,8 +92,8 @@ int TOMittelwert::Simulation(SimulationRecord& record) {
     if (output && !*output) return kFailed;
     strategy_->Process(input, output ? &*output : nullptr, parameters_);
     if (output) output->deliver();
-    consumeInput(record, kInput, input);
-    return 1;
+    consumeInput(record, kSignal, input);
+    return kDone;
 }
 
 }  // namespace vynpack

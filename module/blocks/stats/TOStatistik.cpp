@@ -7,14 +7,13 @@
 
 #include "host/host_messages.h"
 #include "host/keyword_members.h"
-#include "host/parameter_record.h"
 
 namespace vynpack {
 namespace {
 
-constexpr int kInput = 0;
+enum Input { kSignal };
 
-using Parameters = TOStatistik::Parameters;
+using Parameters = StatistikParameters;
 
 template <std::size_t number>
 constexpr Keyword<Parameters> selection(const char* name) {
@@ -25,7 +24,7 @@ constexpr Keyword<Parameters> selection(const char* name) {
                       }}};
 }
 
-constexpr int kOutputModeBase = TOStatistik::kOneOutput - 1;
+constexpr int kOutputModeBase = Parameters::kOneOutput - 1;
 
 constexpr Keyword<Parameters> kKeywords[] = {
     selection<kSumBlock>("PkSumBlock"),
@@ -78,8 +77,10 @@ StatBlock statBlockOf(const ChannelBlock& input) {
 
 }  // namespace
 
+std::span<const Keyword<StatistikParameters>> StatistikParameters::keywords() { return kKeywords; }
+
 void TOStatistik::GetConnectors(ConnectorText& text) const {
-    if (parameters_.outputMode == kOneOutput) {
+    if (parameters_.outputMode == Parameters::kOneOutput) {
         writeConnectors(text, "E,;A,");
         return;
     }
@@ -92,16 +93,11 @@ void TOStatistik::GetConnectors(ConnectorText& text) const {
     *end = '\0';
 }
 
-int TOStatistik::SaveParameters(FileHandle file) {
-    saveRecord(file, kRecordSizeWord, parameters_);
-    return 1;
-}
-
 int TOStatistik::RestoreParameters(FileHandle file) {
     constexpr std::int32_t kFirstListVersion = 400;
     RecordReader record(file);
     RecordFrame frame;
-    if (!record(frame.size) || frame.size != kRecordSizeWord) return 1;
+    if (!record(frame.size) || frame.size != Parameters::kRecordSizeWord) return kDone;
     record(frame.version);
     if (frame.version >= kFirstListVersion) {
         Parameters::fields(record, parameters_);
@@ -110,13 +106,13 @@ int TOStatistik::RestoreParameters(FileHandle file) {
     }
     activeCount_ = std::accumulate(parameters_.selected.begin(), parameters_.selected.end(), 0);
     status_ = 1;
-    return 1;
+    return kDone;
 }
 
 int TOStatistik::InitSim() {
-    firstBlockOfRun_ = true;
+    firstBlock_ = 1;
     unsent_ = MemoryHandle::none;
-    error_.clear();
+    forgetError();
     active_.clear();
     for (int i = 0; i < kStatistics; ++i) {
         if (parameters_.selected[static_cast<std::size_t>(i)] != 0) {
@@ -124,24 +120,18 @@ int TOStatistik::InitSim() {
         }
     }
     activeCount_ = static_cast<int>(active_.size());
-    return 1;
+    return kDone;
 }
 
-int TOStatistik::Stoppen() { return 1; }
-
-int TOStatistik::RemoteControl(MemoryHandle info, MemoryHandle value, std::uint16_t subCode) {
-    return answerRemoteControl<Parameters>(kKeywords, parameters_, info, value, subCode);
-}
-
-int TOStatistik::ErrorShow() { return error_.show(); }
+int TOStatistik::Stoppen() { return kDone; }
 
 bool TOStatistik::startRun(const ChannelBlock& input) {
     channels_ = input.channels();
     if (channels_ > kMostChannels || functions_.initChannels(channels_) != 0) {
-        error_.report(kTextOutOfMemory);
+        fail(kTextOutOfMemory);
         return false;
     }
-    firstBlockOfRun_ = false;
+    firstBlock_ = 0;
     return true;
 }
 
@@ -153,7 +143,7 @@ std::span<const Statistic> TOStatistik::measures() const {
 }
 
 std::size_t TOStatistik::outputCount() const {
-    return parameters_.outputMode == kOneOutput ? 1 : measures().size();
+    return parameters_.outputMode == Parameters::kOneOutput ? 1 : measures().size();
 }
 
 // The host looks after the outputs that it knows of; the output mode may have changed since.
@@ -197,15 +187,12 @@ bool TOStatistik::sendResults(SimulationRecord& record, const ChannelBlock& inpu
 }
 
 int TOStatistik::Simulation(SimulationRecord& record) {
-    if (activeCount_ == 0) return 1;
-    ChannelBlock input(record.inputData[kInput]);
+    if (activeCount_ == 0) return kDone;
+    ChannelBlock input(record.inputData[kSignal]);
     if (!input || !input.sound() || measures().empty()) return kFailed;
-    if (!outputsFree(record)) return 1;
-    if (firstBlockOfRun_ && !startRun(input)) return kFailed;
-    if (input.channels() != channels_) {
-        error_.report(kTextChannelCountChanged);
-        return kFailed;
-    }
+    if (!outputsFree(record)) return kDone;
+    if (firstBlock_ != 0 && !startRun(input)) return kFailed;
+    if (input.channels() != channels_) return fail(kTextChannelCountChanged);
 
     WorkBlock results(static_cast<std::int64_t>(measures().size()) * channels_);
     if (!results) return kFailed;
@@ -216,8 +203,8 @@ int TOStatistik::Simulation(SimulationRecord& record) {
     functions_.setAllPending();
     unsent_ = MemoryHandle::none;
     results.giveBack();
-    consumeInput(record, kInput, input);
-    return 1;
+    consumeInput(record, kSignal, input);
+    return kDone;
 }
 
 }  // namespace vynpack

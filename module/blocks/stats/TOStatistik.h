@@ -7,44 +7,40 @@
 #include <vector>
 
 #include "blocks/stats/TOStatFunktion.h"
-#include "host/TOBlock.h"
 #include "host/channel_block.h"
-#include "host/show_message.h"
+#include "host/parameter_block.h"
 
 namespace vynpack {
 
-class TOStatistik final : public TOBlock {
-public:
+struct StatistikParameters {
     static constexpr std::int32_t kRecordSizeWord = 76;
 
     // How the measures leave the block.
     enum OutputMode : std::int16_t { kOneOutput = 1052, kOutputPerMeasure = 1053 };
 
-    struct Parameters {
-        std::array<std::int16_t, kStatistics> selected{};  // non-zero = selected
-        std::int16_t outputMode = kOneOutput;
-        std::array<std::uint8_t, 32> reserved{};
+    std::array<std::int16_t, kStatistics> selected{};  // non-zero = selected
+    std::int16_t outputMode = kOneOutput;
+    std::array<std::uint8_t, 32> reserved{};
 
-        template <class Record, class Self>
-        static void fields(Record& record, Self& self) {
-            for (auto& flag : self.selected)
-                record(flag);
-            record(self.outputMode, self.reserved);
-        }
-    };
+    template <class Record, class Self>
+    static void fields(Record& record, Self& self) {
+        for (auto& flag : self.selected)
+            record(flag);
+        record(self.outputMode, self.reserved);
+    }
 
+    static std::span<const Keyword<StatistikParameters>> keywords();
+};
+
+class TOStatistik final : public ReportingBlock<StatistikParameters> {
+public:
     void GetConnectors(ConnectorText& text) const override;
     int GetParameters() override;
-    int SaveParameters(FileHandle file) override;
     int RestoreParameters(FileHandle file) override;
     int Simulation(SimulationRecord& record) override;
     int InitSim() override;
     int Stoppen() override;
-    int RemoteControl(MemoryHandle info, MemoryHandle value, std::uint16_t subCode) override;
-    int ErrorShow() override;
-    void noteOutOfMemory() noexcept override { error_.report(kTextOutOfMemory); }
 
-    Parameters& parameters() { return parameters_; }
     // The number of outputs that the connector string names; the dialog sets it.
     void setActiveCount(int count) { activeCount_ = count; }
 
@@ -58,15 +54,12 @@ private:
     bool sendResults(SimulationRecord& record, const ChannelBlock& input,
                      std::span<const float> results);
 
-    Parameters parameters_;
     StatFunctions functions_;
     std::vector<Statistic> active_;  // the selected measures of this run
     int activeCount_ = 0;
-    bool firstBlockOfRun_ = false;
     int channels_ = 0;
     // The input whose results are computed but could not be sent; they are kept for the next try.
     MemoryHandle unsent_ = MemoryHandle::none;
-    DeferredError error_;
 };
 
 }  // namespace vynpack

@@ -24,12 +24,4 @@ std::optional<std::size_t> memorySize(MemoryHandle handle) noexcept {
     return size;
 }
 
-MemoryHandle allocateMemory(std::size_t bytes) noexcept {
-    return MemoryHandle{reinterpret_cast<std::uint64_t>(::GlobalAlloc(GHND, bytes))};
-}
-
-void freeMemory(MemoryHandle handle) noexcept {
-    if (handle != MemoryHandle::none) ::GlobalFree(global(handle));
-}
-
 }  // namespace vynpack::platform

@@ -5,7 +5,7 @@
 namespace vynpack {
 namespace {
 
-using Filter = TODigitalFilter;
+using Filter = FilterDesign;
 
 // A draft that nothing is wrong with.
 FilterDraft valid() {
@@ -120,12 +120,12 @@ TEST(FilterDraft, KeepsTheCorrectionsBeforeAFault) {
 }
 
 TEST(FilterDraft, StoresWhatItShows) {
-    Filter::Parameters before;
+    TODigitalFilter::Parameters before;
     before.characteristic = Filter::kElliptic;
     before.fir = 0;
     before.mode = Filter::kBandStop;
     before.cutoff = 440.9;
-    Filter::Parameters stored;
+    TODigitalFilter::Parameters stored;
     accept(draftOf(before), stored);
     EXPECT_EQ(stored.characteristic, Filter::kElliptic);
     EXPECT_EQ(stored.fir, 0U);
@@ -140,7 +140,7 @@ TEST(FilterDraft, CountsAListWithoutSelectionAsMinusOneAndLeavesAnUnknownMode) {
     draft.windowEntry = -1;
     draft.characteristicEntry = -1;
     draft.mode = 0;
-    Filter::Parameters stored;
+    TODigitalFilter::Parameters stored;
     stored.mode = 118;
     accept(draft, stored);
     EXPECT_EQ(stored.window, 98);

@@ -98,7 +98,7 @@ protected:
     StatisticsBlock() {
         for (const Statistic measure : {kSumBlock, kYMax, kYMin})
             block.parameters().selected[measure] = 1;
-        block.parameters().outputMode = TOStatistik::kOutputPerMeasure;
+        block.parameters().outputMode = StatistikParameters::kOutputPerMeasure;
         block.InitSim();
     }
     TOStatistik block;
@@ -116,7 +116,7 @@ TEST_F(StatisticsBlock, AChoiceOfFewerMeasuresInARunSendsNoMoreThanTheConnectors
         EXPECT_EQ(delivered(), 1);
         EXPECT_EQ(take(0), std::vector<float>{9});
     }
-    block.parameters().outputMode = TOStatistik::kOneOutput;
+    block.parameters().outputMode = StatistikParameters::kOneOutput;
     put(kInput, {1, 10, 5, 50}, 2);
     block.InitSim();
     block.setActiveCount(2);

@@ -14,6 +14,11 @@ using test::exactFrequency;
 using test::kNominalWeightings;
 using enum WeightingCurve;
 
+// dB
+double weightingLevel(WeightingCurve curve, double frequency) {
+    return exactTenths(curve, frequency) / 10.0;
+}
+
 TEST(WeightingCurves, StoredNumbersNameTheCurves) {
     for (const int number : {-32768, -1, 0})
         EXPECT_EQ(weightingCurveOf(number), linear);
@@ -21,6 +26,19 @@ TEST(WeightingCurves, StoredNumbersNameTheCurves) {
     EXPECT_EQ(weightingCurveOf(2), b);
     for (const int number : {3, 4, 32767})
         EXPECT_EQ(weightingCurveOf(number), c);
+}
+
+TEST(WeightingCurves, AControlValueIsRoundedHalfUpToAStoredNumber) {
+    constexpr float kInfinity = std::numeric_limits<float>::infinity();
+    const struct {
+        float value;
+        int number;
+    } rows[] = {{-kInfinity, 0}, {-3.0F, 0},     {0.0F, 0},
+                {0.49F, 0},      {0.5F, 1},      {1.49F, 1},
+                {1.5F, 2},       {2.49F, 2},     {2.5F, 3},
+                {3.6F, 3},       {kInfinity, 3}, {std::numeric_limits<float>::quiet_NaN(), 0}};
+    for (const auto& row : rows)
+        EXPECT_EQ(weightingOfControl(row.value), row.number) << row.value;
 }
 
 // The table is rounded to 0.05 dB; the rounded corner frequencies add less than 0.03 dB.

@@ -9,6 +9,11 @@ namespace vynpack {
 // Poles of the largest weighting filter; a filter object of that order takes any of them.
 inline constexpr int kWeightingFilterOrder = 6;
 
+// Sample rates in Hz that time signals are weighted at.
+constexpr bool takesWeightingFilter(double sampleRate) noexcept {
+    return sampleRate >= 4000.0 && sampleRate <= 1e6;
+}
+
 // Fills the head with the curve's filter for a sample rate in Hz and marks it as changed, so that
 // the object starts again at rest. The analog prototype (corner frequencies of IEC 61672-1:
 // double poles at 20.6 Hz and 12194.22 Hz, for A also 107.65 Hz and 737.86 Hz, for B 158.49 Hz;

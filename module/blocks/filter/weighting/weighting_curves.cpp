@@ -35,15 +35,20 @@ double relativeMagnitude(WeightingCurve curve, double f) noexcept {
 
 }  // namespace
 
-double weightingLevel(WeightingCurve curve, double frequency) noexcept {
-    return 20.0 * std::log10(relativeMagnitude(curve, frequency));
+int weightingOfControl(float value) noexcept {
+    const double rounded = std::floor(static_cast<double>(value) + 0.5);
+    if (!(rounded > 0.0)) return 0;
+    return rounded >= 3.0 ? 3 : static_cast<int>(rounded);
+}
+
+double exactTenths(WeightingCurve curve, double frequency) noexcept {
+    return 200.0 * std::log10(relativeMagnitude(curve, frequency));
 }
 
 double weightingInTenths(WeightingCurve curve, double frequency) noexcept {
     if (frequency == 0.0) return 0.0;
-    const double tenths = 200.0 * std::log10(relativeMagnitude(curve, frequency));
     double whole = 0.0;
-    const double fraction = std::modf(tenths, &whole);
+    const double fraction = std::modf(exactTenths(curve, frequency), &whole);
     // Kept: a negative fraction is never 0.5 or more, so negative weights are cut toward zero.
     if (fraction >= 0.5) whole += 1.0;
     return whole / 10.0;

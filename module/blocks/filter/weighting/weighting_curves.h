@@ -12,12 +12,16 @@ constexpr WeightingCurve weightingCurveOf(int number) noexcept {
     return number == 1 ? WeightingCurve::a : WeightingCurve::b;
 }
 
-// Weighting at a frequency in Hz, in dB, about 0 at 1000 Hz: the curve's magnitude by the corner
+// The stored number that a value at the control input stands for: rounded half up, 0..3; linear for
+// no number.
+int weightingOfControl(float value) noexcept;
+
+// Weighting at a frequency in Hz, in tenths of a dB, about 0 at 1000 Hz: the curve's magnitude by the corner
 // frequencies of IEC 61672-1 as rounded by older editions (20.6, 107.7, 737.9 and 12200 Hz). At
 // 0 Hz minus infinity, for a linear curve 0.
-double weightingLevel(WeightingCurve curve, double frequency) noexcept;
+double exactTenths(WeightingCurve curve, double frequency) noexcept;
 
-// The same in steps of 0.1 dB: negative values cut toward zero, positive ones rounded half up. At
+// The weighting in dB, in steps of 0.1 dB: negative values cut toward zero, positive ones rounded half up. At
 // 0 Hz it is 0.
 double weightingInTenths(WeightingCurve curve, double frequency) noexcept;
 
