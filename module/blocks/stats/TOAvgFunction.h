@@ -66,7 +66,7 @@ public:
     // Averages the input into the output, if there is one.
     virtual void Process(const ChannelBlock& input, const OutputBlock* output,
                          const AvgParameters& parameters) = 0;
-    // Sizes the per-channel state. Returns 0, or 512 when memory is out.
+    // Sizes the per-channel state. Returns 0, or kFailed when memory is out.
     virtual int InitChannels(int channels);
 };
 

@@ -4,25 +4,25 @@
 #include <limits>
 #include <new>
 #include <stdexcept>
+#include <utility>
 
-#include "host/channel_block.h"
+#include "host/module_interface.h"
 #include "numerics/band_tables.h"
 
 namespace vynpack {
 namespace {
 
-constexpr int kOutOfMemory = 512;
 constexpr double kLargest = std::numeric_limits<double>::max();
 
-// 0, or 512 when memory is out.
+// 0, or kFailed when memory is out.
 template <class Number>
 int allocate(std::vector<Number>& numbers, int count, Number value) {
     try {
         std::vector<Number>(static_cast<std::size_t>(count), value).swap(numbers);
     } catch (const std::bad_alloc&) {
-        return kOutOfMemory;
+        return kFailed;
     } catch (const std::length_error&) {
-        return kOutOfMemory;
+        return kFailed;
     }
     return 0;
 }
@@ -39,27 +39,28 @@ double TOStatFunktion::MapX(const StatBlock& block, double x) {
     return x;
 }
 
+double StatQuestion::operator[](Statistic other) const {
+    return functions.value(other, block, channel);
+}
+
+double StatQuestion::xOf(Statistic extreme) const {
+    return block.x(functions.indexOf(extreme, block, channel));
+}
+
+template <class Result>
+Result StatQuestion::over(Result (SamplePasses::*pass)(SampleRows, int)) const {
+    return (functions.passes().*pass)(block.samples, channel);
+}
+
 double StoredStatistic::GetValue(const StatBlock& block, StatFunctions& functions, int channel) {
     if (IsPending(channel)) {
-        results_[index(channel)] = compute(block, functions, channel);
+        results_[index(channel)] = compute({block, functions, channel});
         ClearPending(channel);
     }
     return results_[index(channel)];
 }
 
 int StoredStatistic::InitChannels(int channels) { return allocate(results_, channels, 0.0); }
-
-double TOStatSumBlock::compute(const StatBlock& block, StatFunctions& functions, int channel) {
-    return functions.passes().sum(block.samples, channel);
-}
-
-double TOStatSumAll::compute(const StatBlock& block, StatFunctions& functions, int channel) {
-    return stored(channel) + functions.value(kSumBlock, block, channel);
-}
-
-double TOStatQSum::compute(const StatBlock& block, StatFunctions& functions, int channel) {
-    return functions.passes().sumOfSquares(block.samples, channel);
-}
 
 int IndexedStatistic::InitChannels(int channels) {
     const int failed = StoredStatistic::InitChannels(channels);
@@ -72,105 +73,135 @@ double IndexedStatistic::note(const Extreme& extreme, double fallback, int chann
     return extreme.value;
 }
 
-double TOStatYMax::compute(const StatBlock& block, StatFunctions& functions, int channel) {
-    return note(functions.passes().maximum(block.samples, channel), -kLargest, channel);
+template <>
+double TOStatSumBlock::compute(const StatQuestion& asked) {
+    return asked.over(&SamplePasses::sum);
 }
 
-double TOStatXonYMax::compute(const StatBlock& block, StatFunctions& functions, int channel) {
-    return MapX(block, block.x(functions.indexOf(kYMax, block, channel)));
+template <>
+double TOStatSumAll::compute(const StatQuestion& asked) {
+    return stored(asked.channel) + asked[kSumBlock];
 }
 
-double TOStatYMin::compute(const StatBlock& block, StatFunctions& functions, int channel) {
-    return note(functions.passes().minimum(block.samples, channel), kLargest, channel);
+template <>
+double TOStatQSum::compute(const StatQuestion& asked) {
+    return asked.over(&SamplePasses::sumOfSquares);
 }
 
-double TOStatXonYMin::compute(const StatBlock& block, StatFunctions& functions, int channel) {
-    return MapX(block, block.x(functions.indexOf(kYMin, block, channel)));
+template <>
+double TOStatYMax::compute(const StatQuestion& asked) {
+    return note(asked.over(&SamplePasses::maximum), -kLargest, asked.channel);
 }
 
-double TOStatXMax::compute(const StatBlock& block, StatFunctions&, int) {
+template <>
+double TOStatXonYMax::compute(const StatQuestion& asked) {
+    return MapX(asked.block, asked.xOf(kYMax));
+}
+
+template <>
+double TOStatYMin::compute(const StatQuestion& asked) {
+    return note(asked.over(&SamplePasses::minimum), kLargest, asked.channel);
+}
+
+template <>
+double TOStatXonYMin::compute(const StatQuestion& asked) {
+    return MapX(asked.block, asked.xOf(kYMin));
+}
+
+template <>
+double TOStatXMax::compute(const StatQuestion& asked) {
     // Kept: the x just behind the last sample, although YonXMax is the last sample itself.
-    return MapX(block, block.x(block.n()));
+    return MapX(asked.block, asked.block.x(asked.n()));
 }
 
-double TOStatYonXMax::compute(const StatBlock& block, StatFunctions&, int channel) {
-    if (block.n() < 1) return 0.0;
-    const std::size_t last = index(block.n() - 1);
-    return block.samples.values[last * index(block.samples.channels) + index(channel)];
+template <>
+double TOStatYonXMax::compute(const StatQuestion& asked) {
+    return asked.n() < 1 ? 0.0 : asked.block.sample(asked.n() - 1, asked.channel);
 }
 
-double TOStatXMin::compute(const StatBlock& block, StatFunctions&, int) {
-    return MapX(block, block.xStart);
+template <>
+double TOStatXMin::compute(const StatQuestion& asked) {
+    return MapX(asked.block, asked.block.xStart);
 }
 
-double TOStatYonXMin::compute(const StatBlock& block, StatFunctions&, int channel) {
-    return block.n() < 1 ? 0.0 : block.samples.values[index(channel)];
+template <>
+double TOStatYonXMin::compute(const StatQuestion& asked) {
+    return asked.n() < 1 ? 0.0 : asked.block.sample(0, asked.channel);
 }
 
-double TOStatAMean::compute(const StatBlock& block, StatFunctions& functions, int channel) {
-    return functions.value(kSumBlock, block, channel) / block.n();
+template <>
+double TOStatAMean::compute(const StatQuestion& asked) {
+    return asked[kSumBlock] / asked.n();
 }
 
-double TOStatQMean::compute(const StatBlock& block, StatFunctions& functions, int channel) {
-    return std::sqrt(functions.value(kQSum, block, channel) / block.n());
+template <>
+double TOStatQMean::compute(const StatQuestion& asked) {
+    return std::sqrt(asked[kQSum] / asked.n());
 }
 
-double TOStatGMean::compute(const StatBlock& block, StatFunctions& functions, int channel) {
-    return functions.passes().productOfRoots(block.samples, channel);
+template <>
+double TOStatGMean::compute(const StatQuestion& asked) {
+    return asked.over(&SamplePasses::productOfRoots);
 }
 
-double TOStatHMean::compute(const StatBlock& block, StatFunctions& functions, int channel) {
-    const double sum = functions.passes().sumOfReciprocals(block.samples, channel);
-    return sum != 0.0 ? block.n() / sum : 0.0;
+template <>
+double TOStatHMean::compute(const StatQuestion& asked) {
+    const double sum = asked.over(&SamplePasses::sumOfReciprocals);
+    return sum != 0.0 ? asked.n() / sum : 0.0;
 }
 
-double TOStatSpannw::compute(const StatBlock& block, StatFunctions& functions, int channel) {
-    return functions.value(kYMax, block, channel) - functions.value(kYMin, block, channel);
+template <>
+double TOStatSpannw::compute(const StatQuestion& asked) {
+    return asked[kYMax] - asked[kYMin];
 }
 
-double TOStatStdAbw::compute(const StatBlock& block, StatFunctions& functions, int channel) {
-    return std::sqrt(functions.value(kVarianz, block, channel));
+template <>
+double TOStatStdAbw::compute(const StatQuestion& asked) {
+    return std::sqrt(asked[kVarianz]);
 }
 
-double TOStatVarianz::compute(const StatBlock& block, StatFunctions& functions, int channel) {
-    if (block.n() < 2) return 0.0;
+template <>
+double TOStatVarianz::compute(const StatQuestion& asked) {
+    if (asked.n() < 2) return 0.0;
     // The deviations are taken from this mean, which is now served from its stored result.
-    functions.value(kAMean, block, channel);
-    return 1.0 / (block.n() - 1) *
-           functions.passes().sumOfSquaredDeviations(block.samples, channel);
+    static_cast<void>(asked[kAMean]);
+    return 1.0 / (asked.n() - 1) * asked.over(&SamplePasses::sumOfSquaredDeviations);
 }
 
-double TOStatVarKoeff::compute(const StatBlock& block, StatFunctions& functions, int channel) {
-    const double mean = functions.value(kAMean, block, channel);
-    return mean == 0.0 ? 0.0 : functions.value(kStdAbw, block, channel) / mean;
+template <>
+double TOStatVarKoeff::compute(const StatQuestion& asked) {
+    const double mean = asked[kAMean];
+    return mean == 0.0 ? 0.0 : asked[kStdAbw] / mean;
 }
 
-double TOStatVarKoeffRel::compute(const StatBlock& block, StatFunctions& functions, int channel) {
-    return functions.value(kVarKoeff, block, channel) / std::sqrt(block.n() - 1) * 100.0;
+template <>
+double TOStatVarKoeffRel::compute(const StatQuestion& asked) {
+    return asked[kVarKoeff] / std::sqrt(asked.n() - 1) * 100.0;
 }
 
-double TOStatMAAVMW::compute(const StatBlock& block, StatFunctions& functions, int channel) {
-    functions.value(kAMean, block, channel);
-    return 1.0 / block.n() * functions.passes().sumOfDeviations(block.samples, channel);
+template <>
+double TOStatMAAVMW::compute(const StatQuestion& asked) {
+    static_cast<void>(asked[kAMean]);
+    return 1.0 / asked.n() * asked.over(&SamplePasses::sumOfDeviations);
 }
+
+namespace {
+
+template <int... statistics>
+auto oneOfEach(std::integer_sequence<int, statistics...>) {
+    return std::array<std::unique_ptr<TOStatFunktion>, kStatistics>{
+        std::make_unique<Measure<Statistic{statistics}>>()...};
+}
+
+}  // namespace
 
 StatFunctions::StatFunctions()
-    : functions_{std::make_unique<TOStatSumBlock>(), std::make_unique<TOStatSumAll>(),
-                 std::make_unique<TOStatQSum>(),     std::make_unique<TOStatYMax>(),
-                 std::make_unique<TOStatXonYMax>(),  std::make_unique<TOStatYMin>(),
-                 std::make_unique<TOStatXonYMin>(),  std::make_unique<TOStatXMax>(),
-                 std::make_unique<TOStatYonXMax>(),  std::make_unique<TOStatXMin>(),
-                 std::make_unique<TOStatYonXMin>(),  std::make_unique<TOStatAMean>(),
-                 std::make_unique<TOStatQMean>(),    std::make_unique<TOStatGMean>(),
-                 std::make_unique<TOStatHMean>(),    std::make_unique<TOStatSpannw>(),
-                 std::make_unique<TOStatStdAbw>(),   std::make_unique<TOStatVarianz>(),
-                 std::make_unique<TOStatVarKoeff>(), std::make_unique<TOStatVarKoeffRel>(),
-                 std::make_unique<TOStatMAAVMW>()} {}
+    : functions_(oneOfEach(std::make_integer_sequence<int, kStatistics>())) {}
 
 int StatFunctions::initChannels(int channels) {
     for (const auto& function : functions_) {
-        if (function->AllocPending(channels) != 0) return kOutOfMemory;
-        if (function->InitChannels(channels) != 0) return kOutOfMemory;
+        if (function->AllocPending(channels) != 0) return kFailed;
+        if (function->InitChannels(channels) != 0) return kFailed;
     }
     channels_ = channels;
     setAllPending();

@@ -8,8 +8,10 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <type_traits>
 #include <vector>
 
 #include "blocks/stats/core/statistik_core.h"
@@ -53,6 +55,11 @@ struct StatBlock {
 
     int n() const { return samples.rows(); }  // samples per channel
     double x(double sample) const { return xStart + sample * xStep; }
+    double sample(int number, int channel) const {
+        return samples
+            .values[static_cast<std::size_t>(number) * static_cast<std::size_t>(samples.channels) +
+                    static_cast<std::size_t>(channel)];
+    }
 };
 
 class TOStatFunktion {
@@ -64,10 +71,10 @@ public:
 
     // The measure of one channel of the current data block.
     virtual double GetValue(const StatBlock& block, StatFunctions& functions, int channel) = 0;
-    // Results for that many channels, all 0. Returns 0, or 512 when memory is out.
+    // Results for that many channels, all 0. Returns 0, or kFailed when memory is out.
     virtual int InitChannels(int channels) = 0;
 
-    // Every channel is to be computed. Returns 0, or 512 when memory is out.
+    // Every channel is to be computed. Returns 0, or kFailed when memory is out.
     int AllocPending(int channels);
     bool IsPending(int channel) const { return pending_[index(channel)] != 0; }
     void ClearPending(int channel) { pending_[index(channel)] = 0; }
@@ -84,6 +91,22 @@ private:
     std::vector<std::int32_t> pending_;
 };
 
+// What a measure is asked for: its value for one channel of the current data block.
+struct StatQuestion {
+    const StatBlock& block;
+    StatFunctions& functions;
+    int channel;
+
+    int n() const { return block.n(); }
+    // The value of another measure for the same channel.
+    double operator[](Statistic other) const;
+    // The x of the sample that another measure has found.
+    double xOf(Statistic extreme) const;
+    // One of the sums over the samples, or an extreme.
+    template <class Result>
+    Result over(Result (SamplePasses::*pass)(SampleRows, int)) const;
+};
+
 // What all measures have in common: a stored result per channel.
 class StoredStatistic : public TOStatFunktion {
 public:
@@ -91,26 +114,11 @@ public:
     int InitChannels(int channels) override;
 
 protected:
-    virtual double compute(const StatBlock& block, StatFunctions& functions, int channel) = 0;
+    virtual double compute(const StatQuestion& asked) = 0;
     double stored(int channel) const { return results_[index(channel)]; }
 
 private:
     std::vector<double> results_;
-};
-
-// Σ x
-class TOStatSumBlock final : public StoredStatistic {
-    double compute(const StatBlock& block, StatFunctions& functions, int channel) override;
-};
-
-// Σ x over all data blocks of the run
-class TOStatSumAll final : public StoredStatistic {
-    double compute(const StatBlock& block, StatFunctions& functions, int channel) override;
-};
-
-// Σ x²
-class TOStatQSum final : public StoredStatistic {
-    double compute(const StatBlock& block, StatFunctions& functions, int channel) override;
 };
 
 // An extreme sample and where it lies.
@@ -128,102 +136,65 @@ private:
     std::vector<std::int32_t> indices_;
 };
 
-// Largest sample
-class TOStatYMax final : public IndexedStatistic {
-    double compute(const StatBlock& block, StatFunctions& functions, int channel) override;
+// One of the measures; each has its own `compute`.
+template <Statistic statistic>
+class Measure final : public std::conditional_t<statistic == kYMax || statistic == kYMin,
+                                                IndexedStatistic, StoredStatistic> {
+    double compute(const StatQuestion& asked) override;
 };
 
-// x of the largest sample
-class TOStatXonYMax final : public StoredStatistic {
-    double compute(const StatBlock& block, StatFunctions& functions, int channel) override;
-};
+// clang-format off
+using TOStatSumBlock      = Measure<kSumBlock>;    // Σ x
+using TOStatSumAll        = Measure<kSumAll>;      // Σ x over all data blocks of the run
+using TOStatQSum          = Measure<kQSum>;        // Σ x²
+using TOStatYMax          = Measure<kYMax>;        // largest sample
+using TOStatXonYMax       = Measure<kXonYMax>;     // x of the largest sample
+using TOStatYMin          = Measure<kYMin>;        // smallest sample
+using TOStatXonYMin       = Measure<kXonYMin>;     // x of the smallest sample
+using TOStatXMax          = Measure<kXMax>;        // x just behind the last sample
+using TOStatYonXMax       = Measure<kYonXMax>;     // last sample
+using TOStatXMin          = Measure<kXMin>;        // x of the first sample
+using TOStatYonXMin       = Measure<kYonXMin>;     // first sample
+using TOStatAMean         = Measure<kAMean>;       // arithmetic mean m = Σ x / n
+using TOStatQMean         = Measure<kQMean>;       // root mean square √(Σ x² / n)
+using TOStatGMean         = Measure<kGMean>;       // geometric mean Π x^(1/n); 0 with a sample not above 0
+using TOStatHMean         = Measure<kHMean>;       // harmonic mean n / Σ (1/x); 0 with a sample of 0
+using TOStatSpannw        = Measure<kSpannw>;      // range: largest minus smallest sample
+using TOStatStdAbw        = Measure<kStdAbw>;      // standard deviation
+using TOStatVarianz       = Measure<kVarianz>;     // Σ (x − m)² / (n − 1); 0 for fewer than 2 samples
+using TOStatVarKoeff      = Measure<kVarKoeff>;    // standard deviation over m; 0 for m = 0
+using TOStatVarKoeffRel   = Measure<kVarKoeffRel>; // that over √(n − 1), in percent
+using TOStatMAAVMW        = Measure<kMAAVMW>;      // mean absolute deviation Σ |x − m| / n
 
-// Smallest sample
-class TOStatYMin final : public IndexedStatistic {
-    double compute(const StatBlock& block, StatFunctions& functions, int channel) override;
-};
-
-// x of the smallest sample
-class TOStatXonYMin final : public StoredStatistic {
-    double compute(const StatBlock& block, StatFunctions& functions, int channel) override;
-};
-
-// x just behind the last sample
-class TOStatXMax final : public StoredStatistic {
-    double compute(const StatBlock& block, StatFunctions& functions, int channel) override;
-};
-
-// Last sample
-class TOStatYonXMax final : public StoredStatistic {
-    double compute(const StatBlock& block, StatFunctions& functions, int channel) override;
-};
-
-// x of the first sample
-class TOStatXMin final : public StoredStatistic {
-    double compute(const StatBlock& block, StatFunctions& functions, int channel) override;
-};
-
-// First sample
-class TOStatYonXMin final : public StoredStatistic {
-    double compute(const StatBlock& block, StatFunctions& functions, int channel) override;
-};
-
-// Arithmetic mean m = Σ x / n
-class TOStatAMean final : public StoredStatistic {
-    double compute(const StatBlock& block, StatFunctions& functions, int channel) override;
-};
-
-// Root mean square √(Σ x² / n)
-class TOStatQMean final : public StoredStatistic {
-    double compute(const StatBlock& block, StatFunctions& functions, int channel) override;
-};
-
-// Geometric mean Π x^(1/n); 0 with a sample that is not above 0
-class TOStatGMean final : public StoredStatistic {
-    double compute(const StatBlock& block, StatFunctions& functions, int channel) override;
-};
-
-// Harmonic mean n / Σ (1/x); 0 with a sample that is 0
-class TOStatHMean final : public StoredStatistic {
-    double compute(const StatBlock& block, StatFunctions& functions, int channel) override;
-};
-
-// Range: largest minus smallest sample
-class TOStatSpannw final : public StoredStatistic {
-    double compute(const StatBlock& block, StatFunctions& functions, int channel) override;
-};
-
-// Standard deviation
-class TOStatStdAbw final : public StoredStatistic {
-    double compute(const StatBlock& block, StatFunctions& functions, int channel) override;
-};
-
-// Sample variance Σ (x − m)² / (n − 1); 0 for fewer than two samples
-class TOStatVarianz final : public StoredStatistic {
-    double compute(const StatBlock& block, StatFunctions& functions, int channel) override;
-};
-
-// Coefficient of variation: standard deviation over mean; 0 for a mean of exactly 0
-class TOStatVarKoeff final : public StoredStatistic {
-    double compute(const StatBlock& block, StatFunctions& functions, int channel) override;
-};
-
-// Coefficient of variation over √(n − 1), in percent
-class TOStatVarKoeffRel final : public StoredStatistic {
-    double compute(const StatBlock& block, StatFunctions& functions, int channel) override;
-};
-
-// Mean absolute deviation from the arithmetic mean, Σ |x − m| / n
-class TOStatMAAVMW final : public StoredStatistic {
-    double compute(const StatBlock& block, StatFunctions& functions, int channel) override;
-};
+template <> double TOStatSumBlock::compute(const StatQuestion& asked);
+template <> double TOStatSumAll::compute(const StatQuestion& asked);
+template <> double TOStatQSum::compute(const StatQuestion& asked);
+template <> double TOStatYMax::compute(const StatQuestion& asked);
+template <> double TOStatXonYMax::compute(const StatQuestion& asked);
+template <> double TOStatYMin::compute(const StatQuestion& asked);
+template <> double TOStatXonYMin::compute(const StatQuestion& asked);
+template <> double TOStatXMax::compute(const StatQuestion& asked);
+template <> double TOStatYonXMax::compute(const StatQuestion& asked);
+template <> double TOStatXMin::compute(const StatQuestion& asked);
+template <> double TOStatYonXMin::compute(const StatQuestion& asked);
+template <> double TOStatAMean::compute(const StatQuestion& asked);
+template <> double TOStatQMean::compute(const StatQuestion& asked);
+template <> double TOStatGMean::compute(const StatQuestion& asked);
+template <> double TOStatHMean::compute(const StatQuestion& asked);
+template <> double TOStatSpannw::compute(const StatQuestion& asked);
+template <> double TOStatStdAbw::compute(const StatQuestion& asked);
+template <> double TOStatVarianz::compute(const StatQuestion& asked);
+template <> double TOStatVarKoeff::compute(const StatQuestion& asked);
+template <> double TOStatVarKoeffRel::compute(const StatQuestion& asked);
+template <> double TOStatMAAVMW::compute(const StatQuestion& asked);
+// clang-format on
 
 // One object of each measure, for the whole life of a block.
 class StatFunctions {
 public:
     StatFunctions();
 
-    // Sizes all measures for a run. Returns 0, or 512 when memory is out.
+    // Sizes all measures for a run. Returns 0, or kFailed when memory is out.
     int initChannels(int channels);
     // The next question is about another data block.
     void setAllPending();
