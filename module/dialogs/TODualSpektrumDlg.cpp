@@ -67,12 +67,13 @@ void TODualSpektrumDlg::fillLists() {
     addEntry(IDC_DUALSPEKTRUM_AMPLITUDE_TYPE, kRealImaginary);
     addEntries(IDC_DUALSPEKTRUM_TRANSFER_TYPE, kTransferH0, kTransferH2);
     addEntries(IDC_DUALSPEKTRUM_WINDOW, kNoWindow, kRiemannWindow);
-    // Kept: minimum and maximum are crossed against their texts' ids, since 83 computes the minimum
-    // and 84 the maximum.
-    for (const unsigned text : {80U, 81U, 82U, 84U, 83U, 85U}) {
+    // Kept: minimum and maximum stand crossed, since the text of the type that computes the minimum
+    // speaks of the maximum.
+    for (const AverageType text : {kNoAveraging, kArithmeticAveraging, kExponentialAveraging,
+                                   kMaximumAveraging, kMinimumAveraging, kWeightedAveraging}) {
         addEntry(IDC_DUALSPEKTRUM_AVERAGE_TYPE, text);
     }
-    addEntries(IDC_DUALSPEKTRUM_AVERAGE_SOURCE, 88, 89);
+    addEntries(IDC_DUALSPEKTRUM_AVERAGE_SOURCE, kAverageAmplitude, kAveragePower);
 }
 
 DualSpectrumDraft TODualSpektrumDlg::readControls() const {

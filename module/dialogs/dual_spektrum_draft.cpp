@@ -8,7 +8,7 @@
 namespace vynpack {
 namespace {
 
-constexpr int kTransferButton = 1119;
+// Entries of the lists of amplitude and averaging types.
 constexpr int kRealImaginaryEntry = 5;
 constexpr int kWeightedEntry = 5;
 
@@ -19,7 +19,9 @@ std::uint16_t idOfEntry(int entry, int first) { return static_cast<std::uint16_t
 
 bool DualSpectrumDraft::phaseOffered() const { return amplitudeEntry != kRealImaginaryEntry; }
 
-bool DualSpectrumDraft::transferTypeOffered() const { return quantity == kTransferButton; }
+bool DualSpectrumDraft::transferTypeOffered() const {
+    return quantity == TODualSpektrum::Parameters::kTransferFunction;
+}
 
 bool DualSpectrumDraft::averageFactorOffered() const { return averageTypeEntry == kWeightedEntry; }
 

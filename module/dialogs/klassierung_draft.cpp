@@ -47,7 +47,7 @@ bool ClassificationDraft::referenceLineOffered() const {
     return hysteresisOffered() && method() != kSeparatePeaks;
 }
 
-bool ClassificationDraft::resetBlocksOffered() const { return resetMode == 1015; }
+bool ClassificationDraft::resetBlocksOffered() const { return resetMode == kResetByCount; }
 
 ClassValues ClassificationDraft::classValues() const {
     return {.number = readNumber(number),

@@ -82,6 +82,11 @@ DualSpectrumSettings settingsOf(const Parameters& p) {
             .windowParameter = p.windowParameter};
 }
 
+const char* secondOutputOf(const Parameters& p) {
+    if (p.amplitudeType == kRealImaginary) return "I,";
+    return p.phase != 0 ? "P," : "-,";
+}
+
 // Nothing is common to the layouts of the two blocks.
 bool differ(const ChannelBlock& excitation, const ChannelBlock& response) {
     return excitation.valueCount() != response.valueCount() &&
@@ -113,11 +118,10 @@ std::span<const Keyword<DualSpektrumParameters>> DualSpektrumParameters::keyword
 
 void TODualSpektrum::GetConnectors(ConnectorText& text) const {
     const bool parts = parameters_.amplitudeType == kRealImaginary;
-    const char* first = parts ? "R," : "A,";
-    const char* second = parts ? "I," : parameters_.phase != 0 ? "P," : "-,";
-    const char* third = parameters_.coherence != 0 ? "K," : "-,";
+    const char* coherence = parameters_.coherence != 0 ? "K," : "-,";
     std::array<char, 32> connectors{};
-    std::snprintf(connectors.data(), connectors.size(), "E,A,T,;%s%s%s", first, second, third);
+    std::snprintf(connectors.data(), connectors.size(), "E,A,T,;%s%s%s", parts ? "R," : "A,",
+                  secondOutputOf(parameters_), coherence);
     writeConnectors(text, connectors.data());
 }
 

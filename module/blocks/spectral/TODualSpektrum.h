@@ -15,8 +15,8 @@ namespace vynpack {
 struct DualSpektrumParameters {
     static constexpr std::int32_t kRecordSizeWord = 88;
 
-    // What is computed: control ids of the dialog. Any other number is the transfer function.
-    enum Quantity : std::uint16_t { kCrossSpectrum = 1118 };
+    // What is computed: control ids of the dialog. Any other number counts as the second.
+    enum Quantity : std::uint16_t { kCrossSpectrum = 1118, kTransferFunction = 1119 };
 
     // When the average begins anew: control ids of the dialog.
     enum ResetMode : std::uint16_t {

@@ -30,9 +30,20 @@ inline constexpr NamedValue kAmplitudeTypeKeys[] = {
 };
 
 inline constexpr NamedValue kWindowNames[] = {
-    {66, "HANNING"},   {67, "HAMMING"}, {68, "BLACKMAN"},    {69, "FLATTOP"},  {70, "KAISER"},
-    {71, "COS10PERC"}, {72, "WELCH"},   {73, "PARZEN"},      {74, "BARTLETT"}, {75, "VALLEE"},
-    {76, "CAUCHY"},    {77, "GAUSS"},   {78, "EXPONENTIAL"}, {79, "RIEMANN"},
+    {kHanningWindow, "HANNING"},
+    {kHammingWindow, "HAMMING"},
+    {kBlackmanWindow, "BLACKMAN"},
+    {kFlatTopWindow, "FLATTOP"},
+    {kKaiserWindow, "KAISER"},
+    {kCosine10Window, "COS10PERC"},
+    {kWelchWindow, "WELCH"},
+    {kParzenWindow, "PARZEN"},
+    {kBartlettWindow, "BARTLETT"},
+    {kValleeWindow, "VALLEE"},
+    {kCauchyWindow, "CAUCHY"},
+    {kGaussWindow, "GAUSS"},
+    {kExponentialWindow, "EXPONENTIAL"},
+    {kRiemannWindow, "RIEMANN"},
 };
 
 inline constexpr NamedTexts kAmplitudeTypeTexts{kAmplitudeTypeNames, "PEAK", kAmplitudeTypeKeys,
