@@ -12,7 +12,7 @@
 #include "fft/fft.h"
 #include "filter/convolution.h"
 #include "filter/filter_object.h"
-#include "floating_point.h"
+#include "filter/floating_point.h"
 #include "ovanlys/functions.h"
 #include "version.h"
 

@@ -5,7 +5,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "floating_point.h"
+#include "filter/floating_point.h"
 
 namespace ovanlys {
 
