@@ -5,6 +5,7 @@
 #include <new>
 #include <optional>
 #include <span>
+#include <utility>
 
 #include "design/analog_prototype.h"
 #include "design/fir_design.h"
@@ -13,6 +14,7 @@
 #include "filter/convolution.h"
 #include "filter/filter_object.h"
 #include "filter/floating_point.h"
+#include "filter/last_design.h"
 #include "ovanlys/functions.h"
 #include "version.h"
 
@@ -34,18 +36,69 @@ bool isKind(int kind) { return kind >= 0 && kind <= 3; }
 
 bool isPositive(double decibels) { return decibels > 0 && std::isfinite(decibels); }
 
-// Designs into an object from the prototype that makePrototype(order) gives; none is a refusal.
-template <class MakePrototype>
-int design(void* object, double rate, double f1, double f2, MakePrototype makePrototype) {
+// What the caller asks for; the object says the rest.
+struct Wish {
+    Characteristic characteristic;
+    double rate;
+    double f1;
+    double f2;
+    double ripple = 0;
+    double attenuation = 0;
+};
+
+DesignOrder orderOf(const Wish& wish, const FilterObject& filter) {
+    return {wish.characteristic, filter.kind(),   filter.order(), wish.rate, wish.f1, wish.f2,
+            wish.ripple,         wish.attenuation};
+}
+
+// No prototype is a refusal.
+std::optional<Roots> prototypeOf(const Wish& wish, int order) {
+    switch (wish.characteristic) {
+        case Characteristic::butterworth: return butterworthPrototype(order);
+        case Characteristic::chebyshev:
+            if (!isPositive(wish.ripple)) return std::nullopt;
+            return chebyshevPrototype(order, wish.ripple);
+        case Characteristic::inverseChebyshev:
+            if (!isPositive(wish.attenuation)) return std::nullopt;
+            return inverseChebyshevPrototype(order, wish.attenuation);
+        case Characteristic::elliptic:
+            if (!isPositive(wish.ripple) || !isPositive(wish.attenuation)) return std::nullopt;
+            if (wish.attenuation <= wish.ripple) return std::nullopt;
+            return ellipticPrototype(order, wish.ripple, wish.attenuation);
+        case Characteristic::bessel:
+            if (order > kMaxBesselOrder) return std::nullopt;
+            return besselPrototype(order);
+    }
+    return std::nullopt;
+}
+
+// The filter at rest, or nothing for a refusal.
+std::optional<FilterObject> designed(const Wish& wish, FilterKind kind, int order) {
+    if (!edgesMakeSense(kind, wish.rate, wish.f1, wish.f2)) return std::nullopt;
+    const std::optional<Roots> prototype = prototypeOf(wish, order);
+    if (!prototype) return std::nullopt;
+    FilterObject filter(kind, order);
+    if (!filter.design(digitalFilter(*prototype, kind, wish.rate, wish.f1, wish.f2))) {
+        return std::nullopt;
+    }
+    return filter;
+}
+
+int design(void* object, const Wish& wish) {
+    static LastDesign last;
     if (object == nullptr) return kBadArgument;
     return guarded([&] {
         const StandardMode mode;
         auto& filter = *static_cast<FilterObject*>(object);
-        if (!edgesMakeSense(filter.kind(), rate, f1, f2)) return kRefused;
-        const std::optional<Roots> prototype = makePrototype(filter.order());
-        if (!prototype) return kRefused;
-        const Roots roots = digitalFilter(*prototype, filter.kind(), rate, f1, f2);
-        return filter.design(roots) ? kDone : kRefused;
+        const DesignOrder order = orderOf(wish, filter);
+        auto result = last.find(order);
+        if (!result) {
+            result = designed(wish, filter.kind(), filter.order());
+            if (!result) return kRefused;
+            last.keep(order, *result);
+        }
+        filter = *std::move(result);
+        return kDone;
     });
 }
 
@@ -82,36 +135,23 @@ void* ZABFunc233(int kind, int order) {
 void ZABFunc234(void* object) { delete static_cast<FilterObject*>(object); }
 
 int ZABFunc18(double fs, double f1, double f2, void* object) {
-    return design(object, fs, f1, f2, butterworthPrototype);
+    return design(object, {Characteristic::butterworth, fs, f1, f2});
 }
 
 int ZABFunc24(double fs, double f1, double f2, double ripple, void* object) {
-    return design(object, fs, f1, f2, [ripple](int order) -> std::optional<Roots> {
-        if (!isPositive(ripple)) return std::nullopt;
-        return chebyshevPrototype(order, ripple);
-    });
+    return design(object, {Characteristic::chebyshev, fs, f1, f2, ripple});
 }
 
 int ZABFunc98(double fs, double f1, double f2, double attenuation, void* object) {
-    return design(object, fs, f1, f2, [attenuation](int order) -> std::optional<Roots> {
-        if (!isPositive(attenuation)) return std::nullopt;
-        return inverseChebyshevPrototype(order, attenuation);
-    });
+    return design(object, {Characteristic::inverseChebyshev, fs, f1, f2, 0, attenuation});
 }
 
 int ZABFunc61(double fs, double f1, double f2, double ripple, double attenuation, void* object) {
-    return design(object, fs, f1, f2, [ripple, attenuation](int order) -> std::optional<Roots> {
-        if (!isPositive(ripple) || !isPositive(attenuation) || attenuation <= ripple)
-            return std::nullopt;
-        return ellipticPrototype(order, ripple, attenuation);
-    });
+    return design(object, {Characteristic::elliptic, fs, f1, f2, ripple, attenuation});
 }
 
 int ZABFunc12(double fs, double f1, double f2, void* object) {
-    return design(object, fs, f1, f2, [](int order) -> std::optional<Roots> {
-        if (order > kMaxBesselOrder) return std::nullopt;
-        return besselPrototype(order);
-    });
+    return design(object, {Characteristic::bessel, fs, f1, f2});
 }
 
 int ZABFunc79() { return kVersion; }

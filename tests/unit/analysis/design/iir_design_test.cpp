@@ -365,6 +365,63 @@ TEST(Designs, RefuseWhatMakesNoSenseAndLeaveObjectAndStateAsTheyWere) {
     }
 }
 
+// The design made last is kept and copied: a copy begins at rest and gives the bits of a design
+// made anew, whatever has become of the object that it was first made for.
+TEST(Designs, TheSameDesignForManyObjectsGivesTheSameBits) {
+    using enum test::Characteristic;
+    const auto x = test::noise(500);
+    for (const auto characteristic : {butterworth, chebyshev, inverseChebyshev, elliptic, bessel}) {
+        for (int kind = 0; kind < 4; ++kind) {
+            const test::DesignCase wanted{characteristic, kind,   7,   48000.0,
+                                          900.0,          5000.0, 1.0, 40.0};
+            SCOPED_TRACE(testing::PrintToString(wanted));
+            const auto designed = [&] {
+                Filter filter(kind, wanted.order);
+                EXPECT_EQ(test::design(wanted, filter.object()), 0);
+                return filter;
+            };
+            const Filter first = designed();
+            const auto expected = first(x);
+            first.head().gain = 7.0;
+            first.head().changed = 1;
+            first(x);
+            EXPECT_EQ(designed()(x), expected) << "a copy";
+            const Filter other(kind, wanted.order);
+            ASSERT_EQ(ZABFunc18(1000.0, 100.0, 300.0, other.object()), 0);
+            EXPECT_EQ(designed()(x), expected) << "designed anew";
+            EXPECT_EQ(std::memcmp(&designed().head(), &designed().head(), sizeof(FilterHead)), 0);
+        }
+    }
+}
+
+// Each number of a design counts: none is taken for the one before.
+TEST(Designs, AnotherDesignIsNeverTakenForTheLastOne) {
+    using enum test::Characteristic;
+    const auto x = test::noise(500);
+    const test::DesignCase base{elliptic, 2, 4, 48000.0, 900.0, 5000.0, 1.0, 40.0};
+    const auto response = [&](const test::DesignCase& wanted) {
+        const Filter filter(wanted.kind, wanted.order);
+        EXPECT_EQ(test::design(wanted, filter.object()), 0);
+        return filter(x);
+    };
+    void (*const changes[])(test::DesignCase&) = {
+        [](test::DesignCase& c) { c.characteristic = chebyshev; },
+        [](test::DesignCase& c) { c.kind = 3; },
+        [](test::DesignCase& c) { c.order = 5; },
+        [](test::DesignCase& c) { c.rate = 48001.0; },
+        [](test::DesignCase& c) { c.f1 = 901.0; },
+        [](test::DesignCase& c) { c.f2 = 5001.0; },
+        [](test::DesignCase& c) { c.ripple = 1.1; },
+        [](test::DesignCase& c) { c.attenuation = 41.0; }};
+    const auto expected = response(base);
+    for (const auto change : changes) {
+        test::DesignCase changed = base;
+        change(changed);
+        EXPECT_NE(response(changed), expected) << testing::PrintToString(changed);
+        EXPECT_EQ(response(base), expected);
+    }
+}
+
 TEST(Designs, RefuseANullObject) {
     EXPECT_EQ(ZABFunc18(1000.0, 100.0, 200.0, nullptr), -1);
     EXPECT_EQ(ZABFunc24(1000.0, 100.0, 200.0, 1.0, nullptr), -1);
