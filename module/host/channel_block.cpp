@@ -59,9 +59,7 @@ void OutputBlock::deliver() noexcept {
 void OutputBlock::giveBack() noexcept {
     block_.unlock();
     if (record_ == nullptr) return;
-    MemoryHandle& slot = std::exchange(record_, nullptr)->outputData.at(connector_);
-    const MemoryHandle handle = std::exchange(slot, MemoryHandle::none);
-    if (handle != MemoryHandle::none) host_message::release(handle);
+    host_message::giveBack(std::exchange(record_, nullptr)->outputData.at(connector_));
 }
 
 WorkBlock::WorkBlock(std::int64_t values) {
@@ -75,8 +73,7 @@ WorkBlock::WorkBlock(std::int64_t values) {
 
 void WorkBlock::giveBack() noexcept {
     block_.unlock();
-    const MemoryHandle handle = std::exchange(handle_, MemoryHandle::none);
-    if (handle != MemoryHandle::none) host_message::release(handle);
+    host_message::giveBack(handle_);
 }
 
 void consumeInput(SimulationRecord& record, int connector, ChannelBlock& input) noexcept {

@@ -35,7 +35,7 @@ static_assert(offsetof(ChannelBlockHeader, displaySpan) == 40);
 static_assert(offsetof(ChannelBlockHeader, channelCount) == 48);
 static_assert(offsetof(ChannelBlockHeader, axisFlags) == 52);
 
-// The values follow at kChannelValuesOffset: float32, sample i of channel c at c + i *
+// The values, float32, follow at kChannelValuesOffset: sample i of channel c at c + i *
 // channelCount.
 static_assert(sizeof(ChannelBlockHeader) <= kChannelValuesOffset);
 

@@ -1,6 +1,7 @@
 #include "host/host_messages.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "host/TOGlobal.h"
 #include "platform/message.h"
@@ -43,6 +44,11 @@ void copyHeader(MemoryHandle input, ChannelBlockHeader* output) noexcept {
 
 void release(MemoryHandle block) noexcept {
     SendHostMessage(HostMessage::releaseBlock, static_cast<std::int64_t>(block), 0);
+}
+
+void giveBack(MemoryHandle& held) noexcept {
+    const MemoryHandle block = std::exchange(held, MemoryHandle::none);
+    if (block != MemoryHandle::none) release(block);
 }
 
 const float* triggerThreshold() noexcept {

@@ -33,6 +33,9 @@ void copyHeader(MemoryHandle input, ChannelBlockHeader* output) noexcept;
 // The host takes a channel data block back.
 void release(MemoryHandle block) noexcept;
 
+// The same for a block that may be held or not; nothing is held afterwards.
+void giveBack(MemoryHandle& held) noexcept;
+
 // The level above which a trigger input counts as high; null when the host has none.
 const float* triggerThreshold() noexcept;
 

@@ -176,10 +176,7 @@ void TOKlassierung::abandonRun() {
     run_.reset();
 }
 
-void TOKlassierung::releaseAccumulator() noexcept {
-    if (accumulator_ != MemoryHandle::none)
-        host_message::release(std::exchange(accumulator_, MemoryHandle::none));
-}
+void TOKlassierung::releaseAccumulator() noexcept { host_message::giveBack(accumulator_); }
 
 // Takes the waiting block through to an output block. False when nothing was put out.
 bool TOKlassierung::classify(SimulationRecord& record) {

@@ -71,8 +71,7 @@ int TODigitalFilter::Simulation(SimulationRecord& record) {
 }
 
 int TODigitalFilter::Stoppen() {
-    if (held_ != MemoryHandle::none)
-        host_message::release(std::exchange(held_, MemoryHandle::none));
+    host_message::giveBack(held_);
     filter_ = std::monostate{};
     return kDone;
 }

@@ -96,8 +96,7 @@ int TOFreqWeight::Simulation(SimulationRecord& record) {
 
 int TOFreqWeight::Stoppen() {
     filters_ = {};
-    if (held_ != MemoryHandle::none)
-        host_message::release(std::exchange(held_, MemoryHandle::none));
+    host_message::giveBack(held_);
     return kDone;
 }
 

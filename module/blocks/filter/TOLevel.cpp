@@ -65,8 +65,7 @@ int TOLevel::InitSim() {
 
 int TOLevel::Stoppen() {
     run_.reset();
-    if (held_ != MemoryHandle::none)
-        host_message::release(std::exchange(held_, MemoryHandle::none));
+    host_message::giveBack(held_);
     readSamples_ = 0;
     return kDone;
 }
