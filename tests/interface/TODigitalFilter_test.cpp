@@ -10,10 +10,14 @@
 
 #include "interface/filter_response.h"
 #include "interface/host_fixture.h"
+#include "support/record_bytes.h"
+#include "support/signals.h"
 
 namespace vynhost::test {
 namespace {
 
+using signals::impulse;
+using signals::noise;
 using ::testing::Each;
 using ::testing::ElementsAre;
 
@@ -132,36 +136,24 @@ TEST_F(TODigitalFilter, KeywordsMatchWithoutRegardToCase) {
     EXPECT_EQ(block.getInteger("PkFilterOrder"), 7);
 }
 
-// A record is built here field by field, at its own widths.
-class Record {
-public:
-    template <class Value>
-    Record& operator<<(Value value) {
-        const auto bytes = std::bit_cast<std::array<char, sizeof value>>(value);
-        text.append(bytes.data(), bytes.size());
-        return *this;
-    }
-    std::string text;
-};
-
 TEST_F(TODigitalFilter, RecordHolds103Bytes) {
-    Record record;
-    record << std::int32_t{184} << std::int32_t{404} << std::uint32_t{1} << std::int16_t{114}
-           << 500.0 << 1000.0 << 100.0 << std::int16_t{103} << std::int32_t{25} << std::uint32_t{0}
-           << std::int16_t{114} << 1.2 << 40.0 << std::int32_t{2};
-    record.text.append(33, '\0');
-    ASSERT_EQ(record.text.size(), 103U);
-    EXPECT_EQ(block.save(), record.text);
+    std::string record =
+        bytes(std::int32_t{184}, std::int32_t{404}, std::uint32_t{1}, std::int16_t{114}, 500.0,
+              1000.0, 100.0, std::int16_t{103}, std::int32_t{25}, std::uint32_t{0},
+              std::int16_t{114}, 1.2, 40.0, std::int32_t{2});
+    record.append(33, '\0');
+    ASSERT_EQ(record.size(), 103U);
+    EXPECT_EQ(block.save(), record);
 }
 
 TEST_F(TODigitalFilter, RecordRestoresEveryField) {
-    Record record;
-    record << std::int32_t{1} << std::int32_t{0} << std::uint32_t{0} << std::int16_t{117} << 11.0
-           << 12.0 << 13.0 << std::int16_t{100} << std::int32_t{31} << std::uint32_t{1}
-           << std::int16_t{112} << 2.5 << 60.0 << std::int32_t{9};
+    std::string record =
+        bytes(std::int32_t{1}, std::int32_t{0}, std::uint32_t{0}, std::int16_t{117}, 11.0, 12.0,
+              13.0, std::int16_t{100}, std::int32_t{31}, std::uint32_t{1}, std::int16_t{112}, 2.5,
+              60.0, std::int32_t{9});
     for (int i = 0; i < 33; ++i)
-        record << static_cast<char>('a' + i % 26);
-    PlacedBlock restored(host, kDigitalFilter, record.text);
+        record += static_cast<char>('a' + i % 26);
+    PlacedBlock restored(host, kDigitalFilter, record);
     EXPECT_EQ(restored.getInteger("PkFIRFilter"), 0);
     EXPECT_EQ(restored.getInteger("PkFilterMode"), 3);
     EXPECT_EQ(restored.getReal("PkCutoffFreq"), 11.0);
@@ -174,10 +166,9 @@ TEST_F(TODigitalFilter, RecordRestoresEveryField) {
     EXPECT_EQ(restored.getReal("PkRipple"), 2.5);
     EXPECT_EQ(restored.getReal("PkAttenuation"), 60.0);
     EXPECT_EQ(restored.getInteger("PkFilterOrder"), 9);
-    std::string expected = record.text;
-    const std::int32_t frame[] = {184, 404};
-    std::memcpy(expected.data(), frame, sizeof frame);
-    EXPECT_EQ(restored.save(), expected);
+    put(record, kRecordSizeOffset, std::int32_t{184});
+    put(record, kRecordVersionOffset, std::int32_t{404});
+    EXPECT_EQ(restored.save(), record);
 }
 
 // --- Checks ---------------------------------------------------------------------------------

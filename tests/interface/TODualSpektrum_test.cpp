@@ -11,12 +11,13 @@
 #include <vector>
 
 #include "interface/host_fixture.h"
-#include "interface/record_bytes.h"
-#include "interface/signals.h"
+#include "support/record_bytes.h"
+#include "support/signals.h"
 
 namespace vynhost::test {
 namespace {
 
+using signals::cosine;
 using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;

@@ -10,10 +10,14 @@
 
 #include "interface/filter_response.h"
 #include "interface/host_fixture.h"
+#include "support/record_bytes.h"
+#include "support/signals.h"
 
 namespace vynhost::test {
 namespace {
 
+using signals::impulse;
+using signals::noise;
 using ::testing::Each;
 using ::testing::ElementsAre;
 
@@ -90,18 +94,16 @@ TEST_F(TOFreqWeight, KeywordStoresTheLow16BitsUnchecked) {
 
 TEST_F(TOFreqWeight, RecordHasFrameWeightingAndText) {
     block.set("PkXweight", 3);
-    std::string expected(43, '\0');
-    const std::int32_t frame[] = {160, 404};
-    std::memcpy(expected.data(), frame, sizeof frame);
-    expected[8] = 3;
+    std::string expected = bytes(std::int32_t{160}, std::int32_t{404}, std::int16_t{3});
+    expected.resize(43, '\0');
     EXPECT_EQ(block.save(), expected);
     for (std::size_t i = 10; i < expected.size(); ++i)
         expected[i] = static_cast<char>('A' + i);
     PlacedBlock restored(host, kFreqWeight, expected);
     EXPECT_EQ(restored.getInteger("PkXweight"), 3);
     EXPECT_EQ(restored.save(), expected);
-    const std::int32_t otherFrame[] = {7, 0};
-    std::memcpy(expected.data(), otherFrame, sizeof otherFrame);
+    put(expected, kRecordSizeOffset, std::int32_t{7});
+    put(expected, kRecordVersionOffset, std::int32_t{0});
     EXPECT_EQ(PlacedBlock(host, kFreqWeight, expected).getInteger("PkXweight"), 3);
 }
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "interface/host_fixture.h"
+#include "support/record_bytes.h"
 
 namespace vynhost::test {
 namespace {
@@ -45,10 +46,8 @@ TEST_F(TOInverseFFT, HasNoKeywordsAndTouchesNoRecord) {
 TEST_F(TOInverseFFT, SavesA40ByteRecord) {
     std::string record = block.save();
     ASSERT_EQ(record.size(), 40U);
-    std::int32_t words[2];
-    std::memcpy(words, record.data(), sizeof words);
-    EXPECT_EQ(words[0], 32);
-    EXPECT_EQ(words[1], 404);
+    EXPECT_EQ(at<std::int32_t>(record, kRecordSizeOffset), 32);
+    EXPECT_EQ(at<std::int32_t>(record, kRecordVersionOffset), 404);
     EXPECT_EQ(record.substr(8), std::string(32, '\0'));
     record.replace(8, 5, "bytes");
     PlacedBlock restored(host, kInverseFFT, record);

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "interface/host_fixture.h"
-#include "interface/record_bytes.h"
+#include "support/record_bytes.h"
 
 namespace vynhost::test {
 namespace {
@@ -37,16 +37,6 @@ enum Offset : std::size_t {
     kSpare = 80,
 };
 constexpr std::size_t kRecordLength = 96;
-
-template <class... Values>
-std::string bytes(Values... values) {
-    std::string result;
-    const auto append = [&](auto value) {
-        result.append(reinterpret_cast<const char*>(&value), sizeof value);
-    };
-    (append(values), ...);
-    return result;
-}
 
 ChannelData oneChannel(std::vector<float> samples, double step = 1.0) {
     return timeSignal(std::move(samples), 1, step);

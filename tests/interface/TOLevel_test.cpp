@@ -11,7 +11,8 @@
 #include <vector>
 
 #include "interface/host_fixture.h"
-#include "interface/record_bytes.h"
+#include "support/record_bytes.h"
+#include "support/signals.h"
 
 namespace vynhost::test {
 namespace {
@@ -180,11 +181,8 @@ TEST_F(TOLevel, PutsOutOneBlockPerCallAndKeepsTheInputUntilAllIsRead) {
 TEST_F(TOLevel, AnOnePascalToneReads94Decibel) {
     block.set("PkTimeTc", 1);
     block.set("PkFreqOut", 1.0);
-    std::vector<float> tone(3 * 8000 + 2);
-    for (std::size_t i = 0; i < tone.size(); ++i) {
-        tone[i] = static_cast<float>(std::sqrt(2.0) *
-                                     std::sin(2 * std::numbers::pi * static_cast<double>(i) / 8));
-    }
+    constexpr int kSamples = 3 * 8000 + 2;
+    const auto tone = signals::sine(kSamples, kSamples / 8.0, std::numbers::sqrt2);
     const auto outputs = play(oneChannel(tone, 1.0 / 8000));
     ASSERT_EQ(outputs.size(), 3U);
     EXPECT_NEAR(outputs[2].values[kDisplayed], 93.98F, 0.01F);

@@ -9,12 +9,13 @@
 #include <vector>
 
 #include "interface/host_fixture.h"
-#include "interface/record_bytes.h"
-#include "interface/signals.h"
+#include "support/record_bytes.h"
+#include "support/signals.h"
 
 namespace vynhost::test {
 namespace {
 
+using signals::cosine;
 using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::FloatNear;
@@ -136,10 +137,9 @@ TEST_F(TOSpektrum, SavesA58ByteRecordAndRestoresAllOfIt) {
     EXPECT_EQ(record.substr(26), std::string(32, '\0'));
 
     record.replace(26, 12, "ein Text\0mit", 12);
-    const std::int32_t oldVersion = 0;
     for (const bool changeVersion : {false, true}) {
         std::string given = record;
-        if (changeVersion) std::memcpy(given.data() + 4, &oldVersion, sizeof oldVersion);
+        if (changeVersion) put(given, kRecordVersionOffset, std::int32_t{0});
         PlacedBlock restored(host, kSpektrum, given);
         EXPECT_EQ(restored.save(), record);
     }
@@ -248,8 +248,7 @@ TEST_F(TOSpektrum, ARestoredWindowOutsideTheTableWeightsNothing) {
     const ChannelData signal = timeSignal(cosine(64, 4, 1.0));
     for (const int window : {0, 63, 80, 65535}) {
         std::string record = block.save();
-        const auto stored = static_cast<std::uint16_t>(window);
-        std::memcpy(record.data() + 10, &stored, sizeof stored);
+        put(record, 10, static_cast<std::uint16_t>(window));
         PlacedBlock restored(host, kSpektrum, record);
         restored.wireAll();
         restored.initSim();
@@ -262,8 +261,7 @@ TEST_F(TOSpektrum, ARestoredWindowOutsideTheTableWeightsNothing) {
 
 TEST_F(TOSpektrum, AZoomFftIsNamedButComputesNothing) {
     std::string record = block.save();
-    const std::uint16_t zoom = 57;
-    std::memcpy(record.data() + 8, &zoom, sizeof zoom);
+    put(record, 8, std::uint16_t{57});
     PlacedBlock restored(host, kSpektrum, record);
     restored.wireAll();
     EXPECT_EQ(restored.getText("PkAmplType"), "PEAK");

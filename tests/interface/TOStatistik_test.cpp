@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "interface/host_fixture.h"
-#include "interface/record_bytes.h"
+#include "support/record_bytes.h"
 
 namespace vynhost::test {
 namespace {
@@ -25,11 +25,6 @@ const std::vector<std::string> kMeasures = {
 
 // One sample of one channel.
 ChannelData single(float sample) { return timeSignal(std::vector<float>{sample}); }
-
-template <class Value>
-std::string bytesOf(Value value) {
-    return {reinterpret_cast<const char*>(&value), sizeof value};
-}
 
 class TOStatistik : public BlockTest<kStatistik> {
 protected:
@@ -112,11 +107,11 @@ TEST_F(TOStatistik, SavesTheParametersAsTheyStand) {
 }
 
 TEST_F(TOStatistik, RestoresTheSavedBytes) {
-    std::string record = bytesOf<std::int32_t>(76) + bytesOf<std::int32_t>(404);
+    std::string record = bytes(std::int32_t{76}, std::int32_t{404});
     for (int i = 0; i < 76; ++i)
         record += static_cast<char>(i * 37);
     for (const std::int32_t version : {400, 402, 404, 5000}) {
-        record.replace(4, 4, bytesOf(version));
+        put(record, kRecordVersionOffset, version);
         EXPECT_EQ(PlacedBlock(host, kStatistik, record).save().substr(8), record.substr(8));
     }
 }
@@ -124,7 +119,7 @@ TEST_F(TOStatistik, RestoresTheSavedBytes) {
 TEST_F(TOStatistik, ARecordOfAnotherSizeIsLeftAfterItsSizeWord) {
     block.set("PkSumBlock", 1);
     std::string record = block.save();
-    record.replace(0, 4, bytesOf<std::int32_t>(75));
+    put(record, kRecordSizeOffset, std::int32_t{75});
     platform::ParameterFile file(record);
     const Int handle = host.call(host.exports().RestoreParameters, 1, kStatistik, 0, file.handle());
     EXPECT_EQ(file.position(), 4U);
@@ -135,8 +130,8 @@ TEST_F(TOStatistik, ARecordOfAnotherSizeIsLeftAfterItsSizeWord) {
 TEST_F(TOStatistik, RecordsBeforeVersion400CarryABitPerMeasure) {
     const std::uint32_t mask = (1U | 1U << 10U) | (3U << 16U);
     for (const std::int32_t version : {300, 399, 0, -1}) {
-        const std::string record = bytesOf<std::int32_t>(76) + bytesOf(version) + bytesOf(mask) +
-                                   bytesOf<std::int16_t>(1053) + "\x5A" + "behind";
+        const std::string record =
+            bytes(std::int32_t{76}, version, mask, std::int16_t{1053}) + "\x5A" + "behind";
         platform::ParameterFile file(record);
         const Int handle =
             host.call(host.exports().RestoreParameters, 1, kStatistik, 0, file.handle());
@@ -156,8 +151,8 @@ TEST_F(TOStatistik, RecordsBeforeVersion400CarryABitPerMeasure) {
 
 TEST_F(TOStatistik, EveryBitOfTheOldMaskSelectsItsMeasure) {
     for (std::uint32_t bit = 0; bit < 32; ++bit) {
-        const std::string record = bytesOf<std::int32_t>(76) + bytesOf<std::int32_t>(300) +
-                                   bytesOf(1U << bit) + bytesOf<std::int16_t>(1052) + '\0';
+        const std::string record =
+            bytes(std::int32_t{76}, std::int32_t{300}, 1U << bit, std::int16_t{1052}) + '\0';
         PlacedBlock old(host, kStatistik, record);
         for (std::uint32_t i = 0; i < 21; ++i) {
             const bool selected = i < 11 ? bit == i : bit == i + 5;
@@ -167,9 +162,9 @@ TEST_F(TOStatistik, EveryBitOfTheOldMaskSelectsItsMeasure) {
 }
 
 TEST_F(TOStatistik, AShortRecordKeepsTheRest) {
-    const std::string head = bytesOf<std::int32_t>(76) + bytesOf<std::int32_t>(404);
+    const std::string head = bytes(std::int32_t{76}, std::int32_t{404});
     PlacedBlock block2(host, kStatistik,
-                       head + bytesOf<std::int16_t>(1) + bytesOf<std::int16_t>(1) + "x");
+                       head + bytes(std::int16_t{1}) + bytes(std::int16_t{1}) + "x");
     EXPECT_EQ(block2.getInteger("PkSumBlock"), 1);
     EXPECT_EQ(block2.getInteger("PkSumAll"), 1);
     EXPECT_EQ(block2.getInteger("PkQSum"), 0);
@@ -177,19 +172,19 @@ TEST_F(TOStatistik, AShortRecordKeepsTheRest) {
 }
 
 TEST_F(TOStatistik, ARestoredCountNeverNamesMoreOutputsThanTheRecordHas) {
-    std::string record = bytesOf<std::int32_t>(76) + bytesOf<std::int32_t>(404);
+    std::string record = bytes(std::int32_t{76}, std::int32_t{404});
     for (int i = 0; i < 21; ++i)
-        record += bytesOf<std::int16_t>(32767);
-    record += bytesOf<std::int16_t>(1053) + std::string(32, '\0');
+        record += bytes(std::int16_t{32767});
+    record += bytes(std::int16_t{1053}) + std::string(32, '\0');
     const std::string connectors = PlacedBlock(host, kStatistik, record).connectors();
     EXPECT_TRUE(connectors.ends_with(",31,32,")) << connectors;
     for (int i = 0; i < 21; ++i)
         record.replace(static_cast<std::size_t>(8 + 2 * i), 2,
-                       bytesOf<std::int16_t>(i == 0 ? 2 : -1));
+                       bytes(static_cast<std::int16_t>(i == 0 ? 2 : -1)));
     EXPECT_EQ(PlacedBlock(host, kStatistik, record).connectors(), "E,;") << "a sum below 0";
     for (int i = 0; i < 21; ++i)
         record.replace(static_cast<std::size_t>(8 + 2 * i), 2,
-                       bytesOf<std::int16_t>(i == 0 ? 3 : 0));
+                       bytes(static_cast<std::int16_t>(i == 0 ? 3 : 0)));
     PlacedBlock three(host, kStatistik, record);
     EXPECT_EQ(three.connectors(), "E,;1,2,3,") << "the sum of the flags as given";
     three.initSim();

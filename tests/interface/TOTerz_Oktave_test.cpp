@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "interface/host_fixture.h"
-#include "interface/record_bytes.h"
+#include "support/record_bytes.h"
 
 namespace vynhost::test {
 namespace {

@@ -1,4 +1,5 @@
 #include "interface/any_block.h"
+#include "support/signals.h"
 
 #include <cstring>
 
@@ -19,11 +20,8 @@ ChannelData suitableData(int typeCode, int input, unsigned seed) {
         const float curve = typeCode == kFreqWeight ? 1.0F : 0.0F;  // A; 0 would bypass the block
         return timeSignal(std::vector<float>(4, curve), 1, 0.001);
     }
-    std::mt19937 random(seed + static_cast<unsigned>(input));
-    std::uniform_real_distribution<float> between(-1.0F, 1.0F);
-    std::vector<float> values(kSamples * kChannels);
-    for (float& value : values)
-        value = between(random);
+    std::vector<float> values =
+        signals::noise(kSamples * kChannels, seed + static_cast<unsigned>(input));
     // The filters' edges and the weighting curves need room below half the rate.
     const bool filters = typeCode == kDigitalFilter || typeCode == kFreqWeight;
     ChannelData data = timeSignal(std::move(values), kChannels, filters ? 1.0 / 48000 : 0.001);

@@ -1,8 +1,6 @@
 // The shortest way through a block, as every block's own tests begin.
-#include <cmath>
-#include <numbers>
-
 #include "interface/host_fixture.h"
+#include "support/signals.h"
 
 namespace vynhost::test {
 namespace {
@@ -12,15 +10,6 @@ using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::Gt;
 using ::testing::Lt;
-
-std::vector<float> sine(int samples, int periods) {
-    std::vector<float> values(static_cast<std::size_t>(samples));
-    for (int i = 0; i < samples; ++i) {
-        values[static_cast<std::size_t>(i)] =
-            static_cast<float>(std::sin(2 * std::numbers::pi * periods * i / samples));
-    }
-    return values;
-}
 
 class BlockSmoke : public HostTest {
 protected:
@@ -32,7 +21,7 @@ TEST_F(BlockSmoke, ASineGoesThroughTheSpectrumBlock) {
     block.wireAll();
     EXPECT_EQ(block.initSim(), 1);
     host.takeTrace();
-    const auto spectrum = block.process(timeSignal(sine(64, 5), 1, 1.0 / 64));
+    const auto spectrum = block.process(timeSignal(signals::sine(64, 5), 1, 1.0 / 64));
     ASSERT_TRUE(spectrum);
     EXPECT_EQ(spectrum->samples(), 32);
     EXPECT_EQ(spectrum->header.xAxisKind, kHertz);

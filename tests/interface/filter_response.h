@@ -1,4 +1,4 @@
-// Test signals for filter blocks, and the response of a block from what it makes of an impulse.
+// The response of a filter block, and signals through it block by block.
 #pragma once
 
 #include <algorithm>
@@ -6,27 +6,12 @@
 #include <complex>
 #include <cstddef>
 #include <numbers>
-#include <random>
 #include <utility>
 #include <vector>
 
 #include "vynhost/interface/module_host.h"
 
 namespace vynhost::test {
-
-inline std::vector<float> impulse(std::size_t samples) {
-    std::vector<float> values(samples);
-    values.at(0) = 1.0F;
-    return values;
-}
-
-inline std::vector<float> noise(std::size_t count, unsigned seed = 1) {
-    std::mt19937 random(seed);
-    std::uniform_real_distribution<float> value(-1.0F, 1.0F);
-    std::vector<float> values(count);
-    std::generate(values.begin(), values.end(), [&] { return value(random); });
-    return values;
-}
 
 // |sum x_i e^(-j 2 pi f i)| in dB, f relative to the sample rate.
 inline double decibelsAt(const std::vector<float>& x, double f) {

@@ -4,21 +4,12 @@
 #include <limits>
 
 #include "interface/any_block.h"
+#include "support/record_bytes.h"
 
 namespace vynhost::test {
 namespace {
 
 using ::testing::SizeIs;
-
-std::int32_t wordAt(const std::string& record, std::size_t offset) {
-    std::int32_t word = 0;
-    std::memcpy(&word, record.data() + offset, sizeof word);
-    return word;
-}
-
-void setWord(std::string& record, std::size_t offset, std::int32_t word) {
-    std::memcpy(record.data() + offset, &word, sizeof word);
-}
 
 class ParameterRecord : public AnyBlockTest {
 protected:
@@ -39,9 +30,9 @@ TEST_P(ParameterRecord, BeginsWithASizeWordAndVersion404) {
                                                              32, 88, 184, 160, 272};
     const std::string record = defaultRecord();
     ASSERT_GT(record.size(), kRecordFrame);
-    EXPECT_EQ(wordAt(record, kRecordSizeOffset),
+    EXPECT_EQ(at<std::int32_t>(record, kRecordSizeOffset),
               kSizeWords.at(static_cast<std::size_t>(type() - kFirstType)));
-    EXPECT_EQ(wordAt(record, kRecordVersionOffset), 404);
+    EXPECT_EQ(at<std::int32_t>(record, kRecordVersionOffset), 404);
 }
 
 TEST_P(ParameterRecord, ComesBackByteForByte) {
@@ -125,8 +116,8 @@ TEST_P(ParameterRecord, WithStrangeWordsInTheFrameIsSurvived) {
     for (const std::int32_t size : kWords) {
         for (const std::int32_t version : kWords) {
             std::string record = model;
-            setWord(record, 0, size);
-            setWord(record, 4, version);
+            put(record, kRecordSizeOffset, size);
+            put(record, kRecordVersionOffset, version);
             restoreAndUse(record);
         }
     }
@@ -138,7 +129,7 @@ TEST_P(ParameterRecord, OfRandomBytesIsSurvived) {
         std::string record(1000, '\0');
         for (char& byte : record)
             byte = static_cast<char>(random());
-        if (i % 2 == 0) setWord(record, 4, kRecordVersion);
+        if (i % 2 == 0) put(record, kRecordVersionOffset, kRecordVersion);
         restoreAndUse(record);
     }
 }
@@ -158,20 +149,9 @@ VYN_FOR_ALL_TYPES(ParameterRecord);
 
 // --- The spectrum block's record, byte by byte ----------------------------------------------
 
-template <class Field>
-void append(std::string& record, Field field) {
-    record.append(reinterpret_cast<const char*>(&field), sizeof field);
-}
-
 std::string spectrumRecord(std::int32_t version) {
-    std::string record;
-    append<std::int32_t>(record, 56);
-    append(record, version);
-    append<std::uint16_t>(record, 53);
-    append<std::uint16_t>(record, 70);
-    append<std::uint16_t>(record, 1103);
-    append(record, 10.0);
-    append<std::int32_t>(record, 1);
+    const std::string record = bytes(std::int32_t{56}, version, std::uint16_t{53},
+                                     std::uint16_t{70}, std::uint16_t{1103}, 10.0, std::int32_t{1});
     std::string text = "a text and what follows it";
     text.resize(32, '\x7F');
     return record + text;

@@ -6,18 +6,10 @@
 #include <numbers>
 #include <sstream>
 
+#include "support/record_bytes.h"
 #include "vynhost/base/text.h"
 
 namespace vynhost::test {
-namespace {
-
-template <class Number>
-void append(std::string& bytes, Number number) {
-    bytes.append(reinterpret_cast<const char*>(&number), sizeof number);
-}
-
-}  // namespace
-
 DiagramTest::DiagramTest() : HostTest(allTypes()) {
     const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
     folder_ = std::filesystem::temp_directory_path() /
@@ -43,20 +35,18 @@ std::filesystem::path DiagramTest::writeWav(const std::string& name,
                                             int rate) const {
     std::string data;
     for (const float sample : interleaved) {
-        append(data, static_cast<std::int16_t>(std::lround(sample * 32768)));
+        data += bytes(static_cast<std::int16_t>(std::lround(sample * 32768)));
     }
-    std::string wav = "RIFF";
-    append(wav, static_cast<std::uint32_t>(36 + data.size()));
-    wav += "WAVEfmt ";
-    append(wav, std::uint32_t{16});
-    append(wav, std::uint16_t{1});
-    append(wav, static_cast<std::uint16_t>(channels));
-    append(wav, static_cast<std::uint32_t>(rate));
-    append(wav, static_cast<std::uint32_t>(rate * channels * 2));
-    append(wav, static_cast<std::uint16_t>(channels * 2));
-    append(wav, std::uint16_t{16});
-    wav += "data";
-    append(wav, static_cast<std::uint32_t>(data.size()));
+    const auto size = static_cast<std::uint32_t>(data.size());
+    constexpr std::uint16_t kPcm = 1;
+    constexpr std::uint16_t kBytes = 2;  // per sample
+    const auto frame = static_cast<std::uint16_t>(kBytes * channels);
+    const std::string wav =
+        "RIFF" + bytes(36 + size) + "WAVEfmt " +
+        bytes(std::uint32_t{16}, kPcm, static_cast<std::uint16_t>(channels),
+              static_cast<std::uint32_t>(rate), static_cast<std::uint32_t>(rate * frame), frame,
+              static_cast<std::uint16_t>(8 * kBytes)) +
+        "data" + bytes(size);
     return write(name, wav + data);
 }
 
@@ -91,15 +81,6 @@ std::string DiagramTest::errorOf(const std::string& toml, int& code) const {
         return text;
     }
     return "";
-}
-
-std::vector<float> DiagramTest::sine(int samples, int periods, float amplitude) {
-    std::vector<float> values(static_cast<std::size_t>(samples));
-    for (int i = 0; i < samples; ++i) {
-        values[static_cast<std::size_t>(i)] =
-            amplitude * static_cast<float>(std::sin(2 * std::numbers::pi * periods * i / samples));
-    }
-    return values;
 }
 
 }  // namespace vynhost::test

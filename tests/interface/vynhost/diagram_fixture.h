@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "interface/host_fixture.h"
+#include "support/signals.h"
 #include "vynhost/base/errors.h"
 #include "vynhost/diagram/diagram.h"
 #include "vynhost/run/runner.h"
@@ -31,8 +32,10 @@ protected:
     std::string errorOf(const std::string& toml) const;
     std::string errorOf(const std::string& toml, int& code) const;
 
-    // A ramp-free test signal: the sine of `periods` periods over `samples`.
-    static std::vector<float> sine(int samples, int periods, float amplitude = 0.5F);
+    // At half of full scale.
+    static std::vector<float> sine(int samples, int periods, double amplitude = 0.5) {
+        return signals::sine(samples, periods, amplitude);
+    }
 
     const std::map<std::string, std::filesystem::path> noInputs;
 

@@ -4,6 +4,7 @@
 #include <random>
 
 #include "interface/vynhost/diagram_fixture.h"
+#include "support/record_bytes.h"
 #include "vynhost/base/text.h"
 #include "vynhost/command/dialog_command.h"
 #include "vynhost/diagram/block_change.h"
@@ -41,7 +42,7 @@ protected:
     // The same with two bytes of the record replaced, the way only a dialog can.
     std::string recordWith(const std::string& table, std::size_t place, std::int16_t value) {
         std::string record = recordAfter(table, [](PlacedBlock&) {});
-        std::memcpy(&record.at(place), &value, sizeof value);
+        put(record, place, value);
         return record;
     }
     std::string recordOf(const BlockEntry& entry) {

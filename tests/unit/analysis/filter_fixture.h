@@ -85,14 +85,4 @@ inline double magnitude(const FilterHead& head, double rate, double frequency) {
         product *= z - std::complex<long double>(head.zeros[2 * i], head.zeros[2 * i + 1]);
     return static_cast<double>(std::abs(product));
 }
-
-inline Samples noise(int n, unsigned seed = 1) {
-    std::mt19937_64 generator(seed);
-    std::uniform_real_distribution<double> uniform(-1.0, 1.0);
-    Samples samples(static_cast<std::size_t>(n));
-    for (double& sample : samples)
-        sample = uniform(generator);
-    return samples;
-}
-
 }  // namespace ovanlys::test

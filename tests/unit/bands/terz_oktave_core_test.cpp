@@ -10,10 +10,13 @@
 #include <vector>
 
 #include "blocks/spectral/bands/band_kernels.h"
+#include "support/signals.h"
 #include "unit/kernels/levels_of_machine.h"
 
 namespace vynpack {
 namespace {
+
+using signals::noise;
 
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
@@ -58,14 +61,6 @@ std::vector<double> directSums(const Axis& axis, const std::vector<float>& lines
     }
     sums.resize((last + 1) * static_cast<std::size_t>(channels));
     return sums;
-}
-
-std::vector<float> noise(std::size_t count, float low, float high, unsigned seed) {
-    std::mt19937 random(seed);
-    std::vector<float> values(count);
-    for (float& value : values)
-        value = low + (high - low) * static_cast<float>(random() >> 8U) * 0x1p-24F;
-    return values;
 }
 
 // The band that holds a single line at a frequency; -1 when none does.
@@ -178,7 +173,8 @@ TEST(BandAnalysis, SumsEqualADirectLoopOverTheLines) {
         const Axis axis{static_cast<double>(random() % 200) - 50.0,
                         std::array{0.37, 1.0, 12.5, 48.828125, 100.0}[random() % 5]};
         const auto table = random() % 2 != 0 ? thirdOctaveBands() : octaveBands();
-        const auto lines = noise(n * static_cast<std::size_t>(channels), -10.0F, 90.0F, random());
+        const auto lines = noise(n * static_cast<std::size_t>(channels),
+                                 static_cast<unsigned>(random()), -10.0F, 90.0F);
         for (const LineKind kind : {LineKind::power, LineKind::amplitude, LineKind::level}) {
             const auto expected = directSums(axis, lines, channels, kind, table);
             const auto bands = bandsOf(axis, lines, channels, kind, table);
@@ -202,7 +198,7 @@ TEST(BandAnalysis, SumsEqualADirectLoopOverTheLines) {
 TEST(BandAnalysis, OddAxesGiveWhatTheDirectLoopGives) {
     const double nan = std::nan("");
     const double inf = std::numeric_limits<double>::infinity();
-    const auto lines = noise(400, 0.0F, 1.0F, 9);
+    const auto lines = noise(400, 9, 0.0F, 1.0F);
     for (const double first : {0.0, 1000.0, -1e300, 22497.0, 1e300, nan, inf, -inf}) {
         for (const double step : {0.0, -0.0, 1.0, -10.0, 1e-320, 1e300, nan, inf, -inf}) {
             for (const auto table : {thirdOctaveBands(), octaveBands()}) {
@@ -230,7 +226,7 @@ TEST(BandAnalysis, AChangeOfTheAxisIsNoticed) {
 }
 
 TEST(BandAnalysis, EveryChannelIsWorkedOutAsIfAlone) {
-    const auto lines = noise(300 * 32, 0.0F, 100.0F, 4);
+    const auto lines = noise(300 * 32, 4, 0.0F, 100.0F);
     for (const LineKind kind : {LineKind::power, LineKind::amplitude, LineKind::level}) {
         const auto all = bandsOf({0.0, 40.0}, lines, 32, kind, thirdOctaveBands(), true);
         for (std::size_t c = 0; c < 32; ++c) {
@@ -246,7 +242,7 @@ TEST(BandAnalysis, EveryChannelIsWorkedOutAsIfAlone) {
 
 TEST(BandAnalysis, AllKernelLevelsGiveTheSameBits) {
     for (const int channels : {1, 2, 3, 7, 8, 13}) {
-        const auto lines = noise(static_cast<std::size_t>(501 * channels), -50.0F, 120.0F, 5);
+        const auto lines = noise(static_cast<std::size_t>(501 * channels), 5, -50.0F, 120.0F);
         for (const LineKind kind : {LineKind::power, LineKind::amplitude, LineKind::level}) {
             const auto baseline = bandsOf({3.0, 21.7}, lines, channels, kind, thirdOctaveBands(),
                                           true, vyn::KernelLevel::baseline);
@@ -260,8 +256,8 @@ TEST(BandAnalysis, AllKernelLevelsGiveTheSameBits) {
 }
 
 TEST(BandAnalysis, LevelsBecomePowersWithinAUnitOfTheLastPlace) {
-    auto levels = noise(20000, -3000.0F, 3000.0F, 6);
-    const auto usual = noise(20000, -120.0F, 200.0F, 7);
+    auto levels = noise(20000, 6, -3000.0F, 3000.0F);
+    const auto usual = noise(20000, 7, -120.0F, 200.0F);
     levels.insert(levels.end(), usual.begin(), usual.end());
     levels.insert(levels.end(), {0.0F, 10.0F, 100.0F, -3000.0F, 3000.0F, -0.0F, 1e-40F});
     std::vector<double> powers(levels.size());
@@ -303,7 +299,7 @@ TEST(BandAnalysis, NaNStaysInItsBandAndChannel) {
 }
 
 TEST(BandAnalysis, ScaledLinesGiveScaledBands) {
-    auto lines = noise(500, 0.0F, 10.0F, 8);
+    auto lines = noise(500, 8, 0.0F, 10.0F);
     const auto power = bandsOf({0.0, 20.0}, lines, 1, LineKind::power, octaveBands());
     const auto amplitude = bandsOf({0.0, 20.0}, lines, 1, LineKind::amplitude, octaveBands());
     for (float& line : lines)

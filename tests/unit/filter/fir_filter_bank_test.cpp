@@ -1,4 +1,5 @@
 #include "blocks/filter/core/fir_filter_bank.h"
+#include "support/signals.h"
 
 #include <gtest/gtest.h>
 
@@ -9,6 +10,8 @@
 
 namespace vynpack {
 namespace {
+
+using signals::noise;
 
 // The convolution that the bank asks for, straight from its definition.
 extern "C" int convolveDirectly(const double* c, std::int64_t length, const double* x, int n,
@@ -21,15 +24,6 @@ extern "C" int convolveDirectly(const double* c, std::int64_t length, const doub
         y[m] = sum;
     }
     return 0;
-}
-
-std::vector<float> noise(std::size_t count, unsigned seed) {
-    std::mt19937 random(seed);
-    std::uniform_real_distribution<float> value(-1.0F, 1.0F);
-    std::vector<float> values(count);
-    for (float& v : values)
-        v = value(random);
-    return values;
 }
 
 std::vector<double> taps(std::size_t count) {

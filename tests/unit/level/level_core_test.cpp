@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "literal_level.h"
+#include "support/signals.h"
 #include "unit/kernels/levels_of_machine.h"
 
 namespace vynpack {
@@ -46,13 +47,10 @@ Outputs outputsOf(const LevelSettings& settings, const std::vector<float>& x, Le
     return outputs;
 }
 
+// A sine of this frequency in Hz.
 std::vector<float> tone(double frequency, double amplitude, double seconds, double rate) {
-    std::vector<float> x(static_cast<std::size_t>(seconds * rate));
-    for (std::size_t i = 0; i < x.size(); ++i) {
-        x[i] = static_cast<float>(
-            amplitude * std::sin(2 * std::numbers::pi * frequency * static_cast<double>(i) / rate));
-    }
-    return x;
+    const auto samples = static_cast<std::size_t>(seconds * rate);
+    return signals::sine(samples, frequency * static_cast<double>(samples) / rate, amplitude);
 }
 
 const double kLevelOfOnePascal = 10.0 * std::log10(1.0 / 4e-10);  // 93.98 dB

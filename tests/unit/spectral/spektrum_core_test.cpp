@@ -10,9 +10,12 @@
 
 #include "blocks/spectral/core/inverse_fft_core.h"
 #include "naive_transform.h"
+#include "support/signals.h"
 
 namespace vynpack {
 namespace {
+
+using signals::cosine;
 
 struct Result {
     std::vector<float> amplitudes;
@@ -33,20 +36,11 @@ Result analyse(const SpectrumSettings& settings, const std::vector<float>& sampl
     return result;
 }
 
-std::vector<float> sine(int n, double cycles, double amplitude, double phase = 0.0) {
-    std::vector<float> samples(n);
-    for (int i = 0; i < n; ++i) {
-        samples[i] = static_cast<float>(
-            amplitude * std::cos(2 * static_cast<double>(test::kPi) * cycles * i / n + phase));
-    }
-    return samples;
-}
-
 // Single-precision samples and results: the tolerance is a few units of float.
 constexpr double kFloat = 5e-7;
 
 TEST(SpectrumAnalysis, ASineStandsInItsLineWithItsAmplitudeType) {
-    const auto samples = sine(64, 5, 3.0, 0.5);
+    const auto samples = cosine(64, 5, 3.0, 0.5);
     SpectrumSettings settings;
     const auto line = [&](AmplitudeType type, double resolution = 1.0) {
         settings.amplitudeType = type;
@@ -61,7 +55,7 @@ TEST(SpectrumAnalysis, ASineStandsInItsLineWithItsAmplitudeType) {
 }
 
 TEST(SpectrumAnalysis, PhaseAndImaginaryPartOfASine) {
-    const auto samples = sine(64, 5, 3.0, 0.5);
+    const auto samples = cosine(64, 5, 3.0, 0.5);
     SpectrumSettings settings;
     EXPECT_NEAR(analyse(settings, samples, 1).phases.at(5),
                 0.5 * 180 / static_cast<double>(test::kPi), 1e-4);
@@ -77,7 +71,7 @@ TEST(SpectrumAnalysis, LineCountsHalveAndACepstrumQuarters) {
 }
 
 TEST(SpectrumAnalysis, CorrectionsDivideTheWindowedSpectrum) {
-    std::vector<float> samples = sine(1024, 100, 2.0);
+    std::vector<float> samples = cosine(1024, 100, 2.0);
     SpectrumSettings settings{.window = kHanningWindow};
     const float windowed = analyse(settings, samples, 1).amplitudes.at(100);
     EXPECT_NEAR(windowed, 1.0, 2 * kFloat);
@@ -92,12 +86,12 @@ TEST(SpectrumAnalysis, ACorrectionOutsideTheTableZeroesTheSpectrum) {
     SpectrumSettings settings{.window = kHanningWindow};
     for (const int correction : {0, 1101, 1105, 65535}) {
         settings.correction = static_cast<std::uint16_t>(correction);
-        for (const float a : analyse(settings, sine(64, 5, 1), 1).amplitudes)
+        for (const float a : analyse(settings, cosine(64, 5, 1), 1).amplitudes)
             EXPECT_EQ(a, 0.0F);
     }
     // Without a window nothing is corrected, whatever the correction is.
     settings = {.window = kNoWindow, .correction = 1105};
-    EXPECT_NEAR(analyse(settings, sine(64, 5, 1), 1).amplitudes.at(5), 1.0, kFloat);
+    EXPECT_NEAR(analyse(settings, cosine(64, 5, 1), 1).amplitudes.at(5), 1.0, kFloat);
 }
 
 TEST(SpectrumAnalysis, EveryChannelIsItsOwnSignal) {
@@ -157,7 +151,7 @@ TEST(SpectrumAnalysis, ParsevalHoldsForEveryWindow) {
 }
 
 TEST(SpectrumAnalysis, ACepstrumComputesHalfOfItsLinesAndTheRestIsZero) {
-    const auto samples = sine(1024, 3.3, 1.0);
+    const auto samples = cosine(1024, 3.3, 1.0);
     const SpectrumSettings settings{.amplitudeType = kCepstrum};
     const auto cepstrum = analyse(settings, samples, 1).amplitudes;
     ASSERT_EQ(cepstrum.size(), 256U);
@@ -170,7 +164,7 @@ TEST(SpectrumAnalysis, ACepstrumComputesHalfOfItsLinesAndTheRestIsZero) {
 TEST(SpectrumAnalysis, AZoomFftIsZeroAlsoAfterAnotherTypeInTheSameRun) {
     SpectrumAnalysis analysis;
     analysis.prepare(16);
-    const auto samples = sine(16, 2, 1.0);
+    const auto samples = cosine(16, 2, 1.0);
     std::vector<float> out(8);
     analysis.analyse({.amplitudeType = kPeak}, samples, 1, 1.0, test::naiveTransform, out, {});
     EXPECT_NEAR(out[2], 1.0, kFloat);
@@ -302,7 +296,7 @@ TEST(SpectrumAnalysis, EveryCombinationAgreesWithTheStepByStepCalculation) {
 
 TEST(SpectrumAnalysis, ACepstrumCorrectsItsOwnLinesAlone) {
     // A correction that zeroes: the phases of the first quarter are 0, the others are untouched.
-    const auto samples = sine(32, 3.3, 1.0, 0.4);
+    const auto samples = cosine(32, 3.3, 1.0, 0.4);
     SpectrumSettings settings{.amplitudeType = kCepstrum, .window = kHanningWindow};
     const auto plain = analyse(settings, samples, 1).phases;
     settings.correction = 1105;
@@ -322,7 +316,7 @@ TEST(InverseSpectrum, RebuildsASineFromItsLine) {
     inverse.prepare(n);
     std::vector<float> samples(n);
     inverse.synthesise(reals, imaginaries, 1, test::naiveInverse, samples);
-    const auto expected = sine(n, 5, 3.0, 0.5);
+    const auto expected = cosine(n, 5, 3.0, 0.5);
     for (int i = 0; i < n; ++i)
         EXPECT_NEAR(samples[i], expected[i], 3 * kFloat) << i;
 }

@@ -10,11 +10,13 @@
 #include <random>
 #include <vector>
 
+#include "support/signals.h"
 #include "unit/kernels/levels_of_machine.h"
 
 namespace vynpack {
 namespace {
 
+using signals::noise;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -26,14 +28,6 @@ Samples counting(int from, int to) {
     Samples samples(static_cast<std::size_t>(to - from + 1));
     std::iota(samples.begin(), samples.end(), static_cast<float>(from));
     return samples;
-}
-
-Samples noise(std::size_t count, unsigned seed) {
-    std::mt19937 random(seed);
-    Samples values(count);
-    for (float& value : values)
-        value = static_cast<float>(random() >> 8U) * 0x1p-20F - 8.0F;
-    return values;
 }
 
 Samples channelOf(const Samples& values, std::size_t channel, std::size_t channels) {
@@ -151,7 +145,7 @@ TEST(GroupAverage, ASecondRunStartsEmpty) {
 TEST(GroupAverage, BlockSizesDoNotMatterWhileNoBlockEndsOnABorder) {
     for (const int channels : {1, 2, 3, 8, 32}) {
         const auto c = static_cast<std::size_t>(channels);
-        const Samples all = noise(1200 * c, 31);
+        const Samples all = noise(1200 * c, 31, -8.0F, 8.0F);
         const Samples whole = Groups(channels)(all, 7);
         std::mt19937 random(32);
         Groups groups(channels);
@@ -177,7 +171,7 @@ TEST(GroupAverage, BlockSizesDoNotMatterWhileNoBlockEndsOnABorder) {
 TEST(GroupAverage, MeansEqualALoopInSampleOrder) {
     for (const int channels : {1, 2, 3, 5, 8, 11, 32}) {
         const auto c = static_cast<std::size_t>(channels);
-        const Samples in = noise(103 * c, 33);
+        const Samples in = noise(103 * c, 33, -8.0F, 8.0F);
         for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
             const Samples out = Groups(channels, level)(in, 10);
             for (std::size_t i = 0; i < 10 * c; ++i) {
@@ -191,8 +185,8 @@ TEST(GroupAverage, MeansEqualALoopInSampleOrder) {
 }
 
 TEST(GroupAverage, EveryChannelIsAveragedAsIfAlone) {
-    const Samples in = noise(50 * 32, 34);
-    const Samples next = noise(50 * 32, 35);
+    const Samples in = noise(50 * 32, 34, -8.0F, 8.0F);
+    const Samples next = noise(50 * 32, 35, -8.0F, 8.0F);
     Groups all(32);
     const Samples first = all(in, 8);
     const Samples second = all(next, 8);
@@ -289,7 +283,7 @@ TEST(MovingAverage, ASecondRunStartsWithoutHistory) {
 TEST(MovingAverage, BlockSizesDoNotMatter) {
     for (const int channels : {1, 2, 3, 8, 32}) {
         const auto c = static_cast<std::size_t>(channels);
-        const Samples all = noise(900 * c, 36);
+        const Samples all = noise(900 * c, 36, -8.0F, 8.0F);
         for (const std::size_t width : {1U, 2U, 7U, 33U, 200U}) {
             const Samples whole = Windows(channels)(all, width);
             std::mt19937 random(37);
@@ -311,7 +305,7 @@ TEST(MovingAverage, BlockSizesDoNotMatter) {
 TEST(MovingAverage, MeansEqualALoopInSampleOrder) {
     for (const int channels : {1, 2, 3, 5, 8, 11, 32}) {
         const auto c = static_cast<std::size_t>(channels);
-        const Samples in = noise(211 * c, 38);
+        const Samples in = noise(211 * c, 38, -8.0F, 8.0F);
         for (const std::size_t width : {1U, 2U, 7U, 100U, 211U, 1000U}) {
             for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
                 const Samples out = Windows(channels, level)(in, width);
@@ -329,7 +323,7 @@ TEST(MovingAverage, MeansEqualALoopInSampleOrder) {
 }
 
 TEST(MovingAverage, IsLinear) {
-    const Samples a = noise(500, 39);
+    const Samples a = noise(500, 39, -8.0F, 8.0F);
     Samples scaled = a;
     for (float& value : scaled)
         value *= 4.0F;  // exact
@@ -379,9 +373,9 @@ TEST(BlockAverage, AFactorOfZeroGivesTheBlockItself) {
 }
 
 TEST(BlockAverage, RunsInSinglePrecision) {
-    const Samples a = noise(100, 40);
-    const Samples b = noise(100, 41);
-    const Samples d = noise(100, 42);
+    const Samples a = noise(100, 40, -8.0F, 8.0F);
+    const Samples b = noise(100, 41, -8.0F, 8.0F);
+    const Samples d = noise(100, 42, -8.0F, 8.0F);
     BlockAverage average;
     mixed(average, a, 0.7);
     const Samples two = mixed(average, b, 0.7);
@@ -428,9 +422,9 @@ TEST(BlockAverage, AllKernelLevelsGiveTheSameBits) {
     std::vector<Samples> results;
     for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
         BlockAverage average(level);
-        mixed(average, noise(1001, 43), 0.9);
-        average.process(noise(1001, 44), 0.9, {});
-        results.push_back(mixed(average, noise(1001, 45), 0.9));
+        mixed(average, noise(1001, 43, -8.0F, 8.0F), 0.9);
+        average.process(noise(1001, 44, -8.0F, 8.0F), 0.9, {});
+        results.push_back(mixed(average, noise(1001, 45, -8.0F, 8.0F), 0.9));
         EXPECT_EQ(results.back(), results.front());
     }
 }

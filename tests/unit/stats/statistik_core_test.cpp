@@ -13,10 +13,13 @@
 #include "blocks/stats/TOStatFunktion.h"
 #include "blocks/stats/core/statistic_kernels.h"
 #include "host/channel_block.h"
+#include "support/signals.h"
 #include "unit/kernels/levels_of_machine.h"
 
 namespace vynpack {
 namespace {
+
+using signals::noise;
 
 constexpr double kLargest = std::numeric_limits<double>::max();
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
@@ -54,14 +57,6 @@ double measure(Statistic statistic, const std::vector<float>& values, double xSt
     Recorder recorder(1);
     recorder.take(values, xStart, xStep, flags);
     return recorder(statistic);
-}
-
-std::vector<float> noise(std::size_t count, float low, float high, unsigned seed) {
-    std::mt19937 random(seed);
-    std::vector<float> values(count);
-    for (float& value : values)
-        value = low + (high - low) * static_cast<float>(random() >> 8U) * 0x1p-24F;
-    return values;
 }
 
 const std::vector<float> kTextbook = {2, 4, 4, 4, 5, 5, 7, 9};
@@ -301,7 +296,7 @@ TEST(Statistics, SurplusValuesAreDropped) {
 TEST(Statistics, SumsEqualALoopInSampleOrder) {
     for (const int channels : {1, 2, 3, 7, 8, 9, 32}) {
         const std::size_t n = 533;
-        const auto values = noise(n * static_cast<std::size_t>(channels), 0.5F, 900.0F, 21);
+        const auto values = noise(n * static_cast<std::size_t>(channels), 21, 0.5F, 900.0F);
         Recorder recorder(channels);
         recorder.take(values);
         for (int c = 0; c < channels; ++c) {
@@ -335,7 +330,7 @@ TEST(Statistics, SumsEqualALoopInSampleOrder) {
 
 TEST(Statistics, AgreeWithAComputationInLongDouble) {
     const std::size_t n = 4096;
-    const auto values = noise(n, 0.001F, 50.0F, 22);
+    const auto values = noise(n, 22, 0.001F, 50.0F);
     long double sum = 0;
     long double squares = 0;
     long double logs = 0;
@@ -382,7 +377,7 @@ TEST(Statistics, TheGeometricMeanStaysInsideTheDoubleRange) {
 }
 
 TEST(Statistics, EveryChannelIsMeasuredAsIfAlone) {
-    const auto values = noise(100 * 32, -2.0F, 50.0F, 23);
+    const auto values = noise(100 * 32, 23, -2.0F, 50.0F);
     Recorder all(32);
     all.take(values, 1.0, 0.25);
     for (int c = 0; c < 32; ++c) {
@@ -399,7 +394,7 @@ TEST(Statistics, EveryChannelIsMeasuredAsIfAlone) {
 }
 
 TEST(Statistics, ScaledDataGiveScaledMeasures) {
-    auto values = noise(300, 0.1F, 9.0F, 24);
+    auto values = noise(300, 24, 0.1F, 9.0F);
     Recorder plain(1);
     plain.take(values);
     for (float& value : values)
@@ -419,7 +414,7 @@ TEST(Statistics, ScaledDataGiveScaledMeasures) {
 
 TEST(Statistics, AllKernelLevelsGiveTheSameBits) {
     for (const int channels : {1, 2, 3, 5, 8, 13}) {
-        auto values = noise(static_cast<std::size_t>(311 * channels), 1e-3F, 1e3F, 25);
+        auto values = noise(static_cast<std::size_t>(311 * channels), 25, 1e-3F, 1e3F);
         values[17] = std::nanf("");
         const SampleRows rows{values, channels};
         SamplePasses baseline(vyn::KernelLevel::baseline);

@@ -14,11 +14,13 @@
 
 #include "design/analog_prototype.h"
 #include "design/iir_design.h"
+#include "support/signals.h"
 #include "unit/analysis/filter_fixture.h"
 
 namespace ovanlys {
 namespace {
 
+using signals::noise;
 using test::Characteristic;
 using test::DesignCase;
 using test::Filter;
@@ -350,7 +352,7 @@ TEST(Designs, RefuseWhatMakesNoSenseAndLeaveObjectAndStateAsTheyWere) {
         rows.push_back(
             {{elliptic, 0, 3, 1000.0, 100.0, 200.0, 1.0, tooLow}, "attenuation <= ripple"});
 
-    const auto x = test::noise(100);
+    const auto x = noise<double>(100);
     for (const Refused& row : rows) {
         SCOPED_TRACE(testing::PrintToString(row.design) + " " + row.reason);
         const Filter filter(row.design.kind, row.design.order);

@@ -11,25 +11,18 @@
 #include <vector>
 
 #include "ovanlys/functions.h"
+#include "support/signals.h"
 #include "unit/analysis/allocation_count.h"
 
 namespace ovanlys {
 namespace {
 
+using signals::noise;
 using Samples = std::vector<double>;
 using Line = std::complex<long double>;
 
 // Relative to the root of the energy: a transform of ~20 butterfly stages stays below 20 roundings.
 constexpr double kTolerance = 20 * std::numeric_limits<double>::epsilon();
-
-Samples noise(int n, unsigned seed = 1) {
-    std::mt19937_64 generator(seed);
-    std::uniform_real_distribution<double> uniform(-1.0, 1.0);
-    Samples samples(static_cast<std::size_t>(n));
-    for (double& sample : samples)
-        sample = uniform(generator);
-    return samples;
-}
 
 double energy(const Samples& samples) {
     long double sum = 0.0L;
@@ -84,7 +77,7 @@ void expectLine(const Spectrum& spectrum, const Samples& samples, const std::vec
 
 TEST(RealTransform, GivesTheDefiningSumForEveryLengthUpTo300) {
     for (int n = 1; n <= 300; ++n) {
-        const Samples samples = noise(n, static_cast<unsigned>(n));
+        const Samples samples = noise<double>(n, static_cast<unsigned>(n));
         const Spectrum spectrum = transformed(samples);
         const auto points = circle(n);
         for (int k = 0; k <= n / 2; ++k)
@@ -94,7 +87,7 @@ TEST(RealTransform, GivesTheDefiningSumForEveryLengthUpTo300) {
 
 TEST(RealTransform, GivesTheDefiningSumForLargePrimesAndPowers) {
     for (const int n : {1021, 4096, 8191, 10007, 65536, 65537, 99991}) {
-        const Samples samples = noise(n);
+        const Samples samples = noise<double>(n);
         const Spectrum spectrum = transformed(samples);
         const auto points = circle(n);
         const int step = n < 9000 ? 7 : n / 60;
@@ -138,7 +131,7 @@ TEST(RealTransform, PutsASineIntoItsLineAlone) {
 
 TEST(RealTransform, KeepsTheEnergy) {
     for (const int n : {2, 3, 64, 255, 1000, 8191, 65537, 1 << 18}) {
-        const Samples samples = noise(n);
+        const Samples samples = noise<double>(n);
         const Spectrum spectrum = transformed(samples);
         long double sum = 0.0L;
         for (int k = 0; k <= n / 2; ++k) {
@@ -157,7 +150,7 @@ TEST(InverseRealTransform, GivesTheSamplesBack) {
     for (int n = 1; n <= 300; ++n)
         lengths.push_back(n);
     for (const int n : lengths) {
-        const Samples samples = noise(n);
+        const Samples samples = noise<double>(n);
         Spectrum spectrum = transformed(samples);
         ASSERT_EQ(ZABFunc148(spectrum.re.data(), spectrum.im.data(), n), 0);
         const double allowed = kTolerance * std::sqrt(energy(samples));
@@ -168,7 +161,7 @@ TEST(InverseRealTransform, GivesTheSamplesBack) {
 
 TEST(InverseRealTransform, IgnoresTheImaginaryPartsOfTheFirstAndTheNyquistLine) {
     for (const int n : {1, 2, 7, 8, 100}) {
-        const Spectrum spectrum = transformed(noise(n));
+        const Spectrum spectrum = transformed(noise<double>(n));
         Spectrum clean = spectrum;
         Spectrum dirty = spectrum;
         dirty.im[0] = std::numeric_limits<double>::quiet_NaN();
@@ -181,7 +174,7 @@ TEST(InverseRealTransform, IgnoresTheImaginaryPartsOfTheFirstAndTheNyquistLine) 
 
 TEST(InverseRealTransform, ReadsNothingBeyondTheHalf) {
     for (const int n : {5, 8, 33}) {
-        Spectrum spectrum = transformed(noise(n));
+        Spectrum spectrum = transformed(noise<double>(n));
         Spectrum rubbish = spectrum;
         for (auto i = static_cast<std::size_t>(n / 2 + 1); i < rubbish.re.size(); ++i)
             rubbish.re[i] = rubbish.im[i] = std::numeric_limits<double>::quiet_NaN();
@@ -208,7 +201,7 @@ TEST(RealTransforms, RefuseNullPointersAndCountsBelowOneAndTouchNothing) {
 TEST(RealTransforms, AllocateNothingOnceTheLengthIsKnown) {
     if (!test::allocationsAreCounted()) GTEST_SKIP() << "the heap is not ours to count here";
     for (const int n : {2, 60, 4096, 10007, 1 << 16}) {  // 10007 is prime: another algorithm
-        Samples a = noise(n);
+        Samples a = noise<double>(n);
         Samples b(a.size());
         ZABFunc147(a.data(), b.data(), n);
         ZABFunc148(a.data(), b.data(), n);
@@ -224,7 +217,7 @@ TEST(RealTransforms, AllocateNothingOnceTheLengthIsKnown) {
 TEST(RealTransforms, KeepSeveralLengthsKnown) {
     if (!test::allocationsAreCounted()) GTEST_SKIP() << "the heap is not ours to count here";
     const std::vector<int> lengths{64, 100, 128, 1000, 1024, 2048, 4096, 5000};
-    Samples a = noise(5000);
+    Samples a = noise<double>(5000);
     Samples b(a.size());
     for (const int n : lengths)
         ZABFunc147(a.data(), b.data(), n);
@@ -237,7 +230,7 @@ TEST(RealTransforms, KeepSeveralLengthsKnown) {
 TEST(RealTransforms, AnswerAStatusAndTouchNothingWhenMemoryIsOut) {
     if (!test::allocationsAreCounted()) GTEST_SKIP() << "the heap is not ours to count here";
     for (const int n : {3001 * 2, 7919}) {  // used by no other test, so that the plan is new
-        const Samples before = noise(n);
+        const Samples before = noise<double>(n);
         Samples a = before;
         Samples b = before;
         bool succeeded = false;
@@ -261,12 +254,12 @@ TEST(RealTransforms, AnswerAStatusAndTouchNothingWhenMemoryIsOut) {
 }
 
 TEST(RealTransforms, RunSideBySideInSeveralThreads) {
-    const Spectrum expected = transformed(noise(1500));
+    const Spectrum expected = transformed(noise<double>(1500));
     std::vector<std::thread> threads;
     std::vector<int> wrong(4, 0);
     for (std::size_t t = 0; t < wrong.size(); ++t)
         threads.emplace_back([&expected, &faults = wrong[t]] {
-            const Samples samples = noise(1500);
+            const Samples samples = noise<double>(1500);
             for (int round = 0; round < 200; ++round) {
                 Samples a = samples;
                 Samples b(a.size());

@@ -11,23 +11,16 @@
 #include <vector>
 
 #include "ovanlys/functions.h"
+#include "support/signals.h"
 #include "unit/analysis/allocation_count.h"
 #include "unit/kernels/levels_of_machine.h"
 
 namespace ovanlys {
 namespace {
 
+using signals::noise;
 using Samples = std::vector<double>;
 using Line = std::complex<long double>;
-
-Samples noise(std::size_t n, unsigned seed) {
-    std::mt19937_64 generator(seed);
-    std::uniform_real_distribution<double> uniform(-1.0, 1.0);
-    Samples samples(n);
-    for (double& sample : samples)
-        sample = uniform(generator);
-    return samples;
-}
 
 // All n lines in long double, halving and halving again.
 std::vector<Line> longTransform(const std::vector<Line>& samples) {
@@ -85,7 +78,7 @@ TEST(LaneFft, IsAsExactAsItsRoundings) {
         Errors forward;
         Errors inverse;
         for (unsigned seed = 1; seed <= (n < 8192 ? 8 : 1); ++seed) {
-            const Samples samples = noise(n, seed);
+            const Samples samples = noise<double>(n, seed);
             Spectrum spectrum = transformed(plan, samples);
             const auto lines = longTransform({samples.begin(), samples.end()});
             for (std::size_t k = 0; k <= n / 2; ++k)
@@ -108,7 +101,7 @@ TEST(LaneFft, IsAsExactAsPocketFft) {
         Errors errors;
         Errors othersErrors;
         for (unsigned seed = 1; seed <= (n < 8192 ? 16 : 1); ++seed) {
-            const Samples samples = noise(n, seed);
+            const Samples samples = noise<double>(n, seed);
             const auto lines = longTransform({samples.begin(), samples.end()});
             const Spectrum spectrum = transformed(plan, samples);
             Samples packed = samples;
@@ -124,7 +117,7 @@ TEST(LaneFft, IsAsExactAsPocketFft) {
 
 TEST(LaneFft, GivesTheSameBitsAtEveryInstructionSetLevel) {
     for (const std::size_t n : kLengths) {
-        const Samples samples = noise(n, 3);
+        const Samples samples = noise<double>(n, 3);
         const LaneFft plain(n, vyn::KernelLevel::baseline);
         Spectrum expected = transformed(plain, samples);
         Spectrum expectedBack = expected;
@@ -165,7 +158,7 @@ TEST(LaneFft, OfSilenceIsZeroWithoutASign) {
 
 TEST(LaneFft, WritesNoImaginaryPartBeyondTheHalf) {
     const std::size_t n = 512;
-    const Samples samples = noise(n, 4);
+    const Samples samples = noise<double>(n, 4);
     Samples re = samples;
     Samples im(n, -77.0);
     LaneFft(n).forward(re.data(), im.data());
@@ -183,7 +176,7 @@ TEST(LaneFft, ServesPowersOfTwoFrom256On) {
 TEST(LaneFft, TouchesNothingWhenMemoryIsOut) {
     if (!test::allocationsAreCounted()) GTEST_SKIP() << "the heap is not ours to count here";
     const int n = 1 << 19;  // used by no other test, so that the plan is new
-    const Samples before = noise(n, 5);
+    const Samples before = noise<double>(n, 5);
     Samples a = before;
     Samples b = before;
     int status = -3;

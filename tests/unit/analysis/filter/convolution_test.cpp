@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "support/signals.h"
 #include "unit/analysis/allocation_count.h"
 #include "unit/analysis/filter_fixture.h"
 #include "unit/kernels/levels_of_machine.h"
@@ -17,7 +18,7 @@
 namespace ovanlys {
 namespace {
 
-using test::noise;
+using signals::noise;
 using test::Samples;
 
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
@@ -58,8 +59,8 @@ TEST(Convolution, OfTwoShortRowsByHand) {
 TEST(Convolution, IsTheDefiningSumForEveryPairOfSmallSizes) {
     for (int taps = 1; taps <= 70; taps += taps < 10 ? 1 : 7)
         for (int n = 1; n <= 140; n += n < 10 ? 1 : 9) {
-            const Samples c = noise(taps, 2);
-            const Samples x = noise(n, 3);
+            const Samples c = noise<double>(taps, 2);
+            const Samples x = noise<double>(n, 3);
             const Samples y = convolved(c, x);
             for (std::size_t m = 0; m + 1 < y.size(); ++m)
                 ASSERT_NEAR(y[m], bySum(c, x, m), 1e-14 * fullScale(c))
@@ -78,8 +79,8 @@ TEST(Convolution, IsTheDefiningSumForLongFilters) {
                                   {3000, 4096},
                                   {5000, 512},
                                   {4096, 100000}}) {
-        const Samples c = noise(taps, 2);
-        const Samples x = noise(n, 3);
+        const Samples c = noise<double>(taps, 2);
+        const Samples x = noise<double>(n, 3);
         const Samples y = convolved(c, x);
         const std::size_t step = std::max<std::size_t>(1, y.size() / 300);
         for (std::size_t m = 0; m + 1 < y.size(); m += step)
@@ -97,8 +98,8 @@ TEST(Convolution, DirectAndByTransformAgree) {
                                   {1024, 512},
                                   {2047, 4096},
                                   {300, 50000}}) {
-        const Samples c = noise(taps, 5);
-        const Samples x = noise(n, 6);
+        const Samples c = noise<double>(taps, 5);
+        const Samples x = noise<double>(n, 6);
         Samples direct(c.size() + x.size());
         Samples transformed(c.size() + x.size());
         convolveDirectly(c, x, direct);
@@ -110,8 +111,8 @@ TEST(Convolution, DirectAndByTransformAgree) {
 
 TEST(Convolution, GivesTheSameBitsAtEveryInstructionSetLevel) {
     for (const int taps : {1, 24, 25, 95, 96, 97, 255, 600}) {
-        const Samples c = noise(taps, 5);
-        const Samples x = noise(1111, 6);
+        const Samples c = noise<double>(taps, 5);
+        const Samples x = noise<double>(1111, 6);
         std::vector<Samples> results;
         for (const auto level : vyn::levelsOfThisMachine()) {
             Samples y(c.size() + x.size());
@@ -126,8 +127,8 @@ TEST(Convolution, GivesTheSameBitsAtEveryInstructionSetLevel) {
 TEST(Convolution, KeepsAValueThatIsNotFiniteToItsOwnOutputs) {
     for (const double poison : {kNan, kInf, -kInf})
         for (const int taps : {3, 25, 2000}) {
-            const Samples c = noise(taps, 5);
-            Samples x = noise(5000, 6);
+            const Samples c = noise<double>(taps, 5);
+            Samples x = noise<double>(5000, 6);
             const Samples clean = convolved(c, x);
             x[1700] = poison;
             const Samples y = convolved(c, x);
@@ -176,8 +177,8 @@ TEST(Convolution, RestoresTheCallersFloatingPointEnvironmentAndFlushesDenormals)
 TEST(Convolution, AnswersAStatusAndTouchesNothingWhenMemoryIsOut) {
     if (!test::allocationsAreCounted()) GTEST_SKIP() << "the heap is not ours to count here";
     for (const int taps : {25, 2000}) {
-        const Samples c = noise(taps);
-        const Samples x = noise(3000);
+        const Samples c = noise<double>(taps);
+        const Samples x = noise<double>(3000);
         Samples y(c.size() + x.size(), 5.0);
         int status = -3;
         for (std::size_t allowed = 0; status != 0 && allowed < 50; ++allowed) {

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "filter/cascade.h"
+#include "support/signals.h"
 #include "unit/analysis/allocation_count.h"
 #include "unit/analysis/filter_fixture.h"
 #include "unit/kernels/levels_of_machine.h"
@@ -21,8 +22,8 @@
 namespace ovanlys {
 namespace {
 
+using signals::noise;
 using test::Filter;
-using test::noise;
 using test::Samples;
 
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
@@ -102,7 +103,7 @@ TEST(FilterObject, WhenNewPassesSamplesThroughUnchanged) {
     EXPECT_EQ(filter.head().poleCount, 0);
     EXPECT_EQ(filter.head().gain, 1.0);
     EXPECT_EQ(filter.head().changed, 0);
-    Samples x = noise(1000);
+    Samples x = noise<double>(1000);
     x[3] = -0.0;
     x[5] = 1e-310;  // a denormal
     x[7] = kInf;
@@ -123,7 +124,7 @@ TEST(FilterObject, RefusesNullPointersAndNegativeCountsAndTouchesNothing) {
 }
 
 TEST(FilterObject, FollowsTheDifferenceEquationOfItsRoots) {
-    const Samples x = noise(500);
+    const Samples x = noise<double>(500);
     for (const int kind : {0, 1, 2, 3})
         for (const int order : {1, 2, 3, 4, 5}) {
             const Filter filter(kind, order);
@@ -133,7 +134,7 @@ TEST(FilterObject, FollowsTheDifferenceEquationOfItsRoots) {
 }
 
 TEST(FilterObject, TakesRootsThatABlockHasFilledIn) {
-    const Samples x = noise(300);
+    const Samples x = noise<double>(300);
     const std::vector<std::vector<std::complex<double>>> lists = {
         {},
         {0.5},
@@ -164,7 +165,7 @@ TEST(FilterObject, WithMoreZerosThanPolesDelaysByAsManySamples) {
 TEST(FilterObject, RebuildsAndClearsItsStateWhenItsHeadIsEdited) {
     const Filter filter(test::kLowPass, 4);
     ASSERT_EQ(ZABFunc18(1.0, 0.1, 0.0, filter.object()), 0);
-    const Samples x = noise(77);
+    const Samples x = noise<double>(77);
     const Samples first = filter(x);
     EXPECT_NE(filter(x), first);  // the state goes on
     filter.head().gain *= 2.0;
@@ -181,7 +182,7 @@ TEST(FilterObject, KeepsOnWhenTheHeadIsEditedWithoutSayingSo) {
     for (const Filter* each : {&filter, &twin})
         ASSERT_EQ(ZABFunc18(1.0, 0.1, 0.0, each->object()), 0);
     filter.head().gain = 0.0;
-    const Samples x = noise(50);
+    const Samples x = noise<double>(50);
     EXPECT_EQ(filter(x), twin(x));
 }
 
@@ -209,7 +210,7 @@ TEST(FilterObject, AHeadThatMakesNoFilterIsRefusedAndFiltersAgainOnceRepaired) {
         const FilterHead good = filter.head();
         rubbish[i](filter.head());
         filter.head().changed = 1;
-        const Samples x = noise(20);
+        const Samples x = noise<double>(20);
         Samples y(20, 5.0);
         EXPECT_EQ(ZABFunc91(x.data(), 20, filter.object(), y.data()), -2);
         EXPECT_THAT(y, testing::Each(5.0));
@@ -222,7 +223,7 @@ TEST(FilterObject, AHeadThatMakesNoFilterIsRefusedAndFiltersAgainOnceRepaired) {
 TEST(FilterObject, RefusesRootsWhoseWeightsOverflow) {
     const Filter filter(test::kLowPass, 1);
     setRoots(filter.head(), {}, {1e100}, 1.0);
-    const Samples x = noise(20);
+    const Samples x = noise<double>(20);
     Samples y(20, 5.0);
     EXPECT_EQ(ZABFunc91(x.data(), 20, filter.object(), y.data()), -2);
     EXPECT_THAT(y, testing::Each(5.0));
@@ -256,7 +257,7 @@ TEST(FilterObject, SurvivesAnyBytesInItsHead) {
         if (round % 2 == 0) head.zeroCount = static_cast<std::int32_t>(generator() % 129);
         head.poleCount = static_cast<std::int32_t>(generator() % 129);
         head.changed = 1;
-        const Samples x = noise(33);
+        const Samples x = noise<double>(33);
         Samples y(33);
         const int status = ZABFunc91(x.data(), 33, filter.object(), y.data());
         EXPECT_TRUE(status == 0 || status == -2);
@@ -265,7 +266,7 @@ TEST(FilterObject, SurvivesAnyBytesInItsHead) {
 
 TEST(FilterObject, ADesignClearsTheState) {
     const Filter filter(test::kHighPass, 3);
-    const Samples x = noise(90);
+    const Samples x = noise<double>(90);
     ASSERT_EQ(ZABFunc18(1.0, 0.2, 0.0, filter.object()), 0);
     const Samples first = filter(x);
     ASSERT_EQ(ZABFunc18(1.0, 0.2, 0.0, filter.object()), 0);
@@ -276,7 +277,7 @@ TEST(FilterObject, GivesTheSameBitsHoweverTheSignalIsCut) {
     std::mt19937 generator(3);
     for (const int order : {1, 2, 7, 64}) {
         const int n = 20000;
-        Samples x = noise(n);
+        Samples x = noise<double>(n);
         std::fill(x.begin() + 300, x.begin() + 400, 0.0);
         std::fill(x.begin() + 350, x.begin() + 360, -0.0);
         const Filter whole(test::kBandPass, order);
@@ -298,7 +299,7 @@ TEST(FilterObject, GivesTheSameBitsInPlace) {
     const Filter inPlace(test::kBandStop, 6);
     for (const Filter* each : {&apart, &inPlace})
         ASSERT_EQ(ZABFunc98(1.0, 0.1, 0.2, 50.0, each->object()), 0);
-    Samples x = noise(1003);
+    Samples x = noise<double>(1003);
     const Samples expected = apart(x);
     ASSERT_EQ(ZABFunc91(x.data(), 1003, inPlace.object(), x.data()), 0);
     EXPECT_EQ(bits(x), bits(expected));
@@ -311,7 +312,7 @@ TEST(FilterObject, LetsNoSampleReachAnEarlierOutput) {
             const Filter poisoned(test::kLowPass, 5);
             for (const Filter* each : {&clean, &poisoned})
                 ASSERT_EQ(ZABFunc18(1.0, 0.3, 0.0, each->object()), 0);
-            Samples x = noise(100);
+            Samples x = noise<double>(100);
             Samples expected = clean(x);
             x[static_cast<std::size_t>(place)] = poison;
             Samples y = poisoned(x);
@@ -324,7 +325,7 @@ TEST(FilterObject, LetsNoSampleReachAnEarlierOutput) {
 
 TEST(FilterObject, GivesTheSameBitsHoweverASignalWithNansIsCut) {
     for (const double poison : {kNan, kInf}) {
-        Samples x = noise(200);
+        Samples x = noise<double>(200);
         x[101] = poison;
         const Filter whole(test::kLowPass, 5);
         const Filter cut(test::kLowPass, 5);
@@ -344,7 +345,7 @@ TEST(FilterObject, KeepsNansToItselfAndIsCleanAfterADesign) {
     const Filter reference(test::kLowPass, 4);
     for (const Filter* each : {&sick, &healthy, &reference})
         ASSERT_EQ(ZABFunc18(1.0, 0.1, 0.0, each->object()), 0);
-    const Samples x = noise(64);
+    const Samples x = noise<double>(64);
     const Samples expected = reference(x);
     sick(Samples(10, kNan));
     EXPECT_EQ(healthy(x), expected);
@@ -356,7 +357,7 @@ TEST(FilterObject, KeepsNansToItselfAndIsCleanAfterADesign) {
 TEST(FilterObject, RestoresTheCallersFloatingPointEnvironment) {
     const Filter filter(test::kLowPass, 4);
     ASSERT_EQ(ZABFunc18(1.0, 0.1, 0.0, filter.object()), 0);
-    const Samples x = noise(100);
+    const Samples x = noise<double>(100);
     const Filter twin(test::kLowPass, 4);
     ASSERT_EQ(ZABFunc18(1.0, 0.1, 0.0, twin.object()), 0);
     const Samples expected = twin(x);
@@ -401,7 +402,7 @@ TEST(FilterObject, StaysStableAtOrder64) {
          {std::pair(0, 1.0 / 12), {1, 11.0 / 12}, {2, 3.0 / 12}, {3, 9.0 / 12}}) {
         const Filter filter(kind, 64);
         ASSERT_EQ(ZABFunc18(48000.0, kind < 2 ? 2000.0 : 1000.0, 7000.0, filter.object()), 0);
-        const Samples y = filter(noise(96000));
+        const Samples y = filter(noise<double>(96000));
         double power = 0.0;
         for (std::size_t i = 48000; i < y.size(); ++i)
             power += y[i] * y[i];
@@ -432,7 +433,7 @@ TEST(FilterObject, AllocatesNothingWhileFiltering) {
     if (!test::allocationsAreCounted()) GTEST_SKIP() << "the heap is not ours to count here";
     const Filter filter(test::kBandPass, 8);
     ASSERT_EQ(ZABFunc18(1.0, 0.1, 0.2, filter.object()), 0);
-    Samples x = noise(4096);
+    Samples x = noise<double>(4096);
     const std::size_t before = test::allocationCount();
     ZABFunc91(x.data(), 4096, filter.object(), x.data());
     EXPECT_EQ(test::allocationCount(), before);
@@ -447,7 +448,7 @@ TEST(FilterObject, LosesNothingWhenMemoryIsOut) {
     }
     EXPECT_EQ(none, nullptr);
 
-    const Samples x = noise(40);
+    const Samples x = noise<double>(40);
     const Filter twin(test::kBandPass, 4);
     ASSERT_EQ(ZABFunc18(1.0, 0.1, 0.2, twin.object()), 0);
     twin(x);
@@ -488,7 +489,7 @@ TEST(Cascade, GivesTheSameBitsAtEveryInstructionSetLevel) {
         roots.zeros.emplace_back(filter.head().zeros[2 * i], filter.head().zeros[2 * i + 1]);
     }
     roots.gain = filter.head().gain;
-    Samples x = noise(5000);
+    Samples x = noise<double>(5000);
     x[4000] = kInf;
     std::vector<std::vector<std::uint64_t>> results;
     for (const auto level : vyn::levelsOfThisMachine()) {
