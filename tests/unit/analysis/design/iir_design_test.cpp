@@ -371,7 +371,7 @@ TEST(Designs, RefuseWhatMakesNoSenseAndLeaveObjectAndStateAsTheyWere) {
 // made anew, whatever has become of the object that it was first made for.
 TEST(Designs, TheSameDesignForManyObjectsGivesTheSameBits) {
     using enum test::Characteristic;
-    const auto x = test::noise(500);
+    const auto x = noise<double>(500);
     for (const auto characteristic : {butterworth, chebyshev, inverseChebyshev, elliptic, bessel}) {
         for (int kind = 0; kind < 4; ++kind) {
             const test::DesignCase wanted{characteristic, kind,   7,   48000.0,
@@ -399,7 +399,7 @@ TEST(Designs, TheSameDesignForManyObjectsGivesTheSameBits) {
 // Each number of a design counts: none is taken for the one before.
 TEST(Designs, AnotherDesignIsNeverTakenForTheLastOne) {
     using enum test::Characteristic;
-    const auto x = test::noise(500);
+    const auto x = noise<double>(500);
     const test::DesignCase base{elliptic, 2, 4, 48000.0, 900.0, 5000.0, 1.0, 40.0};
     const auto response = [&](const test::DesignCase& wanted) {
         const Filter filter(wanted.kind, wanted.order);
