@@ -8,8 +8,13 @@
 #include <random>
 #include <vector>
 
-#include "blocks/classify/core/classify_kernels.h"
+#include "blocks/classify/core/class_index_kernels.h"
+#include "blocks/classify/core/dwell_time_kernels.h"
+#include "blocks/classify/core/excursion_peaks_kernels.h"
 #include "blocks/classify/core/klassierung_core.h"
+#include "blocks/classify/core/level_crossings_kernels.h"
+#include "blocks/classify/core/separate_peaks_kernels.h"
+#include "blocks/classify/core/turning_points_kernels.h"
 #include "literal_counting.h"
 #include "unit/kernels/levels_of_machine.h"
 
@@ -103,7 +108,7 @@ TEST(ClassLimits, AreThoseOfTheScaleWithInfinitiesBehind) {
     EXPECT_FALSE(ClassLimits({.number = 4, .begin = 2.0, .end = kInf}).rising());
 }
 
-TEST(ClassifyKernels, GiveTheSameClassesAtEveryLevel) {
+TEST(ClassIndexKernels, GiveTheSameClassesAtEveryLevel) {
     std::mt19937 random(5);
     std::uniform_real_distribution<float> noise(-12.0F, 12.0F);
     std::vector<float> x(1003);
@@ -123,13 +128,13 @@ TEST(ClassifyKernels, GiveTheSameClassesAtEveryLevel) {
     }
     for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
         std::vector<std::int32_t> indices(x.size());
-        vyn::kernelsAt<ClassifyKernels>(level).classIndices(
-            x.data(), x.size(), scale.begin, scale.end, scale.range, scale.number, indices.data());
+        vyn::kernelsAt<ClassIndexKernels>(level).ofSamples(x.data(), x.size(), scale,
+                                                           indices.data());
         EXPECT_EQ(indices, expected);
     }
 }
 
-TEST(ClassifyKernels, FindTheSameExtremesAtEveryLevel) {
+TEST(ExtremeKernels, FindTheSameExtremesAtEveryLevel) {
     std::mt19937 random(6);
     std::normal_distribution<float> noise(0.0F, 3.0F);
     constexpr std::size_t kFrames = 300;
@@ -141,29 +146,30 @@ TEST(ClassifyKernels, FindTheSameExtremesAtEveryLevel) {
     x[200] = kInf;
     for (const int lanes : {1, 2, 4, 8}) {
         const auto found = [&](vyn::KernelLevel level) {
-            const ClassifyKernels& kernels = vyn::kernelsAt<ClassifyKernels>(level);
+            const LaneRows rows{x.data(), kStride, kFrames, lanes};
+            const ClassScale scale;
             const std::size_t size = kFrames * static_cast<std::size_t>(lanes);
             std::vector<double> extremes(size);
             std::vector<double> shifts(size);
             std::vector<std::int32_t> all;
             std::vector<std::int32_t> indices(size);
             const auto keep = [&](const double* shift) {
-                kernels.extremeIndices(extremes.data(), shift, size, -10.0, 20.0, 20,
-                                       indices.data());
+                vyn::kernelsAt<ClassIndexKernels>(level).ofExtremes(extremes.data(), shift, size,
+                                                                    scale, indices.data());
                 all.insert(all.end(), indices.begin(), indices.end());
             };
             ExcursionLanes excursions{};
-            kernels.findExcursions(x.data(), kStride, kFrames, lanes, 0.0, 0.5, &excursions,
-                                   extremes.data());
+            vyn::kernelsAt<ExcursionKernels>(level).find(rows, 0.0, 0.5, &excursions,
+                                                         extremes.data());
             keep(nullptr);
             TurningLanes turns{};
             std::ranges::fill(turns.slope, kSlopeUnknown);
-            kernels.findTurns(x.data(), kStride, kFrames, lanes, 0.0, 0.5, &turns, extremes.data());
+            vyn::kernelsAt<TurningKernels>(level).find(rows, 0.0, 0.5, &turns, extremes.data());
             keep(nullptr);
             SeparateLanes peaks{};
             std::ranges::fill(peaks.slope, kSlopeUnknown);
-            kernels.findPeaks(x.data(), kStride, kFrames, lanes, 0.5, 21.0, &peaks, extremes.data(),
-                              shifts.data());
+            vyn::kernelsAt<SeparateKernels>(level).find(rows, 0.5, 21.0, &peaks, extremes.data(),
+                                                        shifts.data());
             keep(shifts.data());
             return all;
         };
@@ -175,7 +181,7 @@ TEST(ClassifyKernels, FindTheSameExtremesAtEveryLevel) {
     }
 }
 
-TEST(ClassifyKernels, CountTheSameCrossingsAndDwellTimesAtEveryLevel) {
+TEST(PairKernels, CountTheSameCrossingsAndDwellTimesAtEveryLevel) {
     std::mt19937 random(7);
     std::normal_distribution<float> noise(0.0F, 3.0F);
     constexpr std::size_t kPairs = 777;
@@ -205,11 +211,10 @@ TEST(ClassifyKernels, CountTheSameCrossingsAndDwellTimesAtEveryLevel) {
         }
         const auto counted = [&](vyn::KernelLevel level) {
             std::vector<CrossingClasses> groups = fresh;
-            vyn::kernelsAt<ClassifyKernels>(level).countCrossings(x.data(), kStride, kPairs, 0.5F,
-                                                                  groups.data(), groups.size());
+            const SamplePairs pairs{x.data(), kStride, kPairs, 0.5F};
+            vyn::kernelsAt<CrossingKernels>(level).count(pairs, groups.data(), groups.size());
             std::vector<double> results(static_cast<std::size_t>(classes + ClassLimits::kPadding));
-            vyn::kernelsAt<ClassifyKernels>(level).addDwell(x.data(), kStride, kPairs, 0.5, &rules,
-                                                            results.data());
+            vyn::kernelsAt<DwellKernels>(level).add(pairs, rules, results.data());
             results.resize(static_cast<std::size_t>(classes));  // without the padding
             for (const CrossingClasses& group : groups) {
                 results.insert(results.end(), group.crossings, group.crossings + group.count);

@@ -164,16 +164,17 @@ TEST(LevelKernels, GiveTheSameBitsAtEveryLevel) {
             const LevelKernels& kernels = vyn::kernelsAt<LevelKernels>(level);
             std::vector<double> all(width * frames + width);
             double* means = all.data() + width * frames;
+            const LaneRows rows{x.data(), stride, frames, lanes};
             if (rms) {
-                kernels.smooth(x.data(), stride, frames, lanes, 0.01, means, all.data());
+                kernels.smooth(rows, 0.01, means, all.data());
             } else {
-                kernels.square(x.data(), stride, frames, lanes, all.data());
+                kernels.square(rows, all.data());
             }
             LevelLanes state{};
             LevelWindow window{};
             std::ranges::fill(window.from, 1e8);
             std::ranges::fill(window.to, 2e9);
-            double hits[kLevelLanes] = {};
+            double hits[kGroupLanes] = {};
             kernels.gather(all.data(), frames, lanes, &window, &state, hits);
             for (std::size_t lane = 0; lane < width; ++lane) {
                 for (const double value :

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "blocks/classify/core/classify_kernels.h"
+#include "blocks/classify/core/dwell_time_kernels.h"
 #include "kernels/level.h"
 
 namespace vynpack {
@@ -19,9 +19,7 @@ void DwellTime::update(std::span<const float> samples, double step, std::span<fl
     const std::size_t width = last_.size();
     const auto n = static_cast<std::size_t>(classes());
     const std::size_t all = samplesPerChannel(samples);
-    const std::size_t skipped = first_ ? std::min<std::size_t>(1, all) : 0;
-    const std::size_t pairs = all - skipped;
-    first_ = false;
+    const std::size_t pairs = first_ && all > 0 ? all - 1 : all;
     for (std::size_t i = 0; i < pairs; ++i)
         total_ += step;
     const DwellRules dwellRules{limits_.data(), classes(), scale().begin, scale().end,
@@ -31,31 +29,32 @@ void DwellTime::update(std::span<const float> samples, double step, std::span<fl
         const float* x = samples.data() + c;
         std::fill(sums_.begin(), sums_.end(), 0.0);
         if (limits_.rising()) {
-            vyn::kernelsAt<ClassifyKernels>().addDwell(x + skipped * width, width, pairs,
-                                                       skipped != 0 ? x[0] : last_[c], &dwellRules,
-                                                       sums_.data());
+            vyn::kernelsAt<DwellKernels>().add(
+                samplePairs(x, width, all, first_ ? nullptr : &last_[c]), dwellRules, sums_.data());
         }
         last_[c] = x[(all - 1) * width];
         double* dwell = &dwell_[c * n];
         for (std::size_t k = 0; k < n; ++k)
             dwell[k] += sums_[k];
     }
+    first_ = false;
 
     for (std::size_t c = 0; c < width; ++c) {
         const double* dwell = &dwell_[c * n];
-        for (std::size_t k = 0; k < n; ++k) {
-            const double time = dwell[k];
-            values[k * width + c] = static_cast<float>(!rules().relative ? time
-                                                       : time == 0.0     ? 0.0
-                                                                         : 100.0 * time / total_);
-        }
+        for (std::size_t k = 0; k < n; ++k)
+            values[k * width + c] = static_cast<float>(result(dwell[k]));
     }
+}
+
+double DwellTime::result(double time) const {
+    if (!rules().relative) return time;
+    return time == 0.0 ? 0.0 : 100.0 * time / total_;
 }
 
 void DwellTime::reset() {
     total_ = 0.0;
     // Kept: after a reset the line to the next sample starts at 0.
-    std::fill(last_.begin(), last_.end(), 0.0);
+    std::fill(last_.begin(), last_.end(), 0.0F);
     std::fill(dwell_.begin(), dwell_.end(), 0.0);
 }
 

@@ -17,10 +17,13 @@ public:
     void reset() override;
 
 private:
+    // Of the time in a class: itself, or its percentage.
+    double result(double time) const;
+
     ClassLimits limits_;
     bool first_ = true;          // the first block of the run: its first sample has no predecessor
     double total_ = 0.0;         // the same for all channels
-    std::vector<double> last_;   // sample per channel
+    std::vector<float> last_;    // sample per channel
     std::vector<double> dwell_;  // per channel and class
     std::vector<double> sums_;   // per class, of the block in work, with the padding of the limits
 };

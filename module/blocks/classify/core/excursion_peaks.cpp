@@ -13,15 +13,14 @@ ExcursionPeaks::ExcursionPeaks(const CountingRules& rules, int channels)
 }
 
 void ExcursionPeaks::open(int channel, float sample) {
-    const auto [group, lane] = std::div(channel, kClassifyLanes);
+    const auto [group, lane] = std::div(channel, kGroupLanes);
     state_[static_cast<std::size_t>(group)].last[lane] = sample;
 }
 
-bool ExcursionPeaks::search(std::size_t group, const Piece& piece, double* extremes,
+bool ExcursionPeaks::search(std::size_t group, const LaneRows& rows, double* extremes,
                             double* /*shifts*/) {
-    vyn::kernelsAt<ClassifyKernels>().findExcursions(piece.x, piece.stride, piece.frames,
-                                                     piece.lanes, rules().referenceLine,
-                                                     rules().hysteresis, &state_[group], extremes);
+    vyn::kernelsAt<ExcursionKernels>().find(rows, rules().referenceLine, rules().hysteresis,
+                                            &state_[group], extremes);
     return false;
 }
 

@@ -3,6 +3,7 @@
 
 #include <vector>
 
+#include "blocks/classify/core/excursion_peaks_kernels.h"
 #include "blocks/classify/core/extreme_counting.h"
 
 namespace vynpack {
@@ -13,7 +14,7 @@ public:
 
 private:
     void open(int channel, float sample) override;
-    bool search(std::size_t group, const Piece& piece, double* extremes, double* shifts) override;
+    bool search(std::size_t group, const LaneRows& rows, double* extremes, double* shifts) override;
     void forget() override;
 
     std::vector<ExcursionLanes> state_;  // per group of channels

@@ -2,12 +2,13 @@
 
 #include <algorithm>
 
+#include "blocks/classify/core/class_index_kernels.h"
 #include "kernels/level.h"
 
 namespace vynpack {
 namespace {
 
-constexpr std::size_t kLanes = kClassifyLanes;
+constexpr std::size_t kLanes = kGroupLanes;
 
 // Samples per channel that are searched in one go.
 constexpr std::size_t kFramesInWork = 128;
@@ -51,20 +52,13 @@ void ExtremeCounting::take(std::size_t group, const float* x, std::size_t frames
     const std::size_t firstChannel = group * kLanes;
     const auto width = static_cast<std::size_t>(channels());
     const std::size_t count = std::min(kLanes, width - firstChannel);
-    const std::size_t lanes = count > 4 ? 8 : count > 2 ? 4 : count;
-    Piece piece{x + firstChannel, width, frames, static_cast<int>(lanes)};
-    if (lanes != count) {
-        for (std::size_t frame = 0; frame < frames; ++frame) {
-            for (std::size_t lane = 0; lane < count; ++lane)
-                padded_[frame * kLanes + lane] = piece.x[frame * width + lane];
-        }
-        piece.x = padded_.data();
-        piece.stride = kLanes;
-    }
-    const bool shifted = search(group, piece, extremes_.data(), shifts_.data());
-    vyn::kernelsAt<ClassifyKernels>().extremeIndices(
-        extremes_.data(), shifted ? shifts_.data() : nullptr, frames * lanes, scale().begin,
-        scale().range, classes(), indices_.data());
+    const LaneRows rows =
+        laneRows(x + firstChannel, width, frames, static_cast<int>(count), padded_.data());
+    const auto lanes = static_cast<std::size_t>(rows.lanes);
+    const bool shifted = search(group, rows, extremes_.data(), shifts_.data());
+    vyn::kernelsAt<ClassIndexKernels>().ofExtremes(extremes_.data(),
+                                                   shifted ? shifts_.data() : nullptr,
+                                                   frames * lanes, scale(), indices_.data());
     const std::size_t perChannel = counts_.places() * static_cast<std::size_t>(columns_);
     const std::int32_t* index = indices_.data();
     for (std::size_t frame = 0; frame < frames; ++frame, index += lanes) {

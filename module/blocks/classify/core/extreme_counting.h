@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "blocks/classify/core/class_counts.h"
-#include "blocks/classify/core/classify_kernels.h"
 #include "blocks/classify/core/klassierung_core.h"
+#include "numerics/lane_rows.h"
 
 namespace vynpack {
 
@@ -18,20 +18,12 @@ protected:
     // `columns` of counts per channel.
     ExtremeCounting(const CountingRules& rules, int channels, int columns);
 
-    // Samples of some channels in a row: sample `frame` of lane l at x[frame * stride + l].
-    struct Piece {
-        const float* x;
-        std::size_t stride;
-        std::size_t frames;
-        int lanes;
-    };
-
     // The first sample of a run opens no pair: it is the last one of the next.
     virtual void open(int channel, float sample) = 0;
-    // Finds the extremes that count in the samples of a group of channels: one value per frame and
-    // lane, NaN where there is none; `shifts` chooses the column of counts, 0 for the first.
+    // Finds the extremes that count in the rows of a group of channels: one value per frame and
+    // lane, kNoExtreme where there is none; `shifts` chooses the column of counts, 0 for the first.
     // Returns false when it has left the shifts alone.
-    virtual bool search(std::size_t group, const Piece& piece, double* extremes,
+    virtual bool search(std::size_t group, const LaneRows& rows, double* extremes,
                         double* shifts) = 0;
     // Back to the state before the first pair, as a reset leaves it.
     virtual void forget() = 0;

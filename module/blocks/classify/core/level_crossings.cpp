@@ -74,17 +74,16 @@ void LevelCrossings::update(std::span<const float> samples, double /*step*/,
     const std::size_t width = last_.size();
     const auto n = static_cast<std::size_t>(classes());
     const std::size_t all = samplesPerChannel(samples);
-    const std::size_t skipped = first_ ? std::min<std::size_t>(1, all) : 0;
-    first_ = false;
     for (CrossingClasses& group : classes_)
         std::ranges::fill(group.crossings, 0U);
     for (std::size_t c = 0; c < width && all > 0; ++c) {
         const float* x = samples.data() + c;
-        vyn::kernelsAt<ClassifyKernels>().countCrossings(
-            x + skipped * width, width, all - skipped, skipped != 0 ? x[0] : last_[c],
-            &classes_[c * fresh_.size()], fresh_.size());
+        vyn::kernelsAt<CrossingKernels>().count(
+            samplePairs(x, width, all, first_ ? nullptr : &last_[c]), &classes_[c * fresh_.size()],
+            fresh_.size());
         last_[c] = x[(all - 1) * width];
     }
+    first_ = false;
     const auto crossings = [&](std::size_t c, std::size_t k) {
         return classes_[c * fresh_.size() + k / kTogether].crossings[k % kTogether];
     };

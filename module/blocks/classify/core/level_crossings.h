@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "blocks/classify/core/classify_kernels.h"
 #include "blocks/classify/core/klassierung_core.h"
+#include "blocks/classify/core/level_crossings_kernels.h"
 
 namespace vynpack {
 

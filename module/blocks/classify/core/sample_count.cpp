@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "blocks/classify/core/classify_kernels.h"
+#include "blocks/classify/core/class_index_kernels.h"
 #include "kernels/level.h"
 
 namespace vynpack {
@@ -30,14 +30,13 @@ void SampleCount::update(std::span<const float> samples, double /*step*/, std::s
 }
 
 void SampleCount::countSamples(std::span<const float> samples) {
-    const ClassifyKernels& kernels = vyn::kernelsAt<ClassifyKernels>();
+    const ClassIndexKernels& kernels = vyn::kernelsAt<ClassIndexKernels>();
     const std::size_t width = totals_.size();
     const std::size_t all = samplesPerChannel(samples);
     const std::size_t framesInWork = indices_.size() / width;
     for (std::size_t done = 0; done < all;) {
         const std::size_t frames = std::min(framesInWork, all - done);
-        kernels.classIndices(samples.data() + done * width, frames * width, scale().begin,
-                             scale().end, scale().range, classes(), indices_.data());
+        kernels.ofSamples(samples.data() + done * width, frames * width, scale(), indices_.data());
         const std::int32_t* index = indices_.data();
         for (std::size_t frame = 0; frame < frames; ++frame) {
             std::uint32_t* counts = counts_.data();

@@ -21,15 +21,15 @@ SeparatePeaks::SeparatePeaks(const CountingRules& rules, int channels)
 }
 
 void SeparatePeaks::open(int channel, float sample) {
-    const auto [group, lane] = std::div(channel, kClassifyLanes);
+    const auto [group, lane] = std::div(channel, kGroupLanes);
     state_[static_cast<std::size_t>(group)].last[lane] = sample;
 }
 
-bool SeparatePeaks::search(std::size_t group, const Piece& piece, double* extremes,
+bool SeparatePeaks::search(std::size_t group, const LaneRows& rows, double* extremes,
                            double* shifts) {
-    vyn::kernelsAt<ClassifyKernels>().findPeaks(
-        piece.x, piece.stride, piece.frames, piece.lanes, rules().hysteresis,
-        static_cast<double>(counts().places()), &state_[group], extremes, shifts);
+    vyn::kernelsAt<SeparateKernels>().find(rows, rules().hysteresis,
+                                           static_cast<double>(counts().places()), &state_[group],
+                                           extremes, shifts);
     return true;
 }
 

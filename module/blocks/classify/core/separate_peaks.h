@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "blocks/classify/core/extreme_counting.h"
+#include "blocks/classify/core/separate_peaks_kernels.h"
 
 namespace vynpack {
 
@@ -14,7 +15,7 @@ public:
 
 private:
     void open(int channel, float sample) override;
-    bool search(std::size_t group, const Piece& piece, double* extremes, double* shifts) override;
+    bool search(std::size_t group, const LaneRows& rows, double* extremes, double* shifts) override;
     void forget() override { setState(rules().referenceLine, rules().referenceLine); }
     // A row holds two values per channel; channel c has its minima at c and its maxima at c + 1.
     void write(std::span<float> values) const override;

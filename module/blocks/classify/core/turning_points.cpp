@@ -13,15 +13,14 @@ TurningPoints::TurningPoints(const CountingRules& rules, int channels)
 }
 
 void TurningPoints::open(int channel, float sample) {
-    const auto [group, lane] = std::div(channel, kClassifyLanes);
+    const auto [group, lane] = std::div(channel, kGroupLanes);
     state_[static_cast<std::size_t>(group)].last[lane] = sample;
 }
 
-bool TurningPoints::search(std::size_t group, const Piece& piece, double* extremes,
+bool TurningPoints::search(std::size_t group, const LaneRows& rows, double* extremes,
                            double* /*shifts*/) {
-    vyn::kernelsAt<ClassifyKernels>().findTurns(piece.x, piece.stride, piece.frames, piece.lanes,
-                                                rules().referenceLine, rules().hysteresis,
-                                                &state_[group], extremes);
+    vyn::kernelsAt<TurningKernels>().find(rows, rules().referenceLine, rules().hysteresis,
+                                          &state_[group], extremes);
     return false;
 }
 

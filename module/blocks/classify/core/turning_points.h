@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "blocks/classify/core/extreme_counting.h"
+#include "blocks/classify/core/turning_points_kernels.h"
 
 namespace vynpack {
 
@@ -15,7 +16,7 @@ public:
 
 private:
     void open(int channel, float sample) override;
-    bool search(std::size_t group, const Piece& piece, double* extremes, double* shifts) override;
+    bool search(std::size_t group, const LaneRows& rows, double* extremes, double* shifts) override;
     void forget() override;
 
     std::vector<TurningLanes> state_;  // per group of channels

@@ -8,9 +8,6 @@
 
 namespace vynpack {
 
-// The square of the reference sound pressure, 20 µPa.
-inline constexpr double kReferenceSquare = 4e-10;
-
 // 10 lg of a squared ratio; a ratio of 0 counts as 1.
 inline double levelOf(double ratio) { return 10.0 * std::log10(ratio == 0.0 ? 1.0 : ratio); }
 

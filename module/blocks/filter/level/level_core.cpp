@@ -14,7 +14,7 @@ namespace {
 constexpr std::size_t kRatiosAtOnce = 1024;
 constexpr std::size_t kMostFramesAtOnce = 128;
 
-constexpr std::size_t kLanes = kLevelLanes;
+constexpr std::size_t kLanes = kGroupLanes;
 
 // Samples of an interval, as a number of at least 1.
 double samplesPerOutput(double rate, double outputFrequency) {
@@ -61,23 +61,13 @@ void LevelMeter::weight(const float* x, std::size_t frames, LevelMode mode, doub
     const LevelKernels& kernels = vyn::kernelsAt<LevelKernels>();
     for (std::size_t g = 0; g < groups_.size(); ++g) {
         const LevelGroup& group = groups_[g];
-        const float* samples = x + group.firstChannel;
-        auto stride = static_cast<std::size_t>(channels_);
-        if (group.lanes != group.channels) {
-            for (std::size_t frame = 0; frame < frames; ++frame) {
-                for (int lane = 0; lane < group.channels; ++lane)
-                    padded_[frame * kLanes + static_cast<std::size_t>(lane)] =
-                        samples[frame * stride + static_cast<std::size_t>(lane)];
-            }
-            samples = padded_.data();
-            stride = kLanes;
-        }
+        const LaneRows rows = laneRows(x + group.firstChannel, static_cast<std::size_t>(channels_),
+                                       frames, group.channels, padded_.data());
         double* out = ratios + g * groupStride;
         if (mode.rms) {
-            kernels.smooth(samples, stride, frames, group.lanes, alpha_, &meanSquares_[g * kLanes],
-                           out);
+            kernels.smooth(rows, alpha_, &meanSquares_[g * kLanes], out);
         } else {
-            kernels.square(samples, stride, frames, group.lanes, out);
+            kernels.square(rows, out);
         }
     }
 }

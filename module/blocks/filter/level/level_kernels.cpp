@@ -7,48 +7,47 @@ namespace {
 
 using namespace vyn;  // its lanes
 
-constexpr double kReference = 4e-10;  // the square of 20 µPa
+constexpr double kReferenceSquare = 4e-10;  // of 20 µPa, the reference sound pressure (IEC 61672-1)
 
 // In place: squares become ratios.
 void divide(double* values, std::size_t count) {
     for (std::size_t i = 0; i < count; ++i) {
-        const double ratio = values[i] / kReference;
+        const double ratio = values[i] / kReferenceSquare;
         values[i] = ratio == 0.0 ? 1.0 : ratio;
     }
 }
 
-void smooth(const float* x, std::size_t stride, std::size_t frames, int lanes, double alpha,
-            double* meanSquares, double* ratios) {
-    const auto all = static_cast<std::size_t>(lanes);
+void smooth(LaneRows rows, double alpha, double* meanSquares, double* ratios) {
+    const auto all = static_cast<std::size_t>(rows.lanes);
     forEachLaneGroup(all, [=](auto group, std::size_t first) {
         using Floats = typename decltype(group)::Floats;
         using Doubles = typename decltype(group)::Doubles;
         auto mean = load<Doubles>(meanSquares + first);
-        const float* in = x + first;
+        const float* in = rows.x + first;
         double* out = ratios + first;
-        for (std::size_t frame = 0; frame < frames; ++frame, in += stride, out += all) {
+        for (std::size_t frame = 0; frame < rows.frames; ++frame, in += rows.stride, out += all) {
             const auto value = converted<Doubles>(load<Floats>(in));
             mean += alpha * (value * value - mean);
             store(mean, out);
         }
         store(mean, meanSquares + first);
     });
-    divide(ratios, frames * all);
+    divide(ratios, rows.frames * all);
 }
 
-void square(const float* x, std::size_t stride, std::size_t frames, int lanes, double* ratios) {
-    const auto all = static_cast<std::size_t>(lanes);
+void square(LaneRows rows, double* ratios) {
+    const auto all = static_cast<std::size_t>(rows.lanes);
     forEachLaneGroup(all, [=](auto group, std::size_t first) {
         using Floats = typename decltype(group)::Floats;
         using Doubles = typename decltype(group)::Doubles;
-        const float* in = x + first;
+        const float* in = rows.x + first;
         double* out = ratios + first;
-        for (std::size_t frame = 0; frame < frames; ++frame, in += stride, out += all) {
+        for (std::size_t frame = 0; frame < rows.frames; ++frame, in += rows.stride, out += all) {
             const auto value = converted<Doubles>(load<Floats>(in));
             store(value * value, out);
         }
     });
-    divide(ratios, frames * all);
+    divide(ratios, rows.frames * all);
 }
 
 // A channel on its own fills both halves of a pair: comparisons of single numbers go a longer way.

@@ -5,36 +5,33 @@
 
 #include <cstddef>
 
-namespace vynpack {
+#include "numerics/lane_rows.h"
 
-inline constexpr int kLevelLanes = 8;
+namespace vynpack {
 
 // What a group of channels gathers, in squared ratios.
 struct LevelLanes {
-    double maximum[kLevelLanes];
-    double minimum[kLevelLanes];
-    double energy[kLevelLanes];
-    double clockMaximum[kLevelLanes];      // of the clock interval under way
-    double lastClockMaximum[kLevelLanes];  // of the last one completed
-    double clockSum[kLevelLanes];          // of all completed
+    double maximum[kGroupLanes];
+    double minimum[kGroupLanes];
+    double energy[kGroupLanes];
+    double clockMaximum[kGroupLanes];      // of the clock interval under way
+    double lastClockMaximum[kGroupLanes];  // of the last one completed
+    double clockSum[kGroupLanes];          // of all completed
 };
 
 // The bin that each lane's ratio was last seen in.
 struct LevelWindow {
-    double from[kLevelLanes];
-    double to[kLevelLanes];
+    double from[kGroupLanes];
+    double to[kGroupLanes];
 };
 
 struct LevelKernels {
-    // Lanes are 1, 2, 4 or 8. Samples lie at x[frame * stride + lane], ratios at
-    // ratios[frame * lanes + lane]; a ratio of 0 is written as 1.
+    // Ratios lie at ratios[frame * lanes + lane]; a ratio of 0 is written as 1.
 
     // Exponential mean of the squares: m += alpha * (x^2 - m).
-    void (*smooth)(const float* x, std::size_t stride, std::size_t frames, int lanes, double alpha,
-                   double* meanSquares, double* ratios);
+    void (*smooth)(LaneRows rows, double alpha, double* meanSquares, double* ratios);
     // The squares themselves.
-    void (*square)(const float* x, std::size_t stride, std::size_t frames, int lanes,
-                   double* ratios);
+    void (*square)(LaneRows rows, double* ratios);
     // Maximum, minimum, energy and clock maximum of the ratios. hits[lane] = how many of them lie
     // in the window.
     void (*gather)(const double* ratios, std::size_t frames, int lanes, const LevelWindow* window,

@@ -40,9 +40,9 @@ std::size_t ringLength(double blankedSeconds, int channels) {
 
 std::vector<LevelGroup> levelGroups(int channels) {
     std::vector<LevelGroup> groups;
-    for (int first = 0; first < channels; first += kLevelLanes) {
-        const int count = std::min(kLevelLanes, channels - first);
-        groups.push_back({first, count, count > 4 ? 8 : count > 2 ? 4 : count});
+    for (int first = 0; first < channels; first += kGroupLanes) {
+        const int count = std::min(kGroupLanes, channels - first);
+        groups.push_back({first, count, lanesFor(count)});
     }
     return groups;
 }
@@ -178,7 +178,7 @@ void LevelStatistics::gather(const LevelFrames& frames, LevelMode mode) {
     for (std::size_t g = 0; g < groups_.size(); ++g) {
         const double* ratios = frames.ofGroup(g, groups_[g].lanes);
         LevelLanes& lanes = now_.lanes[g];
-        double hits[kLevelLanes];
+        double hits[kGroupLanes];
         kernels.gather(ratios, frames.count, groups_[g].lanes, &window_[g], &lanes, hits);
         countBins(g, ratios, frames.count, hits);
         if (!mode.rms) {
@@ -243,7 +243,7 @@ void LevelStatistics::display(const LevelFrames& frames, LevelMode mode) {
 
 void LevelStatistics::closeClockInterval(LevelMode mode) {
     for (LevelLanes& lanes : now_.lanes) {
-        for (int lane = 0; lane < kLevelLanes; ++lane) {
+        for (int lane = 0; lane < kGroupLanes; ++lane) {
             lanes.lastClockMaximum[lane] = lanes.clockMaximum[lane];
             if (mode.rms) lanes.clockSum[lane] += lanes.clockMaximum[lane];
             lanes.clockMaximum[lane] = 0.0;

@@ -132,7 +132,7 @@ private:
     bool ringFilled_ = false;
 
     struct Seen {
-        std::uint16_t bin[kLevelLanes] = {};  // of the last ratio that was looked up
+        std::uint16_t bin[kGroupLanes] = {};  // of the last ratio that was looked up
     };
     std::vector<Seen> seen_;           // per group
     std::vector<LevelWindow> window_;  // per group: the ratios of those bins

@@ -1,0 +1,24 @@
+// Classes of many values at once.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "blocks/classify/core/class_scale.h"
+
+namespace vynpack {
+
+struct ClassIndexKernels {
+    // out[i] = class of x[i], or scale.number when x[i] lies outside all of them or is not in
+    // (begin, end].
+    void (*ofSamples)(const float* x, std::size_t count, const ClassScale& scale,
+                      std::int32_t* out);
+    // The same for any values, without the interval. `shifts`, unless null, is added to the classes
+    // found.
+    void (*ofExtremes)(const double* x, const double* shifts, std::size_t count,
+                       const ClassScale& scale, std::int32_t* out);
+
+    static const ClassIndexKernels baseline, avx2, avx512;
+};
+
+}  // namespace vynpack
