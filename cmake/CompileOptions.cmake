@@ -10,14 +10,13 @@ target_compile_options(vyn_options INTERFACE
   -ffp-contract=off -fno-math-errno -fno-trapping-math
   -fvisibility=hidden -fvisibility-inlines-hidden
   -ffile-prefix-map=${CMAKE_SOURCE_DIR}/=
-  $<$<BOOL:${VYN_WARNINGS_AS_ERRORS}>:-Werror>
-  $<$<CONFIG:Release>:-O3>)
+  $<$<BOOL:${VYN_WARNINGS_AS_ERRORS}>:-Werror>)
 
 if(VYN_SANITIZE)
   # float-cast-overflow is not part of "undefined"; float-divide-by-zero is left off: 0/0 is defined
   # behaviour of several measures.
   set(sanitizers -fsanitize=address,undefined,float-cast-overflow -fno-sanitize-recover=all)
-  target_compile_options(vyn_options INTERFACE ${sanitizers} -fno-omit-frame-pointer -O1)
+  target_compile_options(vyn_options INTERFACE ${sanitizers} -fno-omit-frame-pointer)
   target_link_options(vyn_options INTERFACE ${sanitizers})
   target_compile_definitions(vyn_options INTERFACE _GLIBCXX_ASSERTIONS)
 else()
