@@ -1,5 +1,5 @@
 // The filter blocks through Simulation, beside liquid-dsp's filters on the same data. Items are
-// samples over all channels. bench/filter_peers.py measures scipy's filters in the same way.
+// samples over all channels.
 #include <benchmark/benchmark.h>
 #include <liquid/liquid.h>
 
