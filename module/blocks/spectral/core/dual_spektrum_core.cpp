@@ -70,40 +70,8 @@ void DualSpectrum::prepare(const DualSpectrumSettings& settings, int n, int chan
         channels_ = channels;
     }
     if (computesCepstrum(settings)) cepstrumWork_.reserve(2 * lineCount);
-    holdAverages(settings);
+    averages_.hold(settings, lineCount * static_cast<std::size_t>(channels_), progress_);
     window_.choose(settings.window, settings.windowParameter, n);
-}
-
-void DualSpectrum::holdAverages(const DualSpectrumSettings& settings) {
-    const bool shares = settings.averages() && settings.dividesProducts() && settings.coherence &&
-                        !settings.averagesPower() && averagesArithmetically(settings.averageType);
-    const std::uint16_t sharedBy = shares ? settings.transferType : std::uint16_t{0};
-    if (sharedBy != sharedBy_) endSharing();
-
-    const std::size_t all =
-        static_cast<std::size_t>(lines(n_)) * static_cast<std::size_t>(channels_);
-    for (std::size_t i = 0; i < averages_.size(); ++i) {
-        const bool needed = settings.averages() || (i == 0 && settings.averagesPower());
-        if (averages_[i].hold(needed ? all : 0)) restartAverage();
-    }
-    // Begun in the middle of an average these hold sums over fewer blocks than the progress says,
-    // all four alike, which the quotient of the coherence does not see.
-    for (LineAverages& average : coherences_)
-        average.hold(settings.coherence ? all : 0);
-    if (progress_.nextBlock() < 2) sharedBy_ = sharedBy;
-}
-
-void DualSpectrum::endSharing() {
-    if (sharedBy_ == kTransferH1) {
-        averages_[0] = coherences_[2];
-        averages_[1] = coherences_[3];
-        averages_[2] = coherences_[1];
-    } else if (sharedBy_ == kTransferH2) {
-        averages_[0] = coherences_[0];
-        averages_[2] = coherences_[2];
-        averages_[3] = coherences_[3];
-    }
-    sharedBy_ = 0;
 }
 
 void DualSpectrum::analyse(const DualSpectrumSettings& settings, const DualSignal& signal,
@@ -187,16 +155,18 @@ void DualSpectrum::analyseLines(const DualSpectrumSettings& settings, const Line
         constant(response_.from(range.first)), constant(excitation_.from(range.first)), scale,
         cross, responsePower, excitationPower, range.count);
     const Products present = {constant(cross), responsePower, excitationPower};
-    const Products averaged = settings.coherence ? averageForCoherence(range, present) : Products{};
+    const Products coherence =
+        settings.coherence ? averages_.forCoherence(progress_, amongAverages(range), present)
+                           : Products{};
 
     const ConstComplexLines result =
         settings.crossSpectrum ? present.cross
-                               : transferFunction(settings, range, scale, present, averaged);
+                               : transferFunction(settings, range, scale, present, coherence);
     const double* first = amplitudes(settings, range, result, transform);
     // Phases are not averaged, so that those which nobody sees need not be computed.
     const bool showsSecond = settings.realImaginary() || outputs.phases != nullptr;
     const double* second = showsSecond ? phases(settings, range, result) : nullptr;
-    const double* third = settings.coherence ? coherences(range, averaged) : nullptr;
+    const double* third = settings.coherence ? coherences(range, coherence) : nullptr;
 
     if (settings.amplitudeType == kPowerDensity && outputs.amplitudes != nullptr) {
         vyn::kernelsAt<SpectrumKernels>().putDensities(
@@ -208,44 +178,10 @@ void DualSpectrum::analyseLines(const DualSpectrumSettings& settings, const Line
     put(third, range, outputs.coherences);
 }
 
-const double* DualSpectrum::average(LineAverages& averages, const AverageRule& rule,
-                                    const LineRange& range, const double* present) const {
-    const std::size_t first = range.channel * static_cast<std::size_t>(lines(n_)) + range.first;
-    return averages.take(rule, first, {present, range.count});
-}
-
-DualSpectrum::Products DualSpectrum::averageForCoherence(const LineRange& range,
-                                                         const Products& present) {
-    // Kept: arithmetic, whatever the averaging type, and also when averaging is off.
-    const AverageRule rule = averageRule(kArithmeticAveraging, progress_);
-    return {.cross = {average(coherences_[2], rule, range, present.cross.re),
-                      average(coherences_[3], rule, range, present.cross.im)},
-            .responsePower = average(coherences_[0], rule, range, present.responsePower),
-            .excitationPower = average(coherences_[1], rule, range, present.excitationPower)};
-}
-
-DualSpectrum::Products DualSpectrum::averageForTransfer(std::uint16_t averageType,
-                                                        std::uint16_t transferType,
-                                                        const LineRange& range,
-                                                        const Products& present) {
-    const AverageRule rule = averageRule(averageType, progress_);
-    Products averaged = present;
-    if (transferType == kTransferH1) {
-        averaged.cross.re = average(averages_[0], rule, range, present.cross.re);
-        averaged.cross.im = average(averages_[1], rule, range, present.cross.im);
-        averaged.excitationPower = average(averages_[2], rule, range, present.excitationPower);
-    } else {
-        averaged.responsePower = average(averages_[0], rule, range, present.responsePower);
-        averaged.cross.re = average(averages_[2], rule, range, present.cross.re);
-        averaged.cross.im = average(averages_[3], rule, range, present.cross.im);
-    }
-    return averaged;
-}
-
 ConstComplexLines DualSpectrum::transferFunction(const DualSpectrumSettings& settings,
                                                  const LineRange& range, const LineScale& scale,
                                                  const Products& present,
-                                                 const Products& averaged) {
+                                                 const Products& coherence) {
     const DualSpectrumKernels& kernels = vyn::kernelsAt<DualSpectrumKernels>();
     const ComplexLines result = transfer_.from(range.first);
     // Kept: every result is the conjugate of its quotient. The one that H1 divides is conjugate
@@ -258,12 +194,8 @@ ConstComplexLines DualSpectrum::transferFunction(const DualSpectrumSettings& set
         kernels.divideConjugate(constant(y), constant(x), result, range.count);
         return constant(result);
     }
-    Products products = present;
-    if (sharedBy_ != 0) {
-        products = averaged;
-    } else if (settings.averages()) {
-        products = averageForTransfer(settings.averageType, settings.transferType, range, present);
-    }
+    const Products products =
+        averages_.forTransfer(settings, progress_, amongAverages(range), present, coherence);
     if (settings.transferType == kTransferH1) {
         kernels.divideConjugate(products.cross, {products.excitationPower, zeros_.data()}, result,
                                 range.count);
@@ -278,7 +210,9 @@ const double* DualSpectrum::amplitudes(const DualSpectrumSettings& settings, con
                                        ConstComplexLines lines, RealTransform transform) {
     const AverageRule rule = averageRule(settings.averageType, progress_);
     if (settings.realImaginary()) {
-        return settings.averagesResult() ? average(averages_[0], rule, range, lines.re) : lines.re;
+        return settings.averagesResult()
+                   ? averages_.ofAmplitudes(rule, amongAverages(range), lines.re)
+                   : lines.re;
     }
     const std::span<double> amplitude = work(amplitude_, range);
     // Kept: the power that is averaged before the conversion is the cepstrum, by the number of its
@@ -291,11 +225,11 @@ const double* DualSpectrum::amplitudes(const DualSpectrumSettings& settings, con
                     cepstrumWork_);
     if (settings.averagesPower()) {
         // Kept: H1 and H2 keep what they divide in the same averages.
-        const double* power = average(averages_[0], rule, range, amplitude.data());
+        const double* power = averages_.ofAmplitudes(rule, amongAverages(range), amplitude.data());
         std::copy_n(power, range.count, amplitude.begin());
         convertPower(settings.amplitudeType, amplitude);
     } else if (settings.averagesResult()) {
-        return average(averages_[0], rule, range, amplitude.data());
+        return averages_.ofAmplitudes(rule, amongAverages(range), amplitude.data());
     }
     return amplitude.data();
 }
@@ -304,7 +238,9 @@ const double* DualSpectrum::phases(const DualSpectrumSettings& settings, const L
                                    ConstComplexLines lines) {
     if (settings.realImaginary()) {
         const AverageRule rule = averageRule(settings.averageType, progress_);
-        return settings.averagesResult() ? average(averages_[1], rule, range, lines.im) : lines.im;
+        return settings.averagesResult()
+                   ? averages_.ofImaginaryParts(rule, amongAverages(range), lines.im)
+                   : lines.im;
     }
     if (!settings.phase) return nullptr;
     const std::span<double> phase = work(phase_, range);
@@ -319,10 +255,11 @@ const double* DualSpectrum::phases(const DualSpectrumSettings& settings, const L
     return phase.data();
 }
 
-const double* DualSpectrum::coherences(const LineRange& range, const Products& averaged) {
+// |S_xy|^2 / (S_xx S_yy) of the averaged products (Bendat, Piersol, "Random Data").
+const double* DualSpectrum::coherences(const LineRange& range, const Products& products) {
     const std::span<double> coherence = work(coherence_, range);
-    vyn::kernelsAt<DualSpectrumKernels>().coherence(averaged.cross, averaged.responsePower,
-                                                    averaged.excitationPower, coherence.data(),
+    vyn::kernelsAt<DualSpectrumKernels>().coherence(products.cross, products.responsePower,
+                                                    products.excitationPower, coherence.data(),
                                                     range.count);
     return coherence.data();
 }

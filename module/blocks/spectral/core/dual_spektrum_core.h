@@ -4,56 +4,18 @@
 // X is the spectrum of the excitation, Y that of the response.
 #pragma once
 
-#include <array>
 #include <cstddef>
-#include <cstdint>
 #include <span>
 #include <vector>
 
 #include "blocks/spectral/core/dual_spectrum_average.h"
 #include "blocks/spectral/core/dual_spectrum_kernels.h"
+#include "blocks/spectral/core/dual_spectrum_settings.h"
 #include "blocks/spectral/core/real_transform.h"
-#include "blocks/spectral/core/spectrum_conversion.h"
+#include "blocks/spectral/core/shared_averages.h"
 #include "blocks/spectral/core/window_functions.h"
 
 namespace vynpack {
-
-// A block's transfer function: string ids of the names. Any other number is H0.
-enum TransferType : std::uint16_t {
-    kTransferH0 = 90,  // Y / X
-    kTransferH1 = 91,  // Y conj(X) / |X|^2: noise on the response averages out
-    kTransferH2 = 92,  // |Y|^2 / (X conj(Y)): noise on the excitation averages out
-};
-
-// What a block averages: string ids of the names. Any other number is the power.
-enum AverageSource : std::uint16_t {
-    kAverageAmplitude = 88,
-    kAveragePower = 89,
-};
-
-struct DualSpectrumSettings {
-    bool crossSpectrum = true;  // else the transfer function
-    std::uint16_t transferType = kTransferH0;
-    std::uint16_t amplitudeType = kPeak;
-    std::uint16_t averageType = kNoAveraging;
-    std::uint16_t averageSource = kAverageAmplitude;
-    bool phase = false;
-    bool coherence = false;
-    std::uint16_t window = kNoWindow;          // WindowChoice
-    std::uint16_t correction = kNoCorrection;  // any other than WindowCorrection's zeroes
-    double windowParameter = 10.0;
-
-    bool averages() const { return averageType != kNoAveraging; }
-    bool realImaginary() const { return amplitudeType == kRealImaginary; }
-    // The transfer function is a quotient of products of the spectra.
-    bool dividesProducts() const {
-        return !crossSpectrum && (transferType == kTransferH1 || transferType == kTransferH2);
-    }
-    // The power is averaged before its conversion, whether or not averaging is on.
-    bool averagesPower() const { return averageSource != kAverageAmplitude && !realImaginary(); }
-    // Averaging comes last; H1 and H2 average what they divide.
-    bool averagesResult() const { return averages() && !dividesProducts(); }
-};
 
 // Samples of both signals: sample i of channel c at c + i * channels, n per channel.
 struct DualSignal {
@@ -104,20 +66,13 @@ private:
         std::size_t count;
     };
 
-    // X conj(Y), |Y|^2 and |X|^2 of a range of lines: of the present block, or averaged.
-    struct Products {
-        ConstComplexLines cross;
-        const double* responsePower;
-        const double* excitationPower;
-    };
-
-    void holdAverages(const DualSpectrumSettings& settings);
-    void endSharing();
     std::span<double> work(std::vector<double>& lines, const LineRange& range) const {
         return std::span(lines).subspan(range.first, range.count);
     }
-    const double* average(LineAverages& averages, const AverageRule& rule, const LineRange& range,
-                          const double* present) const;
+    // The same lines among the averages.
+    SharedAverages::Lines amongAverages(const LineRange& range) const {
+        return {range.channel * static_cast<std::size_t>(lines(n_)) + range.first, range.count};
+    }
 
     // One channel's samples of both signals, one after the other.
     struct SignalRows {
@@ -138,27 +93,20 @@ private:
     void analyseLines(const DualSpectrumSettings& settings, const LineRange& range,
                       const LineScale& scale, double resolution, RealTransform transform,
                       const OutputRows& outputs);
-    Products averageForCoherence(const LineRange& range, const Products& present);
-    Products averageForTransfer(std::uint16_t averageType, std::uint16_t transferType,
-                                const LineRange& range, const Products& present);
     ConstComplexLines transferFunction(const DualSpectrumSettings& settings, const LineRange& range,
                                        const LineScale& scale, const Products& present,
-                                       const Products& averaged);
+                                       const Products& coherence);
     const double* amplitudes(const DualSpectrumSettings& settings, const LineRange& range,
                              ConstComplexLines lines, RealTransform transform);
     const double* phases(const DualSpectrumSettings& settings, const LineRange& range,
                          ConstComplexLines lines);
-    const double* coherences(const LineRange& range, const Products& averaged);
+    const double* coherences(const LineRange& range, const Products& products);
     static void put(const double* lines, const LineRange& range, float* output);
 
     int n_ = -1;
     int channels_ = 0;
     AverageProgress progress_;
-    std::array<LineAverages, 4> averages_;    // of results, or of what H1 and H2 divide
-    std::array<LineAverages, 4> coherences_;  // of |Y|^2, |X|^2 and X conj(Y)
-    // The transfer function whose averages are the coherence's: both are arithmetic and have begun
-    // together, so that one calculation serves both. 0 where each has its own.
-    std::uint16_t sharedBy_ = 0;
+    SharedAverages averages_;
 
     ChosenWindow window_;
     Spectrum excitation_;  // X
