@@ -83,6 +83,17 @@ PassBands passBands(FilterKind kind, double rate, double f1, double f2) {
     }
 }
 
+// The cosine of a frequency (1: half the rate) at coefficient i, counted from the middle. At half
+// the rate its zeros and signs are exact, because they matter.
+Real cosineAt(Real frequency, std::size_t i, std::size_t length) {
+    if (frequency != 1) {
+        const Real middle = static_cast<Real>(length - 1) / 2;
+        return std::cos(kPi * frequency * (static_cast<Real>(i) - middle));
+    }
+    if (length % 2 == 0) return 0;
+    return ((length - 1) / 2 - i) % 2 == 0 ? 1 : -1;
+}
+
 }  // namespace
 
 FirWindow firWindow(int code) {
@@ -117,13 +128,7 @@ void designFir(FilterKind kind, double rate, double f1, double f2, FirWindow win
         const Real value = coefficient(i);
         coefficients[i] = coefficients[length - 1 - i] = static_cast<double>(value);
         const Real both = 2 * i + 1 == length ? value : 2 * value;
-        const Real place = static_cast<Real>(i) - middle;
-        // Exact at half the rate, where the cosine's zeros and signs matter.
-        const Real cosine = bands.centre == 1 ? (length % 2 == 0                   ? 0
-                                                 : ((length - 1) / 2 - i) % 2 == 0 ? 1
-                                                                                   : -1)
-                                              : std::cos(kPi * bands.centre * place);
-        response += both * cosine;
+        response += both * cosineAt(bands.centre, i, length);
         largestResponse += std::abs(both);
     }
     constexpr Real kNothing = 1e-12L;  // of what the coefficients could sum up to

@@ -1,4 +1,7 @@
 // FIR filters by the window method.
+//
+// Source: A. V. Oppenheim, R. W. Schafer, "Discrete-Time Signal Processing", on design by
+// windowing.
 #pragma once
 
 #include <span>

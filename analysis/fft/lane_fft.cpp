@@ -128,7 +128,7 @@ LaneFft::LaneFft(std::size_t length, vyn::KernelLevel level)
             next += kLanes;
         }
     };
-    joinTwiddles_ = allocate(points / 2 / kLanes * kFftGroupTwiddles + 16);
+    joinTwiddles_ = allocate(points / 2 / kLanes * kFftGroupTwiddles + kFftMiddleTwiddles);
     next = joinTwiddles_.get();
     for (std::size_t first = 0; first < points / 2; first += kLanes) {
         for (std::size_t i = 0; i < kLanes; ++i)

@@ -15,6 +15,9 @@ inline constexpr std::ptrdiff_t kFftPoint = 2 * kFftLanes;
 // mirror lines in ascending order, the twiddles of the lanes 1 to 7, eight re and eight im each.
 inline constexpr std::ptrdiff_t kFftLaneTwiddles = 7 * 2 * kFftLanes;
 inline constexpr std::ptrdiff_t kFftGroupTwiddles = 2 * kFftLanes + 2 * kFftLaneTwiddles;
+// Behind all groups, those of the middle line: the pair for the halves, and one for each of the
+// lanes 1 to 7.
+inline constexpr std::ptrdiff_t kFftMiddleTwiddles = 2 + 7 * 2;
 
 struct LaneFftKernels {
     // One stage of complex transforms, all lanes alike: `groups` butterflies, each over `stride`

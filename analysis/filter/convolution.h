@@ -1,4 +1,6 @@
 // Full linear convolution.
+//
+// Source: A. V. Oppenheim, R. W. Schafer, "Discrete-Time Signal Processing" (overlap-save).
 #pragma once
 
 #include <cstddef>

@@ -1,6 +1,9 @@
 // One counting method of the classification: what a class counts, with all state that survives from
 // data block to data block.
 //
+// Source: DIN 45667 (classification of irregular oscillations); for peaks and level crossings also
+// ASTM E1049.
+//
 // An object serves one run: it is made for the run's first data block, takes every block in turn
 // and can be reset between blocks.
 #pragma once

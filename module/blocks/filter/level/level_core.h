@@ -13,7 +13,8 @@ namespace vynpack {
 // Stored as they stand.
 enum TimeWeighting : std::int16_t { kSlow = 0, kFast = 1, kImpulse = 2 };
 
-// The time constant in seconds. An unknown weighting is slow.
+// The time constant in seconds (S and F: IEC 61672-1; I: the detector of IEC 60651). An unknown
+// weighting is slow.
 double timeConstantOf(int timeWeighting);
 
 struct LevelSettings {

@@ -1,4 +1,7 @@
 // From real and imaginary parts to the amplitude kinds that the blocks offer.
+//
+// Source: J. S. Bendat, A. G. Piersol, "Random Data" (spectra); A. V. Oppenheim, R. W. Schafer,
+// "Discrete-Time Signal Processing" (cepstrum).
 #pragma once
 
 #include <cstddef>

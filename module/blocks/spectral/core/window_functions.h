@@ -1,4 +1,7 @@
 // The window functions and their gain factors.
+//
+// Source of the shapes but for the flat top's, some under other names there: F. J. Harris, "On the
+// Use of Windows for Harmonic Analysis with the Discrete Fourier Transform", Proc. IEEE 66 (1978).
 #pragma once
 
 #include <cstdint>
