@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "fuzz/byte_source.h"
-#include "vynhost/interface/module_host.h"
+#include "support/test_host.h"
 
 namespace vynhost::test {
 namespace {
@@ -112,7 +112,7 @@ std::string damagedRecord(PlacedBlock& block, ByteSource& bytes) {
     return record;
 }
 
-void misbehave(ModuleHost& host, ByteSource& bytes) {
+void misbehave(TestHost& host, ByteSource& bytes) {
     constexpr Message kFaulty[] = {Message::newBlock, Message::newBlock, Message::copyHeader,
                                    Message::triggerThreshold};
     Rule rule{.message = bytes.pick(kFaulty)};
@@ -129,8 +129,7 @@ void takeOutputs(PlacedBlock& block) {
     }
 }
 
-void step(std::unique_ptr<PlacedBlock>& block, ByteSource& bytes) {
-    ModuleHost& host = block->host();
+void step(TestHost& host, std::unique_ptr<PlacedBlock>& block, ByteSource& bytes) {
     switch (bytes.below(16)) {
         case 0:
         case 1:
@@ -167,7 +166,7 @@ void step(std::unique_ptr<PlacedBlock>& block, ByteSource& bytes) {
 }
 
 // For a look at what an input does.
-void printTrace(ModuleHost& host, int type) {
+void printTrace(TestHost& host, int type) {
     for (const std::string& line : host.takeTrace())
         std::printf("%d: %s\n", type, line.c_str());
     std::fflush(stdout);
@@ -194,14 +193,15 @@ void runSession(std::span<const std::uint8_t> input) {
     constexpr int kMostSteps = 64;
     ByteSource bytes(input);
     const bool traced = std::getenv("VYN_FUZZ_TRACE") != nullptr;
-    ModuleHost host(theModule(), {.trace = traced, .mostValues = 1U << 22});
+    TestHost host(theModule(), {.mostValues = 1U << 22});
+    host.setTraced(traced);
     const int type = kFirstType + static_cast<int>(bytes.below(kTypes));
     {
         auto block = std::make_unique<PlacedBlock>(host, type);
         if (!block->created()) return;
         block->wireAll();
         for (int i = 0; i < kMostSteps && !bytes.ended() && block->created(); ++i) {
-            step(block, bytes);
+            step(host, block, bytes);
             if (traced) printTrace(host, type);
         }
         host.behave();

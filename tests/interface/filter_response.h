@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "vynhost/interface/module_host.h"
+#include "vynhost/interface/placed_block.h"
 
 namespace vynhost::test {
 

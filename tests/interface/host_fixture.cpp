@@ -17,7 +17,6 @@ const ModuleLibrary& theModule() {
 ModuleHost::Options HostTest::defaultOptions() {
     ModuleHost::Options options;
     options.guard = platform::kLocksAreCounted ? platform::Guard::none : platform::Guard::pageAfter;
-    options.trace = true;
     options.checkLocks = true;
     return options;
 }

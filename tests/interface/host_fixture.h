@@ -25,7 +25,8 @@
 #include <utility>
 #include <vector>
 
-#include "vynhost/interface/module_host.h"
+#include "support/platform/test_system.h"
+#include "support/test_host.h"
 
 namespace vynhost::test {
 
@@ -53,7 +54,7 @@ protected:
     // Without a display nothing is asked.
     void expectReport(PlacedBlock& block, const std::string& part);
 
-    ModuleHost host;
+    TestHost host;
 
 private:
     std::vector<int> types_;

@@ -20,7 +20,7 @@
 #include <string_view>
 #include <vector>
 
-#include "vynhost/interface/module_host.h"
+#include "vynhost/interface/placed_block.h"
 
 namespace vynhost {
 namespace {

@@ -8,7 +8,7 @@
 
 #include "vynhost/diagram/catalogue.h"
 #include "vynhost/diagram/diagram.h"
-#include "vynhost/interface/module_host.h"
+#include "vynhost/interface/placed_block.h"
 
 namespace vynhost {
 

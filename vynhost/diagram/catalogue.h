@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "vynhost/interface/module_host.h"
+#include "vynhost/interface/placed_block.h"
 
 namespace vynhost {
 

@@ -9,6 +9,7 @@
 #include "vynhost/base/text.h"
 #include "vynhost/diagram/block_settings.h"
 #include "vynhost/diagram/catalogue.h"
+#include "vynhost/interface/placed_block.h"
 #include "vynhost/run/interrupt.h"
 #include "vynhost/run/source.h"
 

@@ -57,18 +57,18 @@ std::string DiagramTest::read(const std::filesystem::path& file) {
     return content.str();
 }
 
-std::string DiagramTest::errorOf(const std::string& toml) const {
+std::string DiagramTest::errorOf(const std::string& toml) {
     int code = 0;
     const std::string text = errorOf(toml, code);
     EXPECT_TRUE(text.empty() || code == kWrongInput) << code;
     return text;
 }
 
-std::string DiagramTest::errorOf(const std::string& toml, int& code) const {
+std::string DiagramTest::errorOf(const std::string& toml, int& code) {
     const std::filesystem::path file = write("d.toml", toml);
     try {
         const Diagram diagram = readDiagram(file);
-        Runner runner(const_cast<ModuleHost&>(host), diagram, noInputs);
+        Runner runner(host, diagram, noInputs);
         runner.run();
     } catch (const RunError& error) {
         code = error.code();

@@ -29,8 +29,8 @@ protected:
 
     // What the file says that the runner or the reader raises; "" when nothing is raised. The
     // diagram's own folder is cut away.
-    std::string errorOf(const std::string& toml) const;
-    std::string errorOf(const std::string& toml, int& code) const;
+    std::string errorOf(const std::string& toml);
+    std::string errorOf(const std::string& toml, int& code);
 
     // At half of full scale.
     static std::vector<float> sine(int samples, int periods, double amplitude = 0.5) {

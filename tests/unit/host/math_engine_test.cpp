@@ -7,6 +7,7 @@
 #include "host/TOGlobal.h"
 #include "host/show_message.h"
 #include "platform/resources.h"
+#include "support/platform/test_system.h"
 #include "unit/host/fixture_libraries.h"
 
 namespace vynpack::test {

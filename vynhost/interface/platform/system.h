@@ -27,8 +27,6 @@ Handle allocateMemory(std::size_t bytes, Guard guard) noexcept;
 bool freeMemory(Handle handle) noexcept;
 // A handle that names memory and cannot be locked; freed like any other.
 Handle allocateUnlockable() noexcept;
-// Makes an existing handle unlockable, or lockable again. False where the system can't.
-bool setLockable(Handle handle, bool lockable) noexcept;
 // How often the module has locked it and not unlocked; always 0 where unlocking does nothing, and
 // for guarded memory.
 int lockCount(Handle handle) noexcept;
@@ -56,8 +54,6 @@ using MessageFunction = std::function<Int(std::uint32_t message, Int first, Int 
 // time per process.
 Int openWindow(MessageFunction function);
 void closeWindow() noexcept;
-// Sends a message the way a module does.
-Int sendToWindow(Int window, std::uint32_t message, Int first, Int second);
 
 // --- Message boxes --------------------------------------------------------------------------
 
@@ -71,8 +67,6 @@ struct Box {
 // From the first call to the second, boxes are answered with OK and remembered.
 void catchBoxes() noexcept;
 std::vector<Box> caughtBoxes();
-// False when a box would be lost (a Windows without a display).
-bool boxesCanBeCaught() noexcept;
 
 // --- Dialogs --------------------------------------------------------------------------------
 
@@ -111,9 +105,7 @@ private:
 
 // --- Libraries and surroundings -------------------------------------------------------------
 
-extern const char* const kModuleFile;    // VYNPACKM.so or VYNPACKM.dll
-extern const char* const kAnalysisFile;  // ovanlys.so or ovanlys.dll
-extern const char* const kHostProgram;   // vynhost or vynhost.exe
+extern const char* const kModuleFile;  // VYNPACKM.so or VYNPACKM.dll
 
 // Null when it does not load; `why` then tells.
 void* loadLibrary(const std::filesystem::path& path, std::string& why);
@@ -126,17 +118,11 @@ std::optional<std::string> sharedDirectory();
 // Windows the setting is the machine's. False when it could not be written.
 bool setSharedDirectory(const std::optional<std::string>& directory);
 
-// From now on this process gets no more memory than that, where the system can say so.
-void limitMemory(std::size_t bytes) noexcept;
-
 // The folder of the running program.
 std::filesystem::path programFolder();
 
 // The words after the program's name, in UTF-8. The console takes UTF-8 from now on.
 std::vector<std::string> commandLine(int argc, char** argv);
-
-// Runs a command of the system's shell and gives its exit code. For tests.
-int runShell(const std::string& command);
 
 // A text of the module's (Windows: the ANSI code page) as UTF-8.
 std::string fromModuleText(const char* text);

@@ -3,9 +3,7 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/mman.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -25,8 +23,6 @@ extern "C" __attribute__((weak)) void __sanitizer_set_report_fd(void* file);
 namespace vynhost::platform {
 
 const char* const kModuleFile = "VYNPACKM.so";
-const char* const kAnalysisFile = "ovanlys.so";
-const char* const kHostProgram = "vynhost";
 
 // --- Memory: a handle is the address of a master pointer ------------------------------------
 
@@ -138,15 +134,9 @@ bool freeMemory(Handle handle) noexcept {
 
 Handle allocateUnlockable() noexcept {
     const Handle handle = allocateMemory(0, Guard::none);
-    setLockable(handle, false);
-    return handle;
-}
-
-bool setLockable(Handle handle, bool lockable) noexcept {
     const auto found = regions().find(handle);
-    if (found == regions().end()) return false;
-    found->second->master = lockable ? found->second->address : nullptr;
-    return true;
+    if (found != regions().end()) found->second->master = nullptr;
+    return handle;
 }
 
 const bool kLocksAreCounted = false;
@@ -182,11 +172,6 @@ Int openWindow(MessageFunction function) {
 }
 
 void closeWindow() noexcept { messageFunction() = nullptr; }
-
-Int sendToWindow(Int window, std::uint32_t message, Int first, Int second) {
-    // NOLINTNEXTLINE(performance-no-int-to-ptr)
-    return reinterpret_cast<Int (*)(std::uint32_t, Int, Int)>(window)(message, first, second);
-}
 
 // --- Boxes: one write on standard error each ------------------------------------------------
 
@@ -255,8 +240,6 @@ std::vector<Box> caughtBoxes() {
         boxes.push_back(boxOf(std::move(*line)));
     return boxes;
 }
-
-bool boxesCanBeCaught() noexcept { return true; }
 
 // --- Dialogs --------------------------------------------------------------------------------
 
@@ -335,23 +318,12 @@ bool setSharedDirectory(const std::optional<std::string>& directory) {
                       : ::unsetenv("OVSHAREDDIR64")) == 0;
 }
 
-void limitMemory(std::size_t bytes) noexcept {
-    if (__sanitizer_set_report_fd != nullptr) return;  // its shadow needs the address space
-    const rlimit limit{bytes, bytes};
-    ::setrlimit(RLIMIT_AS, &limit);
-}
-
 std::filesystem::path programFolder() {
     return std::filesystem::read_symlink("/proc/self/exe").parent_path();
 }
 
 std::vector<std::string> commandLine(int argc, char** argv) {
     return {argv + std::min(argc, 1), argv + argc};
-}
-
-int runShell(const std::string& command) {
-    const int status = std::system(command.c_str());
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 std::string fromModuleText(const char* text) { return text; }

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <stdexcept>
 #include <unordered_map>
 #include <utility>
@@ -14,8 +13,6 @@
 namespace vynhost::platform {
 
 const char* const kModuleFile = "VYNPACKM.dll";
-const char* const kAnalysisFile = "ovanlys.dll";
-const char* const kHostProgram = "vynhost.exe";
 
 namespace {
 
@@ -104,8 +101,6 @@ Handle allocateUnlockable() noexcept {
     return handleOf(::GlobalAlloc(GMEM_MOVEABLE, 0));
 }
 
-bool setLockable(Handle, bool) noexcept { return false; }
-
 const bool kLocksAreCounted = true;
 
 int lockCount(Handle handle) noexcept {
@@ -161,12 +156,6 @@ void closeWindow() noexcept {
     messageFunction() = nullptr;
     if (hostWindow != nullptr) ::DestroyWindow(hostWindow);
     hostWindow = nullptr;
-}
-
-Int sendToWindow(Int window, std::uint32_t message, Int first, Int second) {
-    // NOLINTNEXTLINE(performance-no-int-to-ptr)
-    return ::SendMessageA(reinterpret_cast<HWND>(window), message, static_cast<WPARAM>(first),
-                          second);
 }
 
 // --- Boxes: a hook reads each and presses OK ------------------------------------------------
@@ -284,17 +273,6 @@ void catchBoxes() noexcept {
 
 std::vector<Box> caughtBoxes() { return std::exchange(seenBoxes(), {}); }
 
-bool boxesCanBeCaught() noexcept {
-    // Without a display the desktop has no size that a window could be seen on.
-    static const bool seen = [] {
-        catchBoxes();
-        const int answer = ::MessageBoxA(nullptr, "", "", MB_OK);
-        seenBoxes().clear();
-        return answer == IDOK;
-    }();
-    return seen;
-}
-
 // --- Dialogs --------------------------------------------------------------------------------
 
 const bool kHasDialogs = true;
@@ -396,15 +374,6 @@ bool setSharedDirectory(const std::optional<std::string>& directory) {
     return status == ERROR_SUCCESS || (!directory && status == ERROR_FILE_NOT_FOUND);
 }
 
-void limitMemory(std::size_t bytes) noexcept {
-    JOBOBJECT_EXTENDED_LIMIT_INFORMATION limit{};
-    limit.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_PROCESS_MEMORY;
-    limit.ProcessMemoryLimit = bytes;
-    const HANDLE job = ::CreateJobObjectA(nullptr, nullptr);
-    ::SetInformationJobObject(job, JobObjectExtendedLimitInformation, &limit, sizeof limit);
-    ::AssignProcessToJobObject(job, ::GetCurrentProcess());
-}
-
 std::filesystem::path programFolder() {
     std::wstring path(32768, L'\0');
     path.resize(::GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
@@ -420,11 +389,6 @@ std::vector<std::string> commandLine(int, char**) {
         result.push_back(toUtf8(words[i]));
     ::LocalFree(words);
     return result;
-}
-
-int runShell(const std::string& command) {
-    // The shell takes the outermost quotes off.
-    return std::system(("\"" + command + "\"").c_str());
 }
 
 std::string fromModuleText(const char* text) {

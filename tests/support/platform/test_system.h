@@ -1,0 +1,30 @@
+// What differs between the systems and only tests ask for.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "vynhost/interface/module_interface.h"
+
+namespace vynhost::platform {
+
+extern const char* const kAnalysisFile;  // ovanlys.so or ovanlys.dll
+extern const char* const kHostProgram;   // vynhost or vynhost.exe
+
+// Makes an existing handle unlockable, or lockable again. False where the system can't.
+bool setLockable(Handle handle, bool lockable) noexcept;
+
+// Sends a message the way a module does.
+Int sendToWindow(Int window, std::uint32_t message, Int first, Int second);
+
+// False when a message box would be lost (a Windows without a display).
+bool boxesCanBeCaught() noexcept;
+
+// From now on this process gets no more memory than that, where the system can say so.
+void limitMemory(std::size_t bytes) noexcept;
+
+// Runs a command of the system's shell and gives its exit code.
+int runShell(const std::string& command);
+
+}  // namespace vynhost::platform

@@ -1,0 +1,47 @@
+#include "support/platform/test_system.h"
+
+#include <windows.h>
+
+#include <cstdlib>
+
+#include "vynhost/interface/platform/system.h"
+
+namespace vynhost::platform {
+
+const char* const kAnalysisFile = "ovanlys.dll";
+const char* const kHostProgram = "vynhost.exe";
+
+bool setLockable(Handle, bool) noexcept { return false; }
+
+Int sendToWindow(Int window, std::uint32_t message, Int first, Int second) {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr)
+    return ::SendMessageA(reinterpret_cast<HWND>(window), message, static_cast<WPARAM>(first),
+                          second);
+}
+
+bool boxesCanBeCaught() noexcept {
+    // Without a display the desktop has no size that a window could be seen on.
+    static const bool seen = [] {
+        catchBoxes();
+        const int answer = ::MessageBoxA(nullptr, "", "", MB_OK);
+        caughtBoxes();
+        return answer == IDOK;
+    }();
+    return seen;
+}
+
+void limitMemory(std::size_t bytes) noexcept {
+    JOBOBJECT_EXTENDED_LIMIT_INFORMATION limit{};
+    limit.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_PROCESS_MEMORY;
+    limit.ProcessMemoryLimit = bytes;
+    const HANDLE job = ::CreateJobObjectA(nullptr, nullptr);
+    ::SetInformationJobObject(job, JobObjectExtendedLimitInformation, &limit, sizeof limit);
+    ::AssignProcessToJobObject(job, ::GetCurrentProcess());
+}
+
+int runShell(const std::string& command) {
+    // The shell takes the outermost quotes off.
+    return std::system(("\"" + command + "\"").c_str());
+}
+
+}  // namespace vynhost::platform
