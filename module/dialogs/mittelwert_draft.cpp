@@ -22,11 +22,12 @@ bool AveragingDraft::smoothingOffered() const { return mode == kAvgSmoothing; }
 bool AveragingDraft::blocksOffered() const { return mode == kAvgBlocks; }
 
 bool AveragingDraft::resetCountOffered() const {
-    return blocksOffered() && resetMode == kAvgResetByCount;
+    // Kept: follows the reset button in every mode, although it belongs to the averaging of blocks.
+    return resetMode == kAvgResetByCount;
 }
 
 bool AveragingDraft::atResetOnlyOffered() const {
-    // Kept: follows the reset button in every mode, although it belongs to the averaging of blocks.
+    // Kept: likewise.
     return resetMode != kAvgResetNever;
 }
 

@@ -137,8 +137,8 @@ TEST(AveragingDialog, TheModeAndTheResetDecideWhatIsOffered) {
                     EXPECT_EQ(offered(dialog, kReduceRow), mode == reduce);
                     EXPECT_EQ(offered(dialog, kSmoothRow), mode == smooth);
                     EXPECT_EQ(offered(dialog, kBlockGroup), mode == blocks);
-                    EXPECT_EQ(offered(dialog, kCountRow), mode == blocks && reset == resetByCount);
-                    // Follows the reset button even while its group is disabled.
+                    // These follow the reset button even while its group is disabled.
+                    EXPECT_EQ(offered(dialog, kCountRow), reset == resetByCount);
                     EXPECT_EQ(dialog.enabled(atResetOnly), reset != resetNever);
                 };
                 expectRules(openingMode, openingReset);

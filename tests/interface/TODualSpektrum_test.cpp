@@ -153,7 +153,7 @@ TEST_F(TODualSpektrum, IntegersAreStoredWithTheirOffsetsInto16Bits) {
         std::int32_t get;
     };
     for (const Row& row :
-         {Row{"PkOutChnMode", 8, 70000, 4464, 4464}, Row{"PkOutChnMode", 8, -1, 65535, 65535},
+         {Row{"PkOutChnMode", 8, 70000, 4464, 4464}, Row{"PkOutChnMode", 8, -1, 65535, -1},
           Row{"PkTransPhase", 10, 1, 1, 1}, Row{"PkTransPhase", 10, 65536, 0, 0},
           Row{"PkCoherence", 12, 7, 7, 7}, Row{"PkCrossSpectr", 14, 0, 1118, 1},
           Row{"PkCrossSpectr", 14, 1, 1119, 2}, Row{"PkAverageSource", 22, 1, 89, 1},
@@ -697,15 +697,52 @@ TEST_F(TODualSpektrum, InputsOfWhichOneCountDiffersAreProcessedInTheExcitationsL
     EXPECT_NEAR(regrouped->values.at(4), 6.0, 1e-5);
 }
 
-TEST_F(TODualSpektrum, AResponseShorterThanTheExcitationIsLeftAlone) {
+TEST_F(TODualSpektrum, AResponseShorterThanTheExcitationIsTakenWithZerosBehindIt) {
+    std::vector<float> response = cosine(64, 4, 2.0);
+    for (const std::size_t samples : {63U, 40U, 1U}) {
+        std::vector<float> padded(response.begin(), response.begin() + static_cast<int>(samples));
+        padded.resize(64, 0.0F);
+        block.initSim();
+        const auto expected = spectrumOf(timeSignal(cosine(64, 4, 2.0)), timeSignal(padded));
+        ASSERT_TRUE(expected);
+        block.initSim();
+        std::vector<float> shorter(padded.begin(), padded.begin() + static_cast<int>(samples));
+        const auto spectrum = spectrumOf(timeSignal(cosine(64, 4, 2.0)), timeSignal(shorter));
+        ASSERT_TRUE(spectrum) << samples;
+        EXPECT_EQ(spectrum->header.valueCount, kLines);
+        EXPECT_EQ(spectrum->values, expected->values) << samples;
+    }
+}
+
+TEST_F(TODualSpektrum, NothingOfALongerResponseBeforeIsLeftBehindAShorterOne) {
     block.initSim();
-    simulate(level(3.0), timeSignal(cosine(63, 4, 2.0)));
-    EXPECT_TRUE(block.waits(kE));
-    EXPECT_TRUE(block.waits(kA));
-    EXPECT_FALSE(block.delivered(0));
-    // A remainder that is dropped anyway may be missing.
-    std::vector<float> odd(65, 1.0F);
-    EXPECT_TRUE(spectrumOf(timeSignal(odd, 2), timeSignal(std::vector<float>(64, 1.0F), 2)));
+    ASSERT_TRUE(spectrumOf(timeSignal(cosine(64, 4, 2.0)), timeSignal(cosine(64, 4, 2.0))));
+    ASSERT_TRUE(
+        spectrumOf(timeSignal(cosine(64, 4, 2.0)), timeSignal(std::vector<float>(60, 5.0F))));
+    // An empty response is silence.
+    const auto silent =
+        spectrumOf(timeSignal(cosine(64, 4, 2.0)), timeSignal(std::vector<float>{}));
+    ASSERT_TRUE(silent);
+    EXPECT_THAT(silent->values, ::testing::Each(0.0F));
+}
+
+TEST_F(TODualSpektrum, AShorterResponseKeepsItsChannelsApart) {
+    // Channel 1 of the response ends one sample before channel 0's: 127 values in 2 channels.
+    std::vector<float> both(128);
+    for (std::size_t i = 0; i < 64; ++i) {
+        both[2 * i] = 1.0F;
+        both[2 * i + 1] = static_cast<float>(i);
+    }
+    std::vector<float> cut(both.begin(), both.end() - 1);
+    std::vector<float> padded = cut;
+    padded.push_back(0.0F);
+    block.initSim();
+    const auto expected = spectrumOf(timeSignal(both, 2), timeSignal(padded, 2));
+    block.initSim();
+    const auto spectrum = spectrumOf(timeSignal(both, 2), timeSignal(cut, 2));
+    ASSERT_TRUE(expected);
+    ASSERT_TRUE(spectrum);
+    EXPECT_EQ(spectrum->values, expected->values);
 }
 
 TEST_F(TODualSpektrum, InputsOfWhichBothCountsDifferStayLockedAndUnreleased) {

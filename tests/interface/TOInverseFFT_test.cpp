@@ -139,10 +139,43 @@ TEST_F(TOInverseFFT, LeavesInputsWaitingThatDoNotMatch) {
     refuses(lines(eight), lines(four));
     refuses(lines(eight, 2), lines(eight, 1));
     refuses(lines(three), lines(three));
-    refuses(lines(four, 4), lines(four, 4));  // one line per channel
+    refuses(lines(four, 5), lines(four, 5));  // no line per channel
     put(lines(four), lines(four));
     EXPECT_EQ(block.simulate(), kDone);
     EXPECT_EQ(block.take(0)->header.valueCount, 8);
+}
+
+TEST_F(TOInverseFFT, OneLinePerChannelGivesTwoSamples) {
+    // Of two samples a line is the mean; the Nyquist entry of channel c is flat value c + 1 - 1,
+    // the same value. So x0 = (m + m) / 2 * 2 / 2 = m and x1 = 0.
+    const std::vector<float> reals = {1.0F, 2.0F, -3.0F, 4.0F};
+    block.initSim();
+    put(lines(reals, 4), lines({9.0F, 9.0F, 9.0F, 9.0F}, 4));
+    EXPECT_EQ(block.simulate(), kDone);
+    EXPECT_FALSE(block.waits(0));
+    EXPECT_FALSE(block.waits(1));
+    const auto signal = block.take(0);
+    ASSERT_TRUE(signal);
+    EXPECT_EQ(signal->header.channelCount, 4);
+    EXPECT_EQ(signal->header.xStep, 1.0 / (2 * 2.0));
+    EXPECT_THAT(signal->values, ElementsAre(1, 2, -3, 4, 0, 0, 0, 0));
+}
+
+TEST_F(TOInverseFFT, ASurplusValueBesideOneLineMakesAThirdSample) {
+    // 7 values in 4 channels: N = 14 / 4 = 3, of one whole line per channel.
+    const std::vector<float> sevenths = {1, 2, 3, 4, 0, 0, 0};
+    block.initSim();
+    put(lines(sevenths, 4), lines(std::vector<float>(7, 0.0F), 4));
+    EXPECT_EQ(block.simulate(), kDone);
+    const auto signal = block.take(0);
+    ASSERT_TRUE(signal);
+    EXPECT_EQ(signal->header.valueCount, 12);
+    // Lines 0 and 1 are both m: x_i = (m + 2 m cos(2 pi i / 3)) / 3 * 3 / 2.
+    for (int c = 0; c < 4; ++c) {
+        EXPECT_NEAR(signal->at(0, c), 1.5 * (c + 1), 1e-6) << c;
+        EXPECT_NEAR(signal->at(1, c), 0.0, 1e-6) << c;
+        EXPECT_NEAR(signal->at(2, c), 0.0, 1e-6) << c;
+    }
 }
 
 TEST_F(TOInverseFFT, WaitsForBothParts) {

@@ -281,6 +281,18 @@ TEST_F(TOMittelwert, BlocksWithoutAResetGiveAResultEachTime) {
     EXPECT_THAT(valuesOf(timeSignal({6, 60}, 2)), ElementsAre(3, 30));
 }
 
+TEST_F(TOMittelwert, SurplusValuesOfAveragedBlocksAreZero) {
+    block.set("PkWFactor", 1.0);
+    start(kBlocks);
+    // 5 values in 2 channels: the fifth belongs to no whole sample.
+    EXPECT_THAT(valuesOf(timeSignal({1, 10, 2, 20, 99}, 2)), ElementsAre(1, 10, 2, 20, 0));
+    EXPECT_THAT(valuesOf(timeSignal({3, 30, 4, 40, 99}, 2)), ElementsAre(2, 20, 3, 30, 0));
+    // What was a whole sample's before is surplus in a block of other channels' count.
+    EXPECT_THAT(valuesOf(timeSignal({1, 10, 2, 20}, 2)), ElementsAre(1, 10, 2, 20));
+    EXPECT_THAT(valuesOf(timeSignal({7, 70, 7}, 2)), ElementsAre(7, 70, 0));
+    EXPECT_THAT(valuesOf(timeSignal({5}, 2)), ElementsAre(0));
+}
+
 TEST_F(TOMittelwert, AResetByCountPassesTheAverageOnAndStartsAnew) {
     block.set("PkResetMode", kCount);
     block.set("PkResNBlocks", 3);

@@ -93,11 +93,6 @@ bool differ(const ChannelBlock& excitation, const ChannelBlock& response) {
            excitation.channels() != response.channels();
 }
 
-// The response, read in the excitation's layout, is as long as the excitation.
-bool reachesAsFar(const ChannelBlock& response, const ChannelBlock& excitation) {
-    return response.valueCount() >= excitation.samplesPerChannel() * excitation.channels();
-}
-
 OutputBlock openOutput(SimulationRecord& record, int connector, const ChannelBlock& excitation) {
     const int lines = DualSpectrum::lines(excitation.samplesPerChannel());
     OutputBlock output(record, connector, std::int64_t{lines} * excitation.channels(),
@@ -133,6 +128,7 @@ int TODualSpektrum::InitSim() {
 
 int TODualSpektrum::Stoppen() {
     spectrum_.release();
+    lengthened_ = {};
     triggered_ = false;
     return kDone;
 }
@@ -182,6 +178,17 @@ bool TODualSpektrum::openOutputs(SimulationRecord& record, const ChannelBlock& e
     return true;
 }
 
+// The response as far as the excitation goes: samples that it lacks count as 0.
+std::span<const float> TODualSpektrum::asFarAs(const ChannelBlock& excitation,
+                                               const ChannelBlock& response) {
+    const auto wanted = static_cast<std::size_t>(excitation.valueCount());
+    const std::span<const float> values = response.values();
+    if (values.size() >= wanted) return values;
+    lengthened_.assign(wanted, 0.0F);
+    std::ranges::copy(values, lengthened_.begin());
+    return lengthened_;
+}
+
 int TODualSpektrum::Simulation(SimulationRecord& record) {
     ChannelBlock excitation;
     ChannelBlock response;
@@ -190,7 +197,6 @@ int TODualSpektrum::Simulation(SimulationRecord& record) {
         excitation = ChannelBlock(record.inputData[kExcitation]);
         response = ChannelBlock(record.inputData[kResponse]);
         if (!excitation || !response || !excitation.sound() || !response.sound()) return kDone;
-        if (!differ(excitation, response) && !reachesAsFar(response, excitation)) return kDone;
     }
     takeTrigger(record);
     if (!bothWait || differ(excitation, response)) {
@@ -209,7 +215,7 @@ int TODualSpektrum::Simulation(SimulationRecord& record) {
     if (deliversNow(ends) && !openOutputs(record, excitation, outputs)) return kDone;
 
     spectrum_.analyse(
-        settings, {excitation.values(), response.values()}, resolutionOf(excitation),
+        settings, {excitation.values(), asFarAs(excitation, response)}, resolutionOf(excitation),
         parameters_.averageFactor, transform,
         {valuesOf(outputs.amplitudes), valuesOf(outputs.phases), valuesOf(outputs.coherences)});
     outputs.amplitudes.deliver();

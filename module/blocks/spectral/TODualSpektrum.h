@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 #include <span>
+#include <vector>
 
 #include "blocks/spectral/core/dual_spektrum_core.h"
 #include "host/channel_block.h"
@@ -16,29 +17,29 @@ struct DualSpektrumParameters {
     static constexpr std::int32_t kRecordSizeWord = 88;
 
     // What is computed: control ids of the dialog. Any other number counts as the second.
-    enum Quantity : std::uint16_t { kCrossSpectrum = 1118, kTransferFunction = 1119 };
+    enum Quantity : std::int16_t { kCrossSpectrum = 1118, kTransferFunction = 1119 };
 
     // When the average begins anew: control ids of the dialog.
-    enum ResetMode : std::uint16_t {
+    enum ResetMode : std::int16_t {
         kNeverReset = 1013,
         kResetByTrigger = 1014,
         kResetByCount = 1015,
     };
 
-    std::uint16_t outputChannelMode = 1143;  // no effect on processing
-    std::uint16_t phase = 0;                 // non-zero: the phase output
-    std::uint16_t coherence = 0;             // non-zero: the coherence output
-    std::uint16_t quantity = kCrossSpectrum;
-    std::uint16_t transferType = kTransferH0;
-    std::uint16_t amplitudeType = kPeak;
-    std::uint16_t averageType = kNoAveraging;
-    std::uint16_t averageSource = kAverageAmplitude;
-    std::uint16_t window = kNoWindow;
-    std::uint16_t correction = kNoCorrection;
+    std::int16_t outputChannelMode = 1143;  // no effect on processing
+    std::int16_t phase = 0;                 // non-zero: the phase output
+    std::int16_t coherence = 0;             // non-zero: the coherence output
+    std::int16_t quantity = kCrossSpectrum;
+    std::int16_t transferType = kTransferH0;
+    std::int16_t amplitudeType = kPeak;
+    std::int16_t averageType = kNoAveraging;
+    std::int16_t averageSource = kAverageAmplitude;
+    std::int16_t window = kNoWindow;
+    std::int16_t correction = kNoCorrection;
     double windowParameter = 10.0;
-    std::uint16_t resetMode = kNeverReset;
+    std::int16_t resetMode = kNeverReset;
     std::int32_t resetCount = 10;   // data blocks per average
-    std::uint16_t dataOnReset = 0;  // non-zero: output only with the last block of an average
+    std::int16_t dataOnReset = 0;  // non-zero: output only with the last block of an average
     double averageFactor = 1.0;     // growth of the weight of weighted averaging
     std::array<char, 32> reserved{};
 
@@ -73,8 +74,10 @@ private:
     bool averageEnds() const;
     bool deliversNow(bool averageEnds) const;
     bool openOutputs(SimulationRecord& record, const ChannelBlock& excitation, Outputs& outputs);
+    std::span<const float> asFarAs(const ChannelBlock& excitation, const ChannelBlock& response);
 
     DualSpectrum spectrum_;
+    std::vector<float> lengthened_;  // a response that was too short, and zeros
     bool triggered_ = false;  // by a trigger whose data block waits for the host's memory
 };
 

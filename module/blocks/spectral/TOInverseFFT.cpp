@@ -11,13 +11,13 @@ namespace {
 enum Input { kReals, kImaginaries };
 enum Output { kSignal };
 
-// The two spectra belong together and have lines enough to make a signal of.
+// The two spectra belong together and have lines enough to make a signal of: one per channel will
+// do, when there are values enough in all.
 bool match(const ChannelBlock& reals, const ChannelBlock& imaginaries) {
     constexpr int kFewestValues = 4;
-    constexpr int kFewestLines = 2;
     return reals.valueCount() == imaginaries.valueCount() &&
            reals.channels() == imaginaries.channels() && reals.valueCount() >= kFewestValues &&
-           reals.samplesPerChannel() >= kFewestLines;
+           reals.samplesPerChannel() >= 1;
 }
 
 void describeSignal(ChannelBlockHeader& header, const ChannelBlockHeader& spectrum, int n) {

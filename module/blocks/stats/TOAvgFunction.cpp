@@ -126,7 +126,7 @@ std::optional<OutputBlock> TOAvgBlocks::MakeOutput(SimulationRecord& record,
 
 void TOAvgBlocks::Process(const ChannelBlock& input, const OutputBlock* output,
                           const AvgParameters& parameters) {
-    average_.process(input.values(), parameters.weightingFactor,
+    average_.process(rowsOf(input), parameters.weightingFactor,
                      output != nullptr ? output->values() : std::span<float>{});
     if (std::exchange(resetPending_, false)) average_.reset();
 }

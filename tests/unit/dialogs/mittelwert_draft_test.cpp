@@ -14,7 +14,7 @@ TEST(AveragingDraft, OffersByModeAndReset) {
             EXPECT_EQ(draft.reduceOffered(), mode == 1054);
             EXPECT_EQ(draft.smoothingOffered(), mode == 1055);
             EXPECT_EQ(draft.blocksOffered(), mode == 1056);
-            EXPECT_EQ(draft.resetCountOffered(), mode == 1056 && reset == 1061);
+            EXPECT_EQ(draft.resetCountOffered(), reset == 1061);
             EXPECT_EQ(draft.atResetOnlyOffered(), reset != 1059);
         }
     }

@@ -338,7 +338,7 @@ TEST(MovingAverage, IsLinear) {
 
 Samples mixed(BlockAverage& average, const Samples& in, double factor) {
     Samples out(in.size(), -77.0F);
-    average.process(in, factor, out);
+    average.process({in, 1}, factor, out);
     return out;
 }
 
@@ -392,8 +392,8 @@ TEST(BlockAverage, RunsInSinglePrecision) {
 
 TEST(BlockAverage, AveragesWithoutAnOutputToo) {
     BlockAverage average;
-    average.process(Samples{1, 5}, 1.0, {});
-    average.process(Samples{3, 7}, 1.0, {});
+    average.process({Samples{1, 5}, 1}, 1.0, {});
+    average.process({Samples{3, 7}, 1}, 1.0, {});
     EXPECT_THAT(mixed(average, {5, 9}, 1.0), ElementsAre(3, 7));
 }
 
@@ -423,7 +423,7 @@ TEST(BlockAverage, AllKernelLevelsGiveTheSameBits) {
     for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
         BlockAverage average(level);
         mixed(average, noise(1001, 43, -8.0F, 8.0F), 0.9);
-        average.process(noise(1001, 44, -8.0F, 8.0F), 0.9, {});
+        average.process({noise(1001, 44, -8.0F, 8.0F), 1}, 0.9, {});
         results.push_back(mixed(average, noise(1001, 45, -8.0F, 8.0F), 0.9));
         EXPECT_EQ(results.back(), results.front());
     }

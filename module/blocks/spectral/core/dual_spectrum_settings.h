@@ -25,14 +25,14 @@ enum AverageSource : std::uint16_t {
 
 struct DualSpectrumSettings {
     bool crossSpectrum = true;  // else the transfer function
-    std::uint16_t transferType = kTransferH0;
-    std::uint16_t amplitudeType = kPeak;
-    std::uint16_t averageType = kNoAveraging;
-    std::uint16_t averageSource = kAverageAmplitude;
+    int transferType = kTransferH0;
+    int amplitudeType = kPeak;
+    int averageType = kNoAveraging;
+    int averageSource = kAverageAmplitude;
     bool phase = false;
     bool coherence = false;
-    std::uint16_t window = kNoWindow;          // WindowChoice
-    std::uint16_t correction = kNoCorrection;  // any other than WindowCorrection's zeroes
+    int window = kNoWindow;          // WindowChoice
+    int correction = kNoCorrection;  // any other than WindowCorrection's zeroes
     double windowParameter = 10.0;
 
     bool averages() const { return averageType != kNoAveraging; }

@@ -13,7 +13,7 @@ using InverseRealTransform = int (*)(double* re, double* im, int n);
 // Keeps its work buffers from block to block.
 class InverseSpectrum {
 public:
-    // Builds n samples per channel from n/2 lines per channel from here on; n >= 4.
+    // Builds n samples per channel from n/2 lines per channel from here on; n >= 2.
     void prepare(int n);
     // Releases the buffers.
     void release();

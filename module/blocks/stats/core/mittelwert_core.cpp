@@ -113,20 +113,24 @@ void MovingAverage::remember(std::span<const float> in, std::size_t most) {
     history_.insert(history_.end(), in.end() - static_cast<std::ptrdiff_t>(fresh), in.end());
 }
 
-void BlockAverage::process(std::span<const float> in, double factor, std::span<float> out) {
-    if (average_.size() != in.size()) {
-        average_.resize(in.size(), 0.0F);  // what was averaged stays, without weight
+void BlockAverage::process(SampleRows in, double factor, std::span<float> out) {
+    if (average_.size() != in.values.size()) {
+        average_.resize(in.values.size(), 0.0F);  // what was averaged stays, without weight
         blocks_ = 0;
         weight_ = 0.0;
     }
+    const auto whole = static_cast<std::size_t>(in.rows()) * static_cast<std::size_t>(in.channels);
+    const auto samples = in.values.first(whole);
+    std::ranges::fill(std::span(average_).subspan(whole), 0.0F);
+    if (!out.empty()) std::ranges::fill(out.subspan(whole), 0.0F);
     const double divisor = weight_ + 1.0;
     const auto weight = static_cast<float>(weight_);
     if (weight == 0.0F) {
         // An average without weight leaves no trace, not even of an infinity.
-        std::ranges::copy(in, average_.begin());
-        std::ranges::copy(in.first(out.size()), out.begin());
+        std::ranges::copy(samples, average_.begin());
+        if (!out.empty()) std::ranges::copy(samples, out.begin());
     } else {
-        vyn::kernelsAt<AveragingKernels>(level_).mixIn(in.data(), in.size(), weight,
+        vyn::kernelsAt<AveragingKernels>(level_).mixIn(samples.data(), samples.size(), weight,
                                                        static_cast<float>(divisor), average_.data(),
                                                        out.empty() ? nullptr : out.data());
     }

@@ -64,8 +64,9 @@ public:
     explicit BlockAverage(vyn::KernelLevel level = vyn::kernelLevel()) : level_(level) {}
 
     // Takes the block into the average; a copy of the average goes to `out` unless that is empty.
-    // A block of another size starts a new average.
-    void process(std::span<const float> in, double factor, std::span<float> out);
+    // Values behind the last whole row count for nothing and are 0 in the average. A block of
+    // another size starts a new average.
+    void process(SampleRows in, double factor, std::span<float> out);
     void reset() noexcept;
 
     std::int64_t blocks() const noexcept { return blocks_; }  // since the last reset
