@@ -44,7 +44,8 @@ Transform libraryTransform() {
     return function;
 }
 
-// Transforms in place, so the samples are copied to where they will be transformed.
+// Every transform begins with laying the samples where they will be transformed, as all that use
+// one do; the library's works in place.
 class LibraryTransforms {
 public:
     LibraryTransforms(Shape shape, const Aligned<double>& samples)
@@ -70,7 +71,6 @@ private:
     Aligned<double> re_, im_;
 };
 
-// Leaves the samples as they are, so nothing is copied.
 template <class Real>
 class FftwTransforms {
 public:
@@ -78,11 +78,14 @@ public:
         : fft_(shape.samples),
           shape_(shape),
           samples_(samples.begin(), samples.end()),
+          work_(shape.samples),
           stride_(shape.samples + 16),  // so that every channel begins on a 64-byte border
           lines_(shape.channels * stride_) {}
     void operator()(Outputs* outputs) {
-        for (std::size_t c = 0; c < shape_.channels; ++c)
-            fft_.forward(samples_.data() + c * shape_.samples, lines_.data() + c * stride_);
+        for (std::size_t c = 0; c < shape_.channels; ++c) {
+            std::copy_n(samples_.data() + c * shape_.samples, shape_.samples, work_.data());
+            fft_.forward(work_.data(), lines_.data() + c * stride_);
+        }
         if (outputs == nullptr) return;
         for (std::size_t c = 0; c < shape_.channels; ++c) {
             const Real* const lines = lines_.data() + c * stride_;
@@ -93,7 +96,7 @@ public:
 private:
     RealFft<Real> fft_;
     Shape shape_;
-    Aligned<Real> samples_;
+    Aligned<Real> samples_, work_;
     std::size_t stride_;
     Aligned<Real> lines_;
 };
