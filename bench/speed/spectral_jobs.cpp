@@ -36,8 +36,7 @@ Transform libraryTransform() {
     static const Transform function = [] {
         std::string why;
         void* library = vynhost::platform::loadLibrary(
-            vynhost::platform::programFolder() / "Analysis" / vynhost::platform::kAnalysisFile,
-            why);
+            vynhost::platform::programFolder() / "Analysis/ovanlys.so", why);
         if (library == nullptr) throw std::runtime_error(why);
         return reinterpret_cast<Transform>(vynhost::platform::findFunction(library, "ZABFunc147"));
     }();
