@@ -3,7 +3,7 @@
 //     [source.speech]
 //     file = "speech.wav"          # WAV, CSV, and what libsndfile reads
 //     block = 4096                 # samples per channel in one data block
-//     full_scale = 20.0            # value of digital full scale, in
+//     full_scale = 20.0            # value of digital full scale, in the unit
 //     unit = "Pa"
 //     channels = [1]               # from 1; all when missing
 //     tail = "keep"                # what becomes of a last short block: keep, drop or pad (with 0)

@@ -79,8 +79,8 @@ std::string ModuleHost::infoText(Int typeCode, Int query, Int blockHandle) {
 
 bool ModuleHost::creates(Int typeCode) {
     const Int handle = call(exports().GetParameters, 1, typeCode, 0, 0);
-    if (handle != 0) call(exports().DestroyBlock, 1, typeCode, handle, 0);
-    return handle != 0;
+    if (handle != kNoBlock) call(exports().DestroyBlock, 1, typeCode, handle, 0);
+    return handle != kNoBlock;
 }
 
 std::vector<std::string> ModuleHost::takeOffences() {

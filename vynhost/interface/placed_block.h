@@ -52,7 +52,7 @@ public:
     PlacedBlock(const PlacedBlock&) = delete;
     PlacedBlock& operator=(const PlacedBlock&) = delete;
 
-    bool created() const noexcept { return handle_ != 0; }
+    bool created() const noexcept { return handle_ != kNoBlock; }
     Int handle() const noexcept { return handle_; }
     Int typeCode() const noexcept { return typeCode_; }
     Int context() const noexcept { return context_; }

@@ -169,7 +169,7 @@ void Runner::wire() {
     for (const auto& node : nodes_) {
         node->block->wireAll();
         for (std::size_t i = 0; i < node->inputs.size(); ++i) {
-            node->block->wireInput(static_cast<int>(i), node->wired[i] ? channel++ : -1);
+            node->block->wireInput(static_cast<int>(i), node->wired[i] ? channel++ : kUnwired);
         }
     }
 }

@@ -1,12 +1,11 @@
-// What a dialog changes goes back into the diagram: as keywords, else as a parameter record, and
-// nothing else of the file moves.
+// What a dialog changes becomes keywords of the diagram, else a parameter record; both place the
+// block as it was.
 #include <cstring>
 #include <random>
 
 #include "interface/vynhost/diagram_fixture.h"
 #include "support/record_bytes.h"
 #include "vynhost/base/text.h"
-#include "vynhost/command/dialog_command.h"
 #include "vynhost/diagram/block_change.h"
 #include "vynhost/diagram/block_settings.h"
 #include "vynhost/diagram/diagram_text.h"
@@ -15,8 +14,6 @@
 namespace vynhost::test {
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
 class WriteBack : public DiagramTest {
@@ -247,155 +244,6 @@ TEST_F(WriteBack, EveryRecordComesBackAsItWas) {
             before = entry;  // the next change starts from there
         }
     }
-}
-
-// --- The text of the file -------------------------------------------------------------------
-
-struct Rewriting {
-    const char* name;
-    std::string before;
-    std::string after;
-};
-
-class RewriteBlock : public ::testing::TestWithParam<Rewriting> {};
-
-// PkPhase 1 becomes 0, PkWndPara 1.5, PkAmplType goes, PkX comes, and a record.
-TEST_P(RewriteBlock, ChangesNothingElse) {
-    const std::string text = GetParam().before;
-    const Diagram diagram = parseDiagram(text, "d.toml");
-    const BlockEntry& before =
-        *std::ranges::find(diagram.blocks, std::string("b"), &BlockEntry::name);
-    BlockEntry after = before;
-    std::erase_if(after.settings, [](const Setting& s) { return s.keyword == "PkAmplType"; });
-    for (Setting& setting : after.settings) {
-        if (setting.keyword == "PkPhase") setting.value = std::int64_t{0};
-        if (setting.keyword == "PkWndPara") setting.value = 2.0;
-    }
-    after.settings.push_back({.keyword = "PkX", .value = std::string("A\"B")});
-    after.record = std::string("\x01\x02\x03\x04\x05");
-    EXPECT_EQ(rewriteBlock(text, "d.toml", before, after), GetParam().after);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Texts, RewriteBlock,
-    ::testing::Values(
-        Rewriting{
-            "InATable",
-            "# Überschrift\n[block.b] # b\n  type = \"FFT\"\n\n  PkPhase  =  true # ö\n"
-            "  PkAmplType = \"RMS\" # goes\n  # stays\n  PkWndPara = 1.5\t# last\n\n"
-            "[block.c]\ntype = 1 # PkPhase = 1",
-            "# Überschrift\n[block.b] # b\n  type = \"FFT\"\n\n  PkPhase  =  false # ö\n"
-            "  # stays\n  PkWndPara = 2.0\t# last\n  PkX = \"A\\\"B\"\n"
-            "  record = \"\"\"\n    01020304 05\n\"\"\"\n\n[block.c]\ntype = 1 # PkPhase = 1"},
-        Rewriting{"WithCarriageReturns",
-                  "\xEF\xBB\xBF[block.b]\r\nPkPhase=1\r\n\"PkAmplType\"='RMS'\r\ntype='Ü'\r\n",
-                  "\xEF\xBB\xBF[block.b]\r\nPkPhase=0\r\ntype='Ü'\r\nPkX = \"A\\\"B\"\r\n"
-                  "record = \"\"\"\r\n    01020304 05\r\n\"\"\"\r\n"},
-        Rewriting{"WithoutALastLineEnd", "[block.b]\ntype=1\nPkWndPara = 1",
-                  "[block.b]\ntype=1\nPkWndPara = 2\nPkX = \"A\\\"B\"\n"
-                  "record = \"\"\"\n    01020304 05\n\"\"\""},
-        Rewriting{"WhereTheLastEntryGoes", "[block.b]\ntype=1\nPkAmplType='RMS' # x\n[wire]\n",
-                  "[block.b]\ntype=1\nPkX = \"A\\\"B\"\n"
-                  "record = \"\"\"\n    01020304 05\n\"\"\"\n[wire]\n"},
-        Rewriting{"WhereTheLastLineGoes", "[block.b]\ntype=1\nPkAmplType='RMS'",
-                  "[block.b]\ntype=1\nPkX = \"A\\\"B\"\n"
-                  "record = \"\"\"\n    01020304 05\n\"\"\"\n"},
-        Rewriting{"InOneLine",
-                  "[block]\na = { type = 'Ü', PkPhase = 1 }\n"
-                  "b = { PkAmplType = 'RMS', type = 'Ü', PkPhase = 1, PkWndPara = 3 } # x\n",
-                  "[block]\na = { type = 'Ü', PkPhase = 1 }\n"
-                  "b = { type = 'Ü', PkPhase = 0, PkWndPara = 2, PkX = \"A\\\"B\", "
-                  "record = \"01020304 05\" } # x\n"},
-        Rewriting{"InOneLineAtItsEnd", "block.b = {type = 1, PkAmplType = \"RMS\"}\n",
-                  "block.b = {type = 1, PkX = \"A\\\"B\", record = \"01020304 05\"}\n"},
-        Rewriting{"WithDottedNames",
-                  "[block]\n b.type = 1\n b . PkPhase = 1 # x\nc.type = 1\n b.PkWndPara=0.5\n",
-                  "[block]\n b.type = 1\n b . PkPhase = 0 # x\nc.type = 1\n b.PkWndPara=2.0\n"
-                  " b.PkX = \"A\\\"B\"\n b.record = \"\"\"\n    01020304 05\n\"\"\"\n"},
-        Rewriting{"WithARecord",
-                  "[block.b]\ntype=1\nrecord = \"\"\"\n 01\n 02\n \"\"\" # r\nPkPhase = 0x1\n",
-                  "[block.b]\ntype=1\nrecord = \"\"\"\n    01020304 05\n\"\"\" # r\nPkPhase = 0\n"
-                  "PkX = \"A\\\"B\"\n"}),
-    [](const auto& test) { return std::string(test.param.name); });
-
-// --- The file -------------------------------------------------------------------------------
-
-class EditedDiagram : public DiagramTest {
-protected:
-    EditedDiagram() : file(write("d.toml", kText)) {}
-
-    const char* const kText =
-        "# mine\r\n[block.fft]\r\ntype = \"FFT\"  # of course\r\nPkPhase = 1\r\n"
-        "[source.s]\r\nfile = \"missing.wav\"\r\n";
-    std::filesystem::path file;
-    std::string errorWith(const std::string& block) {
-        try {
-            BlockEditor(host, file, block);
-        } catch (const InputError& error) {
-            std::string text = error.what();
-            return text.substr(text.find("d.toml"));
-        }
-        return "";
-    }
-};
-
-TEST_F(EditedDiagram, GetsTheChangedParameters) {
-    BlockEditor editor(host, file, "fft");
-    editor.block().set("PkWndFct", "HAMMING");
-    editor.block().set("PkPhase", 0);
-    EXPECT_THAT(editor.writeBack(), ElementsAre("fft: PkPhase = 0", "fft: PkWndFct = \"HAMMING\""));
-    EXPECT_EQ(read(file),
-              "# mine\r\n[block.fft]\r\ntype = \"FFT\"  # of course\r\nPkPhase = 0\r\n"
-              "PkWndFct = \"HAMMING\"\r\n[source.s]\r\nfile = \"missing.wav\"\r\n");
-    EXPECT_FALSE(std::filesystem::exists(folder() / "d.toml.part"));
-}
-
-TEST_F(EditedDiagram, StaysAsItIsWhenNothingHasChanged) {
-    const auto time = std::filesystem::last_write_time(file);
-    BlockEditor editor(host, file, "fft");
-    editor.block().set("PkPhase", 0);
-    editor.block().set("PkPhase", 1);
-    EXPECT_THAT(editor.writeBack(), IsEmpty());
-    EXPECT_EQ(read(file), kText);
-    EXPECT_EQ(std::filesystem::last_write_time(file), time);
-}
-
-TEST_F(EditedDiagram, IsNotWrittenOverSomebodyElsesChanges) {
-    BlockEditor editor(host, file, "fft");
-    editor.block().set("PkPhase", 0);
-    write("d.toml", "# another text\n");
-    EXPECT_THROW(editor.writeBack(), InputError);
-    EXPECT_EQ(read(file), "# another text\n");
-}
-
-TEST_F(EditedDiagram, StaysAsItIsWhenItCannotBeWritten) {
-    BlockEditor editor(host, file, "fft");
-    editor.block().set("PkPhase", 0);
-    std::filesystem::create_directories(folder() / "d.toml.part" / "in the way");
-    EXPECT_THROW(editor.writeBack(), RunError);
-    EXPECT_EQ(read(file), kText);
-}
-
-TEST_F(EditedDiagram, StaysALink) {
-    std::error_code refused;
-    std::filesystem::create_symlink("d.toml", folder() / "link.toml", refused);
-    if (refused) GTEST_SKIP() << "no links here";
-    BlockEditor editor(host, folder() / "link.toml", "fft");
-    editor.block().set("PkPhase", 0);
-    EXPECT_THAT(editor.writeBack(), ElementsAre("fft: PkPhase = 0"));
-    EXPECT_TRUE(std::filesystem::is_symlink(folder() / "link.toml"));
-    EXPECT_THAT(read(file), HasSubstr("PkPhase = 0"));
-}
-
-TEST_F(EditedDiagram, MustHaveTheBlock) {
-    EXPECT_EQ(errorWith("fff"), "d.toml: \"fff\" is no block, did you mean fft? (there are: fft)");
-    EXPECT_EQ(errorWith("s"), "d.toml: \"s\" is a source, which has no dialog");
-    write("d.toml", "[block.fft]\ntype = \"FFT\"\nPkPhasen = 1\n");
-    EXPECT_THAT(errorWith("fft"), ::testing::StartsWith("d.toml:3: block.fft.PkPhasen: no such"));
-    write("d.toml", "");
-    EXPECT_EQ(errorWith("fft"), "d.toml: \"fft\" is no block (there are none)");
-    file = folder() / "d.toml.none";
-    EXPECT_EQ(errorWith("fft"), "d.toml.none: no such file");
 }
 
 }  // namespace

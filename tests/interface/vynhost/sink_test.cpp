@@ -1,0 +1,152 @@
+// Tables and pictures of what comes out.
+#include <algorithm>
+#include <cmath>
+
+#include "interface/vynhost/run_fixture.h"
+#include "vynhost/base/text.h"
+#include "vynhost/results/thinned_curve.h"
+
+namespace vynhost::test {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::SizeIs;
+using ::testing::StartsWith;
+
+class SinkTest : public RunTest {};
+
+TEST_F(SinkTest, AnAveragedSpectrumIsTheMeanOfThePowers) {
+    std::vector<float> signal = sine(64, 8, 0.3F);
+    const std::vector<float> louder = sine(64, 8, 0.4F);
+    signal.insert(signal.end(), louder.begin(), louder.end());
+    writeWav("s.wav", signal);
+    run("[source.s]\nfile = \"s.wav\"\nblock = 64\nunit = \"V\"\n[block.f]\ntype = 5004\n"
+        "[wire]\n\"f.E\" = \"s\"\n"
+        "[sink.x]\nfrom = \"f.S\"\ncsv = \"x\"\naverage = \"power\"\n"
+        "[sink.all]\nfrom = \"f.S\"\ncsv = \"y\"\n",
+        [](const RunResult& result) {
+            const auto mean = result.series(0);
+            ASSERT_THAT(mean, SizeIs(1));
+            EXPECT_EQ(mean[0].unit, "V");
+            EXPECT_NEAR(mean[0].y[8], std::sqrt((0.09 + 0.16) / 2), 1e-4);
+            EXPECT_EQ(mean[0].x[8], 1000.0);
+            const auto all = result.series(1);
+            ASSERT_THAT(all, SizeIs(2));
+            EXPECT_EQ(all[1].name, "f.S #2");
+            EXPECT_NEAR(all[1].y[8], 0.4, 1e-4);
+            EXPECT_THAT(result.tables[1], StartsWith("f [Hz],f.S #1 [V],f.S #2 [V]\n0,"));
+        });
+}
+
+// Rows wait until every column has them; a column that ends early is followed by empty cells.
+TEST_F(SinkTest, ColumnsOfOneTableMayComeAtDifferentTimes) {
+    writeWav("s.wav", {0.5F, 0.25F, 0.125F, 0.5F, -0.5F});
+    writeWav("t.wav", {0.25F, 0.125F, 0.0F});
+    run("[source.s]\nfile = \"s.wav\"\nblock = 2\n[source.t]\nfile = \"t.wav\"\nblock = 3\n"
+        "[sink.x]\nfrom = [\"t\", \"s\"]\ncsv = \"x\"\n",
+        [](const RunResult& result) {
+            EXPECT_EQ(result.tables[0],
+                      "t [s],t,s\n0,0.25,0.5\n0.000125,0.125,0.25\n0.00025,0,0.125\n"
+                      "0.000375,,0.5\n0.0005,,-0.5\n");
+        });
+}
+
+TEST_F(SinkTest, CurvesOverDifferentAxesDoNotShareATable) {
+    writeWav("s.wav", {0.5F, 0.25F});
+    writeWav("t.wav", {0.5F, 0.25F}, 1, 4000);
+    try {
+        run("[source.s]\nfile = \"s.wav\"\n[source.t]\nfile = \"t.wav\"\n"
+            "[sink.x]\nfrom = [\"s\", \"t\"]\ncsv = \"x\"\n",
+            [](const RunResult&) {});
+        FAIL() << "no error";
+    } catch (const InputError& error) {
+        EXPECT_THAT(error.what(), HasSubstr("t and s have different x axes"));
+    }
+}
+
+// Each data block becomes a column; they come together again in the order of their rows.
+TEST_F(SinkTest, ManySpectraStandSideBySide) {
+    constexpr int kBlocks = 40;
+    std::vector<float> signal;
+    for (int b = 0; b < kBlocks; ++b) {
+        const auto block = sine(32, 2, 0.01F * static_cast<float>(b + 1));
+        for (const float value : block) {
+            signal.push_back(value);
+            signal.push_back(-0.5F * value);
+        }
+    }
+    writeWav("s.wav", signal, 2);
+    run("[source.s]\nfile = \"s.wav\"\nblock = 32\n[block.f]\ntype = 5004\n[wire]\n\"f.E\" = "
+        "\"s\"\n"
+        "[sink.x]\nfrom = \"f.S\"\ncsv = \"x\"\nsvg = \"x.svg\"\n",
+        [&](const RunResult& result) {
+            const auto& blocks = result.collected({"f", "S", {}}).blocks;
+            std::string expected = "f [Hz]";
+            for (int c = 0; c < 2; ++c) {
+                for (int b = 0; b < kBlocks; ++b) {
+                    expected += ",f.S " + std::to_string(c + 1) + " #" + std::to_string(b + 1);
+                }
+            }
+            expected += "\n";
+            for (int i = 0; i < blocks[0].samples(); ++i) {
+                expected += toText(250.0 * i, 12);
+                for (int c = 0; c < 2; ++c) {
+                    for (const ChannelData& block : blocks)
+                        expected += "," + toText(block.at(i, c));
+                }
+                expected += "\n";
+            }
+            EXPECT_EQ(result.tables[0], expected);
+            // Too many for one picture: the range that they cover.
+            const auto series = result.series(0);
+            ASSERT_THAT(series, SizeIs(4));
+            EXPECT_EQ(series[0].name, "f.S 1 lowest of 40");
+            EXPECT_NEAR(series[0].y[2], 0.01, 1e-4);
+            EXPECT_EQ(series[1].name, "f.S 1 highest of 40");
+            EXPECT_NEAR(series[1].y[2], 0.4, 1e-4);
+            EXPECT_NEAR(series[3].y[2], 0.2, 1e-4);
+        });
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder() / "out"), {}), 2);
+}
+
+TEST_F(SinkTest, APictureOfALongSignalIsSmallAndLosesNoPeak) {
+    std::vector<float> signal(300'000, 0.0F);
+    signal[123'457] = 0.75F;
+    signal[123'459] = -0.25F;
+    writeWav("s.wav", signal);
+    run("[source.s]\nfile = \"s.wav\"\n[sink.x]\nfrom = \"s\"\nsvg = \"x.svg\"\n",
+        [](const RunResult& result) {
+            const auto series = result.series(0);
+            ASSERT_THAT(series, SizeIs(1));
+            EXPECT_LE(series[0].y.size(), 4 * ThinnedCurve::kMostBins);
+            const auto [low, high] = std::ranges::minmax_element(series[0].y);
+            EXPECT_EQ(*high, 0.75F);
+            EXPECT_EQ(*low, -0.25F);
+            EXPECT_DOUBLE_EQ(series[0].x[static_cast<std::size_t>(high - series[0].y.begin())],
+                             123'457 / 8000.0);
+            EXPECT_TRUE(std::ranges::is_sorted(series[0].x));
+        });
+    EXPECT_LT(std::filesystem::file_size(folder() / "out" / "x.svg"), 60'000U);
+}
+
+TEST_F(SinkTest, BandsAreNamedByTheirCentreFrequency) {
+    writeWav("s.wav", sine(8000, 1000, 0.5F));
+    run("[source.s]\nfile = \"s.wav\"\nblock = 8000\n[block.f]\ntype = 5004\n"
+        "[block.third]\ntype = 5001\n[block.octave]\ntype = 5001\nPkAnalysis = 2\n"
+        "[wire]\n\"f.E\" = \"s\"\n\"third.E\" = \"f.S\"\n\"octave.E\" = \"f.S\"\n"
+        "[sink.x]\nfrom = \"third.A\"\ncsv = \"x\"\n[sink.y]\nfrom = \"octave.A\"\ncsv = \"y\"\n",
+        [](const RunResult& result) {
+            const auto thirds = result.series(0);
+            EXPECT_THAT(result.tables[0], StartsWith("f [Hz],third.A #1"));
+            EXPECT_EQ(thirds[0].x[3], 31.5);
+            ASSERT_GT(thirds[0].x.size(), 18U);
+            EXPECT_EQ(thirds[0].x[18], 1000);
+            EXPECT_NEAR(thirds[0].y[18], 0.5, 1e-3);
+            const auto octaves = result.series(1);
+            EXPECT_EQ(octaves[0].x[6], 1000);
+            EXPECT_NEAR(octaves[0].y[6], 0.5, 1e-3);
+        });
+}
+
+}  // namespace
+}  // namespace vynhost::test
