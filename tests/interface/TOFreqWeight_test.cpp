@@ -583,13 +583,37 @@ TEST_F(TOFreqWeight, CurveThatChangesInTheRunStartsAtRest) {
     block.stop();
 }
 
-TEST_F(TOFreqWeight, FilterThatWasBypassedStartsAtRest) {
+TEST_F(TOFreqWeight, FilterThatWasBypassedGoesOnFromWhereItStood) {
+    const auto first = noise(300);
+    const auto second = noise(200, 5);
+    auto both = first;
+    both.insert(both.end(), second.begin(), second.end());
+    block.initSim();
+    const auto alone = throughInBlocks(block, both, 1, {300, 200});
+    block.stop();
+    block.initSim();
+    auto parts = throughInBlocks(block, first, 1, {300});
+    control(0);
+    EXPECT_EQ(throughInBlocks(block, noise(100, 6), 1, {100}), noise(100, 6));
+    control(1);
+    const auto rest = throughInBlocks(block, second, 1, {200});
+    parts.insert(parts.end(), rest.begin(), rest.end());
+    EXPECT_EQ(parts, alone);
+    block.stop();
+}
+
+TEST_F(TOFreqWeight, AnotherCurveBehindALinearStretchStartsAtRest) {
     const auto in = noise(300);
+    block.set("PkXweight", 3);
     block.initSim();
     const auto alone = throughInBlocks(block, in, 1, {300});
+    block.stop();
+    block.set("PkXweight", 1);
+    block.initSim();
+    throughInBlocks(block, noise(100, 5), 1, {100});
     control(0);
-    EXPECT_EQ(throughInBlocks(block, in, 1, {300}), in);
-    control(1);
+    throughInBlocks(block, noise(100, 5), 1, {100});
+    control(3);
     EXPECT_EQ(throughInBlocks(block, in, 1, {300}), alone);
     block.stop();
 }

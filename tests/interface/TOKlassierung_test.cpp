@@ -486,16 +486,86 @@ TEST_F(TOKlassierung, AnotherNumberOfChannelsFailsAndReleasesTheBlock) {
     EXPECT_THAT(classesOf({0.5F}), ElementsAre(2, 0, 0, 0)) << "the run goes on";
 }
 
-TEST_F(TOKlassierung, ChangesByKeywordWaitForTheNextRun) {
+TEST_F(TOKlassierung, TheNumberOfClassesAndTheMethodStayThoseOfTheRun) {
     useFourClasses(93);
     classesOf({0.5F});
-    block.set("PkNumber", 200);
     block.set("PkMethod", 2);
-    block.set("PkCalcMode", 1);
+    block.set("PkNumber", 200);
     EXPECT_THAT(classesOf({0.5F}), ElementsAre(2, 0, 0, 0));
     block.stop();
     block.initSim();
     EXPECT_EQ(classesOf({0.5F, 0.5F}).size(), 200U);
+}
+
+TEST_F(TOKlassierung, LimitsThatChangeInARunCountFromTheNextBlockOn) {
+    useFourClasses(93);
+    EXPECT_THAT(classesOf({0.5F}), ElementsAre(1, 0, 0, 0));
+    block.set("PkBegin", 10.0);
+    block.set("PkEnd", 18.0);
+    const auto classes = block.process(oneChannel({0.5F, 13.0F, 17.0F}));
+    ASSERT_TRUE(classes);
+    EXPECT_THAT(classes->values, ElementsAre(1, 1, 0, 1)) << "what was counted stays in its class";
+    EXPECT_EQ(classes->header.xStart, 10.0);
+    EXPECT_EQ(classes->header.xStep, 2.0);
+    // A width makes another number, which waits; end and range count: classes of 16 / 4.
+    block.set("PkWidth", 8.0);
+    block.set("PkRange", 16.0);
+    const auto wider = block.process(oneChannel({11.0F, 25.0F}));
+    ASSERT_TRUE(wider);
+    EXPECT_THAT(wider->values, ElementsAre(2, 1, 0, 2));
+    EXPECT_EQ(wider->header.xStep, 4.0);
+}
+
+TEST_F(TOKlassierung, DwellTimesFollowLimitsThatChangeInARun) {
+    useFourClasses(94);
+    EXPECT_THAT(classesOf({0.5F, 0.5F}), ElementsAre(1, 0, 0, 0));
+    block.set("PkBegin", 0.0);
+    block.set("PkEnd", 8.0);
+    // From 0.5 to 3.5: half of the way in [0, 2], half in [2, 4].
+    EXPECT_THAT(classesOf({3.5F}), ElementsAre(1.5F, 0.5F, 0, 0));
+}
+
+TEST_F(TOKlassierung, CrossingsFollowLimitsThatChangeAndKeepTheirArms) {
+    useFourClasses(95);
+    // Upwards over 1: class 1 is disarmed until the signal has gone back by the hysteresis.
+    block.set("PkHyst", 50.0);
+    EXPECT_THAT(classesOf({0.75F, 1.25F}), ElementsAre(0, 1, 0, 0));
+    // The same limit with another hysteresis: still disarmed at 0.75 (armed at 0.9), then counted.
+    block.set("PkHyst", 40.0);
+    EXPECT_THAT(classesOf({0.75F, 1.25F}), ElementsAre(0, 1, 0, 0));
+    block.set("PkHyst", 10.0);
+    EXPECT_THAT(classesOf({0.75F, 1.25F}), ElementsAre(0, 2, 0, 0));
+    // Limits 10 to 14.
+    block.set("PkEnd", 14.0);
+    block.set("PkBegin", 10.0);
+    EXPECT_THAT(classesOf({11.5F}), ElementsAre(1, 2, 0, 0)) << "class 1 is disarmed, class 0 not";
+}
+
+TEST_F(TOKlassierung, PeaksFollowReferenceLineAndHysteresisThatChange) {
+    useFourClasses(97);
+    EXPECT_THAT(classesOf({0.5F, 2.5F, 0.5F}), ElementsAre(0, 0, 1, 0));
+    block.set("PkRefline", 3.0);
+    // The maximum at 2.5 lies below the line now; minima below it count.
+    EXPECT_THAT(classesOf({2.5F, 0.25F, 2.5F}), ElementsAre(2, 0, 1, 0));
+    block.set("PkHyst", 1000.0);
+    EXPECT_THAT(classesOf({1.5F, 2.5F, 1.5F}), ElementsAre(2, 0, 1, 0)) << "nothing is confirmed";
+}
+
+TEST_F(TOKlassierung, TheCalculationMayChangeInARun) {
+    useFourClasses(93, true);
+    const auto relative = block.process(oneChannel({0.5F, 0.5F, 1.5F, 2.5F}));
+    ASSERT_TRUE(relative);
+    EXPECT_THAT(relative->values, ElementsAre(50, 25, 25, 0));
+    EXPECT_EQ(relative->header.yUnit, kUnitPercent);
+    block.set("PkCalcMode", 2);
+    const auto absolute = block.process(oneChannel({1.5F, 3.5F}));
+    ASSERT_TRUE(absolute);
+    // Only counts that change are written.
+    EXPECT_THAT(absolute->values, ElementsAre(50, 2, 25, 1));
+    EXPECT_EQ(absolute->header.yUnit, kUnitNone);
+    EXPECT_EQ(absolute->header.displaySpan, 50.0);
+    block.set("PkCalcMode", 1);
+    EXPECT_THAT(classesOf({0.5F, 0.5F}), ElementsAre(50, 25, 12.5F, 12.5F));
 }
 
 TEST_F(TOKlassierung, SurvivesARefusingHost) {
@@ -530,15 +600,51 @@ TEST_F(TOKlassierung, RefusesHeadsThatDescribeNoSignal) {
     EXPECT_THAT(classesOf({0.5F}), ElementsAre(1, 0, 0, 0));
 }
 
-TEST_F(TOKlassierung, NumbersOfClassesThatNobodyMeasuresWithAreRefused) {
+TEST_F(TOKlassierung, NumbersOfClassesThatNoBlockCanHoldAreRefused) {
     std::string record = block.save();
-    for (const std::int32_t number : {0, -5, std::numeric_limits<std::int32_t>::max(), 1 << 26}) {
+    for (const std::int32_t number : {0, -5, std::numeric_limits<std::int32_t>::max()}) {
         put(record, kNumber, number);
         restore(record);
         start();
-        block.put(0, oneChannel({0.5F}));
+        block.put(0, timeSignal({1.0F, 2.0F}, 2, 1.0));
         EXPECT_EQ(block.simulate(), kFailed) << number;
         EXPECT_TRUE(block.waits(0));
+        EXPECT_FALSE(block.delivered(0));
+        block.stop();
+    }
+}
+
+TEST_F(TOKlassierung, AsManyClassesAsTheDialogTakesRunWhereMemoryIsThere) {
+    constexpr std::int32_t kMost = 9'999'999;
+    for (const int method : {93, 95}) {
+        std::string record = block.save();
+        put(record, kNumber, kMost);
+        put(record, kBegin, 0.0);
+        put(record, kEnd, static_cast<double>(kMost));
+        put(record, kRange, static_cast<double>(kMost));
+        put<std::int16_t>(record, kCalculation, 1017);
+        put<std::int16_t>(record, kMethod, static_cast<std::int16_t>(method));
+        restore(record);
+        start();
+        const ChannelData signal = timeSignal({0.5F, 1.5F, 9999998.0F, 2.5F}, 2, 1.0);
+        host.misbehave({.message = Message::newBlock, .value = 0, .first = 2, .times = 1});
+        block.put(0, signal);
+        EXPECT_EQ(block.simulate(), kFailed) << "no memory for the output";
+        EXPECT_TRUE(block.waits(0)) << "nothing is lost";
+        host.behave();
+        EXPECT_EQ(block.simulate(), kDone);
+        const auto classes = block.take(0);
+        ASSERT_TRUE(classes) << method;
+        EXPECT_EQ(classes->header.valueCount, 2 * kMost);
+        if (method == 93) {
+            EXPECT_EQ(classes->at(0, 0), 1.0F);
+            EXPECT_EQ(classes->at(9999998, 0), 1.0F);
+            EXPECT_EQ(classes->at(2, 1), 1.0F);
+        } else {
+            EXPECT_EQ(classes->at(1, 0), 1.0F);
+            EXPECT_EQ(classes->at(9999998, 0), 1.0F);
+            EXPECT_EQ(classes->at(2, 1), 1.0F);
+        }
         block.stop();
     }
 }

@@ -19,9 +19,6 @@ constexpr std::int32_t kFirstPaddedVersion = 400;
 constexpr std::int32_t kFirstVersionWithMethod = 403;
 constexpr std::int32_t kPackedSizeWord = 78;
 
-// Class values of one run; beyond lies no measurement, only a mistyped number of classes.
-constexpr std::int64_t kMostResults = 10'000'000;
-
 using Parameters = KlassierungParameters;
 
 void recomputeWidth(Parameters& p) {
@@ -87,8 +84,9 @@ constexpr Keyword<Parameters> kKeywords[] = {
     {"PkMethod", choice<&Parameters::method, kSampleCount - 1, 3>()},
 };
 
-CountingRules rulesOf(const Parameters& p) {
-    const ClassScale scale{.number = p.number, .begin = p.begin, .end = p.end, .range = p.range};
+// The rules of the moment, with the number of classes of the run.
+CountingRules rulesOf(const Parameters& p, std::int32_t classes) {
+    const ClassScale scale{.number = classes, .begin = p.begin, .end = p.end, .range = p.range};
     return {.scale = scale,
             .relative = p.calculation == kRelative,
             .referenceLine = p.referenceLine,
@@ -147,14 +145,15 @@ int TOKlassierung::Simulation(SimulationRecord& record) {
     return kDone;
 }
 
-// The first data block of a run fixes its channels and parameters.
+// The first data block of a run fixes its channels, its classes and its method.
 bool TOKlassierung::startRun(int channels) {
     abandonRun();
     const std::int64_t results =
         std::int64_t{parameters_.number} * channels * resultsPerChannel(parameters_.method);
-    if (parameters_.number <= 0 || results > kMostResults) return false;
+    if (parameters_.number <= 0 || results > std::numeric_limits<std::int32_t>::max()) return false;
     auto run = std::make_unique<Run>();
-    run->parameters = parameters_;
+    run->classes = parameters_.number;
+    run->methodId = parameters_.method;
     run->channels = channels;
     run->results = static_cast<std::int32_t>(results);
     accumulator_ = host_message::newBlock(run->results);
@@ -167,7 +166,8 @@ bool TOKlassierung::startRun(int channels) {
     sums.header().xAxisKind = kAxisNone;
     std::ranges::fill(sums.values(), 0.0F);
     run_ = std::move(run);
-    run_->method = makeCountingMethod(parameters_.method, rulesOf(parameters_), channels);
+    run_->method =
+        makeCountingMethod(run_->methodId, rulesOf(parameters_, run_->classes), channels);
     return true;
 }
 
@@ -204,19 +204,22 @@ bool TOKlassierung::countBlock(SimulationRecord& record, const ChannelBlock& inp
     if (!output) return false;
     ++processedBlocks_;
 
-    const Parameters& p = run_->parameters;
+    const Parameters& p = parameters_;
     const bool relative = p.calculation == kRelative;
     ChannelBlockHeader& header = output.header();
     header.valueCount = run_->results;
     header.xAxisKind = input.header().yUnit;
     header.yUnit = relative ? kUnitPercent : kUnitNone;
     header.xStart = p.begin;
-    header.xStep = (p.end - p.begin) / p.number;
+    header.xStep = (p.end - p.begin) / run_->classes;
     header.displayMinimum = 0.0;
-    header.channelCount = input.channels() * resultsPerChannel(p.method);
+    header.channelCount = input.channels() * resultsPerChannel(run_->methodId);
 
     const std::span<float> results = sums.values(static_cast<std::size_t>(run_->results));
-    if (run_->method) run_->method->update(input.values(), input.header().xStep, results);
+    if (run_->method) {
+        run_->method->follow(rulesOf(p, run_->classes));
+        run_->method->update(input.values(), input.header().xStep, results);
+    }
     float largest = 0.0F;
     std::ranges::transform(results, output.values().begin(), [&](float value) {
         largest = value > largest ? value : largest;

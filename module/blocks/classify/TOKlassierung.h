@@ -71,9 +71,11 @@ public:
     int Stoppen() override;
 
 private:
-    // What the first data block of a run fixes.
+    // What the first data block of a run fixes: all that sizes the results. The other parameters
+    // count from the next data block on.
     struct Run {
-        Parameters parameters;  // a change takes effect in the next run
+        std::int32_t classes = 0;
+        std::int16_t methodId = kSampleCount;
         int channels = 0;
         std::int32_t results = 0;                // values of an output block
         std::unique_ptr<CountingMethod> method;  // null for an unknown one: nothing is counted

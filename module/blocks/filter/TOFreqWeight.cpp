@@ -108,11 +108,10 @@ void TOFreqWeight::takeControl(SimulationRecord& record) {
     });
 }
 
-// The input block itself becomes the output. Filters that it has bypassed start again at rest.
+// The input block itself becomes the output. Filters that it bypasses stand still meanwhile.
 int TOFreqWeight::passOn(SimulationRecord& record) {
     record.outputData[kWeighted] = std::exchange(record.inputData[kSignal], MemoryHandle::none);
     held_ = MemoryHandle::none;
-    filterCurve_ = WeightingCurve::linear;
     return kDoneZero;
 }
 

@@ -12,6 +12,8 @@ struct ClassScale {
     double end = 10.0;     // upper limit of the last class
     double range = 20.0;   // divisor of the class index; number * width where all is consistent
 
+    bool operator==(const ClassScale&) const = default;
+
     double width() const { return (end - begin) / number; }
     double lowerLimit(int k) const { return begin + k * width(); }
 

@@ -13,7 +13,7 @@ DwellTime::DwellTime(const CountingRules& rules, int channels)
       limits_(rules.scale),
       last_(static_cast<std::size_t>(channels)),
       dwell_(last_.size() * static_cast<std::size_t>(rules.scale.number)),
-      sums_(static_cast<std::size_t>(rules.scale.number + ClassLimits::kPadding)) {}
+      sums_(static_cast<std::size_t>(rules.scale.number) + ClassLimits::kPadding) {}
 
 void DwellTime::update(std::span<const float> samples, double step, std::span<float> values) {
     const std::size_t width = last_.size();

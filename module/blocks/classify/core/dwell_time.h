@@ -17,6 +17,7 @@ public:
     void reset() override;
 
 private:
+    void adapt() override { limits_ = ClassLimits(scale()); }
     // Of the time in a class: itself, or its percentage.
     double result(double time) const;
 

@@ -5,7 +5,7 @@
 // ASTM E1049.
 //
 // An object serves one run: it is made for the run's first data block, takes every block in turn
-// and can be reset between blocks.
+// and can be reset or given other rules between blocks.
 #pragma once
 
 #include <cstddef>
@@ -32,6 +32,8 @@ struct CountingRules {
     bool relative = true;        // percent of the channel's total instead of amounts
     double referenceLine = 0.0;  // separates above from below
     double hysteresis = 0.0;     // in the signal's unit
+
+    bool operator==(const CountingRules&) const = default;
 };
 
 class CountingMethod {
@@ -46,10 +48,23 @@ public:
     // (or zeros) left them.
     virtual void update(std::span<const float> samples, double step, std::span<float> values) = 0;
 
+    // Counts by other rules from the next block on; what was counted stays in its classes, whose
+    // number stays that of the run.
+    void follow(const CountingRules& rules) {
+        if (rules == rules_) return;
+        const int number = rules_.scale.number;
+        rules_ = rules;
+        rules_.scale.number = number;
+        adapt();
+    }
+
     // Forgets all counts; the values are the caller's to clear.
     virtual void reset() = 0;
 
 protected:
+    // The rules have changed: what was derived from them is made anew.
+    virtual void adapt() {}
+
     const CountingRules& rules() const { return rules_; }
     const ClassScale& scale() const { return rules_.scale; }
     int classes() const { return rules_.scale.number; }

@@ -69,6 +69,16 @@ LevelCrossings::LevelCrossings(const CountingRules& rules, int channels)
         classes_.insert(classes_.end(), fresh_.begin(), fresh_.end());
 }
 
+// New limits; which classes are armed stays as it was.
+void LevelCrossings::adapt() {
+    fresh_ = classesOf(rules());
+    for (std::size_t i = 0; i < classes_.size(); ++i) {
+        CrossingClasses renewed = fresh_[i % fresh_.size()];
+        std::ranges::copy(classes_[i].armed, renewed.armed);
+        classes_[i] = renewed;
+    }
+}
+
 void LevelCrossings::update(std::span<const float> samples, double /*step*/,
                             std::span<float> values) {
     const std::size_t width = last_.size();

@@ -19,6 +19,7 @@ public:
     void reset() override;
 
 private:
+    void adapt() override;
     bool first_ = true;                     // the first block of the run
     std::vector<float> last_;               // sample per channel
     std::vector<CrossingClasses> fresh_;    // one channel's classes before any sample

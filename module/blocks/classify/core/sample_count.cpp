@@ -16,6 +16,7 @@ constexpr std::size_t kInWork = 2048;
 SampleCount::SampleCount(const CountingRules& rules, int channels)
     : CountingMethod(rules, channels),
       counts_(rules.scale.number, channels),
+      written_(counts_),
       totals_(static_cast<std::size_t>(channels)),
       surplus_(totals_.size()),
       indices_(std::max(kInWork, totals_.size())) {}
@@ -27,6 +28,7 @@ void SampleCount::update(std::span<const float> samples, double /*step*/, std::s
     } else {
         writeAbsolute(values);
     }
+    written_ = counts_;
 }
 
 void SampleCount::countSamples(std::span<const float> samples) {
@@ -62,16 +64,21 @@ void SampleCount::writeRelative(std::span<float> values) {
     }
 }
 
-void SampleCount::writeAbsolute(std::span<float> values) const {
+// Kept: only a count that has changed is written; after a run that began relative the others show
+// their percentage until they change.
+void SampleCount::writeAbsolute(std::span<float> values) {
     float* value = values.data();
     for (int k = 0; k < classes(); ++k) {
-        for (int c = 0; c < channels(); ++c)
-            *value++ = static_cast<float>(counts_.at(k, c));
+        for (int c = 0; c < channels(); ++c, ++value) {
+            const std::uint32_t count = counts_.at(k, c);
+            if (count != written_.at(k, c)) *value = static_cast<float>(count);
+        }
     }
 }
 
 void SampleCount::reset() {
     counts_.clear();
+    written_.clear();
     std::ranges::fill(surplus_, 0U);
 }
 

@@ -18,9 +18,10 @@ public:
 private:
     void countSamples(std::span<const float> samples);
     void writeRelative(std::span<float> values);
-    void writeAbsolute(std::span<float> values) const;
+    void writeAbsolute(std::span<float> values);
 
     ClassCounts counts_;
+    ClassCounts written_;                 // the counts that stand in the values
     std::vector<std::uint32_t> totals_;   // per channel
     std::vector<std::uint32_t> surplus_;  // of the totals over the counts
     std::vector<std::int32_t> indices_;   // of the samples in work
