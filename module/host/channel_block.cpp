@@ -1,5 +1,6 @@
 #include "host/channel_block.h"
 
+#include <algorithm>
 #include <limits>
 #include <utility>
 
@@ -16,7 +17,10 @@ bool ChannelBlock::holdsItsValues() const noexcept {
     return memory_.holds(kChannelValuesOffset) && hasRoomFor(valueCount());
 }
 
-bool ChannelBlock::sound() const noexcept { return holdsItsValues() && channels() >= 1; }
+bool ChannelBlock::sound() const noexcept {
+    return holdsItsValues() && channels() >= 1 &&
+           channels() <= std::max(valueCount(), kMostChannelsWithoutSamples);
+}
 
 OutputBlock::OutputBlock(SimulationRecord& record, int connector, std::int64_t values,
                          MemoryHandle input)

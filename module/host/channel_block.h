@@ -43,6 +43,9 @@ static_assert(sizeof(ChannelBlockHeader) <= kChannelValuesOffset);
 // memory were out.
 inline constexpr int kMostChannels = 1'000'000;
 
+// An empty block may still say how many channels its signal has, up to this many.
+inline constexpr int kMostChannelsWithoutSamples = 32;
+
 // A locked channel data block. `sound()` must hold before any value is touched, `holdsItsValues()`
 // where they are taken as one row.
 class ChannelBlock {
@@ -55,7 +58,8 @@ public:
     // A count that is not negative, and as many values as the count says (as far as the system
     // knows the size of the memory).
     bool holdsItsValues() const noexcept;
-    // The same, and at least one channel.
+    // The same, and at least one channel, but no count of channels that the values belie: nothing
+    // is made per channel for a block that has not a single sample of each.
     bool sound() const noexcept;
 
     // The memory has room for that many values.

@@ -503,9 +503,8 @@ TEST_F(TOMittelwert, MoreChannelsThanMemoryHoldsAreAnErrorThatIsShownWhenAskedFo
     VYN_NEEDS_BOXES();
     block.set("PkReduceVal", 1);
     start(kReduce);
-    ChannelData data = timeSignal({1, 2});
-    data.header.channelCount = 2'000'000'000;
-    const Handle input = block.put(0, data);
+    // One sample each of one channel more than a million.
+    const Handle input = block.put(0, timeSignal(std::vector<float>(1'000'001), 1'000'001));
     EXPECT_EQ(block.simulate(), kFailed);
     EXPECT_EQ(block.inputData(0), input);
     block.errorShow();

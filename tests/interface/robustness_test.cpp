@@ -310,6 +310,8 @@ constexpr HeadFault kHeadFaults[] = {
     {"10^5 channels",       [](ChannelHeader& h) { h.channelCount = 100000; }},
     {"fewest channels",     [](ChannelHeader& h) {
         h.channelCount = std::numeric_limits<std::int32_t>::min(); }},
+    {"most channels",       [](ChannelHeader& h) {
+        h.channelCount = std::numeric_limits<std::int32_t>::max(); }},
     {"step 0",              [](ChannelHeader& h) { h.xStep = 0; }},
     {"step -0",             [](ChannelHeader& h) { h.xStep = -0.0; }},
     {"step infinite",       [](ChannelHeader& h) { h.xStep = kInfinity; }},
@@ -334,6 +336,33 @@ constexpr HeadFault kHeadFaults[] = {
     {"unit power",          [](ChannelHeader& h) { h.yUnit = kUnitPower; }},
 };
 // clang-format on
+
+TEST_P(Robustness, MoreChannelsThanValuesCostNothing) {
+    PlacedBlock block(host, type());
+    block.wireAll();
+    for (const std::int32_t channels : {257, 100'000, 100'000'000, 2'147'483'647}) {
+        block.initSim();
+        for (int i = 0; i < block.inputCount(); ++i) {
+            ChannelData data = suitableData(type(), i);
+            data.values.resize(256, 1.0F);
+            data.header.valueCount = 256;
+            data.header.channelCount = channels;
+            block.put(i, data);
+        }
+        const std::clock_t before = std::clock();
+        block.simulate();
+        // A thousandth of a second would do; what is meant are seconds.
+        EXPECT_LT(std::clock() - before, CLOCKS_PER_SEC / 4) << channels;
+        for (int j = 0; j < block.outputCount(); ++j)
+            EXPECT_FALSE(block.delivered(j)) << channels;
+        ASSERT_TRUE(nothingLost(block));
+        block.stop();
+        for (int i = 0; i < block.inputCount(); ++i)
+            block.put(i, Handle::none);
+    }
+    takeBoxes();
+    EXPECT_TRUE(sameBits(run(block, 1).front(), properOutputs()));
+}
 
 TEST_P(Robustness, EveryPairOfLiesInTheHeadIsSurvived) {
     PlacedBlock block(host, type());
