@@ -84,9 +84,9 @@ public:
 
 private:
     static std::int64_t answer(std::uint32_t message, std::int64_t first, std::int64_t second) {
-        switch (message) {
-            case 1134: return active_->giveBlock(static_cast<std::size_t>(second));
-            case 1143:
+        switch (HostMessage{message}) {
+            case HostMessage::newBlock: return active_->giveBlock(static_cast<std::size_t>(second));
+            case HostMessage::copyHeader:
                 // NOLINTNEXTLINE(performance-no-int-to-ptr)
                 std::memcpy(reinterpret_cast<void*>(second), *reinterpret_cast<void**>(first),
                             kChannelValuesOffset);

@@ -11,7 +11,7 @@ import sys
 from pathlib import Path
 
 import numpy as np
-from module_host import Module, impulse_decibels
+from module_host import NUMBER, Module, impulse_decibels
 
 RATE = 48000.0
 CUTOFF, LOWER, UPPER = 3000.0, 2000.0, 5000.0
@@ -95,7 +95,7 @@ def main():
         for mode in range(len(MODES)):
             responses = []
             for order in ORDERS:
-                block = module.block(5007, PkFIRFilter=0, PkFilterMode=mode, PkFilterType=kind,
+                block = module.block(NUMBER["kDigitalFilter"], PkFIRFilter=0, PkFilterMode=mode, PkFilterType=kind,
                                      PkFilterOrder=order, PkCutoffFreq=CUTOFF, PkLowerFreq=LOWER,
                                      PkUpperFreq=UPPER, PkRipple=RIPPLE, PkAttenuation=ATTENUATION)
                 responses.append(impulse_decibels(block, RATE, FREQUENCIES, seconds=0.25))

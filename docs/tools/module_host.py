@@ -4,18 +4,41 @@ The pages whose numbers are measured (weighting.md, filter-designs.md) are made 
 module's real exports:
 
     module = Module("build/native/bin")
-    response = module.block(5007, PkFIRFilter=0, PkFilterType=0).run(impulse, rate=48000.0)
+    response = module.block(NUMBER["kDigitalFilter"], PkFIRFilter=0, PkFilterType=0).run(impulse, rate=48000.0)
 """
 
 import ctypes as c
 import os
+import re
 import struct
 from pathlib import Path
 
 import numpy as np
 
-HEADER = 84  # bytes before the values of a channel data block
-RECORD = 768  # bytes of a simulation record
+
+def interface():
+    """Every number that the host's header names: enumerators and constants, by their names.
+
+    Enumerators of an `enum class` stand under "Enum.name". An offset that the header asserts of a
+    record's field stands under "Record.field", its size under "Record".
+    """
+    header = Path(__file__).resolve().parents[2] / "vynhost/interface/module_interface.h"
+    text = re.sub(r"//.*", "", header.read_text())
+    names = {}
+    for scoped, name, body in re.findall(r"\benum\s+(class\s+)?(\w+)[^{;]*\{([^}]*)\}", text):
+        for enumerator, value in re.findall(r"(\w+)\s*=\s*(-?\d+)", body):
+            names[f"{name}.{enumerator}" if scoped else enumerator] = int(value)
+    for name, value in re.findall(r"inline constexpr [\w:]+ (\w+) = (-?\d+);", text):
+        names[name] = int(value)
+    for record, field, offset in re.findall(r"offsetof\((\w+), (\w+)\) == (\d+)", text):
+        names[f"{record}.{field}"] = int(offset)
+    for record, size in re.findall(r"sizeof\((\w+)\) == (\d+)", text):
+        names[record] = int(size)
+    return names
+
+
+NUMBER = interface()
+HEADER = NUMBER["kValuesOffset"]  # bytes before the values of a channel data block
 
 
 class Memory:
@@ -43,7 +66,8 @@ class Module:
         self.library = c.CDLL(str(folder / "VYNPACKM.so"))
         self.outputs = {}
         self.window = c.CFUNCTYPE(c.c_int64, c.c_uint32, c.c_int64, c.c_int64)(self._answer)
-        self.call("SetInit", 1, c.cast(self.window, c.c_void_p).value, 402)
+        window = c.cast(self.window, c.c_void_p).value
+        self.call("SetInit", NUMBER["kHostWindow"], window, NUMBER["kInterfaceVersion"])
 
     def call(self, export, *arguments):
         function = getattr(self.library, export)
@@ -54,13 +78,14 @@ class Module:
         return Block(self, type_code, keywords)
 
     def _answer(self, message, first, second):
-        if message == 1134:  # a new data block
+        if message == NUMBER["Message.newBlock"]:
             block = Memory(HEADER + 4 * second)
             self.outputs[block.handle] = block
             return block.handle
-        if message == 1143:  # copy a header
+        if message == NUMBER["Message.copyHeader"]:
             c.memmove(second, c.c_void_p.from_address(first).value, HEADER)
-        return {1188: 1, 1189: 1}.get(message, 0)
+        counts = (NUMBER["Message.inputCount"], NUMBER["Message.outputCount"])
+        return 1 if message in counts else 0
 
 
 class Block:
@@ -76,29 +101,36 @@ class Block:
 
     def set(self, keyword, value):
         number = c.c_double(value) if isinstance(value, float) else c.c_int32(value)
-        info, record = Memory(16), Memory(44)
-        record.write(0, "36s", keyword.encode())
-        record.write(36, "Q", c.addressof(number))
-        self.module.call("lRemoteControl", 1, self.handle, record.handle, 60, info.handle)
+        info, record = Memory(NUMBER["kInfoSize"]), Memory(NUMBER["kValueRecordSize"])
+        record.write(NUMBER["kValueKeywordOffset"], f"{NUMBER['kValueKeywordSize']}s",
+                     keyword.encode())
+        record.write(NUMBER["kValueAddressOffset"], "Q", c.addressof(number))
+        self.module.call("lRemoteControl", 1, self.handle, record.handle, NUMBER["kSetValue"],
+                         info.handle)
 
     def run(self, samples, rate):
         """One whole run over one data block of one channel."""
         samples = np.asarray(samples, dtype=np.float32)
         data = Memory(HEADER + samples.nbytes)
-        data.write(0, "iiiidddd", samples.size, 1, 0, 0, 0.0, 1.0 / rate, -1.0, 2.0)
-        data.write(48, "i", 1)
+        for field, layout, value in (("valueCount", "i", samples.size),
+                                     ("xAxisKind", "i", NUMBER["kSeconds"]),
+                                     ("xStep", "d", 1.0 / rate),
+                                     ("displayMinimum", "d", -1.0), ("displaySpan", "d", 2.0),
+                                     ("channelCount", "i", 1)):
+            data.write(NUMBER[f"ChannelHeader.{field}"], layout, value)
         c.memmove(c.addressof(data.buffer) + HEADER, samples.ctypes.data, samples.nbytes)
-        record = Memory(RECORD)
-        record.write(0, "Q", data.handle)
-        for channel in range(1, 32):
-            record.write(256 + 4 * channel, "i", -1)
-            record.write(640 + 4 * channel, "i", -1)
+        record = Memory(NUMBER["SimulationRecord"])
+        record.write(NUMBER["SimulationRecord.inputData"], "Q", data.handle)
+        for connector in range(1, NUMBER["kMaxConnectors"]):
+            for field in ("inputChannel", "outputChannel"):
+                place = NUMBER[f"SimulationRecord.{field}"] + 4 * connector
+                record.write(place, "i", NUMBER["kUnwired"])
         for export in ("InitSim", "Simulation", "Stoppen"):
             last = record.handle if export == "Simulation" else 0
             result = self.module.call(export, 1, self.type_code, self.handle, last)
             if export == "Simulation" and result != 0:
                 raise RuntimeError(f"block type {self.type_code} answers {result}")
-        block = self.module.outputs.pop(record.read(384, "Q"))
+        block = self.module.outputs.pop(record.read(NUMBER["SimulationRecord.outputData"], "Q"))
         return np.frombuffer(block.buffer, np.float32, samples.size, HEADER).copy()
 
     def close(self):

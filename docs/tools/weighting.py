@@ -11,7 +11,7 @@ IEC 60651, which had class 1 limits of its own; none apply today).
 import sys
 from pathlib import Path
 
-from module_host import Module, impulse_decibels, replace_section
+from module_host import NUMBER, Module, impulse_decibels, replace_section
 
 # Nominal frequency, A, B, C in dB, class 1 limits above and below (None: no limit).
 TABLE = [
@@ -46,7 +46,7 @@ def exact(row):
 
 def measure(module, curve, rate):
     """Deviation from the nominal table in dB per row below half the rate."""
-    block = module.block(5008, PkXweight=CURVES[curve])
+    block = module.block(NUMBER["kFreqWeight"], PkXweight=CURVES[curve])
     rows = [row for row in TABLE if exact(row) < 0.49 * rate]
     levels = impulse_decibels(block, rate, [exact(row) for row in rows])
     block.close()

@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "dialogs/host_side.h"
+#include "vynhost/interface/module_interface.h"
 
 namespace dialog_test {
 namespace {
@@ -10,7 +11,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr int kTypeCode = 5007;
+constexpr int kTypeCode = vynhost::kDigitalFilter;
 
 // Record offsets.
 constexpr std::size_t kFir = 8;
@@ -104,7 +105,7 @@ std::vector<int> shown(const Dialog& dialog, const std::vector<int>& ids) {
     return found;
 }
 
-TEST(FilterDialog, ShowsTheBlocksSettings) {
+TEST(TODigitalFilterDlg, ShowsTheBlocksSettings) {
     Block block(kTypeCode);
     block.store<std::uint32_t>(kFir, 0);
     block.store<std::int16_t>(kMode, 116);
@@ -140,7 +141,7 @@ TEST(FilterDialog, ShowsTheBlocksSettings) {
     });
 }
 
-TEST(FilterDialog, OkStoresEverySetting) {
+TEST(TODigitalFilterDlg, OkStoresEverySetting) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         dialog.choose(windowList, 1);
@@ -179,7 +180,7 @@ TEST(FilterDialog, OkStoresEverySetting) {
     EXPECT_EQ(block.stored<std::int16_t>(kMode), 115);
 }
 
-TEST(FilterDialog, CancelLeavesTheBlockAsItWas) {
+TEST(TODigitalFilterDlg, CancelLeavesTheBlockAsItWas) {
     const Block block(kTypeCode);
     const Bytes before = block.record();
     block.dialog([](Dialog& dialog) {
@@ -192,7 +193,7 @@ TEST(FilterDialog, CancelLeavesTheBlockAsItWas) {
     EXPECT_EQ(block.record(), before);
 }
 
-TEST(FilterDialog, HelpAsksTheHost) {
+TEST(TODigitalFilterDlg, HelpAsksTheHost) {
     const Block block(kTypeCode);
     takeHelpRequests();
     block.dialog([](Dialog& dialog) {
@@ -202,7 +203,7 @@ TEST(FilterDialog, HelpAsksTheHost) {
     });
 }
 
-TEST(FilterDialog, AnUnselectedCharacteristicStores107) {
+TEST(TODigitalFilterDlg, AnUnselectedCharacteristicStores107) {
     const Block block(kTypeCode);
     EXPECT_EQ(block.stored<std::int16_t>(kCharacteristic), 114);
     block.dialog([](Dialog& dialog) {
@@ -212,7 +213,7 @@ TEST(FilterDialog, AnUnselectedCharacteristicStores107) {
     EXPECT_EQ(block.stored<std::int16_t>(kCharacteristic), 107);
 }
 
-TEST(FilterDialog, AnUnknownModeChecksNothingAndIsLeft) {
+TEST(TODigitalFilterDlg, AnUnknownModeChecksNothingAndIsLeft) {
     Block block(kTypeCode);
     block.store<std::int16_t>(kMode, 118);
     block.dialog([](Dialog& dialog) {
@@ -222,7 +223,7 @@ TEST(FilterDialog, AnUnknownModeChecksNothingAndIsLeft) {
     EXPECT_EQ(block.stored<std::int16_t>(kMode), 118);
 }
 
-TEST(FilterDialog, FirAndIirTakeTurns) {
+TEST(TODigitalFilterDlg, FirAndIirTakeTurns) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         EXPECT_EQ(dialog.enabledOf(kFirControls), kFirControls);
@@ -252,7 +253,7 @@ TEST(FilterDialog, FirAndIirTakeTurns) {
     });
 }
 
-TEST(FilterDialog, TheModeDecidesWhichFrequenciesAreShown) {
+TEST(TODigitalFilterDlg, TheModeDecidesWhichFrequenciesAreShown) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         for (const int mode : {lowPass, bandPass, highPass, bandStop, lowPass}) {
@@ -266,7 +267,7 @@ TEST(FilterDialog, TheModeDecidesWhichFrequenciesAreShown) {
     });
 }
 
-TEST(FilterDialog, ArrowsStepAndNeverGoBelowTheSmallestAcceptedValue) {
+TEST(TODigitalFilterDlg, ArrowsStepAndNeverGoBelowTheSmallestAcceptedValue) {
     Block block(kTypeCode);
     block.store<double>(kAttenuation, 1.5);
     block.store<double>(kRipple, 0.2);
@@ -306,7 +307,7 @@ TEST(FilterDialog, ArrowsStepAndNeverGoBelowTheSmallestAcceptedValue) {
     });
 }
 
-TEST(FilterDialog, FrequenciesMustBePositive) {
+TEST(TODigitalFilterDlg, FrequenciesMustBePositive) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         dialog.type(cutoffEdit, "0");
@@ -322,7 +323,7 @@ TEST(FilterDialog, FrequenciesMustBePositive) {
     });
 }
 
-TEST(FilterDialog, UnusedFrequenciesAreCorrected) {
+TEST(TODigitalFilterDlg, UnusedFrequenciesAreCorrected) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         dialog.type(cutoffEdit, "abc");
@@ -341,7 +342,7 @@ TEST(FilterDialog, UnusedFrequenciesAreCorrected) {
     EXPECT_EQ(block.stored<double>(kUpper), 2.0);
 }
 
-TEST(FilterDialog, CorrectionsBeforeAFaultStay) {
+TEST(TODigitalFilterDlg, CorrectionsBeforeAFaultStay) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         dialog.click(bandPass);
@@ -357,7 +358,7 @@ TEST(FilterDialog, CorrectionsBeforeAFaultStay) {
     });
 }
 
-TEST(FilterDialog, BandEdgesMustNotCross) {
+TEST(TODigitalFilterDlg, BandEdgesMustNotCross) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         dialog.click(bandPass);
@@ -371,7 +372,7 @@ TEST(FilterDialog, BandEdgesMustNotCross) {
     EXPECT_EQ(block.stored<double>(kUpper), 1501.0);
 }
 
-TEST(FilterDialog, TheLengthMustBeOddAndAtLeastThree) {
+TEST(TODigitalFilterDlg, TheLengthMustBeOddAndAtLeastThree) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         for (const char* text : {"24", "1", "5.5", "x", "-3"}) {
@@ -385,7 +386,7 @@ TEST(FilterDialog, TheLengthMustBeOddAndAtLeastThree) {
     EXPECT_EQ(block.stored<std::int32_t>(kLength), 3);
 }
 
-TEST(FilterDialog, WithIirAnInvalidLengthIsCorrected) {
+TEST(TODigitalFilterDlg, WithIirAnInvalidLengthIsCorrected) {
     const struct {
         const char* typed;
         std::int32_t stored;
@@ -402,7 +403,7 @@ TEST(FilterDialog, WithIirAnInvalidLengthIsCorrected) {
     }
 }
 
-TEST(FilterDialog, TheOrderMustBeWholeAndAtLeastOne) {
+TEST(TODigitalFilterDlg, TheOrderMustBeWholeAndAtLeastOne) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         dialog.click(iirButton);
@@ -425,7 +426,7 @@ TEST(FilterDialog, TheOrderMustBeWholeAndAtLeastOne) {
     EXPECT_EQ(block.stored<std::int32_t>(kOrder), 1);
 }
 
-TEST(FilterDialog, RippleAndAttenuationMustSuitTheCharacteristic) {
+TEST(TODigitalFilterDlg, RippleAndAttenuationMustSuitTheCharacteristic) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         dialog.click(iirButton);
@@ -451,7 +452,7 @@ TEST(FilterDialog, RippleAndAttenuationMustSuitTheCharacteristic) {
     EXPECT_EQ(block.stored<double>(kAttenuation), 1.1);
 }
 
-TEST(FilterDialog, TheFirstFaultIsShown) {
+TEST(TODigitalFilterDlg, TheFirstFaultIsShown) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         dialog.type(lengthEdit, "4");

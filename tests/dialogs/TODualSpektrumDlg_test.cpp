@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "dialogs/host_side.h"
+#include "vynhost/interface/module_interface.h"
 
 namespace dialog_test {
 namespace {
@@ -10,7 +11,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr int kTypeCode = 5006;
+constexpr int kTypeCode = vynhost::kDualSpektrum;
 
 // Record offsets.
 constexpr std::size_t kPhase = 10;
@@ -63,7 +64,7 @@ std::vector<int> allIf(bool condition, const std::vector<int>& controls) {
     return condition ? controls : std::vector<int>{};
 }
 
-TEST(DualSpectrumDialog, ShowsTheBlocksSettings) {
+TEST(TODualSpektrumDlg, ShowsTheBlocksSettings) {
     Block block(kTypeCode);
     block.store<std::uint16_t>(kPhase, 1);
     block.store<std::uint16_t>(kCoherence, 1);
@@ -109,7 +110,7 @@ TEST(DualSpectrumDialog, ShowsTheBlocksSettings) {
     });
 }
 
-TEST(DualSpectrumDialog, OkStoresEverySetting) {
+TEST(TODualSpektrumDlg, OkStoresEverySetting) {
     const Block block(kTypeCode);
     takeHelpRequests();
     block.dialog([](Dialog& dialog) {
@@ -156,7 +157,7 @@ TEST(DualSpectrumDialog, OkStoresEverySetting) {
     EXPECT_EQ(word(block, kResetMode), 1014);
 }
 
-TEST(DualSpectrumDialog, CancelLeavesTheBlockAsItWas) {
+TEST(TODualSpektrumDlg, CancelLeavesTheBlockAsItWas) {
     const Block block(kTypeCode);
     const Bytes before = block.record();
     block.dialog([](Dialog& dialog) {
@@ -167,7 +168,7 @@ TEST(DualSpectrumDialog, CancelLeavesTheBlockAsItWas) {
     EXPECT_EQ(block.record(), before);
 }
 
-TEST(DualSpectrumDialog, TheCrossedListStoresMinimumAs83AndMaximumAs84) {
+TEST(TODualSpektrumDlg, TheCrossedListStoresMinimumAs83AndMaximumAs84) {
     const Block block(kTypeCode);
     for (const int entry : {3, 4}) {
         block.dialog([&](Dialog& dialog) {
@@ -178,7 +179,7 @@ TEST(DualSpectrumDialog, TheCrossedListStoresMinimumAs83AndMaximumAs84) {
     }
 }
 
-TEST(DualSpectrumDialog, OpeningRewritesRealAndImaginaryPartsAndOnlyOkRestoresThem) {
+TEST(TODualSpektrumDlg, OpeningRewritesRealAndImaginaryPartsAndOnlyOkRestoresThem) {
     Block block(kTypeCode);
     block.store<std::uint16_t>(kAmplitudeType, 56);
     block.dialog([](Dialog& dialog) {
@@ -194,7 +195,7 @@ TEST(DualSpectrumDialog, OpeningRewritesRealAndImaginaryPartsAndOnlyOkRestoresTh
     EXPECT_EQ(word(block, kAmplitudeType), 56);
 }
 
-TEST(DualSpectrumDialog, UnselectedListsStoreTheIdsBeforeTheirFirst) {
+TEST(TODualSpektrumDlg, UnselectedListsStoreTheIdsBeforeTheirFirst) {
     Block block(kTypeCode);
     block.store<std::uint16_t>(kAmplitudeType, 57);
     block.store<std::uint16_t>(kAverageType, 86);
@@ -215,7 +216,7 @@ TEST(DualSpectrumDialog, UnselectedListsStoreTheIdsBeforeTheirFirst) {
     EXPECT_EQ(word(block, kWindow), 63);
 }
 
-TEST(DualSpectrumDialog, OnlyTheTransferFunctionOffersItsType) {
+TEST(TODualSpektrumDlg, OnlyTheTransferFunctionOffersItsType) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         EXPECT_FALSE(dialog.enabled(transferList));
@@ -227,7 +228,7 @@ TEST(DualSpectrumDialog, OnlyTheTransferFunctionOffersItsType) {
     });
 }
 
-TEST(DualSpectrumDialog, TheListsDecideWhatIsOffered) {
+TEST(TODualSpektrumDlg, TheListsDecideWhatIsOffered) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         for (int entry = 0; entry < 16; ++entry) {
@@ -248,7 +249,7 @@ TEST(DualSpectrumDialog, TheListsDecideWhatIsOffered) {
     });
 }
 
-TEST(DualSpectrumDialog, TheResetDecidesAboutCountAndResultBlock) {
+TEST(TODualSpektrumDlg, TheResetDecidesAboutCountAndResultBlock) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         EXPECT_THAT(dialog.enabledOf(kCountControls), IsEmpty());
@@ -264,7 +265,7 @@ TEST(DualSpectrumDialog, TheResetDecidesAboutCountAndResultBlock) {
     });
 }
 
-TEST(DualSpectrumDialog, ArrowsStepWithinTheirRanges) {
+TEST(TODualSpektrumDlg, ArrowsStepWithinTheirRanges) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         const auto steps = [&](int arrows, int edit, const char* from, Arrow arrow) {
@@ -291,7 +292,7 @@ TEST(DualSpectrumDialog, ArrowsStepWithinTheirRanges) {
     EXPECT_EQ(block.stored<std::int32_t>(kResetCount), 1000000);
 }
 
-TEST(DualSpectrumDialog, LimitsParameterAndCount) {
+TEST(TODualSpektrumDlg, LimitsParameterAndCount) {
     Block block(kTypeCode);
     block.store<std::uint16_t>(kWindow, 70);
     block.store<std::uint16_t>(kResetMode, 1015);

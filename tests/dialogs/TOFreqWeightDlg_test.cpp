@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "dialogs/host_side.h"
+#include "vynhost/interface/module_interface.h"
 
 namespace dialog_test {
 namespace {
@@ -10,11 +11,11 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr int kTypeCode = 5008;
+constexpr int kTypeCode = vynhost::kFreqWeight;
 constexpr std::size_t kWeighting = 8;
 const std::vector<int> kCurves = {1215, 1216, 1217, 1218};
 
-TEST(WeightingDialog, ShowsAndStoresEachCurve) {
+TEST(TOFreqWeightDlg, ShowsAndStoresEachCurve) {
     Block block(kTypeCode);
     for (std::int16_t stored = 0; stored < 4; ++stored) {
         for (std::int16_t chosen = 0; chosen < 4; ++chosen) {
@@ -29,7 +30,7 @@ TEST(WeightingDialog, ShowsAndStoresEachCurve) {
     }
 }
 
-TEST(WeightingDialog, CancelLeavesTheCurve) {
+TEST(TOFreqWeightDlg, CancelLeavesTheCurve) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         dialog.click(1218);
@@ -38,7 +39,7 @@ TEST(WeightingDialog, CancelLeavesTheCurve) {
     EXPECT_EQ(block.stored<std::int16_t>(kWeighting), 0);
 }
 
-TEST(WeightingDialog, AnUnknownCurveChecksNothingAndIsKept) {
+TEST(TOFreqWeightDlg, AnUnknownCurveChecksNothingAndIsKept) {
     Block block(kTypeCode);
     block.store<std::int16_t>(kWeighting, 9);
     block.dialog([](Dialog& dialog) {
@@ -48,7 +49,7 @@ TEST(WeightingDialog, AnUnknownCurveChecksNothingAndIsKept) {
     EXPECT_EQ(block.stored<std::int16_t>(kWeighting), 9);
 }
 
-TEST(WeightingDialog, IsUsedByKeysAlone) {
+TEST(TOFreqWeightDlg, IsUsedByKeysAlone) {
     const Block block(kTypeCode);
     takeHelpRequests();
     block.dialog([](Dialog& dialog) {

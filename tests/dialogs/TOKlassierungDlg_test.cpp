@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "dialogs/host_side.h"
+#include "vynhost/interface/module_interface.h"
 
 namespace dialog_test {
 namespace {
@@ -10,7 +11,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr int kTypeCode = 5000;
+constexpr int kTypeCode = vynhost::kKlassierung;
 
 // Record offsets.
 constexpr std::size_t kMode = 8;
@@ -62,7 +63,7 @@ std::vector<std::string> classValues(const Dialog& dialog) {
 
 void chooseManual(Dialog& dialog) { dialog.choose(modeList, 1); }
 
-TEST(ClassificationDialog, ShowsTheBlocksSettings) {
+TEST(TOKlassierungDlg, ShowsTheBlocksSettings) {
     Block block(kTypeCode);
     block.store<std::int16_t>(kMode, 11);
     block.store<std::int32_t>(kNumber, 8);
@@ -94,7 +95,7 @@ TEST(ClassificationDialog, ShowsTheBlocksSettings) {
     });
 }
 
-TEST(ClassificationDialog, OkStoresEverySetting) {
+TEST(TOKlassierungDlg, OkStoresEverySetting) {
     const Block block(kTypeCode);
     takeHelpRequests();
     block.dialog([](Dialog& dialog) {
@@ -134,7 +135,7 @@ TEST(ClassificationDialog, OkStoresEverySetting) {
     EXPECT_EQ(block.stored<std::int16_t>(kResetMode), 1013);
 }
 
-TEST(ClassificationDialog, CancelLeavesTheBlockAsItWas) {
+TEST(TOKlassierungDlg, CancelLeavesTheBlockAsItWas) {
     const Block block(kTypeCode);
     const Bytes before = block.record();
     block.dialog([](Dialog& dialog) {
@@ -146,7 +147,7 @@ TEST(ClassificationDialog, CancelLeavesTheBlockAsItWas) {
     EXPECT_EQ(block.record(), before);
 }
 
-TEST(ClassificationDialog, TheModeDecidesAboutTheLimits) {
+TEST(TOKlassierungDlg, TheModeDecidesAboutTheLimits) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         EXPECT_THAT(dialog.enabledOf(kLimits), IsEmpty());
@@ -160,7 +161,7 @@ TEST(ClassificationDialog, TheModeDecidesAboutTheLimits) {
     });
 }
 
-TEST(ClassificationDialog, TheMethodDecidesAboutHysteresisAndReferenceLine) {
+TEST(TOKlassierungDlg, TheMethodDecidesAboutHysteresisAndReferenceLine) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         for (int entry = 0; entry < 6; ++entry) {
@@ -173,7 +174,7 @@ TEST(ClassificationDialog, TheMethodDecidesAboutHysteresisAndReferenceLine) {
     });
 }
 
-TEST(ClassificationDialog, OnlyTheResetByCountOffersTheCount) {
+TEST(TOKlassierungDlg, OnlyTheResetByCountOffersTheCount) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         EXPECT_THAT(dialog.enabledOf(kCountControls), IsEmpty());
@@ -188,7 +189,7 @@ TEST(ClassificationDialog, OnlyTheResetByCountOffersTheCount) {
     });
 }
 
-TEST(ClassificationDialog, ValuesFollowEachOtherWhenAnEditIsLeft) {
+TEST(TOKlassierungDlg, ValuesFollowEachOtherWhenAnEditIsLeft) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         chooseManual(dialog);
@@ -214,7 +215,7 @@ TEST(ClassificationDialog, ValuesFollowEachOtherWhenAnEditIsLeft) {
     });
 }
 
-TEST(ClassificationDialog, NothingIsRewrittenWhileTyping) {
+TEST(TOKlassierungDlg, NothingIsRewrittenWhileTyping) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         chooseManual(dialog);
@@ -226,7 +227,7 @@ TEST(ClassificationDialog, NothingIsRewrittenWhileTyping) {
     });
 }
 
-TEST(ClassificationDialog, PassingThroughAnEditChangesNothing) {
+TEST(TOKlassierungDlg, PassingThroughAnEditChangesNothing) {
     Block block(kTypeCode);
     block.store<std::int16_t>(kMode, 11);
     block.store<double>(kWidth, 0.75);
@@ -239,7 +240,7 @@ TEST(ClassificationDialog, PassingThroughAnEditChangesNothing) {
     });
 }
 
-TEST(ClassificationDialog, ReturnInAnEditAppliesItsRuleFirst) {
+TEST(TOKlassierungDlg, ReturnInAnEditAppliesItsRuleFirst) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         chooseManual(dialog);
@@ -253,7 +254,7 @@ TEST(ClassificationDialog, ReturnInAnEditAppliesItsRuleFirst) {
     EXPECT_EQ(block.stored<double>(kRange), 21.0);
 }
 
-TEST(ClassificationDialog, ArrowsStepAndFollowTheRules) {
+TEST(TOKlassierungDlg, ArrowsStepAndFollowTheRules) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         chooseManual(dialog);
@@ -287,7 +288,7 @@ TEST(ClassificationDialog, ArrowsStepAndFollowTheRules) {
     });
 }
 
-TEST(ClassificationDialog, ValuesStayWithinTheirRangeBelowAndExceedItAbove) {
+TEST(TOKlassierungDlg, ValuesStayWithinTheirRangeBelowAndExceedItAbove) {
     Block block(kTypeCode);
     block.store<std::int16_t>(kMode, 11);
     block.store<std::int32_t>(kNumber, 1);
@@ -312,7 +313,7 @@ TEST(ClassificationDialog, ValuesStayWithinTheirRangeBelowAndExceedItAbove) {
     });
 }
 
-TEST(ClassificationDialog, HysteresisAndReferenceLineAreTidiedWhenLeft) {
+TEST(TOKlassierungDlg, HysteresisAndReferenceLineAreTidiedWhenLeft) {
     Block block(kTypeCode);
     block.store<std::int16_t>(kMethod, 95);
     block.dialog([](Dialog& dialog) {
@@ -330,7 +331,7 @@ TEST(ClassificationDialog, HysteresisAndReferenceLineAreTidiedWhenLeft) {
     });
 }
 
-TEST(ClassificationDialog, ACountBelowOneIsStoredAsOne) {
+TEST(TOKlassierungDlg, ACountBelowOneIsStoredAsOne) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         dialog.click(resetByCount);
@@ -340,7 +341,7 @@ TEST(ClassificationDialog, ACountBelowOneIsStoredAsOne) {
     EXPECT_EQ(block.stored<std::int32_t>(kResetBlocks), 1);
 }
 
-TEST(ClassificationDialog, WithoutResetByCountTheCountIsNotStored) {
+TEST(TOKlassierungDlg, WithoutResetByCountTheCountIsNotStored) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         dialog.click(resetByCount);
@@ -352,7 +353,7 @@ TEST(ClassificationDialog, WithoutResetByCountTheCountIsNotStored) {
     EXPECT_EQ(block.stored<std::int32_t>(kResetBlocks), 1);
 }
 
-TEST(ClassificationDialog, ABeginNotBelowTheEndIsRefusedButStaysWritten) {
+TEST(TOKlassierungDlg, ABeginNotBelowTheEndIsRefusedButStaysWritten) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         chooseManual(dialog);
@@ -370,7 +371,7 @@ TEST(ClassificationDialog, ABeginNotBelowTheEndIsRefusedButStaysWritten) {
     EXPECT_EQ(block.stored<std::int16_t>(kCalculation), 1017);
 }
 
-TEST(ClassificationDialog, UnselectedListsStoreTheIdsBeforeTheirFirst) {
+TEST(TOKlassierungDlg, UnselectedListsStoreTheIdsBeforeTheirFirst) {
     Block block(kTypeCode);
     block.store<std::int16_t>(kMode, 12);
     block.store<std::int16_t>(kMethod, 99);

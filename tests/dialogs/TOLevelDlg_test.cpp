@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "dialogs/host_side.h"
+#include "vynhost/interface/module_interface.h"
 
 namespace dialog_test {
 namespace {
@@ -10,7 +11,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr int kTypeCode = 5009;
+constexpr int kTypeCode = vynhost::kLevel;
 
 // Record offsets.
 constexpr std::size_t kSignalType = 8;
@@ -41,7 +42,7 @@ const Box kFrequencyFault = warning(
     "Fehler!\nDer angegebene Wert fuer die Ausgabefrequenz liegt\n außerhalb der vorgegebenen "
     "Grenzen von\n 0 Hz < f <= 1.0E(+300) Hz");
 
-TEST(LevelDialog, ShowsTheBlocksSettings) {
+TEST(TOLevelDlg, ShowsTheBlocksSettings) {
     Block block(kTypeCode);
     block.store<std::int16_t>(kSignalType, 1);
     block.store<std::int16_t>(kTimeWeighting, 2);
@@ -58,7 +59,7 @@ TEST(LevelDialog, ShowsTheBlocksSettings) {
     });
 }
 
-TEST(LevelDialog, OkStoresEverySetting) {
+TEST(TOLevelDlg, OkStoresEverySetting) {
     const Block block(kTypeCode);
     takeHelpRequests();
     block.dialog([](Dialog& dialog) {
@@ -88,7 +89,7 @@ TEST(LevelDialog, OkStoresEverySetting) {
     EXPECT_EQ(block.stored<std::int16_t>(kClockPeriod), 1);
 }
 
-TEST(LevelDialog, OnlyRmsOffersTheTimeWeighting) {
+TEST(TOLevelDlg, OnlyRmsOffersTheTimeWeighting) {
     Block block(kTypeCode);
     block.store<std::int16_t>(kSignalType, 0);
     block.dialog([](Dialog& dialog) {
@@ -101,7 +102,7 @@ TEST(LevelDialog, OnlyRmsOffersTheTimeWeighting) {
     });
 }
 
-TEST(LevelDialog, ArrowsStepWithinTheLimits) {
+TEST(TOLevelDlg, ArrowsStepWithinTheLimits) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         const auto steps = [&](int arrows, int edit, const char* from, Arrow arrow) {
@@ -121,7 +122,7 @@ TEST(LevelDialog, ArrowsStepWithinTheLimits) {
     });
 }
 
-TEST(LevelDialog, RefusesWhatIsOutOfRangeAndStoresNothing) {
+TEST(TOLevelDlg, RefusesWhatIsOutOfRangeAndStoresNothing) {
     const Block block(kTypeCode);
     const Bytes before = block.record();
     block.dialog([](Dialog& dialog) {
@@ -145,7 +146,7 @@ TEST(LevelDialog, RefusesWhatIsOutOfRangeAndStoresNothing) {
     EXPECT_EQ(block.record(), before);
 }
 
-TEST(LevelDialog, UnknownChoicesCheckNothingAndAreKept) {
+TEST(TOLevelDlg, UnknownChoicesCheckNothingAndAreKept) {
     Block block(kTypeCode);
     block.store<std::int16_t>(kTimeWeighting, 7);
     block.store<std::int16_t>(kClockPeriod, -1);

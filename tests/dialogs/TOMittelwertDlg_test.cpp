@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "dialogs/host_side.h"
+#include "vynhost/interface/module_interface.h"
 
 namespace dialog_test {
 namespace {
@@ -10,7 +11,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr int kTypeCode = 5003;
+constexpr int kTypeCode = vynhost::kMittelwert;
 
 // Record offsets.
 constexpr std::size_t kMode = 8;
@@ -66,7 +67,7 @@ bool offered(const Dialog& dialog, const std::vector<int>& controls) {
     return !found.empty();
 }
 
-TEST(AveragingDialog, ShowsTheBlocksSettings) {
+TEST(TOMittelwertDlg, ShowsTheBlocksSettings) {
     Block block(kTypeCode);
     block.store<std::int16_t>(kMode, 1056);
     block.store<std::uint16_t>(kReduce, 65535);
@@ -87,7 +88,7 @@ TEST(AveragingDialog, ShowsTheBlocksSettings) {
     });
 }
 
-TEST(AveragingDialog, OkStoresEverySetting) {
+TEST(TOMittelwertDlg, OkStoresEverySetting) {
     const Block block(kTypeCode);
     takeHelpRequests();
     block.dialog([](Dialog& dialog) {
@@ -113,7 +114,7 @@ TEST(AveragingDialog, OkStoresEverySetting) {
     EXPECT_EQ(block.stored<std::int16_t>(kOutputMode), 0);
 }
 
-TEST(AveragingDialog, CancelLeavesTheBlockAsItWas) {
+TEST(TOMittelwertDlg, CancelLeavesTheBlockAsItWas) {
     const Block block(kTypeCode);
     const Bytes before = block.record();
     block.dialog([](Dialog& dialog) {
@@ -125,7 +126,7 @@ TEST(AveragingDialog, CancelLeavesTheBlockAsItWas) {
     EXPECT_EQ(block.record(), before);
 }
 
-TEST(AveragingDialog, TheModeAndTheResetDecideWhatIsOffered) {
+TEST(TOMittelwertDlg, TheModeAndTheResetDecideWhatIsOffered) {
     Block block(kTypeCode);
     for (const int openingMode : kModes) {
         for (const int openingReset : kResets) {
@@ -160,7 +161,7 @@ TEST(AveragingDialog, TheModeAndTheResetDecideWhatIsOffered) {
     }
 }
 
-TEST(AveragingDialog, ArrowsStepWithinTheirLimits) {
+TEST(TOMittelwertDlg, ArrowsStepWithinTheirLimits) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         const auto steps = [&](int arrows, int edit, const char* from, Arrow arrow) {
@@ -189,7 +190,7 @@ TEST(AveragingDialog, ArrowsStepWithinTheirLimits) {
     });
 }
 
-TEST(AveragingDialog, AWidthOfZeroIsRefused) {
+TEST(TOMittelwertDlg, AWidthOfZeroIsRefused) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         dialog.type(reduceEdit, "0");
@@ -201,7 +202,7 @@ TEST(AveragingDialog, AWidthOfZeroIsRefused) {
     });
 }
 
-TEST(AveragingDialog, TheCountIsCheckedBeforeTheFactor) {
+TEST(TOMittelwertDlg, TheCountIsCheckedBeforeTheFactor) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         dialog.click(blocks);
@@ -219,7 +220,7 @@ TEST(AveragingDialog, TheCountIsCheckedBeforeTheFactor) {
     });
 }
 
-TEST(AveragingDialog, WhatWasRefusedStaysInTheBlockAfterCancel) {
+TEST(TOMittelwertDlg, WhatWasRefusedStaysInTheBlockAfterCancel) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         dialog.click(smooth);
@@ -231,7 +232,7 @@ TEST(AveragingDialog, WhatWasRefusedStaysInTheBlockAfterCancel) {
     EXPECT_EQ(block.stored<std::uint16_t>(kSmooth), 0);
 }
 
-TEST(AveragingDialog, AWidthBeyondTheFieldIsStoredAsTheLargest) {
+TEST(TOMittelwertDlg, AWidthBeyondTheFieldIsStoredAsTheLargest) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         dialog.type(reduceEdit, "65536");

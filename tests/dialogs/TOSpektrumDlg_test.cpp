@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "dialogs/host_side.h"
+#include "vynhost/interface/module_interface.h"
 
 namespace dialog_test {
 namespace {
@@ -10,7 +11,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr int kTypeCode = 5004;
+constexpr int kTypeCode = vynhost::kSpektrum;
 
 // Record offsets.
 constexpr std::size_t kAmplitudeType = 8;
@@ -38,7 +39,7 @@ int correction(const Block& block) { return block.stored<std::uint16_t>(kCorrect
 double parameter(const Block& block) { return block.stored<double>(kParameter); }
 std::int32_t phase(const Block& block) { return block.stored<std::int32_t>(kPhase); }
 
-TEST(SpectrumDialog, ShowsTheBlocksSettings) {
+TEST(TOSpektrumDlg, ShowsTheBlocksSettings) {
     Block block(kTypeCode);
     block.store<std::uint16_t>(kAmplitudeType, 53);
     block.store<std::uint16_t>(kWindow, 77);
@@ -64,7 +65,7 @@ TEST(SpectrumDialog, ShowsTheBlocksSettings) {
     });
 }
 
-TEST(SpectrumDialog, OkStoresEverySetting) {
+TEST(TOSpektrumDlg, OkStoresEverySetting) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         dialog.choose(kAmplitudeList, 5);
@@ -82,7 +83,7 @@ TEST(SpectrumDialog, OkStoresEverySetting) {
     EXPECT_EQ(correction(block), 1103);
 }
 
-TEST(SpectrumDialog, CancelEscapeAndTheCrossLeaveTheBlockAsItWas) {
+TEST(TOSpektrumDlg, CancelEscapeAndTheCrossLeaveTheBlockAsItWas) {
     const Block block(kTypeCode);
     const Bytes before = block.record();
     const std::function<void(Dialog&)> ways[] = {
@@ -104,7 +105,7 @@ TEST(SpectrumDialog, CancelEscapeAndTheCrossLeaveTheBlockAsItWas) {
     }
 }
 
-TEST(SpectrumDialog, ReturnInTheEditAccepts) {
+TEST(TOSpektrumDlg, ReturnInTheEditAccepts) {
     Block block(kTypeCode);
     block.store<std::uint16_t>(kWindow, 76);
     block.dialog([](Dialog& dialog) {
@@ -115,7 +116,7 @@ TEST(SpectrumDialog, ReturnInTheEditAccepts) {
     EXPECT_EQ(parameter(block), 4.0);
 }
 
-TEST(SpectrumDialog, HelpAsksTheHostAndStaysOpen) {
+TEST(TOSpektrumDlg, HelpAsksTheHostAndStaysOpen) {
     const Block block(kTypeCode);
     takeHelpRequests();
     block.dialog([](Dialog& dialog) {
@@ -128,7 +129,7 @@ TEST(SpectrumDialog, HelpAsksTheHostAndStaysOpen) {
     });
 }
 
-TEST(SpectrumDialog, AnAmplitudeTypeThatIsNotOfferedSelectsNothingAndStores49) {
+TEST(TOSpektrumDlg, AnAmplitudeTypeThatIsNotOfferedSelectsNothingAndStores49) {
     Block block(kTypeCode);
     block.store<std::uint16_t>(kAmplitudeType, 57);
     block.dialog([](Dialog& dialog) {
@@ -138,7 +139,7 @@ TEST(SpectrumDialog, AnAmplitudeTypeThatIsNotOfferedSelectsNothingAndStores49) {
     EXPECT_EQ(amplitudeType(block), 49);
 }
 
-TEST(SpectrumDialog, AnUnknownWindowSelectsNothingAndStores63) {
+TEST(TOSpektrumDlg, AnUnknownWindowSelectsNothingAndStores63) {
     Block block(kTypeCode);
     block.store<std::uint16_t>(kWindow, 80);
     block.dialog([](Dialog& dialog) {
@@ -150,7 +151,7 @@ TEST(SpectrumDialog, AnUnknownWindowSelectsNothingAndStores63) {
     EXPECT_EQ(window(block), 63);
 }
 
-TEST(SpectrumDialog, AnUnknownCorrectionChecksNothingAndIsKept) {
+TEST(TOSpektrumDlg, AnUnknownCorrectionChecksNothingAndIsKept) {
     Block block(kTypeCode);
     block.store<std::uint16_t>(kCorrection, 1110);
     block.dialog([](Dialog& dialog) {
@@ -160,7 +161,7 @@ TEST(SpectrumDialog, AnUnknownCorrectionChecksNothingAndIsKept) {
     EXPECT_EQ(correction(block), 1110);
 }
 
-TEST(SpectrumDialog, RealAndImaginaryPartsDisablePhaseAndKeepItsMark) {
+TEST(TOSpektrumDlg, RealAndImaginaryPartsDisablePhaseAndKeepItsMark) {
     Block block(kTypeCode);
     block.store<std::int32_t>(kPhase, 1);
     block.dialog([](Dialog& dialog) {
@@ -180,7 +181,7 @@ TEST(SpectrumDialog, RealAndImaginaryPartsDisablePhaseAndKeepItsMark) {
     });
 }
 
-TEST(SpectrumDialog, TheWindowDecidesAboutCorrectionAndParameter) {
+TEST(TOSpektrumDlg, TheWindowDecidesAboutCorrectionAndParameter) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         for (int entry = 0; entry < 16; ++entry) {
@@ -197,7 +198,7 @@ TEST(SpectrumDialog, TheWindowDecidesAboutCorrectionAndParameter) {
     });
 }
 
-TEST(SpectrumDialog, DisabledControlsAreStillStored) {
+TEST(TOSpektrumDlg, DisabledControlsAreStillStored) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         dialog.choose(kWindowList, 6);
@@ -236,7 +237,7 @@ INSTANTIATE_TEST_SUITE_P(Texts, SpectrumParameter,
                                          // Only the first twenty characters count.
                                          TypedParameter{"000000000000000000012", 1.0}));
 
-TEST(SpectrumDialog, TheArrowsLeaveTheNumberUnchanged) {
+TEST(TOSpektrumDlg, TheArrowsLeaveTheNumberUnchanged) {
     Block block(kTypeCode);
     block.store<std::uint16_t>(kWindow, 70);
     block.dialog([](Dialog& dialog) {
@@ -248,7 +249,7 @@ TEST(SpectrumDialog, TheArrowsLeaveTheNumberUnchanged) {
     });
 }
 
-TEST(SpectrumDialog, AScrollNotificationOfTheEditItselfSteps) {
+TEST(TOSpektrumDlg, AScrollNotificationOfTheEditItselfSteps) {
     Block block(kTypeCode);
     block.store<std::uint16_t>(kWindow, 70);
     block.dialog([](Dialog& dialog) {
@@ -268,7 +269,7 @@ TEST(SpectrumDialog, AScrollNotificationOfTheEditItselfSteps) {
     });
 }
 
-TEST(SpectrumDialog, TabAndArrowKeysReachEveryControl) {
+TEST(TOSpektrumDlg, TabAndArrowKeysReachEveryControl) {
     Block block(kTypeCode);
     block.store<std::uint16_t>(kWindow, 70);
     block.dialog([](Dialog& dialog) {
@@ -287,28 +288,6 @@ TEST(SpectrumDialog, TabAndArrowKeysReachEveryControl) {
         EXPECT_THAT(dialog.checkedOf(kCorrections), ElementsAre(1102));
         dialog.cancel();
     });
-}
-
-TEST(InverseFftDialog, StatesThatThereIsNothingToSet) {
-    const Block block(5005);
-    const Bytes before = block.record();
-    takeHelpRequests();
-    block.dialog([](Dialog& dialog) {
-        EXPECT_EQ(dialog.caption(), "Inverse FFT");
-        HWND statement = ::FindWindowExW(dialog.window(), nullptr, L"Static", nullptr);
-        EXPECT_EQ(windowText(statement), "Keine Parameter");
-        EXPECT_EQ(dialog.text(IDOK), "OK");
-        dialog.click(9);
-        EXPECT_EQ(takeHelpRequests(), 1);
-        EXPECT_FALSE(dialog.closed());
-        dialog.ok();
-        EXPECT_TRUE(dialog.closed());
-    });
-    block.dialog([](Dialog& dialog) {
-        dialog.key(VK_ESCAPE);
-        EXPECT_TRUE(dialog.closed());
-    });
-    EXPECT_EQ(block.record(), before);
 }
 
 }  // namespace

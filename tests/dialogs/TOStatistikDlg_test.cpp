@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "dialogs/host_side.h"
+#include "vynhost/interface/module_interface.h"
 
 namespace dialog_test {
 namespace {
@@ -10,7 +11,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr int kTypeCode = 5002;
+constexpr int kTypeCode = vynhost::kStatistik;
 constexpr std::size_t kFlags = 8;
 constexpr std::size_t kOutputMode = 50;
 
@@ -32,7 +33,7 @@ std::vector<int> selected(const Block& block) {
     return found;
 }
 
-TEST(StatisticsDialog, EachBoxIsOneMeasure) {
+TEST(TOStatistikDlg, EachBoxIsOneMeasure) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         EXPECT_THAT(dialog.checkedOf(kBoxes), IsEmpty());
@@ -53,7 +54,7 @@ TEST(StatisticsDialog, EachBoxIsOneMeasure) {
     }
 }
 
-TEST(StatisticsDialog, AllOnAndAllOffReachEveryBox) {
+TEST(TOStatistikDlg, AllOnAndAllOffReachEveryBox) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         dialog.click(kAllOn);
@@ -69,7 +70,7 @@ TEST(StatisticsDialog, AllOnAndAllOffReachEveryBox) {
     EXPECT_EQ(block.connectors(), "E,;1,2,3,4,5,6,7,8,9,10,11,12,13,14,15,16,17,18,19,20,21,");
 }
 
-TEST(StatisticsDialog, TheOutputModeAndTheCountReachTheConnectors) {
+TEST(TOStatistikDlg, TheOutputModeAndTheCountReachTheConnectors) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         EXPECT_THAT(dialog.checkedOf({kOneOutput, kOutputPerMeasure}), ElementsAre(kOneOutput));
@@ -91,7 +92,7 @@ TEST(StatisticsDialog, TheOutputModeAndTheCountReachTheConnectors) {
     EXPECT_EQ(block.connectors(), "E,;A,");
 }
 
-TEST(StatisticsDialog, NothingSelectedBecomesTheSumOfEachBlock) {
+TEST(TOStatistikDlg, NothingSelectedBecomesTheSumOfEachBlock) {
     const Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         dialog.click(kAllOff);
@@ -102,7 +103,7 @@ TEST(StatisticsDialog, NothingSelectedBecomesTheSumOfEachBlock) {
     EXPECT_EQ(block.connectors(), "E,;1,");
 }
 
-TEST(StatisticsDialog, CancelLeavesTheBlockAsItWas) {
+TEST(TOStatistikDlg, CancelLeavesTheBlockAsItWas) {
     const Block block(kTypeCode);
     const Bytes before = block.record();
     takeHelpRequests();
@@ -116,7 +117,7 @@ TEST(StatisticsDialog, CancelLeavesTheBlockAsItWas) {
     EXPECT_EQ(block.record(), before);
 }
 
-TEST(StatisticsDialog, AnyFlagButZeroIsShownAndStoredAsOne) {
+TEST(TOStatistikDlg, AnyFlagButZeroIsShownAndStoredAsOne) {
     Block block(kTypeCode);
     block.store<std::int16_t>(kFlags + 4, -7);
     block.dialog([](Dialog& dialog) {

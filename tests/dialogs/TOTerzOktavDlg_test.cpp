@@ -3,20 +3,21 @@
 #include <cstdint>
 
 #include "dialogs/host_side.h"
+#include "vynhost/interface/module_interface.h"
 
 namespace dialog_test {
 namespace {
 
 using testing::ElementsAre;
 
-constexpr int kTypeCode = 5001;
+constexpr int kTypeCode = vynhost::kTerzOktave;
 constexpr std::size_t kType = 8;
 constexpr std::size_t kWeighting = 10;
 constexpr int kTypeList = 1021;
 constexpr int kWeightingBox = 1020;
 constexpr int kHelp = 1108;
 
-TEST(BandDialog, ShowsAndStoresItsSettings) {
+TEST(TOTerzOktavDlg, ShowsAndStoresItsSettings) {
     Block block(kTypeCode);
     block.dialog([](Dialog& dialog) {
         EXPECT_THAT(dialog.entries(kTypeList), ElementsAre("Terz", "Oktave"));
@@ -39,7 +40,7 @@ TEST(BandDialog, ShowsAndStoresItsSettings) {
     EXPECT_EQ(block.stored<std::int16_t>(kWeighting), 0);
 }
 
-TEST(BandDialog, CancelLeavesTheBlockAsItWas) {
+TEST(TOTerzOktavDlg, CancelLeavesTheBlockAsItWas) {
     const Block block(kTypeCode);
     const Bytes before = block.record();
     takeHelpRequests();
@@ -53,7 +54,7 @@ TEST(BandDialog, CancelLeavesTheBlockAsItWas) {
     EXPECT_EQ(block.record(), before);
 }
 
-TEST(BandDialog, AnUnknownTypeSelectsNothingAndStores19) {
+TEST(TOTerzOktavDlg, AnUnknownTypeSelectsNothingAndStores19) {
     Block block(kTypeCode);
     block.store<std::int16_t>(kType, 30);
     block.dialog([](Dialog& dialog) {

@@ -5,6 +5,7 @@
 #include <iterator>
 
 #include "dialogs/command_driver.h"
+#include "support/own_folder.h"
 
 namespace dialog_test {
 namespace {
@@ -22,17 +23,7 @@ constexpr int kBoxText = 0xFFFF;
 
 class Command : public testing::Test {
 protected:
-    Command() {
-        folder_ = std::filesystem::temp_directory_path() / "vynhost-dialog-command";
-        std::filesystem::remove_all(folder_);
-        std::filesystem::create_directories(folder_);
-    }
-    ~Command() override {
-        std::error_code ignored;
-        std::filesystem::remove_all(folder_, ignored);
-    }
-
-    std::filesystem::path diagram() const { return folder_ / "d.toml"; }
+    std::filesystem::path diagram() const { return folder_.path() / "d.toml"; }
     void write(const std::string& text) const {
         std::ofstream(diagram(), std::ios::binary) << text;
     }
@@ -42,7 +33,7 @@ protected:
     }
 
 private:
-    std::filesystem::path folder_;
+    support::OwnFolder folder_{"vynhost-dialog"};
 };
 
 TEST_F(Command, OkWritesTheChangesIntoTheDiagram) {

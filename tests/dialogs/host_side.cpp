@@ -4,14 +4,17 @@
 
 #include <array>
 #include <stdexcept>
+#include <string>
 #include <utility>
+
+#include "vynhost/interface/module_interface.h"
 
 namespace dialog_test {
 namespace {
 
-using Int = std::int64_t;
+using vynhost::Int;
 
-constexpr UINT kShowHelp = 1153;
+constexpr auto kShowHelp = static_cast<UINT>(vynhost::Message::showHelp);
 constexpr UINT_PTR kScriptTimer = 1;
 
 template <class Function>
@@ -98,7 +101,7 @@ private:
         window_ = ::CreateWindowA("DialogTestHost", "Host", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 0, 0,
                                   800, 700, nullptr, nullptr, windowClass.hInstance, nullptr);
         const auto setInit = exported<Int (*)(Int, Int, Int)>(module, "SetInit");
-        setInit(1, reinterpret_cast<Int>(window_), 402);
+        setInit(vynhost::kHostWindow, reinterpret_cast<Int>(window_), vynhost::kInterfaceVersion);
     }
 
     static LRESULT CALLBACK receive(HWND window, UINT message, WPARAM first, LPARAM second) {
@@ -141,7 +144,7 @@ int takeHelpRequests() { return std::exchange(host().helpRequests, 0); }
 
 Block::Block(int typeCode) : typeCode_(typeCode) {
     handle_ = host().getParameters(0, typeCode, 0, 0);
-    EXPECT_NE(handle_, 0) << "block type " << typeCode;
+    if (handle_ == 0) throw std::runtime_error("no block of type " + std::to_string(typeCode));
 }
 
 Block::~Block() { host().destroyBlock(0, typeCode_, handle_, 0); }
@@ -152,9 +155,9 @@ void Block::dialog(const std::function<void(Dialog&)>& script) const {
 }
 
 std::string Block::connectors() const {
-    constexpr Int kConnectors = 4;
     // NOLINTNEXTLINE(performance-no-int-to-ptr)
-    return reinterpret_cast<const char*>(host().getInfo(0, typeCode_, kConnectors, handle_));
+    return reinterpret_cast<const char*>(
+        host().getInfo(vynhost::kNoContext, typeCode_, vynhost::kConnectors, handle_));
 }
 
 Bytes Block::record() const {

@@ -3,6 +3,7 @@
 #include <functional>
 
 #include "dialogs/host_side.h"
+#include "vynhost/interface/module_interface.h"
 
 namespace dialog_test {
 namespace {
@@ -19,40 +20,40 @@ void nothing(Dialog&) {}
 
 void writePictures(const std::string& folder) {
     const Picture pictures[] = {
-        {5000, "TOKlassierungDlg",
+        {vynhost::kKlassierung, "TOKlassierungDlg",
          [](Dialog& dialog) {
              dialog.choose(1130, 2);
              dialog.click(1015);
              dialog.choose(1012, 1);
          }},
-        {5001, "TOTerzOktavDlg", nothing},
-        {5002, "TOStatistikDlg",
+        {vynhost::kTerzOktave, "TOTerzOktavDlg", nothing},
+        {vynhost::kStatistik, "TOStatistikDlg",
          [](Dialog& dialog) {
              dialog.click(1030);
              dialog.click(1043);
          }},
-        {5003, "TOMittelwertDlg",
+        {vynhost::kMittelwert, "TOMittelwertDlg",
          [](Dialog& dialog) {
              dialog.click(1056);
              dialog.click(1061);
          }},
-        {5004, "TOSpektrumDlg", [](Dialog& dialog) { dialog.choose(1100, 6); }},
-        {5005, "TOInverseFFTDlg", nothing},
-        {5006, "TODualSpektrumDlg",
+        {vynhost::kSpektrum, "TOSpektrumDlg", [](Dialog& dialog) { dialog.choose(1100, 6); }},
+        {vynhost::kInverseFFT, "TOInverseFFTDlg", nothing},
+        {vynhost::kDualSpektrum, "TODualSpektrumDlg",
          [](Dialog& dialog) {
              dialog.click(1119);
              dialog.click(1015);
              dialog.choose(1100, 6);
              dialog.choose(1137, 5);
          }},
-        {5007, "TODigitalFilterDlg",
+        {vynhost::kDigitalFilter, "TODigitalFilterDlg",
          [](Dialog& dialog) {
              dialog.click(1265);
              dialog.click(1291);
              dialog.choose(1131, 2);
          }},
-        {5008, "TOFreqWeightDlg", nothing},
-        {5009, "TOLevelDlg", nothing},
+        {vynhost::kFreqWeight, "TOFreqWeightDlg", nothing},
+        {vynhost::kLevel, "TOLevelDlg", nothing},
     };
     for (const Picture& picture : pictures) {
         const Block block(picture.typeCode);

@@ -17,8 +17,6 @@
 namespace vynhost::test {
 namespace {
 
-constexpr int kClassification = 5000;
-
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 
@@ -57,10 +55,14 @@ constexpr const char* kTexts[] = {
     "unsinn"};
 constexpr double kSteps[] = {1.0 / 48000, 1.0 / 48000, 0.001,  0.5,  1.0,      46.875,
                              0.0,         -1.0,        1e-320, kNan, kInfinity};
-constexpr std::int32_t kAxisKinds[] = {1, 1, 1, 2, 3, 3, 4, 0, -1, 38, 49, 60};
-constexpr std::int32_t kUnits[] = {0, 1, 6, 11, 12, 15, 26, 26, -1};
+constexpr std::int32_t kAxisKinds[] = {
+    kSeconds, kSeconds, kSeconds, kMilliseconds, kHertz, kHertz, kKilohertz, 0, -1, 38, 49, 60};
+constexpr std::int32_t kUnits[] = {
+    kUnitNone,      1, kUnitDecibel, kUnitDegrees, kUnitPower, kUnitPercent, kUnitAmplitude,
+    kUnitAmplitude, -1};
 constexpr std::int32_t kChannels[] = {1, 1, 1, 2, 2, 3, 8, 32, 33, 0, -1, 1000000};
-constexpr std::uint32_t kFlags[] = {0, 0, 8, 16, 24, 0xFFFFFFFF};
+constexpr std::uint32_t kFlags[] = {
+    0, 0, kThirdOctaveBands, kOctaveBands, kThirdOctaveBands | kOctaveBands, 0xFFFFFFFF};
 
 float sample(ByteSource& bytes, std::size_t style, std::size_t i) {
     switch (style) {
@@ -198,7 +200,7 @@ void runSession(std::span<const std::uint8_t> input) {
     const int type = kFirstType + static_cast<int>(bytes.below(kTypes));
     {
         auto block = std::make_unique<PlacedBlock>(host, type);
-        if (!block->created()) return;
+        if (!block->created()) fail({"no block of this type can be created"});
         block->wireAll();
         for (int i = 0; i < kMostSteps && !bytes.ended() && block->created(); ++i) {
             step(host, block, bytes);
@@ -209,7 +211,7 @@ void runSession(std::span<const std::uint8_t> input) {
     if (const auto offences = host.takeOffences(); !offences.empty()) fail(offences);
     // A new run and the end of the block forget the accumulator of the classification; only the end
     // of a run gives it back.
-    const bool forgets = type == kClassification;
+    const bool forgets = type == kKlassierung;
     if (!forgets && host.memory().aliveData() != 0) {
         fail({"data blocks that neither side holds any more"});
     }

@@ -1,7 +1,5 @@
 #include "interface/host_fixture.h"
 
-#include <numeric>
-
 namespace vynhost::test {
 
 std::filesystem::path sharedFolder() { return platform::programFolder(); }
@@ -44,12 +42,6 @@ void HostTest::expectReport(PlacedBlock& block, const std::string& part) {
     EXPECT_EQ(boxes[0].caption, "Fehler!");
     EXPECT_TRUE(boxes[0].exclamation.value_or(true));
     EXPECT_THAT(boxes[0].text, ::testing::HasSubstr(part));
-}
-
-std::vector<int> allTypes() {
-    std::vector<int> types(kTypes);
-    std::iota(types.begin(), types.end(), kFirstType);
-    return types;
 }
 
 }  // namespace vynhost::test

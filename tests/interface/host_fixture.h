@@ -25,6 +25,7 @@
 #include <utility>
 #include <vector>
 
+#include "support/any_block.h"
 #include "support/platform/test_system.h"
 #include "support/test_host.h"
 
@@ -59,9 +60,6 @@ protected:
 private:
     std::vector<int> types_;
 };
-
-// The block types, in the order of their codes.
-std::vector<int> allTypes();
 
 // A test of one block type: a block of it stands ready. `others` are types of blocks that it meets.
 template <int type, int... others>

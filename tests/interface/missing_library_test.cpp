@@ -3,7 +3,8 @@
 #include <fstream>
 #include <iterator>
 
-#include "interface/any_block.h"
+#include "interface/any_block_test.h"
+#include "support/own_folder.h"
 
 namespace vynhost::test {
 namespace {
@@ -11,10 +12,8 @@ namespace {
 // A module of its own: a copy of the file is another library to the system.
 class MissingLibraryTest : public ::testing::Test {
 protected:
-    MissingLibraryTest() { std::filesystem::create_directories(folder_); }
-
     void load(const std::optional<std::string>& sharedDirectory) {
-        const auto copy = folder_ / platform::kModuleFile;
+        const auto copy = folder_.path() / platform::kModuleFile;
         std::filesystem::copy_file(ModuleLibrary::defaultPath(), copy,
                                    std::filesystem::copy_options::overwrite_existing);
         ASSERT_TRUE(platform::setSharedDirectory(sharedDirectory));
@@ -34,8 +33,6 @@ protected:
         host.reset();
         module.reset();
         platform::setSharedDirectory(sharedFolder().string());
-        std::error_code ignored;
-        std::filesystem::remove_all(folder_, ignored);
     }
     // A folder whose library lacks the function: its name is one that nobody asks for.
     std::string sharedWithout(const std::string& function) {
@@ -50,10 +47,10 @@ protected:
             ++found;
         }
         EXPECT_GE(found, 1U) << function;
-        const auto folder = folder_ / function / "Analysis";
+        const auto folder = folder_.path() / function / "Analysis";
         std::filesystem::create_directories(folder);
         std::ofstream(folder / platform::kAnalysisFile, std::ios::binary) << bytes;
-        return (folder_ / function).string();
+        return (folder_.path() / function).string();
     }
     // Lets a spectrum block at the data; true when it delivered.
     bool spectrumWorks() {
@@ -75,9 +72,7 @@ protected:
     std::unique_ptr<ModuleHost> host;
 
 private:
-    std::filesystem::path folder_ =
-        std::filesystem::temp_directory_path() /
-        (std::string("vynpack-") + ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    support::OwnFolder folder_{"vynpack-test"};
 };
 
 TEST_F(MissingLibraryTest, TheModuleStartsAndAnswersWithoutTheSetting) {

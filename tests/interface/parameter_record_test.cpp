@@ -2,8 +2,9 @@
 #include <array>
 #include <cstring>
 #include <limits>
+#include <random>
 
-#include "interface/any_block.h"
+#include "interface/any_block_test.h"
 #include "support/record_bytes.h"
 
 namespace vynhost::test {

@@ -3,8 +3,9 @@
 #include <array>
 #include <cstring>
 #include <limits>
+#include <random>
 
-#include "interface/any_block.h"
+#include "interface/any_block_test.h"
 
 namespace vynhost::test {
 namespace {

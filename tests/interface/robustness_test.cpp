@@ -4,8 +4,9 @@
 #include <array>
 #include <clocale>
 #include <limits>
+#include <random>
 
-#include "interface/any_block.h"
+#include "interface/any_block_test.h"
 
 namespace vynhost::test {
 namespace {

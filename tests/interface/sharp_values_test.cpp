@@ -5,7 +5,7 @@
 #include <ostream>
 #include <utility>
 
-#include "interface/any_block.h"
+#include "interface/any_block_test.h"
 
 namespace vynhost::test {
 namespace {

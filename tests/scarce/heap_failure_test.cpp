@@ -1,7 +1,7 @@
 // A heap that is empty, at every place where the module or its library asks for something.
 #include <ostream>
 
-#include "interface/any_block.h"
+#include "interface/any_block_test.h"
 #include "scarce/failing_heap.h"
 
 namespace vynhost::test {

@@ -3,7 +3,7 @@
 
 #include <functional>
 
-#include "interface/any_block.h"
+#include "interface/any_block_test.h"
 
 namespace vynhost::test {
 namespace {

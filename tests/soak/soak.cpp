@@ -20,18 +20,12 @@
 #include <string_view>
 #include <vector>
 
+#include "support/any_block.h"
 #include "vynhost/interface/placed_block.h"
 
 namespace vynhost {
 namespace {
 
-constexpr int kThirdOctave = 5001;
-constexpr int kStatistics = 5002;
-constexpr int kAveraging = 5003;
-constexpr int kInverse = 5005;
-constexpr int kDualSpectrum = 5006;
-constexpr int kFilter = 5007;
-constexpr int kWeighting = 5008;
 constexpr int kChannels = 2;
 constexpr std::size_t kLongest = 8192;  // samples per channel
 constexpr double kMostGrowth = 1 << 20;
@@ -58,24 +52,20 @@ struct Mean {
 // Where a type's work lies that its defaults leave aside.
 void configure(PlacedBlock& block) {
     switch (block.typeCode()) {
-        case kStatistics: block.set("PkAllOn", 1); break;
-        case kAveraging: block.set("PkMode", 2); break;
-        case kDualSpectrum:
+        case kStatistik: block.set("PkAllOn", 1); break;
+        case kMittelwert: block.set("PkMode", 2); break;
+        case kDualSpektrum:
             block.set("PkCoherence", 1);
             block.set("PkAverageType", "EXPONENTIAL");
             break;
-        case kFilter:
+        case kDigitalFilter:
             block.set("PkFIRFilter", 0);
             block.set("PkFilterType", 0);
             block.set("PkFilterOrder", 8);
             break;
-        case kWeighting: block.set("PkXweight", 1); break;
+        case kFreqWeight: block.set("PkXweight", 1); break;
         default: break;
     }
-}
-
-bool carriesData(int typeCode, int input) {
-    return input == 0 || (input == 1 && (typeCode == kInverse || typeCode == kDualSpectrum));
 }
 
 class Soak {
@@ -87,7 +77,7 @@ public:
         inputs_ = static_cast<int>(block_.inputLabels().size());
         outputs_ = static_cast<int>(block_.outputLabels().size());
         for (int i = 0; i < inputs_; ++i) {
-            if (!carriesData(typeCode, i)) block_.wireInput(i, -1);
+            if (!test::carriesData(typeCode, i)) block_.wireInput(i, -1);
         }
         std::normal_distribution<float> noise(0.0F, 1.0F);
         samples_.resize(kLongest * kChannels);
@@ -129,12 +119,12 @@ private:
         const std::vector<float> values(
             samples_.begin(), samples_.begin() + static_cast<std::ptrdiff_t>(length * kChannels));
         ChannelData data = timeSignal(values, kChannels, 1.0 / 48000);
-        if (block_.typeCode() == kThirdOctave || block_.typeCode() == kInverse) {
+        if (test::takesSpectra(block_.typeCode())) {
             data.header.xAxisKind = kHertz;
             data.header.xStep = 10;
         }
         for (int i = 0; i < inputs_; ++i) {
-            if (carriesData(block_.typeCode(), i)) block_.put(i, data);
+            if (test::carriesData(block_.typeCode(), i)) block_.put(i, data);
         }
         // A block may have several results for one data block; it leaves one that it refuses.
         bool delivered = true;
@@ -179,10 +169,7 @@ int soak(const std::vector<std::string>& arguments) {
             types.push_back(std::atoi(arguments[i].c_str()));
         }
     }
-    if (types.empty()) {
-        for (int type = kFirstType; type < kFirstType + kTypes; ++type)
-            types.push_back(type);
-    }
+    if (types.empty()) types = test::allTypes();
     platform::setSharedDirectory(platform::programFolder().string());
     const ModuleLibrary module{ModuleLibrary::defaultPath()};
     int failed = 0;

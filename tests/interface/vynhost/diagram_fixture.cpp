@@ -10,22 +10,11 @@
 #include "vynhost/base/text.h"
 
 namespace vynhost::test {
-DiagramTest::DiagramTest() : HostTest(allTypes()) {
-    const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-    folder_ = std::filesystem::temp_directory_path() /
-              (std::string("vynhost-") + info->test_suite_name() + "-" + info->name());
-    std::filesystem::remove_all(folder_);
-    std::filesystem::create_directories(folder_);
-}
-
-DiagramTest::~DiagramTest() {
-    std::error_code ignored;
-    std::filesystem::remove_all(folder_, ignored);
-}
+DiagramTest::DiagramTest() : HostTest(allTypes()) {}
 
 std::filesystem::path DiagramTest::write(const std::string& name,
                                          const std::string& content) const {
-    const std::filesystem::path file = folder_ / pathOf(name);
+    const std::filesystem::path file = folder() / pathOf(name);
     std::ofstream(file, std::ios::binary) << content;
     return file;
 }
@@ -74,7 +63,7 @@ std::string DiagramTest::errorOf(const std::string& toml, int& code) {
         code = error.code();
         std::string text = error.what();
         EXPECT_EQ(text.find('\n'), std::string::npos) << text;
-        const std::string prefix = textOf(folder_ / "");
+        const std::string prefix = textOf(folder() / "");
         for (std::size_t at = text.find(prefix); at != std::string::npos; at = text.find(prefix)) {
             text.erase(at, prefix.size());
         }

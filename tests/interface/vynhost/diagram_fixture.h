@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "interface/host_fixture.h"
+#include "support/own_folder.h"
 #include "support/signals.h"
 #include "vynhost/base/errors.h"
 #include "vynhost/diagram/diagram.h"
@@ -18,9 +19,8 @@ namespace vynhost::test {
 class DiagramTest : public HostTest {
 protected:
     DiagramTest();
-    ~DiagramTest() override;
 
-    std::filesystem::path folder() const { return folder_; }
+    std::filesystem::path folder() const { return folder_.path(); }
     std::filesystem::path write(const std::string& name, const std::string& content) const;
     // A 16-bit WAV file of these samples, full scale = 1.
     std::filesystem::path writeWav(const std::string& name, const std::vector<float>& interleaved,
@@ -40,7 +40,7 @@ protected:
     const std::map<std::string, std::filesystem::path> noInputs;
 
 private:
-    std::filesystem::path folder_;
+    support::OwnFolder folder_{"vynhost-test"};
 };
 
 }  // namespace vynhost::test

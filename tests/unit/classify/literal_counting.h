@@ -1,5 +1,5 @@
 // The six counting methods a second time, for the tests: one pair of samples and one class after
-// the other, as the rules are worded, with no search, no list and no short cut.
+// the other, with no search, no list and no short cut.
 #pragma once
 
 #include <cmath>

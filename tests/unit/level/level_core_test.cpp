@@ -396,7 +396,7 @@ TEST(LevelMeter, PercentilesOfAKnownDistribution) {
     EXPECT_NEAR(quantity(outputs[0], kMinimumLevel), 40.0, 0.001);
 }
 
-// --- sentences
+// --- One behaviour after the other
 
 TEST(LevelMeter, SilenceIsZeroDecibel) {
     const Outputs outputs =

@@ -1,6 +1,5 @@
 // The level block's core a second time, for the tests: everything buffered for an interval and
-// worked through sample by sample with a logarithm each, in rows of doubles, as the rules are
-// worded.
+// worked through sample by sample with a logarithm each, in rows of doubles.
 #pragma once
 
 #include <cmath>

@@ -1,7 +1,7 @@
-#include "interface/any_block.h"
+#include "support/any_block.h"
 #include "support/signals.h"
 
-#include <cstring>
+#include <numeric>
 
 namespace vynhost::test {
 namespace {
@@ -9,13 +9,21 @@ namespace {
 constexpr int kSamples = 200;
 constexpr int kChannels = 2;
 
-bool carriesData(int typeCode, int input) {
+}  // namespace
+
+std::vector<int> allTypes() {
+    std::vector<int> types(kTypes);
+    std::iota(types.begin(), types.end(), kFirstType);
+    return types;
+}
+
+bool carriesData(Int typeCode, int input) {
     return input == 0 || (input == 1 && (typeCode == kInverseFFT || typeCode == kDualSpektrum));
 }
 
-}  // namespace
+bool takesSpectra(Int typeCode) { return typeCode == kTerzOktave || typeCode == kInverseFFT; }
 
-ChannelData suitableData(int typeCode, int input, unsigned seed) {
+ChannelData suitableData(Int typeCode, int input, unsigned seed) {
     if (!carriesData(typeCode, input)) {
         const float curve = typeCode == kFreqWeight ? 1.0F : 0.0F;  // A; 0 would bypass the block
         return timeSignal(std::vector<float>(4, curve), 1, 0.001);
@@ -25,7 +33,7 @@ ChannelData suitableData(int typeCode, int input, unsigned seed) {
     // The filters' edges and the weighting curves need room below half the rate.
     const bool filters = typeCode == kDigitalFilter || typeCode == kFreqWeight;
     ChannelData data = timeSignal(std::move(values), kChannels, filters ? 1.0 / 48000 : 0.001);
-    if (typeCode == kTerzOktave || typeCode == kInverseFFT) {
+    if (takesSpectra(typeCode)) {
         data.header.xAxisKind = kHertz;
         data.header.xStep = 10;
     }
@@ -44,35 +52,6 @@ Outputs collect(PlacedBlock& block) {
         outputs.push_back(block.take(j));
     }
     return outputs;
-}
-
-::testing::AssertionResult sameBits(const Outputs& left, const Outputs& right) {
-    if (left.size() != right.size()) {
-        return ::testing::AssertionFailure()
-               << left.size() << " and " << right.size() << " outputs";
-    }
-    for (std::size_t j = 0; j < left.size(); ++j) {
-        if (left[j].has_value() != right[j].has_value()) {
-            return ::testing::AssertionFailure() << "output " << j << " is there only once";
-        }
-        if (!left[j]) continue;
-        if (std::memcmp(&left[j]->header, &right[j]->header, sizeof(ChannelHeader)) != 0) {
-            return ::testing::AssertionFailure() << "the heads at output " << j << " differ";
-        }
-        const auto& a = left[j]->values;
-        const auto& b = right[j]->values;
-        if (a.size() != b.size()) {
-            return ::testing::AssertionFailure()
-                   << a.size() << " and " << b.size() << " values at output " << j;
-        }
-        for (std::size_t i = 0; i < a.size(); ++i) {
-            if (std::memcmp(&a[i], &b[i], sizeof(float)) != 0) {
-                return ::testing::AssertionFailure()
-                       << "output " << j << ", value " << i << ": " << a[i] << " and " << b[i];
-            }
-        }
-    }
-    return ::testing::AssertionSuccess();
 }
 
 std::vector<Outputs> run(PlacedBlock& block, int dataBlocks) {
