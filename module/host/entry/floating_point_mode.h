@@ -6,7 +6,8 @@
 namespace vynpack {
 
 // For the length of a scope: round to nearest, denormals kept, no traps, the x87 unit at full
-// precision. The caller's mode, with its exception flags, is as before afterwards.
+// precision and with an empty stack. The caller's mode, with its exception flags, is as before
+// afterwards.
 class FloatingPointMode {
 public:
     FloatingPointMode() noexcept;
@@ -15,8 +16,17 @@ public:
     FloatingPointMode& operator=(const FloatingPointMode&) = delete;
 
 private:
-    std::uint32_t callersX87_[7];
+    // As the processor stores it; the reserved halves of the first words are not looked at.
+    struct X87Environment {
+        std::uint16_t control, reserved1;
+        std::uint16_t status, reserved2;
+        std::uint16_t tags, reserved3;
+        std::uint32_t pointers[4];
+    };
+
+    X87Environment callersX87_;
     std::uint32_t callersVector_;
+    bool restarted_;
 };
 
 }  // namespace vynpack

@@ -18,6 +18,7 @@ constexpr unsigned kRoundUp = 0x4000;
 constexpr unsigned kInvalidMask = 0x0080;
 constexpr unsigned kDivisionMask = 0x0200;
 constexpr unsigned kInexactFlag = 0x0020;
+constexpr unsigned kFlags = 0x003f;
 
 // The control word of the x87 unit: all traps masked, 64-bit significand, round to nearest.
 constexpr std::uint16_t kX87Default = 0x037f;
@@ -94,7 +95,8 @@ TEST(FloatingPointMode, IsTheDefaultInsideAndTheCallersAfterwards) {
     for (const unsigned vector : vectorModes) {
         for (const std::uint16_t x87 : {kX87Default, kX87RoundUp24Bit, kX87InvalidUnmasked}) {
             const Modes modes = modesUnder(vector, x87);
-            EXPECT_EQ(modes.vectorInside, kVectorDefault) << std::hex << vector << ' ' << x87;
+            EXPECT_EQ(modes.vectorInside & ~kFlags, kVectorDefault)
+                << std::hex << vector << ' ' << x87;
             EXPECT_EQ(modes.x87Inside, kX87Default) << std::hex << vector << ' ' << x87;
             EXPECT_EQ(modes.vectorAfter, vector) << std::hex << vector << ' ' << x87;
             EXPECT_EQ(modes.x87After, x87) << std::hex << vector << ' ' << x87;
@@ -153,6 +155,56 @@ TEST(FloatingPointMode, ExtendedResultsAreFullInAHostThatWorksInSinglePrecision)
     }
     EXPECT_NE(narrow, 1.0L / 3.0L);
     EXPECT_EQ(full, 1.0L / 3.0L);
+}
+
+// The x87 unit's tags: two bits per register, 3 where it is empty.
+std::uint32_t x87Tags() {
+    std::uint32_t environment[7];
+    asm volatile("fnstenv %0\n\tfldenv %0" : "+m"(environment));
+    return environment[2] & 0xffffU;
+}
+
+TEST(FloatingPointMode, ComputesInAHostWhoseStackIsNotEmpty) {
+    volatile long double three = 3.0L;
+    long double third = 0;
+    // What vector code of the oldest kind leaves behind: all eight registers taken.
+    asm volatile("pxor %%mm0, %%mm0" : : : "mm0");
+    const std::uint32_t tagsBefore = x87Tags();
+    {
+        const FloatingPointMode mode;
+        third = 1.0L / three;
+    }
+    const std::uint32_t tagsAfter = x87Tags();
+    asm volatile("emms");
+    EXPECT_NE(tagsBefore, 0xffffU);
+    EXPECT_NE(tagsAfter, 0xffffU);
+    EXPECT_EQ(third, 1.0L / 3.0L);
+}
+
+TEST(FloatingPointMode, FlagsOfTheCallerStayWhateverIsRaisedInside) {
+    volatile long double three = 3.0L;
+    volatile long double nothing = 0.0L;
+    for (const bool raiseInside : {false, true}) {
+        std::uint16_t before = 0;
+        std::uint16_t after = 0;
+        {
+            const HostMode host(kVectorDefault, kX87RoundUp24Bit);
+            volatile long double inexact = 1.0L / three;
+            static_cast<void>(inexact);
+            before = x87StatusWord();
+            {
+                const FloatingPointMode mode;
+                if (raiseInside) {
+                    volatile long double quotient = 1.0L / nothing;
+                    static_cast<void>(quotient);
+                }
+            }
+            after = x87StatusWord();
+            EXPECT_EQ(x87ControlWord(), kX87RoundUp24Bit);
+        }
+        EXPECT_NE(before & 0x7f, 0);
+        EXPECT_EQ(after & 0x7f, before & 0x7f);
+    }
 }
 
 TEST(FloatingPointMode, FlagsRaisedInsideDoNotReachTheCaller) {
