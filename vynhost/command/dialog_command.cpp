@@ -87,8 +87,7 @@ BlockEditor::BlockEditor(ModuleHost& host, const std::filesystem::path& file,
         throw InputError({textOf(file), 0, ""}, "can't be written");
     }
     origin_->types = moduleTypes(host);
-    std::vector<std::string> notes;
-    block_ = placeBlock(host, origin_->types, origin_->entry, notes);
+    block_ = placeBlock(host, origin_->types, origin_->entry);
     origin_->record = block_->save();
 }
 

@@ -1,6 +1,7 @@
 // vynhost: lists the module's blocks, runs diagrams of them over recordings, shows their dialogs.
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <deque>
 #include <iostream>
 #include <map>
@@ -9,6 +10,8 @@
 #include "vynhost/base/text.h"
 #include "vynhost/command/dialog_command.h"
 #include "vynhost/command/list.h"
+#include "vynhost/command/skeleton.h"
+#include "vynhost/diagram/catalogue.h"
 #include "vynhost/diagram/diagram.h"
 #include "vynhost/interface/module_host.h"
 #include "vynhost/interface/platform/system.h"
@@ -22,7 +25,13 @@ namespace vynhost {
 namespace {
 
 struct ListArguments {
+    std::string type;
     bool json = false;
+    bool markdown = false;
+};
+
+struct SkeletonArguments {
+    std::vector<std::string> types;
 };
 
 struct RunArguments {
@@ -56,12 +65,33 @@ std::map<std::string, std::filesystem::path> replacedFiles(const std::vector<std
 int list(const ListArguments& arguments) {
     const ModuleLibrary module = loadModule();
     ModuleHost host(module);
-    std::cout << (arguments.json ? listAsJson(host) : listAsText(host));
+    std::vector<TypeInfo> types = moduleTypes(host);
+    if (!arguments.type.empty()) types = {typeNamed(arguments.type, types, {})};
+    if (arguments.json) {
+        std::cout << listAsJson(host, types);
+    } else if (arguments.markdown) {
+        for (const TypeInfo& type : types)
+            std::cout << keywordsAsMarkdown(type);
+    } else {
+        std::cout << (arguments.type.empty() ? listAsText(host) : typeAsText(host, types.front()));
+    }
+    return kSuccess;
+}
+
+int skeleton(const SkeletonArguments& arguments) {
+    const ModuleLibrary module = loadModule();
+    ModuleHost host(module);
+    const std::vector<TypeInfo> known = moduleTypes(host);
+    std::vector<TypeInfo> types;
+    for (const std::string& name : arguments.types)
+        types.push_back(typeNamed(name, known, {}));
+    std::cout << skeletonOf(types);
     return kSuccess;
 }
 
 int run(const RunArguments& arguments) {
     const Diagram diagram = readDiagram(pathOf(arguments.diagram));
+    requireResults(diagram);
     const ModuleLibrary module = loadModule();
     ModuleHost host(module);
     Runner runner(host, diagram, replacedFiles(arguments.inputs));
@@ -119,8 +149,20 @@ int obey(const std::vector<std::string>& words) {
 
     ListArguments listArguments;
     CLI::App* listCommand = app.add_subcommand("list", "Lists block types and their keywords");
-    listCommand->add_flag("--json", listArguments.json, "As JSON");
+    listCommand->add_option("TYPE", listArguments.type,
+                            "One type, by name, class or code, with what its keywords mean");
+    CLI::Option* json = listCommand->add_flag("--json", listArguments.json, "As JSON");
+    listCommand
+        ->add_flag("--markdown", listArguments.markdown, "The keywords as tables in Markdown")
+        ->excludes(json);
     listCommand->callback([&] { code = list(listArguments); });
+
+    SkeletonArguments skeletonArguments;
+    CLI::App* skeletonCommand = app.add_subcommand(
+        "skeleton", "Prints a diagram that runs as it is, of blocks one behind the other");
+    skeletonCommand->add_option("TYPE", skeletonArguments.types, "Names, classes or codes")
+        ->required();
+    skeletonCommand->callback([&] { code = skeleton(skeletonArguments); });
 
     RunArguments runArguments;
     CLI::App* runCommand = app.add_subcommand("run", "Runs a diagram");
@@ -137,6 +179,17 @@ int obey(const std::vector<std::string>& words) {
     dialogCommand->add_option("DIAGRAM", dialogArguments.diagram, "A TOML file")->required();
     dialogCommand->add_option("BLOCK", dialogArguments.block, "A block's name in it")->required();
     dialogCommand->callback([&] { code = dialog(dialogArguments); });
+
+    std::vector<std::string> commands;
+    for (const CLI::App* command : app.get_subcommands(nullptr))
+        commands.push_back(command->get_name());
+    if (!words.empty() && !words.front().starts_with('-') &&
+        std::ranges::find(commands, words.front()) == commands.end()) {
+        std::cerr << "vynhost: \"" << words.front() << "\" is no command"
+                  << didYouMean(words.front(), commands) << " (there are: " << joined(commands)
+                  << ")\n";
+        return kWrongInput;
+    }
 
     try {
         app.parse(std::vector<std::string>(words.rbegin(), words.rend()));

@@ -9,7 +9,7 @@
 
 #include "vynhost/base/text.h"
 #include "vynhost/diagram/block_settings.h"
-#include "vynhost/diagram/value_names.h"
+#include "vynhost/diagram/keyword_check.h"
 
 namespace vynhost {
 namespace {
@@ -43,7 +43,7 @@ class Search {
 public:
     Search(ModuleHost& host, std::span<const TypeInfo> types, int typeCode,
            const std::string& record)
-        : host_(host), types_(types), typeCode_(typeCode) {
+        : host_(host), types_(types), typeCode_(typeCode), meaning_(meaningOf(typeCode)) {
         PlacedBlock wanted(host, typeCode, record);
         rows_ = wanted.keywords();
         for (const KeywordRow& row : rows_)
@@ -78,9 +78,7 @@ public:
             const std::size_t index = static_cast<std::size_t>(row - rows_.data());
             std::vector<Setting> choices = {setting};
             if (row->type != ValueType::text) {
-                for (const KeywordValue& value : numbersFor(entry, index)) {
-                    choices.push_back(settingOf(setting, value));
-                }
+                choices.push_back(settingOf(setting, numberFor(index)));
             }
             for (const Setting& choice : choices) {
                 BlockEntry longer = entry;
@@ -109,8 +107,7 @@ private:
     // The entries, if they are taken without complaint and lead there.
     std::optional<BlockEntry> checked(const BlockEntry& entry) const {
         try {
-            std::vector<std::string> notes;
-            if (placeBlock(host_, types_, entry, notes)->save() == record_) return entry;
+            if (placeBlock(host_, types_, entry)->save() == record_) return entry;
         } catch (const InputError&) {  // a value that is not taken, or a contradiction
         }
         return std::nullopt;
@@ -121,8 +118,7 @@ private:
         entry.record.reset();
         entry.settings = {setting};
         try {
-            std::vector<std::string> notes;
-            return placeBlock(host_, types_, entry, notes)->created();
+            return placeBlock(host_, types_, entry)->created();
         } catch (const InputError&) {
             return false;
         }
@@ -138,9 +134,21 @@ private:
         return count;
     }
 
-    static Setting settingOf(const Setting& like, const KeywordValue& value) {
+    // A number that a name stands for is written as a name where one stood before.
+    Setting settingOf(const Setting& like, const KeywordValue& value) const {
         Setting setting = like;
-        if (const auto* integer = std::get_if<std::int32_t>(&value)) {
+        const auto* integer = std::get_if<std::int32_t>(&value);
+        const KeywordMeaning* keyword = meaning_.keyword(like.keyword);
+        if (integer != nullptr && keyword != nullptr &&
+            std::holds_alternative<std::string>(like.value)) {
+            for (const NamedChoice& choice : keyword->choices) {
+                if (choice.writable && choice.number == *integer) {
+                    setting.value = std::string(choice.name);
+                    return setting;
+                }
+            }
+        }
+        if (integer != nullptr) {
             setting.value = std::int64_t{*integer};
         } else if (const auto* real = std::get_if<double>(&value)) {
             setting.value = *real;
@@ -150,7 +158,7 @@ private:
         return setting;
     }
 
-    static BlockEntry with(BlockEntry entry, const KeywordRow& row, const KeywordValue& value) {
+    BlockEntry with(BlockEntry entry, const KeywordRow& row, const KeywordValue& value) const {
         bool given = false;
         for (Setting& setting : entry.settings) {
             if (!equalIgnoringCase(setting.keyword, row.name)) continue;
@@ -168,29 +176,20 @@ private:
         return entry;
     }
 
-    // What may have to be set to read the wanted number: the number itself, or, where a keyword
-    // reads back with an offset, the number without it.
-    std::vector<KeywordValue> numbersFor(const BlockEntry& entry, std::size_t index) const {
-        std::vector<KeywordValue> numbers = {wanted_[index]};
-        const auto* number = std::get_if<std::int32_t>(&wanted_[index]);
-        if (number == nullptr) return numbers;
-        const Values values = valuesOf(with(entry, rows_[index], *number));
-        const std::int64_t shifted =
-            std::int64_t{2} * *number - std::get<std::int32_t>(values[index]);
-        if (shifted != *number && shifted == static_cast<std::int32_t>(shifted)) {
-            numbers.emplace_back(static_cast<std::int32_t>(shifted));
-        }
-        return numbers;
+    // What has to be written to read the wanted number, which no keyword may be able to write.
+    KeywordValue numberFor(std::size_t index) const {
+        const KeywordMeaning* keyword = meaning_.keyword(rows_[index].name);
+        if (keyword == nullptr) return wanted_[index];
+        const WrittenValue written = meaningOfRead(*keyword, wanted_[index]);
+        if (std::holds_alternative<std::monostate>(written)) return wanted_[index];
+        return valueToSend(*keyword, written);
     }
 
     BlockEntry withNumber(const BlockEntry& entry, std::size_t index) const {
         const Values now = valuesOf(entry);
         if (sameValue(now[index], wanted_[index])) return entry;
-        for (const KeywordValue& value : numbersFor(entry, index)) {
-            BlockEntry changed = with(entry, rows_[index], value);
-            if (wrongNumbers(valuesOf(changed)) < wrongNumbers(now)) return changed;
-        }
-        return entry;
+        BlockEntry changed = with(entry, rows_[index], numberFor(index));
+        return wrongNumbers(valuesOf(changed)) < wrongNumbers(now) ? changed : entry;
     }
 
     // Names may read back as others or not at all; the record tells which one fits best.
@@ -203,8 +202,10 @@ private:
             least = bytes;
             best = std::move(changed);
         };
-        for (const std::string& name : valueNamesOf(row.name))
-            consider(with(entry, row, name));
+        if (const KeywordMeaning* keyword = meaning_.keyword(row.name)) {
+            for (const NamedChoice& choice : keyword->choices)
+                consider(with(entry, row, std::string(choice.name)));
+        }
         // Some values have no name and are there only as long as the keyword is not.
         consider(without(entry, row));
         return best;
@@ -217,7 +218,8 @@ private:
             const KeywordRow* row = rowOf(setting, rows_);
             if (row == nullptr || row->type != ValueType::real) continue;
             const KeywordValue& value = values[static_cast<std::size_t>(row - rows_.data())];
-            if (!sameValue(typedValue(setting, *row), value)) setting = settingOf(setting, value);
+            const auto given = valueOf(setting, typeCode_);
+            if (!given || !sameValue(*given, value)) setting = settingOf(setting, value);
         }
         return entry;
     }
@@ -225,6 +227,7 @@ private:
     ModuleHost& host_;
     std::span<const TypeInfo> types_;
     int typeCode_;
+    const BlockMeaning& meaning_;
     std::vector<KeywordRow> rows_;
     Values wanted_;
     std::string record_;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -12,18 +13,20 @@
 
 namespace vynhost {
 
-// Raises InputError for a type, a record, a keyword or a value that the module does not take, and
-// for values that contradict each other. Notes are lines for the reader.
+// Raises InputError for a type or record that the module does not take, for keywords and values
+// that mean nothing, and for values that change each other. Whether they fit together, and what the
+// record brings along, is looked at before a run (keyword_check.h).
 std::unique_ptr<PlacedBlock> placeBlock(ModuleHost& host, std::span<const TypeInfo> types,
-                                        const BlockEntry& entry, std::vector<std::string>& notes);
+                                        const BlockEntry& entry);
 
 // The same without a look at what becomes of it: a record or value that is not taken is passed
 // over. The type must exist.
 std::unique_ptr<PlacedBlock> placeBlockUnchecked(ModuleHost& host, int typeCode,
                                                  const BlockEntry& entry);
 
-// The setting in the keyword's own type; raises InputError when it is of another.
-KeywordValue typedValue(const Setting& setting, const KeywordRow& row);
+// What is sent to a block of the type for a setting; nothing when it is none of the type's, or
+// means nothing.
+std::optional<KeywordValue> valueOf(const Setting& setting, int typeCode);
 
 // The row of a setting's keyword, or null.
 const KeywordRow* rowOf(const Setting& setting, std::span<const KeywordRow> rows);

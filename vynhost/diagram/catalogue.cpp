@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <variant>
 
 #include "vynhost/base/text.h"
 
@@ -28,6 +27,22 @@ std::vector<TypeInfo> moduleTypes(ModuleHost& host) {
     return types;
 }
 
+const TypeInfo& typeNamed(const std::string& name, std::span<const TypeInfo> types,
+                          const Place& place) {
+    const auto type = std::ranges::find_if(types, [&](const TypeInfo& info) {
+        return equalIgnoringCase(name, info.longName) || equalIgnoringCase(name, info.shortName) ||
+               equalIgnoringCase(name, info.className) || name == std::to_string(info.code);
+    });
+    if (type != types.end()) return *type;
+    std::vector<std::string> names;
+    for (const TypeInfo& info : types) {
+        for (const std::string& known : {info.longName, info.shortName, info.className}) {
+            names.push_back(known);
+        }
+    }
+    throw InputError(place, "\"" + name + "\" is no block type" + didYouMean(name, names));
+}
+
 std::vector<std::string> connectorNames(const std::vector<std::string>& labels) {
     std::vector<std::string> names;
     for (auto label = labels.begin(); label != labels.end(); ++label) {
@@ -39,11 +54,6 @@ std::vector<std::string> connectorNames(const std::vector<std::string>& labels) 
     return names;
 }
 
-bool isReadable(const std::string& text) {
-    return text.size() > 1 &&
-           std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~'; });
-}
-
 std::string typeText(ValueType type) {
     switch (type) {
         case ValueType::real: return "number";
@@ -52,14 +62,6 @@ std::string typeText(ValueType type) {
         case ValueType::flag: return "flag";
     }
     return "unknown";
-}
-
-std::string valueText(const KeywordValue& value) {
-    if (const auto* text = std::get_if<std::string>(&value)) {
-        return isReadable(*text) ? *text : "(does not read back)";
-    }
-    if (const auto* real = std::get_if<double>(&value)) return toText(*real);
-    return std::to_string(std::get<std::int32_t>(value));
 }
 
 }  // namespace vynhost

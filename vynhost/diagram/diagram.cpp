@@ -380,4 +380,18 @@ Diagram parseDiagram(const std::string& text, const std::filesystem::path& file)
     return Reader(file).read(text);
 }
 
+void requireResults(const Diagram& diagram) {
+    const Place place{textOf(diagram.file), 0, ""};
+    if (diagram.sources.empty() && diagram.blocks.empty() && diagram.sinks.empty()) {
+        throw InputError(place,
+                         "the diagram is empty: it needs a [source.NAME], blocks with wires, and a "
+                         "[sink.NAME] (vynhost skeleton prints one)");
+    }
+    if (diagram.sinks.empty() && diagram.comparisons.empty()) {
+        throw InputError(place,
+                         "nothing would be written: a [sink.NAME] with from and csv or svg, or a "
+                         "[compare.NAME], is missing");
+    }
+}
+
 }  // namespace vynhost

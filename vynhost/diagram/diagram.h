@@ -139,4 +139,8 @@ Diagram readDiagram(const std::filesystem::path& file);
 // The same from a file's text.
 Diagram parseDiagram(const std::string& text, const std::filesystem::path& file);
 
+// Raises InputError for a diagram from which nothing would come: an empty one, or one without sinks
+// and comparisons.
+void requireResults(const Diagram& diagram);
+
 }  // namespace vynhost

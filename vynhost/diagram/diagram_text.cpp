@@ -275,6 +275,12 @@ std::string settingText(const Setting& setting) {
     return setting.keyword + " = " + valueText(setting.value);
 }
 
+std::string settingValueText(const WrittenValue& value) {
+    if (const auto* name = std::get_if<std::string_view>(&value)) return quoted(std::string(*name));
+    if (const auto* real = std::get_if<double>(&value)) return realText(*real);
+    return std::to_string(std::get<std::int32_t>(value));
+}
+
 std::string rewriteBlock(const std::string& text, const std::filesystem::path& file,
                          const BlockEntry& before, const BlockEntry& after) {
     const toml::table root = toml::parse(text);

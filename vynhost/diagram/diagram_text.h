@@ -5,6 +5,7 @@
 #include <string>
 
 #include "vynhost/diagram/diagram.h"
+#include "vynhost/diagram/keyword_table.h"
 
 namespace vynhost {
 
@@ -15,5 +16,8 @@ std::string rewriteBlock(const std::string& text, const std::filesystem::path& f
 
 // A setting as a line of a diagram: `PkPhase = 1`.
 std::string settingText(const Setting& setting);
+
+// What stands behind the equals sign for a keyword's value, which must not be none.
+std::string settingValueText(const WrittenValue& value);
 
 }  // namespace vynhost

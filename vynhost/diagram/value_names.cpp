@@ -52,25 +52,4 @@ std::vector<ValueName> valueNames(PlacedBlock& block, int output) {
     return {measures[index]};
 }
 
-std::span<const std::string> valueNamesOf(std::string_view keyword) {
-    struct Keyword {
-        std::string_view name;
-        std::vector<std::string> values;
-    };
-    static const std::vector<Keyword> keywords = {
-        {"PkAmplType",
-         {"PEAK", "RMS", "POWERSPECTRUM", "PSD", "AUTOSPECTRUM", "CEPSTRUM", "REALIMAGINAER"}},
-        {"PkWndFct",
-         {"RECTANGLE", "HANNING", "HAMMING", "BLACKMAN", "FLATTOP", "KAISER", "COS10PERC", "WELCH",
-          "PARZEN", "BARTLETT", "VALLEE", "CAUCHY", "GAUSS", "EXPONENTIAL", "RIEMANN"}},
-        {"PkAverageType",
-         {"ARITHMETIC", "EXPONENTIAL", "PEAKMIN", "PEAKMAX", "MINMAXAVERAGE", "PEAKMINMAX", "NO"}},
-        {"PkTransFCTType", {"SPECTRUM H0", "SPECTRUM H1", "SPECTRUM H2"}},
-    };
-    for (const Keyword& known : keywords) {
-        if (equalIgnoringCase(known.name, keyword)) return known.values;
-    }
-    return {};
-}
-
 }  // namespace vynhost

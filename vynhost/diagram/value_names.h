@@ -1,10 +1,7 @@
-// Names that the interface does not tell: of quantities in data blocks, of the values that keywords
-// take.
+// Names that the interface does not tell: of quantities in data blocks.
 #pragma once
 
-#include <span>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "vynhost/interface/placed_block.h"
@@ -20,9 +17,5 @@ struct ValueName {
 // q of channel c at q * channels + c. Empty for outputs that carry samples. The block's settings
 // count as they are at the call.
 std::vector<ValueName> valueNames(PlacedBlock& block, int output);
-
-// The names that set a keyword whose type is text, the default's among them. Empty for keywords
-// that the host does not know.
-std::span<const std::string> valueNamesOf(std::string_view keyword);
 
 }  // namespace vynhost

@@ -9,6 +9,7 @@
 #include "vynhost/base/text.h"
 #include "vynhost/diagram/block_settings.h"
 #include "vynhost/diagram/catalogue.h"
+#include "vynhost/diagram/keyword_check.h"
 #include "vynhost/interface/placed_block.h"
 #include "vynhost/run/interrupt.h"
 #include "vynhost/run/source.h"
@@ -27,6 +28,7 @@ struct Runner::Node {
     std::vector<bool> wired;
     std::vector<std::string> outputs;
     std::vector<Outlet> outlets;
+    bool checkedAtRate = false;
     std::vector<Node*> before;  // whose outputs come in here
 };
 
@@ -84,7 +86,9 @@ void Runner::placeBlocks() {
     for (const BlockEntry& entry : diagram_.blocks) {
         auto node = std::make_unique<Node>();
         node->entry = &entry;
-        node->block = placeBlock(host_, types, entry, notes_);
+        node->block = placeBlock(host_, types, entry);
+        checkValues(meaningOf(static_cast<std::int32_t>(node->block->typeCode())), entry,
+                    valuesOf(*node->block, entry));
         node->inputs = connectorNames(node->block->inputLabels());
         node->outputs = connectorNames(node->block->outputLabels());
         node->wired.resize(node->inputs.size());
@@ -260,8 +264,25 @@ bool Runner::targetsFree(const Outlet& outlet) {
     });
 }
 
+// What can be said about a block's settings only when the rate of its signal is known: before the
+// block has seen any data.
+void Runner::checkAtRate(Node& node, const ChannelHeader& header) {
+    if (std::exchange(node.checkedAtRate, true)) return;
+    const bool milliseconds = header.xAxisKind == kMilliseconds;
+    if (!milliseconds && header.xAxisKind != kSeconds) return;
+    const double rate = (milliseconds ? 1000.0 : 1.0) / header.xStep;
+    const BlockEntry& entry = *node.entry;
+    const auto type = static_cast<std::int32_t>(node.block->typeCode());
+    const KeywordValues values = valuesOf(*node.block, entry);
+    checkValuesAtRate(meaningOf(type), entry, values, rate);
+    if (type == kDigitalFilter && values.is("PkFIRFilter", "IIR")) {
+        checkFilterDesign(*node.block, entry, rate);
+    }
+}
+
 void Runner::deliver(Outlet& outlet, const ChannelData& data) {
     for (const Target& target : outlet.targets) {
+        if (target.input == 0) checkAtRate(*target.node, data.header);
         if (target.node->block->put(target.input, data) == Handle::none) {
             throw RunError(kWrongInput, "memory is out");
         }
@@ -330,8 +351,12 @@ void Runner::raiseIfDataWaits() const {
     for (const Node* node : order_) {
         std::vector<std::string> waiting;
         std::vector<std::string> empty;
+        std::vector<std::string> open;
         for (std::size_t i = 0; i < node->inputs.size(); ++i) {
-            if (!node->wired[i]) continue;
+            if (!node->wired[i]) {
+                open.push_back(node->entry->name + "." + node->inputs[i]);
+                continue;
+            }
             const bool waits = node->block->waits(static_cast<int>(i));
             (waits ? waiting : empty).push_back(node->entry->name + "." + node->inputs[i]);
         }
@@ -339,8 +364,13 @@ void Runner::raiseIfDataWaits() const {
         std::string text = textOf(diagram_.file) + ":" + std::to_string(node->entry->place.line) +
                            ": block." + node->entry->name + ": the data at " + joined(waiting) +
                            " is not taken";
-        text += empty.empty() ? " (do the inputs fit together?)"
-                              : ", nothing comes to " + joined(empty);
+        if (!empty.empty()) {
+            text += ", nothing comes to " + joined(empty);
+        } else if (!open.empty()) {
+            text += ", not wired: " + joined(open);
+        } else {
+            text += " (do the inputs fit together?)";
+        }
         throw RunError(kStalled, text);
     }
 }

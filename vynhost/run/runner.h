@@ -70,6 +70,7 @@ private:
     bool step(Node& node);
     bool handOn(Node& node);
     static bool targetsFree(const Outlet& outlet);
+    static void checkAtRate(Node& node, const ChannelHeader& header);
     static void deliver(Outlet& outlet, const ChannelData& data);
     void raiseBlockError(Node& node);
     void raiseIfDataWaits() const;

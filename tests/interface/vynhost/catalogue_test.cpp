@@ -13,7 +13,7 @@ class CatalogueTest : public RunTest {};
 
 TEST_F(CatalogueTest, TheListNamesEveryTypeAndKeyword) {
     const std::string text = listAsText(host);
-    const std::string json = listAsJson(host);
+    const std::string json = listAsJson(host, moduleTypes(host));
     for (int code = kFirstType; code < kFirstType + kTypes; ++code) {
         EXPECT_THAT(text, HasSubstr(std::to_string(code)));
         EXPECT_THAT(json, HasSubstr(host.infoText(code, kLongName)));

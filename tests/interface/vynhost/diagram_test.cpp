@@ -80,27 +80,32 @@ TEST_F(DiagramError, UnknownKeyword) {
 }
 
 TEST_F(DiagramError, UnknownValueName) {
-    EXPECT_EQ(errorOf(fft + "PkWndFct = \"HANN\"\n"),
-              "d.toml:6: block.fft.PkWndFct: the block does not take \"HANN\", it keeps "
-              "\"RECTANGLE\"");
+    EXPECT_EQ(errorOf(fft + "PkWndFct = \"HANING\"\n"),
+              "d.toml:6: block.fft.PkWndFct: \"HANING\" is none of its values, did you mean "
+              "HANNING? (allowed is RECTANGLE, HANNING, HAMMING, BLACKMAN, FLATTOP, KAISER, "
+              "COS10PERC, WELCH, PARZEN, BARTLETT, VALLEE, CAUCHY, GAUSS, EXPONENTIAL or RIEMANN)");
 }
 
 TEST_F(DiagramError, ValueOfAnotherType) {
-    EXPECT_EQ(errorOf(fft + "PkWndFct = 66\n"),
-              "d.toml:6: block.fft.PkWndFct: takes a name, in quotes");
+    EXPECT_THAT(errorOf(fft + "PkWndFct = 66\n"),
+                ::testing::StartsWith("d.toml:6: block.fft.PkWndFct: takes a name, in quotes, "
+                                      "allowed is RECTANGLE, HANNING, "));
     EXPECT_EQ(errorOf(fft + "PkPhase = 0.5\n"),
-              "d.toml:6: block.fft.PkPhase: takes a whole number");
+              "d.toml:6: block.fft.PkPhase: takes a name or a whole number, allowed is off (0) or "
+              "on (1)");
     EXPECT_EQ(errorOf(fft + "PkWndPara = \"10\"\n"),
-              "d.toml:6: block.fft.PkWndPara: takes a number");
-    EXPECT_EQ(errorOf(fft + "PkPhase = 5000000000\n"),
-              "d.toml:6: block.fft.PkPhase: 5000000000 is out of range");
+              "d.toml:6: block.fft.PkWndPara: takes a number, allowed is 0 to 100");
+    EXPECT_EQ(
+        errorOf(fft + "PkPhase = 5000000000\n"),
+        "d.toml:6: block.fft.PkPhase: 5000000000 is none of its values, allowed is off (0) or "
+        "on (1)");
 }
 
 TEST_F(DiagramError, NoneForValuesThatReadBackDifferently) {
     for (const char* setting :
          {"PkAmplType = \"PSD\"", "PkAmplType = \"peak\"", "PkWndFct = \"RECTANGLE\"",
-          "PkWndCorrectTyp = 0", "PkWndCorrectTyp = 1", "PkWndCorrectTyp = 2", "PkPhase = true",
-          "PkWndPara = 3", "PkWndPara = nan"}) {
+          "PkWndCorrectTyp = 0", "PkWndCorrectTyp = 1", "PkWndCorrectTyp = \"amplitude\"",
+          "PkPhase = true", "PkWndPara = 3"}) {
         EXPECT_EQ(errorOf(fft + setting + "\n[wire]\n\"fft.E\" = \"s\"\n"), "") << setting;
     }
 }
@@ -165,14 +170,39 @@ TEST_F(DiagramError, DataThatIsNeverTaken) {
     EXPECT_EQ(code, kStalled);
 }
 
+TEST_F(DiagramError, DataThatIsNeverTakenForWantOfAWire) {
+    int code = 0;
+    EXPECT_EQ(errorOf(source + "[block.dual]\ntype = 5006\n[wire]\n\"dual.E\" = \"s\"\n", code),
+              "d.toml:4: block.dual: the data at dual.E is not taken, not wired: dual.A, dual.T");
+    EXPECT_EQ(code, kStalled);
+}
+
 TEST_F(DiagramError, OfABlockCarriesItsOwnText) {
     VYN_NEEDS_BOXES();
     int code = 0;
-    EXPECT_EQ(errorOf(source + "[block.low]\ntype = \"Filter\"\nPkCutoffFreq = 4000\n[wire]\n"
-                               "\"low.E\" = \"s\"\n",
-                      code),
-              "d.toml:4: block.low: Fehler ! Die Grenzfrenz ist gößer als die halbe Abtastrate.");
+    EXPECT_EQ(errorOf(source + "[block.thirds]\ntype = 5001\n[wire]\n\"thirds.E\" = \"s\"\n", code),
+              "d.toml:4: block.thirds: Terz-/ Oktavanalyse nur für Daten im Frequenzbereich "
+              "(Einheit: Hz, kHz)");
     EXPECT_EQ(code, kBlockError);
+}
+
+TEST_F(DiagramError, OfADiagramFromWhichNothingWouldCome) {
+    const auto error = [&](const std::string& text) {
+        try {
+            requireResults(parseDiagram(text, "d.toml"));
+        } catch (const InputError& raised) {
+            return std::string(raised.what());
+        }
+        return std::string();
+    };
+    EXPECT_EQ(error("# nothing\n"),
+              "d.toml: the diagram is empty: it needs a [source.NAME], blocks with wires, and a "
+              "[sink.NAME] (vynhost skeleton prints one)");
+    EXPECT_EQ(error(wired),
+              "d.toml: nothing would be written: a [sink.NAME] with from and csv or svg, or a "
+              "[compare.NAME], is missing");
+    EXPECT_EQ(error(wired + "[sink.x]\nfrom = \"fft.S\"\ncsv = \"x.csv\"\n"), "");
+    EXPECT_EQ(error(wired + "[compare.x]\nof = \"s\"\nwith = \"s\"\n"), "");
 }
 
 }  // namespace

@@ -45,6 +45,35 @@ TEST_F(MainTest, RefusesWhatItDoesNotKnow) {
     EXPECT_EQ(vynhost("run a.toml --fast").code, 2);
 }
 
+TEST_F(MainTest, OffersTheCommandThatWasMeant) {
+    const Outcome outcome = vynhost("rum d.toml");
+    EXPECT_EQ(outcome.code, 2);
+    EXPECT_EQ(outcome.error,
+              "vynhost: \"rum\" is no command, did you mean run? (there are: list, skeleton, run, "
+              "dialog)\n");
+}
+
+TEST_F(MainTest, ListsOneTypeAndPrintsASkeleton) {
+    const Outcome list = vynhost("list FFT");
+    EXPECT_EQ(list.code, 0);
+    EXPECT_THAT(list.out, StartsWith("5004  TOSpektrum"));
+    EXPECT_THAT(vynhost("list 5004 --json").out, HasSubstr("\"class\": \"TOSpektrum\""));
+    EXPECT_THAT(vynhost("list pegel --markdown").out, StartsWith("| keyword | "));
+    EXPECT_EQ(vynhost("list FFFT").code, 2);
+    const Outcome skeleton = vynhost("skeleton FFT Terz_Oktav_Analyse");
+    EXPECT_EQ(skeleton.code, 0);
+    write("d.toml", skeleton.out);
+    EXPECT_EQ(vynhost("run " + at("d.toml") + " --out " + at("out")).code, 0);
+    EXPECT_TRUE(std::filesystem::exists(folder() / "out" / "bands.csv"));
+}
+
+TEST_F(MainTest, RunsNoDiagramFromWhichNothingWouldCome) {
+    write("d.toml", "");
+    const Outcome outcome = vynhost("run " + at("d.toml"));
+    EXPECT_EQ(outcome.code, 2);
+    EXPECT_THAT(outcome.error, HasSubstr("d.toml: the diagram is empty: it needs "));
+}
+
 TEST_F(MainTest, ShowsDialogsOnWindowsOnly) {
     EXPECT_THAT(vynhost("--help").out, HasSubstr("dialog "));
     EXPECT_EQ(vynhost("dialog").code, 2);
