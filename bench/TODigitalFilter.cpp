@@ -1,4 +1,4 @@
-// The filter blocks through Simulation, beside liquid-dsp's filters on the same data. Items are
+// The digital filter through Simulation, beside liquid-dsp's filters on the same data. Items are
 // samples over all channels.
 #include <benchmark/benchmark.h>
 #include <liquid/liquid.h>
@@ -8,7 +8,6 @@
 
 #include "bench_host.h"
 #include "blocks/filter/TODigitalFilter.h"
-#include "blocks/filter/TOFreqWeight.h"
 
 namespace vynpack::bench {
 namespace {
@@ -31,9 +30,6 @@ void blockShapes(benchmark::internal::Benchmark* benchmark, const std::vector<st
 void orders(benchmark::internal::Benchmark* benchmark) { blockShapes(benchmark, {2, 8}, "order"); }
 void taps(benchmark::internal::Benchmark* benchmark) {
     blockShapes(benchmark, {25, 255, 4095}, "taps");
-}
-void curves(benchmark::internal::Benchmark* benchmark) {
-    blockShapes(benchmark, {1, 2, 3}, "curve");
 }
 
 void countSamples(benchmark::State& state) {
@@ -78,27 +74,6 @@ void DigitalFilter_Fir(benchmark::State& state) {
     runBlock(state, host, block);
 }
 BENCHMARK(DigitalFilter_Fir)->Apply(taps);
-
-void FreqWeight_TimeSignal(benchmark::State& state) {
-    BenchHost host;
-    addSignal(host, state);
-    TOFreqWeight block;
-    block.parameters().weighting = static_cast<std::int16_t>(state.range(2));
-    runBlock(state, host, block);
-}
-BENCHMARK(FreqWeight_TimeSignal)->Apply(curves);
-
-void FreqWeight_LevelSpectrum(benchmark::State& state) {
-    BenchHost host;
-    HostBlock& input = addSignal(host, state);
-    input.header().xAxisKind = kAxisHertz;
-    input.header().yUnit = kUnitDecibel;
-    input.header().xStep = 5.0;
-    TOFreqWeight block;
-    block.parameters().weighting = static_cast<std::int16_t>(state.range(2));
-    runBlock(state, host, block);
-}
-BENCHMARK(FreqWeight_LevelSpectrum)->Apply(curves);
 
 // --- liquid-dsp: single precision, samples that lie ready channel by channel ----------------
 

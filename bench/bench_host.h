@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <list>
 #include <vector>
 
@@ -81,6 +82,8 @@ public:
         nextOutput_ = outputs_.begin();
         return block.Simulation(record);
     }
+    // The blocks that the last Simulation has asked for.
+    std::ptrdiff_t given() { return std::distance(outputs_.begin(), nextOutput_); }
 
 private:
     static std::int64_t answer(std::uint32_t message, std::int64_t first, std::int64_t second) {
