@@ -240,106 +240,53 @@ TEST(DualSpectrum, CoherenceOfASingleBlockIsOneWhereBothSignalsHaveALine) {
 
 // --- Against a second calculation --------------------------------------------------------------
 
+// A value per line.
+using Column = std::vector<double>;
+
+struct Spectrum {
+    Column re, im;
+};
+
+// Per line of the excitation's spectrum X and the response's Y.
+struct Products {
+    Spectrum cross;     // conj(Y) X
+    Column excitation;  // |X|^2
+    Column response;    // |Y|^2
+};
+
+Samples single(const Column& column) { return {column.begin(), column.end()}; }
+
 // The block's calculation, step by step on plain arrays, for one channel.
 class Model {
 public:
     Model(int n, int window) : n_(n), m_(n / 2), window_(window) {
-        for (auto& accumulator : accumulators_)
-            accumulator.assign(m_, 0.0);
+        for (Column& average : averages_)
+            average.assign(m_, 0.0);
     }
 
-    Lines block(const DualSpectrumSettings& s, const Samples& e, const Samples& a, double factor) {
+    Lines block(const DualSpectrumSettings& s, const Samples& e, const Samples& a, double growth) {
         ++counter_;
-        const auto [xr, xi] = spectrumOf(e);
-        const auto [yr, yi] = spectrumOf(a);
-        std::vector<double> w1(m_), w2(m_), w3(m_), w4(m_), pr(m_), pi(m_), xx(m_), yy(m_);
-        for (int k = 0; k < m_; ++k) {
-            pr[k] = yr[k] * xr[k] + yi[k] * xi[k];
-            pi[k] = yr[k] * xi[k] - yi[k] * xr[k];
-            xx[k] = xr[k] * xr[k] + xi[k] * xi[k];
-            yy[k] = yr[k] * yr[k] + yi[k] * yi[k];
-        }
-        const int mode = s.averageType - 81;
-        const bool on = s.averageType != 80;
-        const bool results = s.crossSpectrum || (s.transferType != 91 && s.transferType != 92);
-        if (s.crossSpectrum) {
-            w3 = pr;
-            w4 = pi;
-        } else {
-            if (s.transferType == 91) {
-                w1 = pr, w2 = pi, w3 = xx;
-                if (on) take(0, w1, mode), take(1, w2, mode), take(2, w3, mode);
-            } else if (s.transferType == 92) {
-                w1 = yy, w3 = pr, w4 = pi;
-                if (on) take(0, w1, mode), take(2, w3, mode), take(3, w4, mode);
-            } else {
-                w1.assign(yr.begin(), yr.begin() + m_), w2.assign(yi.begin(), yi.begin() + m_);
-                w3.assign(xr.begin(), xr.begin() + m_), w4.assign(xi.begin(), xi.begin() + m_);
-            }
-            for (int k = 0; k < m_; ++k) {
-                // The conjugate of the quotient, by complex arithmetic.
-                const std::complex<double> numerator(w1[k], w2[k]);
-                const std::complex<double> denominator(w3[k], w4[k]);
-                const auto quotient =
-                    std::norm(denominator) == 0.0
-                        ? 0.0
-                        : std::conj(numerator * std::conj(denominator)) / std::norm(denominator);
-                w3[k] = quotient.real();
-                w4[k] = quotient.imag();
-            }
-        }
-        if (s.amplitudeType == 56) {
-            w1 = w3, w2 = w4;
-            if (on && results) take(0, w1, mode), take(1, w2, mode);
-        } else {
-            if (s.averageSource != 88) {
-                w1 = cepstrum(w3, w4);
-                take(0, w1, mode);
-                for (double& w : w1) {
-                    if (s.amplitudeType == 50) w = std::sqrt(w);
-                    if (s.amplitudeType == 51) w = std::sqrt(w / 2);
-                    if (s.amplitudeType == 52 || s.amplitudeType == 53) w /= 2;
-                }
-            } else {
-                const auto c = cepstrum(w3, w4);
-                for (int k = 0; k < m_; ++k) {
-                    const double power = w3[k] * w3[k] + w4[k] * w4[k];
-                    switch (s.amplitudeType) {
-                        case 50: w1[k] = std::sqrt(power); break;
-                        case 51: w1[k] = std::sqrt(power) / std::sqrt(2.0); break;
-                        case 52:
-                        case 53: w1[k] = power / 2; break;
-                        case 54: w1[k] = power; break;
-                        case 55: w1[k] = c[k]; break;
-                        default: w1[k] = 0; break;
-                    }
-                }
-                if (on && results) take(0, w1, mode);
-            }
-            for (int k = 0; k < m_; ++k) {
-                // An imaginary part of 0 has no sign here.
-                const double im = w4[k] == 0 ? 0.0 : w4[k];
-                const double angle = w3[k] == 0 && im == 0 ? 0 : std::atan2(im, w3[k]);
-                w2[k] = degrees(angle) * (s.transferType == 91 ? 1 : -1);
-            }
-        }
-        std::vector<double> coherence(m_);
-        if (s.coherence) {
-            take(4, yy, 0), take(5, xx, 0), take(6, pr, 0), take(7, pi, 0);
-            for (int k = 0; k < m_; ++k) {
-                const double product = yy[k] * xx[k];
-                coherence[k] = product != 0 ? (pr[k] * pr[k] + pi[k] * pi[k]) / product : 0;
-            }
-        }
+        const Spectrum x = spectrumOf(e);
+        const Spectrum y = spectrumOf(a);
+        const Products products = productsOf(x, y);
+        const Spectrum result = s.crossSpectrum ? products.cross : transfer(s, x, y, products);
         Lines lines;
-        for (int k = 0; k < m_; ++k) {
-            auto amplitude = static_cast<float>(w1[k]);
-            if (s.amplitudeType == 53) amplitude /= static_cast<float>(kResolution);
-            lines.amplitudes.push_back(amplitude);
-            if (s.phase || s.amplitudeType == 56) lines.phases.push_back(static_cast<float>(w2[k]));
-            if (s.coherence) lines.coherences.push_back(static_cast<float>(coherence[k]));
+        if (s.amplitudeType == kRealImaginary) {
+            const Spectrum parts = averagedParts(s, result);
+            lines.amplitudes = single(parts.re);
+            lines.phases = single(parts.im);
+        } else {
+            lines.amplitudes =
+                single(s.averageSource == kAverageAmplitude ? averagedAmplitudes(s, result)
+                                                            : amplitudesOfAveragedPower(s, result));
+            if (s.amplitudeType == kPowerDensity) {
+                for (float& amplitude : lines.amplitudes)
+                    amplitude /= static_cast<float>(kResolution);
+            }
+            if (s.phase) lines.phases = single(phases(s, result));
         }
-        weight_ = (weight_ + 1.0) * factor;
+        if (s.coherence) lines.coherences = single(coherence(products));
+        weight_ = (weight_ + 1.0) * growth;
         return lines;
     }
 
@@ -349,53 +296,204 @@ public:
     }
 
 private:
-    struct Pair {
-        std::vector<double> re, im;
+    // Averages from block to block. The first four places are those of the quotients H1 and H2,
+    // which are averaged before the division, and of every other result, which is averaged itself;
+    // the coherence has places of its own.
+    enum Place {
+        kNumeratorRe,
+        kNumeratorIm,
+        kDenominatorRe,
+        kDenominatorIm,
+        kResultRe = kNumeratorRe,
+        kResultIm = kNumeratorIm,
+        kResponsePower = 4,
+        kExcitationPower,
+        kCrossRe,
+        kCrossIm,
+        kPlaces,
     };
 
-    // A Hanning window with amplitude correction, or none.
-    Pair spectrumOf(const Samples& samples) const {
-        Pair s{std::vector<double>(samples.begin(), samples.end()), std::vector<double>(n_)};
+    static bool dividesProducts(const DualSpectrumSettings& s) {
+        return s.transferType == kTransferH1 || s.transferType == kTransferH2;
+    }
+    // Averaging comes last, unless it came before a division.
+    static bool averagesResult(const DualSpectrumSettings& s) {
+        return s.averageType != kNoAveraging && (s.crossSpectrum || !dividesProducts(s));
+    }
+
+    // Lines of one-sided amplitudes: 2 FFT / n, with a Hanning window and its amplitude correction
+    // of 2, or none.
+    Spectrum spectrumOf(const Samples& samples) const {
+        Spectrum s{Column(samples.begin(), samples.end()), Column(n_)};
         s.re.resize(n_ + 2);
         if (window_ == kHanningWindow) {
             for (int i = 0; i < n_; ++i)
                 s.re[i] *= 0.5 * (1 - std::cos(2 * std::numbers::pi * i / n_));
         }
         test::naiveTransform(s.re.data(), s.im.data(), n_);
-        for (int k = 0; k < m_; ++k) {
-            s.re[k] /= m_;
-            s.im[k] /= m_;
-            if (window_ == kHanningWindow) s.re[k] *= 2.0, s.im[k] *= 2.0;
+        const double correction = window_ == kHanningWindow ? 2.0 : 1.0;
+        for (Column* part : {&s.re, &s.im}) {
+            part->resize(m_);
+            for (double& line : *part)
+                line = line / m_ * correction;
         }
         return s;
     }
 
-    std::vector<double> cepstrum(const std::vector<double>& re,
-                                 const std::vector<double>& im) const {
-        std::vector<double> r(m_ + 2), i(m_ + 2), out(m_, 0.0);
+    Products productsOf(const Spectrum& x, const Spectrum& y) const {
+        Products p{{Column(m_), Column(m_)}, Column(m_), Column(m_)};
+        for (int k = 0; k < m_; ++k) {
+            p.cross.re[k] = y.re[k] * x.re[k] + y.im[k] * x.im[k];
+            p.cross.im[k] = y.re[k] * x.im[k] - y.im[k] * x.re[k];
+            p.excitation[k] = x.re[k] * x.re[k] + x.im[k] * x.im[k];
+            p.response[k] = y.re[k] * y.re[k] + y.im[k] * y.im[k];
+        }
+        return p;
+    }
+
+    // The conjugate of Y / X, of H1 = conj(Y) X / |X|^2 or of H2 = |Y|^2 / (conj(Y) X).
+    Spectrum transfer(const DualSpectrumSettings& s, const Spectrum& x, const Spectrum& y,
+                      const Products& products) {
+        const Column zeros(m_, 0.0);
+        Spectrum numerator = y;
+        Spectrum denominator = x;
+        if (s.transferType == kTransferH1) {
+            numerator = products.cross;
+            denominator = {products.excitation, zeros};
+        } else if (s.transferType == kTransferH2) {
+            numerator = {products.response, zeros};
+            denominator = products.cross;
+        }
+        if (dividesProducts(s) && s.averageType != kNoAveraging) {
+            // What is real has no imaginary part to average.
+            average(kNumeratorRe, numerator.re, s.averageType);
+            if (s.transferType == kTransferH1) {
+                average(kNumeratorIm, numerator.im, s.averageType);
+            }
+            average(kDenominatorRe, denominator.re, s.averageType);
+            if (s.transferType == kTransferH2) {
+                average(kDenominatorIm, denominator.im, s.averageType);
+            }
+        }
+        Spectrum quotient{zeros, zeros};
+        for (int k = 0; k < m_; ++k) {
+            const std::complex<double> above(numerator.re[k], numerator.im[k]);
+            const std::complex<double> below(denominator.re[k], denominator.im[k]);
+            if (std::norm(below) == 0.0) continue;
+            const auto line = std::conj(above * std::conj(below)) / std::norm(below);
+            quotient.re[k] = line.real();
+            quotient.im[k] = line.imag();
+        }
+        return quotient;
+    }
+
+    Spectrum averagedParts(const DualSpectrumSettings& s, Spectrum result) {
+        if (averagesResult(s)) {
+            average(kResultRe, result.re, s.averageType);
+            average(kResultIm, result.im, s.averageType);
+        }
+        return result;
+    }
+
+    // With R for a line of the result: |R|, |R| / sqrt(2), |R|^2 / 2, |R|^2 or the cepstrum.
+    Column averagedAmplitudes(const DualSpectrumSettings& s, const Spectrum& result) {
+        Column amplitudes =
+            s.amplitudeType == kCepstrum ? cepstrum(result) : converted(s.amplitudeType, result);
+        if (averagesResult(s)) average(kResultRe, amplitudes, s.averageType);
+        return amplitudes;
+    }
+
+    Column converted(std::uint16_t amplitudeType, const Spectrum& result) const {
+        Column amplitudes(m_, 0.0);
+        for (int k = 0; k < m_; ++k) {
+            const double power = result.re[k] * result.re[k] + result.im[k] * result.im[k];
+            switch (amplitudeType) {
+                case kPeak: amplitudes[k] = std::sqrt(power); break;
+                case kRms: amplitudes[k] = std::sqrt(power) / std::sqrt(2.0); break;
+                case kPowerSpectrum:
+                case kPowerDensity: amplitudes[k] = power / 2; break;
+                case kAutoSpectrum: amplitudes[k] = power; break;
+                default: break;
+            }
+        }
+        return amplitudes;
+    }
+
+    // Kept: what is averaged as power is the cepstrum, and is averaged without averaging too.
+    Column amplitudesOfAveragedPower(const DualSpectrumSettings& s, const Spectrum& result) {
+        Column amplitudes = cepstrum(result);
+        average(kResultRe, amplitudes, s.averageType);
+        for (double& amplitude : amplitudes) {
+            switch (s.amplitudeType) {
+                case kPeak: amplitude = std::sqrt(amplitude); break;
+                case kRms: amplitude = std::sqrt(amplitude / 2); break;
+                case kPowerSpectrum:
+                case kPowerDensity: amplitude /= 2; break;
+                default: break;
+            }
+        }
+        return amplitudes;
+    }
+
+    // In degrees, -180 to 180; the result is the conjugate of what it is named for, except H1.
+    Column phases(const DualSpectrumSettings& s, const Spectrum& result) const {
+        const double sign = s.transferType == kTransferH1 ? 1.0 : -1.0;
+        Column phases(m_);
+        for (int k = 0; k < m_; ++k) {
+            // An imaginary part of 0 has no sign here.
+            const double im = result.im[k] == 0 ? 0.0 : result.im[k];
+            const bool none = result.re[k] == 0 && im == 0;
+            phases[k] = sign * degrees(none ? 0.0 : std::atan2(im, result.re[k]));
+        }
+        return phases;
+    }
+
+    // |mean of conj(Y) X|^2 / (mean of |Y|^2 times mean of |X|^2), arithmetic means always.
+    Column coherence(Products p) {
+        average(kResponsePower, p.response, kArithmeticAveraging);
+        average(kExcitationPower, p.excitation, kArithmeticAveraging);
+        average(kCrossRe, p.cross.re, kArithmeticAveraging);
+        average(kCrossIm, p.cross.im, kArithmeticAveraging);
+        Column coherence(m_, 0.0);
+        for (int k = 0; k < m_; ++k) {
+            const double powers = p.response[k] * p.excitation[k];
+            const double cross = p.cross.re[k] * p.cross.re[k] + p.cross.im[k] * p.cross.im[k];
+            if (powers != 0) coherence[k] = cross / powers;
+        }
+        return coherence;
+    }
+
+    // Power of the FFT of log10 |R|^2 over the m lines, amplitudes 2 FFT / m; the second half is 0.
+    Column cepstrum(const Spectrum& result) const {
+        Column re(m_ + 2);
+        Column im(m_ + 2);
         for (int k = 0; k < m_; ++k)
-            r[k] = std::log10(re[k] * re[k] + im[k] * im[k]);
-        test::naiveTransform(r.data(), i.data(), m_);
-        for (int k = 0; k <= m_ / 2 && k < m_; ++k)
-            out[k] = (r[k] * r[k] + i[k] * i[k]) / ((m_ / 2) * (m_ / 2));
+            re[k] = std::log10(result.re[k] * result.re[k] + result.im[k] * result.im[k]);
+        test::naiveTransform(re.data(), im.data(), m_);
+        Column out(m_, 0.0);
+        const int half = m_ / 2;
+        for (int k = 0; k <= half && k < m_; ++k)
+            out[k] = (re[k] * re[k] + im[k] * im[k]) / (half * half);
         return out;
     }
 
-    void take(int accumulator, std::vector<double>& present, int mode) {
-        auto& past = accumulators_[static_cast<std::size_t>(accumulator)];
-        if (counter_ >= 2) {
-            for (int k = 0; k < m_; ++k) {
-                const double n = counter_;
-                switch (mode) {
-                    case 1: present[k] += (past[k] - present[k]) / n; break;
-                    case 2: present[k] = std::min(past[k], present[k]); break;
-                    case 3: present[k] = std::max(past[k], present[k]); break;
-                    case 4: present[k] = (past[k] * weight_ + present[k]) / (weight_ + 1); break;
-                    default: present[k] = past[k] + (present[k] - past[k]) / n; break;
-                }
-            }
-        }
+    // From the second block on the present values become the average with those of the place, which
+    // keeps it. An unknown type is arithmetic.
+    void average(Place place, Column& present, std::uint16_t type) {
+        Column& past = averages_.at(place);
+        for (int k = 0; k < m_ && counter_ >= 2; ++k)
+            present[k] = averaged(past[k], present[k], type);
         past = present;
+    }
+    double averaged(double past, double present, std::uint16_t type) const {
+        const double n = counter_;
+        switch (type) {
+            case kExponentialAveraging: return present + (past - present) / n;
+            case kMinimumAveraging: return std::min(past, present);
+            case kMaximumAveraging: return std::max(past, present);
+            case kWeightedAveraging: return (past * weight_ + present) / (weight_ + 1);
+            default: return past + (present - past) / n;
+        }
     }
 
     int n_;
@@ -403,7 +501,7 @@ private:
     int window_;
     int counter_ = 0;
     double weight_ = 1.0;
-    std::array<std::vector<double>, 8> accumulators_;
+    std::array<Column, kPlaces> averages_;
 };
 
 void expectNear(const Samples& actual, const Samples& expected, const std::string& what,
@@ -435,20 +533,26 @@ std::string nameOf(const DualSpectrumSettings& s) {
            std::to_string(s.averageSource) + " coherence " + std::to_string(s.coherence);
 }
 
+// The cross spectrum and the three transfer functions.
+std::vector<DualSpectrumSettings> allQuantities() {
+    std::vector<DualSpectrumSettings> all = {{.crossSpectrum = true, .transferType = kTransferH0}};
+    for (const TransferType type : {kTransferH0, kTransferH1, kTransferH2})
+        all.push_back(transferSettings(type));
+    return all;
+}
+
 std::vector<DualSpectrumSettings> allSettings() {
+    constexpr std::uint16_t kUnknownAveraging = kMinMaxAveraging + 1;
     std::vector<DualSpectrumSettings> all;
-    for (const int quantity : {0, 90, 91, 92}) {
-        for (int amplitude = 50; amplitude <= 57; ++amplitude) {
-            for (int average = 80; average <= 87; ++average) {
-                for (const int source : {88, 89}) {
+    for (DualSpectrumSettings s : allQuantities()) {
+        s.phase = true;
+        for (std::uint16_t amplitude = kPeak; amplitude <= kZoomFft; ++amplitude) {
+            s.amplitudeType = amplitude;
+            for (std::uint16_t type = kNoAveraging; type <= kUnknownAveraging; ++type) {
+                s.averageType = type;
+                for (const AverageSource source : {kAverageAmplitude, kAveragePower}) {
+                    s.averageSource = source;
                     for (const bool coherence : {false, true}) {
-                        DualSpectrumSettings s;
-                        s.crossSpectrum = quantity == 0;
-                        s.transferType = quantity == 0 ? 90 : static_cast<std::uint16_t>(quantity);
-                        s.amplitudeType = static_cast<std::uint16_t>(amplitude);
-                        s.averageType = static_cast<std::uint16_t>(average);
-                        s.averageSource = static_cast<std::uint16_t>(source);
-                        s.phase = true;
                         s.coherence = coherence;
                         all.push_back(s);
                     }
@@ -497,12 +601,9 @@ TEST(DualSpectrum, EveryCombinationAgreesWithTheStepByStepCalculation) {
 TEST(DualSpectrum, ManyLinesAreWorkedOnInPiecesWithoutSeams) {
     // More lines than are worked on together, and no multiple of them.
     constexpr int n = 270;
-    for (const int quantity : {0, 90, 91, 92}) {
-        for (const int amplitude : {50, 55, 56}) {
-            DualSpectrumSettings settings = transferSettings(static_cast<TransferType>(quantity));
-            settings.crossSpectrum = quantity == 0;
-            settings.transferType = quantity == 0 ? 90 : settings.transferType;
-            settings.amplitudeType = static_cast<std::uint16_t>(amplitude);
+    for (DualSpectrumSettings settings : allQuantities()) {
+        for (const AmplitudeType amplitude : {kPeak, kCepstrum, kRealImaginary}) {
+            settings.amplitudeType = amplitude;
             settings.averageType = kExponentialAveraging;
             settings.phase = settings.coherence = true;
             DualSpectrum spectrum;
@@ -663,10 +764,11 @@ TEST(DualSpectrum, EveryChangeOfSettingsInTheMiddleOfAnAverageIsFollowed) {
         for (unsigned block = 0; block < 8; ++block) {
             if (block == 0 || random() % 2 == 0) {
                 settings.crossSpectrum = random() % 4 == 0;
-                settings.transferType = static_cast<std::uint16_t>(90 + random() % 3);
-                settings.averageType = random() % 2 == 0
-                                           ? std::uint16_t{kArithmeticAveraging}
-                                           : static_cast<std::uint16_t>(81 + random() % 6);
+                settings.transferType = static_cast<std::uint16_t>(kTransferH0 + random() % 3);
+                settings.averageType =
+                    random() % 2 == 0
+                        ? std::uint16_t{kArithmeticAveraging}
+                        : static_cast<std::uint16_t>(kArithmeticAveraging + random() % 6);
                 settings.averageSource = random() % 4 == 0 ? kAveragePower : kAverageAmplitude;
                 settings.amplitudeType = random() % 4 == 0 ? kRealImaginary : kAutoSpectrum;
             }
