@@ -1,6 +1,7 @@
 #include "vynhost/base/text.h"
 
 #include <algorithm>
+#include <cmath>
 #include <numeric>
 #include <vector>
 
@@ -36,6 +37,16 @@ std::string toText(double number, int digits) {
         std::to_chars(buffer, buffer + sizeof buffer, number, std::chars_format::general, digits)
             .ptr;
     return {buffer, end};
+}
+
+double roundedToStep(double number, double step) {
+    constexpr int kMostDecimals = 15;
+    if (!(step > 0)) return number;
+    const int decimals = static_cast<int>(std::ceil(-std::log10(step))) + 2;
+    if (decimals < 0 || decimals > kMostDecimals) return number;
+    const double scale = std::pow(10.0, decimals);
+    const double scaled = std::round(number * scale);
+    return std::abs(scaled) < 9e15 ? scaled / scale : number;
 }
 
 std::optional<double> toNumber(std::string_view text) {

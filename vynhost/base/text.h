@@ -20,6 +20,9 @@ std::string toText(Number number) {
 // With that many significant digits.
 std::string toText(double number, int digits);
 
+// To a hundredth of the step or better, with the fewest decimals: what is counted in such steps.
+double roundedToStep(double number, double step);
+
 // The whole text as a number; nothing when it is none.
 std::optional<double> toNumber(std::string_view text);
 

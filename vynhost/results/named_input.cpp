@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <utility>
 
+#include "vynhost/base/text.h"
+
 namespace vynhost {
 
 NamedInput::NamedInput(const SinkEntry& entry, const OutletInfo& outlet, const ChannelData& first,
                        const ChartStyle& style)
-    : hasTable_(!entry.csv.empty()) {
+    : hasTable_(!entry.csv.empty()), overIntervals_(outlet.overIntervals) {
     const std::size_t quantities = outlet.values.size();
     const std::size_t channels = first.values.size() / quantities;
     nameAxis(axis_, first.header);
@@ -34,12 +36,22 @@ void NamedInput::take(const ChannelData& block) {
 }
 
 void NamedInput::finish() {
-    if (blocks_ == 1) decide(first_.header.xStart == 0, first_);
+    if (blocks_ == 1) decide(first_.header.xStart == 0 && !overIntervals_, first_);
 }
 
 std::optional<double> NamedInput::nextX() const {
     if (rows_.empty()) return std::nullopt;
     return rows_.front().x;
+}
+
+std::string NamedInput::rowHead() const {
+    std::string text = toText(rows_.front().x, 12);
+    if (overIntervals_) text += "," + toText(rows_.front().end, 12);
+    return text;
+}
+
+std::string NamedInput::endColumn() const {
+    return overIntervals_ ? ",end [" + axis_.xUnit + "]" : "";
 }
 
 void NamedInput::writeCells(std::string& line) {
@@ -59,6 +71,7 @@ void NamedInput::writeCells(std::string& line) {
 
 Series NamedInput::axis() const {
     Series result = axis_;
+    if (overIntervals_) result.xName = "begin";
     if (!curves_.empty()) result.name = curves_.front().series.name;
     return result;
 }
@@ -76,6 +89,7 @@ void NamedInput::addSeries(std::vector<Series>& all) const {
 void NamedInput::decide(bool counted, const ChannelData& second) {
     counted_ = counted;
     if (counted) {
+        overIntervals_ = false;
         axis_ = {};
         axis_.xName = "block";
     }
@@ -84,11 +98,12 @@ void NamedInput::decide(bool counted, const ChannelData& second) {
 }
 
 void NamedInput::addRow(const ChannelData& block) {
-    Row row{counted_ ? static_cast<double>(++added_) : block.header.xStart, {}};
+    const double x = counted_ ? static_cast<double>(++added_) : block.header.xStart;
+    Row row{x, x + block.header.xStep, {}};
     for (std::size_t i = 0; i < places_.size(); ++i) {
         std::optional<float> value;
         if (places_[i] < block.values.size()) value = block.values[places_[i]];
-        if (value) curves_[i].points.add(row.x, *value);
+        if (value) curves_[i].points.add(overIntervals_ ? row.end : row.x, *value);
         row.values.push_back(value);
     }
     if (hasTable_) rows_.push_back(std::move(row));

@@ -14,7 +14,8 @@
 
 namespace vynhost {
 
-// Where data blocks start at 0 each time they are counted, which shows in the second one.
+// Where data blocks start at 0 each time they are counted, which shows in the second one. Rows of
+// intervals have a begin and an end; a picture shows them at their end, when they are known.
 class NamedInput : public SinkInput {
 public:
     NamedInput(const SinkEntry& entry, const OutletInfo& outlet, const ChannelData& first,
@@ -25,9 +26,11 @@ public:
 
     bool flows() const override { return true; }
     std::optional<double> nextX() const override;
+    std::string rowHead() const override;
     void writeCells(std::string& line) override;
     std::string columns() const override { return columnNames(curves_); }
     Series axis() const override;
+    std::string endColumn() const override;
     double step() const override { return step_; }
 
     void addSeries(std::vector<Series>& all) const override;
@@ -35,6 +38,7 @@ public:
 private:
     struct Row {
         double x;
+        double end;  // of an interval
         std::vector<std::optional<float>> values;
     };
 
@@ -42,6 +46,7 @@ private:
     void addRow(const ChannelData& block);
 
     bool hasTable_;
+    bool overIntervals_;
     Series axis_;
     std::vector<std::size_t> places_;  // of the columns in a data block
     std::vector<FlowingCurve> curves_;

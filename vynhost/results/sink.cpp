@@ -86,6 +86,7 @@ void Sink::writeHead() {
     const Series axis = places_.front().input->axis();
     std::string line = axis.xName;
     if (!axis.xUnit.empty()) line += " [" + axis.xUnit + "]";
+    line += places_.front().input->endColumn();
     for (const Place& place : places_)
         line += place.input->columns();
     table_->write(line + "\n");
@@ -109,7 +110,7 @@ void Sink::writeRow() {
                                                leader->input->axis().name + kDifferentAxes);
         }
     }
-    std::string line = toText(x, 12);
+    std::string line = leader->input->rowHead();
     for (const Place& place : places_)
         place.input->writeCells(line);
     table_->write(line += '\n');
@@ -120,7 +121,10 @@ void Sink::finish() {
         if (!places_[i].input) {
             throw RunError(kStalled, entry_.place.file + ":" + std::to_string(entry_.place.line) +
                                          ": " + entry_.place.key + ": nothing came out at " +
-                                         entry_.from[i].text());
+                                         entry_.from[i].text() +
+                                         (places_[i].outlet->notes.empty()
+                                              ? ""
+                                              : " (" + places_[i].outlet->notes.front() + ")"));
         }
         places_[i].input->finish();
     }
@@ -130,11 +134,24 @@ void Sink::finish() {
             places_, [](const Place& place) { return place.input->nextX().has_value(); })) {
             writeRow();
         }
+        writeNotes();
         table_->close();
     }
     if (picture_ != nullptr) {
         picture_->write(svgChart(series(), style_));
         picture_->close();
+    }
+}
+
+// Lines that begin with a number sign, as comments in tables do.
+void Sink::writeNotes() {
+    std::vector<std::string> written;
+    for (const Place& place : places_) {
+        for (const std::string& note : place.outlet->notes) {
+            if (std::ranges::find(written, note) != written.end()) continue;
+            table_->write("# " + note + "\n");
+            written.push_back(note);
+        }
     }
 }
 

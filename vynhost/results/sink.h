@@ -42,6 +42,7 @@ private:
     void checkAxes() const;
     void writeHead();
     void writeRow();
+    void writeNotes();
     bool rowsAreComplete() const;
 
     const SinkEntry& entry_;

@@ -4,6 +4,8 @@
 
 namespace vynhost {
 
+std::string SinkInput::rowHead() const { return toText(*nextX(), 12); }
+
 void appendCell(std::string& line, float value) { line += "," + toText(value); }
 
 }  // namespace vynhost

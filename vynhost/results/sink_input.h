@@ -27,6 +27,8 @@ public:
     virtual bool flows() const { return false; }
     // The x of the next row, when it is there.
     virtual std::optional<double> nextX() const = 0;
+    // What stands before the next row's cells.
+    virtual std::string rowHead() const;
     // Appends the next row's cells, a comma before each, and goes on to the row behind it; past the
     // end empty cells.
     virtual void writeCells(std::string& line) = 0;
@@ -34,6 +36,8 @@ public:
     virtual std::string columns() const = 0;
     // The first column's name, and the x axis.
     virtual Series axis() const = 0;
+    // The name of a second column with where rows end; none where they have but one x.
+    virtual std::string endColumn() const { return ""; }
     // How far apart x values are.
     virtual double step() const = 0;
 

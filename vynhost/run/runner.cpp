@@ -12,6 +12,7 @@
 #include "vynhost/diagram/keyword_check.h"
 #include "vynhost/interface/placed_block.h"
 #include "vynhost/run/interrupt.h"
+#include "vynhost/run/level_intervals.h"
 #include "vynhost/run/source.h"
 
 namespace vynhost {
@@ -30,6 +31,8 @@ struct Runner::Node {
     std::vector<Outlet> outlets;
     bool checkedAtRate = false;
     std::vector<Node*> before;  // whose outputs come in here
+    std::optional<LevelIntervals> intervals = {};
+    int followers = 0;  // samples behind the data that the last intervals have been given
 };
 
 namespace {
@@ -97,6 +100,10 @@ void Runner::placeBlocks() {
             OutletInfo& info = node->outlets.back().info;
             info.name = entry.name + "." + output;
             info.values = valueNames(*node->block, static_cast<int>(node->outlets.size()) - 1);
+        }
+        if (node->block->typeCode() == kLevel) {
+            node->intervals.emplace(node->block->getReal("PkFreqOut"));
+            node->outlets.front().info.overIntervals = true;
         }
         nodes_.push_back(std::move(node));
     }
@@ -222,8 +229,10 @@ void Runner::carryUnits() {
             carry(outlet, outlet.info.unit);
             for (const Target& target : outlet.targets) {
                 if (target.node->block->typeCode() != kMittelwert) continue;
-                for (Outlet& next : target.node->outlets)
+                for (Outlet& next : target.node->outlets) {
                     next.info.values = outlet.info.values;
+                    next.info.overIntervals = outlet.info.overIntervals;
+                }
             }
         }
     }
@@ -253,9 +262,14 @@ void Runner::run() {
                 moves |= step(*node);
                 moves |= handOn(*node);
             }
+            if (moves) continue;
+            for (Node* node : order_)
+                moves |= endInterval(*node);
         }
         raiseIfDataWaits();
     }
+    for (Node* node : order_)
+        noteRest(*node);
 }
 
 bool Runner::targetsFree(const Outlet& outlet) {
@@ -286,6 +300,7 @@ void Runner::deliver(Outlet& outlet, const ChannelData& data) {
         if (target.node->block->put(target.input, data) == Handle::none) {
             throw RunError(kWrongInput, "memory is out");
         }
+        if (target.node->intervals && target.input == 0) target.node->intervals->take(data);
     }
     for (const Listener& take : outlet.listeners)
         take(data);
@@ -328,10 +343,45 @@ bool Runner::handOn(Node& node) {
     for (std::size_t j = 0; j < node.outlets.size(); ++j) {
         const auto output = static_cast<int>(j);
         if (!node.block->delivered(output) || !targetsFree(node.outlets[j])) continue;
-        deliver(node.outlets[j], *node.block->take(output));
+        ChannelData data = *node.block->take(output);
+        if (node.intervals) {
+            const LevelIntervals::Interval interval = node.intervals->next();
+            data.header.xStart = interval.begin;
+            data.header.xStep = interval.end - interval.begin;
+        }
+        deliver(node.outlets[j], data);
         moved = true;
     }
     return moved;
+}
+
+// A level block puts out an interval when it sees that data follow. When none come any more, a
+// sample behind the data shows it the end of an interval that is complete; it belongs to no row.
+bool Runner::endInterval(Node& node) {
+    constexpr int kMostFollowers = 4;  // two intervals wait at most, of one sample each
+    if (!node.intervals || !node.intervals->isComplete() || node.block->waits(0)) return false;
+    if (++node.followers > kMostFollowers) return false;
+    return node.block->put(0, node.intervals->follower()) != Handle::none;
+}
+
+void Runner::noteRest(Node& node) {
+    if (!node.intervals || node.intervals->rest() <= 0) return;
+    const std::int64_t rest = node.intervals->rest();
+    const std::string note = node.entry->name + ": the last " + std::to_string(rest) +
+                             (rest == 1 ? " sample (" : " samples (") +
+                             toText(node.intervals->secondsOf(rest), 12) +
+                             " s) fill no interval of " +
+                             toText(node.intervals->intervalSeconds(), 12) + " s and are in no row";
+    notes_.push_back(note);
+    const std::function<void(Node&)> mark = [&](Node& from) {
+        for (Outlet& outlet : from.outlets) {
+            if (!outlet.info.overIntervals) continue;
+            outlet.info.notes.push_back(note);
+            for (const Target& target : outlet.targets)
+                mark(*target.node);
+        }
+    };
+    mark(node);
 }
 
 void Runner::raiseBlockError(Node& node) {

@@ -16,9 +16,11 @@ namespace vynhost {
 
 // What comes out at one source or output.
 struct OutletInfo {
-    std::string name;                    // as the diagram calls it
-    std::string unit;                    // of the recording that it stems from
-    std::vector<ValueName> values = {};  // of data blocks that hold named quantities
+    std::string name;                     // as the diagram calls it
+    std::string unit;                     // of the recording that it stems from
+    std::vector<ValueName> values = {};   // of data blocks that hold named quantities
+    bool overIntervals = false;           // data blocks hold what an interval of time came to
+    std::vector<std::string> notes = {};  // after the run: what of the data is not in there
 };
 
 class Runner {
@@ -38,7 +40,7 @@ public:
     using Listener = std::function<void(const ChannelData& block)>;
     void listen(const ConnectorName& name, Listener take);
 
-    // One line per source: what was read, what was left out or added.
+    // A line each: what was read, what was left out or added.
     const std::vector<std::string>& notes() const noexcept { return notes_; }
 
 private:
@@ -69,6 +71,8 @@ private:
     bool feed(Feed& feed);
     bool step(Node& node);
     bool handOn(Node& node);
+    bool endInterval(Node& node);
+    void noteRest(Node& node);
     static bool targetsFree(const Outlet& outlet);
     static void checkAtRate(Node& node, const ChannelHeader& header);
     static void deliver(Outlet& outlet, const ChannelData& data);
