@@ -28,7 +28,7 @@ if(header_sources)
   target_include_directories(header_checks PRIVATE ${PROJECT_SOURCE_DIR} module module/blocks
     analysis analysis/include tests)
   target_compile_definitions(header_checks PRIVATE VYN_KERNEL_LEVEL=baseline)
-  target_compile_options(header_checks PRIVATE -O0)
+  target_compile_options(header_checks PRIVATE -O0 -U_FORTIFY_SOURCE)
 else()
   add_custom_target(header_checks)
 endif()
