@@ -9,10 +9,12 @@
 #include "vynhost/base/errors.h"
 #include "vynhost/base/text.h"
 #include "vynhost/command/dialog_command.h"
+#include "vynhost/command/doctor.h"
 #include "vynhost/command/list.h"
 #include "vynhost/command/skeleton.h"
 #include "vynhost/diagram/catalogue.h"
 #include "vynhost/diagram/diagram.h"
+#include "vynhost/interface/installation.h"
 #include "vynhost/interface/module_host.h"
 #include "vynhost/interface/platform/system.h"
 #include "vynhost/results/comparison.h"
@@ -41,15 +43,6 @@ struct RunArguments {
     bool quiet = false;
 };
 
-// The module beside the program, which finds its analysis library there as well unless a place has
-// been set up.
-ModuleLibrary loadModule() {
-    if (!platform::sharedDirectory()) {
-        platform::setSharedDirectory(textOf(platform::programFolder()));
-    }
-    return ModuleLibrary(ModuleLibrary::defaultPath());
-}
-
 std::map<std::string, std::filesystem::path> replacedFiles(const std::vector<std::string>& inputs) {
     std::map<std::string, std::filesystem::path> files;
     for (const std::string& input : inputs) {
@@ -63,7 +56,7 @@ std::map<std::string, std::filesystem::path> replacedFiles(const std::vector<std
 }
 
 int list(const ListArguments& arguments) {
-    const ModuleLibrary module = loadModule();
+    const ModuleLibrary module = loadModule(findInstallation());
     ModuleHost host(module);
     std::vector<TypeInfo> types = moduleTypes(host);
     if (!arguments.type.empty()) types = {typeNamed(arguments.type, types, {})};
@@ -79,7 +72,7 @@ int list(const ListArguments& arguments) {
 }
 
 int skeleton(const SkeletonArguments& arguments) {
-    const ModuleLibrary module = loadModule();
+    const ModuleLibrary module = loadModule(findInstallation());
     ModuleHost host(module);
     const std::vector<TypeInfo> known = moduleTypes(host);
     std::vector<TypeInfo> types;
@@ -92,7 +85,9 @@ int skeleton(const SkeletonArguments& arguments) {
 int run(const RunArguments& arguments) {
     const Diagram diagram = readDiagram(pathOf(arguments.diagram));
     requireResults(diagram);
-    const ModuleLibrary module = loadModule();
+    const Installation installation = findInstallation();
+    requireLibrary(installation);
+    const ModuleLibrary module = loadModule(installation);
     ModuleHost host(module);
     Runner runner(host, diagram, replacedFiles(arguments.inputs));
     ResultFiles files(pathOf(arguments.out));
@@ -130,7 +125,7 @@ int dialog(const DialogArguments& arguments) {
     if (!platform::kHasDialogs) {
         throw InputError("dialogs exist on Windows only; here keywords set a block up");
     }
-    const ModuleLibrary module = loadModule();
+    const ModuleLibrary module = loadModule(findInstallation());
     ModuleHost host(module);
     std::cout << showBlockDialog(host, arguments);
     return kSuccess;
@@ -179,6 +174,10 @@ int obey(const std::vector<std::string>& words) {
     dialogCommand->add_option("DIAGRAM", dialogArguments.diagram, "A TOML file")->required();
     dialogCommand->add_option("BLOCK", dialogArguments.block, "A block's name in it")->required();
     dialogCommand->callback([&] { code = dialog(dialogArguments); });
+
+    CLI::App* doctorCommand =
+        app.add_subcommand("doctor", "Says what is installed where, and whether it works");
+    doctorCommand->callback([&] { code = examine(std::cout); });
 
     std::vector<std::string> commands;
     for (const CLI::App* command : app.get_subcommands(nullptr))

@@ -1,6 +1,7 @@
 #include "vynhost/interface/module_library.h"
 
 #include <string>
+#include <system_error>
 
 #include "vynhost/interface/platform/system.h"
 
@@ -40,7 +41,11 @@ void* ModuleLibrary::find(const char* name) const noexcept {
 }
 
 std::filesystem::path ModuleLibrary::defaultPath() {
-    return platform::programFolder() / platform::kModuleFile;
+    const std::filesystem::path folder = platform::programFolder();
+    const std::filesystem::path beside = folder / platform::kModuleFile;
+    std::error_code unreadable;
+    if (std::filesystem::is_regular_file(beside, unreadable)) return beside;
+    return (folder / VYN_MODULE_FOLDER / platform::kModuleFile).lexically_normal();
 }
 
 }  // namespace vynhost

@@ -55,7 +55,8 @@ public:
     // Any other exported name, or null.
     void* find(const char* name) const noexcept;
 
-    // The module beside the running program.
+    // The module beside the running program (as it is built, and installed on Windows), else where
+    // an installation has it, whether or not it is there.
     static std::filesystem::path defaultPath();
 
 private:

@@ -50,7 +50,7 @@ TEST_F(MainTest, OffersTheCommandThatWasMeant) {
     EXPECT_EQ(outcome.code, 2);
     EXPECT_EQ(outcome.error,
               "vynhost: \"rum\" is no command, did you mean run? (there are: list, skeleton, run, "
-              "dialog)\n");
+              "dialog, doctor)\n");
 }
 
 TEST_F(MainTest, ListsOneTypeAndPrintsASkeleton) {

@@ -118,6 +118,23 @@ std::optional<std::string> sharedDirectory();
 // Windows the setting is the machine's. False when it could not be written.
 bool setSharedDirectory(const std::optional<std::string>& directory);
 
+// What that setting is called, and the file in the Analysis folder.
+extern const char* const kSharedDirectoryName;
+extern const char* const kLibraryFile;  // ovanlys.so or ovanlys.dll
+
+// While it lives, a module that this process loads finds this shared directory instead of the
+// setting. Other processes never see it, and nothing of it stays behind.
+class SharedDirectoryForLoading {
+public:
+    explicit SharedDirectoryForLoading(const std::filesystem::path& directory);
+    ~SharedDirectoryForLoading();
+    SharedDirectoryForLoading(const SharedDirectoryForLoading&) = delete;
+    SharedDirectoryForLoading& operator=(const SharedDirectoryForLoading&) = delete;
+
+private:
+    std::optional<std::string> before_;
+};
+
 // The folder of the running program.
 std::filesystem::path programFolder();
 

@@ -318,6 +318,16 @@ bool setSharedDirectory(const std::optional<std::string>& directory) {
                       : ::unsetenv("OVSHAREDDIR64")) == 0;
 }
 
+const char* const kLibraryFile = "ovanlys.so";
+const char* const kSharedDirectoryName = "environment variable OVSHAREDDIR64";
+
+SharedDirectoryForLoading::SharedDirectoryForLoading(const std::filesystem::path& directory)
+    : before_(sharedDirectory()) {
+    setSharedDirectory(directory.string());
+}
+
+SharedDirectoryForLoading::~SharedDirectoryForLoading() { setSharedDirectory(before_); }
+
 std::filesystem::path programFolder() {
     return std::filesystem::read_symlink("/proc/self/exe").parent_path();
 }

@@ -331,7 +331,7 @@ std::string ParameterFile::contents() {
 // --- Libraries and surroundings -------------------------------------------------------------
 
 void* loadLibrary(const std::filesystem::path& path, std::string& why) {
-    const HMODULE library = ::LoadLibraryA(path.string().c_str());
+    const HMODULE library = ::LoadLibraryW(path.c_str());
     if (library == nullptr) why = "error " + std::to_string(::GetLastError());
     return library;
 }
@@ -372,6 +372,44 @@ bool setSharedDirectory(const std::optional<std::string>& directory) {
                                : ::RegDeleteValueA(key, kDirectoryValue);
     ::RegCloseKey(key);
     return status == ERROR_SUCCESS || (!directory && status == ERROR_FILE_NOT_FOUND);
+}
+
+const char* const kLibraryFile = "ovanlys.dll";
+const char* const kSharedDirectoryName =
+    "registry value OVSHAREDDIR64 of HKLM\\SOFTWARE\\Orvane\\Common\\Installer";
+
+namespace {
+
+// A key of this process's own, which stands in for the machine's hive: any user may make it, and it
+// is gone with the session at the latest.
+std::wstring standInPath() {
+    return L"Software\\Vynpack.vynhost." + std::to_wstring(::GetCurrentProcessId());
+}
+
+}  // namespace
+
+SharedDirectoryForLoading::SharedDirectoryForLoading(const std::filesystem::path& directory) {
+    HKEY hive = nullptr;
+    if (::RegCreateKeyExW(HKEY_CURRENT_USER, standInPath().c_str(), 0, nullptr, REG_OPTION_VOLATILE,
+                          KEY_ALL_ACCESS, nullptr, &hive, nullptr) != ERROR_SUCCESS) {
+        return;  // the setting serves
+    }
+    HKEY key = nullptr;
+    if (::RegCreateKeyExA(hive, kInstallerKey, 0, nullptr, REG_OPTION_VOLATILE, KEY_SET_VALUE,
+                          nullptr, &key, nullptr) == ERROR_SUCCESS) {
+        const std::wstring text = directory.wstring();
+        ::RegSetValueExW(key, L"OVSHAREDDIR64", 0, REG_SZ,
+                         reinterpret_cast<const BYTE*>(text.c_str()),
+                         static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
+        ::RegCloseKey(key);
+        ::RegOverridePredefKey(HKEY_LOCAL_MACHINE, hive);
+    }
+    ::RegCloseKey(hive);
+}
+
+SharedDirectoryForLoading::~SharedDirectoryForLoading() {
+    ::RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr);
+    ::RegDeleteTreeW(HKEY_CURRENT_USER, standInPath().c_str());
 }
 
 std::filesystem::path programFolder() {

@@ -1,0 +1,75 @@
+# Where the files go, by each system's habits:
+#
+#     Linux                                   Windows
+#     bin/vynhost                             vynhost.exe
+#     lib/vynpack/VYNPACKM.so                 VYNPACKM.dll
+#     lib/vynpack/Analysis/ovanlys.so         Analysis\ovanlys.dll
+#     include, lib/cmake/Vynpack              include, lib\cmake\Vynpack
+#     share/doc/vynpack, share/man, ...       docs, examples
+#
+# The module lies where a shared directory is looked into: the library in the folder Analysis beside it. The
+# program finds the module by its own place (VYN_MODULE_FOLDER), so that the whole tree may be moved.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+if(WIN32)
+  set(program_folder .)
+  set(module_folder .)
+  set(document_folder .)
+  set(include_folder include)
+  set(config_folder lib/cmake/Vynpack)
+else()
+  set(program_folder ${CMAKE_INSTALL_BINDIR})
+  set(module_folder ${CMAKE_INSTALL_LIBDIR}/vynpack)
+  set(document_folder ${CMAKE_INSTALL_DOCDIR})
+  set(include_folder ${CMAKE_INSTALL_INCLUDEDIR})
+  set(config_folder ${CMAKE_INSTALL_LIBDIR}/cmake/Vynpack)
+endif()
+file(RELATIVE_PATH from_program_to_module /prefix/${program_folder} /prefix/${module_folder})
+if(from_program_to_module STREQUAL "")
+  set(from_program_to_module .)
+endif()
+target_compile_definitions(module_host PRIVATE VYN_MODULE_FOLDER="${from_program_to_module}")
+
+# --- What runs ---------------------------------------------------------------------------------------
+install(TARGETS vynhost RUNTIME DESTINATION ${program_folder} COMPONENT runtime)
+install(TARGETS VYNPACKM LIBRARY DESTINATION ${module_folder} COMPONENT runtime)
+install(TARGETS ovanlys LIBRARY DESTINATION ${module_folder}/Analysis COMPONENT runtime)
+
+# --- What is read: the pages for users; those for whoever works on it stay with the sources --------------
+install(FILES ${PROJECT_SOURCE_DIR}/CHANGELOG.md DESTINATION ${document_folder} COMPONENT runtime)
+install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${document_folder} COMPONENT runtime)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs DESTINATION ${document_folder} COMPONENT runtime
+  FILES_MATCHING PATTERN *.md PATTERN *.png PATTERN *.svg
+  PATTERN tools EXCLUDE PATTERN decisions* EXCLUDE PATTERN house.* EXCLUDE)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${document_folder} COMPONENT runtime
+  FILES_MATCHING PATTERN *.toml PATTERN host EXCLUDE)
+if(NOT WIN32)
+  foreach(page vynhost.1 vynhost-diagram.5)
+    string(REGEX MATCH "[0-9]$" section ${page})
+    configure_file(linux/${page} ${page} @ONLY)
+    install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${page} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section} COMPONENT runtime)
+  endforeach()
+  install(FILES linux/vynhost.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+    RENAME vynhost COMPONENT runtime)
+endif()
+
+# --- What others build with: find_package(Vynpack) ---------------------------------------------------
+add_library(host_interface INTERFACE)
+add_library(ovanlys_functions INTERFACE)
+set_target_properties(ovanlys_functions PROPERTIES EXPORT_NAME ovanlys)
+foreach(target host_interface ovanlys_functions)
+  target_include_directories(${target} INTERFACE $<INSTALL_INTERFACE:${include_folder}>)
+endforeach()
+target_compile_features(ovanlys_functions INTERFACE cxx_std_17)
+install(TARGETS host_interface ovanlys_functions EXPORT VynpackTargets)
+install(EXPORT VynpackTargets NAMESPACE Vynpack:: DESTINATION ${config_folder} COMPONENT development)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/vynhost/interface/include/vynpack ${PROJECT_SOURCE_DIR}/analysis/include/ovanlys
+  DESTINATION ${include_folder} COMPONENT development)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples/host DESTINATION ${document_folder}/examples COMPONENT development)
+
+configure_package_config_file(cmake/VynpackConfig.cmake.in ${CMAKE_CURRENT_BINARY_DIR}/VynpackConfig.cmake
+  INSTALL_DESTINATION ${config_folder} PATH_VARS module_folder)
+write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/VynpackConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion ARCH_INDEPENDENT)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/VynpackConfig.cmake ${CMAKE_CURRENT_BINARY_DIR}/VynpackConfigVersion.cmake
+  DESTINATION ${config_folder} COMPONENT development)

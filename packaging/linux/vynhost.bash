@@ -1,0 +1,49 @@
+# Completion of vynhost's commands, options and files.                                  -*- shell-script -*-
+
+_vynhost()
+{
+    local cur prev words cword
+    _init_completion || return
+
+    local commands='list skeleton run dialog doctor' command=
+    local i
+    for ((i = 1; i < cword; i++)); do
+        if [[ ${words[i]} != -* ]]; then
+            command=${words[i]}
+            break
+        fi
+    done
+
+    case $command in
+        '')
+            COMPREPLY=($(compgen -W "$commands --help --version" -- "$cur"))
+            ;;
+        list)
+            COMPREPLY=($(compgen -W '--json --markdown --help' -- "$cur"))
+            ;;
+        run)
+            case $prev in
+                --out) _filedir -d ;;
+                --input) ;;
+                *)
+                    if [[ $cur == -* ]]; then
+                        COMPREPLY=($(compgen -W '--input --out --quiet --help' -- "$cur"))
+                    else
+                        _filedir toml
+                    fi
+                    ;;
+            esac
+            ;;
+        doctor | skeleton)
+            COMPREPLY=($(compgen -W '--help' -- "$cur"))
+            ;;
+        dialog)
+            if [[ $cur == -* ]]; then
+                COMPREPLY=($(compgen -W '--help' -- "$cur"))
+            else
+                _filedir toml
+            fi
+            ;;
+    esac
+} &&
+    complete -F _vynhost vynhost

@@ -1,0 +1,115 @@
+// vynhost beside its module and library, wherever that is and whatever the machine's setting says.
+#include <filesystem>
+
+#include "interface/vynhost/diagram_fixture.h"
+#include "support/platform/test_system.h"
+#include "vynhost/base/text.h"
+
+namespace vynhost::test {
+namespace {
+
+using ::testing::HasSubstr;
+
+class InstallationTest : public DiagramTest {
+protected:
+    struct Outcome {
+        int code;
+        std::string out;
+        std::string error;
+    };
+
+    // The three files in a folder of that name.
+    std::filesystem::path copied(const std::string& name) const {
+        const std::filesystem::path from = platform::programFolder();
+        const std::filesystem::path to = folder() / pathOf(name);
+        std::filesystem::create_directories(to / "Analysis");
+        for (const std::string file : {platform::kHostProgram, platform::kModuleFile})
+            std::filesystem::copy_file(from / file, to / file);
+        std::filesystem::copy_file(from / "Analysis" / platform::kLibraryFile,
+                                   to / "Analysis" / platform::kLibraryFile);
+        return to;
+    }
+
+    Outcome vynhost(const std::filesystem::path& program, const std::string& arguments) const {
+        const auto quoted = [](const std::filesystem::path& path) {
+            return "\"" + textOf(path) + "\"";
+        };
+        const std::filesystem::path out = folder() / "stdout.txt";
+        const std::filesystem::path error = folder() / "stderr.txt";
+        const int code =
+            platform::runShell(quoted(program / platform::kHostProgram) + " " + arguments + " > " +
+                               quoted(out) + " 2> " + quoted(error));
+        return {code, read(out), read(error)};
+    }
+
+    std::string noiseRun() const {
+        write("noise.toml",
+              "[source.n]\nnoise = { rms = 1.0, seed = 1 }\nrate = 1000.0\nseconds = 1.0\n"
+              "block = 100\n[block.f]\ntype = \"FFT\"\n[wire]\n\"f.E\" = \"n\"\n"
+              "[sink.x]\nfrom = \"f.S\"\ncsv = \"x.csv\"\n");
+        return "run \"" + textOf(folder() / "noise.toml") + "\" --out \"" +
+               textOf(folder() / "out") + "\"";
+    }
+};
+
+TEST_F(InstallationTest, WorksInAFolderWithBlanksAndUmlauts) {
+    const Outcome outcome = vynhost(copied("Prüfstand äöü ß"), noiseRun());
+    EXPECT_EQ(outcome.code, 0) << outcome.error;
+    EXPECT_TRUE(std::filesystem::exists(folder() / "out" / "x.csv"));
+}
+
+TEST_F(InstallationTest, TakesItsOwnLibraryBeforeTheMachinesSetting) {
+    const std::filesystem::path program = copied("own");
+    const std::optional<std::string> before = platform::sharedDirectory();
+    const std::string elsewhere = textOf(folder() / "elsewhere");
+    ASSERT_TRUE(platform::setSharedDirectory(elsewhere));
+    const Outcome ran = vynhost(program, noiseRun());
+    const Outcome examined = vynhost(program, "doctor");
+    const std::optional<std::string> after = platform::sharedDirectory();
+    platform::setSharedDirectory(before);
+    EXPECT_EQ(ran.code, 0) << ran.error;
+    EXPECT_EQ(after, elsewhere);
+    EXPECT_EQ(examined.code, 0) << examined.out;
+    EXPECT_THAT(examined.out, HasSubstr(elsewhere));
+    EXPECT_THAT(examined.out, HasSubstr("all is well"));
+}
+
+TEST_F(InstallationTest, LeavesTheMachineWithoutASettingAsItWas) {
+    const std::filesystem::path program = copied("own");
+    const std::optional<std::string> before = platform::sharedDirectory();
+    ASSERT_TRUE(platform::setSharedDirectory(std::nullopt));
+    const Outcome ran = vynhost(program, noiseRun());
+    const std::optional<std::string> after = platform::sharedDirectory();
+    platform::setSharedDirectory(before);
+    EXPECT_EQ(ran.code, 0) << ran.error;
+    EXPECT_EQ(after, std::nullopt);
+}
+
+TEST_F(InstallationTest, SaysWhereAMissingLibraryWasLookedFor) {
+    const std::filesystem::path program = copied("bare");
+    std::filesystem::remove_all(program / "Analysis");
+    const std::optional<std::string> before = platform::sharedDirectory();
+    ASSERT_TRUE(platform::setSharedDirectory(textOf(folder() / "elsewhere")));
+    const Outcome ran = vynhost(program, noiseRun());
+    const Outcome examined = vynhost(program, "doctor");
+    platform::setSharedDirectory(before);
+    EXPECT_EQ(ran.code, 4);
+    EXPECT_THAT(ran.error, HasSubstr("the analysis library is missing"));
+    EXPECT_THAT(ran.error, HasSubstr("bare"));
+    EXPECT_THAT(ran.error, HasSubstr("elsewhere"));
+    EXPECT_FALSE(std::filesystem::exists(folder() / "out"));
+    EXPECT_EQ(examined.code, 4);
+    EXPECT_THAT(examined.out, HasSubstr("not all is well"));
+}
+
+TEST_F(InstallationTest, SaysThatTheModuleIsMissing) {
+    const std::filesystem::path program = copied("nothing");
+    std::filesystem::remove(program / platform::kModuleFile);
+    EXPECT_EQ(vynhost(program, noiseRun()).code, 4);
+    const Outcome examined = vynhost(program, "doctor");
+    EXPECT_EQ(examined.code, 4);
+    EXPECT_THAT(examined.out, HasSubstr("does not load"));
+}
+
+}  // namespace
+}  // namespace vynhost::test

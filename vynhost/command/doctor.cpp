@@ -1,0 +1,129 @@
+#include "vynhost/command/doctor.h"
+
+#include <optional>
+#include <string>
+
+#include "kernels/level.h"
+#include "vynhost/base/errors.h"
+#include "vynhost/base/text.h"
+#include "vynhost/interface/installation.h"
+#include "vynhost/interface/module_host.h"
+#include "vynhost/interface/placed_block.h"
+#include "vynhost/interface/platform/system.h"
+
+namespace vynhost {
+namespace {
+
+constexpr const char* kVersionFunction = "ZABFunc79";
+
+class Report {
+public:
+    explicit Report(std::ostream& out) : out_(out) {}
+
+    void line(const std::string& matter, const std::string& finding) {
+        out_ << matter << std::string(matter.size() < 12 ? 12 - matter.size() : 1, ' ') << finding
+             << '\n';
+    }
+    void fault(const std::string& matter, const std::string& finding) {
+        line(matter, "NOT RIGHT: " + finding);
+        sound_ = false;
+    }
+    bool sound() const noexcept { return sound_; }
+
+private:
+    std::ostream& out_;
+    bool sound_ = true;
+};
+
+std::string nameOf(vyn::KernelLevel level) {
+    switch (level) {
+        case vyn::KernelLevel::avx512: return "avx512";
+        case vyn::KernelLevel::avx2: return "avx2";
+        default: return "baseline";
+    }
+}
+
+void examineLibrary(const Installation& installation, Report& report) {
+    for (const LibraryPlace& place : installation.places) {
+        report.line("looked at", textOf(place.file) + " (" + place.reason + ")" +
+                                     (place.exists ? "" : ": not there"));
+    }
+    const LibraryPlace* library = installation.library();
+    if (library == nullptr) {
+        report.fault("library", "it is in none of these places");
+        return;
+    }
+    std::string why;
+    void* loaded = platform::loadLibrary(library->file, why);
+    if (loaded == nullptr) {
+        report.fault("library", textOf(library->file) + " does not load: " + why);
+        return;
+    }
+    const auto version =
+        reinterpret_cast<int (*)()>(platform::findFunction(loaded, kVersionFunction));
+    if (version == nullptr) {
+        report.fault("library", textOf(library->file) + " has no " + kVersionFunction);
+    } else {
+        const int number = version();
+        report.line("library", textOf(library->file) + ", version " + toText(number / 100) + "." +
+                                   toText(number % 100));
+    }
+    platform::unloadLibrary(loaded);
+}
+
+// What a block does with a library that it cannot use: it fails.
+bool transformsWork(ModuleHost& host) {
+    PlacedBlock block(host, kSpektrum);
+    block.wireAll();
+    block.initSim();
+    block.put(0, timeSignal({1.0F, 0.0F, 0.0F, 0.0F}));
+    block.simulate();
+    const bool works = block.take(0).has_value();
+    block.stop();
+    return works;
+}
+
+void examineModule(const Installation& installation, Report& report) {
+    try {
+        const ModuleLibrary module = loadModule(installation);
+        ModuleHost host(module);
+        const Int interface = host.getInfo(kFirstType, kInterface);
+        report.line("module", textOf(installation.module) + ", interface " + toText(interface));
+        if (interface != kInterfaceVersion) {
+            report.fault("interface", "this program speaks " + toText(kInterfaceVersion));
+        }
+        int created = 0;
+        for (int type = kFirstType; type < kFirstType + kTypes; ++type)
+            created += host.creates(type) ? 1 : 0;
+        if (created == kTypes) {
+            report.line("blocks", "all " + toText(kTypes) + " types can be made");
+        } else {
+            report.fault("blocks",
+                         toText(created) + " of " + toText(kTypes) + " types can be made");
+        }
+        if (installation.library() != nullptr && !transformsWork(host)) {
+            report.fault("spectrum",
+                         "a block makes no spectrum: the module does not use the library");
+        }
+    } catch (const ModuleError& error) {
+        report.fault("module", error.what());
+    }
+}
+
+}  // namespace
+
+int examine(std::ostream& out) {
+    Report report(out);
+    const Installation installation = findInstallation();
+    examineModule(installation, report);
+    examineLibrary(installation, report);
+    const std::optional<std::string> setting = platform::sharedDirectory();
+    report.line("setting", std::string(platform::kSharedDirectoryName) + ": " +
+                               (setting ? *setting : "not set; other hosts find no library"));
+    report.line("kernels", nameOf(vyn::kernelLevel()) + " (this machine has " +
+                               nameOf(vyn::machineLevel()) + ")");
+    report.line("", report.sound() ? "all is well" : "not all is well");
+    return report.sound() ? kSuccess : kNoModule;
+}
+
+}  // namespace vynhost

@@ -1,0 +1,54 @@
+#include "vynhost/interface/installation.h"
+
+#include <algorithm>
+#include <system_error>
+
+#include "vynhost/base/text.h"
+#include "vynhost/interface/platform/system.h"
+
+namespace vynhost {
+namespace {
+
+bool isThere(const std::filesystem::path& path) {
+    std::error_code unreadable;
+    return std::filesystem::is_regular_file(path, unreadable);
+}
+
+LibraryPlace placeBelow(const std::filesystem::path& sharedDirectory, const std::string& reason) {
+    const std::filesystem::path file = sharedDirectory / "Analysis" / platform::kLibraryFile;
+    return {sharedDirectory, file, reason, isThere(file)};
+}
+
+}  // namespace
+
+const LibraryPlace* Installation::library() const noexcept {
+    const auto found = std::ranges::find_if(places, &LibraryPlace::exists);
+    return found != places.end() ? &*found : nullptr;
+}
+
+Installation findInstallation() {
+    Installation result;
+    result.module = ModuleLibrary::defaultPath();
+    result.places.push_back(placeBelow(result.module.parent_path(), "beside the module"));
+    if (const auto setting = platform::sharedDirectory()) {
+        result.places.push_back(placeBelow(pathOf(*setting), platform::kSharedDirectoryName));
+    }
+    return result;
+}
+
+void requireLibrary(const Installation& installation) {
+    if (installation.library() != nullptr) return;
+    std::string looked;
+    for (const LibraryPlace& place : installation.places)
+        looked += (looked.empty() ? "" : ", ") + textOf(place.file) + " (" + place.reason + ")";
+    throw ModuleError("the analysis library is missing; looked for " + looked);
+}
+
+ModuleLibrary loadModule(const Installation& installation) {
+    const LibraryPlace* library = installation.library();
+    if (library == nullptr) return ModuleLibrary(installation.module);
+    const platform::SharedDirectoryForLoading seen(library->sharedDirectory);
+    return ModuleLibrary(installation.module);
+}
+
+}  // namespace vynhost
