@@ -106,7 +106,7 @@ std::string BlocksInput::columns() const {
         const Series series = description(c);
         const std::string unit = series.unit.empty() ? "" : " [" + series.unit + "]";
         for (std::size_t b = 1; b <= samples_.size(); ++b) {
-            text += "," + series.name + " #" + std::to_string(b) + unit;
+            text += "," + quotedField(series.name + " #" + std::to_string(b) + unit);
         }
     }
     return text;

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cmath>
+#include <string_view>
 
 namespace vynhost {
 namespace {
@@ -91,8 +92,22 @@ Series namedSeries(const OutletInfo& outlet, std::size_t quantity, int channel, 
     return series;
 }
 
+std::string quotedField(std::string text) {
+    if (!text.empty() &&
+        std::string_view("=+-@\t\r").find(text.front()) != std::string_view::npos) {
+        text.insert(text.begin(), '\'');
+    }
+    if (text.find_first_of(",;\"\r\n") == std::string::npos) return text;
+    std::string quoted = "\"";
+    for (const char c : text) {
+        if (c == '"') quoted += c;
+        quoted += c;
+    }
+    return quoted += '"';
+}
+
 std::string columnName(const Series& series) {
-    return series.unit.empty() ? series.name : series.name + " [" + series.unit + "]";
+    return quotedField(series.unit.empty() ? series.name : series.name + " [" + series.unit + "]");
 }
 
 }  // namespace vynhost

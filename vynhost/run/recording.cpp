@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <limits>
@@ -158,8 +160,112 @@ private:
 
 // --- CSV ------------------------------------------------------------------------------------
 
+// Fields of one line; in quotes a separator belongs to the field, two quotes stand for one.
+std::vector<std::string> fieldsOf(std::string_view line, char separator) {
+    std::vector<std::string> fields(1);
+    bool quoted = false;
+    for (std::size_t i = 0; i < line.size(); ++i) {
+        const char c = line[i];
+        if (quoted) {
+            if (c != '"') {
+                fields.back() += c;
+            } else if (i + 1 < line.size() && line[i + 1] == '"') {
+                fields.back() += line[++i];
+            } else {
+                quoted = false;
+            }
+        } else if (c == '"' && fields.back().find_first_not_of(" \t") == std::string::npos) {
+            fields.back().clear();
+            quoted = true;
+        } else if (c == separator) {
+            fields.emplace_back();
+        } else if (c != '\r') {
+            fields.back() += c;
+        }
+    }
+    return fields;
+}
+
+bool isBlank(std::string_view text) {
+    return text.find_first_not_of(" \t\r") == std::string_view::npos;
+}
+
+// Groups of three digits behind a first one to three: 1.234.567 or, with a comma, 1,234,567. Taken
+// as such only where nothing else can be meant: two groups, or a decimal sign behind.
+std::string withoutThousands(std::string text, char thousands, char decimal) {
+    const std::size_t end = std::min(text.find(decimal), text.size());
+    std::size_t groups = 0;
+    std::size_t digits = 0;
+    bool first = true;
+    for (std::size_t i = text.find_first_not_of("+- \t"); i < end; ++i) {
+        if (text[i] >= '0' && text[i] <= '9') {
+            ++digits;
+        } else if (text[i] == thousands && (first ? digits >= 1 && digits <= 3 : digits == 3)) {
+            first = false;
+            digits = 0;
+            ++groups;
+        } else {
+            return text;
+        }
+    }
+    if (groups == 0 || digits != 3 || (groups == 1 && end == text.size())) return text;
+    text.erase(
+        std::remove(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(end), thousands),
+        text.begin() + static_cast<std::ptrdiff_t>(end));
+    return text;
+}
+
+// Seconds of a time of day (12:34:56.7), or of a date with one (2026-03-01 12:34:56, with T between
+// or as 01.03.2026) since the first
+// day began, so that short steps are not lost beside many days; nothing for anything else. Without
+// leap seconds or time zones.
+std::optional<double> stampOf(std::string_view text, std::optional<double>& firstDay) {
+    const std::size_t first = text.find_first_not_of(" \t");
+    if (first == std::string_view::npos) return std::nullopt;
+    const std::string stamp(text.substr(first, text.find_last_not_of(" \t") - first + 1));
+    const std::size_t colon = stamp.find(':');
+    if (colon == std::string::npos || colon == 0) return std::nullopt;
+    const std::size_t gap = stamp.find_last_of(" T", colon);
+    double days = 0;
+    if (gap != std::string::npos) {
+        int year = 0;
+        unsigned month = 0;
+        unsigned day = 0;
+        int used = 0;
+        const std::string date = stamp.substr(0, gap);
+        const int length = static_cast<int>(date.size());
+        const bool iso =
+            std::sscanf(date.c_str(), "%4d-%2u-%2u%n", &year, &month, &day, &used) == 3 &&
+            used == length;
+        const bool german =
+            !iso && std::sscanf(date.c_str(), "%2u.%2u.%4d%n", &day, &month, &year, &used) == 3 &&
+            used == length;
+        const std::chrono::year_month_day given{std::chrono::year(year), std::chrono::month(month),
+                                                std::chrono::day(day)};
+        if ((!iso && !german) || !given.ok()) return std::nullopt;
+        days = static_cast<double>(std::chrono::sys_days(given).time_since_epoch().count());
+    }
+    std::string time = stamp.substr(gap == std::string::npos ? 0 : gap + 1);
+    std::replace(time.begin(), time.end(), ',', '.');
+    std::array<double, 3> parts{};  // hours, minutes, seconds
+    std::size_t count = 0;
+    std::size_t begin = 0;
+    while (begin <= time.size()) {
+        const std::size_t end = std::min(time.find(':', begin), time.size());
+        const auto part = toNumber(std::string_view(time).substr(begin, end - begin));
+        if (!part || count == parts.size() || *part < 0) return std::nullopt;
+        parts[count++] = *part;
+        begin = end + 1;
+    }
+    if (count < 2 || parts[1] >= 60 || parts[2] >= 61) return std::nullopt;
+    if (!firstDay) firstDay = days;
+    return (days - *firstDay) * 86400 + parts[0] * 3600 + parts[1] * 60 + parts[2];
+}
+
 // Separators: a tab or semicolon where the first line has one, else the comma; with semicolons
-// and tabs a comma in a number is its decimal sign.
+// and tabs a comma in a number is its decimal sign and points may part thousands. Lines that begin
+// with # are comments. Above the numbers there may be rows without any: names, then units. An empty
+// cell is no number (NaN).
 class CsvRecording : public Recording {
 public:
     CsvRecording(const std::filesystem::path& file, std::optional<double> rate) {
@@ -169,12 +275,17 @@ public:
         std::string line;
         for (int number = 1; std::getline(in, line); ++number) {
             if (number == 1 && line.starts_with("\xEF\xBB\xBF")) line.erase(0, 3);
-            if (line.find_first_not_of(" \t\r") == std::string::npos) continue;
+            if (isBlank(line) || line[line.find_first_not_of(" \t")] == '#') continue;
             if (separator_ == '\0') chooseSeparator(line);
             takeRow(line, number, rate.has_value(), x);
         }
         if (channels_ == 0 || values_.empty()) throw RecordingError("holds no numbers");
         frames_ = static_cast<std::int64_t>(values_.size()) / channels_;
+        if (stamped_ && !x.empty()) {  // from the first stamp on, which has no zero of its own
+            const double first = x.front();
+            for (double& moment : x)
+                moment -= first;
+        }
         rate_ = rate ? *rate : rateOf(x);
         if (!x.empty()) start_ = x.front();
     }
@@ -196,35 +307,57 @@ private:
                                                            : ',';
     }
 
-    void takeRow(std::string line, int number, bool allChannels, std::vector<double>& x) {
-        if (separator_ != ',') std::replace(line.begin(), line.end(), ',', '.');
-        std::vector<double> row;
-        std::size_t begin = 0;
-        while (begin <= line.size()) {
-            const std::size_t end = std::min(line.find(separator_, begin), line.size());
-            const auto value = toNumber(std::string_view(line).substr(begin, end - begin));
-            if (!value) {
-                if (values_.empty() && !headSeen_) {
-                    headSeen_ = true;
-                    return;
-                }
-                throw RecordingError("line " + std::to_string(number) + ": \"" +
-                                     onOneLine(line.substr(begin, end - begin)) +
-                                     "\" is no number");
-            }
-            row.push_back(*value);
-            begin = end + 1;
-        }
+    void takeRow(const std::string& line, int number, bool allChannels, std::vector<double>& x) {
+        const std::vector<std::string> fields = fieldsOf(line, separator_);
+        const auto place = [&](std::size_t field) {
+            return "line " + std::to_string(number) + ", column " + std::to_string(field + 1) +
+                   ": \"" + onOneLine(fields[field]) + "\" ";
+        };
+        std::vector<std::optional<double>> row;
+        for (std::size_t i = 0; i < fields.size(); ++i)
+            row.push_back(valueOf(fields[i], i == 0 && !allChannels));
+        // A head has no number in it; one bad cell among numbers is a mistake, in the first row
+        // too.
+        const bool hasNumber = std::ranges::any_of(
+            row, [](const auto& value) { return value.has_value() && !std::isnan(*value); });
+        if (values_.empty() && !hasNumber) return;
         const auto columns = static_cast<int>(row.size()) - (allChannels ? 0 : 1);
         if (channels_ == 0) channels_ = columns;
         if (columns < 1 || columns != channels_ || columns > kMostChannels) {
             throw RecordingError("line " + std::to_string(number) + ": " +
                                  std::to_string(row.size()) + " columns are not as expected");
         }
-        if (!allChannels) x.push_back(row.front());
-        for (auto value = row.end() - columns; value != row.end(); ++value) {
-            values_.push_back(static_cast<float>(*value));
+        for (std::size_t i = 0; i < row.size(); ++i) {
+            if (!row[i]) throw RecordingError(place(i) + "is no number");
+            const bool isX = i == 0 && !allChannels;
+            if (isX) {
+                x.push_back(*row[i]);
+                continue;
+            }
+            const auto value = static_cast<float>(*row[i]);
+            if (std::isinf(value) && !std::isinf(*row[i])) {
+                throw RecordingError(place(i) + "is beyond the largest number (3.4e38)");
+            }
+            values_.push_back(value);
         }
+    }
+
+    // An empty cell is NaN: a gap, which every block shows.
+    std::optional<double> valueOf(const std::string& field, bool isX) {
+        if (isX) {
+            if (const auto moment = stampOf(field, firstDay_)) {
+                stamped_ = true;
+                return moment;
+            }
+        } else if (isBlank(field)) {
+            return std::numeric_limits<double>::quiet_NaN();
+        }
+        if (separator_ == ',') return toNumber(withoutThousands(field, ',', '.'));
+        const bool comma = field.find(',') != std::string::npos;
+        std::string text =
+            comma || std::ranges::count(field, '.') > 1 ? withoutThousands(field, '.', ',') : field;
+        std::replace(text.begin(), text.end(), ',', '.');
+        return toNumber(text);
     }
 
     static double rateOf(const std::vector<double>& x) {
@@ -241,7 +374,8 @@ private:
     }
 
     char separator_ = '\0';
-    bool headSeen_ = false;
+    bool stamped_ = false;
+    std::optional<double> firstDay_;
     std::vector<float> values_;
     std::size_t position_ = 0;
 };

@@ -151,7 +151,7 @@ TEST_F(DiagramError, Recordings) {
               "channel, the file holds 44");
     write("bad.csv", "t;a\n0;1\n1;x\n");
     EXPECT_EQ(errorOf("[source.s]\nfile = \"bad.csv\"\n"),
-              "d.toml:2: source.s.file: bad.csv: line 3: \"x\" is no number");
+              "d.toml:2: source.s.file: bad.csv: line 3, column 2: \"x\" is no number");
     write("uneven.csv", "t,a\n0,1\n1,2\n3,3\n");
     EXPECT_EQ(errorOf("[source.s]\nfile = \"uneven.csv\"\n"),
               "d.toml:2: source.s.file: uneven.csv: has no evenly rising x column (give rate when "

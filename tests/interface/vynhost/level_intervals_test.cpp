@@ -65,7 +65,6 @@ TEST_F(LevelIntervalsTest, OneSampleLessIsARest) {
 
 TEST_F(LevelIntervalsTest, AllThatAreCompleteComeOut) {
     EXPECT_THAT(rowsOf(5, 8000, "8000.0"), SizeIs(5));        // a sample each: two wait at the end
-    EXPECT_THAT(rowsOf(5, 8000, "20000.0"), SizeIs(5));       // never less than one
     EXPECT_THAT(rowsOf(1600, 8000, "10.0", 800), SizeIs(2));  // data blocks as long as intervals
 }
 

@@ -148,5 +148,16 @@ TEST_F(SinkTest, BandsAreNamedByTheirCentreFrequency) {
         });
 }
 
+// A unit or a name may hold what parts columns, or what a spreadsheet would work out.
+TEST_F(SinkTest, NamesNeverTearATable) {
+    writeWav("s.wav", {0.5F, 0.25F});
+    run("[source.s]\nfile = \"s.wav\"\nunit = \"m/s, \\\"fast\\\"\"\n[source.\"=1+1\"]\n"
+        "file = \"s.wav\"\n[sink.x]\nfrom = [\"s\", \"=1+1\"]\ncsv = \"x\"\n",
+        [](const RunResult& result) {
+            EXPECT_THAT(result.tables[0],
+                        StartsWith("t [s],\"s [m/s, \"\"fast\"\"]\",'=1+1\n0,0.5,0.5\n"));
+        });
+}
+
 }  // namespace
 }  // namespace vynhost::test
