@@ -16,7 +16,7 @@ std::optional<double> FinishedInput::nextX() const {
 void FinishedInput::writeCells(std::string& line) {
     for (const Series& series : series_) {
         if (row_ < series.y.size()) {
-            appendCell(line, static_cast<float>(series.y[row_]));
+            appendHeight(line, static_cast<float>(series.y[row_]), series, style_);
         } else {
             line += ',';
         }
@@ -27,7 +27,7 @@ void FinishedInput::writeCells(std::string& line) {
 std::string FinishedInput::columns() const {
     std::string text;
     for (const Series& series : series_)
-        text += "," + columnName(series);
+        text += "," + columnName(series, heightUnit(series, style_));
     return text;
 }
 
@@ -50,8 +50,11 @@ void LastInput::finish() {
 
 // --- The mean -------------------------------------------------------------------------------
 
-MeanInput::MeanInput(const OutletInfo& outlet, const ChannelData& first, Average average)
-    : unit_(first.header.yUnit), energy_(average == Average::power && unit_ != kUnitPower) {
+MeanInput::MeanInput(const OutletInfo& outlet, const ChannelData& first, Average average,
+                     const ChartStyle& style)
+    : FinishedInput(style),
+      unit_(first.header.yUnit),
+      energy_(average == Average::power && unit_ != kUnitPower) {
     for (int channel = 0; channel < first.channels(); ++channel) {
         series_.push_back(blockSeries(outlet, first, channel));
         std::ranges::fill(series_.back().y, 0.0);

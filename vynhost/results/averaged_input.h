@@ -23,15 +23,19 @@ public:
     void addSeries(std::vector<Series>& all) const override;
 
 protected:
+    explicit FinishedInput(const ChartStyle& style) : style_(style) {}
+
     std::vector<Series> series_;
 
 private:
+    const ChartStyle& style_;
     std::size_t row_ = 0;
 };
 
 class LastInput : public FinishedInput {
 public:
-    explicit LastInput(const OutletInfo& outlet) : outlet_(outlet) {}
+    LastInput(const OutletInfo& outlet, const ChartStyle& style)
+        : FinishedInput(style), outlet_(outlet) {}
 
     void take(const ChannelData& block) override { last_ = block; }
     void finish() override;
@@ -45,7 +49,8 @@ private:
 // takes the mean of what their squares or energies are.
 class MeanInput : public FinishedInput {
 public:
-    MeanInput(const OutletInfo& outlet, const ChannelData& first, Average average);
+    MeanInput(const OutletInfo& outlet, const ChannelData& first, Average average,
+              const ChartStyle& style);
 
     void take(const ChannelData& block) override;
     void finish() override;

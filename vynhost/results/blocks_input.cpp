@@ -47,9 +47,10 @@ void CurveBundle::widenTo(const Series& curve) {
 // --- Columns of the table -------------------------------------------------------------------
 
 BlocksInput::BlocksInput(const SinkEntry& entry, const OutletInfo& outlet, const ChannelData& first,
-                         const ResultFile* table)
+                         const ChartStyle& style, const ResultFile* table)
     : entry_(entry),
       outlet_(outlet),
+      style_(style),
       header_(first.header),
       channels_(static_cast<std::size_t>(first.channels())),
       bundles_(channels_) {
@@ -89,9 +90,11 @@ void BlocksInput::writeCells(std::string& line) {
     if (row_ < rows_ && row_ >= loadedEnd_) load();
     const std::size_t inChunk = row_ - loadedBegin_;
     for (std::size_t c = 0; c < channels_; ++c) {
+        const Series series = description(c);
         for (std::size_t b = 0; b < samples_.size(); ++b) {
             if (row_ < samples_[b]) {
-                appendCell(line, loaded_[(b * chunkRows_ + inChunk) * channels_ + c]);
+                appendHeight(line, loaded_[(b * chunkRows_ + inChunk) * channels_ + c], series,
+                             style_);
             } else {
                 line += ',';
             }
@@ -104,7 +107,8 @@ std::string BlocksInput::columns() const {
     std::string text;
     for (std::size_t c = 0; c < channels_; ++c) {
         const Series series = description(c);
-        const std::string unit = series.unit.empty() ? "" : " [" + series.unit + "]";
+        std::string unit = heightUnit(series, style_);
+        if (!unit.empty()) unit = " [" + unit + "]";
         for (std::size_t b = 1; b <= samples_.size(); ++b) {
             text += "," + quotedField(series.name + " #" + std::to_string(b) + unit);
         }

@@ -37,7 +37,7 @@ class BlocksInput : public SinkInput {
 public:
     // Without a table there is no file.
     BlocksInput(const SinkEntry& entry, const OutletInfo& outlet, const ChannelData& first,
-                const ResultFile* table);
+                const ChartStyle& style, const ResultFile* table);
     ~BlocksInput() override;
 
     // Raises InputError for another x axis than the first one's, RunError for a full disk.
@@ -58,6 +58,7 @@ private:
 
     const SinkEntry& entry_;
     const OutletInfo& outlet_;
+    const ChartStyle& style_;
     ChannelHeader header_;  // the first data block's
     std::size_t channels_;
     std::vector<CurveBundle> bundles_;    // per channel

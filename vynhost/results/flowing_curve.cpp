@@ -6,8 +6,10 @@ namespace vynhost {
 namespace {
 
 ThinnedCurve::Height heightOf(const Series& series, const ChartStyle& style) {
-    const bool isPower = series.isPower;
-    return [isPower, &style](double y) { return drawnHeight(y, isPower, style); };
+    Series like;
+    like.isPower = series.isPower;
+    like.unit = series.unit;
+    return [like, &style](double y) { return drawnHeight(y, like, style); };
 }
 
 }  // namespace

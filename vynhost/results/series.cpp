@@ -71,6 +71,8 @@ Series emptySeries(const OutletInfo& outlet, const ChannelData& block, int chann
     if (block.channels() > 1) series.name += " " + std::to_string(channel + 1);
     series.unit = unitOf(block.header, outlet.unit);
     series.isPower = block.header.yUnit == kUnitPower;
+    series.isFullScale = outlet.unit.empty() && (overTime(block.header) || series.isPower ||
+                                                 block.header.yUnit == kUnitAmplitude);
     nameAxis(series, block.header);
     return series;
 }
@@ -106,8 +108,10 @@ std::string quotedField(std::string text) {
     return quoted += '"';
 }
 
-std::string columnName(const Series& series) {
-    return quotedField(series.unit.empty() ? series.name : series.name + " [" + series.unit + "]");
+std::string columnName(const Series& series, const std::string& unit) {
+    return quotedField(unit.empty() ? series.name : series.name + " [" + unit + "]");
 }
+
+std::string columnName(const Series& series) { return columnName(series, series.unit); }
 
 }  // namespace vynhost

@@ -15,8 +15,9 @@ struct Series {
     std::string unit;
     std::string xName;
     std::string xUnit;
-    bool isPower = false;  // of a squared quantity: 10 lg, not 20 lg
-    double bandEdge = 0;   // of bands: a band's upper edge over its centre
+    bool isPower = false;      // of a squared quantity: 10 lg, not 20 lg
+    bool isFullScale = false;  // of a recording without a unit
+    double bandEdge = 0;       // of bands: a band's upper edge over its centre
     std::vector<double> x;
     std::vector<double> y;
 };
@@ -42,5 +43,6 @@ std::string quotedField(std::string text);
 
 // "name [unit]", as such a field.
 std::string columnName(const Series& series);
+std::string columnName(const Series& series, const std::string& unit);
 
 }  // namespace vynhost

@@ -22,9 +22,10 @@ std::unique_ptr<SinkInput> inputFor(const SinkEntry& entry, const OutletInfo& ou
         return std::make_unique<TimeInput>(outlet, first, style, table != nullptr);
     }
     switch (entry.average) {
-        case Average::last: return std::make_unique<LastInput>(outlet);
-        case Average::none: return std::make_unique<BlocksInput>(entry, outlet, first, table);
-        default: return std::make_unique<MeanInput>(outlet, first, entry.average);
+        case Average::last: return std::make_unique<LastInput>(outlet, style);
+        case Average::none:
+            return std::make_unique<BlocksInput>(entry, outlet, first, style, table);
+        default: return std::make_unique<MeanInput>(outlet, first, entry.average, style);
     }
 }
 

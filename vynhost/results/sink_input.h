@@ -7,6 +7,7 @@
 
 #include "vynhost/interface/channel_data.h"
 #include "vynhost/results/series.h"
+#include "vynhost/results/svg_chart.h"
 
 namespace vynhost {
 
@@ -47,6 +48,8 @@ public:
 
 // One cell, a comma before it.
 void appendCell(std::string& line, float value);
+// The same as a level where the style asks for one.
+void appendHeight(std::string& line, float value, const Series& series, const ChartStyle& style);
 
 // What is wrong with names that an error puts before it.
 inline constexpr const char* kDifferentAxes = " have different x axes; give each a sink of its own";

@@ -121,7 +121,7 @@ struct Point {
 std::vector<Point> pointsOf(const Series& series, const ChartStyle& style) {
     std::vector<Point> points;
     for (std::size_t i = 0; i < series.x.size(); ++i) {
-        const double y = drawnHeight(series.y[i], series.isPower, style);
+        const double y = drawnHeight(series.y[i], series, style);
         if (!std::isfinite(y) || (style.logX && !(series.x[i] > 0))) continue;
         if (series.bandEdge > 0) {  // as wide as the band is
             points.push_back({series.x[i] / series.bandEdge, y});
@@ -237,10 +237,22 @@ double widthOf(const std::vector<std::string>& legend) {
 
 }  // namespace
 
-double drawnHeight(double y, bool isPower, const ChartStyle& style) {
-    if (!style.decibels) return y;
+double drawnHeight(double y, const Series& series, const ChartStyle& style) {
+    if (!style.decibels || series.unit == "dB") return y;
+    const bool isPower = series.isPower;
     const double reference = isPower ? style.reference * style.reference : style.reference;
     return (isPower ? 10 : 20) * std::log10(std::abs(y) / reference);
+}
+
+std::string heightUnit(const Series& series, const ChartStyle& style) {
+    if (!style.decibels || series.unit == "dB") return series.unit;
+    if (series.isFullScale && style.reference == 1) return "dB re full scale, uncalibrated";
+    std::string unit =
+        "dB re " + withPrefix(style.reference, series.isPower ? std::string() : series.unit);
+    constexpr std::string_view kMicro = "µ";
+    const std::size_t micro = unit.find(kMicro);
+    if (micro != std::string::npos) unit.replace(micro, kMicro.size(), "u");
+    return unit;
 }
 
 std::string svgChart(const std::vector<Series>& series, const ChartStyle& style) {

@@ -4,7 +4,7 @@ namespace vynhost {
 
 TimeInput::TimeInput(const OutletInfo& outlet, const ChannelData& first, const ChartStyle& style,
                      bool hasTable)
-    : hasTable_(hasTable), step_(first.header.xStep) {
+    : style_(style), hasTable_(hasTable), step_(first.header.xStep) {
     for (int channel = 0; channel < first.channels(); ++channel) {
         curves_.emplace_back(emptySeries(outlet, first, channel), style);
     }
@@ -23,6 +23,13 @@ void TimeInput::take(const ChannelData& block) {
     next_ += block.samples() * block.header.xStep;
 }
 
+std::string TimeInput::columns() const {
+    std::string text;
+    for (const FlowingCurve& curve : curves_)
+        text += "," + columnName(curve.series, heightUnit(curve.series, style_));
+    return text;
+}
+
 std::optional<double> TimeInput::nextX() const {
     if (waiting_.empty()) return std::nullopt;
     return waiting_.front().start + sample_ * waiting_.front().data.header.xStep;
@@ -36,7 +43,7 @@ void TimeInput::writeCells(std::string& line) {
     const ChannelData& data = waiting_.front().data;
     for (std::size_t c = 0; c < curves_.size(); ++c) {
         if (static_cast<int>(c) < data.channels()) {
-            appendCell(line, data.at(sample_, static_cast<int>(c)));
+            appendHeight(line, data.at(sample_, static_cast<int>(c)), curves_[c].series, style_);
         } else {
             line += ',';
         }

@@ -23,7 +23,7 @@ public:
     bool flows() const override { return true; }
     std::optional<double> nextX() const override;
     void writeCells(std::string& line) override;
-    std::string columns() const override { return columnNames(curves_); }
+    std::string columns() const override;
     Series axis() const override { return curves_.front().series; }
     double step() const override { return step_; }
 
@@ -35,6 +35,7 @@ private:
         ChannelData data;
     };
 
+    const ChartStyle& style_;
     bool hasTable_;
     double step_;
     double next_ = 0;

@@ -159,5 +159,32 @@ TEST_F(SinkTest, NamesNeverTearATable) {
         });
 }
 
+// What a picture shows in dB stands in the table in dB, with what it is relative to.
+TEST_F(SinkTest, LevelsAreInTheTableToo) {
+    writeWav("s.wav", sine(64, 8, 0.5F));
+    const auto tableOf = [&](const std::string& unit, const std::string& sink) {
+        std::string table;
+        run("[source.s]\nfile = \"s.wav\"\nblock = 64\nfull_scale = 4.0\n" + unit +
+                "[block.f]\ntype = 5004\n[wire]\n\"f.E\" = \"s\"\n"
+                "[sink.x]\nfrom = \"f.S\"\ncsv = \"x\"\ny = \"dB\"\n" +
+                sink,
+            [&](const RunResult& result) { table = result.tables[0]; });
+        return table;
+    };
+    const auto lineAt = [](const std::string& table) {  // 1 kHz, where the sine lies
+        const std::size_t at = table.find("\n1000,");
+        return std::stod(table.substr(at + 6));
+    };
+    const std::string none = tableOf("unit = \"Pa\"\n", "reference = 2e-5\n");
+    EXPECT_THAT(none, StartsWith("f [Hz],f.S #1 [dB re 20 uPa]\n"));
+    EXPECT_NEAR(lineAt(none), 100.0, 1e-2);  // 2 Pa re 20 uPa; 16 bits
+    for (const char* average : {"mean", "power", "last"}) {
+        const std::string table =
+            tableOf("", "reference = 1.0\naverage = \"" + std::string(average) + "\"\n");
+        EXPECT_THAT(table, StartsWith("f [Hz],\"f.S [dB re full scale, uncalibrated]\"\n"));
+        EXPECT_NEAR(lineAt(table), 20 * std::log10(2.0), 1e-2);
+    }
+}
+
 }  // namespace
 }  // namespace vynhost::test
