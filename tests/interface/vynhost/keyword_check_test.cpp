@@ -205,8 +205,8 @@ TEST_F(Keywords, ThatDoNotFitTogetherAreRefusedWithThePlace) {
          "d.toml:3: block.b.PkFilterLength: an FIR filter with a Hanning or Blackman window has 5 "
          "taps or more (PkFilterLength is 3, PkWindowFunction is \"Blackman\")"},
         {kDigitalFilter,
-         iir + "PkFilterType = 2\nPkFilterOrder = 40\nPkRipple = 0.1\n"
-               "PkAttenuation = 1\nPkFilterMode = 2\n",
+         iir + "PkFilterType = 2\nPkFilterOrder = 64\nPkRipple = 0.1\n"
+               "PkAttenuation = 0.2\nPkFilterMode = 2\n",
          "d.toml:1: block.b: this filter cannot be designed at 48000 Hz, the signal would pass as "
          "it "
          "is: it takes a lower order, a wider band, or more room between ripple and attenuation"},
