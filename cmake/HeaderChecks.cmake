@@ -1,8 +1,35 @@
-# header_checks compiles every header of the tree on its own, so that each includes what it needs.
+# header_checks compiles every header of the tree on its own, so that each includes what it needs. The
+# header that a product's source includes first is compiled so anyway, and left out.
 # Headers that need Windows are compiled by the Windows build, all others by the native one; headers for
 # the resource compiler alone (winresrc.h) by neither.
 file(GLOB_RECURSE headers CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}
   kernels/*.h analysis/*.h module/*.h vynhost/*.h tests/*.h bench/*.h)
+if(WIN32)
+  set(other_platform posix)
+else()
+  set(other_platform windows)
+endif()
+file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/analysis/*.cpp
+  ${PROJECT_SOURCE_DIR}/module/*.cpp ${PROJECT_SOURCE_DIR}/vynhost/*.cpp)
+list(FILTER sources EXCLUDE REGEX "/${other_platform}/")
+set(first_headers "")
+foreach(source IN LISTS sources)
+  file(STRINGS ${source} first REGEX "^#include " LIMIT_COUNT 1)
+  if(first MATCHES "^#include \"(.+)\"")
+    set(first ${CMAKE_MATCH_1})
+    get_filename_component(beside ${source} DIRECTORY)
+    foreach(folder IN ITEMS ${beside} ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/module
+        ${PROJECT_SOURCE_DIR}/analysis ${PROJECT_SOURCE_DIR}/analysis/include)
+      if(EXISTS ${folder}/${first})
+        file(RELATIVE_PATH first ${PROJECT_SOURCE_DIR} ${folder}/${first})
+        list(APPEND first_headers ${first})
+        break()
+      endif()
+    endforeach()
+  endif()
+endforeach()
+list(REMOVE_ITEM headers ${first_headers})
+
 set(header_sources "")
 foreach(header IN LISTS headers)
   file(STRINGS ${header} of_windows REGEX "#include <(windows|commctrl|windowsx)\\.h>" LIMIT_COUNT 1)

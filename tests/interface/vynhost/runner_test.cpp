@@ -5,6 +5,7 @@
 #include <numbers>
 
 #include "interface/vynhost/run_fixture.h"
+#include "support/source_folder.h"
 #include "vynhost/base/text.h"
 #include "vynhost/results/svg_chart.h"
 #include "vynhost/run/interrupt.h"
@@ -71,7 +72,8 @@ TEST_F(RunnerTest, TheSameRunGivesTheSameBytes) {
 // The examples that ship, as far as their block types exist and the recordings are installed.
 TEST_F(RunnerTest, EveryExampleRunsToItsEnd) {
     int seen = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(VYN_SOURCE_DIR "/examples")) {
+    for (const auto& entry :
+         std::filesystem::directory_iterator(std::string(kSourceFolder) + "/examples")) {
         if (entry.path().extension() != ".toml") continue;
         SCOPED_TRACE(textOf(entry.path()));
         const Diagram diagram = readDiagram(entry.path());

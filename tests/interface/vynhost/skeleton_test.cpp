@@ -2,6 +2,7 @@
 #include <cmath>
 
 #include "interface/vynhost/diagram_fixture.h"
+#include "support/source_folder.h"
 #include "vynhost/command/list.h"
 #include "vynhost/command/skeleton.h"
 #include "vynhost/diagram/catalogue.h"
@@ -117,7 +118,7 @@ TEST_F(SkeletonTest, ShowsCommentsThatAreSettings) {
 TEST_F(SkeletonTest, TheBlocksPagesShowTheKeywordsAsTheHostKnowsThem) {
     for (const TypeInfo& type : moduleTypes(host)) {
         const std::filesystem::path page =
-            std::filesystem::path(VYN_SOURCE_DIR) / "docs" / "blocks" / (type.className + ".md");
+            std::filesystem::path(kSourceFolder) / "docs" / "blocks" / (type.className + ".md");
         std::string text = read(page);
         std::erase(text, '\r');
         EXPECT_THAT(text, HasSubstr("<!-- keywords: made by tools/keyword-tables -->\n" +

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "support/source_folder.h"
 #include "unit/analysis/filter_fixture.h"
 
 namespace ovanlys {
@@ -20,7 +21,7 @@ using test::Filter;
 using test::Samples;
 
 std::ifstream references(const std::string& name) {
-    std::ifstream file(std::string(VYN_TEST_DATA) + "/analysis/" + name);
+    std::ifstream file(std::string(vynhost::test::kSourceFolder) + "/tests/data/analysis/" + name);
     EXPECT_TRUE(file) << name;
     return file;
 }
