@@ -40,6 +40,7 @@ struct RunArguments {
     std::string diagram;
     std::vector<std::string> inputs;  // NAME=FILE
     std::string out = ".";
+    bool force = false;
     bool quiet = false;
 };
 
@@ -52,6 +53,18 @@ std::map<std::string, std::filesystem::path> replacedFiles(const std::vector<std
         }
         files[input.substr(0, equals)] = pathOf(input.substr(equals + 1));
     }
+    return files;
+}
+
+// What no result may replace: the diagram and the recordings, also those that others stand in for.
+std::vector<ReadFile> readFiles(const Diagram& diagram,
+                                const std::map<std::string, std::filesystem::path>& inputs) {
+    std::vector<ReadFile> files = {{diagram.file, "the diagram"}};
+    for (const SourceEntry& source : diagram.sources) {
+        if (!source.file.empty()) files.push_back({source.file, "the recording of " + source.name});
+    }
+    for (const auto& [name, file] : inputs)
+        files.push_back({file, "the recording of " + name});
     return files;
 }
 
@@ -83,21 +96,24 @@ int skeleton(const SkeletonArguments& arguments) {
 }
 
 int run(const RunArguments& arguments) {
+    watchInterrupts();
     const Diagram diagram = readDiagram(pathOf(arguments.diagram));
     requireResults(diagram);
+    const auto inputs = replacedFiles(arguments.inputs);
+    ResultFiles files(pathOf(arguments.out), readFiles(diagram, inputs), arguments.force);
+    for (const SinkEntry& sink : diagram.sinks)
+        Sink::claimFiles(sink, files);
     const Installation installation = findInstallation();
     requireLibrary(installation);
     const ModuleLibrary module = loadModule(installation);
     ModuleHost host(module);
-    Runner runner(host, diagram, replacedFiles(arguments.inputs));
-    ResultFiles files(pathOf(arguments.out));
+    Runner runner(host, diagram, inputs);
     std::deque<Sink> sinks;
     for (const SinkEntry& entry : diagram.sinks)
         sinks.emplace_back(entry, runner, files);
     std::deque<Comparer> comparers;
     for (const CompareEntry& entry : diagram.comparisons)
         comparers.emplace_back(entry, runner);
-    watchInterrupts();
     runner.run();
     std::vector<Comparison> comparisons;
     comparisons.reserve(comparers.size());
@@ -109,6 +125,7 @@ int run(const RunArguments& arguments) {
         for (const std::string& note : runner.notes())
             std::cout << note << '\n';
     }
+    if (interrupted()) throw RunError(kInterrupted, "interrupted, no file is written");
     for (const std::filesystem::path& path : files.commit()) {
         if (!arguments.quiet) std::cout << "wrote " << textOf(path) << '\n';
     }
@@ -165,6 +182,8 @@ int obey(const std::vector<std::string>& words) {
     runCommand->add_option("--input", runArguments.inputs,
                            "NAME=FILE: another recording for a source");
     runCommand->add_option("--out", runArguments.out, "Folder of the results (default: here)");
+    runCommand->add_flag("--force", runArguments.force,
+                         "Replace files that no run has written, too");
     runCommand->add_flag("--quiet", runArguments.quiet, "Errors only");
     runCommand->callback([&] { code = run(runArguments); });
 

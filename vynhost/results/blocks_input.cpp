@@ -54,16 +54,7 @@ BlocksInput::BlocksInput(const SinkEntry& entry, const OutletInfo& outlet, const
       header_(first.header),
       channels_(static_cast<std::size_t>(first.channels())),
       bundles_(channels_) {
-    if (table == nullptr) return;
-    path_ = table->temporary();
-    path_ += ".blocks";
-    file_.open(path_, std::ios::binary | std::ios::in | std::ios::out | std::ios::trunc);
-}
-
-BlocksInput::~BlocksInput() {
-    file_.close();
-    std::error_code ignored;
-    if (!path_.empty()) std::filesystem::remove(path_, ignored);
+    if (table != nullptr) waiting_.emplace(table->path().parent_path(), table->path());
 }
 
 void BlocksInput::take(const ChannelData& block) {
@@ -74,11 +65,9 @@ void BlocksInput::take(const ChannelData& block) {
     const auto samples = static_cast<std::uint32_t>(block.samples());
     if (samples > rows_) rows_ = samples;
     samples_.push_back(samples);
-    if (path_.empty()) return;
+    if (!waiting_) return;
     checkAxis(block);
-    file_.write(reinterpret_cast<const char*>(block.values.data()),
-                static_cast<std::streamsize>(std::size_t{samples} * channels_ * sizeof(float)));
-    if (!file_) throw RunError(kWrongInput, textOf(path_) + ": can't be written");
+    waiting_->append(block.values.data(), std::size_t{samples} * channels_ * sizeof(float));
 }
 
 std::optional<double> BlocksInput::nextX() const {
@@ -156,18 +145,16 @@ void BlocksInput::load() {
     loadedBegin_ = row_;
     loadedEnd_ = row_ + chunkRows_;
     loaded_.resize(samples_.size() * chunkRows_ * channels_);
-    file_.flush();
     std::uint64_t start = 0;  // of a data block, in values
     for (std::size_t b = 0; b < samples_.size(); ++b) {
         const std::size_t end = std::min<std::size_t>(loadedEnd_, samples_[b]);
         if (end > row_) {
-            file_.seekg(static_cast<std::streamoff>((start + row_ * channels_) * sizeof(float)));
-            file_.read(reinterpret_cast<char*>(&loaded_[b * chunkRows_ * channels_]),
-                       static_cast<std::streamsize>((end - row_) * channels_ * sizeof(float)));
+            waiting_->read((start + row_ * channels_) * sizeof(float),
+                           &loaded_[b * chunkRows_ * channels_],
+                           (end - row_) * channels_ * sizeof(float));
         }
         start += std::uint64_t{samples_[b]} * channels_;
     }
-    if (!file_) throw RunError(kWrongInput, textOf(path_) + ": can't be read back");
 }
 
 }  // namespace vynhost

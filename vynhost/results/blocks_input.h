@@ -2,8 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <filesystem>
-#include <fstream>
 #include <optional>
 #include <string>
 #include <vector>
@@ -11,6 +9,7 @@
 #include "vynhost/diagram/diagram.h"
 #include "vynhost/results/result_files.h"
 #include "vynhost/results/sink_input.h"
+#include "vynhost/results/temporary_file.h"
 #include "vynhost/run/runner.h"
 
 namespace vynhost {
@@ -38,7 +37,6 @@ public:
     // Without a table there is no file.
     BlocksInput(const SinkEntry& entry, const OutletInfo& outlet, const ChannelData& first,
                 const ChartStyle& style, const ResultFile* table);
-    ~BlocksInput() override;
 
     // Raises InputError for another x axis than the first one's, RunError for a full disk.
     void take(const ChannelData& block) override;
@@ -64,8 +62,7 @@ private:
     std::vector<CurveBundle> bundles_;    // per channel
     std::vector<std::uint32_t> samples_;  // per data block
     std::uint32_t rows_ = 0;
-    std::filesystem::path path_;
-    std::fstream file_;
+    std::optional<WaitingBytes> waiting_;  // where there is a table
 
     // The next row, and the rows that are loaded: sample, then channel, data block by data block.
     std::size_t row_ = 0;

@@ -4,40 +4,53 @@
 #include <system_error>
 #include <utility>
 
-#include "vynhost/base/errors.h"
 #include "vynhost/base/text.h"
+#include "vynhost/results/platform/file_system.h"
 
 namespace vynhost {
 namespace {
 
 constexpr std::size_t kBuffer = std::size_t{1} << 16;
 
-std::filesystem::path withPart(std::filesystem::path path) { return path += ".part"; }
-
 [[noreturn]] void failWriting(const std::filesystem::path& path) {
     throw RunError(kWrongInput, textOf(path) + ": can't be written");
 }
+
+// A file that keeps its content under a second name while another takes its first one.
+class Keepsake {
+public:
+    explicit Keepsake(std::filesystem::path file)
+        : file_(std::move(file)), second_(unguessable(file_.parent_path())) {
+        std::error_code error;
+        std::filesystem::create_hard_link(file_, second_, error);
+        // A file system without second names: for a moment the first one is free.
+        if (error) error = platform::renameFile(file_, second_, false);
+        if (error) throw RunError(kWrongInput, textOf(file_) + ": " + error.message());
+    }
+    ~Keepsake() {
+        std::error_code ignored;
+        if (!second_.empty()) std::filesystem::remove(second_, ignored);
+    }
+    Keepsake(const Keepsake&) = delete;
+    Keepsake& operator=(const Keepsake&) = delete;
+
+    // What can't be put back stays under its second name.
+    void putBack() noexcept {
+        // Where the first name still is one of this file nothing moves, and the second can go.
+        if (platform::renameFile(second_, file_, true)) second_.clear();
+    }
+
+private:
+    std::filesystem::path file_;
+    std::filesystem::path second_;
+};
 
 }  // namespace
 
 // --- One file -------------------------------------------------------------------------------
 
 ResultFile::ResultFile(const std::filesystem::path& path)
-    : final_(path),
-      temporary_(withPart(path)),
-      out_(temporary_, std::ios::binary | std::ios::trunc) {
-    if (!out_) {
-        committed_ = true;  // nothing of ours lies there
-        failWriting(final_);
-    }
-}
-
-ResultFile::~ResultFile() {
-    if (committed_) return;
-    out_.close();
-    std::error_code ignored;
-    std::filesystem::remove(temporary_, ignored);
-}
+    : final_(path), file_(path.parent_path(), path) {}
 
 void ResultFile::write(std::string_view text) {
     buffer_ += text;
@@ -45,27 +58,29 @@ void ResultFile::write(std::string_view text) {
 }
 
 void ResultFile::flush() {
-    out_.write(buffer_.data(), static_cast<std::streamsize>(buffer_.size()));
+    checksum_.add(buffer_);
+    if (!file_.write(buffer_.data(), buffer_.size())) failWriting(final_);
     buffer_.clear();
-    if (!out_) failWriting(final_);
 }
 
 void ResultFile::close() {
-    if (!out_.is_open()) return;
-    flush();
-    out_.close();
-    if (!out_) failWriting(final_);
+    if (!buffer_.empty()) flush();
+    if (!file_.close()) failWriting(final_);
 }
 
-void ResultFile::commit() {
+void ResultFile::commit(bool replace) {
     close();
-    std::error_code error;
-    std::filesystem::rename(temporary_, final_, error);
+    const std::error_code error = platform::renameFile(file_.path(), final_, replace);
     if (error) throw RunError(kWrongInput, textOf(final_) + ": " + error.message());
-    committed_ = true;
+    file_.released();
 }
 
-// --- All of a run ---------------------------------------------------------------------------
+// --- Which files a run may write ------------------------------------------------------------
+
+ResultFiles::ResultFiles(std::filesystem::path folder, std::vector<ReadFile> inputs, bool force)
+    : folder_(folder.empty() ? "." : std::move(folder)),
+      inputs_(std::move(inputs)),
+      force_(force) {}
 
 ResultFiles::~ResultFiles() {
     files_.clear();
@@ -74,8 +89,93 @@ ResultFiles::~ResultFiles() {
                   [&](const auto& folder) { std::filesystem::remove(folder, ignored); });
 }
 
+void ResultFiles::claim(const std::string& name, const Place& place) {
+    const Claim claim = insideFolder(name, place);
+    for (const Claim& other : claims_) {
+        if (platform::sameFileName(other.path, claim.path)) {
+            throw InputError(place, textOf(claim.shown) + " is written twice");
+        }
+    }
+    refuseReadFiles(claim, place);
+    if (std::filesystem::exists(std::filesystem::symlink_status(claim.path))) {
+        if (!platform::isPlainFile(claim.path)) {
+            throw InputError(place,
+                             textOf(claim.shown) + " is no file that a result could replace");
+        }
+        const auto identity = platform::identityOf(claim.path);
+        for (const Claim& other : claims_) {
+            if (!identity || platform::identityOf(other.path) != identity) continue;
+            throw InputError(place,
+                             textOf(claim.shown) + " and " + textOf(other.shown) + " are one file");
+        }
+        refuseForeignFile(claim, place);
+    }
+    claims_.push_back(claim);
+}
+
+// Where a result of this name goes, and what is there now.
+ResultFiles::Claim ResultFiles::insideFolder(const std::string& name, const Place& place) const {
+    const std::filesystem::path given = pathOf(name);
+    const std::filesystem::path normal = given.lexically_normal();
+    const std::string leaves = "\"" + name + "\" leaves the result folder, " + textOf(folder_);
+    if (given.has_root_path() || (!normal.empty() && *normal.begin() == "..")) {
+        throw InputError(place, leaves);
+    }
+    const bool plain = std::ranges::all_of(
+        normal, [](const std::filesystem::path& part) { return platform::isFileName(part); });
+    const std::filesystem::path file = normal.filename();
+    if (!plain || file.empty() || file == "." ||
+        platform::sameFileName(file, ResultList::kFileName)) {
+        throw InputError(place, "\"" + onOneLine(name.c_str()) + "\" can't be a result's name");
+    }
+    const std::filesystem::path root = platform::realPath(folder_);
+    const std::filesystem::path folder =
+        normal.has_parent_path() ? platform::realPath(root / normal.parent_path()) : root;
+    const auto rest = std::ranges::mismatch(root, folder).in1;
+    if (rest != root.end() && !rest->empty()) {
+        throw InputError(place, leaves + ", through a link");
+    }
+    Claim claim{name, folder_ / normal, folder / file, {}};
+    claim.before = stateOf(claim.path);
+    return claim;
+}
+
+void ResultFiles::refuseReadFiles(const Claim& claim, const Place& place) const {
+    const auto identity = platform::identityOf(claim.path);
+    for (const ReadFile& input : inputs_) {
+        if (!identity || platform::identityOf(input.path) != identity) continue;
+        throw InputError(place,
+                         textOf(claim.shown) + " is " + input.what + ", which stays as it is");
+    }
+}
+
+void ResultFiles::refuseForeignFile(const Claim& claim, const Place& place) {
+    if (force_ || listOf(claim.path.parent_path()).holds(claim.path)) return;
+    throw InputError(place, textOf(claim.shown) +
+                                " is there already, and not as a run has written it; --force "
+                                "replaces it");
+}
+
+const ResultList& ResultFiles::listOf(const std::filesystem::path& folder) {
+    const auto found = lists_.find(folder);
+    return found != lists_.end() ? found->second
+                                 : lists_.emplace(folder, ResultList(folder)).first->second;
+}
+
+std::optional<ResultFiles::Before> ResultFiles::stateOf(const std::filesystem::path& path) {
+    std::error_code error;
+    const Before before{std::filesystem::last_write_time(path, error),
+                        std::filesystem::file_size(path, error)};
+    if (error) return std::nullopt;
+    return before;
+}
+
+// --- Writing them ---------------------------------------------------------------------------
+
 ResultFile& ResultFiles::open(const std::string& name) {
-    const std::filesystem::path path = folder_ / pathOf(name);
+    const auto claimed = [&](const Claim& claim) { return claim.name == name; };
+    if (std::ranges::none_of(claims_, claimed)) claim(name);
+    const std::filesystem::path path = std::ranges::find_if(claims_, claimed)->path;
     if (std::ranges::any_of(files_, [&](const auto& file) { return file->path() == path; })) {
         throw RunError(kWrongInput, textOf(path) + ": is written twice");
     }
@@ -97,13 +197,56 @@ std::vector<std::filesystem::path> ResultFiles::commit() {
     for (const auto& file : files_)
         file->close();
     std::vector<std::filesystem::path> paths;
-    for (const auto& file : files_) {
-        file->commit();
-        paths.push_back(file->path());
-    }
+    for (const auto& file : files_)
+        paths.push_back(std::ranges::find(claims_, file->path(), &Claim::path)->shown);
+    addLists();
+    move();
     files_.clear();
+    claims_.clear();
     madeFolders_.clear();
     return paths;
+}
+
+// The lists of results become files like the others. What other runs have entered meanwhile stays.
+void ResultFiles::addLists() {
+    std::map<std::filesystem::path, ResultList> lists;
+    for (const auto& file : files_) {
+        const auto folder = file->path().parent_path();
+        const auto list = lists.try_emplace(folder, folder).first;
+        list->second.enter(file->path().filename(), file->checksum());
+    }
+    for (const auto& [folder, list] : lists) {
+        const std::filesystem::path path = folder / ResultList::kFileName;
+        claims_.push_back({"", path, path, stateOf(path)});
+        files_.push_back(std::make_unique<ResultFile>(path));
+        files_.back()->write(list.text());
+        files_.back()->close();
+    }
+}
+
+void ResultFiles::move() {
+    std::vector<std::unique_ptr<Keepsake>> replaced;  // one for each file that was there
+    std::vector<std::filesystem::path> added;
+    try {
+        for (const auto& file : files_) {
+            const auto before = std::ranges::find(claims_, file->path(), &Claim::path)->before;
+            const auto now = stateOf(file->path());
+            if (now && now != before) {
+                throw RunError(kWrongInput, textOf(file->path()) +
+                                                ": has been changed meanwhile; nothing is written");
+            }
+            if (now) replaced.push_back(std::make_unique<Keepsake>(file->path()));
+            file->commit(now.has_value());
+            if (!now) added.push_back(file->path());
+        }
+    } catch (...) {
+        std::error_code ignored;
+        for (const auto& path : added)
+            std::filesystem::remove(path, ignored);
+        for (const auto& file : replaced)
+            file->putBack();
+        throw;
+    }
 }
 
 void replaceFile(const std::filesystem::path& file, const std::string& content) {
@@ -113,7 +256,7 @@ void replaceFile(const std::filesystem::path& file, const std::string& content) 
     std::error_code ignored;
     std::filesystem::permissions(replacement.temporary(),
                                  std::filesystem::status(file).permissions(), ignored);
-    replacement.commit();
+    replacement.commit(true);
 }
 
 }  // namespace vynhost

@@ -46,6 +46,16 @@ void checkPickedValues(const SinkEntry& entry, const Runner& runner) {
 
 }  // namespace
 
+void Sink::claimFiles(const SinkEntry& entry, ResultFiles& files) {
+    const auto claim = [&](const std::string& name, const char* key) {
+        vynhost::Place place = entry.place;
+        place.key += key;
+        if (!name.empty()) files.claim(name, place);
+    };
+    claim(entry.csv, ".csv");
+    claim(entry.svg, ".svg");
+}
+
 Sink::Sink(const SinkEntry& entry, Runner& runner, ResultFiles& files)
     : entry_(entry), style_{entry.title, entry.logX, entry.decibels, entry.reference} {
     checkPickedValues(entry, runner);

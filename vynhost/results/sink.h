@@ -18,6 +18,8 @@ namespace vynhost {
 // data blocks that become a column each wait in a temporary file.
 class Sink {
 public:
+    // Says which files it is going to open. Raises InputError for names that it can't have.
+    static void claimFiles(const SinkEntry& entry, ResultFiles& files);
     // Opens its files and listens to the runner, which it must not outlive. Raises InputError for
     // values that nobody names, RunError for files that can't be written.
     Sink(const SinkEntry& entry, Runner& runner, ResultFiles& files);

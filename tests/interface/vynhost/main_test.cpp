@@ -126,5 +126,69 @@ TEST_F(MainTest, AMissedToleranceIsNoSuccess) {
     EXPECT_EQ(vynhost("run " + at("d.toml")).code, 1);
 }
 
+// --- Files that a run must not replace -------------------------------------------------------
+
+TEST_F(MainTest, NoResultReplacesWhatIsRead) {
+    const std::string table = "t,a\n0,1\n0.5,2\n1,3\n";
+    write("s.csv", table);
+    write("other.csv", table);
+    const std::string source = "[source.s]\nfile = \"s.csv\"\n[sink.x]\nfrom = \"s\"\ncsv = ";
+    const auto run = [&](const std::string& name, const std::string& more) {
+        write("d.toml", source + "\"" + name + "\"\n");
+        return vynhost("run " + at("d.toml") + " --out " + at("") + " --force" + more);
+    };
+    for (const char* name : {"s.csv", "d.toml", "./s.csv"}) {
+        const Outcome outcome = run(name, "");
+        EXPECT_EQ(outcome.code, 2) << name;
+        EXPECT_THAT(outcome.error, HasSubstr("d.toml:3: sink.x.csv: ")) << name;
+        EXPECT_THAT(outcome.error, HasSubstr("which stays as it is")) << name;
+        EXPECT_EQ(read(folder() / "s.csv"), table);
+        EXPECT_THAT(read(folder() / "d.toml"), StartsWith(source));
+    }
+    for (const char* name : {"other.csv", "s.csv"}) {
+        EXPECT_EQ(run(name, " --input s=" + at("other.csv")).code, 2) << name;
+        EXPECT_EQ(read(folder() / "other.csv"), table);
+    }
+}
+
+TEST_F(MainTest, AFileOfSomebodyElseNeedsForceTheOwnResultDoesNot) {
+    writeWav("s.wav", {0.5F});
+    write("x.csv", "precious");
+    write("d.toml", "[source.s]\nfile = \"s.wav\"\n[sink.x]\nfrom = \"s\"\ncsv = \"x.csv\"\n");
+    const std::string command = "run " + at("d.toml") + " --out " + at("");
+    const Outcome refused = vynhost(command);
+    EXPECT_EQ(refused.code, 2);
+    EXPECT_THAT(refused.error, HasSubstr("--force"));
+    EXPECT_EQ(read(folder() / "x.csv"), "precious");
+    EXPECT_EQ(vynhost(command + " --force").code, 0);
+    EXPECT_EQ(vynhost(command).code, 0);
+    EXPECT_EQ(read(folder() / "x.csv"), "t [s],s\n0,0.5\n");
+}
+
+// Natively: a shell that can send signals.
+TEST_F(MainTest, WhateverEndsTheRunLeavesNothingBehind) {
+    if (platform::kHasDialogs) GTEST_SKIP() << "no shell that sends signals";
+    write("d.toml",
+          "[source.n]\nnoise = { rms = 1.0 }\nrate = 48000.0\nseconds = 1e6\n"
+          "[sink.x]\nfrom = \"n\"\ncsv = \"x.csv\"\nsvg = \"x.svg\"\n");
+    const std::string program =
+        "\"" + textOf(platform::programFolder() / platform::kHostProgram) + "\"";
+    for (const char* signal : {"HUP", "INT", "QUIT", "TERM"}) {
+        const int code =
+            platform::runShell(program + " run " + at("d.toml") + " --out " + at("out") + " 2> " +
+                               at("err") + " & run=$!; for i in $(seq 600); do ls -A " + at("out") +
+                               " 2> /dev/null | grep -q part && break; sleep 0.1; done; kill -" +
+                               signal + " $run; wait $run");
+        EXPECT_EQ(code, 130) << signal;
+        EXPECT_EQ(read(folder() / "err"), "vynhost: interrupted, no file is written\n");
+        EXPECT_FALSE(std::filesystem::exists(folder() / "out")) << signal;
+    }
+    const int code = platform::runShell("ulimit -f 100; " + program + " run " + at("d.toml") +
+                                        " --out " + at("out") + " 2> " + at("err"));
+    EXPECT_EQ(code, 2);
+    EXPECT_THAT(read(folder() / "err"), HasSubstr("x.csv: can't be written"));
+    EXPECT_FALSE(std::filesystem::exists(folder() / "out"));
+}
+
 }  // namespace
 }  // namespace vynhost::test

@@ -21,7 +21,7 @@ void RunTest::runFile(const std::filesystem::path& file,
         RunResult::Collected& place = result.places[name.text()];
         runner.listen(name, [&place](const ChannelData& block) { place.blocks.push_back(block); });
     };
-    ResultFiles files(folder() / "out");
+    ResultFiles files(folder() / "out", {}, true);
     for (const SinkEntry& sink : diagram.sinks) {
         std::ranges::for_each(sink.from, collect);
         result.sinks.emplace_back(sink, runner, files);

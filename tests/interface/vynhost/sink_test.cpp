@@ -106,7 +106,7 @@ TEST_F(SinkTest, ManySpectraStandSideBySide) {
             EXPECT_NEAR(series[1].y[2], 0.4, 1e-4);
             EXPECT_NEAR(series[3].y[2], 0.2, 1e-4);
         });
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder() / "out"), {}), 2);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder() / "out"), {}), 3);
 }
 
 TEST_F(SinkTest, APictureOfALongSignalIsSmallAndLosesNoPeak) {
