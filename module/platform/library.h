@@ -5,7 +5,7 @@ namespace vynpack::platform {
 
 using LibraryHandle = void*;
 
-// Null when there is no such library or it does not load.
+// Null when there is no such library or it does not load. The path is UTF-8.
 LibraryHandle loadLibrary(const char* path) noexcept;
 void unloadLibrary(LibraryHandle library) noexcept;
 

@@ -36,7 +36,7 @@ protected:
     }
     // A folder whose library lacks the function: its name is one that nobody asks for.
     std::string sharedWithout(const std::string& function) {
-        const auto shared = sharedFolder() / "Analysis" / platform::kAnalysisFile;
+        const auto shared = sharedFolder() / "Analysis" / platform::kLibraryFile;
         std::ifstream in(shared, std::ios::binary);
         std::string bytes{std::istreambuf_iterator<char>(in), {}};
         const std::string stored = function + '\0';
@@ -49,7 +49,7 @@ protected:
         EXPECT_GE(found, 1U) << function;
         const auto folder = folder_.path() / function / "Analysis";
         std::filesystem::create_directories(folder);
-        std::ofstream(folder / platform::kAnalysisFile, std::ios::binary) << bytes;
+        std::ofstream(folder / platform::kLibraryFile, std::ios::binary) << bytes;
         return (folder_.path() / function).string();
     }
     // Lets a spectrum block at the data; true when it delivered.

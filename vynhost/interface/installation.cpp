@@ -48,7 +48,7 @@ ModuleLibrary loadModule(const Installation& installation) {
     const LibraryPlace* library = installation.library();
     if (library == nullptr) return ModuleLibrary(installation.module);
     const platform::SharedDirectoryForLoading seen(library->sharedDirectory);
-    return ModuleLibrary(installation.module);
+    return ModuleLibrary(installation.module, library->file);
 }
 
 }  // namespace vynhost

@@ -3,6 +3,7 @@
 #include <string>
 #include <system_error>
 
+#include "vynhost/base/text.h"
 #include "vynhost/interface/platform/system.h"
 
 namespace vynhost {
@@ -12,7 +13,7 @@ void* load(const std::filesystem::path& path) {
     std::string why;
     void* library = platform::loadLibrary(path, why);
     if (library == nullptr) {
-        throw ModuleError("the module " + path.string() + " does not load: " + why);
+        throw ModuleError("the module " + textOf(path) + " does not load: " + why);
     }
     return library;
 }
@@ -30,8 +31,18 @@ ModuleLibrary::ModuleLibrary(const std::filesystem::path& path) : library_(load(
 #undef VYNHOST_BIND
     if (!missing.empty()) {
         platform::unloadLibrary(library_);
-        throw ModuleError("the module " + path.string() + " lacks " + missing);
+        throw ModuleError("the module " + textOf(path) + " lacks " + missing);
     }
+}
+
+ModuleLibrary::ModuleLibrary(const std::filesystem::path& path,
+                             const std::filesystem::path& analysis)
+    : ModuleLibrary(path) {
+    if (platform::isLoaded(analysis)) return;
+    std::string why = "the module does not ask for it";
+    void* library = platform::loadLibrary(analysis, why);
+    if (library != nullptr) platform::unloadLibrary(library);
+    throw ModuleError("the analysis library " + textOf(analysis) + " is not loaded: " + why);
 }
 
 ModuleLibrary::~ModuleLibrary() { platform::unloadLibrary(library_); }

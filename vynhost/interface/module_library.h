@@ -47,6 +47,8 @@ class ModuleLibrary {
 public:
     // Loads the module, which loads its analysis library as it starts. Raises ModuleError.
     explicit ModuleLibrary(const std::filesystem::path& path);
+    // The same, also when it has not loaded this analysis library.
+    ModuleLibrary(const std::filesystem::path& path, const std::filesystem::path& analysis);
     ~ModuleLibrary();
     ModuleLibrary(const ModuleLibrary&) = delete;
     ModuleLibrary& operator=(const ModuleLibrary&) = delete;

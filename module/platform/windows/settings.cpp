@@ -8,17 +8,25 @@
 namespace vynpack::platform {
 namespace {
 
-constexpr char kInstallerKey[] = "SOFTWARE\\Orvane\\Common\\Installer";
-constexpr char kDirectoryValue[] = "OVSHAREDDIR64";
+constexpr wchar_t kInstallerKey[] = L"SOFTWARE\\Orvane\\Common\\Installer";
+constexpr wchar_t kDirectoryValue[] = L"OVSHAREDDIR64";
 
 struct KeyCloser {
     void operator()(HKEY key) const noexcept { ::RegCloseKey(key); }
 };
 using OpenKey = std::unique_ptr<std::remove_pointer_t<HKEY>, KeyCloser>;
 
-OpenKey openForReading(HKEY hive, const char* path) noexcept {
+std::string toUtf8(const wchar_t* text) {
+    const int size = ::WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
+    std::string result(static_cast<std::size_t>(size), '\0');
+    ::WideCharToMultiByte(CP_UTF8, 0, text, -1, result.data(), size, nullptr, nullptr);
+    result.pop_back();
+    return result;
+}
+
+OpenKey openForReading(HKEY hive, const wchar_t* path) noexcept {
     HKEY key = nullptr;
-    const LSTATUS status = ::RegOpenKeyExA(hive, path, 0, KEY_QUERY_VALUE, &key);
+    const LSTATUS status = ::RegOpenKeyExW(hive, path, 0, KEY_QUERY_VALUE, &key);
     return OpenKey(status == ERROR_SUCCESS ? key : nullptr);
 }
 
@@ -29,18 +37,16 @@ std::optional<std::string> sharedDirectory() {
     if (!key) return std::nullopt;
 
     DWORD size = 0;
-    if (::RegQueryValueExA(key.get(), kDirectoryValue, nullptr, nullptr, nullptr, &size) !=
+    if (::RegQueryValueExW(key.get(), kDirectoryValue, nullptr, nullptr, nullptr, &size) !=
         ERROR_SUCCESS) {
         return std::nullopt;
     }
-    std::string text(size, '\0');
-    if (::RegQueryValueExA(key.get(), kDirectoryValue, nullptr, nullptr,
+    std::wstring text(size / sizeof(wchar_t) + 1, L'\0');  // with or without its terminator
+    if (::RegQueryValueExW(key.get(), kDirectoryValue, nullptr, nullptr,
                            reinterpret_cast<BYTE*>(text.data()), &size) != ERROR_SUCCESS) {
         return std::nullopt;
     }
-    text.resize(size);
-    // The value may or may not carry its terminator.
-    return text.substr(0, text.find('\0'));
+    return toUtf8(text.c_str());
 }
 
 }  // namespace vynpack::platform

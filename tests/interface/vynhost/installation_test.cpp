@@ -52,10 +52,13 @@ protected:
     }
 };
 
-TEST_F(InstallationTest, WorksInAFolderWithBlanksAndUmlauts) {
-    const Outcome outcome = vynhost(copied("Prüfstand äöü ß"), noiseRun());
-    EXPECT_EQ(outcome.code, 0) << outcome.error;
-    EXPECT_TRUE(std::filesystem::exists(folder() / "out" / "x.csv"));
+TEST_F(InstallationTest, WorksInAFolderWithBlanksUmlautsAndKanji) {
+    for (const char* name : {"Prüfstand äöü ß", "測定"}) {
+        const Outcome outcome = vynhost(copied(name), noiseRun());
+        EXPECT_EQ(outcome.code, 0) << name << ": " << outcome.error;
+        EXPECT_TRUE(std::filesystem::exists(folder() / "out" / "x.csv"));
+        std::filesystem::remove_all(folder() / "out");
+    }
 }
 
 TEST_F(InstallationTest, TakesItsOwnLibraryBeforeTheMachinesSetting) {
@@ -100,6 +103,38 @@ TEST_F(InstallationTest, SaysWhereAMissingLibraryWasLookedFor) {
     EXPECT_FALSE(std::filesystem::exists(folder() / "out"));
     EXPECT_EQ(examined.code, 4);
     EXPECT_THAT(examined.out, HasSubstr("not all is well"));
+}
+
+TEST_F(InstallationTest, SaysThatALibraryDoesNotLoad) {
+    const std::filesystem::path program = copied("broken");
+    write(textOf(program / "Analysis" / platform::kLibraryFile), "no library");
+    const Outcome ran = vynhost(program, noiseRun());
+    EXPECT_EQ(ran.code, 4);
+    EXPECT_THAT(ran.error, HasSubstr("the analysis library "));
+    EXPECT_THAT(ran.error, HasSubstr("is not loaded: "));
+    EXPECT_FALSE(std::filesystem::exists(folder() / "out"));
+}
+
+// The keys that any program may look at, with all that is in them.
+TEST_F(InstallationTest, LeavesTheRegistryAsItWas) {
+    if (!platform::kHasDialogs) GTEST_SKIP() << "there is none";
+    const auto exported = [&](const std::string& key) {
+        const std::filesystem::path file = folder() / "keys.reg";
+        EXPECT_EQ(platform::runShell("reg export " + key + " \"" + textOf(file) + "\" /y > NUL"), 0)
+            << key;
+        return read(file);
+    };
+    const std::filesystem::path program = copied("own");
+    const std::optional<std::string> before = platform::sharedDirectory();
+    ASSERT_TRUE(platform::setSharedDirectory(std::nullopt));
+    const std::string machine = exported("HKLM\\SOFTWARE\\Orvane");
+    const std::string user = exported("HKCU\\Software");
+    EXPECT_EQ(vynhost(program, noiseRun()).code, 0);
+    EXPECT_EQ(vynhost(program, "list").code, 0);
+    EXPECT_EQ(exported("HKLM\\SOFTWARE\\Orvane"), machine);
+    EXPECT_EQ(exported("HKCU\\Software"), user);
+    platform::setSharedDirectory(before);
+    EXPECT_THAT(machine, ::testing::Not(::testing::IsEmpty()));
 }
 
 TEST_F(InstallationTest, SaysThatTheModuleIsMissing) {

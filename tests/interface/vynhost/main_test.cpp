@@ -135,7 +135,7 @@ TEST_F(MainTest, NoResultReplacesWhatIsRead) {
     const std::string source = "[source.s]\nfile = \"s.csv\"\n[sink.x]\nfrom = \"s\"\ncsv = ";
     const auto run = [&](const std::string& name, const std::string& more) {
         write("d.toml", source + "\"" + name + "\"\n");
-        return vynhost("run " + at("d.toml") + " --out " + at("") + " --force" + more);
+        return vynhost("run " + at("d.toml") + " --out " + at(".") + " --force" + more);
     };
     for (const char* name : {"s.csv", "d.toml", "./s.csv"}) {
         const Outcome outcome = run(name, "");
@@ -155,7 +155,7 @@ TEST_F(MainTest, AFileOfSomebodyElseNeedsForceTheOwnResultDoesNot) {
     writeWav("s.wav", {0.5F});
     write("x.csv", "precious");
     write("d.toml", "[source.s]\nfile = \"s.wav\"\n[sink.x]\nfrom = \"s\"\ncsv = \"x.csv\"\n");
-    const std::string command = "run " + at("d.toml") + " --out " + at("");
+    const std::string command = "run " + at("d.toml") + " --out " + at(".");
     const Outcome refused = vynhost(command);
     EXPECT_EQ(refused.code, 2);
     EXPECT_THAT(refused.error, HasSubstr("--force"));

@@ -9,7 +9,6 @@
 
 namespace vynhost::platform {
 
-extern const char* const kAnalysisFile;  // ovanlys.so or ovanlys.dll
 extern const char* const kHostProgram;   // vynhost or vynhost.exe
 
 // Makes an existing handle unlockable, or lockable again. False where the system can't.

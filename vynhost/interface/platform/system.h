@@ -100,7 +100,6 @@ public:
 
 private:
     Int handle_ = -1;
-    std::filesystem::path path_;
 };
 
 // --- Libraries and surroundings -------------------------------------------------------------
@@ -109,13 +108,16 @@ extern const char* const kModuleFile;  // VYNPACKM.so or VYNPACKM.dll
 
 // Null when it does not load; `why` then tells.
 void* loadLibrary(const std::filesystem::path& path, std::string& why);
+// This process has loaded it, whoever asked for it.
+bool isLoaded(const std::filesystem::path& path);
 void unloadLibrary(void* library) noexcept;
 void* findFunction(void* library, const char* name) noexcept;
 
 // The directory below which the module looks for Analysis/ovanlys; nothing when it is not set.
 std::optional<std::string> sharedDirectory();
 // Sets it (nothing: removes the setting) for the modules that this process loads from now on; on
-// Windows the setting is the machine's. False when it could not be written.
+// Windows the setting is the machine's, and only tests change it. False when it could not be
+// written.
 bool setSharedDirectory(const std::optional<std::string>& directory);
 
 // What that setting is called, and the file in the Analysis folder.

@@ -12,7 +12,6 @@ extern "C" __attribute__((weak)) void __sanitizer_set_report_fd(void* file);
 
 namespace vynhost::platform {
 
-const char* const kAnalysisFile = "ovanlys.so";
 const char* const kHostProgram = "vynhost";
 
 bool setLockable(Handle handle, bool lockable) noexcept {

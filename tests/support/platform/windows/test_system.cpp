@@ -3,12 +3,13 @@
 #include <windows.h>
 
 #include <cstdlib>
+#include <filesystem>
+#include <string>
 
 #include "vynhost/interface/platform/system.h"
 
 namespace vynhost::platform {
 
-const char* const kAnalysisFile = "ovanlys.dll";
 const char* const kHostProgram = "vynhost.exe";
 
 bool setLockable(Handle, bool) noexcept { return false; }
@@ -41,7 +42,8 @@ void limitMemory(std::size_t bytes) noexcept {
 
 int runShell(const std::string& command) {
     // The shell takes the outermost quotes off.
-    return std::system(("\"" + command + "\"").c_str());
+    const std::string quoted = "\"" + command + "\"";
+    return ::_wsystem(std::filesystem::path(std::u8string(quoted.begin(), quoted.end())).c_str());
 }
 
 }  // namespace vynhost::platform

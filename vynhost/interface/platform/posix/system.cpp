@@ -303,6 +303,12 @@ void* loadLibrary(const std::filesystem::path& path, std::string& why) {
     return library;
 }
 
+bool isLoaded(const std::filesystem::path& path) {
+    void* library = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NOLOAD);
+    if (library != nullptr) ::dlclose(library);
+    return library != nullptr;
+}
+
 void unloadLibrary(void* library) noexcept { ::dlclose(library); }
 
 void* findFunction(void* library, const char* name) noexcept { return ::dlsym(library, name); }

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <ole2.h>
 #include <shellapi.h>
 
 #include <algorithm>
@@ -293,23 +294,23 @@ HFILE fileOf(Int handle) { return static_cast<HFILE>(handle); }
 }  // namespace
 
 ParameterFile::ParameterFile(const std::string& bytes) {
-    std::array<char, MAX_PATH> folder{};
-    std::array<char, MAX_PATH> name{};
-    ::GetTempPathA(static_cast<DWORD>(folder.size()), folder.data());
-    ::GetTempFileNameA(folder.data(), "vyn", 0, name.data());
-    path_ = name.data();
-    OFSTRUCT opened{};
-    opened.cBytes = sizeof opened;
-    handle_ = ::OpenFile(name.data(), &opened, OF_CREATE | OF_READWRITE);
-    if (fileOf(handle_) == HFILE_ERROR) throw std::runtime_error("temporary file");
+    std::wstring folder(MAX_PATH + 1, L'\0');
+    std::wstring name(MAX_PATH, L'\0');
+    folder.resize(::GetTempPathW(static_cast<DWORD>(folder.size()), folder.data()));
+    if (::GetTempFileNameW(folder.c_str(), L"vyn", 0, name.data()) == 0) {
+        throw std::runtime_error("temporary file");
+    }
+    // Gone with its handle, which the module takes as one of the older file functions.
+    const HANDLE file =
+        ::CreateFileW(name.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                      FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
+    if (file == INVALID_HANDLE_VALUE) throw std::runtime_error("temporary file");
+    handle_ = ::HandleToLong(file);
     ::_lwrite(fileOf(handle_), bytes.data(), static_cast<UINT>(bytes.size()));
     seek(0);
 }
 
-ParameterFile::~ParameterFile() {
-    ::_lclose(fileOf(handle_));
-    ::DeleteFileA(path_.string().c_str());
-}
+ParameterFile::~ParameterFile() { ::_lclose(fileOf(handle_)); }
 
 std::size_t ParameterFile::position() const {
     return static_cast<std::size_t>(::_llseek(fileOf(handle_), 0, FILE_CURRENT));
@@ -336,6 +337,10 @@ void* loadLibrary(const std::filesystem::path& path, std::string& why) {
     return library;
 }
 
+bool isLoaded(const std::filesystem::path& path) {
+    return ::GetModuleHandleW(path.c_str()) != nullptr;
+}
+
 void unloadLibrary(void* library) noexcept { ::FreeLibrary(static_cast<HMODULE>(library)); }
 
 void* findFunction(void* library, const char* name) noexcept {
@@ -344,32 +349,38 @@ void* findFunction(void* library, const char* name) noexcept {
 
 namespace {
 
-constexpr char kInstallerKey[] = "SOFTWARE\\Orvane\\Common\\Installer";
-constexpr char kDirectoryValue[] = "OVSHAREDDIR64";
+constexpr wchar_t kInstallerKey[] = L"SOFTWARE\\Orvane\\Common\\Installer";
+constexpr wchar_t kDirectoryValue[] = L"OVSHAREDDIR64";
+
+LSTATUS writeDirectory(HKEY key, const std::wstring& directory) {
+    return ::RegSetValueExW(key, kDirectoryValue, 0, REG_SZ,
+                            reinterpret_cast<const BYTE*>(directory.c_str()),
+                            static_cast<DWORD>((directory.size() + 1) * sizeof(wchar_t)));
+}
 
 }  // namespace
 
 std::optional<std::string> sharedDirectory() {
-    std::array<char, 1024> text{};
-    auto size = static_cast<DWORD>(text.size() - 1);
-    if (::RegGetValueA(HKEY_LOCAL_MACHINE, kInstallerKey, kDirectoryValue, RRF_RT_REG_SZ, nullptr,
+    std::wstring text(32768, L'\0');
+    auto size = static_cast<DWORD>(text.size() * sizeof(wchar_t));
+    if (::RegGetValueW(HKEY_LOCAL_MACHINE, kInstallerKey, kDirectoryValue, RRF_RT_REG_SZ, nullptr,
                        text.data(), &size) != ERROR_SUCCESS) {
         return std::nullopt;
     }
-    return std::string(text.data());
+    return toUtf8(text.c_str());
 }
 
 bool setSharedDirectory(const std::optional<std::string>& directory) {
     HKEY key = nullptr;
-    if (::RegCreateKeyExA(HKEY_LOCAL_MACHINE, kInstallerKey, 0, nullptr, 0, KEY_SET_VALUE, nullptr,
+    if (::RegCreateKeyExW(HKEY_LOCAL_MACHINE, kInstallerKey, 0, nullptr, 0, KEY_SET_VALUE, nullptr,
                           &key, nullptr) != ERROR_SUCCESS) {
         return false;
     }
-    const LSTATUS status = directory
-                               ? ::RegSetValueExA(key, kDirectoryValue, 0, REG_SZ,
-                                                  reinterpret_cast<const BYTE*>(directory->c_str()),
-                                                  static_cast<DWORD>(directory->size() + 1))
-                               : ::RegDeleteValueA(key, kDirectoryValue);
+    const LSTATUS status =
+        directory
+            ? writeDirectory(
+                  key, std::filesystem::path(std::u8string(directory->begin(), directory->end())))
+            : ::RegDeleteValueW(key, kDirectoryValue);
     ::RegCloseKey(key);
     return status == ERROR_SUCCESS || (!directory && status == ERROR_FILE_NOT_FOUND);
 }
@@ -389,18 +400,17 @@ std::wstring standInPath() {
 }  // namespace
 
 SharedDirectoryForLoading::SharedDirectoryForLoading(const std::filesystem::path& directory) {
+    // What the module starts besides has read its real settings already.
+    ::OleInitialize(nullptr);
     HKEY hive = nullptr;
     if (::RegCreateKeyExW(HKEY_CURRENT_USER, standInPath().c_str(), 0, nullptr, REG_OPTION_VOLATILE,
                           KEY_ALL_ACCESS, nullptr, &hive, nullptr) != ERROR_SUCCESS) {
         return;  // the setting serves
     }
     HKEY key = nullptr;
-    if (::RegCreateKeyExA(hive, kInstallerKey, 0, nullptr, REG_OPTION_VOLATILE, KEY_SET_VALUE,
+    if (::RegCreateKeyExW(hive, kInstallerKey, 0, nullptr, REG_OPTION_VOLATILE, KEY_SET_VALUE,
                           nullptr, &key, nullptr) == ERROR_SUCCESS) {
-        const std::wstring text = directory.wstring();
-        ::RegSetValueExW(key, L"OVSHAREDDIR64", 0, REG_SZ,
-                         reinterpret_cast<const BYTE*>(text.c_str()),
-                         static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
+        writeDirectory(key, directory.wstring());
         ::RegCloseKey(key);
         ::RegOverridePredefKey(HKEY_LOCAL_MACHINE, hive);
     }
