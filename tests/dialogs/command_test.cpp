@@ -15,6 +15,7 @@ using testing::HasSubstr;
 // Controls.
 constexpr int kSpectrumPhase = 1101;
 constexpr int kSpectrumWindows = 1100;
+constexpr int kSpectrumHelp = 1107;
 constexpr int kDualAmplitudes = 1133;
 constexpr int kDualCoherence = 1117;
 constexpr int kClassMethods = 1130;
@@ -132,6 +133,22 @@ TEST_F(Command, MessagesOfTheDialogAreLeftToTheUser) {
     command.click(dialog, IDOK);
     EXPECT_EQ(command.exitCode(), 0);
     EXPECT_EQ(read(), text + "PkFilterLength = 31\n");
+}
+
+TEST_F(Command, HelpSaysWhereThePageOfTheBlockIs) {
+    write("[block.fft]\ntype = \"FFT\"\n");
+    DialogCommand command(diagram(), "fft");
+    const Dialog dialog = command.dialog();
+    command.click(dialog, kSpectrumHelp);
+    const Dialog box = command.box(dialog);
+    EXPECT_EQ(box.caption(), "vynhost");
+    EXPECT_THAT(box.text(kBoxText), HasSubstr("The page of this block is not installed."));
+    EXPECT_THAT(box.text(kBoxText), HasSubstr("docs\\blocks\\TOSpektrum.md"));
+    command.click(box, IDOK);
+    command.waitUntilClosed(box);
+    EXPECT_FALSE(dialog.closed());
+    command.click(dialog, IDCANCEL);
+    EXPECT_EQ(command.exitCode(), 0);
 }
 
 TEST_F(Command, AnUnknownBlockIsAnError) {

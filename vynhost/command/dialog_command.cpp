@@ -12,6 +12,7 @@
 #include "vynhost/diagram/catalogue.h"
 #include "vynhost/diagram/diagram.h"
 #include "vynhost/diagram/diagram_text.h"
+#include "vynhost/interface/installation.h"
 #include "vynhost/results/result_files.h"
 
 namespace vynhost {
@@ -93,6 +94,11 @@ BlockEditor::BlockEditor(ModuleHost& host, const std::filesystem::path& file,
 
 BlockEditor::~BlockEditor() = default;
 
+std::string BlockEditor::className() const {
+    const auto found = std::ranges::find(origin_->types, block_->typeCode(), &TypeInfo::code);
+    return found->className;
+}
+
 std::vector<std::string> BlockEditor::writeBack() {
     const std::string record = block_->save();
     if (record == origin_->record) return {};
@@ -110,6 +116,9 @@ std::vector<std::string> BlockEditor::writeBack() {
 
 std::string showBlockDialog(ModuleHost& host, const DialogArguments& arguments) {
     BlockEditor editor(host, pathOf(arguments.diagram), arguments.block);
+    host.setHelp([page = findInstallation().pages / (editor.className() + ".md")] {
+        platform::showPage(page);
+    });
     const std::string unchanged = arguments.diagram + " is unchanged\n";
     switch (editor.block().askUser()) {
         case platform::DialogEnd::none:

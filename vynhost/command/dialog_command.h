@@ -21,6 +21,8 @@ public:
     BlockEditor& operator=(const BlockEditor&) = delete;
 
     PlacedBlock& block() noexcept { return *block_; }
+    // The name of the block's type in the documentation.
+    std::string className() const;
 
     // Writes what has become of the block's parameters since it was placed; gives a line per
     // change, and none when nothing has changed. The file is replaced as a whole or stays as it

@@ -30,6 +30,7 @@ Installation findInstallation() {
     Installation result;
     result.module = ModuleLibrary::defaultPath();
     result.places.push_back(placeBelow(result.module.parent_path(), "beside the module"));
+    result.pages = platform::programFolder() / "docs" / "blocks";
     if (const auto setting = platform::sharedDirectory()) {
         result.places.push_back(placeBelow(pathOf(*setting), platform::kSharedDirectoryName));
     }

@@ -22,6 +22,9 @@ struct Installation {
     std::filesystem::path module;  // where it is expected, if it is nowhere
     std::vector<LibraryPlace> places;
 
+    // The folder of the pages on the block types, each named after its class.
+    std::filesystem::path pages;
+
     // The first place that has the library, or null.
     const LibraryPlace* library() const noexcept;
 };

@@ -120,7 +120,9 @@ Int ModuleHost::serve(Message message, Int first, Int second) {
         case Message::copyHeader:
             // NOLINTNEXTLINE(performance-no-int-to-ptr)
             return copyHeader(handleOf(first), reinterpret_cast<void*>(second));
-        case Message::showHelp: return 0;
+        case Message::showHelp:
+            if (help_) help_();
+            return 0;
         case Message::inputCount:
         case Message::outputCount: {
             const PlacedBlock* block = blockOf(first);

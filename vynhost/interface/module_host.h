@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <type_traits>
@@ -63,6 +64,8 @@ public:
     std::vector<std::string> takeOffences();
 
     // --- How to answer ---
+    // Shows the help that a dialog asks for; nothing happens without it.
+    void setHelp(std::function<void()> show) { help_ = std::move(show); }
     void setTriggerThreshold(float level) noexcept { threshold_ = level; }
 
 protected:
@@ -102,6 +105,7 @@ private:
     int depth_ = 0;  // of calls into the module
     Int lastContext_ = 0x1000;
     std::map<Int, PlacedBlock*> blocks_;
+    std::function<void()> help_;
     std::vector<Box> boxes_;
     std::vector<std::string> offences_;
 };

@@ -83,6 +83,10 @@ enum class DialogEnd {
 // boxes stay open for the person at the screen.
 DialogEnd leaveToUser(const std::function<void()>& show);
 
+// Opens a page of the documentation in the program that the system has for it. Where there is no
+// page or no such program, a box above the dialog says where the page is or belongs.
+void showPage(const std::filesystem::path& page);
+
 // --- Parameter files ------------------------------------------------------------------------
 
 // A temporary file, open for reading and writing, with the kind of handle the module takes.

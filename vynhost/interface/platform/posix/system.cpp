@@ -250,6 +250,8 @@ DialogEnd leaveToUser(const std::function<void()>& show) {
     return DialogEnd::none;
 }
 
+void showPage(const std::filesystem::path&) {}
+
 // --- Parameter files ------------------------------------------------------------------------
 
 namespace {

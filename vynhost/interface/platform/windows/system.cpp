@@ -285,6 +285,21 @@ DialogEnd leaveToUser(const std::function<void()>& show) {
     return std::exchange(askedUser, {}).end;
 }
 
+void showPage(const std::filesystem::path& page) {
+    constexpr INT_PTR kLastError = 32;  // of ShellExecute
+    const bool there = ::GetFileAttributesW(page.c_str()) != INVALID_FILE_ATTRIBUTES;
+    if (there &&
+        reinterpret_cast<INT_PTR>(::ShellExecuteW(askedUser.dialog, nullptr, page.c_str(), nullptr,
+                                                  nullptr, SW_SHOWNORMAL)) > kLastError) {
+        return;
+    }
+    const std::wstring text = (there ? L"The page of this block is\n\n"
+                                     : L"The page of this block is not installed. "
+                                       L"It belongs here:\n\n") +
+                              page.wstring();
+    ::MessageBoxW(askedUser.dialog, text.c_str(), L"vynhost", MB_OK | MB_ICONINFORMATION);
+}
+
 // --- Parameter files ------------------------------------------------------------------------
 
 namespace {
