@@ -9,7 +9,7 @@
 
 namespace vynhost::platform {
 
-extern const char* const kHostProgram;   // vynhost or vynhost.exe
+extern const char* const kHostProgram;  // vynhost or vynhost.exe
 
 // Makes an existing handle unlockable, or lockable again. False where the system can't.
 bool setLockable(Handle handle, bool lockable) noexcept;
