@@ -38,9 +38,9 @@ struct DualSpektrumParameters {
     std::int16_t correction = kNoCorrection;
     double windowParameter = 10.0;
     std::int16_t resetMode = kNeverReset;
-    std::int32_t resetCount = 10;   // data blocks per average
+    std::int32_t resetCount = 10;  // data blocks per average
     std::int16_t dataOnReset = 0;  // non-zero: output only with the last block of an average
-    double averageFactor = 1.0;     // growth of the weight of weighted averaging
+    double averageFactor = 1.0;    // growth of the weight of weighted averaging
     std::array<char, 32> reserved{};
 
     template <class Record, class Self>
@@ -78,7 +78,7 @@ private:
 
     DualSpectrum spectrum_;
     std::vector<float> lengthened_;  // a response that was too short, and zeros
-    bool triggered_ = false;  // by a trigger whose data block waits for the host's memory
+    bool triggered_ = false;         // by a trigger whose data block waits for the host's memory
 };
 
 }  // namespace vynpack

@@ -16,13 +16,13 @@ constexpr WeightingCurve weightingCurveOf(int number) noexcept {
 // no number.
 int weightingOfControl(float value) noexcept;
 
-// Weighting at a frequency in Hz, in tenths of a dB, about 0 at 1000 Hz: the curve's magnitude by the corner
-// frequencies of IEC 61672-1 as rounded by older editions (20.6, 107.7, 737.9 and 12200 Hz). At
-// 0 Hz minus infinity, for a linear curve 0.
+// Weighting at a frequency in Hz, in tenths of a dB, about 0 at 1000 Hz: the curve's magnitude by
+// the corner frequencies of IEC 61672-1 as rounded by older editions (20.6, 107.7, 737.9 and 12200
+// Hz). At 0 Hz minus infinity, for a linear curve 0.
 double exactTenths(WeightingCurve curve, double frequency) noexcept;
 
-// The weighting in dB, in steps of 0.1 dB: negative values cut toward zero, positive ones rounded half up. At
-// 0 Hz it is 0.
+// The weighting in dB, in steps of 0.1 dB: negative values cut toward zero, positive ones rounded
+// half up. At 0 Hz it is 0.
 double weightingInTenths(WeightingCurve curve, double frequency) noexcept;
 
 }  // namespace vynpack
