@@ -13,7 +13,7 @@ constexpr int kRealImaginaryEntry = 5;
 constexpr int kWeightedEntry = 5;
 
 // Entry numbers are stored as the string ids of a consecutive range.
-std::uint16_t idOfEntry(int entry, int first) { return static_cast<std::uint16_t>(entry + first); }
+std::int16_t idOfEntry(int entry, int first) { return static_cast<std::int16_t>(entry + first); }
 
 }  // namespace
 
@@ -62,12 +62,12 @@ void accept(const DualSpectrumDraft& draft, TODualSpektrum::Parameters& paramete
     if (parameters.amplitudeType == kCepstrum) parameters.amplitudeType = kRealImaginary;
     parameters.averageType = idOfEntry(draft.averageTypeEntry, kNoAveraging);
     parameters.averageSource = idOfEntry(draft.averageSourceEntry, kAverageAmplitude);
-    parameters.quantity = static_cast<std::uint16_t>(draft.quantity);
+    parameters.quantity = static_cast<std::int16_t>(draft.quantity);
     parameters.transferType = idOfEntry(draft.transferEntry, kTransferH0);
     parameters.window = idOfEntry(draft.windowEntry, kNoWindow);
-    parameters.correction = static_cast<std::uint16_t>(draft.correction);
+    parameters.correction = static_cast<std::int16_t>(draft.correction);
     parameters.windowParameter = windowParameterOf(draft.windowParameter);
-    parameters.resetMode = static_cast<std::uint16_t>(draft.resetMode);
+    parameters.resetMode = static_cast<std::int16_t>(draft.resetMode);
     // The arrows may have left an exponent in the text.
     parameters.resetCount = std::max(1, wholePart(readNumber(draft.resetCount)));
     parameters.dataOnReset = draft.dataOnReset ? 1 : 0;

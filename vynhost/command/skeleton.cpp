@@ -138,8 +138,9 @@ public:
         for (const std::string_view letter : outputsOf(last)) {
             const std::string name =
                 last.name + (outputsOf(last).size() > 1 ? "_" + std::string(letter) : "");
-            text += "\n[sink." + name + "]\nfrom = \"" + last.name + "." + std::string(letter) +
-                    "\"\ncsv = \"" + name + ".csv\"\nsvg = \"" + name + ".svg\"\n";
+            text.append("\n[sink.").append(name).append("]\nfrom = \"").append(last.name);
+            text.append(".").append(letter).append("\"\ncsv = \"").append(name);
+            text.append(".csv\"\nsvg = \"").append(name).append(".svg\"\n");
             if (!average_.empty()) {
                 text += "average = \"" + std::string(average_) +
                         "\"  # over the data blocks: none, mean, power or last\n";

@@ -59,7 +59,7 @@ struct KeywordMeaning {
     bool readsBack = true;       // false: what is read says nothing
 
     // By name, in any case of letters; null when there is none.
-    const NamedChoice* choice(std::string_view name) const;
+    const NamedChoice* choice(std::string_view wanted) const;
     // "Slow (0), Fast (1) or Impulse (2)", "above 0 Hz".
     std::string allowed() const;
 };
