@@ -53,7 +53,7 @@ void* ModuleLibrary::find(const char* name) const noexcept {
 
 std::filesystem::path ModuleLibrary::defaultPath() {
     const std::filesystem::path folder = platform::programFolder();
-    const std::filesystem::path beside = folder / platform::kModuleFile;
+    std::filesystem::path beside = folder / platform::kModuleFile;
     std::error_code unreadable;
     if (std::filesystem::is_regular_file(beside, unreadable)) return beside;
     return (folder / VYN_MODULE_FOLDER / platform::kModuleFile).lexically_normal();

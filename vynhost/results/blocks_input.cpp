@@ -97,7 +97,7 @@ std::string BlocksInput::columns() const {
     for (std::size_t c = 0; c < channels_; ++c) {
         const Series series = description(c);
         std::string unit = heightUnit(series, style_);
-        if (!unit.empty()) unit = " [" + unit + "]";
+        if (!unit.empty()) unit.insert(0, " [").append("]");
         for (std::size_t b = 1; b <= samples_.size(); ++b) {
             text += "," + quotedField(series.name + " #" + std::to_string(b) + unit);
         }
