@@ -98,7 +98,7 @@ struct BlockMeaning {
     std::span<const KeywordRule> rules = {};
 
     // By name, in any case of letters; null when there is none.
-    const KeywordMeaning* keyword(std::string_view name) const;
+    const KeywordMeaning* keyword(std::string_view wanted) const;
     // The values of a new block.
     KeywordValues initialValues() const;
 };
