@@ -74,8 +74,8 @@ void Runner::openSources(const std::map<std::string, std::filesystem::path>& inp
     for (const SourceEntry& entry : diagram_.sources) {
         const auto replaced = inputs.find(entry.name);
         feeds_.push_back(std::make_unique<Feed>(
-            Source(entry, replaced == inputs.end() ? entry.file : replaced->second),
-            Outlet{.info = {.name = entry.name, .unit = entry.unit}}));
+            Feed{Source(entry, replaced == inputs.end() ? entry.file : replaced->second),
+                 Outlet{.info = {.name = entry.name, .unit = entry.unit}}}));
     }
     for (const auto& [name, file] : inputs) {
         if (findFeed(name) != nullptr) continue;
