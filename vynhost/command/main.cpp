@@ -40,6 +40,7 @@ struct RunArguments {
     std::string diagram;
     std::vector<std::string> inputs;  // NAME=FILE
     std::string out = ".";
+    std::string csv = "en";
     bool force = false;
     bool quiet = false;
 };
@@ -108,9 +109,10 @@ int run(const RunArguments& arguments) {
     const ModuleLibrary module = loadModule(installation);
     ModuleHost host(module);
     Runner runner(host, diagram, inputs);
+    const TableStyle& tables = arguments.csv == "de" ? kCommaTables : kPointTables;
     std::deque<Sink> sinks;
     for (const SinkEntry& entry : diagram.sinks)
-        sinks.emplace_back(entry, runner, files);
+        sinks.emplace_back(entry, runner, files, tables);
     std::deque<Comparer> comparers;
     for (const CompareEntry& entry : diagram.comparisons)
         comparers.emplace_back(entry, runner);
@@ -182,6 +184,11 @@ int obey(const std::vector<std::string>& words) {
     runCommand->add_option("--input", runArguments.inputs,
                            "NAME=FILE: another recording for a source");
     runCommand->add_option("--out", runArguments.out, "Folder of the results (default: here)");
+    runCommand
+        ->add_option("--csv", runArguments.csv,
+                     "Tables with comma and decimal point (en, the default), or with semicolon and "
+                     "decimal comma (de)")
+        ->check(CLI::IsMember({"en", "de"}));
     runCommand->add_flag("--force", runArguments.force,
                          "Replace files that no run has written, too");
     runCommand->add_flag("--quiet", runArguments.quiet, "Errors only");

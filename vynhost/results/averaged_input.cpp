@@ -13,22 +13,20 @@ std::optional<double> FinishedInput::nextX() const {
     return series_.front().x[row_];
 }
 
-void FinishedInput::writeCells(std::string& line) {
+void FinishedInput::writeCells(TableRow& row) {
     for (const Series& series : series_) {
         if (row_ < series.y.size()) {
-            appendHeight(line, static_cast<float>(series.y[row_]), series, style_);
+            addHeight(row, static_cast<float>(series.y[row_]), series, style_);
         } else {
-            line += ',';
+            row.addEmpty();
         }
     }
     ++row_;
 }
 
-std::string FinishedInput::columns() const {
-    std::string text;
+void FinishedInput::writeColumns(TableRow& row) const {
     for (const Series& series : series_)
-        text += "," + columnName(series, heightUnit(series, style_));
-    return text;
+        addColumn(row, series, style_);
 }
 
 double FinishedInput::step() const {

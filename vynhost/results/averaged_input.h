@@ -2,7 +2,6 @@
 #pragma once
 
 #include <optional>
-#include <string>
 #include <vector>
 
 #include "vynhost/diagram/diagram.h"
@@ -15,8 +14,8 @@ namespace vynhost {
 class FinishedInput : public SinkInput {
 public:
     std::optional<double> nextX() const override;
-    void writeCells(std::string& line) override;
-    std::string columns() const override;
+    void writeCells(TableRow& row) override;
+    void writeColumns(TableRow& row) const override;
     Series axis() const override { return series_.front(); }
     double step() const override;
 

@@ -75,34 +75,31 @@ std::optional<double> BlocksInput::nextX() const {
     return xOf(header_, static_cast<int>(row_));
 }
 
-void BlocksInput::writeCells(std::string& line) {
+void BlocksInput::writeCells(TableRow& row) {
     if (row_ < rows_ && row_ >= loadedEnd_) load();
     const std::size_t inChunk = row_ - loadedBegin_;
     for (std::size_t c = 0; c < channels_; ++c) {
         const Series series = description(c);
         for (std::size_t b = 0; b < samples_.size(); ++b) {
             if (row_ < samples_[b]) {
-                appendHeight(line, loaded_[(b * chunkRows_ + inChunk) * channels_ + c], series,
-                             style_);
+                addHeight(row, loaded_[(b * chunkRows_ + inChunk) * channels_ + c], series, style_);
             } else {
-                line += ',';
+                row.addEmpty();
             }
         }
     }
     ++row_;
 }
 
-std::string BlocksInput::columns() const {
-    std::string text;
+void BlocksInput::writeColumns(TableRow& row) const {
     for (std::size_t c = 0; c < channels_; ++c) {
-        const Series series = description(c);
-        std::string unit = heightUnit(series, style_);
-        if (!unit.empty()) unit.insert(0, " [").append("]");
+        const Series channel = description(c);
         for (std::size_t b = 1; b <= samples_.size(); ++b) {
-            text += "," + quotedField(series.name + " #" + std::to_string(b) + unit);
+            Series column = channel;
+            column.name += " #" + std::to_string(b);
+            addColumn(row, column, style_);
         }
     }
-    return text;
 }
 
 Series BlocksInput::axis() const {

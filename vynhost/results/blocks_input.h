@@ -42,8 +42,8 @@ public:
     void take(const ChannelData& block) override;
 
     std::optional<double> nextX() const override;
-    void writeCells(std::string& line) override;
-    std::string columns() const override;
+    void writeCells(TableRow& row) override;
+    void writeColumns(TableRow& row) const override;
     Series axis() const override;
     double step() const override;
 

@@ -23,11 +23,4 @@ Series FlowingCurve::complete() const {
     return result;
 }
 
-std::string columnNames(std::span<const FlowingCurve> curves) {
-    std::string text;
-    for (const FlowingCurve& curve : curves)
-        text += "," + columnName(curve.series);
-    return text;
-}
-
 }  // namespace vynhost

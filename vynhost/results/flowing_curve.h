@@ -1,9 +1,6 @@
 // A curve whose values come one after the other.
 #pragma once
 
-#include <span>
-#include <string>
-
 #include "vynhost/results/series.h"
 #include "vynhost/results/svg_chart.h"
 #include "vynhost/results/thinned_curve.h"
@@ -20,8 +17,5 @@ struct FlowingCurve {
     Series series;
     ThinnedCurve points;
 };
-
-// The names of the curves' columns, a comma before each.
-std::string columnNames(std::span<const FlowingCurve> curves);
 
 }  // namespace vynhost

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "vynhost/base/text.h"
-
 namespace vynhost {
 
 NamedInput::NamedInput(const SinkEntry& entry, const OutletInfo& outlet, const ChannelData& first,
@@ -44,26 +42,30 @@ std::optional<double> NamedInput::nextX() const {
     return rows_.front().x;
 }
 
-std::string NamedInput::rowHead() const {
-    std::string text = toText(rows_.front().x, 12);
-    if (overIntervals_) text += "," + toText(rows_.front().end, 12);
-    return text;
+void NamedInput::writeHead(TableRow& row) const {
+    row.addNumber(rows_.front().x, kXDigits);
+    if (overIntervals_) row.addNumber(rows_.front().end, kXDigits);
 }
 
 std::string NamedInput::endColumn() const {
-    return overIntervals_ ? ",end [" + axis_.xUnit + "]" : "";
+    return overIntervals_ ? withUnit("end", axis_.xUnit) : "";
 }
 
-void NamedInput::writeCells(std::string& line) {
+void NamedInput::writeColumns(TableRow& row) const {
+    for (const FlowingCurve& curve : curves_)
+        row.addText(withUnit(curve.series.name, curve.series.unit));
+}
+
+void NamedInput::writeCells(TableRow& row) {
     if (rows_.empty()) {
-        line.append(places_.size(), ',');
+        row.addEmpty(places_.size());
         return;
     }
     for (const std::optional<float>& value : rows_.front().values) {
         if (value) {
-            appendCell(line, *value);
+            row.addNumber(*value);
         } else {
-            line += ',';
+            row.addEmpty();
         }
     }
     rows_.pop_front();

@@ -26,9 +26,9 @@ public:
 
     bool flows() const override { return true; }
     std::optional<double> nextX() const override;
-    std::string rowHead() const override;
-    void writeCells(std::string& line) override;
-    std::string columns() const override { return columnNames(curves_); }
+    void writeHead(TableRow& row) const override;
+    void writeCells(TableRow& row) override;
+    void writeColumns(TableRow& row) const override;
     Series axis() const override;
     std::string endColumn() const override;
     double step() const override { return step_; }

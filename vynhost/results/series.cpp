@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cmath>
-#include <string_view>
 
 namespace vynhost {
 namespace {
@@ -28,6 +27,18 @@ constexpr std::array<double, 11> kOctaves = {16,   31.5, 63,   125,  250,  500,
 
 bool overBands(const ChannelHeader& header) {
     return (header.axisFlags & (kThirdOctaveBands | kOctaveBands)) != 0;
+}
+
+// Channels that have no name have a number where there are several.
+std::string channelName(const std::string& name, const OutletInfo& outlet, int channel,
+                        int channels) {
+    const auto index = static_cast<std::size_t>(channel);
+    const bool known = outlet.channels.size() == static_cast<std::size_t>(channels);
+    if (known && !outlet.channels[index].empty()) {
+        const std::string& own = outlet.channels[index];
+        return own.starts_with(name + " ") ? own : name + " " + own;
+    }
+    return channels > 1 ? name + " " + std::to_string(channel + 1) : name;
 }
 
 }  // namespace
@@ -67,8 +78,7 @@ void nameAxis(Series& series, const ChannelHeader& header) {
 
 Series emptySeries(const OutletInfo& outlet, const ChannelData& block, int channel) {
     Series series;
-    series.name = outlet.name;
-    if (block.channels() > 1) series.name += " " + std::to_string(channel + 1);
+    series.name = channelName(outlet.name, outlet, channel, block.channels());
     series.unit = unitOf(block.header, outlet.unit);
     series.isPower = block.header.yUnit == kUnitPower;
     series.isFullScale = outlet.unit.empty() && (overTime(block.header) || series.isPower ||
@@ -88,30 +98,14 @@ Series blockSeries(const OutletInfo& outlet, const ChannelData& block, int chann
 
 Series namedSeries(const OutletInfo& outlet, std::size_t quantity, int channel, int channels) {
     Series series;
-    series.name = outlet.name + " " + outlet.values[quantity].name;
-    if (channels > 1) series.name += " " + std::to_string(channel + 1);
+    series.name =
+        channelName(outlet.name + " " + outlet.values[quantity].name, outlet, channel, channels);
     series.unit = outlet.values[quantity].unit;
     return series;
 }
 
-std::string quotedField(std::string text) {
-    if (!text.empty() &&
-        std::string_view("=+-@\t\r").find(text.front()) != std::string_view::npos) {
-        text.insert(text.begin(), '\'');
-    }
-    if (text.find_first_of(",;\"\r\n") == std::string::npos) return text;
-    std::string quoted = "\"";
-    for (const char c : text) {
-        if (c == '"') quoted += c;
-        quoted += c;
-    }
-    return quoted += '"';
+std::string withUnit(const std::string& name, const std::string& unit) {
+    return unit.empty() ? name : name + " [" + unit + "]";
 }
-
-std::string columnName(const Series& series, const std::string& unit) {
-    return quotedField(unit.empty() ? series.name : series.name + " [" + unit + "]");
-}
-
-std::string columnName(const Series& series) { return columnName(series, series.unit); }
 
 }  // namespace vynhost

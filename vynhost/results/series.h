@@ -37,12 +37,7 @@ Series blockSeries(const OutletInfo& outlet, const ChannelData& block, int chann
 // A named quantity of one channel, without values.
 Series namedSeries(const OutletInfo& outlet, std::size_t quantity, int channel, int channels);
 
-// A field of a table's head: in quotes where it holds a separator, a quote or a line end; with an
-// apostrophe before what a spreadsheet would take as a formula.
-std::string quotedField(std::string text);
-
-// "name [unit]", as such a field.
-std::string columnName(const Series& series);
-std::string columnName(const Series& series, const std::string& unit);
+// "name [unit]"
+std::string withUnit(const std::string& name, const std::string& unit);
 
 }  // namespace vynhost

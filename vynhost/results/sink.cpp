@@ -56,8 +56,10 @@ void Sink::claimFiles(const SinkEntry& entry, ResultFiles& files) {
     claim(entry.svg, ".svg");
 }
 
-Sink::Sink(const SinkEntry& entry, Runner& runner, ResultFiles& files)
-    : entry_(entry), style_{entry.title, entry.logX, entry.decibels, entry.reference} {
+Sink::Sink(const SinkEntry& entry, Runner& runner, ResultFiles& files, const TableStyle& tables)
+    : entry_(entry),
+      style_{entry.title, entry.logX, entry.decibels, entry.reference},
+      tableStyle_(tables) {
     checkPickedValues(entry, runner);
     if (!entry.csv.empty()) table_ = &files.open(entry.csv);
     if (!entry.svg.empty()) picture_ = &files.open(entry.svg);
@@ -95,12 +97,13 @@ void Sink::checkAxes() const {
 void Sink::writeHead() {
     checkAxes();
     const Series axis = places_.front().input->axis();
-    std::string line = axis.xName;
-    if (!axis.xUnit.empty()) line += " [" + axis.xUnit + "]";
-    line += places_.front().input->endColumn();
+    TableRow row(tableStyle_);
+    row.addText(withUnit(axis.xName, axis.xUnit));
+    const std::string end = places_.front().input->endColumn();
+    if (!end.empty()) row.addText(end);
     for (const Place& place : places_)
-        line += place.input->columns();
-    table_->write(line + "\n");
+        place.input->writeColumns(row);
+    table_->write(std::string(tableStyle_.begin) + row.line());
     headWritten_ = true;
 }
 
@@ -121,10 +124,11 @@ void Sink::writeRow() {
                                                leader->input->axis().name + kDifferentAxes);
         }
     }
-    std::string line = leader->input->rowHead();
+    TableRow row(tableStyle_);
+    leader->input->writeHead(row);
     for (const Place& place : places_)
-        place.input->writeCells(line);
-    table_->write(line += '\n');
+        place.input->writeCells(row);
+    table_->write(row.line());
 }
 
 void Sink::finish() {

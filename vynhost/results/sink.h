@@ -9,6 +9,7 @@
 #include "vynhost/results/series.h"
 #include "vynhost/results/sink_input.h"
 #include "vynhost/results/svg_chart.h"
+#include "vynhost/results/table_row.h"
 #include "vynhost/run/runner.h"
 
 namespace vynhost {
@@ -20,9 +21,11 @@ class Sink {
 public:
     // Says which files it is going to open. Raises InputError for names that it can't have.
     static void claimFiles(const SinkEntry& entry, ResultFiles& files);
-    // Opens its files and listens to the runner, which it must not outlive. Raises InputError for
-    // values that nobody names, RunError for files that can't be written.
-    Sink(const SinkEntry& entry, Runner& runner, ResultFiles& files);
+    // Opens its files and listens to the runner, which it must not outlive, nor the style of its
+    // tables. Raises InputError for values that nobody names, RunError for files that can't be
+    // written.
+    Sink(const SinkEntry& entry, Runner& runner, ResultFiles& files,
+         const TableStyle& tables = kPointTables);
     Sink(const Sink&) = delete;
     Sink& operator=(const Sink&) = delete;
 
@@ -49,6 +52,7 @@ private:
 
     const SinkEntry& entry_;
     ChartStyle style_;
+    const TableStyle& tableStyle_;
     std::vector<Place> places_;
     ResultFile* table_ = nullptr;
     ResultFile* picture_ = nullptr;

@@ -1,15 +1,15 @@
 #include "vynhost/results/sink_input.h"
 
-#include "vynhost/base/text.h"
-
 namespace vynhost {
 
-std::string SinkInput::rowHead() const { return toText(*nextX(), 12); }
+void SinkInput::writeHead(TableRow& row) const { row.addNumber(*nextX(), kXDigits); }
 
-void appendCell(std::string& line, float value) { line += "," + toText(value); }
+void addHeight(TableRow& row, float value, const Series& series, const ChartStyle& style) {
+    row.addNumber(static_cast<float>(drawnHeight(value, series, style)));
+}
 
-void appendHeight(std::string& line, float value, const Series& series, const ChartStyle& style) {
-    appendCell(line, static_cast<float>(drawnHeight(value, series, style)));
+void addColumn(TableRow& row, const Series& series, const ChartStyle& style) {
+    row.addText(withUnit(series.name, heightUnit(series, style)));
 }
 
 }  // namespace vynhost

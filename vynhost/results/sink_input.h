@@ -8,6 +8,7 @@
 #include "vynhost/interface/channel_data.h"
 #include "vynhost/results/series.h"
 #include "vynhost/results/svg_chart.h"
+#include "vynhost/results/table_row.h"
 
 namespace vynhost {
 
@@ -29,12 +30,11 @@ public:
     // The x of the next row, when it is there.
     virtual std::optional<double> nextX() const = 0;
     // What stands before the next row's cells.
-    virtual std::string rowHead() const;
-    // Appends the next row's cells, a comma before each, and goes on to the row behind it; past the
-    // end empty cells.
-    virtual void writeCells(std::string& line) = 0;
-    // The columns' names, a comma before each.
-    virtual std::string columns() const = 0;
+    virtual void writeHead(TableRow& row) const;
+    // Adds the next row's cells and goes on to the row behind it; past the end empty cells.
+    virtual void writeCells(TableRow& row) = 0;
+    // Adds the columns' names.
+    virtual void writeColumns(TableRow& row) const = 0;
     // The first column's name, and the x axis.
     virtual Series axis() const = 0;
     // The name of a second column with where rows end; none where they have but one x.
@@ -46,10 +46,13 @@ public:
     virtual void addSeries(std::vector<Series>& all) const = 0;
 };
 
-// One cell, a comma before it.
-void appendCell(std::string& line, float value);
-// The same as a level where the style asks for one.
-void appendHeight(std::string& line, float value, const Series& series, const ChartStyle& style);
+// A cell with the value, or with its level where the style asks for one.
+void addHeight(TableRow& row, float value, const Series& series, const ChartStyle& style);
+// A column's name, with the unit of such values.
+void addColumn(TableRow& row, const Series& series, const ChartStyle& style);
+
+// Significant digits of an x.
+inline constexpr int kXDigits = 12;
 
 // What is wrong with names that an error puts before it.
 inline constexpr const char* kDifferentAxes = " have different x axes; give each a sink of its own";

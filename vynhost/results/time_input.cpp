@@ -23,11 +23,9 @@ void TimeInput::take(const ChannelData& block) {
     next_ += block.samples() * block.header.xStep;
 }
 
-std::string TimeInput::columns() const {
-    std::string text;
+void TimeInput::writeColumns(TableRow& row) const {
     for (const FlowingCurve& curve : curves_)
-        text += "," + columnName(curve.series, heightUnit(curve.series, style_));
-    return text;
+        addColumn(row, curve.series, style_);
 }
 
 std::optional<double> TimeInput::nextX() const {
@@ -35,17 +33,17 @@ std::optional<double> TimeInput::nextX() const {
     return waiting_.front().start + sample_ * waiting_.front().data.header.xStep;
 }
 
-void TimeInput::writeCells(std::string& line) {
+void TimeInput::writeCells(TableRow& row) {
     if (waiting_.empty()) {
-        line.append(curves_.size(), ',');
+        row.addEmpty(curves_.size());
         return;
     }
     const ChannelData& data = waiting_.front().data;
     for (std::size_t c = 0; c < curves_.size(); ++c) {
         if (static_cast<int>(c) < data.channels()) {
-            appendHeight(line, data.at(sample_, static_cast<int>(c)), curves_[c].series, style_);
+            addHeight(row, data.at(sample_, static_cast<int>(c)), curves_[c].series, style_);
         } else {
-            line += ',';
+            row.addEmpty();
         }
     }
     if (++sample_ < data.samples()) return;

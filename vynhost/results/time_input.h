@@ -3,7 +3,6 @@
 
 #include <deque>
 #include <optional>
-#include <string>
 #include <vector>
 
 #include "vynhost/results/flowing_curve.h"
@@ -22,8 +21,8 @@ public:
 
     bool flows() const override { return true; }
     std::optional<double> nextX() const override;
-    void writeCells(std::string& line) override;
-    std::string columns() const override;
+    void writeCells(TableRow& row) override;
+    void writeColumns(TableRow& row) const override;
     Series axis() const override { return curves_.front().series; }
     double step() const override { return step_; }
 

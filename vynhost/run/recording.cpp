@@ -190,6 +190,30 @@ bool isBlank(std::string_view text) {
     return text.find_first_not_of(" \t\r") == std::string_view::npos;
 }
 
+std::string trimmed(std::string_view text) {
+    const std::size_t first = text.find_first_not_of(" \t\r");
+    if (first == std::string_view::npos) return "";
+    return std::string(text.substr(first, text.find_last_not_of(" \t\r") - first + 1));
+}
+
+// "name [unit]", or a name alone.
+Recording::Channel describedBy(std::string_view head) {
+    const std::string text = onOneLine(trimmed(head));
+    const std::size_t bracket = text.rfind('[');
+    if (!text.ends_with(']') || bracket == std::string::npos) return {text, ""};
+    return {trimmed(std::string_view(text).substr(0, bracket)),
+            trimmed(std::string_view(text).substr(bracket + 1, text.size() - bracket - 2))};
+}
+
+// "Pa", "[Pa]" or "(Pa)"; a dash says that there is none.
+std::string unitIn(std::string_view head) {
+    std::string text = onOneLine(trimmed(head));
+    const bool square = text.starts_with('[') && text.ends_with(']');
+    const bool round = text.starts_with('(') && text.ends_with(')');
+    if (square || round) text = trimmed(std::string_view(text).substr(1, text.size() - 2));
+    return text == "-" ? "" : text;
+}
+
 // Groups of three digits behind a first one to three: 1.234.567 or, with a comma, 1,234,567. Taken
 // as such only where nothing else can be meant: two groups, or a decimal sign behind.
 std::string withoutThousands(std::string text, char thousands, char decimal) {
@@ -264,8 +288,9 @@ std::optional<double> stampOf(std::string_view text, std::optional<double>& firs
 
 // Separators: a tab or semicolon where the first line has one, else the comma; with semicolons
 // and tabs a comma in a number is its decimal sign and points may part thousands. Lines that begin
-// with # are comments. Above the numbers there may be rows without any: names, then units. An empty
-// cell is no number (NaN).
+// with # are comments. Above the numbers there may be rows without any: the channels' names, then
+// their units, if those do not stand behind the names in brackets. An empty cell is no number
+// (NaN).
 class CsvRecording : public Recording {
 public:
     CsvRecording(const std::filesystem::path& file, std::optional<double> rate) {
@@ -280,6 +305,7 @@ public:
             takeRow(line, number, rate.has_value(), x);
         }
         if (channels_ == 0 || values_.empty()) throw RecordingError("holds no numbers");
+        describe(rate.has_value());
         frames_ = static_cast<std::int64_t>(values_.size()) / channels_;
         if (stamped_ && !x.empty()) {  // from the first stamp on, which has no zero of its own
             const double first = x.front();
@@ -301,10 +327,31 @@ public:
     }
 
 private:
-    void chooseSeparator(const std::string& line) {
-        separator_ = line.find('\t') != std::string::npos  ? '\t'
-                     : line.find(';') != std::string::npos ? ';'
+    // In quotes they part nothing.
+    void chooseSeparator(std::string_view line) {
+        std::string open;
+        bool quoted = false;
+        for (const char c : line) {
+            if (c == '"') quoted = !quoted;
+            if (!quoted) open += c;
+        }
+        separator_ = open.find('\t') != std::string::npos  ? '\t'
+                     : open.find(';') != std::string::npos ? ';'
                                                            : ',';
+    }
+
+    // The heads of as many columns as the values have: names first, then units.
+    void describe(bool allChannels) {
+        std::erase_if(heads_, [&](const std::vector<std::string>& head) {
+            return static_cast<int>(head.size()) != channels_ + (allChannels ? 0 : 1);
+        });
+        if (heads_.empty()) return;
+        for (std::size_t i = allChannels ? 0 : 1; i < heads_.front().size(); ++i) {
+            described_.push_back(describedBy(heads_.front()[i]));
+            if (heads_.size() > 1 && described_.back().unit.empty()) {
+                described_.back().unit = unitIn(heads_[1][i]);
+            }
+        }
     }
 
     void takeRow(const std::string& line, int number, bool allChannels, std::vector<double>& x) {
@@ -320,7 +367,10 @@ private:
         // too.
         const bool hasNumber = std::ranges::any_of(
             row, [](const auto& value) { return value.has_value() && !std::isnan(*value); });
-        if (values_.empty() && !hasNumber) return;
+        if (values_.empty() && !hasNumber) {
+            if (heads_.size() < kMostHeads) heads_.push_back(fields);
+            return;
+        }
         const auto columns = static_cast<int>(row.size()) - (allChannels ? 0 : 1);
         if (channels_ == 0) channels_ = columns;
         if (columns < 1 || columns != channels_ || columns > kMostChannels) {
@@ -373,7 +423,10 @@ private:
         return 1.0 / step;
     }
 
+    static constexpr std::size_t kMostHeads = 100;
+
     char separator_ = '\0';
+    std::vector<std::vector<std::string>> heads_;
     bool stamped_ = false;
     std::optional<double> firstDay_;
     std::vector<float> values_;

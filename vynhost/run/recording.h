@@ -8,6 +8,7 @@
 #include <span>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace vynhost {
 
@@ -24,6 +25,14 @@ public:
     double rate() const noexcept { return rate_; }  // samples per second and channel
     std::int64_t frames() const noexcept { return frames_; }
     double start() const noexcept { return start_; }  // x of the first sample
+    // What the file says of a channel, from 0; empty where it says nothing.
+    struct Channel {
+        std::string name;
+        std::string unit;
+    };
+    Channel channel(std::size_t index) const {
+        return index < described_.size() ? described_[index] : Channel{};
+    }
 
     // Reads as many whole frames as the span holds or the recording has left, and gives their
     // number. Raises RecordingError when the file ends before its head says so.
@@ -34,6 +43,7 @@ protected:
     double rate_ = 0;
     std::int64_t frames_ = 0;
     double start_ = 0;
+    std::vector<Channel> described_;
 };
 
 // Opens by content and name: WAV, CSV (*.csv, *.tsv, *.txt), else what the audio library reads.

@@ -73,9 +73,11 @@ Runner::~Runner() = default;
 void Runner::openSources(const std::map<std::string, std::filesystem::path>& inputs) {
     for (const SourceEntry& entry : diagram_.sources) {
         const auto replaced = inputs.find(entry.name);
-        feeds_.push_back(std::make_unique<Feed>(
-            Feed{Source(entry, replaced == inputs.end() ? entry.file : replaced->second),
-                 Outlet{.info = {.name = entry.name, .unit = entry.unit}}}));
+        Source source(entry, replaced == inputs.end() ? entry.file : replaced->second);
+        OutletInfo info{
+            .name = entry.name, .unit = source.unit(), .channels = source.channelNames()};
+        feeds_.push_back(
+            std::make_unique<Feed>(Feed{std::move(source), Outlet{.info = std::move(info)}}));
     }
     for (const auto& [name, file] : inputs) {
         if (findFeed(name) != nullptr) continue;
@@ -212,21 +214,22 @@ void Runner::orderBlocks() {
         visit(*node);
 }
 
-// The unit of a recording travels along the wires, and so do the names of quantities through blocks
-// that average them.
+// The unit of a recording travels along the wires, the names of channels along those to a first
+// input, and the names of quantities through blocks that average them.
 void Runner::carryUnits() {
-    const auto carry = [](const Outlet& outlet, const std::string& unit) {
+    const auto carry = [](const Outlet& outlet) {
         for (const Target& target : outlet.targets) {
             for (Outlet& next : target.node->outlets) {
-                if (next.info.unit.empty()) next.info.unit = unit;
+                if (next.info.unit.empty()) next.info.unit = outlet.info.unit;
+                if (target.input == 0) next.info.channels = outlet.info.channels;
             }
         }
     };
     for (const auto& feed : feeds_)
-        carry(feed->outlet, feed->source.entry().unit);
+        carry(feed->outlet);
     for (Node* node : order_) {
         for (const Outlet& outlet : node->outlets) {
-            carry(outlet, outlet.info.unit);
+            carry(outlet);
             for (const Target& target : outlet.targets) {
                 if (target.node->block->typeCode() != kMittelwert) continue;
                 for (Outlet& next : target.node->outlets) {

@@ -16,11 +16,12 @@ namespace vynhost {
 
 // What comes out at one source or output.
 struct OutletInfo {
-    std::string name;                     // as the diagram calls it
-    std::string unit;                     // of the recording that it stems from
-    std::vector<ValueName> values = {};   // of data blocks that hold named quantities
-    bool overIntervals = false;           // data blocks hold what an interval of time came to
-    std::vector<std::string> notes = {};  // after the run: what of the data is not in there
+    std::string name;                        // as the diagram calls it
+    std::string unit;                        // of the recording that it stems from
+    std::vector<std::string> channels = {};  // their names, where the recording has some
+    std::vector<ValueName> values = {};      // of data blocks that hold named quantities
+    bool overIntervals = false;              // data blocks hold what an interval of time came to
+    std::vector<std::string> notes = {};     // after the run: what of the data is not in there
 };
 
 class Runner {

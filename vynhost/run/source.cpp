@@ -51,7 +51,36 @@ Source::Source(const SourceEntry& entry, std::filesystem::path file)
       file_(std::move(file)),
       recording_(openFor(entry, file_)),
       channels_(chosenChannels(entry, file_, recording_->channels())),
-      noise_(entry.noise ? entry.noise->seed : 0) {}
+      noise_(entry.noise ? entry.noise->seed : 0) {
+    describeChannels();
+}
+
+// Units that do not hold for all channels stay behind the names that they stood behind.
+void Source::describeChannels() {
+    std::vector<Recording::Channel> channels;
+    for (const std::size_t channel : channels_)
+        channels.push_back(recording_->channel(channel));
+    const auto unitOf = [](const Recording::Channel& channel) { return channel.unit; };
+    unit_ = entry_->unit;
+    const bool has = unit_.empty() && std::ranges::any_of(channels, [&](const auto& channel) {
+                         return !channel.unit.empty();
+                     });
+    unitIsFiles_ =
+        has && entry_->fullScale == 1 &&
+        std::ranges::count(channels, channels.front().unit, unitOf) == std::ranges::ssize(channels);
+    hasOwnUnits_ = has && !unitIsFiles_;
+    if (unitIsFiles_) unit_ = channels.front().unit;
+    for (const Recording::Channel& channel : channels) {
+        std::string name = channel.name == entry_->name ? "" : channel.name;
+        if (hasOwnUnits_ && !channel.unit.empty()) {
+            name += (name.empty() ? "[" : " [") + channel.unit + "]";
+        }
+        names_.push_back(std::move(name));
+    }
+    if (std::ranges::all_of(names_, [](const std::string& name) { return name.empty(); })) {
+        names_.clear();
+    }
+}
 
 std::optional<ChannelData> Source::next() {
     const auto block = static_cast<std::size_t>(entry_->block);
@@ -108,6 +137,7 @@ std::string Source::note() const {
                        " samples at " + toText(recording_->rate()) + " Hz, " +
                        std::to_string(channels_.size()) +
                        (channels_.size() == 1 ? " channel" : " channels");
+    if (unitIsFiles_) note += " in " + unit_;
     if (rest_ > 0 && entry_->tail == Tail::drop) {
         note += "; the last " + std::to_string(rest_) + " left out";
     } else if (rest_ > 0 && entry_->tail == Tail::pad) {

@@ -24,6 +24,12 @@ public:
 
     const SourceEntry& entry() const noexcept { return *entry_; }
     const std::string& name() const noexcept { return entry_->name; }
+    // The diagram's unit, else the file's where that holds for all channels as they are.
+    const std::string& unit() const noexcept { return unit_; }
+    // The file says units, but they differ, or the values are scaled: `unit` is empty.
+    bool hasOwnUnits() const noexcept { return hasOwnUnits_; }
+    // Of the chosen channels, as the file calls them; none where it calls none.
+    const std::vector<std::string>& channelNames() const noexcept { return names_; }
 
     // The next data block: the chosen channels, scaled, with the noise on top. Nothing where the
     // recording has ended, or where its short rest is dropped. Raises InputError for a file that
@@ -35,6 +41,7 @@ public:
     std::string note() const;
 
 private:
+    void describeChannels();
     std::string title() const;
     std::size_t readFrames(std::span<float> interleaved);
     std::vector<float> chosenAndScaled(std::span<const float> interleaved,
@@ -45,6 +52,10 @@ private:
     std::filesystem::path file_;
     std::unique_ptr<Recording> recording_;
     std::vector<std::size_t> channels_;  // from 0
+    std::string unit_;
+    bool unitIsFiles_ = false;
+    bool hasOwnUnits_ = false;
+    std::vector<std::string> names_;
     WhiteNoise noise_;
     std::int64_t position_ = 0;  // in frames
     std::size_t rest_ = 0;       // frames of a last, short data block

@@ -104,6 +104,17 @@ TEST_F(MainTest, RunsADiagramAndSaysWhereTheResultsLie) {
     EXPECT_EQ(quiet.out, "");
 }
 
+TEST_F(MainTest, WritesTablesWithADecimalCommaOnRequest) {
+    writeWav("s.wav", {0.5F, -0.25F});
+    write("d.toml", "[source.s]\nfile = \"s.wav\"\n[sink.x]\nfrom = \"s\"\ncsv = \"x.csv\"\n");
+    const std::string command = "run " + at("d.toml") + " --out " + at("out");
+    EXPECT_EQ(vynhost(command + " --csv=de").code, 0);
+    EXPECT_EQ(read(folder() / "out" / "x.csv"), "\xEF\xBB\xBFt [s];s\n0;0,5\n0,000125;-0,25\n");
+    EXPECT_EQ(vynhost(command + " --csv=en").code, 0);
+    EXPECT_EQ(read(folder() / "out" / "x.csv"), "t [s],s\n0,0.5\n0.000125,-0.25\n");
+    EXPECT_EQ(vynhost(command + " --csv=fr").code, 2);
+}
+
 TEST_F(MainTest, SaysAnErrorInOneLineAndLeavesNothingBehind) {
     writeWav("s.wav", sine(64, 4));
     write("d.toml", "[source.s]\nfile = \"s.wav\"\n[sink.x]\nfrom = \"q\"\ncsv = \"x.csv\"\n");

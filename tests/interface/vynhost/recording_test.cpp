@@ -5,7 +5,9 @@ namespace vynhost::test {
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
+using ::testing::StartsWith;
 
 class RecordingTest : public RunTest {};
 
@@ -34,6 +36,80 @@ TEST_F(RecordingTest, WhatIsWrittenAsATableIsReadBackAsItWas) {
         EXPECT_EQ(valuesOf(result, "s"), before);
         EXPECT_NEAR(result.collected({"s", "", {}}).blocks[0].header.xStep, 1.0 / 8000, 1e-12);
     });
+}
+
+// Both kinds of table, with a gap, small and large numbers, and names with what parts cells.
+TEST_F(RecordingTest, BothKindsOfTableAreReadBackAsTheyWereWritten) {
+    write("s.csv",
+          "t,\"left; near\",\"right, far\"\ns,Pa,Pa\n0,1.5e-30,-2\n0.5,,1234567\n1,0.1,3\n");
+    const std::string sink = "[sink.x]\nfrom = \"s\"\ncsv = \"x\"\n";
+    std::vector<float> before;
+    for (const TableStyle* style : {&kPointTables, &kCommaTables}) {
+        SCOPED_TRACE(style->separator);
+        tables = style;
+        std::string table;
+        run("[source.s]\nfile = \"s.csv\"\n" + sink, [&](const RunResult& result) {
+            before = valuesOf(result, "s");
+            table = result.tables[0];
+        });
+        EXPECT_EQ(table, style == &kPointTables
+                             ? "t [s],\"s left; near [Pa]\",\"s right, far [Pa]\"\n"
+                               "0,1.5e-30,-2\n0.5,,1234567\n1,0.1,3\n"
+                             : "\xEF\xBB\xBFt [s];\"s left; near [Pa]\";\"s right, far [Pa]\"\n"
+                               "0;1,5e-30;-2\n0,5;;1234567\n1;0,1;3\n");
+        write("back.csv", table);
+        run("[source.s]\nfile = \"back.csv\"\n" + sink, [&](const RunResult& result) {
+            std::vector<float> after = valuesOf(result, "s");
+            ASSERT_TRUE(before.size() > 2 && after.size() == before.size());
+            EXPECT_TRUE(std::isnan(before[2]) && std::isnan(after[2]));
+            before[2] = after[2] = 0;
+            EXPECT_EQ(after, before);
+            EXPECT_EQ(result.tables[0], table);
+        });
+    }
+}
+
+// A sink's columns and curves are called as the recording calls its channels, behind blocks too.
+TEST_F(RecordingTest, ChannelsKeepTheirNames) {
+    write("s.csv", "Zeit;links;rechts;\ns;Pa;Pa;Pa\n0;1;2;3\n0,5;3;4;5\n");
+    const std::string blocks =
+        "[block.f]\ntype = \"FFT\"\n[block.n]\ntype = \"Statistik\"\nPkYMax = 1\n"
+        "[wire]\n\"f.E\" = \"s\"\n\"n.E\" = \"s\"\n"
+        "[sink.x]\nfrom = [\"s\"]\ncsv = \"x\"\n[sink.y]\nfrom = \"f.S\"\ncsv = \"y\"\n"
+        "average = \"last\"\n[sink.z]\nfrom = \"n.A\"\ncsv = \"z\"\n";
+    run("[source.s]\nfile = \"s.csv\"\n" + blocks, [](const RunResult& result) {
+        EXPECT_THAT(result.tables[0], StartsWith("t [s],s links [Pa],s rechts [Pa],s 3 [Pa]\n"));
+        EXPECT_THAT(result.tables[1],
+                    StartsWith("f [Hz],f.S links [Pa],f.S rechts [Pa],f.S 3 [Pa]\n"));
+        EXPECT_THAT(result.tables[2], StartsWith("block,n.A YMax links"));
+        EXPECT_EQ(result.series(0)[1].name, "s rechts");
+        EXPECT_THAT(result.notes[0], EndsWith("2 samples at 2 Hz, 3 channels in Pa"));
+    });
+    run("[source.s]\nfile = \"s.csv\"\nchannels = [2]\nunit = \"V\"\n" + blocks,
+        [](const RunResult& result) {
+            EXPECT_THAT(result.tables[0], StartsWith("t [s],s rechts [V]\n"));
+        });
+}
+
+// One unit for all channels is the recording's; what holds for some stays in their names.
+TEST_F(RecordingTest, UnitsOfTheFileAreTakenWhereTheyHold) {
+    const auto head = [this](const char* table, const std::string& more) {
+        write("s.csv", table);
+        std::string line;
+        run("[source.s]\nfile = \"s.csv\"\n" + more + "[sink.x]\nfrom = \"s\"\ncsv = \"x\"\n",
+            [&](const RunResult& result) {
+                line = result.tables[0].substr(0, result.tables[0].find('\n'));
+            });
+        return line;
+    };
+    const char* mixed = "t [s],a [V],b [A]\n0,1,2\n1,2,3\n";
+    EXPECT_EQ(head(mixed, ""), "t [s],s a [V],s b [A]");
+    EXPECT_EQ(head(mixed, "channels = [2]\n"), "t [s],s b [A]");
+    EXPECT_EQ(head(mixed, "unit = \"mV\"\n"), "t [s],s a [mV],s b [mV]");
+    EXPECT_EQ(head("t [s],s [V]\n0,1\n1,2\n", ""), "t [s],s [V]");
+    EXPECT_EQ(head("Zeit,Druck\n[s],(Pa)\n0,1\n1,2\n", ""), "t [s],s Druck [Pa]");
+    EXPECT_EQ(head("A title\nt,a\ns,-\n0,1\n1,2\n", ""), "t [s],s a");
+    EXPECT_EQ(head("0,1\n1,2\n", ""), "t [s],s");
 }
 
 TEST_F(RecordingTest, TablesOfMeasuringProgramsAreRead) {

@@ -24,7 +24,7 @@ void RunTest::runFile(const std::filesystem::path& file,
     ResultFiles files(folder() / "out", {}, true);
     for (const SinkEntry& sink : diagram.sinks) {
         std::ranges::for_each(sink.from, collect);
-        result.sinks.emplace_back(sink, runner, files);
+        result.sinks.emplace_back(sink, runner, files, *tables);
     }
     for (const CompareEntry& compare : diagram.comparisons) {
         collect(compare.of);

@@ -40,6 +40,8 @@ protected:
              const Inputs& inputs = {});
     void runFile(const std::filesystem::path& file,
                  const std::function<void(const RunResult&)>& look, const Inputs& inputs = {});
+    // How the tables are written.
+    const TableStyle* tables = &kPointTables;
     static std::vector<float> valuesOf(const RunResult& result, const std::string& node,
                                        const std::string& letter = "");
 };
