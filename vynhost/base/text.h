@@ -46,4 +46,18 @@ std::string textOf(const std::filesystem::path& path);
 // Line breaks as blanks: message box texts on one line.
 std::string onOneLine(std::string_view text);
 
+// The length of the UTF-8 character at the beginning of a text; 0 where there is none.
+std::size_t characterSize(std::string_view text);
+
+// What a terminal shows as it stands: control characters, marks that turn the direction of writing
+// and bytes that are no UTF-8 as escapes (\x1b).
+std::string printable(std::string_view text);
+
+// At most so many letters (not bytes), at least 3: where there are more, the first and the last of
+// them, with a mark in between.
+std::string shortened(std::string_view text, std::size_t letters);
+
+// A message for a terminal, whatever has got into it: one line of at most 300 printable letters.
+std::string messageLine(std::string_view text);
+
 }  // namespace vynhost

@@ -45,6 +45,13 @@ struct RunArguments {
     bool quiet = false;
 };
 
+// The one line that an error is, on standard error.
+void complain(std::string_view text) {
+    std::cerr << messageLine("vynhost: " + std::string(text)) << '\n';
+}
+
+void say(const std::string& line) { std::cout << printable(line) << '\n'; }
+
 std::map<std::string, std::filesystem::path> replacedFiles(const std::vector<std::string>& inputs) {
     std::map<std::string, std::filesystem::path> files;
     for (const std::string& input : inputs) {
@@ -52,7 +59,10 @@ std::map<std::string, std::filesystem::path> replacedFiles(const std::vector<std
         if (equals == std::string::npos || equals == 0) {
             throw InputError("--input " + input + ": must be NAME=FILE");
         }
-        files[input.substr(0, equals)] = pathOf(input.substr(equals + 1));
+        const std::string name = input.substr(0, equals);
+        if (!files.emplace(name, pathOf(input.substr(equals + 1))).second) {
+            throw InputError("--input " + name + " is given twice; a source has one recording");
+        }
     }
     return files;
 }
@@ -125,17 +135,17 @@ int run(const RunArguments& arguments) {
         sink.finish();
     if (!arguments.quiet) {
         for (const std::string& note : runner.notes())
-            std::cout << note << '\n';
+            say(note);
     }
     if (interrupted()) throw RunError(kInterrupted, "interrupted, no file is written");
     for (const std::filesystem::path& path : files.commit()) {
-        if (!arguments.quiet) std::cout << "wrote " << textOf(path) << '\n';
+        if (!arguments.quiet) say("wrote " + textOf(path));
     }
     int code = kSuccess;
     for (const Comparison& comparison : comparisons) {
-        if (!arguments.quiet) std::cout << comparison.line << '\n';
+        if (!arguments.quiet) say(comparison.line);
         if (!comparison.within) code = kDifferent;
-        if (!comparison.within && arguments.quiet) std::cerr << comparison.line << '\n';
+        if (!comparison.within && arguments.quiet) complain(comparison.line);
     }
     return code;
 }
@@ -148,6 +158,13 @@ int dialog(const DialogArguments& arguments) {
     ModuleHost host(module);
     std::cout << showBlockDialog(host, arguments);
     return kSuccess;
+}
+
+constexpr const char* kNotWritten = "standard output can't be written";
+
+// What was said must have arrived: a full disk behind standard output is an error, too.
+void requireWritten(std::ostream& stream) {
+    if (!stream.flush()) throw RunError(kWrongInput, kNotWritten);
 }
 
 std::string versionText() {
@@ -210,24 +227,31 @@ int obey(const std::vector<std::string>& words) {
         commands.push_back(command->get_name());
     if (!words.empty() && !words.front().starts_with('-') &&
         std::ranges::find(commands, words.front()) == commands.end()) {
-        std::cerr << "vynhost: \"" << words.front() << "\" is no command"
-                  << didYouMean(words.front(), commands) << " (there are: " << joined(commands)
-                  << ")\n";
+        complain("\"" + words.front() + "\" is no command" + didYouMean(words.front(), commands) +
+                 " (there are: " + joined(commands) + ")");
         return kWrongInput;
     }
 
     try {
         app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
+        requireWritten(std::cout);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? kSuccess : kWrongInput;
+        const bool asked = error.get_exit_code() == 0;  // for help or the version
+        if (asked) app.exit(error);
+        if (asked && std::cout.flush()) return kSuccess;
+        complain(asked ? kNotWritten : std::string(error.what()) + " (--help says more)");
+        return kWrongInput;
     } catch (const RunError& error) {
-        std::cerr << "vynhost: " << error.what() << '\n';
+        complain(error.what());
         return error.code();
     } catch (const ModuleError& error) {
-        std::cerr << "vynhost: " << error.what() << '\n';
+        complain(error.what());
         return kNoModule;
+    } catch (const std::bad_alloc&) {
+        complain("memory is out");
+        return kWrongInput;
     } catch (const std::exception& error) {
-        std::cerr << "vynhost: " << error.what() << '\n';
+        complain(error.what());
         return kWrongInput;
     }
     return code;

@@ -1,4 +1,5 @@
 // The program itself.
+#include <algorithm>
 #include <cstdlib>
 
 #include "interface/vynhost/diagram_fixture.h"
@@ -28,6 +29,7 @@ protected:
         const int code = platform::runShell(command);
         return {code, read(out), read(error)};
     }
+    static inline const std::string kLineEnd = platform::kHasDialogs ? "\r\n" : "\n";
     std::string at(const std::string& name) const { return "\"" + textOf(folder() / name) + "\""; }
 };
 
@@ -174,6 +176,85 @@ TEST_F(MainTest, AFileOfSomebodyElseNeedsForceTheOwnResultDoesNot) {
     EXPECT_EQ(vynhost(command + " --force").code, 0);
     EXPECT_EQ(vynhost(command).code, 0);
     EXPECT_EQ(read(folder() / "x.csv"), "t [s],s\n0,0.5\n");
+}
+
+// --- What is said, and where ------------------------------------------------------------------
+
+TEST_F(MainTest, WhateverIsWrongIsOneShortPrintableLine) {
+    const std::string million(1'000'000, 'k');
+    write("key.toml", "[source.s]\nnoise = { rms = 1.0 }\nrate = 1.0\nseconds = 9.0\n" + million +
+                          " = 1\n[sink.x]\nfrom = \"s\"\ncsv = \"x.csv\"\n");
+    write("escape.toml",
+          "[source.\"\\u001b]0;title\\u0007\\u000b\"]\nfile = \"\\u001b[31m.wav\"\n"
+          "[sink.x]\nfrom = \"s\"\ncsv = \"x.csv\"\n");
+    write("binary.toml", std::string("\xFF\xFE\x01\x1b[2J\0\v\f\x80", 10));
+    write("binary.csv", "0,1\n1,\x1b[31m\v\x80" + million + "\n");
+    write("csv.toml", "[source.s]\nfile = \"binary.csv\"\n[sink.x]\nfrom = \"s\"\ncsv = \"x\"\n");
+    for (const std::string& arguments :
+         {"run " + at("key.toml"), "run " + at("escape.toml"), "run " + at("binary.toml"),
+          "run " + at("csv.toml"), "run " + at("key.toml") + " --input " + million.substr(0, 4000),
+          std::string("run"), "walk" + million.substr(0, 4000), std::string("run a.toml --fast"),
+          std::string("list FFT --json --markdown"), "list " + million.substr(0, 4000)}) {
+        SCOPED_TRACE(arguments.substr(0, 100));
+        const Outcome outcome = vynhost(arguments);
+        EXPECT_EQ(outcome.code, 2);
+        EXPECT_EQ(outcome.out, "");
+        EXPECT_THAT(outcome.error, StartsWith("vynhost: "));
+        ASSERT_TRUE(outcome.error.ends_with(kLineEnd));
+        const std::string line = outcome.error.substr(0, outcome.error.size() - kLineEnd.size());
+        EXPECT_EQ(line, messageLine(line));
+    }
+}
+
+TEST_F(MainTest, ASourceIsGivenOneRecording) {
+    writeWav("s.wav", {0.5F});
+    write("d.toml", "[source.s]\nfile = \"s.wav\"\n[sink.x]\nfrom = \"s\"\ncsv = \"x.csv\"\n");
+    const std::string input = " --input s=" + at("s.wav");
+    const Outcome outcome = vynhost("run " + at("d.toml") + input + input);
+    EXPECT_EQ(outcome.code, 2);
+    EXPECT_THAT(outcome.error, StartsWith("vynhost: --input s is given twice"));
+}
+
+// Natively: there is a device that is always full.
+TEST_F(MainTest, AFullStandardOutputIsNoSuccess) {
+    if (platform::kHasDialogs) GTEST_SKIP() << "no such device";
+    const std::string program =
+        "\"" + textOf(platform::programFolder() / platform::kHostProgram) + "\"";
+    for (const char* arguments : {"list", "list --json", "--version", "--help", "skeleton FFT"}) {
+        EXPECT_EQ(platform::runShell(program + " " + arguments + " > /dev/full 2> " + at("err")), 2)
+            << arguments;
+        EXPECT_EQ(read(folder() / "err"), "vynhost: standard output can't be written\n");
+    }
+}
+
+// Natively: a shell that gives fewer descriptors than the program needs.
+TEST_F(MainTest, FewDescriptorsAreAnErrorAndNoDeath) {
+    if (platform::kHasDialogs) GTEST_SKIP() << "no such shell";
+    writeWav("s.wav", sine(64, 4));
+    write("d.toml",
+          "[source.s]\nfile = \"s.wav\"\nblock = 32\n[block.f]\ntype = \"FFT\"\n"
+          "[wire]\n\"f.E\" = \"s\"\n[sink.x]\nfrom = \"f.S\"\ncsv = \"x.csv\"\nsvg = \"x.svg\"\n");
+    const std::string program =
+        "\"" + textOf(platform::programFolder() / platform::kHostProgram) + "\"";
+    bool refused = false;
+    for (int descriptors = 3; descriptors < 16; ++descriptors) {
+        SCOPED_TRACE(descriptors);
+        write("err", "");
+        const int code = platform::runShell("exec 2> " + at("err") + "; ulimit -n " +
+                                            std::to_string(descriptors) + "; " + program + " run " +
+                                            at("d.toml") + " --quiet --out " + at("out"));
+        if (code == 0) {
+            EXPECT_EQ(read(folder() / "err"), "");
+            continue;
+        }
+        refused = true;
+        // Below four not even the program's libraries can be opened.
+        EXPECT_THAT(code, testing::AnyOf(2, 4, 127));
+        EXPECT_NE(read(folder() / "err"), "");
+        EXPECT_FALSE(std::filesystem::exists(folder() / "out"));
+    }
+    EXPECT_TRUE(refused);
+    EXPECT_TRUE(std::filesystem::exists(folder() / "out" / "x.svg"));
 }
 
 // Natively: a shell that can send signals.

@@ -1,6 +1,8 @@
 // Numbers and names as text.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "vynhost/base/text.h"
 
 namespace vynhost::test {
@@ -18,6 +20,37 @@ TEST(TextTest, ReadsWholeNumbersOnly) {
     EXPECT_EQ(toNumber("+2"), 2.0);
     EXPECT_EQ(toNumber("1.5x"), std::nullopt);
     EXPECT_EQ(toNumber(""), std::nullopt);
+}
+
+// A table of both lengths would take 7 GiB.
+TEST(TextTest, SuggestsNothingForANameThatNobodyTypes) {
+    const std::string a(30'000, 'a');
+    EXPECT_EQ(didYouMean(a, std::vector<std::string>{std::string(30'000, 'b'), "a"}), "");
+    EXPECT_EQ(didYouMean("spectrun", std::vector<std::string>{a, "spectrum"}),
+              ", did you mean spectrum?");
+}
+
+TEST(TextTest, TheTerminalIsToldNothingButLetters) {
+    EXPECT_EQ(printable("Öl 20 µPa 猫"), "Öl 20 µPa 猫");
+    EXPECT_EQ(printable("\x1b[31m\a\v\t\x7f"), "\\x1b[31m\\x07\\x0b\\x09\\x7f");
+    EXPECT_EQ(printable("\xC2\x9B"), "\\xc2\\x9b");      // a control character of Latin-1
+    EXPECT_EQ(printable("\u202E"), "\\xe2\\x80\\xae");   // turns what follows around
+    EXPECT_EQ(printable("a\xFF\xC3("), "a\\xff\\xc3(");  // no UTF-8
+    EXPECT_EQ(printable("\xC0\x80\xED\xA0\x80"), "\\xc0\\x80\\xed\\xa0\\x80");
+    EXPECT_EQ(printable(std::string_view("\0", 1)), "\\x00");
+}
+
+TEST(TextTest, AMessageIsOneLineOfAtMost300Letters) {
+    EXPECT_EQ(messageLine("d.toml:1: is\nwrong"), "d.toml:1: is wrong");
+    EXPECT_EQ(messageLine(std::string(300, 'x')), std::string(300, 'x'));
+    std::string text = "d.toml:1: \"";
+    for (int i = 0; i < 400; ++i)
+        text += "ä";
+    const std::string line = messageLine(text + "\" is no number");
+    EXPECT_EQ(std::ranges::count_if(line, [](char c) { return (c & 0xC0) != 0x80; }), 300);
+    EXPECT_TRUE(line.starts_with("d.toml:1: \"ä"));
+    EXPECT_TRUE(line.ends_with("ä\" is no number"));
+    EXPECT_NE(line.find("ä…ä"), std::string::npos);
 }
 
 }  // namespace

@@ -159,6 +159,9 @@ MessageFunction& messageFunction() {
     return function;
 }
 
+// Here, where it may still fail: no call into the module may.
+void prepareBoxes();
+
 Int takeMessage(std::uint32_t message, Int first, Int second) {
     const MessageFunction& function = messageFunction();
     return function ? function(message, first, second) : 0;
@@ -167,6 +170,7 @@ Int takeMessage(std::uint32_t message, Int first, Int second) {
 }  // namespace
 
 Int openWindow(MessageFunction function) {
+    prepareBoxes();
     messageFunction() = std::move(function);
     return reinterpret_cast<Int>(&takeMessage);
 }
@@ -189,6 +193,12 @@ public:
         reading_ = ends[0];
         writing_ = ends[1];
         real_ = ::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);
+        if (real_ < 0 && errno != EBADF) {  // it is open, and would be lost
+            const int error = errno;
+            ::close(reading_);
+            ::close(writing_);
+            throw std::system_error(error, std::generic_category(), "standard error");
+        }
         if (__sanitizer_set_report_fd != nullptr && real_ >= 0) {
             // NOLINTNEXTLINE(performance-no-int-to-ptr)
             __sanitizer_set_report_fd(reinterpret_cast<void*>(static_cast<std::intptr_t>(real_)));
@@ -221,6 +231,8 @@ StandardError& standardError() {
     static StandardError error;
     return error;
 }
+
+void prepareBoxes() { standardError(); }
 
 Box boxOf(std::string line) {
     if (line.ends_with('\n')) line.pop_back();
