@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "vynhost/base/text.h"
+#include "vynhost/diagram/toml_bounds.h"
 
 namespace vynhost {
 namespace {
@@ -35,7 +36,13 @@ public:
         const toml::node* node = table_.get(name);
         if (node == nullptr) return otherwise;
         if (!node->is_string()) fail(name, "must be a text");
-        return node->value_or(std::string());
+        return stringOf(name, *node);
+    }
+    // Of a string. The system would end it at a character of code 0, and mean another name.
+    std::string stringOf(std::string_view name, const toml::node& node) const {
+        std::string text = node.value_or(std::string());
+        if (text.find('\0') != std::string::npos) fail(name, "holds a character of code 0");
+        return text;
     }
     std::string neededText(std::string_view name) const {
         if (table_.get(name) == nullptr)
@@ -87,6 +94,10 @@ private:
     const toml::table& table_;
 };
 
+// Samples per second: one in thirty years to those of light.
+constexpr double kLowestRate = 1e-9;
+constexpr double kHighestRate = 1e12;
+
 class Reader {
 public:
     explicit Reader(const std::filesystem::path& path) : file_(textOf(path)) {
@@ -113,6 +124,7 @@ public:
 
 private:
     toml::table parse(const std::string& text) const {
+        checkBounds(text, file_);
         try {
             return toml::parse(text, file_);
         } catch (const toml::parse_error& error) {
@@ -175,9 +187,15 @@ private:
         }
         source.block = static_cast<int>(block);
         source.fullScale = section.number("full_scale").value_or(1.0);
+        const double singlePrecision = static_cast<float>(source.fullScale);
+        if (!std::isfinite(singlePrecision) || singlePrecision == 0) {
+            section.fail("full_scale", "must be a finite number other than 0");
+        }
         source.unit = section.text("unit");
         source.rate = section.number("rate");
-        if (source.rate && !(*source.rate > 0)) section.fail("rate", "must be above 0");
+        if (source.rate && !(*source.rate >= kLowestRate && *source.rate <= kHighestRate)) {
+            section.fail("rate", "must be from 1e-9 to 1e12");
+        }
         if (!hasFile) source.seconds = secondsOfNoise(section);
         source.tail = section.choice<Tail, 3>(
             "tail", {{{"keep", Tail::keep}, {"drop", Tail::drop}, {"pad", Tail::pad}}});
@@ -204,7 +222,8 @@ private:
         table.allowOnly({"rms", "seed"});
         const std::optional<double> rms = table.number("rms");
         if (!rms) throw InputError(table.place(), "rms is missing");
-        if (!(*rms >= 0) || std::isinf(*rms)) table.fail("rms", "must be 0 or above");
+        constexpr double kLoudest = 1e37;  // six times as much is a number in single precision
+        if (!(*rms >= 0 && *rms <= kLoudest)) table.fail("rms", "must be from 0 to 1e37");
         NoiseEntry result{.rms = *rms};
         if (const toml::node* seed = table.table().get("seed")) {
             if (!seed->is_integer()) table.fail("seed", "must be a whole number");
@@ -245,7 +264,7 @@ private:
             block.recordPlace = section.place("record");
             block.record = recordBytes(section);
         }
-        std::vector<toml::source_position> positions;
+        std::vector<std::pair<toml::source_position, Setting>> found;
         for (const auto& [key, node] : section.table()) {
             if (key.str() == "type" || key.str() == "record") continue;
             Setting setting;
@@ -258,15 +277,15 @@ private:
             } else if (node.is_floating_point()) {
                 setting.value = *node.value<double>();
             } else if (node.is_string()) {
-                setting.value = *node.value<std::string>();
+                setting.value = section.text(key.str());
             } else {
                 section.fail(key.str(), "must be a number, a text, true or false");
             }
-            const auto after = std::ranges::upper_bound(positions, node.source().begin);
-            block.settings.insert(block.settings.begin() + (after - positions.begin()),
-                                  std::move(setting));
-            positions.insert(after, node.source().begin);
+            found.emplace_back(node.source().begin, std::move(setting));
         }
+        std::ranges::stable_sort(found, {}, [](const auto& entry) { return entry.first; });
+        for (auto& [position, setting] : found)
+            block.settings.push_back(std::move(setting));
         diagram_.blocks.push_back(std::move(block));
     }
 
@@ -301,7 +320,7 @@ private:
             for (const toml::node& item : *list) {
                 if (!item.is_string()) section.fail("from", "must be a list of names");
                 sink.from.push_back(
-                    section.connector(item.value_or(std::string()), section.place("from")));
+                    section.connector(section.stringOf("from", item), section.place("from")));
             }
         } else {
             sink.from.push_back(section.connector(section.text("from"), section.place("from")));
@@ -313,7 +332,7 @@ private:
             if (list == nullptr) section.fail("values", "must be a list of names");
             for (const toml::node& item : *list) {
                 if (!item.is_string()) section.fail("values", "must be a list of names");
-                sink.values.push_back(item.value_or(std::string()));
+                sink.values.push_back(section.stringOf("values", item));
             }
         }
         sink.csv = section.text("csv");
@@ -329,7 +348,9 @@ private:
         sink.logX = section.choice<bool, 2>("x", {{{"linear", false}, {"log", true}}});
         sink.decibels = section.choice<bool, 2>("y", {{{"linear", false}, {"dB", true}}});
         sink.reference = section.number("reference").value_or(1.0);
-        if (!(sink.reference > 0)) section.fail("reference", "must be above 0");
+        if (!(sink.reference > 0) || std::isinf(sink.reference)) {
+            section.fail("reference", "must be a finite number above 0");
+        }
         diagram_.sinks.push_back(std::move(sink));
     }
 
@@ -340,6 +361,9 @@ private:
         compare.of = section.connector(section.neededText("of"), section.place("of"));
         compare.with = section.connector(section.neededText("with"), section.place("with"));
         compare.tolerance = section.number("tolerance");
+        if (compare.tolerance && !(*compare.tolerance >= 0 && std::isfinite(*compare.tolerance))) {
+            section.fail("tolerance", "must be a finite number, 0 or above");
+        }
         diagram_.comparisons.push_back(std::move(compare));
     }
 
@@ -372,7 +396,9 @@ Diagram readDiagram(const std::filesystem::path& file) {
         throw InputError({textOf(file), 0, ""}, "no such file");
     }
     std::ifstream in(file, std::ios::binary);
-    const std::string text{std::istreambuf_iterator<char>(in), {}};
+    std::string text(kMostDiagramBytes + 1, '\0');  // one more tells that there is more
+    in.read(text.data(), static_cast<std::streamsize>(text.size()));
+    text.resize(static_cast<std::size_t>(in.gcount()));
     return Reader(file).read(text);
 }
 

@@ -420,6 +420,9 @@ private:
                 throw RecordingError("has no evenly rising x column (give rate when it has none)");
             }
         }
+        if (!std::isnormal(1.0 / step)) {
+            throw RecordingError("has an x column whose steps are too small or too large");
+        }
         return 1.0 / step;
     }
 

@@ -45,7 +45,8 @@ TEST_F(DiagramError, OfNoise) {
     EXPECT_EQ(error("noise = 3\n"),
               "d.toml:2: source.n.noise: must be a table: { rms = 0.01, seed = 1 }");
     EXPECT_EQ(error("noise = { seed = 3 }\n"), "d.toml:2: source.n.noise: rms is missing");
-    EXPECT_EQ(error("noise = { rms = -1 }\n"), "d.toml:2: source.n.noise.rms: must be 0 or above");
+    EXPECT_EQ(error("noise = { rms = -1 }\n"),
+              "d.toml:2: source.n.noise.rms: must be from 0 to 1e37");
     EXPECT_EQ(error("noise = { rms = 1, seed = 1.5 }\n"),
               "d.toml:2: source.n.noise.seed: must be a whole number");
     EXPECT_EQ(error("noise = { rms = 1, level = 2 }\n"),
@@ -203,6 +204,48 @@ TEST_F(DiagramError, OfADiagramFromWhichNothingWouldCome) {
               "[compare.NAME], is missing");
     EXPECT_EQ(error(wired + "[sink.x]\nfrom = \"fft.S\"\ncsv = \"x.csv\"\n"), "");
     EXPECT_EQ(error(wired + "[compare.x]\nof = \"s\"\nwith = \"s\"\n"), "");
+}
+
+TEST_F(DiagramError, NumbersThatAreNone) {
+    for (const char* value : {"nan", "inf", "-inf", "0", "1e39", "1e-50"}) {
+        EXPECT_EQ(errorOf(source + "full_scale = " + value + "\n"),
+                  "d.toml:4: source.s.full_scale: must be a finite number other than 0")
+            << value;
+    }
+    for (const char* value : {"nan", "inf", "-1.0", "0", "5e-324", "1e-308", "1e13"}) {
+        EXPECT_EQ(errorOf(source + "rate = " + value + "\n"),
+                  "d.toml:4: source.s.rate: must be from 1e-9 to 1e12")
+            << value;
+    }
+    for (const char* value : {"nan", "inf", "-1.0", "1e38"}) {
+        EXPECT_EQ(errorOf(source + "noise = { rms = " + value + " }\n"),
+                  "d.toml:4: source.s.noise.rms: must be from 0 to 1e37")
+            << value;
+    }
+    for (const char* value : {"nan", "inf", "-1e-9"}) {
+        EXPECT_EQ(errorOf(source + "[compare.c]\nof = \"s\"\nwith = \"s\"\ntolerance = " + value),
+                  "d.toml:7: compare.c.tolerance: must be a finite number, 0 or above")
+            << value;
+    }
+    for (const char* value : {"nan", "inf", "0", "-1"}) {
+        EXPECT_EQ(errorOf(source + "[sink.x]\nfrom = \"s\"\ncsv = \"x\"\nreference = " + value),
+                  "d.toml:7: sink.x.reference: must be a finite number above 0")
+            << value;
+    }
+    EXPECT_EQ(
+        errorOf("[block.w]\ntype = \"Frequenzbewertung\"\nPkXweight = -2147483648\n"),
+        "d.toml:3: block.w.PkXweight: -2147483648 is none of its values, allowed is linear (0), "
+        "A (1), B (2) or C (3)");
+}
+
+// A system call would end them there and mean another file.
+TEST_F(DiagramError, TextsBehindACharacterOfCode0) {
+    EXPECT_EQ(errorOf("[source.s]\nfile = \"s.wav\\u0000.csv\"\n"),
+              "d.toml:2: source.s.file: holds a character of code 0");
+    EXPECT_EQ(errorOf(source + "[sink.x]\nfrom = [\"s\", \"s\\u0000\"]\ncsv = \"x\"\n"),
+              "d.toml:5: sink.x.from: holds a character of code 0");
+    EXPECT_EQ(errorOf(fft + "PkWndFct = \"HANNING\\u0000\"\n"),
+              "d.toml:6: block.fft.PkWndFct: holds a character of code 0");
 }
 
 }  // namespace

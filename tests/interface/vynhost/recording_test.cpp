@@ -162,5 +162,11 @@ TEST_F(RecordingTest, ACellThatIsNoNumberIsNamedWithItsPlace) {
                 HasSubstr("line 2, column 1: \"2026-02-30 00:00:00\" is no number"));
 }
 
+TEST_F(RecordingTest, StepsMustLeaveARate) {
+    write("s.csv", "0,1\n5e-324,2\n1e-323,3\n");
+    EXPECT_THAT(errorOf("[source.s]\nfile = \"s.csv\"\n"),
+                HasSubstr("has an x column whose steps are too small or too large"));
+}
+
 }  // namespace
 }  // namespace vynhost::test
