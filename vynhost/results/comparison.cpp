@@ -50,20 +50,29 @@ void Comparer::take(Side& side, const ChannelData& block) {
 }
 
 Comparison Comparer::result() const {
-    if (!of_.first || !with_.first) throw failure("brought nothing to compare");
+    if (count_ == 0) throw failure("brought nothing to compare");
     Comparison result;
     result.largest = largest_;
     result.rms = std::sqrt(errorPower_ / static_cast<double>(count_));
-    const double relative = result.largest / peak_;
+    // Of silence everything is infinitely much, but for nothing.
+    const double relative = result.largest == 0 ? 0 : result.largest / peak_;
+    const double relativeRms = errorPower_ == 0 ? 0 : std::sqrt(errorPower_ / power_);
     result.within = !entry_.tolerance || relative <= *entry_.tolerance;
     result.line = entry_.name + ": " + entry_.of.text() + " against " + entry_.with.text() +
                   " over " + std::to_string(count_) + " values: largest difference " +
                   toText(result.largest, 3) + (unit_.empty() ? "" : " " + unit_) + " = " +
-                  toText(relative, 3) + " of the peak, rms " +
-                  toText(std::sqrt(errorPower_ / power_), 3) + " of the signal's rms";
+                  toText(relative, 3) + " of the peak, rms " + toText(relativeRms, 3) +
+                  " of the signal's rms";
     if (entry_.tolerance) {
         result.line += result.within ? " (within " : " (NOT within ";
         result.line += toText(*entry_.tolerance) + " of the peak)";
+    }
+    const std::size_t more = std::max(of_.ahead.size(), with_.ahead.size());
+    if (more > 0) {
+        const ConnectorName& shorter = of_.ahead.empty() ? entry_.of : entry_.with;
+        result.within = false;
+        result.line += ", NOT equally long: " + shorter.text() + " ends " + std::to_string(more) +
+                       (more == 1 ? " value" : " values") + " early";
     }
     return result;
 }

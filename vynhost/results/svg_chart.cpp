@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <string_view>
 
 #include "vynhost/base/text.h"
 
@@ -35,14 +36,28 @@ constexpr std::array<const char*, 7> kColours = {"#0072b2", "#d55e00", "#009e73"
 constexpr const char* kGrid = "#dddddd";
 constexpr const char* kFrame = "#555555";
 
-std::string escaped(const std::string& text) {
+// XML has no control characters but tab and line ends, not even escaped: each becomes the sign that
+// stands for it. Neither has it the last two numbers of Unicode's first plane.
+std::string escaped(std::string_view text) {
     std::string result;
-    for (const char c : text) {
-        switch (c) {
-            case '&': result += "&amp;"; break;
-            case '<': result += "&lt;"; break;
-            case '>': result += "&gt;"; break;
-            default: result += c;
+    while (!text.empty()) {
+        const std::size_t size = characterSize(text);
+        const std::string_view character = text.substr(0, std::max<std::size_t>(size, 1));
+        const char c = character.front();
+        text.remove_prefix(character.size());
+        if (size == 0 || character == "\uFFFE" || character == "\uFFFF") {
+            result += "\uFFFD";
+        } else if (c >= 0 && c < ' ' && c != '\t' && c != '\n' && c != '\r') {
+            result += "\xE2\x90";  // U+2400 and what follows
+            result += static_cast<char>(0x80 + c);
+        } else if (c == '&') {
+            result += "&amp;";
+        } else if (c == '<') {
+            result += "&lt;";
+        } else if (c == '>') {
+            result += "&gt;";
+        } else {
+            result += character;
         }
     }
     return result;
@@ -50,45 +65,73 @@ std::string escaped(const std::string& text) {
 
 std::string pixel(double position) { return toText(std::round(position * 10) / 10); }
 
-// The range of one axis and where its ticks stand.
+// The range of one axis and where its ticks stand. Any two finite numbers are a range.
 class Axis {
 public:
-    Axis(double low, double high, bool log) : log_(log) {
-        if (!(low < high)) {
-            const double half = low == 0 ? 1 : std::abs(low) / 2;
-            low -= half;
-            high += half;
+    Axis(double low, double high, bool log)
+        : log_(log), low_(std::max(low, -kLargest)), high_(std::min(high, kLargest)) {
+        if (log_) {
+            if (isPoint()) widenLogPoint();
+            setDecades();
+        } else {
+            if (isPoint()) widenPoint();
+            setRoundSteps();
         }
-        low_ = low;
-        high_ = high;
-        log_ ? setDecades() : setRoundSteps();
     }
 
     // 0 at the low end, 1 at the high one.
     double place(double value) const {
-        if (log_) return std::log(value / low_) / std::log(high_ / low_);
-        return (value - low_) / (high_ - low_);
+        if (log_) return (std::log(value) - std::log(low_)) / (std::log(high_) - std::log(low_));
+        return (value / 2 - low_ / 2) / halfWidth();
     }
     void widenToTicks() {
-        low_ = std::min(low_, std::floor(low_ / step_) * step_);
-        high_ = std::max(high_, std::ceil(high_ / step_) * step_);
+        low_ = std::max(std::min(low_, std::floor(low_ / step_) * step_), -kLargest);
+        high_ = std::min(std::max(high_, std::ceil(high_ / step_) * step_), kLargest);
         setRoundSteps();
     }
     const std::vector<double>& ticks() const { return ticks_; }
 
 private:
+    static constexpr double kLargest = 1.79e308;  // a tick beyond it still is a number
+
+    // Of numbers that lie too close for ticks between them.
+    bool isPoint() const {
+        constexpr double kSmallestPart = 1e-12;
+        constexpr double kSmallest = 1e-290;  // whose parts are numbers, too
+        const double size = std::abs(low_) / 2 + std::abs(high_) / 2;
+        return !(halfWidth() > kSmallestPart * size) || (!log_ && halfWidth() < kSmallest);
+    }
+    void widenPoint() {
+        const double size = std::max(std::abs(low_), std::abs(high_));
+        const double half = size < 1e-290 ? 1 : size / 2;
+        low_ = std::max(low_ - half, -kLargest);
+        high_ = std::min(high_ + half, kLargest);
+    }
+    void widenLogPoint() {
+        low_ = std::max(low_ / 2, std::numeric_limits<double>::denorm_min());
+        high_ = std::min(std::max(low_ * 2, high_ * 1.5), kLargest);
+    }
+    // Of which both ends together may be no number.
+    double halfWidth() const { return high_ / 2 - low_ / 2; }
+
     void setDecades() {
-        for (double decade = std::pow(10, std::floor(std::log10(low_))); decade <= high_;
-             decade *= 10) {
+        constexpr int kMostDecadesInParts = 8;
+        constexpr int kMostDecades = 16;
+        const int first = static_cast<int>(std::floor(std::log10(low_)));
+        const int last = static_cast<int>(std::floor(std::log10(high_)));
+        const int every = 1 + (last - first) / kMostDecades;
+        for (int decade = first; decade <= last; decade += every) {
             for (const double part : {1.0, 2.0, 5.0}) {
-                const double tick = decade * part;
+                if (part > 1 && last - first > kMostDecadesInParts) continue;
+                const double tick = part * std::pow(10, decade);
                 if (tick >= low_ * 0.999 && tick <= high_ * 1.001) ticks_.push_back(tick);
             }
         }
     }
     void setRoundSteps() {
         constexpr double kWantedTicks = 9;
-        const double rough = (high_ - low_) / kWantedTicks;
+        constexpr int kMostTicks = 100;
+        const double rough = halfWidth() / (kWantedTicks / 2);
         const double decade = std::pow(10, std::floor(std::log10(rough)));
         step_ = decade * 10;
         for (const double part : {1.0, 2.0, 5.0}) {
@@ -99,14 +142,15 @@ private:
         }
         ticks_.clear();
         const double slack = step_ * 1e-6;
-        for (double n = std::ceil((low_ - slack) / step_); n * step_ <= high_ + slack; ++n) {
-            ticks_.push_back(n * step_ + 0.0);  // never -0
+        const double first = std::ceil((low_ - slack) / step_);
+        for (int i = 0; i < kMostTicks && (first + i) * step_ <= high_ + slack; ++i) {
+            ticks_.push_back((first + i) * step_ + 0.0);  // never -0
         }
     }
 
     bool log_;
-    double low_ = 0;
-    double high_ = 1;
+    double low_;
+    double high_;
     double step_ = 1;
     std::vector<double> ticks_;
 };
@@ -122,7 +166,8 @@ std::vector<Point> pointsOf(const Series& series, const ChartStyle& style) {
     std::vector<Point> points;
     for (std::size_t i = 0; i < series.x.size(); ++i) {
         const double y = drawnHeight(series.y[i], series, style);
-        if (!std::isfinite(y) || (style.logX && !(series.x[i] > 0))) continue;
+        if (!std::isfinite(y) || !std::isfinite(series.x[i])) continue;
+        if (style.logX && !(series.x[i] > 0)) continue;
         if (series.bandEdge > 0) {  // as wide as the band is
             points.push_back({series.x[i] / series.bandEdge, y});
             points.push_back({series.x[i] * series.bandEdge, y});
@@ -139,7 +184,7 @@ std::vector<Point> thinned(const std::vector<Point>& pixels) {
     std::vector<Point> kept;
     std::size_t begin = 0;
     while (begin < pixels.size()) {
-        std::size_t end = begin;
+        std::size_t end = begin + 1;
         while (end < pixels.size() && std::floor(pixels[end].x) == std::floor(pixels[begin].x)) {
             ++end;
         }

@@ -3,6 +3,9 @@
 
 #include <gmock/gmock.h>
 
+#include <cmath>
+#include <limits>
+
 namespace vynhost::test {
 namespace {
 
@@ -69,6 +72,57 @@ TEST(SvgChart, LongNamesAreCutBetweenLetters) {
     const std::string svg = svgChart({curve(name), curve("b")}, {"t"});
     EXPECT_THAT(svg, Not(HasSubstr(name)));
     EXPECT_THAT(svg, HasSubstr(name.substr(0, 80) + "…<"));
+}
+
+// Axes of any numbers are drawn at once, with few ticks, and nothing stands at a place that is
+// none.
+TEST(SvgChart, AnyNumbersAreDrawn) {
+    constexpr double kInfinity = std::numeric_limits<double>::infinity();
+    constexpr double kLargest = std::numeric_limits<double>::max();
+    const std::vector<std::vector<double>> places = {{5e-324, 1, 2},
+                                                     {1e17, 1e17 + 16, 1e17 + 32},
+                                                     {1e15, 1e15 + 0.125, 1e15 + 0.25},
+                                                     {0, kInfinity, kInfinity},
+                                                     {std::nan(""), kInfinity, std::nan("")},
+                                                     {-kLargest, 0, kLargest},
+                                                     {5e-324, 5e-324, 5e-324},
+                                                     {0, 5e-324, 1e-323},
+                                                     {kLargest, kLargest, kLargest},
+                                                     {5e-324, 1, kLargest}};
+    for (const std::vector<double>& numbers : places) {
+        for (const bool log : {false, true}) {
+            for (const bool upright : {false, true}) {
+                SCOPED_TRACE(std::to_string(numbers[0]) + ", " + std::to_string(numbers[2]));
+                Series series = curve("a");
+                (upright ? series.y : series.x) = numbers;
+                const std::string svg = svgChart({series}, {.title = "t", .logX = log});
+                EXPECT_THAT(svg, Not(HasSubstr("nan")));
+                EXPECT_THAT(svg, Not(HasSubstr("inf")));
+                EXPECT_LT(svg.size(), 20'000U);
+            }
+        }
+    }
+}
+
+TEST(SvgChart, WhatCanBeDrawnOfUnendingNumbersIs) {
+    Series series = curve("a");
+    series.x = {1, 2, std::numeric_limits<double>::infinity()};
+    EXPECT_THAT(svgChart({series}, {"t"}), HasSubstr("points=\"78,366 876,46\""));
+}
+
+TEST(SvgChart, OfManyDecadesSomeAreNamed) {
+    Series series = curve("a");
+    series.x = {5e-324, 1, 2};
+    const std::string svg = svgChart({series}, {.title = "t", .logX = true});
+    EXPECT_THAT(svg, HasSubstr(">1e-303<"));
+    EXPECT_THAT(svg, Not(HasSubstr(">1e-302<")));
+    series.x = {20, 200, 2000};
+    EXPECT_THAT(svgChart({series}, {.title = "t", .logX = true}), HasSubstr(">500<"));
+}
+
+TEST(SvgChart, ControlCharactersBreakNoPicture) {
+    const std::string svg = svgChart({curve("a")}, {"a\x01\x1b\v<\uFFFF\xFF\tb"});
+    EXPECT_THAT(svg, HasSubstr(">a␁␛␋&lt;\uFFFD\uFFFD\tb<"));
 }
 
 }  // namespace
