@@ -1,6 +1,9 @@
 #include "vynhost/diagram/value_names.h"
 
-#include "vynhost/base/text.h"
+#include <algorithm>
+#include <array>
+#include <string_view>
+#include <utility>
 
 namespace vynhost {
 namespace {
@@ -29,12 +32,34 @@ const std::vector<ValueName>& levelQuantities() {
     return names;
 }
 
+// By its keyword, without "Pk".
+ValueName measureNamed(const std::string& name) {
+    constexpr std::array<std::pair<std::string_view, ValueOf>, 12> kOther = {{
+        {"QSum", ValueOf::sumOfSquares},
+        {"XonYMax", ValueOf::x},
+        {"XonYMin", ValueOf::x},
+        {"XMax", ValueOf::x},
+        {"XMin", ValueOf::x},
+        {"QMean", ValueOf::magnitude},
+        {"Spannw", ValueOf::magnitude},
+        {"StdAbw", ValueOf::magnitude},
+        {"MAAVMW", ValueOf::magnitude},
+        {"Varianz", ValueOf::variance},
+        {"VarKoeff", ValueOf::itself},
+        {"VarKoRel", ValueOf::itself},
+    }};
+    const auto* const found =
+        std::ranges::find(kOther, name, [](const auto& other) { return other.first; });
+    return {name, name == "VarKoRel" ? "%" : "",
+            found == kOther.end() ? ValueOf::signal : found->second};
+}
+
 // The selected measures, by their keywords: all but the two that stand for no measure.
 std::vector<ValueName> selectedMeasures(PlacedBlock& block) {
     std::vector<ValueName> names;
     for (const KeywordRow& row : block.keywords()) {
         if (row.name == "PkAllOn" || row.name == "PkOutMode") continue;
-        if (block.getInteger(row.name) != 0) names.push_back({row.name.substr(2), ""});
+        if (block.getInteger(row.name) != 0) names.push_back(measureNamed(row.name.substr(2)));
     }
     return names;
 }

@@ -8,9 +8,20 @@
 
 namespace vynhost {
 
+// What a named quantity is a quantity of.
+enum class ValueOf {
+    itself,        // in its own unit
+    signal,        // a value of the signal or a sum of such, with a sign
+    magnitude,     // how large the signal is, never negative
+    sumOfSquares,  // of the signal
+    variance,      // how large the signal is, squared
+    x,             // a place on the x axis
+};
+
 struct ValueName {
     std::string name;
-    std::string unit;  // empty where it is the signal's own or a mixture
+    std::string unit = {};  // its own
+    ValueOf of = ValueOf::itself;
 };
 
 // What the values of an output are called, in the order in which they lie in the data block: value

@@ -8,7 +8,7 @@
 namespace vynhost {
 
 Comparer::Comparer(const CompareEntry& entry, Runner& runner)
-    : entry_(entry), unit_(runner.outlet(entry.with).unit) {
+    : entry_(entry), unit_(runner.outlet(entry.with).kind.values.unitText()) {
     runner.listen(entry.of, [this](const ChannelData& block) { take(of_, block); });
     runner.listen(entry.with, [this](const ChannelData& block) { take(with_, block); });
 }

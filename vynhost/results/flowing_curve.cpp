@@ -7,8 +7,7 @@ namespace {
 
 ThinnedCurve::Height heightOf(const Series& series, const ChartStyle& style) {
     Series like;
-    like.isPower = series.isPower;
-    like.unit = series.unit;
+    like.quantity = series.quantity;
     return [like, &style](double y) { return drawnHeight(y, like, style); };
 }
 

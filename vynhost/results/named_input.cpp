@@ -7,7 +7,7 @@ namespace vynhost {
 
 NamedInput::NamedInput(const SinkEntry& entry, const OutletInfo& outlet, const ChannelData& first,
                        const ChartStyle& style)
-    : hasTable_(!entry.csv.empty()), overIntervals_(outlet.overIntervals) {
+    : style_(style), hasTable_(!entry.csv.empty()), overIntervals_(outlet.overIntervals) {
     const std::size_t quantities = outlet.values.size();
     const std::size_t channels = first.values.size() / quantities;
     nameAxis(axis_, first.header);
@@ -53,7 +53,7 @@ std::string NamedInput::endColumn() const {
 
 void NamedInput::writeColumns(TableRow& row) const {
     for (const FlowingCurve& curve : curves_)
-        row.addText(withUnit(curve.series.name, curve.series.unit));
+        addColumn(row, curve.series, style_);
 }
 
 void NamedInput::writeCells(TableRow& row) {
@@ -61,12 +61,14 @@ void NamedInput::writeCells(TableRow& row) {
         row.addEmpty(places_.size());
         return;
     }
+    auto curve = curves_.begin();
     for (const std::optional<float>& value : rows_.front().values) {
         if (value) {
-            row.addNumber(*value);
+            addHeight(row, *value, curve->series, style_);
         } else {
             row.addEmpty();
         }
+        ++curve;
     }
     rows_.pop_front();
 }

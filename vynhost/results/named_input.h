@@ -45,6 +45,7 @@ private:
     void decide(bool counted, const ChannelData& second);
     void addRow(const ChannelData& block);
 
+    const ChartStyle& style_;
     bool hasTable_;
     bool overIntervals_;
     Series axis_;

@@ -6,15 +6,13 @@
 namespace vynhost {
 namespace {
 
-std::string unitOf(const ChannelHeader& header, const std::string& recordings) {
-    switch (header.yUnit) {
-        case kUnitDecibel: return "dB";
-        case kUnitDegrees: return "°";
-        case kUnitPower: return "power";
-        case kUnitPercent: return "%";
-        case kUnitAmplitude: return recordings;
-        default: return overTime(header) ? recordings : "";
-    }
+// The head tells what a parameter record may hide: a setting that does not read back.
+Quantity quantityOf(const ChannelHeader& header, const Quantity& expected) {
+    if (header.yUnit == kUnitDecibel) return plainQuantity("dB");
+    if (header.yUnit != kUnitPower || expected.degree % 2 == 0) return expected;
+    Quantity unknown;
+    unknown.degree = 2;
+    return unknown;
 }
 
 // Nominal centre frequencies in Hz (IEC 61260-1, annex E), from band 0 of the module's tables on.
@@ -79,10 +77,7 @@ void nameAxis(Series& series, const ChannelHeader& header) {
 Series emptySeries(const OutletInfo& outlet, const ChannelData& block, int channel) {
     Series series;
     series.name = channelName(outlet.name, outlet, channel, block.channels());
-    series.unit = unitOf(block.header, outlet.unit);
-    series.isPower = block.header.yUnit == kUnitPower;
-    series.isFullScale = outlet.unit.empty() && (overTime(block.header) || series.isPower ||
-                                                 block.header.yUnit == kUnitAmplitude);
+    series.quantity = quantityOf(block.header, outlet.kind.values);
     nameAxis(series, block.header);
     return series;
 }
@@ -100,7 +95,7 @@ Series namedSeries(const OutletInfo& outlet, std::size_t quantity, int channel, 
     Series series;
     series.name =
         channelName(outlet.name + " " + outlet.values[quantity].name, outlet, channel, channels);
-    series.unit = outlet.values[quantity].unit;
+    series.quantity = valueQuantity(outlet.values[quantity], outlet.kind);
     return series;
 }
 

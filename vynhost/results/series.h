@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "vynhost/diagram/quantity.h"
 #include "vynhost/interface/channel_data.h"
 #include "vynhost/run/runner.h"
 
@@ -12,12 +13,10 @@ namespace vynhost {
 // One curve: x and y of equal length.
 struct Series {
     std::string name;
-    std::string unit;
+    Quantity quantity;
     std::string xName;
     std::string xUnit;
-    bool isPower = false;      // of a squared quantity: 10 lg, not 20 lg
-    bool isFullScale = false;  // of a recording without a unit
-    double bandEdge = 0;       // of bands: a band's upper edge over its centre
+    double bandEdge = 0;  // of bands: a band's upper edge over its centre
     std::vector<double> x;
     std::vector<double> y;
 };

@@ -202,32 +202,8 @@ std::vector<Point> thinned(const std::vector<Point>& pixels) {
     return kept;
 }
 
-// "20 µPa", "1 V"; without a unit the bare number.
-std::string withPrefix(double value, const std::string& unit) {
-    struct Prefix {
-        double factor;
-        const char* letter;
-    };
-    constexpr std::array<Prefix, 5> kPrefixes = {
-        {{1, ""}, {1e-3, "m"}, {1e-6, "µ"}, {1e-9, "n"}, {1e-12, "p"}}};
-    if (unit.empty()) return toText(value);
-    for (const Prefix& prefix : kPrefixes) {
-        if (value >= prefix.factor * 0.9999999) {
-            return toText(value / prefix.factor, 6) + " " + prefix.letter + unit;
-        }
-    }
-    return toText(value) + " " + unit;
-}
-
 std::string yTitle(const std::vector<Series>& series, const ChartStyle& style) {
-    const std::string unit = series.front().unit;
-    const bool shared = std::all_of(series.begin(), series.end(),
-                                    [&](const Series& other) { return other.unit == unit; });
-    if (style.decibels) {
-        return "dB re " +
-               withPrefix(style.reference, shared && unit != "power" ? unit : std::string());
-    }
-    return shared ? unit : "";
+    return heightUnit(series.front(), style, Letters::print);
 }
 
 std::string label(double x, double y, const char* anchor, const std::string& text,
@@ -283,21 +259,13 @@ double widthOf(const std::vector<std::string>& legend) {
 }  // namespace
 
 double drawnHeight(double y, const Series& series, const ChartStyle& style) {
-    if (!style.decibels || series.unit == "dB") return y;
-    const bool isPower = series.isPower;
-    const double reference = isPower ? style.reference * style.reference : style.reference;
-    return (isPower ? 10 : 20) * std::log10(std::abs(y) / reference);
+    if (!style.decibels || !series.quantity.hasLevel) return y;
+    return series.quantity.level(y, style.reference);
 }
 
-std::string heightUnit(const Series& series, const ChartStyle& style) {
-    if (!style.decibels || series.unit == "dB") return series.unit;
-    if (series.isFullScale && style.reference == 1) return "dB re full scale, uncalibrated";
-    std::string unit =
-        "dB re " + withPrefix(style.reference, series.isPower ? std::string() : series.unit);
-    constexpr std::string_view kMicro = "µ";
-    const std::size_t micro = unit.find(kMicro);
-    if (micro != std::string::npos) unit.replace(micro, kMicro.size(), "u");
-    return unit;
+std::string heightUnit(const Series& series, const ChartStyle& style, Letters letters) {
+    if (!style.decibels || !series.quantity.hasLevel) return series.quantity.unitText(letters);
+    return series.quantity.levelText(style.reference, letters);
 }
 
 std::string svgChart(const std::vector<Series>& series, const ChartStyle& style) {

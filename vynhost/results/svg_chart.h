@@ -17,8 +17,9 @@ struct ChartStyle {
 
 // The height at which a value is drawn: itself, or its level.
 double drawnHeight(double y, const Series& series, const ChartStyle& style);
-// The unit of such heights, in plain letters: "dB re 20 uPa", or the curve's own.
-std::string heightUnit(const Series& series, const ChartStyle& style);
+// The unit of such heights: "dB re 20 uPa", or the curve's own.
+std::string heightUnit(const Series& series, const ChartStyle& style,
+                       Letters letters = Letters::plain);
 
 std::string svgChart(const std::vector<Series>& series, const ChartStyle& style);
 

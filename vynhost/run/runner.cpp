@@ -27,6 +27,7 @@ struct Runner::Node {
     std::unique_ptr<PlacedBlock> block;
     std::vector<std::string> inputs;
     std::vector<bool> wired;
+    std::vector<const Outlet*> feeders;  // of the inputs; null where nothing is wired
     std::vector<std::string> outputs;
     std::vector<Outlet> outlets;
     bool checkedAtRate = false;
@@ -54,7 +55,7 @@ Runner::Runner(ModuleHost& host, const Diagram& diagram,
     placeBlocks();
     wire();
     orderBlocks();
-    carryUnits();
+    carryKinds();
     // Their names must exist.
     for (const SinkEntry& sink : diagram_.sinks) {
         for (const ConnectorName& name : sink.from)
@@ -74,8 +75,12 @@ void Runner::openSources(const std::map<std::string, std::filesystem::path>& inp
     for (const SourceEntry& entry : diagram_.sources) {
         const auto replaced = inputs.find(entry.name);
         Source source(entry, replaced == inputs.end() ? entry.file : replaced->second);
-        OutletInfo info{
-            .name = entry.name, .unit = source.unit(), .channels = source.channelNames()};
+        OutletInfo info;
+        info.name = entry.name;
+        info.kind.values = signalQuantity(source.unit());
+        info.kind.xUnit = "s";
+        info.channels = source.channelNames();
+        if (source.hasOwnUnits()) info.kind.values.scale = Quantity::Scale::unsaid;
         feeds_.push_back(
             std::make_unique<Feed>(Feed{std::move(source), Outlet{.info = std::move(info)}}));
     }
@@ -97,6 +102,7 @@ void Runner::placeBlocks() {
         node->inputs = connectorNames(node->block->inputLabels());
         node->outputs = connectorNames(node->block->outputLabels());
         node->wired.resize(node->inputs.size());
+        node->feeders.resize(node->inputs.size());
         for (const std::string& output : node->outputs) {
             node->outlets.push_back({});
             OutletInfo& info = node->outlets.back().info;
@@ -175,8 +181,10 @@ void Runner::wire() {
             throw InputError(wire.to.place, "the input is wired twice");
         }
         node->wired[*input] = true;
-        outletOf(wire.from).targets.push_back({node, static_cast<int>(*input)});
-        if (Node* from = findNode(wire.from.node)) node->before.push_back(from);
+        Outlet& from = outletOf(wire.from);
+        from.targets.push_back({node, static_cast<int>(*input)});
+        node->feeders[*input] = &from;
+        if (Node* before = findNode(wire.from.node)) node->before.push_back(before);
     }
     int channel = 0;
     for (const auto& node : nodes_) {
@@ -214,29 +222,25 @@ void Runner::orderBlocks() {
         visit(*node);
 }
 
-// The unit of a recording travels along the wires, the names of channels along those to a first
-// input, and the names of quantities through blocks that average them.
-void Runner::carryUnits() {
-    const auto carry = [](const Outlet& outlet) {
-        for (const Target& target : outlet.targets) {
-            for (Outlet& next : target.node->outlets) {
-                if (next.info.unit.empty()) next.info.unit = outlet.info.unit;
-                if (target.input == 0) next.info.channels = outlet.info.channels;
-            }
-        }
-    };
-    for (const auto& feed : feeds_)
-        carry(feed->outlet);
+// What a recording is of travels along the wires, changed by the blocks: its unit, the names of its
+// channels, and the names of quantities through blocks that average them.
+void Runner::carryKinds() {
+    static const OutletInfo nothing{};
     for (Node* node : order_) {
-        for (const Outlet& outlet : node->outlets) {
-            carry(outlet);
-            for (const Target& target : outlet.targets) {
-                if (target.node->block->typeCode() != kMittelwert) continue;
-                for (Outlet& next : target.node->outlets) {
-                    next.info.values = outlet.info.values;
-                    next.info.overIntervals = outlet.info.overIntervals;
-                }
-            }
+        const auto comingIn = [&](std::size_t input) -> const OutletInfo& {
+            const bool wired = input < node->feeders.size() && node->feeders[input] != nullptr;
+            return wired ? node->feeders[input]->info : nothing;
+        };
+        const OutletInfo& first = comingIn(0);
+        const KeywordValues values = valuesOf(*node->block, *node->entry);
+        const auto type = static_cast<std::int32_t>(node->block->typeCode());
+        for (std::size_t i = 0; i < node->outlets.size(); ++i) {
+            OutletInfo& info = node->outlets[i].info;
+            info.kind = outputKind(type, values, node->outputs[i], first.kind, comingIn(1).kind);
+            info.channels = first.channels;
+            if (type != kMittelwert) continue;
+            info.values = first.values;
+            info.overIntervals = first.overIntervals;
         }
     }
 }

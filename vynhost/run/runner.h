@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "vynhost/diagram/diagram.h"
+#include "vynhost/diagram/quantity.h"
 #include "vynhost/diagram/value_names.h"
 #include "vynhost/interface/module_host.h"
 
@@ -17,7 +18,7 @@ namespace vynhost {
 // What comes out at one source or output.
 struct OutletInfo {
     std::string name;                        // as the diagram calls it
-    std::string unit;                        // of the recording that it stems from
+    SignalKind kind = {};                    // of the values
     std::vector<std::string> channels = {};  // their names, where the recording has some
     std::vector<ValueName> values = {};      // of data blocks that hold named quantities
     bool overIntervals = false;              // data blocks hold what an interval of time came to
@@ -61,7 +62,7 @@ private:
     void placeBlocks();
     void wire();
     void orderBlocks();
-    void carryUnits();
+    void carryKinds();
     // Nodes and outlets lie on the heap: the runner's own constness is not theirs.
     Outlet& outletOf(const ConnectorName& name) const;
     Node* findNode(const std::string& name) const;

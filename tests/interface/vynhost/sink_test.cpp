@@ -27,7 +27,7 @@ TEST_F(SinkTest, AnAveragedSpectrumIsTheMeanOfThePowers) {
         [](const RunResult& result) {
             const auto mean = result.series(0);
             ASSERT_THAT(mean, SizeIs(1));
-            EXPECT_EQ(mean[0].unit, "V");
+            EXPECT_EQ(mean[0].quantity.unitText(), "V");
             EXPECT_NEAR(mean[0].y[8], std::sqrt((0.09 + 0.16) / 2), 1e-4);
             EXPECT_EQ(mean[0].x[8], 1000.0);
             const auto all = result.series(1);
