@@ -34,7 +34,7 @@ endif()
 # vyn_export_names(<target> <def file> <source>...): natively, the target exports exactly the names that the
 # .def file lists; the sources define them.
 function(vyn_export_names target def)
-  file(STRINGS ${def} names REGEX "^    [A-Za-z0-9]+$")
+  file(STRINGS ${def} names REGEX "^    [A-Za-z0-9_]+$")
   string(REGEX REPLACE " +" "" names "${names}")
   string(REPLACE ";" ";\n" names "${names}")
   set(map ${CMAKE_CURRENT_BINARY_DIR}/${target}.map)

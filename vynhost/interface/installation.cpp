@@ -26,9 +26,11 @@ const LibraryPlace* Installation::library() const noexcept {
     return found != places.end() ? &*found : nullptr;
 }
 
-Installation findInstallation() {
+Installation findInstallation() { return installationOf(ModuleLibrary::defaultPath()); }
+
+Installation installationOf(const std::filesystem::path& module) {
     Installation result;
-    result.module = ModuleLibrary::defaultPath();
+    result.module = module;
     result.places.push_back(placeBelow(result.module.parent_path(), "beside the module"));
     result.pages = platform::programFolder() / "docs" / "blocks";
     if (const auto setting = platform::sharedDirectory()) {

@@ -32,6 +32,8 @@ struct Installation {
 // The module beside the program (as it is built, and on Windows installed) or in the folder of the
 // installation; the library beside the module, else where the machine's shared directory says.
 Installation findInstallation();
+// The same for the module of this file.
+Installation installationOf(const std::filesystem::path& module);
 
 // Raises ModuleError with the places looked at when the library is in none of them.
 void requireLibrary(const Installation& installation);

@@ -54,6 +54,9 @@ using MessageFunction = std::function<Int(std::uint32_t message, Int first, Int 
 // time per process.
 Int openWindow(MessageFunction function);
 void closeWindow() noexcept;
+// The window takes messages on the thread that has opened it alone, so every call of the module
+// must come from there.
+extern const bool kWindowBelongsToThread;
 
 // --- Message boxes --------------------------------------------------------------------------
 

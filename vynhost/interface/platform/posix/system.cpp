@@ -177,6 +177,8 @@ Int openWindow(MessageFunction function) {
 
 void closeWindow() noexcept { messageFunction() = nullptr; }
 
+const bool kWindowBelongsToThread = false;
+
 // --- Boxes: one write on standard error each ------------------------------------------------
 
 namespace {
@@ -227,9 +229,15 @@ private:
     std::array<char, 4096> buffer_{};
 };
 
+// A process that was forked off has one of its own: two readers would take each other's lines.
 StandardError& standardError() {
-    static StandardError error;
-    return error;
+    static std::optional<StandardError> error;
+    static ::pid_t owner = 0;
+    if (!error || owner != ::getpid()) {
+        error.emplace();
+        owner = ::getpid();
+    }
+    return *error;
 }
 
 void prepareBoxes() { standardError(); }

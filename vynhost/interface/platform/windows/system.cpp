@@ -159,6 +159,8 @@ void closeWindow() noexcept {
     hostWindow = nullptr;
 }
 
+const bool kWindowBelongsToThread = true;
+
 // --- Boxes: a hook reads each and presses OK ------------------------------------------------
 
 namespace {

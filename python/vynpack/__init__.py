@@ -1,0 +1,23 @@
+"""The signal-analysis blocks of VYNPACKM for numpy.
+
+>>> import numpy as np
+>>> import vynpack as vp
+>>> x = np.sin(2 * np.pi * 1000 * np.arange(4096) / 48000).astype(np.float32)
+>>> spectrum = vp.Spectrum(amplitude="rms", window="hanning", correction="amplitude")(x, fs=48000)
+>>> spectrum
+<spectrum: 2048 frequency>
+
+The numbers are the module's own: a script, a notebook, ``vynhost`` and a measurement host get the
+same ones, to the last bit.
+"""
+
+from .blocks import (BLOCKS, OCTAVES, THIRD_OCTAVES, Average, Bands, Block, Classification,
+                     DualSpectrum, Filter, InverseSpectrum, Level, Spectrum, Statistics, Weighting)
+from .errors import BlockError, InputError, ModuleError, VynpackError
+from .result import Axis, MissingPackage, Result
+
+__version__ = "4.2.0"
+__all__ = ["BLOCKS", "OCTAVES", "THIRD_OCTAVES", "Average", "Axis", "Bands", "Block", "BlockError",
+           "Classification", "DualSpectrum", "Filter", "InputError", "InverseSpectrum", "Level",
+           "MissingPackage", "ModuleError", "Result", "Spectrum", "Statistics", "VynpackError",
+           "Weighting"]
