@@ -14,10 +14,13 @@ same ones, to the last bit.
 from .blocks import (BLOCKS, OCTAVES, THIRD_OCTAVES, Average, Bands, Block, Classification,
                      DualSpectrum, Filter, InverseSpectrum, Level, Spectrum, Statistics, Weighting)
 from .errors import BlockError, InputError, ModuleError, VynpackError
+from .functions import (classify, filter, levels, spectrum, statistics, third_octaves, transfer,
+                        weight)
 from .result import Axis, MissingPackage, Result
 
 __version__ = "4.2.0"
 __all__ = ["BLOCKS", "OCTAVES", "THIRD_OCTAVES", "Average", "Axis", "Bands", "Block", "BlockError",
            "Classification", "DualSpectrum", "Filter", "InputError", "InverseSpectrum", "Level",
            "MissingPackage", "ModuleError", "Result", "Spectrum", "Statistics", "VynpackError",
-           "Weighting"]
+           "Weighting", "classify", "filter", "levels", "spectrum", "statistics", "third_octaves",
+           "transfer", "weight"]

@@ -304,6 +304,33 @@ class Block:
             raise BlockError(f"{type(self).__name__}: nothing came out")
         return results[0] if len(results) == 1 else self._joined(results)
 
+    def flow(self, x: Input, *, fs: float | None = None, start: float = 0.0, unit: str = "",
+             block: int = 8192) -> Result:
+        """One long signal through a block that gives a sample for every sample: filter, weighting.
+
+        One call of the library, without Python's lock; the run is that of data blocks of `block`
+        samples. Other blocks are streamed.
+        """
+        self.start(fs, start=start, unit=unit)
+        try:
+            kept = self._fill(0, x)
+            assert kept is not None
+            result = np.empty(kept.shape, np.float32)
+            written, head = c.c_int64(), Data()
+            self._library.call("block_flow", self._handle, c.byref(self._in[0]), block,
+                               result.ctypes.data, result.size, c.byref(written), c.byref(head))
+        finally:
+            self.stop()
+        if written.value != result.size:
+            raise BlockError(f"{type(self).__name__}: {written.value} values came out for "
+                             f"{result.size}; stream it")
+        known = Head(head.x_start, head.x_step, head.x_kind, head.y_unit, head.flags,
+                     head.display_minimum, head.display_span, self._unit)
+        axes: tuple[Axis, ...] = (self._axis(known, len(result)),)
+        if result.ndim == 2:
+            axes += (_channels(result.shape[1]),)
+        return Result(result, axes, self._unit_of(known), self._name, head=known)
+
     # --- Arrays to data blocks and back ---
     def _inputs_of(self, given: int) -> int:
         return given

@@ -123,6 +123,24 @@ class Result:
                              + (", ".join(self.outputs) or "this one alone"))
         return self.outputs[letter]
 
+    def decibels(self, reference: float = 1.0) -> Result:
+        """Levels in dB re `reference`, in the unit of amplitudes: 20 lg of amplitudes, 10 lg of powers.
+
+        A value of 0 has the level -inf.
+
+        Parameters
+        ----------
+        reference : float
+            2e-5 for sound pressures in Pa.
+        """
+        if self.unit == "dB":
+            raise InputError("these are levels already")
+        power = self.head is not None and self.head.y_unit == 12
+        ratio = np.abs(self.values).astype(float) / (reference**2 if power else reference)
+        with np.errstate(divide="ignore"):
+            levels = (10 if power else 20) * np.log10(ratio)
+        return Result(levels, self.axes, "dB", self.name)
+
     def __getitem__(self, name: str) -> Any:
         """The values of one quantity, by its name.
 

@@ -14,7 +14,7 @@
  * has opened the module alone. There is one module per process. All texts are UTF-8. */
 #pragma once
 
-#include <stdint.h>
+#include <stdint.h> /* NOLINT(modernize-deprecated-headers): C has no other */
 
 #ifdef __cplusplus
 extern "C" {
