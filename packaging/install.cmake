@@ -40,7 +40,8 @@ install(FILES ${PROJECT_SOURCE_DIR}/CHANGELOG.md DESTINATION ${document_folder} 
 install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${document_folder} COMPONENT runtime)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs DESTINATION ${document_folder} COMPONENT runtime
   FILES_MATCHING PATTERN *.md PATTERN *.png PATTERN *.svg
-  PATTERN tools EXCLUDE PATTERN decisions* EXCLUDE PATTERN house.* EXCLUDE)
+  PATTERN tools EXCLUDE PATTERN decisions* EXCLUDE PATTERN house.* EXCLUDE
+  PATTERN python.md EXCLUDE)  # in no package yet
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${document_folder} COMPONENT runtime
   FILES_MATCHING PATTERN *.toml PATTERN host EXCLUDE)
 if(NOT WIN32)

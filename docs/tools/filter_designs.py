@@ -1,17 +1,18 @@
 #!/usr/bin/python3
 """Draws docs/figures/iir_*.svg: the measured magnitude response of every IIR design.
 
-    docs/tools/filter_designs.py build/native/bin
+    docs/tools/filter_designs.py
 
 One picture per characteristic with a panel per mode; in each, orders 2, 4 and 8. Every curve is the
 transform of what the digital filter block makes of an impulse at 48 kHz.
 """
 
-import sys
 from pathlib import Path
 
 import numpy as np
-from module_host import NUMBER, Module, impulse_decibels
+from measured import impulse_decibels
+
+import vynpack as vp  # found by the line above
 
 RATE = 48000.0
 CUTOFF, LOWER, UPPER = 3000.0, 2000.0, 5000.0
@@ -87,7 +88,6 @@ def picture(kind, measured):
 
 
 def main():
-    module = Module(sys.argv[1])
     folder = Path(__file__).resolve().parents[1] / "figures"
     folder.mkdir(exist_ok=True)
     for kind, name in enumerate(TYPES):
@@ -95,11 +95,10 @@ def main():
         for mode in range(len(MODES)):
             responses = []
             for order in ORDERS:
-                block = module.block(NUMBER["kDigitalFilter"], PkFIRFilter=0, PkFilterMode=mode, PkFilterType=kind,
-                                     PkFilterOrder=order, PkCutoffFreq=CUTOFF, PkLowerFreq=LOWER,
-                                     PkUpperFreq=UPPER, PkRipple=RIPPLE, PkAttenuation=ATTENUATION)
+                block = vp.Filter(kind="IIR", mode=mode, characteristic=kind, order=order,
+                                  cutoff=CUTOFF, lower=LOWER, upper=UPPER, ripple=RIPPLE,
+                                  attenuation=ATTENUATION)
                 responses.append(impulse_decibels(block, RATE, FREQUENCIES, seconds=0.25))
-                block.close()
             measured.append(responses)
         path = folder / f"iir_{name.lower().replace(' ', '_')}.svg"
         path.write_text(picture(kind, measured), encoding="utf-8")

@@ -1,17 +1,18 @@
 #!/usr/bin/python3
 """Writes the measured tables of docs/weighting.md.
 
-    docs/tools/weighting.py build/native/bin
+    docs/tools/weighting.py
 
 Sends an impulse through the frequency weighting block at every sample rate and holds the response
 against the nominal values and class 1 limits of IEC 61672-1:2013, table 3 (B: nominal values of
 IEC 60651, which had class 1 limits of its own; none apply today).
 """
 
-import sys
 from pathlib import Path
 
-from module_host import NUMBER, Module, impulse_decibels, replace_section
+from measured import impulse_decibels, replace_section
+
+import vynpack as vp  # found by the line above
 
 # Nominal frequency, A, B, C in dB, class 1 limits above and below (None: no limit).
 TABLE = [
@@ -33,7 +34,7 @@ TABLE = [
     (10000, -2.5, -4.3, -4.4, 2.0, 3.0), (12500, -4.3, -6.1, -6.2, 2.0, 5.0),
     (16000, -6.6, -8.4, -8.5, 2.5, 16.0), (20000, -9.3, -11.1, -11.2, 3.0, None),
 ]
-CURVES = {"A": 1, "B": 2, "C": 3}
+CURVES = ["A", "B", "C"]
 RATES = [4000, 8000, 10000, 11025, 12500, 12800, 16666.666666666, 20000, 22050, 25000, 25600,
          33333.3333333333, 40000, 44100, 48000, 50000, 51200, 80000, 88200, 96000, 100000, 102400,
          192000, 200000, 204800, 500000]
@@ -44,13 +45,12 @@ def exact(row):
     return 1000.0 * 10.0 ** ((TABLE.index(row) - 20) / 10.0)
 
 
-def measure(module, curve, rate):
+def measure(curve, rate):
     """Deviation from the nominal table in dB per row below half the rate."""
-    block = module.block(NUMBER["kFreqWeight"], PkXweight=CURVES[curve])
+    block = vp.Weighting(curve=curve)
     rows = [row for row in TABLE if exact(row) < 0.49 * rate]
     levels = impulse_decibels(block, rate, [exact(row) for row in rows])
-    block.close()
-    column = 1 + list(CURVES).index(curve)
+    column = 1 + CURVES.index(curve)
     return {row[0]: level - row[column] for row, level in zip(rows, levels)}
 
 
@@ -103,8 +103,7 @@ def detail(curve, measured):
 
 
 def main():
-    module = Module(sys.argv[1])
-    measured = {(curve, rate): measure(module, curve, rate) for curve in CURVES for rate in RATES}
+    measured = {(curve, rate): measure(curve, rate) for curve in CURVES for rate in RATES}
     path = Path(__file__).resolve().parents[1] / "weighting.md"
     page = path.read_text(encoding="utf-8")
     for curve in CURVES:

@@ -236,8 +236,9 @@ class Block:
             while self._many_steps and self._moved.value:
                 results += self._step(0)
             if not self._moved.value and not self._many_steps or self._many_steps and self._waiting():
+                empty = ", ".join(self.inputs[len(given):])
                 raise BlockError(f"{type(self).__name__}: the data at {self._waiting()} is not taken "
-                                 "(do the inputs fit together?)")
+                                 + (f"(nothing comes to {empty})" if empty else "(do the inputs fit together?)"))
         except (InputError, BlockError):
             self.stop()
             raise
@@ -437,7 +438,7 @@ class Block:
                 if 0 <= first and first + count <= len(centres):
                     return Axis("band", centres[first:first + count], "Hz")
         name, unit = _X_AXES.get(head.x_kind, ("x", ""))
-        return Axis(name, head.x_start + numbers * head.x_step, unit)
+        return Axis(name, _places(head.x_start, head.x_step, numbers), unit)
 
     def _unit_of(self, head: Head) -> str:
         fixed = {_DECIBEL: "dB", _DEGREES: "°", _PERCENT: "%"}.get(head.y_unit)
@@ -452,6 +453,14 @@ class Block:
         values = np.concatenate([one.values for one in results])
         axis = Axis(first.axes[0].name, np.concatenate([one.x for one in results]), first.x_unit)
         return Result(values, (axis, *first.axes[1:]), first.unit, first.name)
+
+
+def _places(start: float, step: float, numbers: npt.NDArray[Any]) -> npt.NDArray[np.float64]:
+    """Rounded to a billionth of the step: 750 and not 750.0000000000001."""
+    places = start + numbers * step
+    if not 1e-290 < abs(step) < 1e290:
+        return places
+    return np.round(places, int(np.clip(9 - np.floor(np.log10(abs(step))), 0, 300)))
 
 
 def _channels(count: int) -> Axis:
@@ -726,7 +735,7 @@ class Statistics(Block):
     def _look_at_connectors(self) -> None:
         super()._look_at_connectors()
         names = {keyword[2:]: name for name, keyword in self.MEASURES.items()}
-        self._quantities = [[names[one] for one in row] for row in self._quantities]
+        self._quantities = [[names[one.split(" [")[0]] for one in row] for row in self._quantities]
 
 
 class Average(Block):
@@ -825,7 +834,7 @@ class Classification(Block):
                          hysteresis=hysteresis, reset=reset, reset_count=reset_count, mode=mode)
 
     def _axis(self, head: Head, count: int) -> Axis:
-        return Axis("class", head.x_start + np.arange(count) * head.x_step, self._unit)
+        return Axis("class", _places(head.x_start, head.x_step, np.arange(count)), self._unit)
 
     def _unit_of(self, head: Head) -> str:
         return "%" if head.y_unit == _PERCENT else ""

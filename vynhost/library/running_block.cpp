@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <cstring>
 #include <limits>
 #include <utility>
@@ -190,7 +189,6 @@ bool RunningBlock::step() {
     const Picture before = pictureOf(*block_);
     const Int result = block_->simulate();
     if (result == kFailed) raise();
-    passOnForeignWrites();
     if (result == kNotWired) {
         std::vector<std::string> open;
         for (std::size_t i = 0; i < inputs_.size(); ++i) {
@@ -268,19 +266,6 @@ void RunningBlock::raise() {
     if (text.empty()) text = "failed without a message";
     const std::string& name = entry_.place.key;
     throw RunError(kBlockError, name.empty() ? text : name + ": " + text);
-}
-
-// Where message boxes are lines on standard error, another thread's lines are among them: a step
-// that went well shows none of its own.
-void RunningBlock::passOnForeignWrites() {
-    if (host_.boxes().empty()) return;
-    for (const Box& box : host_.takeBoxes()) {
-        std::string line = box.caption;
-        if (!line.empty()) line += ": ";
-        line += box.text;
-        line += '\n';
-        std::fputs(line.c_str(), stderr);
-    }
 }
 
 }  // namespace vynhost

@@ -66,7 +66,6 @@ private:
     void place(BlockEntry entry);
     void checkAtRate(const vynhost_data& data);
     [[noreturn]] void raise();
-    void passOnForeignWrites();
 
     ModuleHost& host_;
     std::span<const TypeInfo> types_;

@@ -1,6 +1,8 @@
 #include "vynhost/library/include/vynpack/vynhost.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdio>
 #include <cstring>
 #include <memory>
 #include <mutex>
@@ -54,6 +56,16 @@ const char* lent(std::string text) {
     return kept.c_str();
 }
 
+// Where message boxes are lines on standard error, lines of other threads are among them: a call
+// that went well has none of its own.
+void passOnForeignLines() {
+    if (!openModule() || openModule()->host.boxes().empty()) return;
+    for (const Box& box : openModule()->host.takeBoxes()) {
+        const std::string line = (box.caption.empty() ? "" : box.caption + ": ") + box.text + "\n";
+        std::fputs(line.c_str(), stderr);
+    }
+}
+
 // One call at a time; no exception leaves the library.
 template <class Work>
 std::int32_t guarded(Work work) noexcept {
@@ -61,6 +73,7 @@ std::int32_t guarded(Work work) noexcept {
         const std::lock_guard<std::mutex> alone(calls());
         try {
             work();
+            passOnForeignLines();
             return VYNHOST_DONE;
         } catch (const RunError& error) {
             errorText() = error.what();
