@@ -32,7 +32,7 @@ def optional(module: str, what: str) -> Any:
                              f"(Debian: python3-{package})") from error
 
 
-@dataclass(frozen=True)
+@dataclass(frozen=True, eq=False)
 class Axis:
     """One axis of a result.
 
@@ -68,7 +68,7 @@ class Head(NamedTuple):
     base_unit: str
 
 
-@dataclass(frozen=True, repr=False)
+@dataclass(frozen=True, repr=False, eq=False)
 class Result:
     """Values with their axes and units.
 
@@ -162,8 +162,8 @@ class Result:
     def __len__(self) -> int:
         return len(self.values)
 
-    def __array__(self, dtype: Any = None) -> npt.NDArray[Any]:
-        return np.asarray(self.values, dtype=dtype)
+    def __array__(self, dtype: Any = None, copy: bool | None = None) -> npt.NDArray[Any]:
+        return np.array(self.values, dtype=dtype) if copy else np.asarray(self.values, dtype=dtype)
 
     def __repr__(self) -> str:
         shape = " × ".join(f"{len(axis.values)} {axis.name}" for axis in self.axes)

@@ -210,7 +210,7 @@ def test_what_other_threads_write_to_standard_error_arrives():
     script = """
 import os, sys, threading, numpy as np, vynpack as vp
 def write():
-    for i in range(300):
+    for i in range(200):
         os.write(2, b"line %03d: of a thread\\n" % i)
 writer = threading.Thread(target=write)
 block = vp.Filter(taps=2001)
@@ -221,7 +221,7 @@ while writer.is_alive():
     run = subprocess.run([sys.executable, "-c", script], capture_output=True, text=True, timeout=100,
                          env={**os.environ, "PYTHONPATH": os.pathsep.join(sys.path)})
     assert run.returncode == 0, run.stderr
-    assert sorted(run.stderr.splitlines()) == [f"line {i:03}: of a thread" for i in range(300)]
+    assert sorted(run.stderr.splitlines()) == [f"line {i:03}: of a thread" for i in range(200)]
 
 
 def test_a_process_that_was_forked_off_has_errors_of_its_own():

@@ -141,7 +141,7 @@ void RunningBlock::start(std::uint32_t wired) {
 
 // What can be said about the settings only when the rate of the signal is known.
 void RunningBlock::checkAtRate(const vynhost_data& data) {
-    if (std::exchange(checkedAtRate_, true)) return;
+    if (checkedAtRate_) return;
     const bool milliseconds = data.x_kind == kMilliseconds;
     if (!milliseconds && data.x_kind != kSeconds) return;
     const double rate = (milliseconds ? 1000.0 : 1.0) / data.x_step;
@@ -151,9 +151,10 @@ void RunningBlock::checkAtRate(const vynhost_data& data) {
     if (type == kDigitalFilter && values.is("PkFIRFilter", "IIR")) {
         checkFilterDesign(*block_, entry_, rate);
     }
+    checkedAtRate_ = true;
 }
 
-void RunningBlock::put(int input, const vynhost_data& data) {
+void RunningBlock::requireTakable(int input, const vynhost_data& data) {
     const auto index = static_cast<std::size_t>(input);
     if (!runs_) throw InputError(entry_.place, "no run has been started");
     if (input < 0 || index >= inputs_.size() || (wired_ >> index & 1U) == 0) {
@@ -166,6 +167,10 @@ void RunningBlock::put(int input, const vynhost_data& data) {
                                            " still waits, no other one is taken");
     }
     if (input == 0) checkAtRate(data);
+}
+
+void RunningBlock::put(int input, const vynhost_data& data) {
+    requireTakable(input, data);
     const auto count = static_cast<std::size_t>(data.count);
     const Handle handle = host_.memory().allocateData(count);
     if (handle == Handle::none) throw RunError(kWrongInput, "memory is out");

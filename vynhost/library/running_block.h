@@ -38,7 +38,10 @@ public:
 
     // --- A run ---
     void start(std::uint32_t wired);
-    // Raises InputError for a data block that makes no sense or comes too early.
+    // Raises InputError for a data block that makes no sense, comes too early, or whose rate the
+    // settings do not fit.
+    void requireTakable(int input, const vynhost_data& data);
+    // The same, and lays a copy at the input.
     void put(int input, const vynhost_data& data);
     // One step of the block: whether anything moved. Raises RunError with the block's own text.
     bool step();

@@ -298,6 +298,9 @@ std::int32_t vynhost_block_feed(vynhost_block* block, const vynhost_data* inputs
         if (input_count > 0) required(inputs, "the inputs");
         if (output_count > 0) required(outputs, "the place of the outputs");
         for (std::int32_t i = 0; i < input_count; ++i) {
+            if (inputs[i].channels != 0) running.requireTakable(i, inputs[i]);
+        }
+        for (std::int32_t i = 0; i < input_count; ++i) {
             if (inputs[i].channels != 0) running.put(i, inputs[i]);
         }
         const bool any = running.step();
@@ -346,6 +349,7 @@ std::int32_t vynhost_block_flow(vynhost_block* block, const vynhost_data* signal
                 std::copy_n(out->values, out->count, result + count);
                 count += out->count;
             }
+            passOnForeignLines();
             if (!running.waiting().empty()) {
                 throw InputError("the block does not take the data at " +
                                  joined(running.waiting()));

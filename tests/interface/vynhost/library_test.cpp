@@ -129,6 +129,7 @@ TEST_F(Library, RulesBetweenKeywordsHoldAtOnceAndThoseOfTheRateWithTheFirstData)
     ASSERT_EQ(vynhost_block_start(block, 1), VYNHOST_DONE);
     EXPECT_EQ(feed(signal(sine(64, 5))), VYNHOST_WRONG_INPUT);
     EXPECT_THAT(vynhost_error(), HasSubstr("below half the sample rate, 1000 Hz"));
+    EXPECT_EQ(feed(signal(sine(64, 5))), VYNHOST_WRONG_INPUT);  // nor when it is tried again
 }
 
 TEST_F(Library, ABlocksErrorHasItsOwnText) {
