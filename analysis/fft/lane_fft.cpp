@@ -118,23 +118,23 @@ LaneFft::LaneFft(std::size_t length, vyn::KernelLevel level)
     // The twiddles of the lanes halve what the halves doubled.
     const auto points = static_cast<std::size_t>(points_);
     constexpr auto kLanes = static_cast<std::size_t>(kFftLanes);
-    const auto putLanes = [&](std::size_t firstLine) {
-        for (std::size_t lane = 1; lane < kLanes; ++lane) {
-            for (std::size_t i = 0; i < kLanes; ++i, ++next) {
-                const Circle::Point point = circle.at(lane * (firstLine + i));
-                next[0] = point.re / 2.0;
-                next[kLanes] = point.im / 2.0;
-            }
-            next += kLanes;
+    const auto putPoints = [&](std::size_t factor, std::size_t line, int step, double scale) {
+        for (std::size_t i = 0; i < kLanes; ++i, ++next) {
+            const Circle::Point point = circle.at(factor * line);
+            next[0] = point.re * scale;
+            next[kLanes] = point.im * scale;
+            line += static_cast<std::size_t>(step);
         }
+        next += kLanes;
     };
     joinTwiddles_ = allocate(points / 2 / kLanes * kFftGroupTwiddles + kFftMiddleTwiddles);
     next = joinTwiddles_.get();
     for (std::size_t first = 0; first < points / 2; first += kLanes) {
-        for (std::size_t i = 0; i < kLanes; ++i)
-            put(kLanes * (first + i), 1.0);
-        putLanes(first);
-        putLanes(points - first - kLanes + 1);
+        putPoints(kLanes, first, 1, 1.0);
+        for (std::size_t lane = 1; lane < kLanes; ++lane)
+            putPoints(lane, first, 1, 0.5);
+        for (std::size_t lane = 1; lane < kLanes; ++lane)
+            putPoints(lane, points - first, -1, 0.5);
     }
     put(kLanes * points / 2, 1.0);
     for (std::size_t lane = 1; lane < kLanes; ++lane)
@@ -146,18 +146,13 @@ LaneFft::LaneFft(std::size_t length, vyn::KernelLevel level)
 // The complex transforms of all lanes. The stages take turns between the two arrays, so that the
 // last one leaves its results in `to`; it may work in place for that.
 void LaneFft::transformLanes(double* from, double* to, bool inverse) const noexcept {
-    const std::ptrdiff_t imaginary = inverse ? -kFftLanes : kFftLanes;
-    if (inverse) {
-        from += kFftLanes;
-        to += kFftLanes;
-    }
     double* here = from;
     for (const Stage& stage : stages_) {
         const bool isLast = &stage == &stages_.back();
         double* there = isLast || here == from ? to : from;
-        const auto run = stage.radix == 4 ? kernels_.radix4 : kernels_.radix8;
-        run(here, there, imaginary, stageTwiddles_.get() + stage.twiddles, stage.groups,
-            stage.stride);
+        const auto& run = stage.radix == 4 ? kernels_.radix4 : kernels_.radix8;
+        run[inverse ? 1 : 0](here, there, stageTwiddles_.get() + stage.twiddles, stage.groups,
+                             stage.stride);
         here = there;
     }
 }

@@ -17,7 +17,8 @@
 // 2. Halves. Z mixes the transforms of the lane's even and odd samples, which symmetry tells apart
 //    (Van Loan on real-data transforms): with Z[P] = Z[0],
 //        X_l[k] = (Z[k] + conj Z[P-k]) / 2 - j W_2P^k (Z[k] - conj Z[P-k]) / 2,  k = 0..P.
-//    The kernel makes k and P-k together and leaves the factor 2 to the next step's twiddles.
+//    The kernel makes k and P-k together, goes on with them to the next step, and leaves the factor
+//    2 to that step's twiddles.
 // 3. Lines. A radix-8 step over the lanes makes the lines of all samples,
 //        X[k + 2 P i] = sum_l W_8^(l i) (W_n^(l k) X_l[k]),  k = 0..P, i = 0..7,
 //    where the lines above n/2 stand, as conjugates, for lines below it: X[n-k] = conj X[k].
@@ -36,7 +37,7 @@
 //          |
 //        Z_l[0]      |       Z_l[1]        |  ...  |  Z_l[15]  |  Z_l[0] again, as Z_l[16]
 //          |
-//   halves, in place:  k with 16-k, for k = 0..7; the middle line 8 with itself
+//   halves, in registers:  k with 16-k, for k = 0..7; the middle line 8 with itself
 //          |
 //        X_l[0]      |       X_l[1]        |  ...  |  X_l[15]  |  X_l[16]   (doubled)
 //          |

@@ -11,8 +11,8 @@ inline constexpr std::ptrdiff_t kFftLanes = 8;
 inline constexpr std::ptrdiff_t kFftPoint = 2 * kFftLanes;
 
 // Twiddles that a group of eight lines k and their mirror lines points-k takes up: the pairs
-// (re, im) of the lines for the two halves of the samples, then, for the eight lines and for the
-// mirror lines in ascending order, the twiddles of the lanes 1 to 7, eight re and eight im each.
+// (re, im) of the lines for the two halves of the samples, eight re before eight im, then, for the
+// eight lines and for their mirror lines, which descend, those of the lanes 1 to 7 in the same way.
 inline constexpr std::ptrdiff_t kFftLaneTwiddles = 7 * 2 * kFftLanes;
 inline constexpr std::ptrdiff_t kFftGroupTwiddles = 2 * kFftLanes + 2 * kFftLaneTwiddles;
 // Behind all groups, those of the middle line: the pair for the halves, and one for each of the
@@ -21,17 +21,16 @@ inline constexpr std::ptrdiff_t kFftMiddleTwiddles = 2 + 7 * 2;
 
 struct LaneFftKernels {
     // One stage of complex transforms, all lanes alike: `groups` butterflies, each over `stride`
-    // points that lie side by side. `imaginary` is the way from real to imaginary parts; with the
-    // two exchanged the transform is the inverse one. Twiddles: for the groups from 1 on, the pairs
-    // (re, im) of the outputs from 1 on. Where there is one group, both arrays may be the same.
-    void (*radix4)(const double* in, double* out, std::ptrdiff_t imaginary, const double* twiddles,
-                   std::ptrdiff_t groups, std::ptrdiff_t stride);
-    void (*radix8)(const double* in, double* out, std::ptrdiff_t imaginary, const double* twiddles,
-                   std::ptrdiff_t groups, std::ptrdiff_t stride);
+    // points that lie side by side. Twiddles: for the groups from 1 on, the pairs (re, im) of the
+    // outputs from 1 on. Where there is one group, both arrays may be the same.
+    using Stage = void (*)(const double* in, double* out, const double* twiddles,
+                           std::ptrdiff_t groups, std::ptrdiff_t stride);
+    Stage radix4[2];  // forward, inverse
+    Stage radix8[2];
 
     // From the lanes' transforms, points + 1 of them with the first again at the end, to the lines
-    // 0..8*points of all samples. Works in `lanes`.
-    void (*join)(double* lanes, const double* twiddles, std::ptrdiff_t points, double* re,
+    // 0..8*points of all samples.
+    void (*join)(const double* lanes, const double* twiddles, std::ptrdiff_t points, double* re,
                  double* im);
     // The way back, times 8 * scale.
     void (*split)(const double* re, const double* im, const double* twiddles, std::ptrdiff_t points,
