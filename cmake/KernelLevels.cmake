@@ -5,7 +5,7 @@
 # end up serving a machine that lacks it.
 set(VYN_KERNEL_LEVELS baseline avx2 avx512)
 set(VYN_KERNEL_FLAGS_baseline "")
-set(VYN_KERNEL_FLAGS_avx2 -mavx2)
+set(VYN_KERNEL_FLAGS_avx2 -mavx2 -mfma)  # fused only where written: -ffp-contract=off
 set(VYN_KERNEL_FLAGS_avx512 -mavx512f -mavx512dq -mavx512bw -mavx512vl -mprefer-vector-width=512)
 if(WIN32)  # the platform's stack is only 16-byte aligned
   list(APPEND VYN_KERNEL_FLAGS_avx2 -Wa,-muse-unaligned-vector-move)

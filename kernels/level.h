@@ -29,7 +29,8 @@ inline KernelLevel machineLevel() noexcept {
     const bool avx512 = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
                         __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl");
     if (avx512) return KernelLevel::avx512;
-    if (__builtin_cpu_supports("avx2")) return KernelLevel::avx2;
+    // What has AVX2 has fused multiply-adds, but for a few processors.
+    if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma")) return KernelLevel::avx2;
     return KernelLevel::baseline;
 }
 

@@ -151,6 +151,61 @@ TEST(SpectrumConversion, EveryKernelLevelGivesTheSameBits) {
         base.putDensities(re.data(), 0.3F, a.data(), n);
         wide.putDensities(re.data(), 0.3F, b.data(), n);
         EXPECT_EQ(a, b);
+        base.putSamples(re.data(), 13.0F, a.data(), n);
+        wide.putSamples(re.data(), 13.0F, b.data(), n);
+        EXPECT_EQ(a, b);
+    }
+}
+
+TEST(SpectrumConversion, OnePassGivesTheBitsOfItsSteps) {
+    constexpr std::size_t n = 1003;
+    std::vector<double> re(n);
+    std::vector<double> im(n);
+    for (std::size_t k = 0; k < n; ++k) {
+        const double size = std::pow(10.0, static_cast<double>(k % 91) - 45.0);
+        re[k] = k % 97 == 0 ? 0.0 : std::sin(1.7 * static_cast<double>(k)) * size;
+        im[k] = k % 89 == 0 ? 0.0 : std::cos(0.9 * static_cast<double>(k)) * size;
+    }
+    const SpectrumKernels& base = vyn::kernelsAt<SpectrumKernels>(vyn::KernelLevel::baseline);
+    constexpr double kFactor = 1.0 / 0.54;
+    constexpr auto kSteps = std::array{&SpectrumKernels::magnitude, &SpectrumKernels::rms,
+                                       &SpectrumKernels::halfPower, &SpectrumKernels::power};
+    for (std::size_t kind = 0; kind < kSteps.size(); ++kind) {
+        for (const float divisor : {1.0F, 11.7F}) {
+            std::vector<double> scaledRe = re;
+            std::vector<double> scaledIm = im;
+            base.scale(scaledRe.data(), kFactor, n);
+            base.scale(scaledIm.data(), kFactor, n);
+            std::vector<double> values(n);
+            (base.*kSteps[kind])(scaledRe.data(), scaledIm.data(), values.data(), n);
+            std::vector<float> expected(n);
+            base.putDensities(values.data(), divisor, expected.data(), n);
+            for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
+                std::vector<float> result(n);
+                vyn::kernelsAt<SpectrumKernels>(level).putConverted[kind](
+                    re.data(), im.data(), kFactor, divisor, result.data(), n);
+                EXPECT_EQ(result, expected) << kind;
+            }
+        }
+    }
+}
+
+TEST(SpectrumConversion, APowerOfTwoDividesSamplesAsItsReciprocalMultiplies) {
+    std::vector<float> samples;
+    for (const float size : {1.0F, 3e38F, 1e-38F, 3e-45F, 7e-44F}) {
+        for (int i = -3; i <= 3; ++i)
+            samples.push_back(static_cast<float>(i) * 0.33F * size);
+    }
+    for (const float divisor : {0.5F, 1.0F, 2.0F, 2048.0F, 0x1p30F}) {
+        for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
+            std::vector<double> taken(samples.size());
+            vyn::kernelsAt<SpectrumKernels>(level).takeSamples(samples.data(), divisor, nullptr,
+                                                               taken.data(), samples.size());
+            for (std::size_t i = 0; i < samples.size(); ++i) {
+                volatile float by = divisor;  // not to be worked out by the compiler
+                EXPECT_EQ(taken[i], samples[i] / by) << samples[i];
+            }
+        }
     }
 }
 

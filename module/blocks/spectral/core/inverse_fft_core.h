@@ -1,13 +1,15 @@
 // Time signals from one-sided spectra.
 #pragma once
 
+#include <cstddef>
 #include <span>
-#include <vector>
+
+#include "numerics/aligned_array.h"
 
 namespace vynpack {
 
-// The analysis library's inverse real FFT, in place over n lines; the samples are in `re`
-// afterwards.
+// The analysis library's inverse real FFT, in place over the lines 0..n/2; the n samples are in
+// `re` afterwards. Both arrays have room for n numbers.
 using InverseRealTransform = int (*)(double* re, double* im, int n);
 
 // Keeps its work buffers from block to block.
@@ -25,12 +27,15 @@ public:
                     InverseRealTransform transform, std::span<float> samples);
 
 private:
-    void takeLines(std::span<const float> reals, std::span<const float> imaginaries,
-                   std::size_t channel, std::size_t stride);
+    void synthesiseChannel(const float* reals, const float* imaginaries, float nyquist,
+                           InverseRealTransform transform, float* samples);
 
     int n_ = -1;
-    std::vector<double> real_;
-    std::vector<double> imaginary_;
+    AlignedArray<double> real_{0};
+    AlignedArray<double> imaginary_{1};
+    // A few channels side by side: each row holds the lines of one, first the real parts, and, in
+    // their place, its samples afterwards.
+    AlignedArray<float> rows_{2};
 };
 
 }  // namespace vynpack

@@ -1,7 +1,13 @@
 #include "blocks/spectral/core/spectrum_kernels.h"
 
+#include <cstdint>
+
+#include "kernels/quotient.h"
+
 namespace vynpack {
 namespace {
+
+using namespace vyn;  // its lanes
 
 template <class Take>
 void takeEach(const float* in, const double* weights, double* out, std::size_t n, Take take) {
@@ -14,10 +20,17 @@ void takeEach(const float* in, const double* weights, double* out, std::size_t n
     }
 }
 
+bool isPowerOfTwo(float value) {
+    return (__builtin_bit_cast(std::uint32_t, value) & 0x7fffffU) == 0;
+}
+
 void takeSamples(const float* in, float divisor, const double* weights, double* out,
                  std::size_t n) {
     if (divisor == 1.0F) {
         takeEach(in, weights, out, n, [](float sample) { return sample; });
+    } else if (isPowerOfTwo(divisor)) {
+        const float reciprocal = 1.0F / divisor;
+        takeEach(in, weights, out, n, [=](float sample) { return sample * reciprocal; });
     } else {
         takeEach(in, weights, out, n, [=](float sample) { return sample / divisor; });
     }
@@ -38,16 +51,89 @@ void putDensities(const double* in, float divisor, float* out, std::size_t n) {
         out[k] = static_cast<float>(in[k]) / divisor;
 }
 
+void putSamples(const double* in, float length, float* out, std::size_t n) {
+    for (std::size_t i = 0; i < n; ++i)
+        out[i] = static_cast<float>(in[i]) * length * 0.5F;
+}
+
+// Calls work(k, V{}) for lines from 0 to n, as many at once as V has lanes.
+template <class Work>
+[[gnu::always_inline]] inline void forLines(std::size_t n, Work work) {
+    std::size_t k = 0;
+    for (; k + kLanes <= n; k += kLanes)
+        work(k, Register{});
+    for (; k < n; ++k)
+        work(k, 0.0);
+}
+
+// NaN stays.
+template <class V>
+V atMost(double limit, V value) {
+    const V limits = V{} + limit;
+    return value > limits ? limits : value;
+}
+
+template <int lanes>
+using FloatsOf = typename Lanes<lanes>::Floats;
+
+// The values that `convert` makes of squared magnitudes.
+template <class Convert>
+[[gnu::always_inline]] inline void putEach(const double* re, const double* im, double factor,
+                                           float divisor, float* out, std::size_t n,
+                                           Convert convert) {
+    const auto put = [=](auto quotient) __attribute__((always_inline)) {
+        forLines(
+            n, [=]<class V>(std::size_t k, V /*kind*/) __attribute__((always_inline)) {
+                const V scaledRe = load<V>(re + k) * factor;
+                const V scaledIm = load<V>(im + k) * factor;
+                const V value = convert(V(scaledRe * scaledRe + scaledIm * scaledIm));
+                store(quotient(converted<FloatsOf<sizeof(V) / sizeof(double)>>(value)), out + k);
+            });
+    };
+    if (divisor == 1.0F) {
+        put([](auto value) { return value; });
+    } else {
+        put([=](auto value) { return value / divisor; });
+    }
+}
+
+void putMagnitudes(const double* re, const double* im, double factor, float divisor, float* out,
+                   std::size_t n) {
+    putEach(re, im, factor, divisor, out, n, [](auto power) { return rootOf(power); });
+}
+
+void putRms(const double* re, const double* im, double factor, float divisor, float* out,
+            std::size_t n) {
+    const QuotientBy quotient(__builtin_sqrt(2.0));
+    putEach(re, im, factor, divisor, out, n, [=](auto power) {
+        // What is smaller or larger than a quotient may be is 0 or infinity as a float anyway.
+        return quotient.ofOrdinary(atMost(QuotientBy::kLargest, rootOf(power)));
+    });
+}
+
+void putHalfPowers(const double* re, const double* im, double factor, float divisor, float* out,
+                   std::size_t n) {
+    putEach(re, im, factor, divisor, out, n, [](auto power) { return power / 2.0; });
+}
+
+void putPowers(const double* re, const double* im, double factor, float divisor, float* out,
+               std::size_t n) {
+    putEach(re, im, factor, divisor, out, n, [](auto power) { return power; });
+}
+
 void magnitude(const double* re, const double* im, double* out, std::size_t n) {
     for (std::size_t k = 0; k < n; ++k)
         out[k] = __builtin_sqrt(re[k] * re[k] + im[k] * im[k]);
 }
 
 void rms(const double* re, const double* im, double* out, std::size_t n) {
-    const double root2 = __builtin_sqrt(2.0);
-    for (std::size_t k = 0; k < n; ++k) {
-        out[k] = __builtin_sqrt(re[k] * re[k] + im[k] * im[k]) / root2;
-    }
+    const QuotientBy quotient(__builtin_sqrt(2.0));
+    forLines(
+        n, [=]<class V>(std::size_t k, V /*kind*/) __attribute__((always_inline)) {
+            const auto a = load<V>(re + k);
+            const auto b = load<V>(im + k);
+            store(quotient(rootOf(V(a * a + b * b))), out + k);
+        });
 }
 
 void halfPower(const double* re, const double* im, double* out, std::size_t n) {
@@ -61,8 +147,12 @@ void power(const double* re, const double* im, double* out, std::size_t n) {
 }
 
 void moveTowards(const double* from, const double* to, double count, double* out, std::size_t n) {
-    for (std::size_t k = 0; k < n; ++k)
-        out[k] = from[k] + (to[k] - from[k]) / count;
+    const QuotientBy quotient(count);
+    forLines(
+        n, [=]<class V>(std::size_t k, V /*kind*/) __attribute__((always_inline)) {
+            const auto start = load<V>(from + k);
+            store(V(start + quotient(V(load<V>(to + k) - start))), out + k);
+        });
 }
 
 void smaller(const double* a, const double* b, double* out, std::size_t n) {
@@ -75,8 +165,13 @@ void larger(const double* a, const double* b, double* out, std::size_t n) {
         out[k] = b[k] > a[k] ? b[k] : a[k];
 }
 
-constexpr SpectrumKernels kTable = {takeSamples, scale, putLines,    putDensities, magnitude, rms,
-                                    halfPower,   power, moveTowards, smaller,      larger};
+constexpr SpectrumKernels kTable = {
+    takeSamples,  scale,       putLines,
+    putDensities, putSamples,  {putMagnitudes, putRms, putHalfPowers, putPowers},
+    magnitude,    rms,         halfPower,
+    power,        moveTowards, smaller,
+    larger,
+};
 
 }  // namespace
 

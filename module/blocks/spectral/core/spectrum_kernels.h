@@ -7,7 +7,8 @@ namespace vynpack {
 
 struct SpectrumKernels {
     // out[i] = double(in[i] / divisor) * weights[i] for n samples, the quotient in single
-    // precision; null weights weight nothing.
+    // precision; null weights weight nothing. A power of two is multiplied by its reciprocal, which
+    // gives the quotient's bits.
     void (*takeSamples)(const float* in, float divisor, const double* weights, double* out,
                         std::size_t n);
     // values[k] *= factor
@@ -16,6 +17,14 @@ struct SpectrumKernels {
     void (*putLines)(const double* in, float* out, std::size_t n);
     // out[k] = float(in[k]) / divisor
     void (*putDensities)(const double* in, float divisor, float* out, std::size_t n);
+
+    // out[i] = float(in[i]) * length / 2, in single precision
+    void (*putSamples)(const double* in, float length, float* out, std::size_t n);
+
+    // From lines to results in one pass: out[k] = float(v) / divisor, v being the conversion's
+    // value of re * factor + j im * factor. By ConversionKind, kToMagnitude to kToPower.
+    void (*putConverted[4])(const double* re, const double* im, double factor, float divisor,
+                            float* out, std::size_t n);
 
     // The conversions of ConversionKind; `out` may be one of the inputs.
     void (*magnitude)(const double* re, const double* im, double* out, std::size_t n);

@@ -12,25 +12,13 @@ void SpectrumAnalysis::prepare(int n) {
     if (n == n_) return;
     release();
     const auto values = static_cast<std::size_t>(n);
-    real_.resize(values + 2);
-    imaginary_.resize(values);
-    result_.resize(values);
+    real_.assign(values + 2);
+    imaginary_.assign(values);
+    result_.assign(values / 2);
     n_ = n;
 }
 
 void SpectrumAnalysis::release() { *this = {}; }
-
-void SpectrumAnalysis::toAmplitudes(const SpectrumSettings& settings, std::size_t lines,
-                                    RealTransform transform) {
-    if (settings.amplitudeType == kRealImaginary) {
-        std::copy_n(real_.begin(), lines, result_.begin());
-        return;
-    }
-    std::fill_n(result_.begin(), lines, 0.0);
-    convertSpectrum(std::span(real_).first(lines), std::span(imaginary_).first(lines),
-                    conversionKind(settings.amplitudeType), std::span(result_).first(lines),
-                    transform, cepstrumWork_);
-}
 
 void SpectrumAnalysis::analyse(const SpectrumSettings& settings, std::span<const float> samples,
                                int channels, double resolution, RealTransform transform,
@@ -43,7 +31,8 @@ void SpectrumAnalysis::analyse(const SpectrumSettings& settings, std::span<const
     }
     const auto n = static_cast<std::size_t>(n_);
     const std::size_t stride = rowStride(n);
-    rows_.resize(stride * static_cast<std::size_t>(std::min(channels, kTileChannels)));
+    const std::size_t rows = stride * static_cast<std::size_t>(std::min(channels, kTileChannels));
+    if (rows_.size() != rows) rows_.assign(rows);
     float* const phaseRows = rows_.data() + phaseLines(n_);  // behind the amplitudes
     forEachTile(channels, n, [&](ChannelTile tile) {
         splitChannels(samples.data(), tile, rows_.data(), stride);
@@ -71,25 +60,37 @@ void SpectrumAnalysis::analyseChannel(const SpectrumSettings& settings, const fl
     kernels.takeSamples(samples, halfLength, window_.weights(), real_.data(),
                         static_cast<std::size_t>(n_));
     transform(real_.data(), imaginary_.data(), n_);
-    if (settings.correction != kNoCorrection && settings.window != kNoWindow) {
-        const double correction =
-            correctionFactor(settings.correction - kEnergyCorrection, window_.factors());
+    const bool corrects = settings.correction != kNoCorrection && settings.window != kNoWindow;
+    const double correction =
+        corrects ? correctionFactor(settings.correction - kEnergyCorrection, window_.factors())
+                 : 1.0;
+    const int kind = conversionKind(settings.amplitudeType);
+    const bool inOnePass = kind >= kToMagnitude && kind <= kToPower;
+    if (inOnePass) {
+        const bool density = settings.amplitudeType == kPowerDensity;
+        kernels.putConverted[kind](real_.data(), imaginary_.data(), correction,
+                                   density ? static_cast<float>(resolution) : 1.0F,
+                                   lines.amplitudes, lineCount);
+        if (lines.phases == nullptr) return;
+    }
+    if (corrects) {
         kernels.scale(real_.data(), correction, lineCount);
         kernels.scale(imaginary_.data(), correction, lineCount);
     }
-
-    toAmplitudes(settings, lineCount, transform);
-    if (settings.amplitudeType == kPowerDensity) {
-        kernels.putDensities(result_.data(), static_cast<float>(resolution), lines.amplitudes,
-                             lineCount);
-    } else {
-        kernels.putLines(result_.data(), lines.amplitudes, lineCount);
+    if (settings.amplitudeType == kRealImaginary) {
+        kernels.putLines(real_.data(), lines.amplitudes, lineCount);
+    } else if (!inOnePass) {
+        const auto result = result_.first(lineCount);
+        std::ranges::fill(result, 0.0);
+        convertSpectrum(real_.first(lineCount), imaginary_.first(lineCount), kind, result,
+                        transform, cepstrumWork_);
+        kernels.putLines(result.data(), lines.amplitudes, lineCount);
     }
 
     if (lines.phases == nullptr) return;
     if (settings.amplitudeType != kRealImaginary) {
-        const auto phase = std::span(imaginary_).first(phaseLineCount);
-        convertSpectrum(std::span(real_).first(phaseLineCount), phase, kToPhase, phase, transform,
+        const auto phase = imaginary_.first(phaseLineCount);
+        convertSpectrum(real_.first(phaseLineCount), phase, kToPhase, phase, transform,
                         cepstrumWork_);
     }
     kernels.putLines(imaginary_.data(), lines.phases, phaseLineCount);

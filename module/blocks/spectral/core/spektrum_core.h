@@ -8,6 +8,7 @@
 #include "blocks/spectral/core/real_transform.h"
 #include "blocks/spectral/core/spectrum_conversion.h"
 #include "blocks/spectral/core/window_functions.h"
+#include "numerics/aligned_array.h"
 
 namespace vynpack {
 
@@ -51,17 +52,16 @@ private:
 
     void analyseChannel(const SpectrumSettings& settings, const float* samples, double resolution,
                         RealTransform transform, const Lines& lines);
-    void toAmplitudes(const SpectrumSettings& settings, std::size_t lines, RealTransform transform);
 
     int n_ = -1;
     ChosenWindow window_;
-    std::vector<double> real_;
-    std::vector<double> imaginary_;  // phases, once they are computed
-    std::vector<double> result_;
+    AlignedArray<double> real_{0};
+    AlignedArray<double> imaginary_{1};  // phases, once they are computed
+    AlignedArray<double> result_{2};     // cepstra
     std::vector<double> cepstrumWork_;
     // A few channels side by side: each row holds the samples of one and, in their place, its lines
     // afterwards.
-    std::vector<float> rows_;
+    AlignedArray<float> rows_{3};
 };
 
 }  // namespace vynpack

@@ -1,0 +1,99 @@
+// For kernel sources: roots, fused multiply-adds, and the quotients of many numbers by one, all
+// with the bits that they have at every level.
+#pragma once
+
+#include <immintrin.h>
+
+#include "kernels/lanes.h"
+
+namespace vyn {
+namespace {
+
+// (The forms without a mask draw a false warning from the compiler's own header.)
+inline Register rootOf(Register v) {
+#if defined(__AVX512F__)
+    return _mm512_maskz_sqrt_pd(0xff, v);
+#elif defined(__AVX2__)
+    return _mm256_sqrt_pd(v);
+#else
+    return _mm_sqrt_pd(v);
+#endif
+}
+inline double rootOf(double v) { return __builtin_sqrt(v); }
+
+#if defined(__AVX512F__)
+// a b + c and c - a b, rounded once.
+inline Register fused(Register a, Register b, Register c) { return _mm512_fmadd_pd(a, b, c); }
+inline Register negativelyFused(Register a, Register b, Register c) {
+    return _mm512_fnmadd_pd(a, b, c);
+}
+#elif defined(__FMA__)
+inline Register fused(Register a, Register b, Register c) { return _mm256_fmadd_pd(a, b, c); }
+inline Register negativelyFused(Register a, Register b, Register c) {
+    return _mm256_fnmadd_pd(a, b, c);
+}
+#endif
+
+// Many numbers divided by one, without dividing: with r = 1/d rounded,
+//     q0 = a r,   e = a - d q0,   q = q0 + e r,
+// e and q by fused multiply-adds (P. W. Markstein, "Computation of elementary functions on the IBM
+// RISC System/6000 processor", 1990). r is wrong by half a unit of its last place at most, so q0 is
+// wrong by 1.5 of its own; what is left for q, before it is rounded, is below 2^-50 of a unit. A
+// quotient a/d is never the middle between two doubles, and where d has b bits it is 2^-(b+1) of a
+// unit away from it at least. So q is a/d as the division rounds it for every d of at most 48 bits,
+// such as all whole numbers up to 2^32. For other divisors the dividends that come nearest to a
+// middle have to be tried, which the test does for the root of 2.
+//
+// This holds for dividends between kSmallest and kLargest, beyond which q0 or e may leave the range
+// of doubles: 0 gives a 0 without its sign, and infinity NaN. NaN stays. Levels without fused
+// multiply-adds divide.
+class QuotientBy {
+public:
+    static constexpr double kSmallest = 0x1p-900;
+    static constexpr double kLargest = 0x1p+900;
+
+    // A number between 2^-100 and 2^100.
+    explicit QuotientBy(double divisor) : divisor_(divisor), reciprocal_(1.0 / divisor) {}
+
+    // The quotients of dividends in that range.
+    [[gnu::always_inline]] Register ofOrdinary(Register a) const {
+#if defined(__AVX512F__) || defined(__FMA__)
+        const Register d = Register{} + divisor_;
+        const Register r = Register{} + reciprocal_;
+        const Register q0 = a * r;
+        return fused(negativelyFused(q0, d, a), r, q0);
+#else
+        return a / divisor_;
+#endif
+    }
+    // Those of any dividends: divided where one of them is out of the range.
+    [[gnu::always_inline]] Register operator()(Register a) const {
+        return areOrdinary(a) ? ofOrdinary(a) : a / divisor_;
+    }
+    double ofOrdinary(double a) const { return a / divisor_; }
+    double operator()(double a) const { return a / divisor_; }
+
+    // Whether all of them are in the range, or NaN; or whether it does not matter.
+    [[gnu::always_inline]] static bool areOrdinary(Register a) {
+#if defined(__AVX512F__)
+        const __m512d magnitude = _mm512_abs_pd(a);
+        return (_mm512_cmp_pd_mask(magnitude, _mm512_set1_pd(kSmallest), _CMP_LT_OQ) |
+                _mm512_cmp_pd_mask(magnitude, _mm512_set1_pd(kLargest), _CMP_GT_OQ)) == 0;
+#elif defined(__FMA__)
+        const __m256d magnitude = _mm256_andnot_pd(_mm256_set1_pd(-0.0), a);
+        return _mm256_movemask_pd(_mm256_or_pd(
+                   _mm256_cmp_pd(magnitude, _mm256_set1_pd(kSmallest), _CMP_LT_OQ),
+                   _mm256_cmp_pd(magnitude, _mm256_set1_pd(kLargest), _CMP_GT_OQ))) == 0;
+#else
+        static_cast<void>(a);
+        return true;
+#endif
+    }
+
+private:
+    double divisor_;
+    double reciprocal_;
+};
+
+}  // namespace
+}  // namespace vyn
