@@ -78,6 +78,12 @@ inline Lanes<8>::Floats converted<Lanes<8>::Floats>(Lanes<8>::Doubles from) {
 }
 #endif
 
+// In single precision.
+inline float single(double number) { return static_cast<float>(number); }
+inline Lanes<kLanes>::Floats single(Register numbers) {
+    return converted<Lanes<kLanes>::Floats>(numbers);
+}
+
 // Unaligned moves between arrays and lanes.
 template <class Vector, class Number>
 inline Vector load(const Number* from) {
@@ -88,6 +94,17 @@ inline Vector load(const Number* from) {
 template <class Vector, class Number>
 inline void store(Vector vector, Number* to) {
     __builtin_memcpy(to, &vector, sizeof vector);
+}
+
+// Calls work(i, V{}) for the places from 0 to count, as many at once as V has lanes: registers, and
+// doubles for what is left over.
+template <class Work>
+[[gnu::always_inline]] inline void forEachPlace(std::size_t count, Work work) {
+    std::size_t i = 0;
+    for (; i + kLanes <= count; i += kLanes)
+        work(i, Register{});
+    for (; i < count; ++i)
+        work(i, 0.0);
 }
 
 // Calls body(Lanes<n>{}, first) for groups of n neighbouring channels that cover all: as many full

@@ -21,16 +21,35 @@ inline Register rootOf(Register v) {
 }
 inline double rootOf(double v) { return __builtin_sqrt(v); }
 
+// NaN stays.
+template <class V>
+inline V atMost(double limit, V value) {
+    const V limits = V{} + limit;
+    return value > limits ? limits : value;
+}
+
 #if defined(__AVX512F__)
 // a b + c and c - a b, rounded once.
 inline Register fused(Register a, Register b, Register c) { return _mm512_fmadd_pd(a, b, c); }
 inline Register negativelyFused(Register a, Register b, Register c) {
     return _mm512_fnmadd_pd(a, b, c);
 }
+inline Register magnitude(Register a) { return _mm512_abs_pd(a); }
+// Whether there is a number below the one limit, above the other, or that is none.
+inline bool anyOutside(Register below, double least, Register above, double most) {
+    return (_mm512_cmp_pd_mask(below, _mm512_set1_pd(least), _CMP_LT_OQ) |
+            _mm512_cmp_pd_mask(above, _mm512_set1_pd(most), _CMP_NLE_UQ)) != 0;
+}
 #elif defined(__FMA__)
 inline Register fused(Register a, Register b, Register c) { return _mm256_fmadd_pd(a, b, c); }
 inline Register negativelyFused(Register a, Register b, Register c) {
     return _mm256_fnmadd_pd(a, b, c);
+}
+inline Register magnitude(Register a) { return _mm256_andnot_pd(_mm256_set1_pd(-0.0), a); }
+inline bool anyOutside(Register below, double least, Register above, double most) {
+    return _mm256_movemask_pd(
+               _mm256_or_pd(_mm256_cmp_pd(below, _mm256_set1_pd(least), _CMP_LT_OQ),
+                            _mm256_cmp_pd(above, _mm256_set1_pd(most), _CMP_NLE_UQ))) != 0;
 }
 #endif
 
@@ -46,7 +65,7 @@ inline Register negativelyFused(Register a, Register b, Register c) {
 //
 // This holds for dividends between kSmallest and kLargest, beyond which q0 or e may leave the range
 // of doubles: 0 gives a 0 without its sign, and infinity NaN. NaN stays. Levels without fused
-// multiply-adds divide.
+// multiply-adds divide, as do numbers that stand alone.
 class QuotientBy {
 public:
     static constexpr double kSmallest = 0x1p-900;
@@ -66,28 +85,37 @@ public:
         return a / divisor_;
 #endif
     }
-    // Those of any dividends: divided where one of them is out of the range.
+    // Those of any dividends: all are divided where one of them is out of the range.
     [[gnu::always_inline]] Register operator()(Register a) const {
-        return areOrdinary(a) ? ofOrdinary(a) : a / divisor_;
+        const Register dividends[] = {a};
+        return areOrdinary(dividends) ? ofOrdinary(a) : a / divisor_;
     }
     double ofOrdinary(double a) const { return a / divisor_; }
     double operator()(double a) const { return a / divisor_; }
 
-    // Whether all of them are in the range, or NaN; or whether it does not matter.
-    [[gnu::always_inline]] static bool areOrdinary(Register a) {
-#if defined(__AVX512F__)
-        const __m512d magnitude = _mm512_abs_pd(a);
-        return (_mm512_cmp_pd_mask(magnitude, _mm512_set1_pd(kSmallest), _CMP_LT_OQ) |
-                _mm512_cmp_pd_mask(magnitude, _mm512_set1_pd(kLargest), _CMP_GT_OQ)) == 0;
-#elif defined(__FMA__)
-        const __m256d magnitude = _mm256_andnot_pd(_mm256_set1_pd(-0.0), a);
-        return _mm256_movemask_pd(_mm256_or_pd(
-                   _mm256_cmp_pd(magnitude, _mm256_set1_pd(kSmallest), _CMP_LT_OQ),
-                   _mm256_cmp_pd(magnitude, _mm256_set1_pd(kLargest), _CMP_GT_OQ))) == 0;
+    double divisor() const { return divisor_; }
+
+    // Whether all of them are in the range, or the level divides anyway. (A sum is as large as its
+    // largest term at least, and no NaN gets lost in it.)
+    template <int count>
+    [[gnu::always_inline]] static bool areOrdinary(const Register (&dividends)[count]) {
+#if defined(__AVX512F__) || defined(__FMA__)
+        Register smallest = magnitude(dividends[0]);
+        Register sum = smallest;
+        for (int i = 1; i < count; ++i) {
+            const Register next = magnitude(dividends[i]);
+            smallest = next < smallest ? next : smallest;
+            sum = sum + next;
+        }
+        return !anyOutside(smallest, kSmallest, sum, kLargest);
 #else
-        static_cast<void>(a);
+        static_cast<void>(dividends);
         return true;
 #endif
+    }
+    template <int count>
+    static bool areOrdinary(const double (&/*dividends*/)[count]) {
+        return true;
     }
 
 private:

@@ -2,6 +2,7 @@
 // straddles two.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <memory>
 #include <new>
@@ -28,6 +29,15 @@ public:
         colour_ = other.colour_;
         return *this;
     }
+
+    // A copy of the numbers; the colour stays.
+    AlignedArray& operator=(const AlignedArray& other) {
+        if (this == &other) return *this;
+        if (size_ != other.size_) assign(other.size_);
+        std::copy_n(other.data(), size_, data());
+        return *this;
+    }
+    AlignedArray(const AlignedArray&) = delete;
 
     // Holds that many zeros instead of what it held. Errors: std::bad_alloc; it is empty then.
     void assign(std::size_t size) {

@@ -7,6 +7,7 @@
 #include <bit>
 #include <cmath>
 #include <complex>
+#include <cstdint>
 #include <limits>
 #include <numbers>
 #include <random>
@@ -15,6 +16,7 @@
 
 #include "blocks/spectral/core/dual_spectrum_average.h"
 #include "blocks/spectral/core/dual_spectrum_kernels.h"
+#include "blocks/spectral/core/spectrum_kernels.h"
 #include "naive_transform.h"
 #include "support/signals.h"
 #include "unit/kernels/levels_of_machine.h"
@@ -1005,6 +1007,93 @@ TEST(DualSpectrumKernels, EveryLevelGivesTheSameBits) {
     }
     // An exact reciprocal serves as well as the division.
     EXPECT_EQ(run(base, {512.0, true, 1.7}), run(base, {512.0, false, 1.7}));
+}
+
+// With lines of all sizes, zeros and lines that stay as they are among them.
+TEST(DualSpectrumKernels, OnePassGivesTheBitsOfItsSteps) {
+    constexpr std::size_t n = 1003;
+    using Columns = std::array<std::vector<double>, 4>;
+    const auto columns = [](double phase) {
+        Columns made;
+        for (std::size_t j = 0; j < made.size(); ++j) {
+            for (std::size_t k = 0; k < n; ++k) {
+                const double size =
+                    k % 5 == 0 ? std::pow(10.0, static_cast<double>(k % 301) - 150) : 1.0;
+                const double angle = 1.7 * static_cast<double>(k * (j + 1));
+                made[j].push_back(k % 97 == 0 ? 0.0 : size * std::sin(angle + phase));
+            }
+        }
+        made[1][7] = made[2][8] = std::numeric_limits<double>::infinity();
+        made[3][9] = std::numeric_limits<double>::quiet_NaN();
+        // Infinity and NaN, and tiny and NaN, among the products of one line.
+        made[0][20] = made[2][20] = made[0][21] = std::numeric_limits<double>::infinity();
+        for (const std::size_t k : {30U, 31U})
+            made[0][k] = made[1][k] = 1e-160;
+        made[2][30] = std::numeric_limits<double>::quiet_NaN();
+        return made;
+    };
+    const Columns lines = columns(0.0);
+    const ConstComplexLines y = {lines[0].data(), lines[1].data()};
+    const ConstComplexLines x = {lines[2].data(), lines[3].data()};
+    const LineScale scale = {512.0, true, 1.7};
+    const std::vector<double> zeros(n);
+    // A float's value as a double has its sign and all its digits.
+    const auto bits = [](const auto& numbers) {
+        std::vector<std::uint64_t> made;
+        for (const double number : numbers)
+            made.push_back(std::isnan(number) ? 1 : std::bit_cast<std::uint64_t>(number));
+        return made;
+    };
+    const auto& base = vyn::kernelsAt<DualSpectrumKernels>(vyn::KernelLevel::baseline);
+    const auto& spectrum = vyn::kernelsAt<SpectrumKernels>(vyn::KernelLevel::baseline);
+    for (const double count : {1.0, 2.0, 7.0, 4294967294.0}) {
+        for (const bool h2 : {false, true}) {
+            for (std::size_t kind = 0; kind < 4; ++kind) {
+                // The steps.
+                Columns present = columns(0.0);
+                base.multiply(y, x, scale, {present[0].data(), present[1].data()},
+                              present[2].data(), present[3].data(), n);
+                Columns averages = columns(0.5);
+                for (std::size_t j = 0; j < 4; ++j) {
+                    if (count < 2.0) {
+                        averages[j] = present[j];
+                    } else {
+                        spectrum.moveTowards(averages[j].data(), present[j].data(), count,
+                                             averages[j].data(), n);
+                    }
+                }
+                const ConstComplexLines cross = {averages[0].data(), averages[1].data()};
+                std::vector<double> re(n);
+                std::vector<double> im(n);
+                if (h2) {
+                    base.divideConjugate({averages[2].data(), zeros.data()}, cross,
+                                         {re.data(), im.data()}, n);
+                } else {
+                    base.divideConjugate(cross, {averages[3].data(), zeros.data()},
+                                         {re.data(), im.data()}, n);
+                }
+                std::vector<float> amplitudes(n);
+                spectrum.putConverted[kind](re.data(), im.data(), 1.0, 3.7F, amplitudes.data(), n);
+                std::vector<double> coherence(n);
+                base.coherence(cross, averages[2].data(), averages[3].data(), coherence.data(), n);
+                const std::vector<float> coherences(coherence.begin(), coherence.end());
+
+                for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
+                    Columns taken = columns(0.5);
+                    std::vector<float> first(n);
+                    std::vector<float> second(n);
+                    vyn::kernelsAt<DualSpectrumKernels>(level).averageAndDivide(
+                        y, x, scale,
+                        {taken[0].data(), taken[1].data(), taken[2].data(), taken[3].data()}, count,
+                        {h2, static_cast<int>(kind), 3.7F, first.data(), second.data()}, n);
+                    for (std::size_t j = 0; j < 4; ++j)
+                        EXPECT_EQ(bits(taken[j]), bits(averages[j])) << count;
+                    EXPECT_EQ(bits(first), bits(amplitudes)) << count << " " << kind;
+                    EXPECT_EQ(bits(second), bits(coherences)) << count;
+                }
+            }
+        }
+    }
 }
 
 }  // namespace

@@ -10,13 +10,13 @@ namespace vynpack {
 
 bool LineAverages::hold(std::size_t averages) {
     if (averages == averages_.size()) return false;
-    averages_ = std::vector<double>(averages, 0.0);
+    averages_.assign(averages);
     return averages != 0;
 }
 
 const double* LineAverages::take(const AverageRule& rule, std::size_t first,
                                  std::span<const double> present) {
-    const std::span<double> past = std::span(averages_).subspan(first, present.size());
+    const std::span<double> past{averages_.data() + first, present.size()};
     if (rule.progress.blocks() < 2) {
         std::copy(present.begin(), present.end(), past.begin());
     } else if (rule.mode == kWeightedMode) {

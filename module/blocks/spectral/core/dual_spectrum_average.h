@@ -4,7 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <vector>
+
+#include "numerics/aligned_array.h"
 
 namespace vynpack {
 
@@ -72,14 +73,19 @@ constexpr bool averagesArithmetically(std::uint16_t type) {
 // The running average of one quantity, line by line, over all channels.
 class LineAverages {
 public:
+    // Averages that are walked through together have different colours (AlignedArray).
+    explicit LineAverages(unsigned colour = 0) : averages_(colour) {}
+
     // Holds that many averages; 0 releases them. True when they were made anew, all of them 0.
     bool hold(std::size_t averages);
 
     // Takes the present values of the averages from `first` on in. Returns these averages.
     const double* take(const AverageRule& rule, std::size_t first, std::span<const double> present);
+    // The averages from `first` on, for who takes the present values in himself.
+    double* from(std::size_t first) { return averages_.data() + first; }
 
 private:
-    std::vector<double> averages_;
+    AlignedArray<double> averages_;
 };
 
 }  // namespace vynpack

@@ -1,7 +1,11 @@
 #include "blocks/spectral/core/dual_spectrum_kernels.h"
 
+#include "kernels/quotient.h"
+
 namespace vynpack {
 namespace {
+
+using namespace vyn;  // its lanes
 
 // Calls work(scaled), where scaled(value) = value / divisor * factor. Multiplying by the exact
 // reciprocal gives the quotient's bits.
@@ -77,14 +81,115 @@ void coherence(ConstComplexLines cross, const double* powerOfY, const double* po
     }
 }
 
+// Sums and quotients as divideConjugate's and coherence's, lane by lane.
+template <class V>
+struct Line {
+    V re, im;
+};
+
+template <class V>
+V orZero(V divisor, V quotient) {
+    return divisor == 0.0 ? V{} : quotient;
+}
+
+template <class V>
+V orOne(V divisor) {
+    return divisor == 0.0 ? V{} + 1.0 : divisor;
+}
+
+template <class V>
+[[gnu::always_inline]] inline Line<V> dividedConjugate(const Line<V>& a, const Line<V>& b) {
+    const V squared = b.re * b.re + b.im * b.im;
+    const V divisor = orOne(squared);
+    return {orZero(squared, V((a.re * b.re + a.im * b.im) / divisor)),
+            orZero(squared, V((a.re * b.im - b.re * a.im) / divisor))};
+}
+
+template <class V>
+[[gnu::always_inline]] inline V convertedLine(int conversion, const Line<V>& line,
+                                              QuotientBy rootOf2) {
+    const V power = line.re * line.re + line.im * line.im;
+    switch (conversion) {
+        case 0: return rootOf(power);
+        case 1: return rootOf2.ofOrdinary(atMost(QuotientBy::kLargest, rootOf(power)));
+        case 2: return power / 2.0;
+        default: return power;
+    }
+}
+
+// Differences of present values and averages, over the count.
+template <class V>
+[[gnu::always_inline]] inline void divideAll(V (&values)[4], QuotientBy count) {
+    if (QuotientBy::areOrdinary(values)) {
+        for (V& value : values)
+            value = count.ofOrdinary(value);
+    } else {
+        for (V& value : values)
+            value = value / count.divisor();
+    }
+}
+
+void averageAndDivide(ConstComplexLines y, ConstComplexLines x, LineScale scale,
+                      ProductPlaces averages, double count, const DividedLines& out,
+                      std::size_t n) {
+    const double reciprocal = 1.0 / scale.divisor;
+    const double factor = scale.factor;
+    const bool begins = count < 2.0;
+    const QuotientBy byCount(begins ? 1.0 : count);
+    const QuotientBy byRootOf2(__builtin_sqrt(2.0));
+    const DividedLines result = out;
+    forEachPlace(
+        n, [=]<class V>(std::size_t k, V /*kind*/) __attribute__((always_inline)) {
+            const auto scaled = [=](const double* line) __attribute__((always_inline)) {
+                return V(load<V>(line + k) * reciprocal * factor);
+            };
+            const Line<V> lineY = {scaled(y.re), scaled(y.im)};
+            const Line<V> lineX = {scaled(x.re), scaled(x.im)};
+            V products[4] = {V(lineY.re * lineX.re + lineY.im * lineX.im),
+                             V(lineY.re * lineX.im - lineY.im * lineX.re),
+                             V(lineY.re * lineY.re + lineY.im * lineY.im),
+                             V(lineX.re * lineX.re + lineX.im * lineX.im)};
+            double* const places[4] = {averages.crossRe, averages.crossIm, averages.powerOfY,
+                                       averages.powerOfX};
+            if (!begins) {
+                V past[4];
+                for (int i = 0; i < 4; ++i) {
+                    past[i] = load<V>(places[i] + k);
+                    products[i] = products[i] - past[i];
+                }
+                divideAll(products, byCount);
+                for (int i = 0; i < 4; ++i)
+                    products[i] = past[i] + products[i];
+            }
+            for (int i = 0; i < 4; ++i)
+                store(products[i], places[i] + k);
+            const Line<V> cross = {products[0], products[1]};
+            const V powerOfY = products[2];
+            const V powerOfX = products[3];
+            if (result.amplitudes != nullptr) {
+                const Line<V> quotient = result.h2
+                                             ? dividedConjugate(Line<V>{powerOfY, V{}}, cross)
+                                             : dividedConjugate(cross, Line<V>{powerOfX, V{}});
+                const auto value = single(convertedLine(result.conversion, quotient, byRootOf2));
+                store(result.divisor == 1.0F ? value : value / result.divisor,
+                      result.amplitudes + k);
+            }
+            if (result.coherences != nullptr) {
+                const V product = powerOfY * powerOfX;
+                const V quotient = (cross.re * cross.re + cross.im * cross.im) / orOne(product);
+                store(single(orZero(product, quotient)), result.coherences + k);
+            }
+        });
+}
+
 void takeWeighted(double* __restrict past, const double* __restrict present, double weight,
                   std::size_t n) {
     for (std::size_t k = 0; k < n; ++k)
         past[k] = (past[k] * weight + present[k]) / (weight + 1.0);
 }
 
-constexpr DualSpectrumKernels kTable = {scaleLines, multiply, divideConjugate, coherence,
-                                        takeWeighted};
+constexpr DualSpectrumKernels kTable = {scaleLines, multiply,         divideConjugate,
+                                        coherence,  averageAndDivide, takeWeighted};
 
 }  // namespace
 

@@ -44,9 +44,9 @@ void convertPower(std::uint16_t amplitudeType, std::span<double> lines) {
 
 }  // namespace
 
-void DualSpectrum::Spectrum::resize(std::size_t values) {
-    re.resize(values);
-    im.resize(values);
+void DualSpectrum::Spectrum::assign(std::size_t values) {
+    re.assign(values);
+    im.assign(values);
 }
 
 void DualSpectrum::prepare(const DualSpectrumSettings& settings, int n, int channels) {
@@ -55,17 +55,17 @@ void DualSpectrum::prepare(const DualSpectrumSettings& settings, int n, int chan
     if (n != n_ || channels != channels_) {
         release();
         for (Spectrum* spectrum : {&excitation_, &response_})
-            spectrum->resize(samples + 2);
+            spectrum->assign(samples + 2);
         for (Spectrum* spectrum : {&cross_, &transfer_})
-            spectrum->resize(lineCount);
+            spectrum->assign(lineCount);
         for (auto* work :
              {&responsePower_, &excitationPower_, &zeros_, &amplitude_, &phase_, &coherence_}) {
-            work->resize(lineCount);
+            work->assign(lineCount);
         }
         const auto tile =
             static_cast<std::size_t>(channels > 1 ? std::min(channels, kTileChannels) : 0);
-        for (std::vector<float>* rows : {&excitationRows_, &responseRows_})
-            rows->resize(tile * rowStride(samples));
+        for (auto* rows : {&excitationRows_, &responseRows_})
+            rows->assign(tile * rowStride(samples));
         n_ = n;
         channels_ = channels;
     }
@@ -148,6 +148,10 @@ void DualSpectrum::transformRow(const float* samples, RealTransform transform,
 void DualSpectrum::analyseLines(const DualSpectrumSettings& settings, const LineRange& range,
                                 const LineScale& scale, double resolution, RealTransform transform,
                                 const OutputRows& outputs) {
+    if (dividesInOnePass(settings, outputs)) {
+        averageAndDivide(settings, range, scale, resolution, outputs);
+        return;
+    }
     const ComplexLines cross = cross_.from(range.first);
     double* const responsePower = work(responsePower_, range).data();
     double* const excitationPower = work(excitationPower_, range).data();
@@ -176,6 +180,41 @@ void DualSpectrum::analyseLines(const DualSpectrumSettings& settings, const Line
     }
     put(second, range, outputs.phases);
     put(third, range, outputs.coherences);
+}
+
+// H1 and H2 with a coherence of the same averages, without phases: what they are mostly used for.
+bool DualSpectrum::dividesInOnePass(const DualSpectrumSettings& settings,
+                                    const OutputRows& outputs) const {
+    const int kind = conversionKind(settings.amplitudeType);
+    return averages_.shared() && kind >= kToMagnitude && kind <= kToPower &&
+           outputs.phases == nullptr;
+}
+
+void DualSpectrum::averageAndDivide(const DualSpectrumSettings& settings, const LineRange& range,
+                                    const LineScale& scale, double resolution,
+                                    const OutputRows& outputs) {
+    const DualSpectrumKernels& kernels = vyn::kernelsAt<DualSpectrumKernels>();
+    const ComplexLines x = excitation_.from(range.first);
+    const ComplexLines y = response_.from(range.first);
+    LineScale left = scale;
+    if (!scale.exactReciprocal) {
+        kernels.scaleLines(x, scale, range.count);
+        kernels.scaleLines(y, scale, range.count);
+        left = {.divisor = 1.0, .exactReciprocal = true, .factor = 1.0};
+    }
+    const auto row = [&](float* output) {
+        return output != nullptr ? output + range.first : nullptr;
+    };
+    const bool density = settings.amplitudeType == kPowerDensity;
+    kernels.averageAndDivide(constant(y), constant(x), left,
+                             averages_.coherencePlaces(amongAverages(range)),
+                             static_cast<double>(progress_.blocks()),
+                             {.h2 = settings.transferType == kTransferH2,
+                              .conversion = conversionKind(settings.amplitudeType),
+                              .divisor = density ? static_cast<float>(resolution) : 1.0F,
+                              .amplitudes = row(outputs.amplitudes),
+                              .coherences = row(outputs.coherences)},
+                             range.count);
 }
 
 ConstComplexLines DualSpectrum::transferFunction(const DualSpectrumSettings& settings,

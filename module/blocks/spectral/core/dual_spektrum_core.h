@@ -14,6 +14,7 @@
 #include "blocks/spectral/core/real_transform.h"
 #include "blocks/spectral/core/shared_averages.h"
 #include "blocks/spectral/core/window_functions.h"
+#include "numerics/aligned_array.h"
 
 namespace vynpack {
 
@@ -53,9 +54,10 @@ public:
 
 private:
     struct Spectrum {
-        std::vector<double> re;
-        std::vector<double> im;
-        void resize(std::size_t values);
+        explicit Spectrum(unsigned colour) : re(colour), im(colour + 1) {}
+        AlignedArray<double> re;
+        AlignedArray<double> im;
+        void assign(std::size_t values);
         ComplexLines from(std::size_t line) { return {re.data() + line, im.data() + line}; }
     };
 
@@ -66,8 +68,8 @@ private:
         std::size_t count;
     };
 
-    std::span<double> work(std::vector<double>& lines, const LineRange& range) const {
-        return std::span(lines).subspan(range.first, range.count);
+    static std::span<double> work(AlignedArray<double>& lines, const LineRange& range) {
+        return {lines.data() + range.first, range.count};
     }
     // The same lines among the averages.
     SharedAverages::Lines amongAverages(const LineRange& range) const {
@@ -93,6 +95,9 @@ private:
     void analyseLines(const DualSpectrumSettings& settings, const LineRange& range,
                       const LineScale& scale, double resolution, RealTransform transform,
                       const OutputRows& outputs);
+    bool dividesInOnePass(const DualSpectrumSettings& settings, const OutputRows& outputs) const;
+    void averageAndDivide(const DualSpectrumSettings& settings, const LineRange& range,
+                          const LineScale& scale, double resolution, const OutputRows& outputs);
     ConstComplexLines transferFunction(const DualSpectrumSettings& settings, const LineRange& range,
                                        const LineScale& scale, const Products& present,
                                        const Products& coherence);
@@ -109,21 +114,22 @@ private:
     SharedAverages averages_;
 
     ChosenWindow window_;
-    Spectrum excitation_;  // X
-    Spectrum response_;    // Y
-    Spectrum cross_;       // X conj(Y)
-    std::vector<double> responsePower_;
-    std::vector<double> excitationPower_;
-    std::vector<double> zeros_;
-    Spectrum transfer_;
-    std::vector<double> amplitude_;
-    std::vector<double> phase_;
-    std::vector<double> coherence_;
+    // Colours 4 to 11 are those of the averages.
+    Spectrum excitation_{0};  // X
+    Spectrum response_{2};    // Y
+    Spectrum cross_{8};       // X conj(Y)
+    AlignedArray<double> responsePower_{10};
+    AlignedArray<double> excitationPower_{11};
+    AlignedArray<double> zeros_{12};
+    Spectrum transfer_{0};
+    AlignedArray<double> amplitude_{2};
+    AlignedArray<double> phase_{3};
+    AlignedArray<double> coherence_{3};
     std::vector<double> cepstrumWork_;
     // A few channels side by side: each row holds the samples of one and, in their place, its lines
     // afterwards: amplitudes and phases in those of the excitation, coherences in the response's.
-    std::vector<float> excitationRows_;
-    std::vector<float> responseRows_;
+    AlignedArray<float> excitationRows_{4};
+    AlignedArray<float> responseRows_{5};
 };
 
 }  // namespace vynpack

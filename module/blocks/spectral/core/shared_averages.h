@@ -44,12 +44,21 @@ public:
     Products forTransfer(const DualSpectrumSettings& settings, const AverageProgress& progress,
                          Lines lines, const Products& present, const Products& coherence);
 
+    // Whether what forCoherence returns is what the transfer function divides, too.
+    bool shared() const { return sharedBy_ != 0; }
+    // The averages that forCoherence takes the present lines into.
+    ProductPlaces coherencePlaces(Lines lines) {
+        return {coherence_.crossRe.from(lines.first), coherence_.crossIm.from(lines.first),
+                coherence_.responsePower.from(lines.first),
+                coherence_.excitationPower.from(lines.first)};
+    }
+
 private:
     struct ProductAverages {
-        LineAverages crossRe;
-        LineAverages crossIm;
-        LineAverages responsePower;
-        LineAverages excitationPower;
+        LineAverages crossRe{4};
+        LineAverages crossIm{5};
+        LineAverages responsePower{6};
+        LineAverages excitationPower{7};
     };
     // Of what a transfer function divides: the cross product, and |X|^2 for H1 or |Y|^2 for H2.
     struct Divided {
@@ -65,7 +74,9 @@ private:
     Divided dividedBy(std::uint16_t transferType);
     void endSharing();
 
-    std::array<LineAverages, 4> results_;  // of results, or of what H1 and H2 divide
+    // Of results, or of what H1 and H2 divide.
+    std::array<LineAverages, 4> results_{LineAverages(8), LineAverages(9), LineAverages(10),
+                                         LineAverages(11)};
     ProductAverages coherence_;
     // The transfer function whose averages are the coherence's: both are arithmetic and have begun
     // together. 0 where each has its own.

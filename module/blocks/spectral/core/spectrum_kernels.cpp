@@ -56,38 +56,18 @@ void putSamples(const double* in, float length, float* out, std::size_t n) {
         out[i] = static_cast<float>(in[i]) * length * 0.5F;
 }
 
-// Calls work(k, V{}) for lines from 0 to n, as many at once as V has lanes.
-template <class Work>
-[[gnu::always_inline]] inline void forLines(std::size_t n, Work work) {
-    std::size_t k = 0;
-    for (; k + kLanes <= n; k += kLanes)
-        work(k, Register{});
-    for (; k < n; ++k)
-        work(k, 0.0);
-}
-
-// NaN stays.
-template <class V>
-V atMost(double limit, V value) {
-    const V limits = V{} + limit;
-    return value > limits ? limits : value;
-}
-
-template <int lanes>
-using FloatsOf = typename Lanes<lanes>::Floats;
-
 // The values that `convert` makes of squared magnitudes.
 template <class Convert>
 [[gnu::always_inline]] inline void putEach(const double* re, const double* im, double factor,
                                            float divisor, float* out, std::size_t n,
                                            Convert convert) {
     const auto put = [=](auto quotient) __attribute__((always_inline)) {
-        forLines(
+        forEachPlace(
             n, [=]<class V>(std::size_t k, V /*kind*/) __attribute__((always_inline)) {
                 const V scaledRe = load<V>(re + k) * factor;
                 const V scaledIm = load<V>(im + k) * factor;
                 const V value = convert(V(scaledRe * scaledRe + scaledIm * scaledIm));
-                store(quotient(converted<FloatsOf<sizeof(V) / sizeof(double)>>(value)), out + k);
+                store(quotient(single(value)), out + k);
             });
     };
     if (divisor == 1.0F) {
@@ -128,7 +108,7 @@ void magnitude(const double* re, const double* im, double* out, std::size_t n) {
 
 void rms(const double* re, const double* im, double* out, std::size_t n) {
     const QuotientBy quotient(__builtin_sqrt(2.0));
-    forLines(
+    forEachPlace(
         n, [=]<class V>(std::size_t k, V /*kind*/) __attribute__((always_inline)) {
             const auto a = load<V>(re + k);
             const auto b = load<V>(im + k);
@@ -148,7 +128,7 @@ void power(const double* re, const double* im, double* out, std::size_t n) {
 
 void moveTowards(const double* from, const double* to, double count, double* out, std::size_t n) {
     const QuotientBy quotient(count);
-    forLines(
+    forEachPlace(
         n, [=]<class V>(std::size_t k, V /*kind*/) __attribute__((always_inline)) {
             const auto start = load<V>(from + k);
             store(V(start + quotient(V(load<V>(to + k) - start))), out + k);
