@@ -12,7 +12,7 @@ from typing import Any, NoReturn
 from .errors import BlockError, InputError, ModuleError
 
 INTEGER, REAL, TEXT = 1, 2, 3
-_ERRORS = {2: InputError, 4: ModuleError, 5: BlockError}
+_ERRORS = {2: InputError, 4: ModuleError, 5: BlockError, 6: BlockError}
 _SUFFIX = ".dll" if sys.platform == "win32" else ".so"
 
 
@@ -57,6 +57,7 @@ _ARGUMENTS = {
     "block_flow": [c.c_void_p, c.c_void_p, c.c_int64, c.c_void_p, c.c_int64, c.c_void_p, c.c_void_p],
     "block_finish": [c.c_void_p, c.c_void_p],
     "block_stop": [c.c_void_p],
+    "diagram_run": [c.c_char_p, c.c_void_p, c.c_void_p, c.c_int32, c.c_void_p, c.c_void_p, c.c_void_p],
 }
 
 
@@ -88,9 +89,12 @@ class Library:
             self._library = c.CDLL(str(folder / name))
         except OSError as error:
             raise ModuleError(f"{folder / name} does not load: {error}") from error
-        self._library.vynhost_error.restype = c.c_char_p
-        for function, arguments in _ARGUMENTS.items():
-            getattr(self._library, "vynhost_" + function).argtypes = arguments
+        try:
+            self._library.vynhost_error.restype = c.c_char_p
+            for function, arguments in _ARGUMENTS.items():
+                getattr(self._library, "vynhost_" + function).argtypes = arguments
+        except AttributeError as error:
+            raise ModuleError(f"{folder / name} is of another version: {error}") from error
         self.folder = folder
         self.feed = self._library.vynhost_block_feed
         self.call("open", os.fsencode(folder / ("VYNPACKM" + _SUFFIX)))

@@ -325,8 +325,7 @@ class Block:
         if written.value != result.size:
             raise BlockError(f"{type(self).__name__}: {written.value} values came out for "
                              f"{result.size}; stream it")
-        known = Head(head.x_start, head.x_step, head.x_kind, head.y_unit, head.flags,
-                     head.display_minimum, head.display_span, self._unit)
+        known = head_of(head, self._unit)
         axes: tuple[Axis, ...] = (self._axis(known, len(result)),)
         if result.ndim == 2:
             axes += (_channels(result.shape[1]),)
@@ -409,10 +408,7 @@ class Block:
         return first
 
     def _result(self, place: int, row: Data) -> Result:
-        raw: Any = (c.c_float * row.count).from_address(row.values)
-        flat = np.frombuffer(raw, np.float32).copy() if row.count else np.empty(0, np.float32)
-        head = Head(row.x_start, row.x_step, row.x_kind, row.y_unit, row.flags,
-                    row.display_minimum, row.display_span, self._unit)
+        flat, head = values_of(row), head_of(row, self._unit)
         if self._quantities[place]:
             return self._named(flat, self._quantities[place], head)
         channels = row.channels
@@ -431,14 +427,7 @@ class Block:
         return Result(values, (axis, _channels(values.shape[1])), "", self._name, head=head)
 
     def _axis(self, head: Head, count: int) -> Axis:
-        numbers = np.arange(count)
-        for flag, centres in ((_THIRDS, THIRD_OCTAVES), (_OCTAVES, OCTAVES)):
-            if head.flags & flag:
-                first = round(head.x_start)
-                if 0 <= first and first + count <= len(centres):
-                    return Axis("band", centres[first:first + count], "Hz")
-        name, unit = _X_AXES.get(head.x_kind, ("x", ""))
-        return Axis(name, _places(head.x_start, head.x_step, numbers), unit)
+        return axis_of(head, count)
 
     def _unit_of(self, head: Head) -> str:
         fixed = {_DECIBEL: "dB", _DEGREES: "°", _PERCENT: "%"}.get(head.y_unit)
@@ -453,6 +442,30 @@ class Block:
         values = np.concatenate([one.values for one in results])
         axis = Axis(first.axes[0].name, np.concatenate([one.x for one in results]), first.x_unit)
         return Result(values, (axis, *first.axes[1:]), first.unit, first.name)
+
+
+def values_of(row: Data) -> npt.NDArray[np.float32]:
+    """A copy of a data block's values."""
+    if not row.count:
+        return np.empty(0, np.float32)
+    raw: Any = (c.c_float * row.count).from_address(row.values)
+    return np.frombuffer(raw, np.float32).copy()
+
+
+def head_of(row: Data, unit: str) -> Head:
+    return Head(row.x_start, row.x_step, row.x_kind, row.y_unit, row.flags, row.display_minimum,
+                row.display_span, unit)
+
+
+def axis_of(head: Head, count: int) -> Axis:
+    """Time, frequency or bands, as the head says."""
+    for flag, centres in ((_THIRDS, THIRD_OCTAVES), (_OCTAVES, OCTAVES)):
+        if head.flags & flag:
+            first = round(head.x_start)
+            if 0 <= first and first + count <= len(centres):
+                return Axis("band", centres[first:first + count], "Hz")
+    name, unit = _X_AXES.get(head.x_kind, ("x", ""))
+    return Axis(name, _places(head.x_start, head.x_step, np.arange(count)), unit)
 
 
 def _places(start: float, step: float, numbers: npt.NDArray[Any]) -> npt.NDArray[np.float64]:

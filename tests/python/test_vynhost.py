@@ -166,22 +166,83 @@ DIAGRAMS = {
 }
 
 
+@pytest.fixture
+def signals(noise):
+    both = noise(6 * BLOCK, 2)
+    both[:, 1] += 0.5 * both[:, 0]
+    return both
+
+
+@pytest.fixture
+def table_of(tmp_path, signals):
+    """table_of(diagram): written to d.toml, run by vynhost; the sink's table."""
+    def run(blocks, place, average, more=""):
+        scipy.io.wavfile.write(tmp_path / "xy.wav", FS, signals)
+        sources = "".join(f'[source.{one}]\nfile = "xy.wav"\nblock = {BLOCK}\nchannels = [{channel}]\n'
+                          for channel, one in enumerate(("x", "y"), 1))
+        (tmp_path / "d.toml").write_text(
+            f'{sources}{blocks}\n[sink.s]\nfrom = "{place}"\ncsv = "s.csv"\naverage = "{average}"\n{more}')
+        subprocess.run([VYNHOST, "run", tmp_path / "d.toml", "--out", tmp_path, "--quiet"], check=True, timeout=100)
+        return np.genfromtxt(tmp_path / "s.csv", delimiter=",", skip_header=1, comments="#")
+    return run
+
+
+def same_bits(table, values):
+    found = table[:, -values.shape[1]:] if values.ndim == 2 else table[:, 1]
+    assert len(found) == len(values) and np.ptp(found) > 0
+    np.testing.assert_array_equal(found.astype(np.float32), values.astype(np.float32))
+
+
 @pytest.mark.parametrize("name", DIAGRAMS)
-def test_a_diagram_and_its_python_give_the_same_bits(name, tmp_path, noise):
+def test_a_diagram_and_its_python_give_the_same_bits(name, table_of, signals):
     blocks, place, average, in_python = DIAGRAMS[name]
-    signals = noise(6 * BLOCK, 2)
-    signals[:, 1] += 0.5 * signals[:, 0]
-    scipy.io.wavfile.write(tmp_path / "xy.wav", FS, signals)
-    sources = "".join(f'[source.{one}]\nfile = "xy.wav"\nblock = {BLOCK}\nchannels = [{channel}]\n'
-                      for channel, one in enumerate(("x", "y"), 1))
-    (tmp_path / "d.toml").write_text(
-        f'{sources}{blocks}\n[sink.s]\nfrom = "{place}"\ncsv = "s.csv"\naverage = "{average}"\n')
-    subprocess.run([VYNHOST, "run", tmp_path / "d.toml", "--out", tmp_path, "--quiet"], check=True, timeout=100)
-    table = np.genfromtxt(tmp_path / "s.csv", delimiter=",", skip_header=1, comments="#")
+    table = table_of(blocks, place, average)
     expected = in_python(np.ascontiguousarray(signals[:, 0]), np.ascontiguousarray(signals[:, 1]))
     if name == "levels":  # begin and end of the intervals stand before the quantities
         np.testing.assert_allclose(table[:, 1], expected[:, 0], rtol=0, atol=1e-9)
         expected = expected[:, 1:]
-    found = table[:, -expected.shape[1]:] if expected.ndim == 2 else table[:, 1]
-    assert len(found) == len(expected) and np.ptp(found) > 0
-    np.testing.assert_array_equal(found.astype(np.float32), expected.astype(np.float32))
+    same_bits(table, expected)
+
+
+@pytest.mark.parametrize("name", DIAGRAMS)
+def test_a_diagram_runs_from_python_over_arrays(name, table_of, tmp_path, signals):
+    blocks, place, average, _ = DIAGRAMS[name]
+    table = table_of(blocks, place, average)
+    (tmp_path / "xy.wav").unlink()
+    result = vp.Diagram(tmp_path / "d.toml").run(fs=FS, x=signals, y=signals)["s"][place]
+    same_bits(table, result.values)
+    if result.axes[0].name == "time":
+        ends = table[:, 1] if name == "levels" else table[:, 0]
+        np.testing.assert_allclose(result.x, ends, rtol=0, atol=1e-9)
+    assert not list(tmp_path.glob("*.wav"))
+
+
+def test_a_sink_makes_levels_and_chooses_quantities(table_of, tmp_path, signals):
+    blocks, place, average, _ = DIAGRAMS["RMS spectrum"]
+    table = table_of(blocks, place, average, 'y = "dB"\nreference = 2e-5\n')
+    result = vp.Diagram(tmp_path / "d.toml").run(fs=FS, x=signals, y=signals)["s"][place]
+    assert result.unit == "dB"
+    np.testing.assert_allclose(table[:, 1], result.values, rtol=1e-6)  # the table has single precision
+    blocks, place, average, _ = DIAGRAMS["levels"]
+    table = table_of(blocks, place, average, 'values = ["Leq", "L"]\n')
+    results = vp.Diagram(tmp_path / "d.toml").run(x=tmp_path / "xy.wav", y=tmp_path / "xy.wav")
+    assert sorted(results["s"][place].axes[1].values) == ["L", "Leq"]
+    same_bits(table, results["s"][place].values)
+    assert any("24576 samples at 48000 Hz" in note for note in results.notes)
+
+
+def test_what_means_nothing_in_a_diagram_is_refused(table_of, tmp_path, signals):
+    with pytest.raises(vp.InputError, match="there is no such file"):
+        vp.Diagram(tmp_path / "none.toml")
+    table_of(*DIAGRAMS["FIR filter"][:3])
+    diagram = vp.Diagram(tmp_path / "d.toml")
+    with pytest.raises(vp.InputError, match="z=.*: no such source"):
+        diagram.run(fs=FS, z=signals)
+    with pytest.raises(vp.InputError, match="x: a recording's rate is 12.5 Hz, allowed is a whole number"):
+        diagram.run(fs=12.5, x=signals)
+    with pytest.raises(vp.InputError, match="below half the sample rate, 800 Hz"):
+        diagram.run(fs=800, x=signals)
+    text = (tmp_path / "d.toml").read_text()
+    (tmp_path / "d.toml").write_text(text.replace('"Filter"', '"Filtr"'))
+    with pytest.raises(vp.InputError, match=r'd\.toml:\d+: block\.b\.type: "Filtr" is no block type, did you mean Filter'):
+        diagram.run(fs=FS, x=signals)

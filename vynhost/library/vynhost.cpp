@@ -4,6 +4,8 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -11,6 +13,7 @@
 
 #include "vynhost/base/text.h"
 #include "vynhost/interface/installation.h"
+#include "vynhost/library/diagram_run.h"
 #include "vynhost/library/running_block.h"
 
 using namespace vynhost;
@@ -129,6 +132,20 @@ std::vector<Setting> settingsOf(const vynhost_setting* settings, std::int32_t co
     for (std::int32_t i = 0; i < count; ++i)
         result.push_back(settingOf(required(settings + i, "the settings"), name));
     return result;
+}
+
+vynhost_data dataOf(const ChannelData& block) {
+    const ChannelHeader& head = block.header;
+    return {.values = block.values.data(),
+            .count = static_cast<std::int64_t>(block.values.size()),
+            .x_start = head.xStart,
+            .x_step = head.xStep,
+            .display_minimum = head.displayMinimum,
+            .display_span = head.displaySpan,
+            .channels = head.channelCount,
+            .x_kind = head.xAxisKind,
+            .y_unit = head.yUnit,
+            .flags = head.axisFlags};
 }
 
 void putOut(RunningBlock& running, vynhost_data* outputs, std::int32_t count) {
@@ -366,4 +383,28 @@ std::int32_t vynhost_block_finish(vynhost_block* block, std::int32_t* more) {
 
 std::int32_t vynhost_block_stop(vynhost_block* block) {
     return guarded([&] { runningOf(block).stop(); });
+}
+
+// --- Diagrams -------------------------------------------------------------------------------
+
+std::int32_t vynhost_diagram_run(const char* file, const char* const* sources,
+                                 const char* const* recordings, std::int32_t count,
+                                 vynhost_listener take, void* user, const char** description) {
+    return guarded([&] {
+        OpenModule& module = theModule();
+        const char*& result = required(description, "the place of the description");
+        if (take == nullptr) throw InputError("the listener is missing");
+        std::map<std::string, std::filesystem::path> inputs;
+        for (std::int32_t i = 0; i < count; ++i) {
+            const char* name = required(sources + i, "the sources");
+            const char* recording = required(recordings + i, "the recordings");
+            inputs.emplace(&required(name, "a source"),
+                           pathOf(&required(recording, "a recording")));
+        }
+        result = lent(runDiagram(module.host, pathOf(&required(file, "the file")), inputs,
+                                 [&](int place, const ChannelData& block) {
+                                     const vynhost_data data = dataOf(block);
+                                     take(user, place, &data);
+                                 }));
+    });
 }

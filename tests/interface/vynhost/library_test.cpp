@@ -5,11 +5,15 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <filesystem>
+#include <fstream>
 #include <limits>
 #include <numbers>
 #include <string>
 #include <vector>
 
+#include "support/own_folder.h"
+#include "vynhost/base/text.h"
 #include "vynhost/library/include/vynpack/vynhost.h"
 
 namespace vynhost::test {
@@ -319,6 +323,30 @@ TEST_F(Library, ThereIsOneModuleAtATime) {
     EXPECT_THAT(vynhost_error(), HasSubstr("no module has been opened"));
     EXPECT_EQ(vynhost_open("/nowhere/VYNPACKM.so"), VYNHOST_NO_MODULE);
     EXPECT_EQ(vynhost_open(nullptr), VYNHOST_DONE);
+}
+
+TEST_F(Library, ADiagramHandsItsDataBlocksToTheListener) {
+    const support::OwnFolder folder("vynhost-library");
+    const std::filesystem::path file = folder.path() / "d.toml";
+    std::ofstream(file) << "[source.noise]\nnoise = { rms = 1.0, seed = 1 }\nrate = 1000.0\n"
+                           "seconds = 1.0\nblock = 250\nunit = \"V\"\n"
+                           "[block.s]\ntype = \"FFT\"\n[wire]\n\"s.E\" = \"noise\"\n"
+                           "[sink.lines]\nfrom = [\"noise\", \"s.S\"]\ncsv = \"lines.csv\"\n";
+    std::vector<std::int64_t> counts;
+    const auto take = [](void* user, std::int32_t place, const vynhost_data* data) {
+        static_cast<std::vector<std::int64_t>*>(user)->push_back(place * 10000 + data->count);
+    };
+    const std::string name = textOf(file);
+    const char* description = nullptr;
+    ASSERT_EQ(vynhost_diagram_run(name.c_str(), nullptr, nullptr, 0, take, &counts, &description),
+              VYNHOST_DONE)
+        << vynhost_error();
+    EXPECT_THAT(counts,
+                testing::UnorderedElementsAre(250, 250, 250, 250, 10125, 10125, 10125, 10125));
+    EXPECT_THAT(description, HasSubstr(R"("place":1,"name":"s.S","unit":"V")"));
+    EXPECT_FALSE(std::filesystem::exists("lines.csv"));
+    EXPECT_EQ(vynhost_diagram_run("none.toml", nullptr, nullptr, 0, take, &counts, &description),
+              VYNHOST_WRONG_INPUT);
 }
 
 }  // namespace

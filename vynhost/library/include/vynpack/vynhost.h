@@ -24,7 +24,8 @@ enum vynhost_status {
     VYNHOST_DONE = 0,
     VYNHOST_WRONG_INPUT = 2, /* what the caller can mend: a name, a value, an array */
     VYNHOST_NO_MODULE = 4,   /* the module or its analysis library cannot be used */
-    VYNHOST_BLOCK_ERROR = 5  /* the block reports an error; the text is its own */
+    VYNHOST_BLOCK_ERROR = 5, /* the block reports an error; the text is its own */
+    VYNHOST_STALLED = 6      /* in a diagram data waits that no block takes */
 };
 
 /* Of the last call of this thread that failed; valid until its next one that fails. */
@@ -138,6 +139,22 @@ int32_t vynhost_block_flow(vynhost_block* block, const vynhost_data* signal, int
 int32_t vynhost_block_finish(vynhost_block* block, int32_t* more);
 /* Ends the run; what waits at the inputs is taken back. Without a run: nothing. */
 int32_t vynhost_block_stop(vynhost_block* block);
+
+/* --- Diagrams ----------------------------------------------------------------------------------
+ */
+
+/* Is given every data block that comes out at a place; `block` and its values are there during the
+ * call alone, which must not call this library. */
+typedef void (*vynhost_listener)(void* user, int32_t place, const vynhost_data* block);
+
+/* Runs the diagram of this file as `vynhost run` does, `recordings` (files) in the place of those
+ * of its `sources` (names), `count` of both. What comes to the sinks goes to `take` and into no
+ * file; comparisons are not made. `description` is JSON: {"sinks": [{"name", "average", "decibels",
+ * "reference", "values", "places": [{"place", "name", "unit", "degree", "hasLevel", "quantities",
+ * "overIntervals"}]}], "notes": [...]}; valid until this thread's next call. */
+int32_t vynhost_diagram_run(const char* file, const char* const* sources,
+                            const char* const* recordings, int32_t count, vynhost_listener take,
+                            void* user, const char** description);
 
 #ifdef __cplusplus
 }
