@@ -11,16 +11,18 @@ The numbers are the module's own: a script, a notebook, ``vynhost`` and a measur
 same ones, to the last bit.
 """
 
+from .batch import BatchSummary, batch
 from .blocks import (BLOCKS, OCTAVES, THIRD_OCTAVES, Average, Bands, Block, Classification,
                      DualSpectrum, Filter, InverseSpectrum, Level, Spectrum, Statistics, Weighting)
+from .diagram import Diagram, DiagramResults
 from .errors import BlockError, InputError, ModuleError, VynpackError
 from .functions import (classify, filter, levels, spectrum, statistics, third_octaves, transfer,
                         weight)
 from .result import Axis, MissingPackage, Result
 
 __version__ = "4.2.0"
-__all__ = ["BLOCKS", "OCTAVES", "THIRD_OCTAVES", "Average", "Axis", "Bands", "Block", "BlockError",
-           "Classification", "DualSpectrum", "Filter", "InputError", "InverseSpectrum", "Level",
+__all__ = ["BLOCKS", "OCTAVES", "THIRD_OCTAVES", "Average", "Axis", "Bands", "BatchSummary", "Block", "BlockError",
+           "Classification", "Diagram", "DiagramResults", "DualSpectrum", "Filter", "InputError", "InverseSpectrum", "Level",
            "MissingPackage", "ModuleError", "Result", "Spectrum", "Statistics", "VynpackError",
-           "Weighting", "classify", "filter", "levels", "spectrum", "statistics", "third_octaves",
+           "Weighting", "batch", "classify", "filter", "levels", "spectrum", "statistics", "third_octaves",
            "transfer", "weight"]
