@@ -6,7 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#if defined(__AVX512F__)
+#if defined(__AVX2__)
 #include <immintrin.h>
 #endif
 
@@ -23,8 +23,8 @@ constexpr int kLanes = 2;
 #endif
 
 // Numbers side by side, a register of doubles at most; operators work lane by lane, comparisons
-// give masks for `?:`. The standard library has no such type yet; a loop over a small array is not
-// reliably kept in registers.
+// give masks for `?:`. Bits are those of the doubles. The standard library has no such type yet; a
+// loop over a small array is not reliably kept in registers.
 template <int lanes>
 struct Lanes;
 template <>
@@ -32,42 +32,58 @@ struct Lanes<8> {
     using Floats [[gnu::vector_size(32)]] = float;
     using Doubles [[gnu::vector_size(64)]] = double;
     using Integers [[gnu::vector_size(32)]] = std::int32_t;
+    using Bits [[gnu::vector_size(64)]] = std::uint64_t;
 };
 template <>
 struct Lanes<4> {
     using Floats [[gnu::vector_size(16)]] = float;
     using Doubles [[gnu::vector_size(32)]] = double;
     using Integers [[gnu::vector_size(16)]] = std::int32_t;
+    using Bits [[gnu::vector_size(32)]] = std::uint64_t;
 };
 template <>
 struct Lanes<2> {
     using Floats [[gnu::vector_size(8)]] = float;
     using Doubles [[gnu::vector_size(16)]] = double;
     using Integers [[gnu::vector_size(8)]] = std::int32_t;
+    using Bits [[gnu::vector_size(16)]] = std::uint64_t;
 };
 template <>
 struct Lanes<1> {
     using Floats = float;
     using Doubles = double;
     using Integers = std::int32_t;
+    using Bits = std::uint64_t;
 };
 
 // A full one.
 using Register = Lanes<kLanes>::Doubles;
 
-// The same numbers in the other precision.
+// The same numbers in the other precision, or in the one that they have.
 template <class To, class From>
 inline To converted(From from) {
     if constexpr (sizeof(from) + sizeof(To) == sizeof(float) + sizeof(double)) {
         return static_cast<To>(from);
+    } else if constexpr (sizeof(from) == sizeof(To)) {
+        return from;
     } else {
         return __builtin_convertvector(from, To);
     }
 }
 
+// In one instruction; the compiler would convert a register in two halves.
+#if defined(__AVX2__)
+template <>
+inline Lanes<4>::Doubles converted<Lanes<4>::Doubles>(Lanes<4>::Floats from) {
+    return _mm256_cvtps_pd(from);
+}
+template <>
+inline Lanes<4>::Floats converted<Lanes<4>::Floats>(Lanes<4>::Doubles from) {
+    return _mm256_cvtpd_ps(from);
+}
+#endif
 #if defined(__AVX512F__)
-// In one instruction; the compiler would convert a full register in two halves. (The forms without
-// a mask draw a false warning from the compiler's own header.)
+// (The forms without a mask draw a false warning from the compiler's own header.)
 template <>
 inline Lanes<8>::Doubles converted<Lanes<8>::Doubles>(Lanes<8>::Floats from) {
     return _mm512_maskz_cvtps_pd(0xff, from);

@@ -450,57 +450,105 @@ TEST(Statistics, MeasuresRefuseWhatMemoryDoesNotHold) {
     EXPECT_EQ(indexed.GetIndex(2), 0);
 }
 
-TEST(Powers, AreWithinAUnitOfTheLastPlace) {
-    std::mt19937 random(26);
-    std::vector<float> x;
-    for (int i = 0; i < 20000; ++i)
-        x.push_back(std::bit_cast<float>(
-            static_cast<std::uint32_t>(1U + random() % 0x7f7fffffU)));  // all magnitudes
-    x.insert(x.end(),
-             {1.0F, 0x1p-149F, std::numeric_limits<float>::max(), 0x1.6a09e6p-1F, 0x1.6a09e8p-1F});
-    std::vector<double> powers(x.size());
-    for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
-        for (const double exponent :
-             {1.0, 1.0 / 2, 1.0 / 3, 1.0 / 10, 1.0 / 4096, 1.0 / 2147483647}) {
-            vyn::kernelsAt<StatisticKernels>(level).powers(x.data(), x.size(), exponent,
-                                                           powers.data());
-            for (std::size_t i = 0; i < x.size(); ++i) {
-                // Long double has 11 more bits.
-                const long double exact =
-                    std::pow(static_cast<long double>(x[i]), static_cast<long double>(exponent));
-                const double unit = std::nextafter(powers[i], kInfinity) - powers[i];
-                ASSERT_LE(std::fabs(static_cast<double>(powers[i] - exact)), unit)
-                    << x[i] << '^' << exponent;
+// The walks of sums and of mean terms are one where the block before has asked for both.
+TEST(Statistics, WhatIsAskedForLeavesTheBitsOfAMeasureAlone) {
+    for (const int channels : {1, 3, 8}) {
+        const auto values = noise(static_cast<std::size_t>(2003 * channels), 27, 1e-3F, 1e3F);
+        for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
+            const SampleRows rows{values, channels};
+            SamplePasses sums(level);
+            SamplePasses means(level);
+            SamplePasses both(level);
+            for (int block = 0; block < 2; ++block) {
+                for (SamplePasses* passes : {&sums, &means, &both})
+                    passes->forget();
+                for (int c = 0; c < channels; ++c) {
+                    EXPECT_EQ(both.productOfRoots(rows, c), means.productOfRoots(rows, c));
+                    EXPECT_EQ(both.sumOfReciprocals(rows, c), means.sumOfReciprocals(rows, c));
+                    EXPECT_EQ(both.sum(rows, c), sums.sum(rows, c));
+                    EXPECT_EQ(both.sumOfSquares(rows, c), sums.sumOfSquares(rows, c));
+                }
             }
         }
     }
 }
 
-TEST(Powers, ExactPowersAreExact) {
-    std::vector<float> squares;
-    for (int i = 1; i <= 4096; ++i)
-        squares.push_back(static_cast<float>(i * i));
-    std::vector<double> roots(squares.size());
-    for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
-        vyn::kernelsAt<StatisticKernels>(level).powers(squares.data(), squares.size(), 0.5,
-                                                       roots.data());
-        for (std::size_t i = 0; i < roots.size(); ++i)
-            ASSERT_EQ(roots[i], static_cast<double>(i + 1));
-        vyn::kernelsAt<StatisticKernels>(level).powers(squares.data(), squares.size(), 1.0,
-                                                       roots.data());
-        for (std::size_t i = 0; i < roots.size(); ++i)
-            ASSERT_EQ(roots[i], static_cast<double>(squares[i]));
+// A sample on its own place among zeros, NaN and the infinities: the same answer wherever it lies
+// in the lanes, and whether or not the block before made one walk of all.
+TEST(Statistics, OddSamplesCountAlikeAtEveryPlace) {
+    const float nan = std::nanf("");
+    for (const std::size_t n : {1U, 7U, 8U, 9U, 35U}) {
+        for (std::size_t place = 0; place < n; ++place) {
+            Recorder recorder(1);
+            for (int round = 0; round < 2; ++round) {
+                std::vector<float> values(n, 2.0F);
+                const auto with = [&](float odd, Statistic statistic) {
+                    values[place] = odd;
+                    recorder.take(values);
+                    recorder(kSumBlock);
+                    return recorder(statistic);
+                };
+                EXPECT_EQ(with(0.0F, kHMean), 0.0);
+                EXPECT_EQ(with(0.0F, kGMean), 0.0);
+                EXPECT_EQ(with(-2.0F, kGMean), 0.0);
+                EXPECT_EQ(with(kInfinityF, kGMean), kInfinity);
+                EXPECT_TRUE(std::isnan(with(nan, kGMean)));
+                EXPECT_TRUE(std::isnan(with(nan, kHMean)));
+                EXPECT_EQ(with(1e-40F, kHMean), 0.0) << "its reciprocal is beyond single precision";
+                EXPECT_GT(with(1e-40F, kGMean), 0.0);
+            }
+        }
     }
 }
 
-TEST(Powers, InfinityAndNaNPass) {
-    const std::array<float, 3> x = {kInfinityF, std::nanf(""), 1.0F};
-    std::array<double, 3> powers{};
+TEST(GeometricMean, IsWithinAUnitOfTheLastPlace) {
+    std::mt19937 random(26);
+    for (const std::size_t n : {1U, 2U, 3U, 10U, 100U, 999U, 1000U, 1001U, 4096U}) {
+        std::vector<float> x(n);
+        for (int round = 0; round < 40; ++round) {
+            long double logarithms = 0.0L;
+            for (float& value : x) {
+                // All magnitudes, or those about 1.
+                const auto bits = static_cast<std::uint32_t>(1U + random() % 0x7f7fffffU);
+                value = round % 2 == 0 ? std::bit_cast<float>(bits)
+                                       : 0.5F + static_cast<float>(bits % 4096U) / 1024.0F;
+                logarithms += std::log(static_cast<long double>(value));
+            }
+            // Long double has 11 more bits; their sum loses some of them and its n-th part has them
+            // again.
+            const long double exact = std::exp(logarithms / static_cast<long double>(n));
+            for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
+                SamplePasses passes(level);
+                const double mean = passes.productOfRoots({x, 1}, 0);
+                const double unit = std::nextafter(mean, kInfinity) - mean;
+                ASSERT_LE(std::fabs(static_cast<double>(mean - exact)), unit) << n;
+            }
+        }
+    }
+}
+
+TEST(GeometricMean, OfOneSampleIsTheSample) {
+    std::mt19937 random(28);
+    std::vector<float> x = {1.0F, 0x1p-149F, std::numeric_limits<float>::max(), 0x1.6a09e6p-1F,
+                            0x1.6a09e8p-1F};
+    while (x.size() < 5000)
+        x.push_back(std::bit_cast<float>(static_cast<std::uint32_t>(1U + random() % 0x7f7fffffU)));
     for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
-        vyn::kernelsAt<StatisticKernels>(level).powers(x.data(), x.size(), 1.0 / 3, powers.data());
-        EXPECT_EQ(powers[0], kInfinity);
-        EXPECT_TRUE(std::isnan(powers[1]));
-        EXPECT_EQ(powers[2], 1.0);
+        for (const float value : x) {
+            SamplePasses passes(level);
+            ASSERT_EQ(passes.productOfRoots({{&value, 1}, 1}, 0), static_cast<double>(value));
+        }
+    }
+}
+
+TEST(GeometricMean, OfTwoSquaresIsTheProductOfTheirRoots) {
+    for (int i = 1; i <= 1000; ++i) {
+        const std::array<float, 2> squares = {static_cast<float>(i * i),
+                                              static_cast<float>((i + 7) * (i + 7))};
+        for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
+            SamplePasses passes(level);
+            ASSERT_EQ(passes.productOfRoots({squares, 1}, 0), static_cast<double>(i * (i + 7)));
+        }
     }
 }
 

@@ -1,5 +1,7 @@
 #include "blocks/stats/core/averaging_kernels.h"
 
+#include <type_traits>
+
 #include "kernels/lanes.h"
 
 namespace vynpack {
@@ -19,48 +21,115 @@ void addRows(const float* x, std::size_t rows, std::size_t channels, double* sum
     });
 }
 
+// `abreast` neighbouring groups, of channels that fill `columns` registers: a sum waits for the one
+// addition before it, sums side by side do not wait for each other.
+template <int lanes, int columns, int abreast>
+inline void groupMeansOf(const float* x, std::size_t width, std::size_t channels, float* out) {
+    using Floats = typename Lanes<lanes>::Floats;
+    using Doubles = typename Lanes<lanes>::Doubles;
+    const std::size_t group = width * channels;
+    Doubles sums[abreast][columns];
+#pragma GCC unroll 8
+    for (std::size_t g = 0; g < abreast; ++g)
+#pragma GCC unroll 2
+        for (int c = 0; c < columns; ++c)
+            sums[g][c] = Doubles{};
+    for (std::size_t k = 0; k < width; ++k, x += channels) {
+#pragma GCC unroll 8
+        for (std::size_t g = 0; g < abreast; ++g)
+#pragma GCC unroll 2
+            for (int c = 0; c < columns; ++c)
+                sums[g][c] += converted<Doubles>(load<Floats>(x + g * group + c * lanes));
+    }
+    const auto divisor = static_cast<float>(width);
+#pragma GCC unroll 8
+    for (std::size_t g = 0; g < abreast; ++g)
+#pragma GCC unroll 2
+        for (int c = 0; c < columns; ++c)
+            store(Floats(converted<Floats>(sums[g][c]) / divisor), out + g * channels + c * lanes);
+}
+
+template <int lanes, int columns>
+inline void groupMeansFrom(const float* x, std::size_t groups, std::size_t width,
+                           std::size_t channels, float* out) {
+    constexpr std::size_t kAbreast = columns == 1 ? 8 : 2;
+    std::size_t p = 0;
+    for (; p + kAbreast <= groups; p += kAbreast) {
+        groupMeansOf<lanes, columns, kAbreast>(x, width, channels, out);
+        x += kAbreast * width * channels;
+        out += kAbreast * channels;
+    }
+    for (; p < groups; ++p, x += width * channels, out += channels)
+        groupMeansOf<lanes, columns, 1>(x, width, channels, out);
+}
+
 void groupMeans(const float* x, std::size_t groups, std::size_t width, std::size_t channels,
                 float* out) {
-    const auto divisor = static_cast<float>(width);
-    forEachLaneGroup(channels, [=]<int lanes>(Lanes<lanes>, std::size_t first) {
-        using Floats = typename Lanes<lanes>::Floats;
-        using Doubles = typename Lanes<lanes>::Doubles;
-        const float* row = x + first;
-        float* mean = out + first;
-        for (std::size_t p = 0; p < groups; ++p, mean += channels) {
-            Doubles sum{};
-            for (std::size_t k = 0; k < width; ++k, row += channels)
-                sum += converted<Doubles>(load<Floats>(row));
-            store(Floats(converted<Floats>(sum) / divisor), mean);
-        }
+    // Two registers of channels at a time, which lie side by side in memory, then what is left.
+    constexpr std::size_t kPair = 2 * kLanes;
+    std::size_t done = 0;
+    for (; done + kPair <= channels; done += kPair)
+        groupMeansFrom<kLanes, 2>(x + done, groups, width, channels, out + done);
+    forEachLaneGroup(channels - done, [=]<int lanes>(Lanes<lanes>, std::size_t first) {
+        groupMeansFrom<lanes, 1>(x + done + first, groups, width, channels, out + done + first);
     });
 }
 
-// `registers` registers full of neighbouring outputs.
-template <int lanes, int registers>
-inline void windowMeansOf(const float* x, std::size_t width, std::size_t channels, float* out) {
+// `registers` registers full of neighbouring outputs, of samples that are doubles already. The sums
+// are set one by one: `= {}` of the array would clear memory and keep them there.
+template <class Numbers, int lanes, int registers, class Number>
+inline void windowMeansOf(const Number* x, std::size_t width, std::size_t channels, float* out) {
     using Floats = typename Lanes<lanes>::Floats;
     using Doubles = typename Lanes<lanes>::Doubles;
-    Doubles sums[registers] = {};
+    Doubles sums[registers];
+#pragma GCC unroll 8
+    for (int r = 0; r < registers; ++r)
+        sums[r] = Doubles{};
     for (std::size_t k = 0; k < width; ++k, x += channels) {
+#pragma GCC unroll 8
         for (int r = 0; r < registers; ++r)
-            sums[r] += converted<Doubles>(load<Floats>(x + r * lanes));
+            sums[r] += converted<Doubles>(load<Numbers>(x + r * lanes));
     }
     const auto divisor = static_cast<float>(width);
+#pragma GCC unroll 8
     for (int r = 0; r < registers; ++r)
         store(Floats(converted<Floats>(sums[r]) / divisor), out + r * lanes);
 }
 
-void windowMeans(const float* x, std::size_t count, std::size_t width, std::size_t channels,
-                 float* out) {
+template <class Number>
+inline void windowMeansFrom(const Number* x, std::size_t count, std::size_t width,
+                            std::size_t channels, float* out) {
+    constexpr bool wide = sizeof(Number) == sizeof(double);
+    using Full = std::conditional_t<wide, Lanes<kLanes>::Doubles, Lanes<kLanes>::Floats>;
     constexpr int kRegisters = 8;
     std::size_t i = 0;
     for (; i + kRegisters * kLanes <= count; i += kRegisters * kLanes)
-        windowMeansOf<kLanes, kRegisters>(x + i, width, channels, out + i);
+        windowMeansOf<Full, kLanes, kRegisters>(x + i, width, channels, out + i);
     for (; i + kLanes <= count; i += kLanes)
-        windowMeansOf<kLanes, 1>(x + i, width, channels, out + i);
+        windowMeansOf<Full, kLanes, 1>(x + i, width, channels, out + i);
     for (; i < count; ++i)
-        windowMeansOf<1, 1>(x + i, width, channels, out + i);
+        windowMeansOf<Number, 1, 1>(x + i, width, channels, out + i);
+}
+
+// Every sample is a term of `width` sums: it is converted once, a stretch of samples at a time, as
+// long as the windows are short against the stretch.
+void windowMeans(const float* x, std::size_t count, std::size_t width, std::size_t channels,
+                 float* out) {
+    constexpr std::size_t kStretch = 1024;
+    const std::size_t reach = (width - 1) * channels;
+    if (reach > kStretch / 4) {
+        windowMeansFrom(x, count, width, channels, out);
+        return;
+    }
+    alignas(64) double samples[kStretch];
+    for (std::size_t done = 0; done < count;) {
+        const std::size_t most = kStretch - reach;
+        const std::size_t now = count - done < most ? count - done : most;
+        for (std::size_t i = 0; i < now + reach; ++i)
+            samples[i] = static_cast<double>(x[done + i]);
+        windowMeansFrom(samples, now, width, channels, out + done);
+        done += now;
+    }
 }
 
 void mixIn(const float* x, std::size_t count, float weight, float divisor, float* average,

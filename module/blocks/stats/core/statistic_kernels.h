@@ -1,6 +1,7 @@
 // The loops of the statistics over the samples of a data block, compiled for several
 // instruction-set levels. All take rows of interleaved channels and carry one accumulator per
-// channel on: per channel the terms are added in sample order, channels run side by side.
+// channel on: per channel the terms are added in sample order. Channels run side by side; of a
+// channel on its own the terms are made side by side, and its sums run beside each other.
 #pragma once
 
 #include <cstddef>
@@ -8,26 +9,48 @@
 
 namespace vynpack {
 
+// Per channel, of the samples taken so far.
+struct StatisticSums {
+    double* sum;      // of x
+    double* squares;  // of x * x, the square in single precision
+    // Of 1 / x, the quotient in single precision.
+    double* reciprocals;
+    // The product of all x above 0 is mantissas * 2^exponents: x is taken apart into m * 2^e with
+    // 1 <= m < 2, so that no product of up to kMostFactors leaves the range of doubles.
+    double* mantissas;
+    std::int64_t* exponents;  // each 1023 too large
+    float* lowest;            // the smallest and the largest x; NaN replaces nothing
+    float* highest;
+};
+
 struct StatisticKernels {
-    // sum[c] += x, squares[c] += x * x, the square in single precision.
-    void (*addSamples)(const float* x, std::size_t rows, std::size_t channels, double* sum,
-                       double* squares);
-    // reciprocals[c] += 1 / x, the quotient in single precision; product[c] *= powers (one number
-    // per sample). Notes in the flags where a sample is 0, or not above 0.
-    void (*addMeanTerms)(const float* x, const double* powers, std::size_t rows,
-                         std::size_t channels, double* reciprocals, double* product,
-                         std::int32_t* hasZero, std::int32_t* hasNotPositive);
-    // Strictly greater and strictly smaller samples replace the extremes; the index of the first
-    // row is given. NaN replaces nothing.
-    void (*findExtremes)(const float* x, std::size_t rows, std::size_t channels,
-                         std::int32_t firstIndex, float* maximum, std::int32_t* maximumIndex,
-                         float* minimum, std::int32_t* minimumIndex);
+    // Rows between two calls of takeOutExponents.
+    static constexpr std::size_t kMostFactors = 1000;
+
+    // The two sums.
+    void (*addSamples)(const float* x, std::size_t rows, std::size_t channels,
+                       const StatisticSums& sums);
+    // What the harmonic and the geometric mean are made of: all the others.
+    void (*addMeanTerms)(const float* x, std::size_t rows, std::size_t channels,
+                         const StatisticSums& sums);
+    // Both in one walk, with the same bits.
+    void (*addAll)(const float* x, std::size_t rows, std::size_t channels,
+                   const StatisticSums& sums);
+    // mantissas[c] goes back to 1 <= m < 2; what it loses, exponents[c] gets.
+    void (*takeOutExponents)(double* mantissas, std::int64_t* exponents, std::size_t channels);
+    // mantissas[c] becomes the n-th root of mantissas[c] * 2^(exponents[c] - 1023 n), within 0.9
+    // units of the last place. n is at least 1 and below 2^31; the root lies in the range of single
+    // precision.
+    void (*takeRoots)(double* mantissas, const std::int64_t* exponents, std::size_t channels,
+                      double n);
+    // The extremes of each column, and the first span of kSpan rows that holds them: strictly
+    // greater and strictly smaller samples replace what stands there. NaN replaces nothing.
+    static constexpr std::size_t kSpan = 32;
+    void (*findExtremes)(const float* x, std::size_t rows, std::size_t columns, float* highest,
+                         std::int32_t* highSpans, float* lowest, std::int32_t* lowSpans);
     // squares[c] += (x - mean[c])^2, absolutes[c] += |x - mean[c]|
     void (*addDeviations)(const float* x, std::size_t rows, std::size_t channels,
                           const double* mean, double* squares, double* absolutes);
-    // out[i] = x[i]^exponent for x above 0 and an exponent in 0..1, within 0.65 units of the last
-    // place; infinity and NaN pass. Samples at or below 0 give a number without meaning.
-    void (*powers)(const float* x, std::size_t count, double exponent, double* out);
 
     static const StatisticKernels baseline, avx2, avx512;
 };

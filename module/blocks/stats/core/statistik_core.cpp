@@ -1,7 +1,8 @@
 #include "blocks/stats/core/statistik_core.h"
 
 #include <algorithm>
-#include <array>
+#include <cmath>
+#include <functional>
 #include <limits>
 
 #include "blocks/stats/core/statistic_kernels.h"
@@ -13,13 +14,13 @@ namespace {
 // which an extreme value allows (a sum would lose its order).
 constexpr std::size_t kWideRow = 16;
 
-// Powers wait in a buffer of about this many numbers, which stays in the first-level cache.
-constexpr std::size_t kPowerBuffer = 1024;
-
-template <class Better>
-void takeBetter(Extreme& best, float value, std::int32_t index, Better better) {
-    const bool first = best.found && value == best.value && index < best.index;
-    if (!best.found || better(value, best.value) || first) best = {true, value, index};
+bool hasZero(SampleRows block, std::size_t channel) {
+    const auto channels = static_cast<std::size_t>(block.channels);
+    const std::size_t end = static_cast<std::size_t>(block.rows()) * channels;
+    for (std::size_t i = channel; i < end; i += channels) {
+        if (block.values[i] == 0.0F) return true;
+    }
+    return false;
 }
 
 }  // namespace
@@ -28,92 +29,119 @@ bool SamplePasses::isDue(Pass pass, SampleRows block) {
     if (block.values.data() != block_.values.data() ||
         block.values.size() != block_.values.size() || block.channels != block_.channels) {
         block_ = block;
-        made_ = 0;
+        forget();
     }
     return (made_ & pass) == 0;
 }
 
-void SamplePasses::makeSums(SampleRows block) {
-    if (!isDue(kSums, block)) return;
-    const auto channels = static_cast<std::size_t>(block.channels);
-    sum_.assign(channels, 0.0);
-    squares_.assign(channels, 0.0);
-    vyn::kernelsAt<StatisticKernels>(level_).addSamples(block.values.data(),
-                                                        static_cast<std::size_t>(block.rows()),
-                                                        channels, sum_.data(), squares_.data());
-    made_ |= kSums;
-}
-
-void SamplePasses::makeMeanTerms(SampleRows block) {
-    if (!isDue(kMeanTerms, block)) return;
+void SamplePasses::makeTerms(Pass pass, SampleRows block) {
+    if (!isDue(pass, block)) return;
+    const unsigned due = (pass | (madeBefore_ & (kSums | kMeanTerms))) & ~made_;
     const StatisticKernels& kernels = vyn::kernelsAt<StatisticKernels>(level_);
     const auto channels = static_cast<std::size_t>(block.channels);
     const auto rows = static_cast<std::size_t>(block.rows());
-    const std::size_t step = std::max<std::size_t>(1, kPowerBuffer / channels);
-    // Taking the root of each factor keeps the product of a long block inside the double range.
-    const double exponent = 1.0 / static_cast<double>(rows);
-
-    reciprocals_.assign(channels, 0.0);
-    product_.assign(channels, 1.0);
-    hasZero_.assign(channels, 0);
-    hasNotPositive_.assign(channels, 0);
-    powers_.resize(std::min(step, rows) * channels);
-    for (std::size_t done = 0; done < rows; done += step) {
-        const std::size_t taken = std::min(step, rows - done);
-        const float* samples = block.values.data() + done * channels;
-        kernels.powers(samples, taken * channels, exponent, powers_.data());
-        kernels.addMeanTerms(samples, powers_.data(), taken, channels, reciprocals_.data(),
-                             product_.data(), hasZero_.data(), hasNotPositive_.data());
+    if ((due & kSums) != 0) {
+        sum_.assign(channels, 0.0);
+        squares_.assign(channels, 0.0);
     }
-    for (std::size_t c = 0; c < channels; ++c) {
-        if (hasZero_[c] != 0) reciprocals_[c] = 0.0;
-        if (hasNotPositive_[c] != 0) product_[c] = 0.0;
+    if ((due & kMeanTerms) != 0) {
+        reciprocals_.assign(channels, 0.0);
+        mantissas_.assign(channels, 1.0);
+        exponents_.assign(channels, 0);
+        lowest_.assign(channels, std::numeric_limits<float>::infinity());
+        highest_.assign(channels, -std::numeric_limits<float>::infinity());
     }
-    made_ |= kMeanTerms;
+    const StatisticSums sums{sum_.data(),       squares_.data(),   reciprocals_.data(),
+                             mantissas_.data(), exponents_.data(), lowest_.data(),
+                             highest_.data()};
+    const auto add = due == kSums        ? kernels.addSamples
+                     : due == kMeanTerms ? kernels.addMeanTerms
+                                         : kernels.addAll;
+    constexpr std::size_t kStep = StatisticKernels::kMostFactors;
+    for (std::size_t done = 0; done < rows; done += kStep) {
+        const std::size_t taken = std::min(kStep, rows - done);
+        add(block.values.data() + done * channels, taken, channels, sums);
+        if ((due & kMeanTerms) != 0)
+            kernels.takeOutExponents(mantissas_.data(), exponents_.data(), channels);
+    }
+    made_ |= due;
+    if ((due & kMeanTerms) != 0) finishMeanTerms(block);
 }
 
+void SamplePasses::finishMeanTerms(SampleRows block) {
+    if (block.rows() == 0) return;  // the empty product, 1
+    const auto channels = static_cast<std::size_t>(block.channels);
+    vyn::kernelsAt<StatisticKernels>(level_).takeRoots(mantissas_.data(), exponents_.data(),
+                                                       channels, block.rows());
+    for (std::size_t c = 0; c < channels; ++c) {
+        if (lowest_[c] <= 0.0F) {
+            mantissas_[c] = 0.0;
+            // Only then can there have been a zero, and its reciprocal makes no finite sum.
+            if (!std::isfinite(reciprocals_[c]) && hasZero(block, c)) reciprocals_[c] = 0.0;
+        } else if (std::isnan(reciprocals_[c])) {  // without zeros, as a sample is
+            mantissas_[c] = reciprocals_[c];
+        } else if (std::isinf(highest_[c])) {
+            mantissas_[c] = highest_[c];
+        }
+    }
+}
+
+// Rows of few channels are taken several at a time, the wider the better. What is left of them goes
+// through the kernel as rows of their own.
 void SamplePasses::makeExtremes(SampleRows block) {
     if (!isDue(kExtremes, block)) return;
-    const StatisticKernels& kernels = vyn::kernelsAt<StatisticKernels>(level_);
     const auto channels = static_cast<std::size_t>(block.channels);
     const auto rows = static_cast<std::size_t>(block.rows());
     maximum_.assign(channels, {});
     minimum_.assign(channels, {});
+    const std::size_t fold = std::max<std::size_t>(1, kWideRow / channels);
+    const std::size_t folded = rows / fold * fold;
+    if (folded > 0) findExtremes(block, 0, folded, fold);
+    if (folded < rows) findExtremes(block, folded, rows - folded, 1);
+    made_ |= kExtremes;
+}
 
+void SamplePasses::findExtremes(SampleRows block, std::size_t firstRow, std::size_t rows,
+                                std::size_t fold) {
+    constexpr float kInfinity = std::numeric_limits<float>::infinity();
+    const auto channels = static_cast<std::size_t>(block.channels);
     // Column v of a wide row is sample v / channels of channel v % channels.
-    const auto walk = [&](std::size_t firstRow, std::size_t count, std::size_t fold) {
-        constexpr float kInfinity = std::numeric_limits<float>::infinity();
-        const std::size_t columns = channels * fold;
-        std::vector<float> high(columns, -kInfinity);
-        std::vector<float> low(columns, kInfinity);
-        std::vector<std::int32_t> highRow(columns, -1);
-        std::vector<std::int32_t> lowRow(columns, -1);
-        kernels.findExtremes(block.values.data() + firstRow * channels, count, columns, 0,
-                             high.data(), highRow.data(), low.data(), lowRow.data());
-        for (std::size_t v = 0; v < columns; ++v) {
-            const std::size_t c = v % channels;
-            const auto indexOf = [&](std::int32_t row) {
-                return static_cast<std::int32_t>(firstRow + static_cast<std::size_t>(row) * fold +
-                                                 v / channels);
-            };
-            if (highRow[v] >= 0) {
-                takeBetter(maximum_[c], high[v], indexOf(highRow[v]), std::greater<>());
-            }
-            if (lowRow[v] >= 0) {
-                takeBetter(minimum_[c], low[v], indexOf(lowRow[v]), std::less<>());
+    const std::size_t columns = channels * fold;
+    const float* samples = block.values.data() + firstRow * channels;
+    high_.assign(columns, -kInfinity);
+    low_.assign(columns, kInfinity);
+    highSpan_.assign(columns, -1);
+    lowSpan_.assign(columns, -1);
+    vyn::kernelsAt<StatisticKernels>(level_).findExtremes(samples, rows / fold, columns,
+                                                          high_.data(), highSpan_.data(),
+                                                          low_.data(), lowSpan_.data());
+    const auto take = [&](Extreme& best, std::size_t c, const std::vector<float>& values,
+                          const std::vector<std::int32_t>& spans, auto better) {
+        float value = 0.0F;
+        std::int32_t span = -1;
+        for (std::size_t v = c; v < columns; v += channels) {
+            if (spans[v] < 0) continue;
+            const bool first = span < 0 || better(values[v], value);
+            if (first || (values[v] == value && spans[v] < span)) {
+                value = values[v];
+                span = spans[v];
             }
         }
+        if (span < 0 || (best.found && !better(value, best.value))) return;
+        std::size_t row = static_cast<std::size_t>(span) * StatisticKernels::kSpan * fold;
+        while (samples[row * channels + c] != value)
+            ++row;
+        best = {true, samples[row * channels + c], static_cast<std::int32_t>(firstRow + row)};
     };
-    const std::size_t fold = std::max<std::size_t>(1, kWideRow / channels);
-    const std::size_t wideRows = rows / fold;
-    if (wideRows > 0) walk(0, wideRows, fold);
-    if (wideRows * fold < rows) walk(wideRows * fold, rows - wideRows * fold, 1);
-    made_ |= kExtremes;
+    for (std::size_t c = 0; c < channels; ++c) {
+        take(maximum_[c], c, high_, highSpan_, std::greater<>());
+        take(minimum_[c], c, low_, lowSpan_, std::less<>());
+    }
 }
 
 void SamplePasses::makeDeviations(SampleRows block) {
     if (!isDue(kDeviations, block)) return;
-    makeSums(block);
+    makeTerms(kSums, block);
     const auto channels = static_cast<std::size_t>(block.channels);
     mean_.resize(channels);
     for (std::size_t c = 0; c < channels; ++c)
@@ -127,23 +155,23 @@ void SamplePasses::makeDeviations(SampleRows block) {
 }
 
 double SamplePasses::sum(SampleRows block, int channel) {
-    makeSums(block);
+    makeTerms(kSums, block);
     return sum_.at(static_cast<std::size_t>(channel));
 }
 
 double SamplePasses::sumOfSquares(SampleRows block, int channel) {
-    makeSums(block);
+    makeTerms(kSums, block);
     return squares_.at(static_cast<std::size_t>(channel));
 }
 
 double SamplePasses::sumOfReciprocals(SampleRows block, int channel) {
-    makeMeanTerms(block);
+    makeTerms(kMeanTerms, block);
     return reciprocals_.at(static_cast<std::size_t>(channel));
 }
 
 double SamplePasses::productOfRoots(SampleRows block, int channel) {
-    makeMeanTerms(block);
-    return product_.at(static_cast<std::size_t>(channel));
+    makeTerms(kMeanTerms, block);
+    return mantissas_.at(static_cast<std::size_t>(channel));
 }
 
 Extreme SamplePasses::maximum(SampleRows block, int channel) {

@@ -33,7 +33,10 @@ public:
     explicit SamplePasses(vyn::KernelLevel level = vyn::kernelLevel()) : level_(level) {}
 
     // The next question is about another data block.
-    void forget() noexcept { made_ = 0; }
+    void forget() noexcept {
+        if (made_ != 0) madeBefore_ = made_;
+        made_ = 0;
+    }
 
     // Σx and Σx², in sample order and in double; the squares are formed in single precision.
     double sum(SampleRows block, int channel);
@@ -53,18 +56,25 @@ private:
 
     // True the first time it is asked for this block.
     bool isDue(Pass pass, SampleRows block);
-    void makeSums(SampleRows block);
-    void makeMeanTerms(SampleRows block);
+    // Makes these passes and, in the same walk, those of sums and mean terms that the block before
+    // needed as well.
+    void makeTerms(Pass pass, SampleRows block);
+    void finishMeanTerms(SampleRows block);
     void makeExtremes(SampleRows block);
+    void findExtremes(SampleRows block, std::size_t firstRow, std::size_t rows, std::size_t fold);
     void makeDeviations(SampleRows block);
 
     vyn::KernelLevel level_;
     unsigned made_ = 0;
+    unsigned madeBefore_ = 0;  // for the block before
     SampleRows block_;
     std::vector<double> sum_, squares_;
-    std::vector<double> reciprocals_, product_, powers_;
-    std::vector<std::int32_t> hasZero_, hasNotPositive_;
+    std::vector<double> reciprocals_, mantissas_;  // in the end: the geometric mean
+    std::vector<std::int64_t> exponents_;
+    std::vector<float> lowest_, highest_;
     std::vector<Extreme> maximum_, minimum_;
+    std::vector<float> high_, low_;  // of the columns of wide rows, and where they were found
+    std::vector<std::int32_t> highSpan_, lowSpan_;
     std::vector<double> mean_, squaredDeviations_, deviations_;
 };
 
