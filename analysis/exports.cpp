@@ -1,5 +1,5 @@
-// The 13 functions, thin: arguments are checked, the matter's own file does the work, and no
-// exception leaves.
+// The 13 functions and those beside them, thin: arguments are checked, the matter's own file does
+// the work, and no exception leaves.
 #include <algorithm>
 #include <cmath>
 #include <new>
@@ -11,6 +11,7 @@
 #include "design/fir_design.h"
 #include "design/iir_design.h"
 #include "fft/fft.h"
+#include "filter/channel_filter.h"
 #include "filter/convolution.h"
 #include "filter/filter_object.h"
 #include "filter/floating_point.h"
@@ -181,6 +182,18 @@ int ZABFunc32(const double* c, std::int64_t length, const double* x, int n, doub
         const auto samples = static_cast<std::size_t>(n);
         convolve({c, taps}, {x, samples}, {y, taps + samples});
         return kDone;
+    });
+}
+
+int ovanlysFilterChannels(const float* in, int n, void* const* objects, int channels, float* out) {
+    if (in == nullptr || objects == nullptr || out == nullptr || channels < 1 || n < 0)
+        return kBadArgument;
+    const std::span handles(objects, static_cast<std::size_t>(channels));
+    if (std::find(handles.begin(), handles.end(), nullptr) != handles.end()) return kBadArgument;
+    if (n == 0) return kDone;
+    return guarded([&] {
+        const std::span filters(reinterpret_cast<FilterObject* const*>(objects), handles.size());
+        return filterChannels(filters, in, n, out) ? kDone : kRefused;
     });
 }
 

@@ -309,6 +309,27 @@ bool isFinite(const Section& section) {
            finite(section.advance);
 }
 
+// Lanes beyond the last section stay 0 and are never run.
+std::vector<SectionQuad> sideBySide(std::span<const Section> sections) {
+    std::vector<SectionQuad> quads((sections.size() + kQuad - 1) / kQuad);
+    for (std::size_t k = 0; k < sections.size(); ++k) {
+        const Section& section = sections[k];
+        SectionQuad& quad = quads[k / kQuad];
+        const std::size_t lane = k % kQuad;
+        for (int i = 0; i < kGroup; ++i) {
+            quad.direct[i][lane] = section.fromInput[0][i];
+            for (int r = 0; r < 2; ++r) {
+                quad.fromState[r][i][lane] = section.fromState[r][i];
+                quad.intoState[i][r][lane] = section.intoState[i][r];
+            }
+        }
+        for (int t = 0; t < 2; ++t)
+            for (int r = 0; r < 2; ++r)
+                quad.advance[t][r][lane] = section.advance[t][r];
+    }
+    return quads;
+}
+
 }  // namespace
 
 std::optional<Cascade> Cascade::fromRoots(const Roots& roots) {
@@ -317,16 +338,20 @@ std::optional<Cascade> Cascade::fromRoots(const Roots& roots) {
     if (!sections) return std::nullopt;
     Cascade cascade;
     cascade.gain_ = static_cast<double>(roots.gain);
+    if (sections->empty()) return cascade;
+    const auto design = std::make_shared<Design>();
     for (const OrderedSection& section : ordered(std::move(*sections), roots.gain)) {
-        cascade.sections_.push_back(blockForm(section));
-        if (!isFinite(cascade.sections_.back())) return std::nullopt;
+        design->sections.push_back(blockForm(section));
+        if (!isFinite(design->sections.back())) return std::nullopt;
     }
-    cascade.states_.resize(cascade.sections_.size());
+    design->quads = sideBySide(design->sections);
+    cascade.states_.resize(design->sections.size());
+    cascade.design_ = design;
     return cascade;
 }
 
 void Cascade::run(const double* x, double* y, int n, vyn::KernelLevel level) noexcept {
-    if (sections_.empty()) {
+    if (!design_) {
         if (gain_ == 1.0) {
             std::memmove(y, x, static_cast<std::size_t>(n) * sizeof *x);
         } else {
@@ -335,16 +360,80 @@ void Cascade::run(const double* x, double* y, int n, vyn::KernelLevel level) noe
         return;
     }
     const auto& kernels = vyn::kernelsAt<SectionKernels>(level);
+    const int head = std::min(n, toNextGroup());
+    runEach(kernels, x, y, head);
+    const int groups = (n - head) / kGroup;
+    const int done = head + groups * kGroup;
+    runGroups(kernels, x + head, y + head, groups);
+    runEach(kernels, x + done, y + done, n - done);
+}
+
+// One section after the other.
+void Cascade::runEach(const SectionKernels& kernels, const double* x, double* y, int n) noexcept {
     constexpr int kStretch = 512;  // stays in the nearest cache from section to section
+    const auto& sections = design_->sections;
     for (int start = 0; start < n; start += kStretch) {
         const int count = std::min(kStretch, n - start);
         const double* source = x + start;
-        for (std::size_t i = 0; i < sections_.size(); ++i) {
-            kernels.run(sections_[i], states_[i], phase_, source, y + start, count);
+        for (std::size_t i = 0; i < sections.size(); ++i) {
+            kernels.run(sections[i], states_[i], phase_, source, y + start, count);
             source = y + start;
         }
         phase_ = (phase_ + count) % kGroup;
     }
+}
+
+// Sections side by side as long as enough of them are left, the rest one after the other.
+void Cascade::runGroups(const SectionKernels& kernels, const double* x, double* y,
+                        int groups) noexcept {
+    const int count = sectionCount();
+    const int least = kernels.leastSideBySide;
+    // Sections behind each other need a few groups until all of them work.
+    if (count < least || groups < 2 * kernels.sideBySide)
+        return runEach(kernels, x, y, groups * kGroup);
+    constexpr int kStretch = 256;  // groups, in the nearest cache from sections to sections
+    for (int start = 0; start < groups; start += kStretch) {
+        const int length = std::min(kStretch, groups - start);
+        const double* source = x + start * kGroup;
+        double* const target = y + start * kGroup;
+        for (int i = 0; i < count;) {
+            const int together = std::min(kernels.sideBySide, count - i);
+            const auto place = static_cast<std::size_t>(i);
+            if (together >= least) {
+                kernels.runSideBySide(design_->quads[place / kQuad], i % kQuad, together,
+                                      &states_[place], source, target, length);
+                i += together;
+            } else {
+                kernels.run(design_->sections[place], states_[place], 0, source, target,
+                            length * kGroup);
+                ++i;
+            }
+            source = target;
+        }
+    }
+}
+
+void Cascade::runTogether(std::span<Cascade* const> cascades, double* samples, int n,
+                          vyn::KernelLevel level) noexcept {
+    SectionState* states[kMostTogether];
+    for (std::size_t c = 0; c < cascades.size(); ++c)
+        states[c] = cascades[c]->states_.data();
+    const auto& sections = cascades[0]->design_->sections;
+    vyn::kernelsAt<SectionKernels>(level).runChannels(
+        sections.data(), static_cast<int>(sections.size()), states,
+        static_cast<int>(cascades.size()), samples, n / kGroup);
+}
+
+bool Cascade::canRunTogether(std::span<Cascade* const> cascades) noexcept {
+    const auto& design = cascades[0]->design_;
+    return design && std::all_of(cascades.begin(), cascades.end(), [&](const Cascade* cascade) {
+               return cascade->design_ == design && cascade->phase_ == 0;
+           });
+}
+
+void Cascade::shareDesign(const Cascade& other) noexcept {
+    if (design_ == other.design_ || !design_ || !other.design_) return;
+    if (design_->sections == other.design_->sections) design_ = other.design_;
 }
 
 }  // namespace ovanlys

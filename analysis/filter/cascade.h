@@ -1,7 +1,9 @@
 // A filter as a cascade of second-order sections, made from its roots.
 #pragma once
 
+#include <memory>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "design/roots.h"
@@ -25,11 +27,37 @@ public:
     void run(const double* x, double* y, int n,
              vyn::KernelLevel level = vyn::kernelLevel()) noexcept;
 
-    int sectionCount() const noexcept { return static_cast<int>(sections_.size()); }
+    static constexpr std::size_t kMostTogether = 16;
+    // Filters up to so many channels side by side, in place: sample i of cascade c is samples[i *
+    // count + c], for n samples, whole groups. The same bits as `run`. For cascades that
+    // `canRunTogether`, a multiple of the level's SectionKernels::channelStep.
+    static void runTogether(std::span<Cascade* const> cascades, double* samples, int n,
+                            vyn::KernelLevel level) noexcept;
+
+    // Whether all are of one design, by shareDesign, and at the start of a group.
+    static bool canRunTogether(std::span<Cascade* const> cascades) noexcept;
+
+    // Takes the other's design for its own where both are equal; the state stays.
+    void shareDesign(const Cascade& other) noexcept;
+
+    int sectionCount() const noexcept {
+        return design_ ? static_cast<int>(design_->sections.size()) : 0;
+    }
+    // Samples that are missing to the start of a group.
+    int toNextGroup() const noexcept { return (kGroup - phase_) % kGroup; }
 
 private:
-    double gain_ = 1.0;  // used where there is no section
-    std::vector<Section> sections_;
+    // The same sections twice: one by one, and four neighbours side by side.
+    struct Design {
+        std::vector<Section> sections;
+        std::vector<SectionQuad> quads;
+    };
+
+    void runEach(const SectionKernels& kernels, const double* x, double* y, int n) noexcept;
+    void runGroups(const SectionKernels& kernels, const double* x, double* y, int groups) noexcept;
+
+    double gain_ = 1.0;                     // used where there is no section
+    std::shared_ptr<const Design> design_;  // none: no section
     std::vector<SectionState> states_;
     int phase_ = 0;  // place in the group of samples, the same in all sections
 };

@@ -62,7 +62,7 @@ bool FilterObject::takeHead() {
 }
 
 bool FilterObject::filter(const double* x, double* y, int n) {
-    if (head_.changed != 0 && !takeHead()) return false;
+    if (!takeEdits()) return false;
     const DenormalsFlushed mode;
     cascade_.run(x, y, n);
     return true;

@@ -25,6 +25,10 @@ public:
     // std::bad_alloc before anything is filtered.
     bool filter(const double* x, double* y, int n);
 
+    // Makes the sections anew after an edit of the head, as `filter` does first.
+    bool takeEdits() { return head_.changed == 0 || takeHead(); }
+    Cascade& cascade() noexcept { return cascade_; }
+
 private:
     bool takeHead();
 

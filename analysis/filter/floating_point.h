@@ -7,24 +7,31 @@
 
 namespace ovanlys {
 
-// For filtering, for the length of a scope: round to nearest, denormals read and written as zero,
-// no traps. A decaying tail would otherwise slow the machine down a hundredfold. The caller's mode,
-// with its exception flags, is as before afterwards.
-class DenormalsFlushed {
+// A mode of the vector unit for the length of a scope: round to nearest, no traps. The caller's
+// mode, with its exception flags, is as before afterwards.
+template <unsigned kBits>
+class VectorMode {
 public:
-    DenormalsFlushed() noexcept : callers_(_mm_getcsr()) { _mm_setcsr(kMode); }
-    ~DenormalsFlushed() { _mm_setcsr(callers_); }
-    DenormalsFlushed(const DenormalsFlushed&) = delete;
-    DenormalsFlushed& operator=(const DenormalsFlushed&) = delete;
+    VectorMode() noexcept : callers_(_mm_getcsr()) { _mm_setcsr(kAllMasked | kBits); }
+    ~VectorMode() { _mm_setcsr(callers_); }
+    VectorMode(const VectorMode&) = delete;
+    VectorMode& operator=(const VectorMode&) = delete;
 
 private:
     static constexpr unsigned kAllMasked = 0x1F80;
-    static constexpr unsigned kFlushResults = 0x8000;
-    static constexpr unsigned kFlushOperands = 0x0040;
-    static constexpr unsigned kMode = kAllMasked | kFlushResults | kFlushOperands;
 
     unsigned callers_;
 };
+
+inline constexpr unsigned kFlushResults = 0x8000;
+inline constexpr unsigned kFlushOperands = 0x0040;
+
+// For filtering: denormals read and written as zero. A decaying tail would otherwise slow the
+// machine down a hundredfold.
+using DenormalsFlushed = VectorMode<kFlushResults | kFlushOperands>;
+
+// For conversions from and to single precision, whose denormals are no denormals in double.
+using DenormalsKept = VectorMode<0>;
 
 // For designing, for the length of a scope: the standard mode, full extended precision included.
 class StandardMode {

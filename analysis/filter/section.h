@@ -17,6 +17,12 @@
 // the recursion advances once per eight samples, and the eight outputs are independent of each
 // other. An output depends on the earlier samples of its group alone, so a group may be cut
 // anywhere by the ends of data blocks without changing a bit.
+//
+// Registers are filled in one of three ways, by what there is enough of. All of them sum the same
+// terms in the same order, so that the choice changes no bit:
+//   - the eight outputs of a group side by side: one section of one channel;
+//   - sections side by side, each a group behind the one before it: one channel through many;
+//   - channels side by side, all of one design.
 #pragma once
 
 namespace ovanlys {
@@ -28,6 +34,18 @@ struct alignas(64) Section {
     double fromState[2][kGroup];       // [r][j]: state r's weight in y[j], (c A^j)_r
     double intoState[kGroup][2];       // [i][r]: x[i]'s weight in s'_r
     double advance[2][2];              // [t][r]: state t's weight in s'_r, (A^8)_rt
+
+    bool operator==(const Section&) const = default;
+};
+
+// Up to four neighbouring sections of a cascade side by side; the weights as in a Section.
+inline constexpr int kQuad = 4;
+
+struct alignas(64) SectionQuad {
+    double direct[kGroup][kQuad];        // [i]: x[j-i]'s weight h[i] in y[j]
+    double fromState[2][kGroup][kQuad];  // [r][j]
+    double intoState[kGroup][2][kQuad];  // [i][r]
+    double advance[2][2][kQuad];         // [t][r]
 };
 
 struct SectionState {
@@ -39,6 +57,22 @@ struct SectionKernels {
     // Filters n samples from x to y, which may be the same, beginning at place `phase` of a group.
     void (*run)(const Section& section, SectionState& state, int phase, const double* x, double* y,
                 int n);
+
+    // Sections that the level takes side by side at most, kQuad or half of it, and from how many on
+    // that is faster than one after the other.
+    int sideBySide;
+    int leastSideBySide;
+    // Filters whole groups through `count` sections of the quad, 2..sideBySide, from the lane
+    // `first` on; states[0] is that one's. x and y may be the same.
+    void (*runSideBySide)(const SectionQuad& quad, int first, int count, SectionState* states,
+                          const double* x, double* y, int groups);
+
+    // Channels side by side are a multiple of this.
+    int channelStep;
+    // Filters whole groups of neighbouring channels through `count` sections, in place: sample i
+    // of channel c is samples[i * channels + c], states[c] its sections' states.
+    void (*runChannels)(const Section* sections, int count, SectionState* const* states,
+                        int channels, double* samples, int groups);
 
     static const SectionKernels baseline, avx2, avx512;
 };

@@ -18,11 +18,15 @@ void AnalysisLibrary::load() {
         entry.bind(platform::findFunction(library_, entry.name()));
         if (!entry.bound()) incomplete_ = true;
     });
+    functions_.forEachOptional(
+        [this](auto& entry) { entry.bind(platform::findFunction(library_, entry.name())); });
 }
 
 void AnalysisLibrary::unload() noexcept {
     if (library_ == nullptr) return;
-    functions_.forEach([](auto& entry) { entry.bind(nullptr); });
+    const auto clear = [](auto& entry) { entry.bind(nullptr); };
+    functions_.forEach(clear);
+    functions_.forEachOptional(clear);
     platform::unloadLibrary(std::exchange(library_, nullptr));
 }
 

@@ -41,8 +41,8 @@ private:
     Function* function_ = nullptr;
 };
 
-// The 13 functions, in the table's order. What each computes stands with its declaration in
-// ovanlys/functions.h.
+// The 13 functions, in the table's order, and those beside them, for speed alone. What each
+// computes stands with its declaration in ovanlys/functions.h.
 struct AnalysisFunctions {
     AnalysisEntry<decltype(ovanlys::ZABFunc147)> realTransform{"ZABFunc147"};
     AnalysisEntry<decltype(ovanlys::ZABFunc148)> inverseRealTransform{"ZABFunc148"};
@@ -58,7 +58,10 @@ struct AnalysisFunctions {
     AnalysisEntry<decltype(ovanlys::ZABFunc335)> designFir{"ZABFunc335"};
     AnalysisEntry<decltype(ovanlys::ZABFunc32)> convolve{"ZABFunc32"};
 
-    // Calls visit(entry) for each entry in the table's order.
+    // A library may lack these: whoever calls one asks `bound` first and can do without.
+    AnalysisEntry<decltype(ovanlys::ovanlysFilterChannels)> filterChannels{"ovanlysFilterChannels"};
+
+    // Calls visit(entry) for each of the 13 in the table's order.
     template <class Visit>
     void forEach(Visit visit) {
         visit(realTransform);
@@ -75,12 +78,17 @@ struct AnalysisFunctions {
         visit(designFir);
         visit(convolve);
     }
+    // The same for those beside them.
+    template <class Visit>
+    void forEachOptional(Visit visit) {
+        visit(filterChannels);
+    }
 };
 
 class AnalysisLibrary {
 public:
     // Finds, loads and binds the library. Whatever is missing is silent: the handle stays null, or
-    // single entries do and `incomplete` says so.
+    // single entries do and `incomplete` says so if they are of the 13.
     void load();
     // Unloads it, if it is loaded, and clears handle and entries.
     void unload() noexcept;

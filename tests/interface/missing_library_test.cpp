@@ -4,7 +4,9 @@
 #include <iterator>
 
 #include "interface/any_block_test.h"
+#include "interface/filter_response.h"
 #include "support/own_folder.h"
+#include "support/signals.h"
 
 namespace vynhost::test {
 namespace {
@@ -139,6 +141,46 @@ TEST_F(MissingLibraryTest, AModuleCanBeLoadedAndUnloadedAHundredTimes) {
         ASSERT_NO_FATAL_FAILURE(load(sharedFolder().string()));
         if (i % 2 == 0) host->setInit(kShutDown, 0, 0);
         host.reset();
+    }
+}
+
+// What the filters make of noise on that many channels, in blocks of uneven lengths.
+std::vector<float> filtered(ModuleHost& host, bool weighting, int order, int channels) {
+    PlacedBlock block(host, weighting ? kFreqWeight : kDigitalFilter);
+    block.wireInput(0, 0);
+    block.wireOutput(0, 0);
+    if (weighting) {
+        block.set("PkXweight", 1);
+    } else {
+        block.set("PkFIRFilter", 0);
+        block.set("PkFilterType", 0);
+        block.set("PkCutoffFreq", 3000.0);
+        block.set("PkFilterOrder", order);
+    }
+    block.initSim();
+    const auto values = signals::noise<float>(2500 * channels, 5);
+    auto out = throughInBlocks(block, values, channels, {1000, 3, 256, 17});
+    block.stop();
+    EXPECT_EQ(out.size(), values.size());
+    return out;
+}
+
+TEST_F(MissingLibraryTest, TheFunctionsBesideTheThirteenChangeSpeedAlone) {
+    std::vector<std::vector<float>> results[2];
+    const std::string folders[] = {sharedFolder().string(), sharedWithout("ovanlysFilterChannels")};
+    for (int i = 0; i < 2; ++i) {
+        ASSERT_NO_FATAL_FAILURE(load(folders[i]));
+        for (const int channels : {1, 2, 7, 8, 13, 32}) {
+            for (const int order : {2, 8})
+                results[i].push_back(filtered(*host, false, order, channels));
+            results[i].push_back(filtered(*host, true, 0, channels));
+        }
+        host.reset();
+        module.reset();
+    }
+    for (std::size_t i = 0; i < results[0].size(); ++i) {
+        EXPECT_EQ(results[0][i], results[1][i]) << i;
+        EXPECT_NE(results[0][i].back(), 0.0F);
     }
 }
 

@@ -1,4 +1,6 @@
-// The analysis library's 13 functions: plain C, int = 32 bit, never throwing.
+// The analysis library's 13 functions: plain C, int = 32 bit, never throwing. Beside them stand
+// functions for speed alone, which a caller asks for by name and can do without: what they give is
+// made of the 13 as their comments say, bit for bit.
 //
 // Status results: 0 success, -1 a null pointer or a count below 1 (nothing is touched), -2 a design
 // whose edges or dB values make no sense, -3 no memory (nothing is touched). Frequencies and rates
@@ -54,6 +56,15 @@ int ZABFunc335(int kind, double fs, double f1, double f2, int length, int window
 
 // Full linear convolution: y[m] = sum_j c[j] x[m - j] for m = 0..n+length-2, and y[n+length-1] = 0.
 int ZABFunc32(const double* c, std::int64_t length, const double* x, int n, double* y);
+
+// --- Beside the 13
+// ----------------------------------------------------------------------------------
+
+// Filters n samples of each of `channels` interleaved channels through an object each: sample i of
+// channel c is in[i * channels + c]. Gives ZABFunc91's bits: of the samples as doubles, rounded to
+// float. in and out may be the same array; no object is there twice. n = 0 does nothing and
+// succeeds; -2 and -3 leave everything as it was.
+int ovanlysFilterChannels(const float* in, int n, void* const* objects, int channels, float* out);
 
 }  // extern "C"
 
