@@ -11,6 +11,7 @@
 #include "design/fir_design.h"
 #include "design/iir_design.h"
 #include "fft/fft.h"
+#include "filter/channel_convolution.h"
 #include "filter/channel_filter.h"
 #include "filter/convolution.h"
 #include "filter/filter_object.h"
@@ -194,6 +195,20 @@ int ovanlysFilterChannels(const float* in, int n, void* const* objects, int chan
     return guarded([&] {
         const std::span filters(reinterpret_cast<FilterObject* const*>(objects), handles.size());
         return filterChannels(filters, in, n, out) ? kDone : kRefused;
+    });
+}
+
+int ovanlysConvolveChannels(const double* c, std::int64_t length, const float* before,
+                            const float* in, int n, int channels, float* out) {
+    if (c == nullptr || in == nullptr || out == nullptr || length < 1 || n < 0 || channels < 1 ||
+        (before == nullptr && length > 1))
+        return kBadArgument;
+    if (n == 0) return kDone;
+    return guarded([&] {
+        convolveChannels(
+            {c, static_cast<std::size_t>(length)},
+            {static_cast<std::size_t>(channels), before, in, static_cast<std::size_t>(n)}, out);
+        return kDone;
     });
 }
 

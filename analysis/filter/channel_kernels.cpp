@@ -76,7 +76,32 @@ void put(const double* rows, std::size_t channels, std::size_t count, float* out
     });
 }
 
-constexpr ChannelKernels kTable = {take, put};
+// The count of channels is a constant here: each sample is read and written once.
+template <std::size_t most>
+void split(const float* in, std::size_t stride, std::size_t channels, std::size_t count,
+           double* rows, std::size_t distance) {
+    if (channels == most) {
+        for (std::size_t i = 0; i < count; ++i)
+            for (std::size_t c = 0; c < most; ++c)
+                rows[c * distance + i] = in[i * stride + c];
+    } else {
+        if constexpr (most > 1) split<most - 1>(in, stride, channels, count, rows, distance);
+    }
+}
+
+template <std::size_t most>
+void join(const double* rows, std::size_t distance, std::size_t channels, std::size_t count,
+          float* out, std::size_t stride) {
+    if (channels == most) {
+        for (std::size_t i = 0; i < count; ++i)
+            for (std::size_t c = 0; c < most; ++c)
+                out[i * stride + c] = static_cast<float>(rows[c * distance + i]);
+    } else {
+        if constexpr (most > 1) join<most - 1>(rows, distance, channels, count, out, stride);
+    }
+}
+
+constexpr ChannelKernels kTable = {take, put, split<kMostRows>, join<kMostRows>};
 
 }  // namespace
 

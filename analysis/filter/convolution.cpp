@@ -1,25 +1,20 @@
 #include "filter/convolution.h"
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
-#include <cstdint>
 #include <limits>
 #include <memory>
 #include <utility>
 #include <vector>
 
-#include "fft/fft.h"
 #include "filter/convolution_kernels.h"
+#include "filter/overlap_save.h"
 
 namespace ovanlys {
 namespace {
 
-bool allFinite(std::span<const double> values) {
-    double sum = 0.0;
-    for (const double value : values)
-        sum += value - value;  // NaN for what is not finite
-    return sum == 0.0;
+bool allFinite(std::span<const double> values, vyn::KernelLevel level = vyn::kernelLevel()) {
+    return vyn::kernelsAt<ConvolutionKernels>(level).allFinite(values.data(), values.size());
 }
 
 // The sums of exactly the products that there are.
@@ -44,67 +39,26 @@ void spreadNotFinite(std::span<const double> values, std::size_t others, std::sp
     }
 }
 
-// The lines of n values in the memory of as many values and n / 2 + 1 imaginary parts.
-struct Transformed {
-    explicit Transformed(std::size_t n) : re(n), im(n / 2 + 1) {}
-
-    void operator*=(const Transformed& other) {
-        for (std::size_t k = 0; k < im.size(); ++k) {
-            const double product = re[k] * other.re[k] - im[k] * other.im[k];
-            im[k] = re[k] * other.im[k] + im[k] * other.re[k];
-            re[k] = product;
-        }
-    }
-
-    std::vector<double> re;  // or the values themselves
-    std::vector<double> im;
-};
-
-// The length of the transforms that makes the overlap-save of all outputs cheapest: a power of two,
-// which transforms fastest.
-std::size_t transformLength(std::size_t taps, std::size_t outputs) {
-    std::size_t best = 0;
-    double lowestCost = std::numeric_limits<double>::infinity();
-    std::size_t power = LaneFft::kShortest;
-    while (power < 2 * taps)
-        power *= 2;
-    for (int doubling = 0; doubling < 4; ++doubling, power *= 2) {
-        const std::size_t step = power - taps + 1;
-        const auto blocks = static_cast<double>((outputs + step - 1) / step);
-        const auto n = static_cast<double>(power);
-        const double cost = (2 * blocks + 1) * n * std::log2(n);
-        if (cost < lowestCost) {
-            lowestCost = cost;
-            best = power;
-        }
-    }
-    return best;
-}
-
+// Blocks begin at the first output that sees all taps, so that whoever wants the outputs from there
+// on alone (channel_convolution.h) makes the same blocks; one more makes those before.
 void overlapSave(std::span<const double> c, std::span<const double> x, std::span<double> y) {
     const std::size_t outputs = c.size() + x.size() - 1;
-    const std::size_t length = transformLength(c.size(), outputs);
-    const std::size_t step = length - c.size() + 1;
-    const std::size_t before = c.size() - 1;  // samples of the past in each block
-    Transformed response(length);
-    Transformed block(length);
-    const BorrowedPlan plan(length);
-    std::copy(c.begin(), c.end(), response.re.begin());
-    plan->forward(response.re.data(), response.im.data());
-    for (std::size_t start = 0; start < outputs; start += step) {
-        const std::size_t silence = start < before ? std::min(before - start, length) : 0;
+    const std::size_t before = c.size() - 1;
+    const OverlapSave blocks(c, x.size() - before);
+    const auto window = blocks.window();
+    const auto make = [&](std::size_t start, std::size_t count) {
+        const std::size_t silence = start < before ? before - start : 0;
         const std::size_t first = std::min(start + silence - before, x.size());
-        const auto samples = x.subspan(first, std::min(length - silence, x.size() - first));
-        auto end = std::fill_n(block.re.begin(), silence, 0.0);
+        const auto samples = x.subspan(first, std::min(window.size() - silence, x.size() - first));
+        auto end = std::fill_n(window.begin(), silence, 0.0);
         end = std::copy(samples.begin(), samples.end(), end);
-        std::fill(end, block.re.end(), 0.0);
-        plan->forward(block.re.data(), block.im.data());
-        block *= response;
-        plan->inverse(block.re.data(), block.im.data());
-        const std::size_t count = std::min(step, outputs - start);
-        std::copy_n(block.re.begin() + static_cast<std::ptrdiff_t>(before), count,
+        std::fill(end, window.end(), 0.0);
+        std::copy_n(blocks.convolve().begin(), count,
                     y.begin() + static_cast<std::ptrdiff_t>(start));
-    }
+    };
+    if (before > 0) make(0, before);
+    for (std::size_t start = before; start < outputs; start += blocks.step())
+        make(start, std::min(blocks.step(), outputs - start));
 }
 
 std::vector<double> finiteCopy(std::span<const double> values) {
@@ -127,32 +81,43 @@ void convolve(std::span<const double> c, std::span<const double> x, std::span<do
 
 void convolveDirectly(std::span<const double> c, std::span<const double> x, std::span<double> y,
                       vyn::KernelLevel level) {
-    if (!allFinite(c) || !allFinite(x)) return convolveOneByOne(c, x, y);
     if (c.size() > x.size()) std::swap(c, x);  // the shorter one runs inside
-    const std::size_t outputs = c.size() + x.size() - 1;
+    // The ends of x are continued by zeros, which a tap must not make more of.
+    if (!allFinite(c, level)) return convolveOneByOne(c, x, y);
     constexpr std::size_t kAtOnce = kOutputsAtOnce;
-    const std::size_t wholeBlocks = outputs / kAtOnce;
+    const std::size_t outputs = c.size() + x.size() - 1;
     const std::size_t before = c.size() - 1;
-    std::vector<double> taps(c.size() + 2 * kTapPadding, 0.0);
-    std::copy(c.begin(), c.end(), taps.begin() + kTapPadding);
-    // The samples between zeros, as far as the last block reaches.
-    const std::size_t reach = before + (wholeBlocks + 1) * kAtOnce;
-    const auto samples = std::make_unique_for_overwrite<double[]>(reach);
-    std::fill_n(samples.get(), before, 0.0);
-    std::copy(x.begin(), x.end(), samples.get() + before);
-    std::fill(samples.get() + before + x.size(), samples.get() + reach, 0.0);
+    const auto wholeBlocks = [](std::size_t count) { return (count + kAtOnce - 1) / kAtOnce; };
+    // In the middle the sums read x itself; there are as many outputs on either side, or a few
+    // more.
+    const std::size_t head = std::min(wholeBlocks(before) * kAtOnce, outputs);
+    const std::size_t middleBlocks = head < x.size() ? (x.size() - head) / kAtOnce : 0;
+    const std::size_t tail = head + middleBlocks * kAtOnce;
+    const std::size_t longest = std::max(wholeBlocks(head), wholeBlocks(outputs - tail)) * kAtOnce;
+    const auto samples = std::make_unique_for_overwrite<double[]>(before + longest);
+    const auto made = std::make_unique_for_overwrite<double[]>(longest);
 
     const auto& kernels = vyn::kernelsAt<ConvolutionKernels>(level);
-    const auto run = [&](std::size_t start, double* target, std::size_t blocks) {
-        kernels.outputs(taps.data() + kTapPadding, static_cast<std::ptrdiff_t>(c.size()),
-                        samples.get() + before + start, target,
+    const auto taps = static_cast<std::ptrdiff_t>(c.size());
+    const auto makeEnd = [&](std::size_t start, std::size_t end) {
+        const std::size_t blocks = wholeBlocks(end - start);
+        double* to = samples.get();
+        const std::size_t silence = start < before ? before - start : 0;
+        const std::size_t first = start + silence - before;
+        const std::size_t last = std::min(end, x.size());
+        to = std::fill_n(to, silence, 0.0);
+        if (first < last)
+            to = std::copy(x.begin() + static_cast<std::ptrdiff_t>(first),
+                           x.begin() + static_cast<std::ptrdiff_t>(last), to);
+        std::fill(to, samples.get() + before + blocks * kAtOnce, 0.0);
+        kernels.outputs(c.data(), taps, samples.get() + before, made.get(),
                         static_cast<std::ptrdiff_t>(blocks));
+        std::copy_n(made.get(), end - start, y.begin() + static_cast<std::ptrdiff_t>(start));
     };
-    run(0, y.data(), wholeBlocks);
-    double rest[kAtOnce];
-    run(wholeBlocks * kAtOnce, rest, 1);
-    std::copy_n(rest, outputs - wholeBlocks * kAtOnce,
-                y.begin() + static_cast<std::ptrdiff_t>(wholeBlocks * kAtOnce));
+    makeEnd(0, head);
+    kernels.outputs(c.data(), taps, x.data() + head, y.data() + head,
+                    static_cast<std::ptrdiff_t>(middleBlocks));
+    makeEnd(tail, outputs);
 }
 
 void convolveByTransform(std::span<const double> c, std::span<const double> x,

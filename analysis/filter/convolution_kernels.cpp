@@ -9,58 +9,170 @@ using namespace vyn;  // its lanes
 
 using Group = Registers<8>;
 
-// `chained` groups of eight outputs that lie side by side. The eight samples at an offset serve all
-// of them: with the tap j for the first group, with j + 8 for the next, and so on. Walking the
-// offsets downwards, every output sees its taps in ascending order; a group that is out of taps
-// meets zeros, which change nothing. `sets` of such chains share the taps that a register holds.
-template <int chained, int sets>
-struct Outputs {
-    static constexpr int kSetOutputs = 8 * chained;
-    static constexpr int kCount = kSetOutputs * sets;
+// Groups of eight outputs that are made side by side; a tap serves all of them. As many as the
+// level has registers for. (Their sums are set and stored one by one: as an array the compiler
+// would keep them in memory.)
+constexpr int kGroups = kLanes == 2 ? 1 : kLanes == 4 ? 4 : 8;
 
-    static void make(const double* c, std::ptrdiff_t taps, const double* x, double* y) {
-        Group sums[sets][chained] = {};
-        const double* samples = x + 8 * (chained - 1);
-        for (const double* tap = c - 8 * (chained - 1); tap != c + taps; ++tap, --samples) {
-#pragma GCC unroll 4
-            for (int set = 0; set < sets; ++set) {
-                const Group here = Group::load(samples + set * kSetOutputs);
-#pragma GCC unroll 4
-                for (int group = 0; group < chained; ++group)
-                    sums[set][group] = sums[set][group] + here * tap[8 * group];
-            }
-        }
-        for (int set = 0; set < sets; ++set)
-            for (int group = 0; group < chained; ++group)
-                sums[set][group].store(y + set * kSetOutputs + 8 * group);
+void makeOutputs(const double* c, std::ptrdiff_t taps, const double* x, double* y) {
+    Group sums[kGroups];
+#pragma GCC unroll 8
+    for (int group = 0; group < kGroups; ++group)
+        sums[group] = Group{};
+    for (std::ptrdiff_t j = 0; j < taps; ++j) {
+#pragma GCC unroll 8
+        for (int group = 0; group < kGroups; ++group)
+            sums[group] = sums[group] + Group::load(x - j + 8 * group) * c[j];
     }
-};
-
-template <class Shape>
-void makeBlock(const double* c, std::ptrdiff_t taps, const double* x, double* y) {
-    for (int done = 0; done < kOutputsAtOnce; done += Shape::kCount)
-        Shape::make(c, taps, x + done, y + done);
+#pragma GCC unroll 8
+    for (int group = 0; group < kGroups; ++group)
+        sums[group].store(y + 8 * group);
 }
-
-// As many sums at a time as the level has registers for. Short filters gain from short chains,
-// which have fewer zeros to walk through.
-constexpr int kGroupsInRegisters = kLanes == 2 ? 2 : kLanes == 4 ? 4 : 8;
-constexpr std::ptrdiff_t kShort = 96;
-using ForShort = Outputs<2, kGroupsInRegisters / 2>;
-using ForLong = Outputs<kGroupsInRegisters == 2 ? 2 : 4, kGroupsInRegisters == 8 ? 2 : 1>;
 
 void outputs(const double* c, std::ptrdiff_t taps, const double* x, double* y,
              std::ptrdiff_t blocks) {
-    for (; blocks > 0; --blocks, x += kOutputsAtOnce, y += kOutputsAtOnce) {
-        if (taps < kShort) {
-            makeBlock<ForShort>(c, taps, x, y);
-        } else {
-            makeBlock<ForLong>(c, taps, x, y);
-        }
+    constexpr int kStep = 8 * kGroups;
+    for (std::ptrdiff_t left = blocks * kOutputsAtOnce; left > 0; left -= kStep) {
+        makeOutputs(c, taps, x, y);
+        x += kStep;
+        y += kStep;
     }
 }
 
-constexpr ConvolutionKernels kTable = {outputs};
+// Neighbouring channels in `registers` registers, and `samples` outputs of each side by side: a
+// sample that is loaded once serves all of them, with a tap of its own for each. Walking down the
+// samples, every output sees its taps in ascending order.
+template <int lanes, int registers, int samples>
+struct ChannelBlock {
+    using Row = typename Lanes<lanes>::Doubles;
+
+    // The sample at `x` into the outputs first..last; `tap` is the first one's.
+    template <int first, int last>
+    static void add(const double* x, const double* tap, Row (&sums)[samples][registers]) {
+        Row here[registers];
+#pragma GCC unroll 4
+        for (int r = 0; r < registers; ++r)
+            here[r] = load<Row>(x + r * lanes);
+#pragma GCC unroll 8
+        for (int k = first; k <= last; ++k)
+#pragma GCC unroll 4
+            for (int r = 0; r < registers; ++r)
+                sums[k][r] = sums[k][r] + here[r] * tap[k - first];
+    }
+
+    // Samples that lie `distance` behind the first output's: only the later outputs have a tap.
+    template <int distance>
+    static void addLater(const double* x, std::ptrdiff_t step, const double* c,
+                         Row (&sums)[samples][registers]) {
+        if constexpr (distance > 0) {
+            add<distance, samples - 1>(x + distance * step, c, sums);
+            addLater<distance - 1>(x, step, c, sums);
+        }
+    }
+    // Samples before which only the earlier outputs have a tap left.
+    template <int missing>
+    static void addEarlier(const double* x, std::ptrdiff_t step, const double* tap,
+                           Row (&sums)[samples][registers]) {
+        if constexpr (missing < samples) {
+            add<0, samples - 1 - missing>(x, tap, sums);
+            addEarlier<missing + 1>(x - step, step, tap + 1, sums);
+        }
+    }
+
+    // For taps >= samples.
+    static void make(const double* c, std::ptrdiff_t taps, const double* x, std::ptrdiff_t step,
+                     double* y) {
+        Row sums[samples][registers];
+#pragma GCC unroll 8
+        for (int k = 0; k < samples; ++k)
+#pragma GCC unroll 4
+            for (int r = 0; r < registers; ++r)
+                sums[k][r] = Row{};
+        addLater<samples - 1>(x, step, c, sums);
+        const double* const end = c + taps - samples + 1;
+        for (; c != end; ++c, x -= step)
+            add<0, samples - 1>(x, c, sums);
+        addEarlier<1>(x, step, c, sums);
+#pragma GCC unroll 8
+        for (int k = 0; k < samples; ++k)
+#pragma GCC unroll 4
+            for (int r = 0; r < registers; ++r)
+                store(sums[k][r], y + k * step + r * lanes);
+    }
+};
+
+// All samples of `registers` registers of channels.
+template <int lanes, int registers>
+void makeChannels(const double* c, std::ptrdiff_t taps, const double* x, std::ptrdiff_t step,
+                  double* y, std::size_t count) {
+    constexpr int kSamples = 8 / registers;
+    if (taps >= kSamples) {
+        for (; count >= kSamples; count -= kSamples) {
+            ChannelBlock<lanes, registers, kSamples>::make(c, taps, x, step, y);
+            x += kSamples * step;
+            y += kSamples * step;
+        }
+    }
+    for (; count > 0; --count, x += step, y += step)
+        ChannelBlock<lanes, registers, 1>::make(c, taps, x, step, y);
+}
+
+constexpr std::size_t kChannelStep = kLanes > 4 ? 4 : kLanes;
+
+void channelOutputs(const double* c, std::ptrdiff_t taps, const double* x, std::size_t channels,
+                    double* y, std::size_t count) {
+    const auto step = static_cast<std::ptrdiff_t>(channels);
+    std::size_t first = 0;
+    for (; first + 2 * kLanes <= channels; first += 2 * kLanes)
+        makeChannels<kLanes, 2>(c, taps, x + first, step, y + first, count);
+    if (first + kLanes <= channels) {
+        makeChannels<kLanes, 1>(c, taps, x + first, step, y + first, count);
+        first += kLanes;
+    }
+    if constexpr (kLanes > kChannelStep) {
+        if (first + kChannelStep <= channels) {
+            makeChannels<kChannelStep, 1>(c, taps, x + first, step, y + first, count);
+            first += kChannelStep;
+        }
+    }
+    for (; first < channels; ++first)
+        makeChannels<1, 1>(c, taps, x + first, step, y + first, count);
+}
+
+void multiply(double* __restrict re, double* __restrict im, const double* __restrict responseRe,
+              const double* __restrict responseIm, std::size_t lines) {
+    for (std::size_t k = 0; k < lines; ++k) {
+        const double product = re[k] * responseRe[k] - im[k] * responseIm[k];
+        im[k] = re[k] * responseIm[k] + im[k] * responseRe[k];
+        re[k] = product;
+    }
+}
+
+// x - x is +0 for finite numbers and NaN for all others.
+bool allFinite(const double* x, std::size_t n) {
+    constexpr std::size_t kAbreast = 4;
+    Register sums[kAbreast];
+#pragma GCC unroll 4
+    for (std::size_t k = 0; k < kAbreast; ++k)
+        sums[k] = Register{};
+    std::size_t i = 0;
+    for (; i + kAbreast * kLanes <= n; i += kAbreast * kLanes) {
+#pragma GCC unroll 4
+        for (std::size_t k = 0; k < kAbreast; ++k) {
+            const auto values = load<Register>(x + i + k * kLanes);
+            sums[k] += values - values;  // NOLINT(misc-redundant-expression)
+        }
+    }
+    double sum = 0.0;
+    for (; i < n; ++i)
+        sum += x[i] - x[i];  // NOLINT(misc-redundant-expression)
+    const Register all = (sums[0] + sums[1]) + (sums[2] + sums[3]);
+    for (int lane = 0; lane < kLanes; ++lane)
+        sum += all[lane];
+    return sum == 0.0;
+}
+
+constexpr ConvolutionKernels kTable = {outputs, kChannelStep, channelOutputs, multiply, allFinite};
 
 }  // namespace
 

@@ -5,16 +5,27 @@
 
 namespace ovanlys {
 
-// Outputs that the kernel makes in one go.
+// Outputs that `outputs` makes in one go.
 inline constexpr int kOutputsAtOnce = 64;
-// Zeros that lie before and after the taps for it.
-inline constexpr int kTapPadding = 24;
 
 struct ConvolutionKernels {
-    // `blocks` times kOutputsAtOnce outputs, y[m] = sum_j c[j] x[m-j], j = 0..taps-1 ascending.
-    // Reads x[-(taps-1)] to the last output's x; c has kTapPadding zeros on either side.
+    // `blocks` times kOutputsAtOnce outputs, y[m] = sum_j c[j] x[m-j], j = 0..taps-1 ascending: of
+    // exactly these products, whatever x holds. Reads x[-(taps-1)] to the last output's x.
     void (*outputs)(const double* c, std::ptrdiff_t taps, const double* x, double* y,
                     std::ptrdiff_t blocks);
+
+    // The same sums for neighbouring channels: sample m of channel k is x[m * channels + k],
+    // `count` outputs of each go to y in the same order. Multiples of channelStep channels fill
+    // registers.
+    std::size_t channelStep;
+    void (*channelOutputs)(const double* c, std::ptrdiff_t taps, const double* x,
+                           std::size_t channels, double* y, std::size_t count);
+
+    // Lines re + j im times the response's, in place.
+    void (*multiply)(double* re, double* im, const double* responseRe, const double* responseIm,
+                     std::size_t lines);
+
+    bool (*allFinite)(const double* x, std::size_t n);
 
     static const ConvolutionKernels baseline, avx2, avx512;
 };

@@ -32,6 +32,8 @@ public:
         return function_;
     }
 
+    Function* addressOrNull() const noexcept { return function_; }
+
     bool bound() const noexcept { return function_ != nullptr; }
     const char* name() const noexcept { return name_; }
     void bind(void* function) noexcept { function_ = reinterpret_cast<Function*>(function); }
@@ -60,6 +62,8 @@ struct AnalysisFunctions {
 
     // A library may lack these: whoever calls one asks `bound` first and can do without.
     AnalysisEntry<decltype(ovanlys::ovanlysFilterChannels)> filterChannels{"ovanlysFilterChannels"};
+    AnalysisEntry<decltype(ovanlys::ovanlysConvolveChannels)> convolveChannels{
+        "ovanlysConvolveChannels"};
 
     // Calls visit(entry) for each of the 13 in the table's order.
     template <class Visit>
@@ -82,6 +86,7 @@ struct AnalysisFunctions {
     template <class Visit>
     void forEachOptional(Visit visit) {
         visit(filterChannels);
+        visit(convolveChannels);
     }
 };
 

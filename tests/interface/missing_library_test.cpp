@@ -36,24 +36,27 @@ protected:
         module.reset();
         platform::setSharedDirectory(sharedFolder().string());
     }
-    // A folder whose library lacks the function: its name is one that nobody asks for.
-    std::string sharedWithout(const std::string& function) {
+    // A folder whose library lacks the functions: their names are such that nobody asks for.
+    std::string sharedWithoutAll(const std::vector<std::string>& functions) {
         const auto shared = sharedFolder() / "Analysis" / platform::kLibraryFile;
         std::ifstream in(shared, std::ios::binary);
         std::string bytes{std::istreambuf_iterator<char>(in), {}};
-        const std::string stored = function + '\0';
-        std::size_t found = 0;
-        for (std::size_t at = 0; (at = bytes.find(stored, at)) != std::string::npos; ++at) {
-            // The names are sorted; the one that takes its place keeps the order.
-            bytes[at + function.size() - 1] = function.back() == '8' ? '~' : '.';
-            ++found;
+        for (const std::string& function : functions) {
+            const std::string stored = function + '\0';
+            std::size_t found = 0;
+            for (std::size_t at = 0; (at = bytes.find(stored, at)) != std::string::npos; ++at) {
+                // The names are sorted; the one that takes its place keeps the order.
+                bytes[at + function.size() - 1] = function.back() == '8' ? '~' : '.';
+                ++found;
+            }
+            EXPECT_GE(found, 1U) << function;
         }
-        EXPECT_GE(found, 1U) << function;
-        const auto folder = folder_.path() / function / "Analysis";
+        const auto folder = folder_.path() / functions.front() / "Analysis";
         std::filesystem::create_directories(folder);
         std::ofstream(folder / platform::kLibraryFile, std::ios::binary) << bytes;
-        return (folder_.path() / function).string();
+        return (folder_.path() / functions.front()).string();
     }
+    std::string sharedWithout(const std::string& function) { return sharedWithoutAll({function}); }
     // Lets a spectrum block at the data; true when it delivered.
     bool spectrumWorks() {
         PlacedBlock block(*host, kSpektrum);
@@ -145,17 +148,19 @@ TEST_F(MissingLibraryTest, AModuleCanBeLoadedAndUnloadedAHundredTimes) {
 }
 
 // What the filters make of noise on that many channels, in blocks of uneven lengths.
-std::vector<float> filtered(ModuleHost& host, bool weighting, int order, int channels) {
-    PlacedBlock block(host, weighting ? kFreqWeight : kDigitalFilter);
+enum class Which { iir, fir, weighting };
+std::vector<float> filtered(ModuleHost& host, Which which, int size, int channels) {
+    PlacedBlock block(host, which == Which::weighting ? kFreqWeight : kDigitalFilter);
     block.wireInput(0, 0);
     block.wireOutput(0, 0);
-    if (weighting) {
+    if (which == Which::weighting) {
         block.set("PkXweight", 1);
     } else {
-        block.set("PkFIRFilter", 0);
+        block.set("PkFIRFilter", which == Which::fir ? 1 : 0);
         block.set("PkFilterType", 0);
         block.set("PkCutoffFreq", 3000.0);
-        block.set("PkFilterOrder", order);
+        block.set("PkFilterOrder", size);
+        block.set("PkFilterLength", size);
     }
     block.initSim();
     const auto values = signals::noise<float>(2500 * channels, 5);
@@ -167,13 +172,17 @@ std::vector<float> filtered(ModuleHost& host, bool weighting, int order, int cha
 
 TEST_F(MissingLibraryTest, TheFunctionsBesideTheThirteenChangeSpeedAlone) {
     std::vector<std::vector<float>> results[2];
-    const std::string folders[] = {sharedFolder().string(), sharedWithout("ovanlysFilterChannels")};
+    const std::string folders[] = {
+        sharedFolder().string(),
+        sharedWithoutAll({"ovanlysFilterChannels", "ovanlysConvolveChannels"})};
     for (int i = 0; i < 2; ++i) {
         ASSERT_NO_FATAL_FAILURE(load(folders[i]));
         for (const int channels : {1, 2, 7, 8, 13, 32}) {
             for (const int order : {2, 8})
-                results[i].push_back(filtered(*host, false, order, channels));
-            results[i].push_back(filtered(*host, true, 0, channels));
+                results[i].push_back(filtered(*host, Which::iir, order, channels));
+            for (const int length : {1, 25, 255})
+                results[i].push_back(filtered(*host, Which::fir, length, channels));
+            results[i].push_back(filtered(*host, Which::weighting, 0, channels));
         }
         host.reset();
         module.reset();

@@ -66,6 +66,14 @@ int ZABFunc32(const double* c, std::int64_t length, const double* x, int n, doub
 // succeeds; -2 and -3 leave everything as it was.
 int ovanlysFilterChannels(const float* in, int n, void* const* objects, int channels, float* out);
 
+// FIR over n samples of each of `channels` interleaved channels, in the order of `in`:
+// y_i = sum_j c[j] x_(i-j), j = 0..length-1. `before` holds the length-1 samples of each channel
+// before the block, interleaved too; it may be null for length 1. Gives ZABFunc32's bits: its
+// outputs length-1..length+n-2 for the samples of `before` and `in` as doubles, rounded to float.
+// `out` overlaps neither. n = 0 does nothing and succeeds; -3 leaves everything as it was.
+int ovanlysConvolveChannels(const double* c, std::int64_t length, const float* before,
+                            const float* in, int n, int channels, float* out);
+
 }  // extern "C"
 
 }  // namespace ovanlys

@@ -109,7 +109,9 @@ TODigitalFilter::Filter TODigitalFilter::makeFilter() const {
 
 void TODigitalFilter::filterValues(std::span<const float> in, std::span<float> out) {
     if (auto* fir = std::get_if<FirFilterBank>(&filter_)) {
-        fir->filter(theGlobal().analysis().functions().convolve.address(), in, out);
+        const AnalysisFunctions& functions = theGlobal().analysis().functions();
+        fir->filter(functions.convolve.address(), in, out,
+                    functions.convolveChannels.addressOrNull());
     } else if (auto* iir = std::get_if<ChannelFilters>(&filter_)) {
         iir->filter(in, out);
     }

@@ -1,0 +1,181 @@
+#include "filter/channel_convolution.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <limits>
+#include <memory>
+
+#include "filter/channel_kernels.h"
+#include "filter/convolution.h"
+#include "filter/convolution_kernels.h"
+#include "filter/floating_point.h"
+#include "filter/overlap_save.h"
+
+namespace ovanlys {
+namespace {
+
+// Conversions keep the denormals of single precision; the sums flush those of double.
+class ChannelConvolution {
+public:
+    ChannelConvolution(std::span<const double> c, const ChannelSamples& x, float* out,
+                       vyn::KernelLevel level)
+        : c_(c),
+          before_(c.size() - 1),
+          x_(x),
+          out_(out),
+          level_(level),
+          kernels_(vyn::kernelsAt<ConvolutionKernels>(level)),
+          convert_(vyn::kernelsAt<ChannelKernels>(level)) {}
+
+    // By sums: channels side by side, the rest one by one.
+    void directly() const {
+        const std::size_t step = kernels_.channelStep;
+        const std::size_t widest = std::min(kMostTogether, x_.channels / step * step);
+        const std::size_t width = std::max<std::size_t>(widest, 1);
+        const std::size_t length = kStretchValues / std::bit_ceil(width);
+        const auto rows = std::make_unique_for_overwrite<double[]>((before_ + length) * width);
+        const auto made = std::make_unique_for_overwrite<double[]>(length * width);
+        for (std::size_t start = 0; start < x_.count; start += length) {
+            const std::size_t count = std::min(length, x_.count - start);
+            for (std::size_t first = 0; first < x_.channels;) {
+                const std::size_t left = (x_.channels - first) / step * step;
+                const std::size_t together = std::max<std::size_t>(std::min(widest, left), 1);
+                take(start, count, first, together, rows.get());
+                {
+                    const DenormalsFlushed mode;
+                    sums(rows.get(), together, count, made.get());
+                }
+                put(made.get(), start, count, first, together);
+                first += together;
+            }
+        }
+    }
+
+    // By transforms, a few channels at a time, so that the samples are walked once for all of them.
+    // An output that a value that is not finite reaches is NaN, as `convolveByTransform` leaves it.
+    void byTransform() const {
+        if (!kernels_.allFinite(c_.data(), c_.size())) {
+            std::fill_n(out_, x_.count * x_.channels, std::numeric_limits<float>::quiet_NaN());
+            return;
+        }
+        const std::size_t rows = std::min(kMostRows, x_.channels);
+        const auto blocks = [&] {
+            const DenormalsFlushed mode;
+            return std::make_unique<OverlapSave>(c_, x_.count, rows, level_);
+        }();
+        const std::size_t step = blocks->step();
+        for (std::size_t start = 0; start < x_.count; start += step)
+            for (std::size_t first = 0; first < x_.channels; first += rows)
+                makeBlocks(*blocks, start, std::min(step, x_.count - start), first,
+                           std::min(rows, x_.channels - first));
+    }
+
+private:
+    // Doubles that stay in the nearest cache.
+    static constexpr std::size_t kStretchValues = 1024;
+    static constexpr std::size_t kMostTogether = 16;
+    static_assert(kStretchValues % kOutputsAtOnce == 0);
+
+    // Calls body(from, place, n) for the samples of the outputs start..start+count-1 and those
+    // before them that the sums reach: n samples lie from `from` on and are the place-th and next.
+    template <class Body>
+    void forSamples(std::size_t start, std::size_t count, std::size_t first, Body body) const {
+        const std::size_t all = before_ + count;
+        const std::size_t past = std::min(start < before_ ? before_ - start : 0, all);
+        if (past > 0) body(x_.before + start * x_.channels + first, std::size_t{0}, past);
+        if (past < all)
+            body(x_.in + (start + past - before_) * x_.channels + first, past, all - past);
+    }
+
+    void take(std::size_t start, std::size_t count, std::size_t first, std::size_t channels,
+              double* rows) const {
+        forSamples(start, count, first, [&](const float* from, std::size_t place, std::size_t n) {
+            convert_.take(from, x_.channels, channels, n, rows + place * channels);
+        });
+    }
+
+    void put(const double* rows, std::size_t start, std::size_t count, std::size_t first,
+             std::size_t channels) const {
+        convert_.put(rows, channels, count, out_ + start * x_.channels + first, x_.channels);
+    }
+
+    void sums(const double* rows, std::size_t channels, std::size_t count, double* made) const {
+        const auto taps = static_cast<std::ptrdiff_t>(c_.size());
+        const double* const x = rows + before_ * channels;
+        if (channels == 1) {
+            const std::size_t whole = count / kOutputsAtOnce;
+            kernels_.outputs(c_.data(), taps, x, made, static_cast<std::ptrdiff_t>(whole));
+            const std::size_t done = whole * kOutputsAtOnce;
+            kernels_.channelOutputs(c_.data(), taps, x + done, 1, made + done, count - done);
+        } else {
+            kernels_.channelOutputs(c_.data(), taps, x, channels, made, count);
+        }
+    }
+
+    void makeBlocks(const OverlapSave& blocks, std::size_t start, std::size_t count,
+                    std::size_t first, std::size_t channels) const {
+        const std::size_t distance = blocks.windowDistance();
+        double* const windows = blocks.window().data();
+        forSamples(start, count, first, [&](const float* from, std::size_t place, std::size_t n) {
+            convert_.split(from, x_.channels, channels, n, windows + place, distance);
+        });
+        bool spoilt[kMostRows];
+        {
+            const DenormalsFlushed mode;
+            for (std::size_t c = 0; c < channels; ++c) {
+                const auto window = blocks.window(c);
+                std::fill(window.begin() + static_cast<std::ptrdiff_t>(before_ + count),
+                          window.end(), 0.0);
+                spoilt[c] = !kernels_.allFinite(window.data(), window.size());
+                if (spoilt[c])
+                    std::replace_if(
+                        window.begin(), window.end(), [](double x) { return !std::isfinite(x); },
+                        0.0);
+                blocks.convolve(c);
+            }
+        }
+        convert_.join(windows + before_, distance, channels, count,
+                      out_ + start * x_.channels + first, x_.channels);
+        for (std::size_t c = 0; c < channels; ++c)
+            if (spoilt[c]) spoil(start, count, first + c);
+    }
+
+    // Outputs of a block that a value that is not finite reaches.
+    void spoil(std::size_t start, std::size_t count, std::size_t channel) const {
+        std::size_t reached = 0;  // outputs from here on are not
+        for (std::size_t place = 0; place < before_ + count; ++place) {
+            const std::size_t sample = start + place;  // 0: the first of those before the block
+            const float value = sample < before_
+                                    ? x_.before[sample * x_.channels + channel]
+                                    : x_.in[(sample - before_) * x_.channels + channel];
+            if (!std::isfinite(value)) reached = place + 1;
+            if (place >= before_ && reached > 0 && place - before_ < reached)
+                out_[(start + place - before_) * x_.channels + channel] =
+                    std::numeric_limits<float>::quiet_NaN();
+        }
+    }
+
+    std::span<const double> c_;
+    std::size_t before_;
+    const ChannelSamples& x_;
+    float* out_;
+    vyn::KernelLevel level_;
+    const ConvolutionKernels& kernels_;
+    const ChannelKernels& convert_;
+};
+
+}  // namespace
+
+void convolveChannels(std::span<const double> c, const ChannelSamples& x, float* out,
+                      vyn::KernelLevel level) {
+    const DenormalsKept mode;
+    const ChannelConvolution convolution(c, x, out, level);
+    if (c.size() < kTransformedTaps) {
+        convolution.directly();
+    } else {
+        convolution.byTransform();
+    }
+}
+
+}  // namespace ovanlys

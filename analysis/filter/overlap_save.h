@@ -1,0 +1,60 @@
+// Blocks of a convolution by transforms, and the taps' responses that are kept for the next ones.
+//
+// Source: A. V. Oppenheim, R. W. Schafer, "Discrete-Time Signal Processing" (overlap-save).
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <span>
+#include <vector>
+
+#include "fft/fft.h"
+#include "kernels/level.h"
+
+namespace ovanlys {
+
+// What the blocks of one set of taps need: the taps' lines, and memory for a few blocks.
+struct TapResponse {
+    TapResponse(std::span<const double> c, std::size_t transformLength);
+
+    std::vector<double> taps;
+    std::size_t length;               // of the transforms
+    std::vector<double> re, im;       // the taps' lines
+    std::vector<double> windows;      // of `length` samples, a little apart
+    std::vector<double> imaginaries;  // of a window's lines
+};
+
+// Makes the outputs y[m] = sum_j c[j] x[m-j] block by block. Whoever convolves the same taps again
+// gets the same response. Errors: std::bad_alloc, in the constructor alone.
+class OverlapSave {
+public:
+    // The length of the blocks is the one that makes `outputs` outputs at the least cost. There is
+    // memory for so many blocks at a time.
+    OverlapSave(std::span<const double> c, std::size_t outputs, std::size_t windows = 1,
+                vyn::KernelLevel level = vyn::kernelLevel());
+    ~OverlapSave();
+    OverlapSave(const OverlapSave&) = delete;
+    OverlapSave& operator=(const OverlapSave&) = delete;
+
+    // Outputs that a block makes.
+    std::size_t step() const noexcept { return response_->length - before_; }
+    // What the caller fills: the taps - 1 samples before the block's first output, and the samples
+    // of its `step` outputs.
+    std::span<double> window(std::size_t number = 0) const noexcept {
+        return {response_->windows.data() + number * windowDistance(), response_->length};
+    }
+    // Numbers from one window to the next; not a power of two, so that they share no cache sets.
+    std::size_t windowDistance() const noexcept { return response_->length + kWindowGap; }
+    // The outputs of a window, in its place.
+    std::span<const double> convolve(std::size_t number = 0) const noexcept;
+
+private:
+    static constexpr std::size_t kWindowGap = 8;
+
+    std::size_t before_;  // samples that a block needs from before it
+    vyn::KernelLevel level_;
+    std::unique_ptr<TapResponse> response_;
+    BorrowedPlan plan_;
+};
+
+}  // namespace ovanlys
