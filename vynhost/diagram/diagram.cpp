@@ -167,7 +167,7 @@ private:
 
     void source(const Section& section, const std::string& name) {
         section.allowOnly({"file", "block", "full_scale", "unit", "channels", "rate", "tail",
-                           "noise", "seconds"});
+                           "noise", "seconds", "on_truncated"});
         SourceEntry source;
         source.name = name;
         source.noise = noise(section, name);
@@ -197,8 +197,15 @@ private:
             section.fail("rate", "must be from 1e-9 to 1e12");
         }
         if (!hasFile) source.seconds = secondsOfNoise(section);
-        source.tail = section.choice<Tail, 3>(
-            "tail", {{{"keep", Tail::keep}, {"drop", Tail::drop}, {"pad", Tail::pad}}});
+        if (!hasFile && section.table().contains("on_truncated")) {
+            section.fail("on_truncated", "noise has no end of its own");
+        }
+        source.usesTruncated =
+            section.choice<bool, 2>("on_truncated", {{{"error", false}, {"use", true}}});
+        if (section.table().contains("tail")) {
+            source.tail = section.choice<Tail, 3>(
+                "tail", {{{"keep", Tail::keep}, {"drop", Tail::drop}, {"pad", Tail::pad}}});
+        }
         source.channelsPlace = section.place("channels");
         if (const toml::node* node = section.table().get("channels")) {
             const toml::array* list = node->as_array();

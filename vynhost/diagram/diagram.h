@@ -6,7 +6,10 @@
 //     full_scale = 20.0            # value of digital full scale, in the unit
 //     unit = "Pa"
 //     channels = [1]               # from 1; all when missing
-//     tail = "keep"                # what becomes of a last short block: keep, drop or pad (with 0)
+//     tail = "keep"                # what becomes of a last short block: keep, drop or pad (with
+//     0);
+//                                  # when missing, it is in everything but spectra
+//     on_truncated = "use"         # a recording that ends before its head says so: error or use
 //     noise = { rms = 0.01, seed = 1 }  # white noise on top, in the unit
 //
 //     [source.noise]
@@ -57,7 +60,8 @@ struct ConnectorName {
     std::string text() const { return letter.empty() ? node : node + "." + letter; }
 };
 
-enum class Tail { keep, drop, pad };
+// `automatic` keeps it everywhere but in spectra.
+enum class Tail { automatic, keep, drop, pad };
 
 struct NoiseEntry {
     double rms = 0;  // after the scaling
@@ -76,7 +80,8 @@ struct SourceEntry {
     std::optional<double> rate;  // of a CSV file without x column, and of noise alone
     std::optional<NoiseEntry> noise = {};
     double seconds = 0;  // of noise alone
-    Tail tail = Tail::keep;
+    Tail tail = Tail::automatic;
+    bool usesTruncated = false;  // a recording that ends before its head says so
 };
 
 struct Setting {

@@ -205,6 +205,30 @@ void checkValues(const BlockMeaning& block, const BlockEntry& entry, const Keywo
     }
 }
 
+void checkInputs(const BlockMeaning& block, const BlockEntry& entry, const KeywordValues& values,
+                 const std::map<std::string, Place>& wires) {
+    for (const InputMeaning& input : block.inputs) {
+        if (input.need == InputNeed::optional) continue;
+        const std::string name = entry.name + "." + std::string(input.letter);
+        const auto wire = wires.find(std::string(input.letter));
+        if (input.need == InputNeed::always) {
+            if (wire != wires.end()) continue;
+            throw InputError(entry.place, name + " (" + std::string(input.says) +
+                                              ") is not wired, and nothing is computed without it");
+        }
+        const bool triggered = values.is(input.keyword, "trigger");
+        if (triggered && wire == wires.end()) {
+            throw InputError(placeOf(entry, std::span(&input.keyword, 1)),
+                             "is \"trigger\", but " + name + " (" + std::string(input.says) +
+                                 ") is not wired, so nothing would ever start anew");
+        }
+        if (!triggered && wire != wires.end()) {
+            throw InputError(wire->second, name + " is read only where " +
+                                               std::string(input.keyword) + " is \"trigger\"");
+        }
+    }
+}
+
 void checkValuesAtRate(const BlockMeaning& block, const BlockEntry& entry,
                        const KeywordValues& values, double rate) {
     checkRules(block, entry, values, rate);

@@ -2,7 +2,9 @@
 // block and back.
 #pragma once
 
+#include <map>
 #include <optional>
+#include <string>
 
 #include "vynhost/base/errors.h"
 #include "vynhost/diagram/diagram.h"
@@ -36,7 +38,13 @@ KeywordValues valuesOf(PlacedBlock& block, const BlockEntry& entry);
 // for a rule between keywords that they break.
 void checkValues(const BlockMeaning& block, const BlockEntry& entry, const KeywordValues& values);
 
-// The same for the rules that ask for the sample rate of the block's input, in Hz.
+// Raises InputError for an input that the block needs, as it is set, and that is not wired, and for
+// a wired one that it would never read. `wires` has the places of the wires, by the inputs'
+// letters.
+void checkInputs(const BlockMeaning& block, const BlockEntry& entry, const KeywordValues& values,
+                 const std::map<std::string, Place>& wires);
+
+// The same as checkValues for the rules that ask for the sample rate of the block's input, in Hz.
 void checkValuesAtRate(const BlockMeaning& block, const BlockEntry& entry,
                        const KeywordValues& values, double rate);
 

@@ -187,7 +187,7 @@ bool selectsAMeasure(const KeywordValues& values, double) {
 }
 
 constexpr KeywordRule kStatisticsRules[] = {
-    {{"PkAllOn"}, "at least one measure is on", false, selectsAMeasure},
+    {{"PkAllOn"}, "at least one measure must be on", false, selectsAMeasure},
 };
 
 // --- 5003 Mittelwert ------------------------------------------------------------------------
@@ -658,19 +658,33 @@ constexpr KeywordRule kLevelRules[] = {
      [](const KeywordValues& v, double rate) { return v.number("PkFreqOut") <= rate; }},
 };
 
+// --- Inputs ---------------------------------------------------------------------------------
+
+constexpr InputMeaning triggerOf(std::string_view keyword) {
+    return {"T", "the trigger", InputNeed::atTrigger, keyword};
+}
+constexpr InputMeaning kData[] = {{"E", "the data"}};
+constexpr InputMeaning kClassified[] = {{"E", "the data"}, triggerOf("PkReset")};
+constexpr InputMeaning kAveraged[] = {{"E", "the data"}, triggerOf("PkResetMode")};
+constexpr InputMeaning kDataAndControl[] = {{"E", "the signal"},
+                                            {"S", "the control values", InputNeed::optional}};
+constexpr InputMeaning kParts[] = {{"R", "the real parts"}, {"I", "the imaginary parts"}};
+constexpr InputMeaning kTwoSignals[] = {
+    {"E", "the excitation"}, {"A", "the response"}, triggerOf("PkResetMode")};
+
 // --- All ------------------------------------------------------------------------------------
 
 constexpr BlockMeaning kBlocks[] = {
-    {kKlassierung, kClassification, kClassificationRules},
-    {kTerzOktave, kBands},
-    {kStatistik, kStatistics, kStatisticsRules},
-    {kMittelwert, kAveraging},
-    {kSpektrum, kSpectrum},
-    {kInverseFFT, {}},
-    {kDualSpektrum, kDualSpectrum},
-    {kDigitalFilter, kFilter, kFilterRules},
-    {kFreqWeight, kWeighting, kWeightingRules},
-    {kLevel, kLevels, kLevelRules},
+    {kKlassierung, kClassification, kClassified, kClassificationRules},
+    {kTerzOktave, kBands, kData},
+    {kStatistik, kStatistics, kData, kStatisticsRules},
+    {kMittelwert, kAveraging, kAveraged},
+    {kSpektrum, kSpectrum, kData},
+    {kInverseFFT, {}, kParts},
+    {kDualSpektrum, kDualSpectrum, kTwoSignals},
+    {kDigitalFilter, kFilter, kData, kFilterRules},
+    {kFreqWeight, kWeighting, kDataAndControl, kWeightingRules},
+    {kLevel, kLevels, kDataAndControl, kLevelRules},
 };
 
 constexpr bool inTheOrderOfTheirCodes() {

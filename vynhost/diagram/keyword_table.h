@@ -92,9 +92,24 @@ struct KeywordRule {
     bool (*holds)(const KeywordValues& values, double rate);  // Hz; NaN where none is needed
 };
 
+enum class InputNeed {
+    always,     // without it nothing is computed
+    atTrigger,  // where a keyword says "trigger"; else it is not read
+    optional,
+};
+
+// An input, by the letter that names it in the connector string.
+struct InputMeaning {
+    std::string_view letter;
+    std::string_view says;  // what comes there
+    InputNeed need = InputNeed::always;
+    std::string_view keyword = {};  // that says "trigger"
+};
+
 struct BlockMeaning {
     std::int32_t code;
     std::span<const KeywordMeaning> keywords;  // in the order of the block's own table
+    std::span<const InputMeaning> inputs;
     std::span<const KeywordRule> rules = {};
 
     // By name, in any case of letters; null when there is none.

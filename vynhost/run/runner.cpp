@@ -4,6 +4,7 @@
 #include <functional>
 #include <iterator>
 #include <optional>
+#include <set>
 #include <utility>
 
 #include "vynhost/base/text.h"
@@ -25,15 +26,44 @@ struct Runner::Feed {
 struct Runner::Node {
     const BlockEntry* entry;
     std::unique_ptr<PlacedBlock> block;
-    std::vector<std::string> inputs;
-    std::vector<bool> wired;
-    std::vector<const Outlet*> feeders;  // of the inputs; null where nothing is wired
+    struct Input {
+        std::string name;                // "E"
+        std::optional<Place> wire = {};  // none: not wired
+        const Outlet* feeder = nullptr;  // that the wire comes from
+        ChannelHeader last = {};         // of the data that came last
+        int whole = 0;                   // samples of the first data block
+        int rest = 0;                    // of a last one that is shorter
+        bool restIsLeftOut = false;      // of the spectra
+
+        std::string restText() const {
+            return "the recording ends with " + std::to_string(rest) + " of the " +
+                   std::to_string(whole) + " samples of a data block";
+        }
+    };
+    std::vector<Input> inputs;
     std::vector<std::string> outputs;
     std::vector<Outlet> outlets;
     bool checkedAtRate = false;
     std::vector<Node*> before;  // whose outputs come in here
     std::optional<LevelIntervals> intervals = {};
     int followers = 0;  // samples behind the data that the last intervals have been given
+
+    std::string nameOf(const Input& input) const { return entry->name + "." + input.name; }
+    std::vector<std::string> inputNames() const {
+        std::vector<std::string> names;
+        for (const Input& input : inputs)
+            names.push_back(input.name);
+        return names;
+    }
+    InputNeed needOf(const Input& input) const {
+        const auto known = std::ranges::find(meaning().inputs, std::string_view(input.name),
+                                             &InputMeaning::letter);
+        return known == meaning().inputs.end() ? InputNeed::optional : known->need;
+    }
+    KeywordValues values() const { return valuesOf(*block, *entry); }
+    const BlockMeaning& meaning() const {
+        return meaningOf(static_cast<std::int32_t>(block->typeCode()));
+    }
 };
 
 namespace {
@@ -54,8 +84,10 @@ Runner::Runner(ModuleHost& host, const Diagram& diagram,
     openSources(inputs);
     placeBlocks();
     wire();
+    checkInputs();
     orderBlocks();
     carryKinds();
+    carryOrigins();
     // Their names must exist.
     for (const SinkEntry& sink : diagram_.sinks) {
         for (const ConnectorName& name : sink.from)
@@ -97,12 +129,10 @@ void Runner::placeBlocks() {
         auto node = std::make_unique<Node>();
         node->entry = &entry;
         node->block = placeBlock(host_, types, entry);
-        checkValues(meaningOf(static_cast<std::int32_t>(node->block->typeCode())), entry,
-                    valuesOf(*node->block, entry));
-        node->inputs = connectorNames(node->block->inputLabels());
+        checkValues(node->meaning(), entry, node->values());
+        for (const std::string& name : connectorNames(node->block->inputLabels()))
+            node->inputs.push_back({.name = name});
         node->outputs = connectorNames(node->block->outputLabels());
-        node->wired.resize(node->inputs.size());
-        node->feeders.resize(node->inputs.size());
         for (const std::string& output : node->outputs) {
             node->outlets.push_back({});
             OutletInfo& info = node->outlets.back().info;
@@ -172,26 +202,50 @@ void Runner::wire() {
             throw InputError(wire.to.place, "\"" + wire.to.node + "\" is no block" +
                                                 didYouMean(wire.to.node, blockNames()));
         }
-        const auto input = indexOf(node->inputs, wire.to.letter);
+        const std::vector<std::string> names = node->inputNames();
+        const auto input = indexOf(names, wire.to.letter);
         if (!input) {
             throw InputError(wire.to.place, "\"" + wire.to.text() + "\" is no input; " +
-                                                node->entry->name + " has " + joined(node->inputs));
+                                                node->entry->name + " has " + joined(names));
         }
-        if (node->wired[*input]) {
+        if (node->inputs[*input].wire) {
             throw InputError(wire.to.place, "the input is wired twice");
         }
-        node->wired[*input] = true;
         Outlet& from = outletOf(wire.from);
         from.targets.push_back({node, static_cast<int>(*input)});
-        node->feeders[*input] = &from;
+        node->inputs[*input].wire = wire.to.place;
+        node->inputs[*input].feeder = &from;
         if (Node* before = findNode(wire.from.node)) node->before.push_back(before);
     }
     int channel = 0;
     for (const auto& node : nodes_) {
         node->block->wireAll();
         for (std::size_t i = 0; i < node->inputs.size(); ++i) {
-            node->block->wireInput(static_cast<int>(i), node->wired[i] ? channel++ : kUnwired);
+            node->block->wireInput(static_cast<int>(i),
+                                   node->inputs[i].wire ? channel++ : kUnwired);
         }
+    }
+}
+
+// Of every block that has a part in the diagram: one without any wire, whose outputs nobody asks
+// for, may stand by.
+void Runner::checkInputs() {
+    std::set<std::string> asked;
+    for (const WireEntry& wire : diagram_.wires)
+        asked.insert(wire.from.node);
+    for (const SinkEntry& sink : diagram_.sinks) {
+        for (const ConnectorName& name : sink.from)
+            asked.insert(name.node);
+    }
+    for (const CompareEntry& compare : diagram_.comparisons)
+        asked.insert({compare.of.node, compare.with.node});
+    for (const auto& node : nodes_) {
+        std::map<std::string, Place> wires;
+        for (const Node::Input& input : node->inputs) {
+            if (input.wire) wires.emplace(input.name, *input.wire);
+        }
+        if (wires.empty() && !asked.contains(node->entry->name)) continue;
+        vynhost::checkInputs(node->meaning(), *node->entry, node->values(), wires);
     }
 }
 
@@ -228,11 +282,11 @@ void Runner::carryKinds() {
     static const OutletInfo nothing{};
     for (Node* node : order_) {
         const auto comingIn = [&](std::size_t input) -> const OutletInfo& {
-            const bool wired = input < node->feeders.size() && node->feeders[input] != nullptr;
-            return wired ? node->feeders[input]->info : nothing;
+            const bool wired = input < node->inputs.size() && node->inputs[input].wire;
+            return wired ? node->inputs[input].feeder->info : nothing;
         };
         const OutletInfo& first = comingIn(0);
-        const KeywordValues values = valuesOf(*node->block, *node->entry);
+        const KeywordValues values = node->values();
         const auto type = static_cast<std::int32_t>(node->block->typeCode());
         for (std::size_t i = 0; i < node->outlets.size(); ++i) {
             OutletInfo& info = node->outlets[i].info;
@@ -241,6 +295,20 @@ void Runner::carryKinds() {
             if (type != kMittelwert) continue;
             info.values = first.values;
             info.overIntervals = first.overIntervals;
+        }
+    }
+}
+
+// Which sources the data at every outlet stem from.
+void Runner::carryOrigins() {
+    for (const auto& feed : feeds_)
+        feed->outlet.origins = {feed.get()};
+    for (Node* node : order_) {
+        for (Outlet& outlet : node->outlets) {
+            for (const Node::Input& input : node->inputs) {
+                if (!input.wire) continue;
+                std::ranges::copy(input.feeder->origins, std::back_inserter(outlet.origins));
+            }
         }
     }
 }
@@ -275,8 +343,10 @@ void Runner::run() {
         }
         raiseIfDataWaits();
     }
-    for (Node* node : order_)
+    for (Node* node : order_) {
         noteRest(*node);
+        noteShortBlock(*node);
+    }
 }
 
 bool Runner::targetsFree(const Outlet& outlet) {
@@ -293,10 +363,9 @@ void Runner::checkAtRate(Node& node, const ChannelHeader& header) {
     if (!milliseconds && header.xAxisKind != kSeconds) return;
     const double rate = (milliseconds ? 1000.0 : 1.0) / header.xStep;
     const BlockEntry& entry = *node.entry;
-    const auto type = static_cast<std::int32_t>(node.block->typeCode());
-    const KeywordValues values = valuesOf(*node.block, entry);
-    checkValuesAtRate(meaningOf(type), entry, values, rate);
-    if (type == kDigitalFilter && values.is("PkFIRFilter", "IIR")) {
+    const KeywordValues values = node.values();
+    checkValuesAtRate(node.meaning(), entry, values, rate);
+    if (node.block->typeCode() == kDigitalFilter && values.is("PkFIRFilter", "IIR")) {
         checkFilterDesign(*node.block, entry, rate);
     }
 }
@@ -304,6 +373,7 @@ void Runner::checkAtRate(Node& node, const ChannelHeader& header) {
 void Runner::deliver(Outlet& outlet, const ChannelData& data) {
     for (const Target& target : outlet.targets) {
         if (target.input == 0) checkAtRate(*target.node, data.header);
+        if (leavesOut(*target.node, target.input, data)) continue;
         if (target.node->block->put(target.input, data) == Handle::none) {
             throw RunError(kWrongInput, "memory is out");
         }
@@ -311,6 +381,47 @@ void Runner::deliver(Outlet& outlet, const ChannelData& data) {
     }
     for (const Listener& take : outlet.listeners)
         take(data);
+}
+
+// Spectra of whole data blocks have their lines in common; that of a short rest has others, which
+// no table, mean or picture can show beside them. What goes back into time needs the rest.
+bool Runner::endsInSpectra(const Node& node) {
+    const Int type = node.block->typeCode();
+    if (type != kSpektrum && type != kDualSpektrum) return false;
+    return !std::ranges::all_of(node.outlets, [](const Outlet& outlet) {
+        return outlet.listeners.empty() &&
+               std::ranges::all_of(outlet.targets, [](const Target& target) {
+                   return target.node->block->typeCode() == kInverseFFT;
+               });
+    });
+}
+
+bool Runner::leavesOut(Node& node, int input, const ChannelData& data) {
+    Node::Input& place = node.inputs[static_cast<std::size_t>(input)];
+    place.last = data.header;
+    if (place.whole == 0) place.whole = data.samples();
+    const bool isRest = data.samples() < place.whole &&
+                        std::ranges::all_of(place.feeder->origins,
+                                            [](const Feed* feed) { return feed->source.ended(); });
+    if (!isRest || node.needOf(place) != InputNeed::always || !endsInSpectra(node)) return false;
+    place.rest = data.samples();
+    place.restIsLeftOut = std::ranges::all_of(place.feeder->origins, [](const Feed* feed) {
+        return feed->source.entry().tail == Tail::automatic;
+    });
+    return place.restIsLeftOut;
+}
+
+// Both inputs of two recordings of one length have the same rest, which is told once.
+void Runner::noteShortBlock(Node& node) {
+    const auto input = std::ranges::max_element(node.inputs, {}, &Node::Input::rest);
+    if (input == node.inputs.end() || input->rest == 0) return;
+    const std::string whole = std::to_string(input->whole);
+    notes_.push_back(node.entry->name + ": " +
+                     (input->restIsLeftOut
+                          ? input->restText() + ", which is in no spectrum (tail = \"pad\" or "
+                                                "\"keep\" of the source takes it in)"
+                          : "the last data block has " + std::to_string(input->rest) +
+                                " instead of " + whole + " samples and a spectrum of other lines"));
 }
 
 bool Runner::feed(Feed& feed) {
@@ -334,14 +445,6 @@ bool Runner::step(Node& node) {
     const std::vector<Handle> before = picture();
     const Int result = block.simulate();
     if (!host_.boxes().empty() || result == kFailed) raiseBlockError(node);
-    if (result == kNotWired) {
-        std::vector<std::string> open;
-        for (std::size_t i = 0; i < node.inputs.size(); ++i) {
-            if (!node.wired[i]) open.push_back(node.entry->name + "." + node.inputs[i]);
-        }
-        throw InputError(node.entry->place,
-                         "every input of this block must be wired; missing: " + joined(open));
-    }
     return picture() != before;
 }
 
@@ -404,32 +507,49 @@ void Runner::raiseBlockError(Node& node) {
                                     node.entry->name + ": " + text);
 }
 
+// What waits may hold up what lies before it; the last in line tells the reason.
 void Runner::raiseIfDataWaits() const {
     for (const Node* node : order_) {
+        const bool heldUp = std::ranges::any_of(
+            node->outlets,
+            [&, output = 0](const Outlet&) mutable { return node->block->delivered(output++); });
+        if (heldUp) continue;
         std::vector<std::string> waiting;
-        std::vector<std::string> empty;
-        std::vector<std::string> open;
         for (std::size_t i = 0; i < node->inputs.size(); ++i) {
-            if (!node->wired[i]) {
-                open.push_back(node->entry->name + "." + node->inputs[i]);
-                continue;
-            }
-            const bool waits = node->block->waits(static_cast<int>(i));
-            (waits ? waiting : empty).push_back(node->entry->name + "." + node->inputs[i]);
+            if (node->block->waits(static_cast<int>(i)))
+                waiting.push_back(node->nameOf(node->inputs[i]));
         }
         if (waiting.empty()) continue;
-        std::string text = textOf(diagram_.file) + ":" + std::to_string(node->entry->place.line) +
-                           ": block." + node->entry->name + ": the data at " + joined(waiting) +
-                           " is not taken";
-        if (!empty.empty()) {
-            text += ", nothing comes to " + joined(empty);
-        } else if (!open.empty()) {
-            text += ", not wired: " + joined(open);
-        } else {
-            text += " (do the inputs fit together?)";
-        }
-        throw RunError(kStalled, text);
+        throw RunError(kStalled, textOf(diagram_.file) + ":" +
+                                     std::to_string(node->entry->place.line) + ": block." +
+                                     node->entry->name + ": the data at " + joined(waiting) +
+                                     " is not taken, " + whyNotTaken(*node));
     }
+}
+
+std::string Runner::whyNotTaken(const Node& node) {
+    std::vector<std::string> needed;
+    std::vector<std::string> wanted;
+    std::vector<std::string> shapes;
+    for (std::size_t i = 0; i < node.inputs.size(); ++i) {
+        const Node::Input& input = node.inputs[i];
+        if (!input.wire) continue;
+        std::string name = node.nameOf(input);
+        if (node.block->waits(static_cast<int>(i))) {
+            const ChannelHeader& head = input.last;
+            shapes.push_back(name + " has " + std::to_string(head.valueCount) + " values in " +
+                             std::to_string(head.channelCount) +
+                             (head.channelCount == 1 ? " channel" : " channels"));
+            continue;
+        }
+        if (input.restIsLeftOut) name += " (" + input.restText() + ")";
+        (node.needOf(input) == InputNeed::always ? needed : wanted).push_back(std::move(name));
+    }
+    if (!needed.empty()) return "nothing more comes to " + joined(needed);
+    if (!wanted.empty()) return "nothing more comes to " + joined(wanted);
+    return (shapes.size() > 1 ? "its inputs do not fit together: "
+                              : "the block wants other data: ") +
+           joined(shapes);
 }
 
 const OutletInfo& Runner::outlet(const ConnectorName& name) const { return outletOf(name).info; }

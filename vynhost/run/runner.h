@@ -47,6 +47,7 @@ public:
 
 private:
     struct Node;
+    struct Feed;  // a source and what it feeds
     struct Target {
         Node* node;
         int input;
@@ -55,14 +56,16 @@ private:
         std::vector<Target> targets = {};
         OutletInfo info;
         std::vector<Listener> listeners = {};
+        std::vector<const Feed*> origins = {};  // the sources that it stems from
     };
-    struct Feed;  // a source and what it feeds
 
     void openSources(const std::map<std::string, std::filesystem::path>& inputs);
     void placeBlocks();
     void wire();
+    void checkInputs();
     void orderBlocks();
     void carryKinds();
+    void carryOrigins();
     // Nodes and outlets lie on the heap: the runner's own constness is not theirs.
     Outlet& outletOf(const ConnectorName& name) const;
     Node* findNode(const std::string& name) const;
@@ -78,8 +81,13 @@ private:
     static bool targetsFree(const Outlet& outlet);
     static void checkAtRate(Node& node, const ChannelHeader& header);
     static void deliver(Outlet& outlet, const ChannelData& data);
+    // True where the data is the short rest of a recording, which is in no spectrum.
+    static bool leavesOut(Node& node, int input, const ChannelData& data);
+    static bool endsInSpectra(const Node& node);
+    void noteShortBlock(Node& node);
     void raiseBlockError(Node& node);
     void raiseIfDataWaits() const;
+    static std::string whyNotTaken(const Node& node);
 
     ModuleHost& host_;
     const Diagram& diagram_;

@@ -58,6 +58,8 @@ TEST_F(DiagramError, OfNoise) {
     EXPECT_EQ(error("noise = { rms = 1 }\nrate = 10\nseconds = 0.01\n"),
               "d.toml:4: source.n.seconds: must give one sample at least, and no more than can be "
               "counted");
+    EXPECT_EQ(error("noise = { rms = 1 }\nrate = 10\nseconds = 1\non_truncated = \"use\"\n"),
+              "d.toml:5: source.n.on_truncated: noise has no end of its own");
     EXPECT_EQ(error("file = \"s.wav\"\nseconds = 3\n"),
               "d.toml:3: source.n.seconds: a recording has its own length");
 }
@@ -129,7 +131,38 @@ TEST_F(DiagramError, UnknownNode) {
 
 TEST_F(DiagramError, MissingWire) {
     EXPECT_EQ(errorOf(source + "[block.back]\ntype = 5005\n[wire]\n\"back.R\" = \"s\"\n"),
-              "d.toml:4: block.back: every input of this block must be wired; missing: back.I");
+              "d.toml:4: block.back: back.I (the imaginary parts) is not wired, and nothing is "
+              "computed without it");
+    EXPECT_EQ(errorOf(source + "[block.dual]\ntype = 5006\n[wire]\n\"dual.E\" = \"s\"\n"),
+              "d.toml:4: block.dual: dual.A (the response) is not wired, and nothing is computed "
+              "without it");
+    // A block that only gives.
+    EXPECT_EQ(errorOf(fft + "[sink.x]\nfrom = \"fft.S\"\ncsv = \"x.csv\"\n"),
+              "d.toml:4: block.fft: fft.E (the data) is not wired, and nothing is computed without "
+              "it");
+}
+
+TEST_F(DiagramError, NoneForABlockThatStandsBy) { EXPECT_EQ(errorOf(fft), ""); }
+
+TEST_F(DiagramError, ATriggerThatIsNotThereOrNotRead) {
+    const std::string dual = source + "[block.dual]\ntype = 5006\n";
+    const std::string wires = "[wire]\n\"dual.E\" = \"s\"\n\"dual.A\" = \"s\"\n";
+    const std::string trigger = "\"dual.T\" = \"s\"\n";
+    EXPECT_EQ(errorOf(dual + "PkResetMode = \"trigger\"\n" + wires),
+              "d.toml:6: block.dual.PkResetMode: is \"trigger\", but dual.T (the trigger) is not "
+              "wired, so nothing would ever start anew");
+    EXPECT_EQ(errorOf(dual + "PkResetMode = \"trigger\"\n" + wires + trigger), "");
+    EXPECT_EQ(errorOf(dual + wires + trigger),
+              "d.toml:9: wire.dual.T: dual.T is read only where PkResetMode is \"trigger\"");
+    for (const auto& [type, keyword] :
+         {std::pair<std::string, std::string>("5000", "PkReset"),
+          std::pair<std::string, std::string>("5003", "PkResetMode")}) {
+        EXPECT_EQ(errorOf(source + "[block.b]\ntype = " + type + "\n" + keyword +
+                          " = \"trigger\"\n[wire]\n\"b.E\" = \"s\"\n"),
+                  "d.toml:6: block.b." + keyword +
+                      ": is \"trigger\", but b.T (the trigger) is not "
+                      "wired, so nothing would ever start anew");
+    }
 }
 
 TEST_F(DiagramError, Cycle) {
@@ -147,9 +180,15 @@ TEST_F(DiagramError, Recordings) {
     std::string cut = read(folder() / "s.wav");
     cut.resize(cut.size() - 40);
     write("cut.wav", cut);
-    EXPECT_EQ(errorOf("[source.s]\nfile = \"cut.wav\"\n"),
-              "d.toml:2: source.s.file: cut.wav: is truncated: its head promises 64 samples per "
-              "channel, the file holds 44");
+    EXPECT_EQ(
+        errorOf("[source.s]\nfile = \"cut.wav\"\n"),
+        "d.toml:2: source.s.file: cut.wav: is truncated: its head promises 64 samples per "
+        "channel, the file holds 44 (on_truncated = \"use\" of the source takes what is there)");
+    EXPECT_EQ(errorOf("[source.s]\nfile = \"cut.wav\"\non_truncated = \"error\"\n"),
+              errorOf("[source.s]\nfile = \"cut.wav\"\n"));
+    EXPECT_EQ(errorOf("[source.s]\nfile = \"cut.wav\"\non_truncated = \"use\"\n"), "");
+    EXPECT_EQ(errorOf("[source.s]\nfile = \"cut.wav\"\non_truncated = \"yes\"\n"),
+              "d.toml:3: source.s.on_truncated: \"yes\" is none of error, use");
     write("bad.csv", "t;a\n0;1\n1;x\n");
     EXPECT_EQ(errorOf("[source.s]\nfile = \"bad.csv\"\n"),
               "d.toml:2: source.s.file: bad.csv: line 3, column 2: \"x\" is no number");
@@ -164,17 +203,36 @@ TEST_F(DiagramError, Recordings) {
 TEST_F(DiagramError, DataThatIsNeverTaken) {
     writeWav("long.wav", sine(128, 4));
     int code = 0;
-    EXPECT_EQ(errorOf(source + "[source.l]\nfile = \"long.wav\"\nblock = 32\n[block.back]\n"
-                               "type = 5005\n[wire]\n\"back.R\" = \"s\"\n\"back.I\" = \"l\"\n",
-                      code),
-              "d.toml:7: block.back: the data at back.I is not taken, nothing comes to back.R");
+    EXPECT_EQ(
+        errorOf(source + "[source.l]\nfile = \"long.wav\"\nblock = 32\n[block.back]\n"
+                         "type = 5005\n[wire]\n\"back.R\" = \"s\"\n\"back.I\" = \"l\"\n",
+                code),
+        "d.toml:7: block.back: the data at back.I is not taken, nothing more comes to back.R");
     EXPECT_EQ(code, kStalled);
 }
 
-TEST_F(DiagramError, DataThatIsNeverTakenForWantOfAWire) {
+TEST_F(DiagramError, DataThatIsNeverTakenBecauseItDoesNotFit) {
+    writeWav("two.wav", sine(128, 4), 2);
     int code = 0;
-    EXPECT_EQ(errorOf(source + "[block.dual]\ntype = 5006\n[wire]\n\"dual.E\" = \"s\"\n", code),
-              "d.toml:4: block.dual: the data at dual.E is not taken, not wired: dual.A, dual.T");
+    EXPECT_EQ(
+        errorOf(source + "[source.l]\nfile = \"two.wav\"\nblock = 64\n[block.dual]\n"
+                         "type = 5006\n[wire]\n\"dual.E\" = \"s\"\n\"dual.A\" = \"l\"\n",
+                code),
+        "d.toml:7: block.dual: the data at dual.E, dual.A is not taken, its inputs do not fit "
+        "together: dual.E has 32 values in 1 channel, dual.A has 128 values in 2 channels");
+    EXPECT_EQ(code, kStalled);
+}
+
+// What is held up before it is not to blame.
+TEST_F(DiagramError, DataThatIsNeverTakenIsNamedWhereItStops) {
+    writeWav("long.wav", sine(128, 4));
+    int code = 0;
+    EXPECT_EQ(
+        errorOf(source + "[source.l]\nfile = \"long.wav\"\nblock = 32\n[block.low]\n"
+                         "type = \"Filter\"\n[block.dual]\ntype = 5006\n[wire]\n"
+                         "\"low.E\" = \"l\"\n\"dual.E\" = \"s\"\n\"dual.A\" = \"low.A\"\n",
+                code),
+        "d.toml:9: block.dual: the data at dual.A is not taken, nothing more comes to dual.E");
     EXPECT_EQ(code, kStalled);
 }
 

@@ -54,6 +54,46 @@ TEST_F(Keywords, OfTheTableAreThoseOfTheModuleInItsOrder) {
     }
 }
 
+TEST_F(Keywords, AndInputsAreThoseOfTheModule) {
+    for (const BlockMeaning& meaning : blockMeanings()) {
+        SCOPED_TRACE(meaning.code);
+        PlacedBlock block(host, meaning.code);
+        for (const InputMeaning& input : meaning.inputs) {
+            if (input.need != InputNeed::atTrigger) continue;
+            block.set(input.keyword, meaning.keyword(input.keyword)->choice("trigger")->number);
+        }
+        block.initSim();
+        std::vector<std::string> letters;
+        for (const InputMeaning& input : meaning.inputs)
+            letters.emplace_back(input.letter);
+        EXPECT_EQ(connectorNames(block.inputLabels()), letters);
+        block.stop();
+    }
+}
+
+TEST_F(Keywords, NeedTheInputsThatTheTableCallsNeeded) {
+    int tried = 0;
+    for (const BlockMeaning& meaning : blockMeanings()) {
+        for (std::size_t missing = 0; missing < meaning.inputs.size(); ++missing) {
+            if (meaning.inputs[missing].need != InputNeed::always) continue;
+            SCOPED_TRACE(std::string(meaning.inputs[missing].letter));
+            PlacedBlock block(host, meaning.code);
+            block.initSim();
+            block.wireAll();
+            block.wireInput(static_cast<int>(missing), kUnwired);
+            for (std::size_t i = 0; i < block.inputLabels().size(); ++i) {
+                if (i != missing) block.put(static_cast<int>(i), timeSignal(sine(480, 4)));
+            }
+            block.simulate();
+            for (std::size_t i = 0; i < block.outputLabels().size(); ++i)
+                EXPECT_FALSE(block.delivered(static_cast<int>(i))) << meaning.code;
+            block.stop();
+            ++tried;
+        }
+    }
+    EXPECT_EQ(tried, 12);  // E of all but the inverse, its R and I, the response of two signals
+}
+
 TEST_F(Keywords, OfANewBlockHaveTheValuesThatTheTableGivesIt) {
     for (const BlockMeaning& meaning : blockMeanings()) {
         SCOPED_TRACE(meaning.code);
@@ -240,7 +280,8 @@ TEST_F(Keywords, ThatDoNotFitTogetherAreRefusedWithThePlace) {
         {kLevel, "PkFreqOut = 48001\n",
          "d.toml:3: block.b.PkFreqOut: levels come at most at the sample rate, 48000 Hz (PkFreqOut "
          "is 48001)"},
-        {kStatistik, "PkOutMode = 2\n", "d.toml:1: block.b.PkAllOn: at least one measure is on"},
+        {kStatistik, "PkOutMode = 2\n",
+         "d.toml:1: block.b.PkAllOn: at least one measure must be on"},
     };
     for (const WrongSettings& wrong : all) {
         EXPECT_THAT(errorWith(wrong.code, wrong.settings), StartsWith(wrong.error))

@@ -53,6 +53,88 @@ TEST_F(SourceTest, TheTailIsKeptDroppedOrPadded) {
     EXPECT_THAT(withTail("pad").second, HasSubstr("; 1 zeros added at the end"));
 }
 
+// Forty samples in blocks of sixteen: two whole ones and a rest of eight.
+class ShortRest : public SourceTest {
+protected:
+    ShortRest() { writeWav("s.wav", sine(40, 3)); }
+
+    struct Outcome {
+        std::vector<int> samples;  // of the data blocks at the place
+        std::vector<std::string> notes;
+        std::string table;
+    };
+    Outcome outcomeOf(const std::string& tail, const std::string& blocks, const ConnectorName& at,
+                      const std::string& more = "") {
+        Outcome outcome;
+        run("[source.s]\nfile = \"s.wav\"\nblock = 16\n" + tail + blocks + "[sink.x]\nfrom = \"" +
+                at.text() + "\"\ncsv = \"x.csv\"\n" + more,
+            [&](const RunResult& result) {
+                for (const ChannelData& block : result.collected(at).blocks)
+                    outcome.samples.push_back(block.samples());
+                outcome.notes = result.notes;
+                outcome.table = result.tables[0];
+            });
+        return outcome;
+    }
+    const std::string fft = "[block.f]\ntype = \"FFT\"\n[wire]\n\"f.E\" = \"s\"\n";
+    const std::string filteredFft =
+        "[block.w]\ntype = 5008\n[block.f]\ntype = \"FFT\"\n"
+        "[wire]\n\"w.E\" = \"s\"\n\"f.E\" = \"w.A\"\n";
+};
+
+TEST_F(ShortRest, IsInNoSpectrumUnlessTheSourceSaysSo) {
+    const std::string note =
+        "f: the recording ends with 8 of the 16 samples of a data block, which is in no spectrum "
+        "(tail = \"pad\" or \"keep\" of the source takes it in)";
+    for (const std::string& blocks : {fft, filteredFft}) {
+        const Outcome whole = outcomeOf("", blocks, {"f", "S", {}});
+        EXPECT_THAT(whole.samples, ElementsAre(8, 8));
+        EXPECT_THAT(whole.notes, ::testing::Contains(note));
+        EXPECT_THAT(whole.table, ::testing::StartsWith("f [Hz],f.S #1,f.S #2\n0,"));
+    }
+    const Outcome padded = outcomeOf("tail = \"pad\"\n", fft, {"f", "S", {}});
+    EXPECT_THAT(padded.samples, ElementsAre(8, 8, 8));
+    EXPECT_THAT(padded.notes, SizeIs(1));
+    const Outcome dropped = outcomeOf("tail = \"drop\"\n", fft, {"f", "S", {}});
+    EXPECT_THAT(dropped.samples, ElementsAre(8, 8));
+    EXPECT_THAT(dropped.notes, SizeIs(1));
+}
+
+TEST_F(ShortRest, IsASpectrumOfOtherLinesWhereItIsKept) {
+    std::vector<std::string> notes;
+    run("[source.s]\nfile = \"s.wav\"\nblock = 16\ntail = \"keep\"\n" + fft +
+            "[sink.x]\nfrom = \"f.S\"\nsvg = \"x.svg\"\naverage = \"mean\"\n",
+        [&](const RunResult& result) { notes = result.notes; });
+    EXPECT_THAT(notes, ::testing::Contains("f: the last data block has 8 instead of 16 samples and "
+                                           "a spectrum of other lines"));
+}
+
+TEST_F(ShortRest, IsKeptInTimeAndOnTheWayBackIntoTime) {
+    EXPECT_THAT(outcomeOf("", fft, {"s", "", {}}).samples, ElementsAre(16, 16, 8));
+    const Outcome back =
+        outcomeOf("",
+                  "[block.f]\ntype = \"FFT\"\nPkAmplType = \"REALIMAGINAER\"\n[block.b]\n"
+                  "type = 5005\n[wire]\n\"f.E\" = \"s\"\n\"b.R\" = \"f.R\"\n\"b.I\" = \"f.I\"\n",
+                  {"b", "A", {}});
+    EXPECT_THAT(back.samples, ElementsAre(16, 16, 8));
+    EXPECT_THAT(back.notes, SizeIs(1));
+}
+
+TEST_F(ShortRest, OfTwoSignalsIsLeftOutOfBothAndToldOnce) {
+    const Outcome two = outcomeOf(
+        "", "[block.f]\ntype = 5006\n[wire]\n\"f.E\" = \"s\"\n\"f.A\" = \"s\"\n", {"f", "A", {}});
+    EXPECT_THAT(two.samples, ElementsAre(8, 8));
+    EXPECT_THAT(two.notes, SizeIs(2));
+}
+
+// Else nothing at all would come of it.
+TEST_F(ShortRest, ThatIsAllThereIsIsOneSpectrum) {
+    writeWav("s.wav", sine(12, 1));
+    const Outcome one = outcomeOf("", fft, {"f", "S", {}});
+    EXPECT_THAT(one.samples, ElementsAre(6));
+    EXPECT_THAT(one.notes, SizeIs(1));
+}
+
 TEST_F(SourceTest, ChannelsAreChosenInTheGivenOrder) {
     writeWav("s.wav", {0.1F, 0.2F, 0.3F, 0.4F, 0.5F, 0.6F}, 3);
     run("[source.s]\nfile = \"s.wav\"\nchannels = [3, 1]\n[sink.x]\nfrom = \"s\"\ncsv = \"x\"\n",
@@ -62,6 +144,92 @@ TEST_F(SourceTest, ChannelsAreChosenInTheGivenOrder) {
             EXPECT_NEAR(block.at(0, 0), 0.3F, 1e-4F);
             EXPECT_NEAR(block.at(1, 1), 0.4F, 1e-4F);
         });
+}
+
+// --- Recordings that were cut off -----------------------------------------------------------
+
+class CutRecording : public SourceTest {
+protected:
+    // Two channels of eight samples, 16 bits; behind a head of 44 bytes.
+    CutRecording() {
+        for (int i = 0; i < 16; ++i)
+            samples_.push_back(static_cast<float>(i) / 32768);
+        whole_ = read(writeWav("s.wav", samples_, 2));
+    }
+
+    struct Outcome {
+        std::vector<float> values;
+        std::string note;
+    };
+    Outcome used(const std::string& bytes) {
+        write("s.wav", bytes);
+        Outcome outcome;
+        run("[source.s]\nfile = \"s.wav\"\nblock = 4\non_truncated = \"use\"\n"
+            "[sink.x]\nfrom = \"s\"\ncsv = \"x\"\n",
+            [&](const RunResult& result) {
+                outcome = {valuesOf(result, "s"), result.notes.at(0)};
+            });
+        return outcome;
+    }
+    std::string refused(const std::string& bytes) {
+        write("s.wav", bytes);
+        return errorOf("[source.s]\nfile = \"s.wav\"\n");
+    }
+    std::vector<float> first(std::size_t frames) const {
+        return {samples_.begin(), samples_.begin() + static_cast<std::ptrdiff_t>(2 * frames)};
+    }
+    std::string whole() const { return whole_; }
+
+private:
+    std::vector<float> samples_;
+    std::string whole_;
+};
+
+constexpr std::size_t kWavHead = 44;
+
+TEST_F(CutRecording, IsReadAsFarAsItGoesAndSaysWhatIsMissing) {
+    EXPECT_THAT(used(whole()).note, ::testing::EndsWith("8 samples at 8000 Hz, 2 channels"));
+    // Five samples per channel and a half one.
+    const Outcome cut = used(whole().substr(0, kWavHead + 5 * 4 + 1));
+    EXPECT_EQ(cut.values, first(5));
+    EXPECT_THAT(cut.note, ::testing::EndsWith(
+                              "s.wav, 5 samples at 8000 Hz, 2 channels; truncated, 3 of the 8 "
+                              "samples per channel that its head promises are missing "
+                              "(0.000375 s, 11 bytes)"));
+    // To the end of a data block.
+    EXPECT_EQ(used(whole().substr(0, kWavHead + 4 * 4)).values, first(4));
+}
+
+TEST_F(CutRecording, IsRefusedWithTheKeyThatWouldTakeIt) {
+    EXPECT_EQ(
+        refused(whole().substr(0, kWavHead + 21)),
+        "d.toml:2: source.s.file: s.wav: is truncated: its head promises 8 samples per "
+        "channel, the file holds 5 (on_truncated = \"use\" of the source takes what is there)");
+    EXPECT_EQ(refused(whole()), "");
+}
+
+TEST_F(CutRecording, MayHaveAHeadThatWasNeverFinished) {
+    for (const char* size : {"\0\0\0\0", "\xFF\xFF\xFF\xFF"}) {
+        std::string bytes = whole();
+        bytes.replace(4, 4, size, 4);
+        bytes.replace(kWavHead - 4, 4, size, 4);
+        EXPECT_EQ(
+            refused(bytes),
+            "d.toml:2: source.s.file: s.wav: is truncated: its head does not say where it ends "
+            "(on_truncated = \"use\" of the source takes what is there)");
+        const Outcome cut = used(bytes);
+        EXPECT_EQ(cut.values, first(8));
+        EXPECT_THAT(cut.note, ::testing::EndsWith("; its head does not say where it ends"));
+    }
+}
+
+TEST_F(CutRecording, NeedsASampleAtLeast) {
+    for (const char* key : {"", "on_truncated = \"use\"\n"}) {
+        write("s.wav", whole().substr(0, kWavHead + 3));
+        EXPECT_THAT(errorOf(std::string("[source.s]\nfile = \"s.wav\"\n") + key),
+                    ::testing::StartsWith("d.toml:2: source.s.file: s.wav: "));
+    }
+    EXPECT_THAT(refused(whole().substr(0, kWavHead - 2)), HasSubstr("holds no samples"));
 }
 
 TEST_F(SourceTest, AnotherRecordingReplacesASource) {
