@@ -18,8 +18,12 @@ namespace vynhost {
 namespace {
 
 constexpr int kMostChannels = 1024;  // no file may claim more
+constexpr const char* kUseHint = " (on_truncated = \"use\" of the source takes what is there)";
 
 // --- WAV ------------------------------------------------------------------------------------
+
+constexpr std::size_t kRiffHead = 8;           // bytes before those that it counts
+constexpr std::int64_t kUnknown = 0xFFFFFFFF;  // a size that is told elsewhere, or by nobody
 
 enum Coding { kPcm = 1, kFloat = 3, kExtensible = 0xFFFE };
 
@@ -50,7 +54,8 @@ float sampleOf(const char* bytes, int coding, int bits) {
 
 class WavRecording : public Recording {
 public:
-    explicit WavRecording(const std::filesystem::path& file) : in_(file, std::ios::binary) {
+    WavRecording(const std::filesystem::path& file, Truncated truncated)
+        : in_(file, std::ios::binary), truncated_(truncated) {
         if (!in_) throw RecordingError("can't be opened");
         std::error_code error;
         size_ = static_cast<std::int64_t>(std::filesystem::file_size(file, error));
@@ -103,8 +108,10 @@ private:
             } else if (chunk->name == "fmt ") {
                 readFormat(chunk->bytes);
             } else if (chunk->name == "data") {
-                const bool isLong = kind == "RF64" && chunk->bytes == 0xFFFFFFFF;
-                beginData(start, isLong ? longDataBytes : chunk->bytes);
+                const bool isLong = kind == "RF64" && chunk->bytes == kUnknown;
+                const std::int64_t riffBytes = littleEndian<std::uint32_t>(&riff[4]);
+                beginData(start, isLong ? longDataBytes : chunk->bytes,
+                          riffBytes + std::int64_t{kRiffHead} > start);
                 return;
             }
             in_.seekg(start + chunk->bytes + chunk->bytes % 2);
@@ -139,18 +146,33 @@ private:
         }
     }
 
-    void beginData(std::int64_t start, std::int64_t bytes) {
+    // A recorder that was cut off may have left a head that knows of no end: sizes of 0, or the
+    // largest ones.
+    void beginData(std::int64_t start, std::int64_t bytes, bool headGoesOn) {
         if (channels_ == 0) throw RecordingError("has a damaged head");
         const std::int64_t frameBytes = std::int64_t{bits_} / 8 * channels_;
-        frames_ = bytes / frameBytes;
-        const std::int64_t held = (size_ - start) / frameBytes;
-        if (bytes < 0 || held < frames_) {
-            throw RecordingError("is truncated: its head promises " + std::to_string(frames_) +
-                                 " samples per channel, the file holds " + std::to_string(held));
+        const std::int64_t held = size_ - start;
+        const bool endIsUnknown =
+            bytes < 0 || bytes == kUnknown || (bytes == 0 && held > 0 && !headGoesOn);
+        frames_ = endIsUnknown ? held / frameBytes : bytes / frameBytes;
+        const bool isShort = held / frameBytes < frames_;
+        if ((endIsUnknown || isShort) && truncated_ == Truncated::refuse) {
+            throw RecordingError(endIsUnknown
+                                     ? "is truncated: its head does not say where it ends" +
+                                           std::string(kUseHint)
+                                     : truncatedText(frames_, held / frameBytes));
         }
+        if (endIsUnknown) {
+            missing_ = "its head does not say where it ends";
+        } else if (isShort) {
+            const std::int64_t promised = std::exchange(frames_, held / frameBytes);
+            missing_ = missingText(promised - frames_, promised, rate_, bytes - held);
+        }
+        if (frames_ == 0) throw RecordingError("holds no samples");
     }
 
     std::ifstream in_;
+    Truncated truncated_;
     std::int64_t size_ = 0;
     std::int64_t position_ = 0;
     int coding_ = 0;
@@ -468,8 +490,21 @@ std::unique_ptr<Recording> silence(int channels, double rate, std::int64_t frame
     return std::make_unique<Silence>(channels, rate, frames);
 }
 
-std::unique_ptr<Recording> openWav(const std::filesystem::path& file) {
-    return std::make_unique<WavRecording>(file);
+std::string missingText(std::int64_t samples, std::int64_t promised, double rate,
+                        std::optional<std::int64_t> bytes) {
+    return "truncated, " + std::to_string(samples) + " of the " + std::to_string(promised) +
+           " samples per channel that its head promises are missing (" +
+           toText(static_cast<double>(samples) / rate, 6) + " s" +
+           (bytes ? ", " + std::to_string(*bytes) + " bytes" : "") + ")";
+}
+
+std::string truncatedText(std::int64_t promised, std::int64_t held) {
+    return "is truncated: its head promises " + std::to_string(promised) +
+           " samples per channel, the file holds " + std::to_string(held) + kUseHint;
+}
+
+std::unique_ptr<Recording> openWav(const std::filesystem::path& file, Truncated truncated) {
+    return std::make_unique<WavRecording>(file, truncated);
 }
 
 std::unique_ptr<Recording> openCsv(const std::filesystem::path& file, std::optional<double> rate) {
@@ -477,14 +512,14 @@ std::unique_ptr<Recording> openCsv(const std::filesystem::path& file, std::optio
 }
 
 std::unique_ptr<Recording> openRecording(const std::filesystem::path& file,
-                                         std::optional<double> rate) {
+                                         std::optional<double> rate, Truncated truncated) {
     if (!std::filesystem::is_regular_file(file)) throw RecordingError("no such file");
     const std::string ending = file.extension().string();
-    if (isWav(file) || equalIgnoringCase(ending, ".wav")) return openWav(file);
+    if (isWav(file) || equalIgnoringCase(ending, ".wav")) return openWav(file, truncated);
     for (const char* table : {".csv", ".tsv", ".txt"}) {
         if (equalIgnoringCase(ending, table)) return openCsv(file, rate);
     }
-    return openOtherAudio(file);
+    return openOtherAudio(file, truncated);
 }
 
 }  // namespace vynhost

@@ -33,6 +33,9 @@ public:
     Channel channel(std::size_t index) const {
         return index < described_.size() ? described_[index] : Channel{};
     }
+    // What of a recording that is used although it is truncated is missing; else empty. Known at
+    // its end.
+    const std::string& missing() const noexcept { return missing_; }
 
     // Reads as many whole frames as the span holds or the recording has left, and gives their
     // number. Raises RecordingError when the file ends before its head says so.
@@ -44,20 +47,33 @@ protected:
     std::int64_t frames_ = 0;
     double start_ = 0;
     std::vector<Channel> described_;
+    std::string missing_;
 };
 
+// What becomes of a recording that ends before its head says so.
+enum class Truncated { refuse, use };
+
 // Opens by content and name: WAV, CSV (*.csv, *.tsv, *.txt), else what the audio library reads.
-// `rate` says that a CSV file has no x column. Integer samples are scaled to full scale = 1.
+// `rate` says that a CSV file has no x column. Integer samples are scaled to full scale = 1. Raises
+// RecordingError, also for a truncated recording that is not to be used.
 std::unique_ptr<Recording> openRecording(const std::filesystem::path& file,
-                                         std::optional<double> rate);
+                                         std::optional<double> rate,
+                                         Truncated truncated = Truncated::refuse);
 
 // Zeros.
 std::unique_ptr<Recording> silence(int channels, double rate, std::int64_t frames);
 
 // The readers behind it.
-std::unique_ptr<Recording> openWav(const std::filesystem::path& file);
+std::unique_ptr<Recording> openWav(const std::filesystem::path& file,
+                                   Truncated truncated = Truncated::refuse);
 std::unique_ptr<Recording> openCsv(const std::filesystem::path& file, std::optional<double> rate);
 // Defined per system; raises RecordingError where there is no audio library.
-std::unique_ptr<Recording> openOtherAudio(const std::filesystem::path& file);
+std::unique_ptr<Recording> openOtherAudio(const std::filesystem::path& file, Truncated truncated);
+
+// The text of `missing` for `bytes` (none: nobody knows) and samples per channel behind the end.
+std::string missingText(std::int64_t samples, std::int64_t promised, double rate,
+                        std::optional<std::int64_t> bytes);
+// What to say instead of using it.
+std::string truncatedText(std::int64_t promised, std::int64_t held);
 
 }  // namespace vynhost

@@ -19,7 +19,9 @@ std::unique_ptr<Recording> noiseCarrier(const SourceEntry& entry) {
 
 std::unique_ptr<Recording> openFor(const SourceEntry& entry, const std::filesystem::path& file) {
     try {
-        return file.empty() ? noiseCarrier(entry) : openRecording(file, entry.rate);
+        if (file.empty()) return noiseCarrier(entry);
+        return openRecording(file, entry.rate,
+                             entry.usesTruncated ? Truncated::use : Truncated::refuse);
     } catch (const RecordingError& error) {
         throw InputError(entry.filePlace, textOf(file) + ": " + error.what());
     }
@@ -138,6 +140,7 @@ std::string Source::note() const {
                        std::to_string(channels_.size()) +
                        (channels_.size() == 1 ? " channel" : " channels");
     if (unitIsFiles_) note += " in " + unit_;
+    if (!recording_->missing().empty()) note += "; " + recording_->missing();
     if (rest_ > 0 && entry_->tail == Tail::drop) {
         note += "; the last " + std::to_string(rest_) + " left out";
     } else if (rest_ > 0 && entry_->tail == Tail::pad) {

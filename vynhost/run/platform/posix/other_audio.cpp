@@ -9,8 +9,8 @@ namespace {
 
 class AudioRecording : public Recording {
 public:
-    explicit AudioRecording(const std::filesystem::path& file)
-        : file_(::sf_open(file.c_str(), SFM_READ, &info_), &::sf_close) {
+    AudioRecording(const std::filesystem::path& file, Truncated truncated)
+        : file_(::sf_open(file.c_str(), SFM_READ, &info_), &::sf_close), truncated_(truncated) {
         if (!file_) throw RecordingError("is no recording that can be read here");
         channels_ = info_.channels;
         rate_ = info_.samplerate;
@@ -22,9 +22,10 @@ public:
             static_cast<sf_count_t>(interleaved.size()) / channels_, frames_ - position_);
         const sf_count_t got = ::sf_readf_float(file_.get(), interleaved.data(), wanted);
         if (got != wanted) {
-            throw RecordingError("is truncated: its head promises " + std::to_string(frames_) +
-                                 " samples per channel, the file holds " +
-                                 std::to_string(position_ + got));
+            const std::int64_t held = position_ + got;
+            if (truncated_ == Truncated::refuse) throw RecordingError(truncatedText(frames_, held));
+            missing_ = missingText(frames_ - held, frames_, rate_, std::nullopt);
+            frames_ = held;
         }
         position_ += got;
         return static_cast<std::size_t>(got);
@@ -33,13 +34,14 @@ public:
 private:
     SF_INFO info_{};
     std::unique_ptr<SNDFILE, int (*)(SNDFILE*)> file_;
+    Truncated truncated_;
     sf_count_t position_ = 0;
 };
 
 }  // namespace
 
-std::unique_ptr<Recording> openOtherAudio(const std::filesystem::path& file) {
-    return std::make_unique<AudioRecording>(file);
+std::unique_ptr<Recording> openOtherAudio(const std::filesystem::path& file, Truncated truncated) {
+    return std::make_unique<AudioRecording>(file, truncated);
 }
 
 }  // namespace vynhost
