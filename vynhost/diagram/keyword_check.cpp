@@ -216,15 +216,15 @@ void checkInputs(const BlockMeaning& block, const BlockEntry& entry, const Keywo
             throw InputError(entry.place, name + " (" + std::string(input.says) +
                                               ") is not wired, and nothing is computed without it");
         }
-        const bool triggered = values.is(input.keyword, "trigger");
-        if (triggered && wire == wires.end()) {
+        const bool read = input.isRead(values);
+        if (read && wire == wires.end()) {
             throw InputError(placeOf(entry, std::span(&input.keyword, 1)),
-                             "is \"trigger\", but " + name + " (" + std::string(input.says) +
+                             std::string(input.when) + ", but " + name + " (" +
+                                 std::string(input.says) +
                                  ") is not wired, so nothing would ever start anew");
         }
-        if (!triggered && wire != wires.end()) {
-            throw InputError(wire->second, name + " is read only where " +
-                                               std::string(input.keyword) + " is \"trigger\"");
+        if (!read && wire != wires.end()) {
+            throw InputError(wire->second, name + " is read only where " + std::string(input.when));
         }
     }
 }

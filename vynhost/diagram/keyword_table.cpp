@@ -660,17 +660,29 @@ constexpr KeywordRule kLevelRules[] = {
 
 // --- Inputs ---------------------------------------------------------------------------------
 
-constexpr InputMeaning triggerOf(std::string_view keyword) {
-    return {"T", "the trigger", InputNeed::atTrigger, keyword};
+constexpr InputMeaning trigger(std::string_view keyword, std::string_view when,
+                               bool (*isRead)(const KeywordValues& values)) {
+    return {"T", "the trigger", InputNeed::conditional, keyword, when, isRead};
 }
+constexpr InputMeaning kClassTrigger =
+    trigger("PkReset", "PkReset is \"trigger\"",
+            [](const KeywordValues& v) { return v.is("PkReset", "trigger"); });
+constexpr InputMeaning kDualTrigger =
+    trigger("PkResetMode", "PkResetMode is \"trigger\"",
+            [](const KeywordValues& v) { return v.is("PkResetMode", "trigger"); });
+constexpr InputMeaning kAverageTrigger =
+    trigger("PkResetMode", "PkResetMode is \"trigger\" and PkMode is \"data blocks\"",
+            [](const KeywordValues& v) {
+                return v.is("PkResetMode", "trigger") && v.is("PkMode", "data blocks");
+            });
 constexpr InputMeaning kData[] = {{"E", "the data"}};
-constexpr InputMeaning kClassified[] = {{"E", "the data"}, triggerOf("PkReset")};
-constexpr InputMeaning kAveraged[] = {{"E", "the data"}, triggerOf("PkResetMode")};
+constexpr InputMeaning kClassified[] = {{"E", "the data"}, kClassTrigger};
+constexpr InputMeaning kAveraged[] = {{"E", "the data"}, kAverageTrigger};
 constexpr InputMeaning kDataAndControl[] = {{"E", "the signal"},
                                             {"S", "the control values", InputNeed::optional}};
 constexpr InputMeaning kParts[] = {{"R", "the real parts"}, {"I", "the imaginary parts"}};
 constexpr InputMeaning kTwoSignals[] = {
-    {"E", "the excitation"}, {"A", "the response"}, triggerOf("PkResetMode")};
+    {"E", "the excitation"}, {"A", "the response"}, kDualTrigger};
 
 // --- All ------------------------------------------------------------------------------------
 

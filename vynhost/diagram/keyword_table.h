@@ -93,8 +93,8 @@ struct KeywordRule {
 };
 
 enum class InputNeed {
-    always,     // without it nothing is computed
-    atTrigger,  // where a keyword says "trigger"; else it is not read
+    always,       // without it nothing is computed
+    conditional,  // where the block is set so; else it is not read
     optional,
 };
 
@@ -103,7 +103,10 @@ struct InputMeaning {
     std::string_view letter;
     std::string_view says;  // what comes there
     InputNeed need = InputNeed::always;
-    std::string_view keyword = {};  // that says "trigger"
+    // Of a conditional one: the keyword that asks for it, when it is read, in words and as such.
+    std::string_view keyword = {};
+    std::string_view when = {};
+    bool (*isRead)(const KeywordValues& values) = nullptr;
 };
 
 struct BlockMeaning {

@@ -149,20 +149,33 @@ TEST_F(DiagramError, ATriggerThatIsNotThereOrNotRead) {
     const std::string wires = "[wire]\n\"dual.E\" = \"s\"\n\"dual.A\" = \"s\"\n";
     const std::string trigger = "\"dual.T\" = \"s\"\n";
     EXPECT_EQ(errorOf(dual + "PkResetMode = \"trigger\"\n" + wires),
-              "d.toml:6: block.dual.PkResetMode: is \"trigger\", but dual.T (the trigger) is not "
-              "wired, so nothing would ever start anew");
+              "d.toml:6: block.dual.PkResetMode: PkResetMode is \"trigger\", but dual.T (the "
+              "trigger) is not wired, so nothing would ever start anew");
     EXPECT_EQ(errorOf(dual + "PkResetMode = \"trigger\"\n" + wires + trigger), "");
     EXPECT_EQ(errorOf(dual + wires + trigger),
               "d.toml:9: wire.dual.T: dual.T is read only where PkResetMode is \"trigger\"");
-    for (const auto& [type, keyword] :
-         {std::pair<std::string, std::string>("5000", "PkReset"),
-          std::pair<std::string, std::string>("5003", "PkResetMode")}) {
-        EXPECT_EQ(errorOf(source + "[block.b]\ntype = " + type + "\n" + keyword +
-                          " = \"trigger\"\n[wire]\n\"b.E\" = \"s\"\n"),
-                  "d.toml:6: block.b." + keyword +
-                      ": is \"trigger\", but b.T (the trigger) is not "
-                      "wired, so nothing would ever start anew");
-    }
+    EXPECT_EQ(errorOf(source + "[block.b]\ntype = 5000\nPkReset = \"trigger\"\n[wire]\n"
+                               "\"b.E\" = \"s\"\n"),
+              "d.toml:6: block.b.PkReset: PkReset is \"trigger\", but b.T (the trigger) is not "
+              "wired, so nothing would ever start anew");
+}
+
+// What this block does not do over data blocks it does without looking at its trigger.
+TEST_F(DiagramError, ATriggerOfAverages) {
+    const auto error = [&](const std::string& mode, const std::string& wire) {
+        return errorOf(source + "[block.b]\ntype = 5003\nPkMode = \"" + mode +
+                       "\"\nPkResetMode = \"trigger\"\n[wire]\n\"b.E\" = \"s\"\n" + wire);
+    };
+    const std::string wire = "\"b.T\" = \"s\"\n";
+    EXPECT_EQ(error("data blocks", wire), "");
+    EXPECT_EQ(error("moving average", ""), "");
+    EXPECT_EQ(error("data blocks", ""),
+              "d.toml:7: block.b.PkResetMode: PkResetMode is \"trigger\" and PkMode is \"data "
+              "blocks\", but b.T (the trigger) is not wired, so nothing would ever start anew");
+    EXPECT_EQ(
+        error("moving average", wire),
+        "d.toml:10: wire.b.T: b.T is read only where PkResetMode is \"trigger\" and PkMode is "
+        "\"data blocks\"");
 }
 
 TEST_F(DiagramError, Cycle) {

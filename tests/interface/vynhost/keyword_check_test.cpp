@@ -59,7 +59,7 @@ TEST_F(Keywords, AndInputsAreThoseOfTheModule) {
         SCOPED_TRACE(meaning.code);
         PlacedBlock block(host, meaning.code);
         for (const InputMeaning& input : meaning.inputs) {
-            if (input.need != InputNeed::atTrigger) continue;
+            if (input.need != InputNeed::conditional) continue;
             block.set(input.keyword, meaning.keyword(input.keyword)->choice("trigger")->number);
         }
         block.initSim();
