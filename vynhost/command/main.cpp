@@ -5,12 +5,15 @@
 #include <deque>
 #include <iostream>
 #include <map>
+#include <optional>
 
 #include "vynhost/base/errors.h"
 #include "vynhost/base/text.h"
 #include "vynhost/command/dialog_command.h"
 #include "vynhost/command/doctor.h"
 #include "vynhost/command/list.h"
+#include "vynhost/command/platform/terminal.h"
+#include "vynhost/command/progress_line.h"
 #include "vynhost/command/skeleton.h"
 #include "vynhost/diagram/catalogue.h"
 #include "vynhost/diagram/diagram.h"
@@ -43,6 +46,7 @@ struct RunArguments {
     std::string csv = "en";
     bool force = false;
     bool quiet = false;
+    bool noProgress = false;
 };
 
 // The one line that an error is, on standard error.
@@ -126,13 +130,21 @@ int run(const RunArguments& arguments) {
     std::deque<Comparer> comparers;
     for (const CompareEntry& entry : diagram.comparisons)
         comparers.emplace_back(entry, runner);
+    std::optional<ProgressLine> progress;
+    if (const auto columns = platform::terminalColumns();
+        columns && !arguments.quiet && !arguments.noProgress) {
+        progress.emplace(std::cerr, *columns);
+        runner.watch([&](const Runner::Progress& now) { progress->show(now); });
+    }
     runner.run();
+    if (progress) progress->say("writing the results");
     std::vector<Comparison> comparisons;
     comparisons.reserve(comparers.size());
     for (const Comparer& comparer : comparers)
         comparisons.push_back(comparer.result());
     for (Sink& sink : sinks)
         sink.finish();
+    progress.reset();
     if (!arguments.quiet) {
         for (const std::string& note : runner.notes())
             say(note);
@@ -208,7 +220,9 @@ int obey(const std::vector<std::string>& words) {
         ->check(CLI::IsMember({"en", "de"}));
     runCommand->add_flag("--force", runArguments.force,
                          "Replace files that no run has written, too");
-    runCommand->add_flag("--quiet", runArguments.quiet, "Errors only");
+    runCommand->add_flag("-q,--quiet", runArguments.quiet, "Errors only");
+    runCommand->add_flag("--no-progress", runArguments.noProgress,
+                         "No line on a terminal that says how far the run is");
     runCommand->callback([&] { code = run(runArguments); });
 
     DialogArguments dialogArguments;

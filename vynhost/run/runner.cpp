@@ -337,6 +337,7 @@ void Runner::run() {
                 moves |= step(*node);
                 moves |= handOn(*node);
             }
+            if (watch_) watch_(progress());
             if (moves) continue;
             for (Node* node : order_)
                 moves |= endInterval(*node);
@@ -347,6 +348,15 @@ void Runner::run() {
         noteRest(*node);
         noteShortBlock(*node);
     }
+}
+
+Runner::Progress Runner::progress() const {
+    Progress longest;
+    for (const auto& feed : feeds_) {
+        const Progress of{feed->source.position(), feed->source.length()};
+        if (of.length > longest.length) longest = of;
+    }
+    return longest;
 }
 
 bool Runner::targetsFree(const Outlet& outlet) {

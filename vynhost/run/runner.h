@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "vynhost/diagram/diagram.h"
@@ -42,6 +43,15 @@ public:
     using Listener = std::function<void(const ChannelData& block)>;
     void listen(const ConnectorName& name, Listener take);
 
+    // How far the longest source has come, in seconds of its signal.
+    struct Progress {
+        double position = 0;
+        double length = 0;
+    };
+    using Watcher = std::function<void(const Progress& progress)>;
+    // `watch` is told with every round of data blocks.
+    void watch(Watcher watch) { watch_ = std::move(watch); }
+
     // A line each: what was read, what was left out or added.
     const std::vector<std::string>& notes() const noexcept { return notes_; }
 
@@ -73,6 +83,7 @@ private:
     std::vector<std::string> sourceNames() const;
     std::vector<std::string> blockNames() const;
 
+    Progress progress() const;
     bool feed(Feed& feed);
     bool step(Node& node);
     bool handOn(Node& node);
@@ -95,6 +106,7 @@ private:
     std::vector<std::unique_ptr<Node>> nodes_;
     std::vector<Node*> order_;
     std::vector<std::string> notes_;
+    Watcher watch_;
 };
 
 }  // namespace vynhost

@@ -103,6 +103,12 @@ std::optional<ChannelData> Source::next() {
     return data;
 }
 
+double Source::position() const { return static_cast<double>(position_) / recording_->rate(); }
+
+double Source::length() const {
+    return static_cast<double>(recording_->frames()) / recording_->rate();
+}
+
 std::size_t Source::readFrames(std::span<float> interleaved) {
     try {
         return recording_->read(interleaved);

@@ -36,6 +36,9 @@ public:
     // ends too early.
     std::optional<ChannelData> next();
     bool ended() const noexcept { return ended_; }
+    // In seconds of the signal.
+    double position() const;
+    double length() const;
 
     // In one line what was read, left out or added, once it has ended.
     std::string note() const;

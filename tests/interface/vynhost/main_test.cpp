@@ -1,5 +1,6 @@
 // The program itself.
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 
 #include "interface/vynhost/diagram_fixture.h"
@@ -280,6 +281,90 @@ TEST_F(MainTest, WhateverEndsTheRunLeavesNothingBehind) {
     EXPECT_EQ(code, 2);
     EXPECT_THAT(read(folder() / "err"), HasSubstr("x.csv: can't be written"));
     EXPECT_FALSE(std::filesystem::exists(folder() / "out"));
+}
+
+// --- A terminal ------------------------------------------------------------------------------
+
+class OnATerminal : public MainTest {
+protected:
+    OnATerminal() {
+        write("d.toml",
+              "[source.n]\nnoise = { rms = 1.0 }\nrate = 48000.0\nseconds = 1e6\n"
+              "[sink.x]\nfrom = \"n\"\nsvg = \"x.svg\"\n");
+    }
+    // What a run without end writes there until Ctrl-C; nothing without terminals.
+    std::optional<std::string> interrupted(
+        const std::string& options, int columns,
+        const std::function<bool(const std::string&)>& enough) const {
+        return platform::runOnTerminal(
+            "exec \"" + textOf(platform::programFolder() / platform::kHostProgram) + "\" run " +
+                at("d.toml") + " --out " + at("out") + options + " > " + at("said"),
+            columns, enough);
+    }
+    // The lines that are to be seen in the end, without what was written over.
+    static std::vector<std::string> screen(const std::string& written) {
+        std::vector<std::string> lines(1);
+        std::size_t column = 0;
+        for (const char c : written) {
+            if (c == '\r') {
+                column = 0;
+            } else if (c == '\n') {
+                lines.emplace_back();
+            } else {
+                std::string& line = lines.back();
+                line.resize(std::max(line.size(), column + 1), ' ');
+                line[column++] = c;
+            }
+        }
+        for (std::string& line : lines)
+            line.erase(line.find_last_not_of(' ') + 1);
+        return lines;
+    }
+    static std::size_t updates(const std::string& written) {
+        std::size_t count = 0;
+        for (std::size_t at = 0; (at = written.find(" x real time, ", at)) != std::string::npos;
+             ++at)
+            ++count;
+        return count;
+    }
+};
+
+TEST_F(OnATerminal, ALastingRunSaysHowFarItIsAndTakesTheLineAway) {
+    const auto begin = std::chrono::steady_clock::now();
+    const auto written =
+        interrupted("", 80, [](const std::string& all) { return updates(all) >= 3; });
+    if (!written) GTEST_SKIP() << "no terminals here";
+    const double seconds =
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+    EXPECT_THAT(*written,
+                ::testing::ContainsRegex("\r[0-9]+:[0-9:]+ of 277:46:40 \\([0-9]+ %\\), [0-9.]+ x "
+                                         "real time, [0-9]+:[0-9:]+ left"));
+    EXPECT_LE(static_cast<double>(updates(*written)), 4 * seconds + 1);
+    EXPECT_THAT(screen(*written),
+                ::testing::ElementsAre("vynhost: interrupted, no file is written", ""));
+    EXPECT_EQ(read(folder() / "said"), "");
+}
+
+TEST_F(OnATerminal, ANarrowOneHasOneLineOnly) {
+    constexpr int kColumns = 24;
+    const auto written = interrupted("", kColumns, [](const std::string& all) {
+        return std::count(all.begin(), all.end(), '\r') >= 3;
+    });
+    if (!written) GTEST_SKIP() << "no terminals here";
+    const std::string line = written->substr(0, written->find('\r', 1));
+    EXPECT_EQ(line.size(), std::size_t{kColumns});  // with the sign before it, and one column free
+    EXPECT_EQ(screen(*written).size(), 2U);
+}
+
+TEST_F(OnATerminal, QuietRunsAndThoseWithoutProgressShowNone) {
+    for (const char* option : {" --no-progress", " -q"}) {
+        const auto begin = std::chrono::steady_clock::now();
+        const auto written = interrupted(option, 80, [&](const std::string&) {
+            return std::chrono::steady_clock::now() - begin > std::chrono::seconds(2);
+        });
+        if (!written) GTEST_SKIP() << "no terminals here";
+        EXPECT_EQ(*written, "vynhost: interrupted, no file is written\r\n") << option;
+    }
 }
 
 }  // namespace

@@ -3,6 +3,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <optional>
 #include <string>
 
 #include "vynhost/interface/module_interface.h"
@@ -25,5 +27,11 @@ void limitMemory(std::size_t bytes) noexcept;
 
 // Runs a command of the system's shell and gives its exit code.
 int runShell(const std::string& command);
+
+// Runs a command of the shell on a terminal of so many columns. Everything that comes is shown to
+// `enough` again and again; once that says so, Ctrl-C is pressed. All that came; nothing where the
+// system has no such terminal.
+std::optional<std::string> runOnTerminal(const std::string& command, int columns,
+                                         const std::function<bool(const std::string&)>& enough);
 
 }  // namespace vynhost::platform

@@ -1,8 +1,13 @@
 #include "support/platform/test_system.h"
 
+#include <poll.h>
+#include <pty.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
+#include <termios.h>
+#include <unistd.h>
 
+#include <array>
 #include <cstdlib>
 
 #include "vynhost/interface/platform/system.h"
@@ -39,6 +44,44 @@ void limitMemory(std::size_t bytes) noexcept {
 int runShell(const std::string& command) {
     const int status = std::system(command.c_str());
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+std::optional<std::string> runOnTerminal(const std::string& command, int columns,
+                                         const std::function<bool(const std::string&)>& enough) {
+    const winsize size{.ws_row = 24,
+                       .ws_col = static_cast<unsigned short>(columns),
+                       .ws_xpixel = 0,
+                       .ws_ypixel = 0};
+    int terminal = -1;
+    const pid_t child = ::forkpty(&terminal, nullptr, nullptr, &size);
+    if (child < 0) return std::nullopt;
+    if (child == 0) {
+        termios settings{};
+        ::tcgetattr(STDIN_FILENO, &settings);
+        settings.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+        ::tcsetattr(STDIN_FILENO, TCSANOW, &settings);
+        ::setenv("TERM", "xterm", 1);
+        ::execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
+        ::_exit(127);
+    }
+    constexpr int kPatience = 20;  // ms
+    constexpr char kCtrlC = '\x03';
+    std::string all;
+    bool pressed = false;
+    std::array<char, 4096> buffer{};
+    while (true) {
+        pollfd waiting{.fd = terminal, .events = POLLIN, .revents = 0};
+        if (::poll(&waiting, 1, kPatience) > 0) {
+            const ssize_t got = ::read(terminal, buffer.data(), buffer.size());
+            if (got <= 0) break;
+            all.append(buffer.data(), static_cast<std::size_t>(got));
+        }
+        if (!pressed && enough(all)) pressed = ::write(terminal, &kCtrlC, 1) == 1;
+    }
+    ::close(terminal);
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    return all;
 }
 
 }  // namespace vynhost::platform

@@ -46,4 +46,9 @@ int runShell(const std::string& command) {
     return ::_wsystem(std::filesystem::path(std::u8string(quoted.begin(), quoted.end())).c_str());
 }
 
+std::optional<std::string> runOnTerminal(const std::string&, int,
+                                         const std::function<bool(const std::string&)>&) {
+    return std::nullopt;
+}
+
 }  // namespace vynhost::platform
