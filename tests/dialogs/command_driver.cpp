@@ -11,10 +11,9 @@ namespace {
 
 constexpr DWORD kPatience = 120'000;  // ms; only a hanging program uses it up
 
-std::wstring programPath() {
-    std::wstring path(MAX_PATH, L'\0');
-    path.resize(::GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
-    return std::filesystem::path(path).parent_path() / "vynhost.exe";
+std::string contentOf(const std::filesystem::path& file) {
+    std::ifstream in(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
 }
 
 HANDLE openInheritable(const std::filesystem::path& file) {
@@ -44,8 +43,8 @@ DialogCommand::DialogCommand(const std::filesystem::path& diagram, const std::st
     start.dwFlags = STARTF_USESTDHANDLES;
     start.hStdOutput = out;
     start.hStdError = errors;
-    std::wstring command = L"\"" + programPath() + L"\" dialog \"" + diagram.wstring() + L"\" " +
-                           std::wstring(block.begin(), block.end());
+    std::wstring command = L"\"" + (programFolder() / L"vynhost.exe").wstring() + L"\" dialog \"" +
+                           diagram.wstring() + L"\" " + std::wstring(block.begin(), block.end());
     EXPECT_TRUE(::CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr,
                                  nullptr, &start, &process_));
     ::CloseHandle(out);
@@ -151,9 +150,16 @@ int DialogCommand::exitCode() {
     return static_cast<int>(code);
 }
 
-std::string DialogCommand::read(const char* name) const {
-    std::ifstream in(folder_ / name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
+void DialogCommand::waitForFile(const std::filesystem::path& file, const std::string& text) {
+    waitFor("a file", [&] { return contentOf(file) == text; });
 }
+
+std::filesystem::path DialogCommand::programFolder() {
+    std::wstring path(MAX_PATH, L'\0');
+    path.resize(::GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
+    return std::filesystem::path(path).parent_path();
+}
+
+std::string DialogCommand::read(const char* name) const { return contentOf(folder_ / name); }
 
 }  // namespace dialog_test

@@ -34,6 +34,10 @@ public:
     void choose(const Dialog& dialog, int list, int entry);
     void enter(const Dialog& dialog, int edit, const std::string& ascii);
 
+    // Once a file is there and holds this.
+    void waitForFile(const std::filesystem::path& file, const std::string& text);
+    static std::filesystem::path programFolder();
+
     // The program's exit code, once it has ended.
     int exitCode();
     std::string output() const { return read("out.txt"); }

@@ -151,6 +151,75 @@ TEST_F(Command, HelpSaysWhereThePageOfTheBlockIs) {
     EXPECT_EQ(command.exitCode(), 0);
 }
 
+// What the user's system opens pages of the documentation with, for the life of this object: a
+// command that copies the page.
+class PageProgram {
+public:
+    explicit PageProgram(const std::filesystem::path& copy) {
+        set(L"Software\\Classes\\.md", L"vynhost.test");
+        set(L"Software\\Classes\\vynhost.test\\shell\\open\\command",
+            L"cmd.exe /c copy \"%1\" \"" + copy.wstring() + L"\"");
+    }
+    ~PageProgram() {
+        ::RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\Classes\\.md");
+        ::RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\Classes\\vynhost.test");
+    }
+    PageProgram(const PageProgram&) = delete;
+    PageProgram& operator=(const PageProgram&) = delete;
+
+private:
+    static void set(const std::wstring& key, const std::wstring& value) {
+        EXPECT_EQ(::RegSetKeyValueW(HKEY_CURRENT_USER, key.c_str(), nullptr, REG_SZ, value.c_str(),
+                                    static_cast<DWORD>((value.size() + 1) * sizeof(wchar_t))),
+                  ERROR_SUCCESS);
+    }
+};
+
+// As an installation has it, beside the program.
+class InstalledPage {
+public:
+    explicit InstalledPage(const std::string& text) {
+        std::filesystem::create_directories(file_.parent_path());
+        std::ofstream(file_, std::ios::binary) << text;
+    }
+    ~InstalledPage() { std::filesystem::remove_all(file_.parent_path().parent_path()); }
+    InstalledPage(const InstalledPage&) = delete;
+    InstalledPage& operator=(const InstalledPage&) = delete;
+
+private:
+    std::filesystem::path file_ =
+        DialogCommand::programFolder() / "docs" / "blocks" / "TOSpektrum.md";
+};
+
+TEST_F(Command, HelpOpensTheInstalledPageOfTheBlock) {
+    const std::filesystem::path opened = diagram().parent_path() / "opened.md";
+    const PageProgram program(opened);
+    const InstalledPage page("# the page\n");
+    write("[block.fft]\ntype = \"FFT\"\n");
+    DialogCommand command(diagram(), "fft");
+    const Dialog dialog = command.dialog();
+    command.click(dialog, kSpectrumHelp);
+    command.waitForFile(opened, "# the page\n");
+    EXPECT_FALSE(dialog.closed());
+    command.click(dialog, IDCANCEL);
+    EXPECT_EQ(command.exitCode(), 0);
+}
+
+TEST_F(Command, HelpSaysWhereAPageIsThatNoProgramOpens) {
+    const InstalledPage page("# the page\n");
+    write("[block.fft]\ntype = \"FFT\"\n");
+    DialogCommand command(diagram(), "fft");
+    const Dialog dialog = command.dialog();
+    command.click(dialog, kSpectrumHelp);
+    const Dialog box = command.box(dialog);
+    EXPECT_THAT(box.text(kBoxText), testing::StartsWith("The page of this block is"));
+    EXPECT_THAT(box.text(kBoxText), HasSubstr("docs\\blocks\\TOSpektrum.md"));
+    command.click(box, IDOK);
+    command.waitUntilClosed(box);
+    command.click(dialog, IDCANCEL);
+    EXPECT_EQ(command.exitCode(), 0);
+}
+
 TEST_F(Command, AnUnknownBlockIsAnError) {
     write("[block.low]\ntype = \"Filter\"\n");
     DialogCommand command(diagram(), "high");

@@ -164,6 +164,26 @@ TEST_F(WriteBack, WhatNoKeywordSaysBecomesARecord) {
               "\"\"\"\n");
 }
 
+TEST_F(WriteBack, NamesStayNamesAndNumbersStayNumbers) {
+    const auto changed = [&](const std::string& table) {
+        return after(table,
+                     recordAfter(table, [](PlacedBlock& block) { block.set("PkXweight", 3); }));
+    };
+    EXPECT_EQ(changed("type = 5008\nPkXweight = \"A\"  # as the meter\n"),
+              "type = 5008\nPkXweight = \"C\"  # as the meter\n");
+    EXPECT_EQ(changed("type = 5008\nPkXweight = 1\n"), "type = 5008\nPkXweight = 3\n");
+    // One that reads back otherwise than it is written.
+    const std::string fft = "type = 5004\nPkWndFct = \"HANNING\"\nPkWndCorrectTyp = \"energy\"\n";
+    EXPECT_EQ(
+        after(fft, recordAfter(fft, [](PlacedBlock& block) { block.set("PkWndCorrectTyp", 2); })),
+        "type = 5004\nPkWndFct = \"HANNING\"\nPkWndCorrectTyp = \"amplitude\"\n");
+    // What is not changed stays as it is written, in whatever letters.
+    const std::string level = "type = 5009\nPkTimeTc = \"fast\"\nPkFreqOut = 10\n";
+    EXPECT_EQ(
+        after(level, recordAfter(level, [](PlacedBlock& block) { block.set("PkFreqOut", 20.0); })),
+        "type = 5009\nPkTimeTc = \"fast\"\nPkFreqOut = 20\n");
+}
+
 TEST_F(WriteBack, ARecordThatIsNoLongerNeededGoes) {
     constexpr std::size_t kMethod = 58;
     const std::string record = digitsOf(recordWith("type = 5000\n", kMethod, 97));

@@ -105,6 +105,22 @@ TEST_F(InstallationTest, SaysWhereAMissingLibraryWasLookedFor) {
     EXPECT_THAT(examined.out, HasSubstr("not all is well"));
 }
 
+// Nothing is computed there; what a block can be set to does not depend on the library.
+TEST_F(InstallationTest, NeedsNoLibraryToShowWhatThereIs) {
+    const std::filesystem::path program = copied("bare");
+    const Outcome whole = vynhost(program, "list --json");
+    std::filesystem::remove_all(program / "Analysis");
+    const std::optional<std::string> before = platform::sharedDirectory();
+    ASSERT_TRUE(platform::setSharedDirectory(textOf(folder() / "elsewhere")));
+    const Outcome listed = vynhost(program, "list --json");
+    const Outcome skeleton = vynhost(program, "skeleton FFT");
+    platform::setSharedDirectory(before);
+    EXPECT_EQ(listed.code, 0);
+    EXPECT_EQ(listed.out, whole.out);
+    EXPECT_EQ(listed.error, "");
+    EXPECT_EQ(skeleton.code, 0) << skeleton.error;
+}
+
 TEST_F(InstallationTest, SaysThatALibraryDoesNotLoad) {
     const std::filesystem::path program = copied("broken");
     write(textOf(program / "Analysis" / platform::kLibraryFile), "no library");
