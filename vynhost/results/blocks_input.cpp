@@ -131,7 +131,12 @@ void BlocksInput::checkAxis(const ChannelData& block) const {
         const std::string name = description(0).name;
         std::string what = name;
         what.append(" #").append(std::to_string(samples_.size())).append(" and ").append(name);
-        throw InputError(entry_.place, what + " #1" + kDifferentAxes);
+        const bool isShort = samples_.back() < samples_.front();
+        throw InputError(entry_.place,
+                         what + " #1" +
+                             (isShort ? " have different x axes: the last data block is a short "
+                                        "one, which tail = \"drop\" or \"pad\" of its source mends"
+                                      : kDifferentAxes));
     }
 }
 

@@ -107,6 +107,15 @@ TEST_F(ShortRest, IsASpectrumOfOtherLinesWhereItIsKept) {
         [&](const RunResult& result) { notes = result.notes; });
     EXPECT_THAT(notes, ::testing::Contains("f: the last data block has 8 instead of 16 samples and "
                                            "a spectrum of other lines"));
+    try {
+        outcomeOf("tail = \"keep\"\n", fft, {"f", "S", {}});
+        ADD_FAILURE() << "both are in one table";
+    } catch (const InputError& error) {
+        EXPECT_THAT(
+            error.what(),
+            HasSubstr("sink.x: f.S #3 and f.S #1 have different x axes: the last data block "
+                      "is a short one, which tail = \"drop\" or \"pad\" of its source mends"));
+    }
 }
 
 TEST_F(ShortRest, IsKeptInTimeAndOnTheWayBackIntoTime) {
