@@ -255,6 +255,24 @@ TEST(BandAnalysis, AllKernelLevelsGiveTheSameBits) {
     }
 }
 
+// Four bands abreast, of all lengths: as many as one, and some whose lines end elsewhere.
+TEST(BandAnalysis, OneChannelGivesTheBitsOfTwo) {
+    for (const int count : {1, 2, 5, 37, 128, 501, 2048, 6000}) {
+        const auto lines = noise(static_cast<std::size_t>(count), 8, -3.0F, 100.0F);
+        std::vector<float> twice;
+        for (const float line : lines)
+            twice.insert(twice.end(), {line, line});
+        for (const double step : {0.37, 5.9, 11.7, 140.0}) {
+            for (const LineKind kind : {LineKind::power, LineKind::amplitude, LineKind::level}) {
+                const auto one = bandsOf({0.0, step}, lines, 1, kind, thirdOctaveBands(), true);
+                const auto two = bandsOf({0.0, step}, twice, 2, kind, thirdOctaveBands(), true);
+                for (std::size_t b = 0; b < one.size(); ++b)
+                    ASSERT_EQ(one[b], two[2 * b]) << count << ' ' << step << ' ' << b;
+            }
+        }
+    }
+}
+
 TEST(BandAnalysis, LevelsBecomePowersWithinAUnitOfTheLastPlace) {
     auto levels = noise(20000, 6, -3000.0F, 3000.0F);
     const auto usual = noise(20000, 7, -120.0F, 200.0F);

@@ -45,6 +45,90 @@ void addTerms(const double* terms, std::size_t rows, std::size_t channels, doubl
     });
 }
 
+// The sum of a band goes on line by line, one addition waiting for the other.
+struct Chain {
+    const float* next;
+    int left;  // lines
+    double sum;
+    double* target;
+};
+
+// Goes on with `count` sums as long as none of them ends. (Lanes instead of single numbers gain
+// nothing: the additions wait all the same.)
+template <int count, class Term>
+[[gnu::always_inline]] inline void goOn(Chain* chains, Term term) {
+    int lines = chains[0].left;
+    for (int c = 1; c < count; ++c)
+        lines = chains[c].left < lines ? chains[c].left : lines;
+    const float* at[count];
+    double sum[count];
+#pragma GCC unroll 4
+    for (int c = 0; c < count; ++c) {
+        at[c] = chains[c].next;
+        sum[c] = chains[c].sum;
+    }
+    for (std::ptrdiff_t i = 0; i < lines; ++i) {
+#pragma GCC unroll 4
+        for (int c = 0; c < count; ++c)
+            sum[c] += term(at[c][i]);
+    }
+#pragma GCC unroll 4
+    for (int c = 0; c < count; ++c) {
+        chains[c].sum = sum[c];
+        chains[c].next += lines;
+        chains[c].left -= lines;
+    }
+}
+
+// Four bands abreast; one that has ended is replaced by the next. The last bands come first: they
+// have most lines, so that the four end at much the same time. Short ones are summed one by one:
+// the processor itself begins the next before the last has ended.
+template <class Term>
+[[gnu::always_inline]] inline void addBands(const float* lines, const BandRun* runs,
+                                            std::size_t count, double* sums, Term term) {
+    constexpr int kShort = 32;
+    Chain chains[4];
+    int active = 0;
+    while (true) {
+        while (active < 4 && count > 0) {
+            const BandRun& run = runs[--count];
+            double* const target = sums + run.band;
+            const float* const first = lines + run.firstLine;
+            if (run.lines >= kShort) {
+                chains[active++] = {first, run.lines, *target, target};
+                continue;
+            }
+            double sum = *target;
+            for (std::ptrdiff_t i = 0; i < run.lines; ++i)
+                sum += term(first[i]);
+            *target = sum;
+        }
+        switch (active) {
+            case 4: goOn<4>(chains, term); break;
+            case 3: goOn<3>(chains, term); break;
+            case 2: goOn<2>(chains, term); break;
+            case 1: goOn<1>(chains, term); break;
+            default: return;
+        }
+        for (int c = active - 1; c >= 0; --c) {
+            if (chains[c].left > 0) continue;
+            *chains[c].target = chains[c].sum;
+            chains[c] = chains[--active];
+        }
+    }
+}
+
+void addRuns(const float* lines, const BandRun* runs, std::size_t count, double* sums) {
+    addBands(lines, runs, count, sums, [](float line) { return static_cast<double>(line); });
+}
+
+void addSquaresOfRuns(const float* lines, const BandRun* runs, std::size_t count, double* sums) {
+    addBands(lines, runs, count, sums, [](float line) {
+        const double value = line;
+        return value * value;
+    });
+}
+
 bool powersOf(const float* levels, std::size_t count, double* out) {
     constexpr double kCoarse = 0x1.d791c58p-3;  // ln(10) / 10 = coarse + fine, 28 bits in coarse
     constexpr double kFine = 0x1.e222089abeeacp-29;
@@ -58,7 +142,8 @@ bool powersOf(const float* levels, std::size_t count, double* out) {
     return outside == 0;
 }
 
-constexpr BandKernels kTable = {addLines, addSquares, addTerms, powersOf};
+constexpr BandKernels kTable = {addLines, addSquares,       addTerms,
+                                addRuns,  addSquaresOfRuns, powersOf};
 
 }  // namespace
 

@@ -7,6 +7,13 @@
 
 namespace vynpack {
 
+// Neighbouring lines of one band.
+struct BandRun {
+    int band;
+    int firstLine;
+    int lines;  // at least 1
+};
+
 struct BandKernels {
     // sums[c] += v
     void (*addLines)(const float* lines, std::size_t rows, std::size_t channels, double* sums);
@@ -14,6 +21,11 @@ struct BandKernels {
     void (*addSquares)(const float* lines, std::size_t rows, std::size_t channels, double* sums);
     // The same for terms that are already in double.
     void (*addTerms)(const double* terms, std::size_t rows, std::size_t channels, double* sums);
+    // The sums of one channel: sums[run.band] += v, or v², of the lines of every run. No two runs
+    // are of the same band.
+    void (*addRuns)(const float* lines, const BandRun* runs, std::size_t count, double* sums);
+    void (*addSquaresOfRuns)(const float* lines, const BandRun* runs, std::size_t count,
+                             double* sums);
     // out[i] = 10^(levels[i] / 10). False, with numbers without meaning in `out`, when a level is
     // beyond ±3000 dB or NaN.
     bool (*powersOf)(const float* levels, std::size_t count, double* out);

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "blocks/spectral/bands/band_kernels.h"
-
 namespace vynpack {
 namespace {
 
@@ -59,6 +57,8 @@ int BandAnalysis::assignLines(double first, double step, int lines) {
             runs_.push_back({band, line, 1});
         }
     }
+    const auto sameBand = [](const BandRun& a, const BandRun& b) { return a.band == b.band; };
+    bandsHaveOneRun_ = std::ranges::adjacent_find(runs_, sameBand) == runs_.end();
     bands_ = runs_.empty() ? 1 : runs_.back().band + 1;
     axis_ = axis;
     return bands_;
@@ -84,7 +84,21 @@ void BandAnalysis::analyse(std::span<const float> lines, int channelCount, LineK
     const BandKernels& kernels = vyn::kernelsAt<BandKernels>(level_);
     const auto channels = static_cast<std::size_t>(channelCount);
     sums_.assign(bands.size(), 0.0);
-    for (const Run& run : runs_) {
+    if (channels == 1 && bandsHaveOneRun_ && kind != LineKind::level) {
+        const auto add = kind == LineKind::amplitude ? kernels.addSquaresOfRuns : kernels.addRuns;
+        add(lines.data(), runs_.data(), runs_.size(), sums_.data());
+    } else {
+        addRunByRun(lines, channels, kind);
+    }
+    for (std::size_t i = 0; i < bands.size(); ++i) {
+        const double sum = weighted ? sums_[i] * weights_[i / channels] : sums_[i];
+        bands[i] = bandValue(sum, kind);
+    }
+}
+
+void BandAnalysis::addRunByRun(std::span<const float> lines, std::size_t channels, LineKind kind) {
+    const BandKernels& kernels = vyn::kernelsAt<BandKernels>(level_);
+    for (const BandRun& run : runs_) {
         const float* first = lines.data() + static_cast<std::size_t>(run.firstLine) * channels;
         const auto rows = static_cast<std::size_t>(run.lines);
         double* sums = sums_.data() + static_cast<std::size_t>(run.band) * channels;
@@ -93,10 +107,6 @@ void BandAnalysis::analyse(std::span<const float> lines, int channelCount, LineK
             case LineKind::amplitude: kernels.addSquares(first, rows, channels, sums); break;
             default: kernels.addLines(first, rows, channels, sums); break;
         }
-    }
-    for (std::size_t i = 0; i < bands.size(); ++i) {
-        const double sum = weighted ? sums_[i] * weights_[i / channels] : sums_[i];
-        bands[i] = bandValue(sum, kind);
     }
 }
 

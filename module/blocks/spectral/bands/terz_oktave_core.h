@@ -5,6 +5,7 @@
 #include <span>
 #include <vector>
 
+#include "blocks/spectral/bands/band_kernels.h"
 #include "kernels/level.h"
 #include "numerics/band_tables.h"
 
@@ -38,12 +39,6 @@ public:
                  std::span<float> bands);
 
 private:
-    // Neighbouring lines of one band.
-    struct Run {
-        int band;
-        int firstLine;
-        int lines;
-    };
     struct Axis {
         double first = 0.0;
         double step = 0.0;
@@ -51,13 +46,15 @@ private:
         bool operator==(const Axis&) const = default;
     };
 
+    void addRunByRun(std::span<const float> lines, std::size_t channels, LineKind kind);
     void addLevels(const float* lines, std::size_t rows, std::size_t channels, double* sums);
 
     vyn::KernelLevel level_;
     std::span<const Band> table_;
     std::vector<double> weights_;  // 10^(A/10) per band
     Axis axis_;
-    std::vector<Run> runs_;
+    std::vector<BandRun> runs_;
+    bool bandsHaveOneRun_ = true;
     int bands_ = 1;
     std::vector<double> sums_;
     std::vector<double> powers_;
