@@ -7,6 +7,8 @@
 #include <vector>
 
 #include "blocks/filter/core/channel_rows.h"
+#include "numerics/interleave_kernels.h"
+#include "unit/kernels/levels_of_machine.h"
 
 namespace vynpack {
 namespace {
@@ -61,6 +63,53 @@ TEST_P(Interleave, JoinIsTheWayBack) {
         joinChannels(rows.data(), stride, tile, back.data());
     });
     EXPECT_EQ(back, values);
+}
+
+TEST_P(Interleave, MovesSinglePrecisionAlike) {
+    const auto [channels, samples] = GetParam();
+    const auto values = interleavedValues(channels, samples);
+    const std::size_t stride = rowStride(samples);
+    std::vector<float> rows(stride * kTileChannels);
+    std::vector<float> back(values.size(), -1.0F);
+    forEachTile(channels, samples, [&](const ChannelTile& tile) {
+        splitChannels(values.data(), tile, rows.data(), stride);
+        for (int r = 0; r < tile.count; ++r) {
+            for (std::size_t i = 0; i < tile.samples; ++i) {
+                ASSERT_EQ(rows[static_cast<std::size_t>(r) * stride + i],
+                          valueOf(i, tile.first + r));
+            }
+        }
+        joinChannels(rows.data(), stride, tile, back.data());
+    });
+    EXPECT_EQ(back, values);
+}
+
+// Eight of twenty channels; the samples are followed by none, so that no lane may reach further.
+TEST_P(Interleave, KernelsOfEveryLevelMoveTheSameChannels) {
+    const auto samples = std::get<1>(GetParam());
+    constexpr std::size_t kChannels = 20;
+    const auto values = interleavedValues(kChannels, samples);
+    const std::size_t stride = rowStride(samples);
+    for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
+        const auto& kernels = vyn::kernelsAt<InterleaveKernels>(level);
+        std::vector<float> rows(stride * kTileChannels, -1.0F);
+        std::vector<float> back(values.size(), -2.0F);
+        const std::size_t first = samples > 0 ? 12 : 0;
+        kernels.split(values.data() + first, kChannels, samples, rows.data(), stride);
+        kernels.join(rows.data(), stride, samples, back.data() + first, kChannels);
+        for (std::size_t i = 0; i < samples; ++i) {
+            for (std::size_t c = 0; c < kChannels; ++c) {
+                ASSERT_EQ(back[i * kChannels + c],
+                          c < 12 ? -2.0F : valueOf(i, static_cast<int>(c)));
+            }
+        }
+        for (std::size_t r = 0; r < kTileChannels; ++r) {
+            for (std::size_t i = 0; i < stride; ++i) {
+                ASSERT_EQ(rows[r * stride + i],
+                          i < samples ? valueOf(i, static_cast<int>(r + 12)) : -1.0F);
+            }
+        }
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(ChannelsAndSamples, Interleave,
