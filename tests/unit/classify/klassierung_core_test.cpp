@@ -8,6 +8,7 @@
 #include <random>
 #include <vector>
 
+#include "blocks/classify/core/class_finder.h"
 #include "blocks/classify/core/class_index_kernels.h"
 #include "blocks/classify/core/dwell_time_kernels.h"
 #include "blocks/classify/core/excursion_peaks_kernels.h"
@@ -108,6 +109,110 @@ TEST(ClassLimits, AreThoseOfTheScaleWithInfinitiesBehind) {
     EXPECT_FALSE(ClassLimits({.number = 4, .begin = 2.0, .end = kInf}).rising());
 }
 
+// The class by the formula; -1 below all classes.
+int formulaClass(const ClassScale& scale, bool betweenEnds, double x) {
+    if (betweenEnds && x <= scale.begin) return -1;
+    if (betweenEnds && x > scale.end) return scale.number;
+    const double k = std::floor((x - scale.begin) / scale.range * scale.number);
+    if (k < 0.0) return -1;
+    return k < scale.number ? static_cast<int>(k) : scale.number;
+}
+
+template <class Number>
+void expectTheClassesOfTheFormula(const ClassScale& scale, bool betweenEnds, std::mt19937& random) {
+    const ClassFinder<Number> finder(scale, betweenEnds);
+    ASSERT_TRUE(finder.ready()) << scale.number << ' ' << scale.begin << ' ' << scale.range;
+    std::vector<Number> values = {0,
+                                  -std::numeric_limits<Number>::infinity(),
+                                  std::numeric_limits<Number>::infinity(),
+                                  std::numeric_limits<Number>::quiet_NaN(),
+                                  std::numeric_limits<Number>::max(),
+                                  std::numeric_limits<Number>::denorm_min(),
+                                  static_cast<Number>(scale.end)};
+    for (int k = 0; k <= scale.number; ++k) {
+        auto below = static_cast<Number>(scale.lowerLimit(k));
+        Number above = below;
+        values.push_back(below);
+        for (int step = 0; step < 4; ++step) {
+            below = std::nextafter(below, -std::numeric_limits<Number>::infinity());
+            above = std::nextafter(above, std::numeric_limits<Number>::infinity());
+            values.insert(values.end(), {below, above});
+        }
+    }
+    std::uniform_real_distribution<double> place(-0.2, 1.2);
+    for (int i = 0; i < 2000; ++i)
+        values.push_back(static_cast<Number>(scale.begin + place(random) * scale.range));
+    for (const Number x : values) {
+        const auto limit = static_cast<std::int32_t>(finder.ruler().nearestLimit(x));
+        const int expected =
+            std::isnan(x) ? scale.number : formulaClass(scale, betweenEnds, static_cast<double>(x));
+        ASSERT_EQ(finder.classOf(x, limit), expected) << x;
+    }
+    for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
+        const auto& kernels = vyn::kernelsAt<ClassIndexKernels>(level);
+        std::vector<std::int32_t> limits(values.size());
+        if constexpr (sizeof(Number) == sizeof(float)) {
+            kernels.nearestLimits(values.data(), values.size(), finder.ruler(), limits.data());
+        } else {
+            kernels.nearestLimitsOfExtremes(values.data(), values.size(), finder.ruler(),
+                                            limits.data());
+        }
+        for (std::size_t i = 0; i < values.size(); ++i)
+            ASSERT_EQ(limits[i], finder.ruler().nearestLimit(values[i]));
+    }
+}
+
+TEST(ClassFinder, HasTheClassesOfTheFormulaAroundEveryLimitAndEverywhere) {
+    std::mt19937 random(11);
+    const auto pick = [&](double low, double high) {
+        return std::uniform_real_distribution<double>(low, high)(random);
+    };
+    for (int round = 0; round < 300; ++round) {
+        ClassScale scale;
+        scale.number = 1 + static_cast<int>(random() % (round % 10 == 0 ? 500 : 40));
+        scale.begin = round % 3 == 0 ? std::floor(pick(-20, 20)) : pick(-1e3, 1e3);
+        const double range = round % 3 == 0 ? scale.number * 0.5 : pick(1e2, 3e3);
+        scale.end = scale.begin + range;
+        scale.range = scale.width() * scale.number;
+        // A range that is not quite the ends' distance may keep the last class from ending there.
+        expectTheClassesOfTheFormula<float>(scale, false, random);
+        expectTheClassesOfTheFormula<float>(scale, true, random);
+        expectTheClassesOfTheFormula<double>(scale, false, random);
+    }
+}
+
+TEST(ClassFinder, IsNotReadyForScalesThatANearestLimitDoesNotServe) {
+    const ClassScale sound{.number = 4, .begin = 0.0, .end = 4.0, .range = 4.0};
+    EXPECT_TRUE(ClassFinder<float>(sound, true).ready());
+    const auto ready = [&](auto change, bool betweenEnds) {
+        ClassScale scale = sound;
+        change(scale);
+        return ClassFinder<float>(scale, betweenEnds).ready();
+    };
+    EXPECT_FALSE(ready([](ClassScale& s) { s.range = 8.0; }, true)) << "ends amid a class";
+    EXPECT_TRUE(ready([](ClassScale& s) { s.range = 8.0; }, false)) << "the ends do not matter";
+    EXPECT_FALSE(ready([](ClassScale& s) { s.range = 0.0; }, true));
+    EXPECT_FALSE(ready([](ClassScale& s) { s.range = -4.0; }, true));
+    EXPECT_FALSE(ready([](ClassScale& s) { s.range = kNaN; }, true));
+    EXPECT_FALSE(ready([](ClassScale& s) { s.begin = -kInf; }, true));
+    EXPECT_FALSE(ready([](ClassScale& s) { s.number = 0; }, true));
+    EXPECT_FALSE(ready([](ClassScale& s) { s.number = 1000000; }, true)) << "too many";
+    // Samples of single precision lie wider apart than these classes.
+    EXPECT_FALSE(ready(
+        [](ClassScale& s) { s = {.number = 1000, .begin = 1e6, .end = 1e6 + 1.0, .range = 1.0}; },
+        true));
+}
+
+TEST(SampleCount, CountsByTheFormulaWhereNoFinderServes) {
+    const CountingRules rules{.scale = {.number = 4, .begin = 0.0, .end = 4.0, .range = 8.0},
+                              .relative = false};
+    for (const int channels : {1, 2}) {
+        Counting run(kSampleCount, rules, channels);
+        run.take(std::vector<float>(static_cast<std::size_t>(600 * channels), 3.0F));
+        EXPECT_EQ(run.column(), (Column{0, 600, 0, 0}));
+    }
+}
+
 TEST(ClassIndexKernels, GiveTheSameClassesAtEveryLevel) {
     std::mt19937 random(5);
     std::uniform_real_distribution<float> noise(-12.0F, 12.0F);
@@ -162,10 +267,6 @@ TEST(ExtremeKernels, FindTheSameExtremesAtEveryLevel) {
             vyn::kernelsAt<ExcursionKernels>(level).find(rows, 0.0, 0.5, &excursions,
                                                          extremes.data());
             keep(nullptr);
-            TurningLanes turns{};
-            std::ranges::fill(turns.slope, kSlopeUnknown);
-            vyn::kernelsAt<TurningKernels>(level).find(rows, 0.0, 0.5, &turns, extremes.data());
-            keep(nullptr);
             SeparateLanes peaks{};
             std::ranges::fill(peaks.slope, kSlopeUnknown);
             vyn::kernelsAt<SeparateKernels>(level).find(rows, 0.5, 21.0, &peaks, extremes.data(),
@@ -177,6 +278,40 @@ TEST(ExtremeKernels, FindTheSameExtremesAtEveryLevel) {
         EXPECT_GT(std::ranges::count_if(expected, [](int k) { return k != 20; }), 100);
         for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
             EXPECT_EQ(found(level), expected) << lanes;
+        }
+    }
+}
+
+TEST(TurningKernels, FindTheSameExtremesAtEveryLevel) {
+    std::mt19937 random(8);
+    std::normal_distribution<float> noise(0.0F, 1.0F);
+    // Turns close together, and so far from each other that a candidate waits for long.
+    for (const float swing : {0.0F, 0.3F, 0.02F}) {
+        std::vector<float> x(3 * TurningKernels::kMostFrames);
+        for (std::size_t i = 0; i < x.size(); ++i) {
+            const float slow = 5.0F * std::sin(swing * static_cast<float>(i));
+            x[i] = std::round(64.0F * (slow + (swing == 0.02F ? 0.01F : 1.0F) * noise(random))) /
+                   64.0F;
+        }
+        x[100] = kNaN;
+        x[201] = kInf;
+        x[301] = -kInf;
+        for (const std::size_t stride : {1U, 3U}) {
+            const auto found = [&](vyn::KernelLevel level) {
+                std::vector<double> all(1024);
+                TurningState state;
+                state.last = x[0];
+                all.resize(vyn::kernelsAt<TurningKernels>(level).find(x.data(), stride, 1000, 0.1,
+                                                                      0.3, &state, all.data()));
+                all.insert(all.end(), {state.last, static_cast<double>(state.slope),
+                                       static_cast<double>(state.candidate)});
+                return all;
+            };
+            const auto expected = found(vyn::KernelLevel::baseline);
+            EXPECT_GT(expected.size(), 10U);
+            for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
+                EXPECT_EQ(found(level), expected);
+            }
         }
     }
 }

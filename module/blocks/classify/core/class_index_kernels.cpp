@@ -34,7 +34,23 @@ void ofExtremes(const double* x, const double* shifts, std::size_t count, const 
         out[i] += out[i] < n ? static_cast<std::int32_t>(shifts[i]) : 0;
 }
 
-constexpr ClassIndexKernels kTable = {ofSamples, ofExtremes};
+template <class Number>
+void nearestLimits(const Number* x, std::size_t count,
+                   const typename ClassFinder<Number>::Ruler& ruler, std::int32_t* out) {
+    const Number begin = ruler.begin;
+    const Number classesPerUnit = ruler.classesPerUnit;
+    const Number classes = ruler.classes;
+    constexpr Number kRounder = ClassFinder<Number>::Ruler::kRounder;
+    for (std::size_t i = 0; i < count; ++i) {
+        const Number place = (x[i] - begin) * classesPerUnit;
+        const Number notAbove = place < classes ? place : classes;
+        const Number inside = notAbove > 0 ? notAbove : 0;
+        out[i] = static_cast<std::int32_t>((inside + kRounder) - kRounder);
+    }
+}
+
+constexpr ClassIndexKernels kTable = {ofSamples, ofExtremes, nearestLimits<float>,
+                                      nearestLimits<double>};
 
 }  // namespace
 

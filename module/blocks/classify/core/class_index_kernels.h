@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "blocks/classify/core/class_finder.h"
 #include "blocks/classify/core/class_scale.h"
 
 namespace vynpack {
@@ -17,6 +18,12 @@ struct ClassIndexKernels {
     // found.
     void (*ofExtremes)(const double* x, const double* shifts, std::size_t count,
                        const ClassScale& scale, std::int32_t* out);
+
+    // out[i] = number of the class limit that is nearest to x[i]
+    void (*nearestLimits)(const float* x, std::size_t count, const ClassFinder<float>::Ruler& ruler,
+                          std::int32_t* out);
+    void (*nearestLimitsOfExtremes)(const double* x, std::size_t count,
+                                    const ClassFinder<double>::Ruler& ruler, std::int32_t* out);
 
     static const ClassIndexKernels baseline, avx2, avx512;
 };

@@ -18,6 +18,7 @@ constexpr std::size_t kFramesInWork = 128;
 ExtremeCounting::ExtremeCounting(const CountingRules& rules, int channels, int columns)
     : CountingMethod(rules, channels),
       columns_(columns),
+      finder_(rules.scale, false),
       counts_(rules.scale.number, channels * columns),
       padded_(kFramesInWork * kLanes),
       extremes_(kFramesInWork * kLanes),
@@ -38,13 +39,33 @@ void ExtremeCounting::update(std::span<const float> samples, double /*step*/,
         from = 1;
     }
     first_ = false;
-    while (from < all) {
-        const std::size_t frames = std::min(kFramesInWork, all - from);
-        for (std::size_t group = 0; group < groups(); ++group)
-            take(group, samples.data() + from * static_cast<std::size_t>(channels()), frames);
-        from += frames;
-    }
+    if (from < all) count(samples.data() + from * static_cast<std::size_t>(channels()), all - from);
     write(values);
+}
+
+void ExtremeCounting::count(const float* x, std::size_t frames) {
+    while (frames > 0) {
+        const std::size_t now = std::min(kFramesInWork, frames);
+        for (std::size_t group = 0; group < groups(); ++group)
+            take(group, x, now);
+        x += now * static_cast<std::size_t>(channels());
+        frames -= now;
+    }
+}
+
+void ExtremeCounting::countExtremes(std::size_t channel, std::size_t number) {
+    const ClassIndexKernels& kernels = vyn::kernelsAt<ClassIndexKernels>();
+    std::uint32_t* const counters =
+        counts_.data() + channel * counts_.places() * static_cast<std::size_t>(columns_);
+    if (!finder_.ready()) {
+        kernels.ofExtremes(extremes_.data(), nullptr, number, scale(), indices_.data());
+        for (std::size_t i = 0; i < number; ++i)
+            ++counters[indices_[i]];
+        return;
+    }
+    kernels.nearestLimitsOfExtremes(extremes_.data(), number, finder_.ruler(), indices_.data());
+    for (std::size_t i = 0; i < number; ++i)
+        ++counters[finder_.classOf(extremes_[i], indices_[i])];
 }
 
 // `x`: the first sample of all channels.
@@ -56,15 +77,35 @@ void ExtremeCounting::take(std::size_t group, const float* x, std::size_t frames
         laneRows(x + firstChannel, width, frames, static_cast<int>(count), padded_.data());
     const auto lanes = static_cast<std::size_t>(rows.lanes);
     const bool shifted = search(group, rows, extremes_.data(), shifts_.data());
-    vyn::kernelsAt<ClassIndexKernels>().ofExtremes(extremes_.data(),
-                                                   shifted ? shifts_.data() : nullptr,
-                                                   frames * lanes, scale(), indices_.data());
+    const ClassIndexKernels& kernels = vyn::kernelsAt<ClassIndexKernels>();
     const std::size_t perChannel = counts_.places() * static_cast<std::size_t>(columns_);
-    const std::int32_t* index = indices_.data();
-    for (std::size_t frame = 0; frame < frames; ++frame, index += lanes) {
-        std::uint32_t* counters = counts_.data() + firstChannel * perChannel;
-        for (std::size_t lane = 0; lane < count; ++lane, counters += perChannel)
-            ++counters[index[lane]];
+    std::uint32_t* const first = counts_.data() + firstChannel * perChannel;
+    const auto countAll = [&](auto classOf) {
+        for (std::size_t i = 0; i < frames * lanes; i += lanes) {
+            std::uint32_t* counters = first;
+            for (std::size_t lane = 0; lane < count; ++lane, counters += perChannel)
+                ++counters[classOf(i + lane)];
+        }
+    };
+    const double* extremes = extremes_.data();
+    const std::int32_t* indices = indices_.data();
+    if (!finder_.ready()) {
+        kernels.ofExtremes(extremes, shifted ? shifts_.data() : nullptr, frames * lanes, scale(),
+                           indices_.data());
+        countAll([=](std::size_t i) { return indices[i]; });
+        return;
+    }
+    kernels.nearestLimitsOfExtremes(extremes, frames * lanes, finder_.ruler(), indices_.data());
+    const auto classOf = [=, this](std::size_t i) {
+        return finder_.classOf(extremes[i], indices[i]);
+    };
+    if (shifted) {
+        // A shift leads from a place outside the classes to one that is outside as well.
+        const double* shifts = shifts_.data();
+        countAll(
+            [=](std::size_t i) { return classOf(i) + static_cast<std::ptrdiff_t>(shifts[i]); });
+    } else {
+        countAll(classOf);
     }
 }
 

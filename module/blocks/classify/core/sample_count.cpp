@@ -11,11 +11,17 @@ namespace {
 // Samples whose class indices are found in one go.
 constexpr std::size_t kInWork = 2048;
 
+// One channel's neighbouring samples mostly fall into the same class; a counter that has just been
+// written waits for its next turn. So they take turns with as many counters.
+constexpr int kTallies = 4;
+
 }  // namespace
 
 SampleCount::SampleCount(const CountingRules& rules, int channels)
     : CountingMethod(rules, channels),
+      finder_(rules.scale, true),
       counts_(rules.scale.number, channels),
+      tallies_(rules.scale.number, channels == 1 ? kTallies : 0),
       written_(counts_),
       totals_(static_cast<std::size_t>(channels)),
       surplus_(totals_.size()),
@@ -32,21 +38,59 @@ void SampleCount::update(std::span<const float> samples, double /*step*/, std::s
 }
 
 void SampleCount::countSamples(std::span<const float> samples) {
-    const ClassIndexKernels& kernels = vyn::kernelsAt<ClassIndexKernels>();
     const std::size_t width = totals_.size();
     const std::size_t all = samplesPerChannel(samples);
     const std::size_t framesInWork = indices_.size() / width;
     for (std::size_t done = 0; done < all;) {
         const std::size_t frames = std::min(framesInWork, all - done);
-        kernels.ofSamples(samples.data() + done * width, frames * width, scale(), indices_.data());
-        const std::int32_t* index = indices_.data();
-        for (std::size_t frame = 0; frame < frames; ++frame) {
-            std::uint32_t* counts = counts_.data();
-            for (std::size_t c = 0; c < width; ++c, counts += counts_.places())
-                ++counts[*index++];
-        }
+        countStretch(samples.data() + done * width, frames);
         done += frames;
     }
+}
+
+void SampleCount::countStretch(const float* x, std::size_t frames) {
+    const ClassIndexKernels& kernels = vyn::kernelsAt<ClassIndexKernels>();
+    const std::size_t width = totals_.size();
+    const auto count = [&](auto classOf) {
+        const std::int32_t* index = indices_.data();
+        const std::size_t places = counts_.places();
+        std::uint32_t* const first = counts_.data();
+        for (std::size_t frame = 0; frame < frames; ++frame) {
+            std::uint32_t* counts = first;
+            for (std::size_t c = 0; c < width; ++c, counts += places)
+                ++counts[classOf(*x++, *index++)];
+        }
+    };
+    if (!finder_.ready()) {
+        kernels.ofSamples(x, frames * width, scale(), indices_.data());
+        count([](float, std::int32_t index) { return index; });
+        return;
+    }
+    kernels.nearestLimits(x, frames * width, finder_.ruler(), indices_.data());
+    if (width == 1 && counts_.places() * kTallies < frames) {
+        countOneChannel(x, frames);
+    } else {
+        count([this](float sample, std::int32_t limit) { return finder_.classOf(sample, limit); });
+    }
+}
+
+void SampleCount::countOneChannel(const float* x, std::size_t count) {
+    const std::int32_t* index = indices_.data();
+    std::uint32_t* const tallies = tallies_.data();
+    const auto places = static_cast<std::ptrdiff_t>(tallies_.places());
+    std::size_t i = 0;
+    for (; i + kTallies <= count; i += kTallies) {
+        for (int turn = 0; turn < kTallies; ++turn)
+            ++tallies[turn * places + finder_.classOf(x[i + turn], index[i + turn])];
+    }
+    for (; i < count; ++i)
+        ++tallies[finder_.classOf(x[i], index[i])];
+    std::uint32_t* const counts = counts_.data();
+    for (int k = 0; k < classes(); ++k) {
+        for (int turn = 0; turn < kTallies; ++turn)
+            counts[k] += tallies_.at(k, turn);
+    }
+    tallies_.clear();
 }
 
 void SampleCount::writeRelative(std::span<float> values) {

@@ -1,35 +1,36 @@
 #include "blocks/classify/core/turning_points.h"
 
 #include <algorithm>
-#include <cstdlib>
 
 #include "kernels/level.h"
 
 namespace vynpack {
 
 TurningPoints::TurningPoints(const CountingRules& rules, int channels)
-    : ExtremeCounting(rules, channels, 1), state_(groups()) {
-    forget();
-}
+    : ExtremeCounting(rules, channels, 1), state_(static_cast<std::size_t>(channels)) {}
 
 void TurningPoints::open(int channel, float sample) {
-    const auto [group, lane] = std::div(channel, kGroupLanes);
-    state_[static_cast<std::size_t>(group)].last[lane] = sample;
+    state_[static_cast<std::size_t>(channel)].last = sample;
 }
 
-bool TurningPoints::search(std::size_t group, const LaneRows& rows, double* extremes,
-                           double* /*shifts*/) {
-    vyn::kernelsAt<TurningKernels>().find(rows, rules().referenceLine, rules().hysteresis,
-                                          &state_[group], extremes);
-    return false;
+void TurningPoints::count(const float* x, std::size_t frames) {
+    const TurningKernels& kernels = vyn::kernelsAt<TurningKernels>();
+    const std::size_t width = state_.size();
+    while (frames > 0) {
+        const std::size_t now = std::min(frames, kMostExtremes);
+        for (std::size_t c = 0; c < width; ++c) {
+            const std::size_t found = kernels.find(x + c, width, now, rules().referenceLine,
+                                                   rules().hysteresis, &state_[c], extremes());
+            countExtremes(c, found);
+        }
+        x += now * width;
+        frames -= now;
+    }
 }
 
 void TurningPoints::forget() {
     // Kept: after a reset the first pair starts at 0.
-    TurningLanes fresh{};
-    std::ranges::fill(fresh.extreme, rules().referenceLine);
-    std::ranges::fill(fresh.slope, kSlopeUnknown);
-    std::ranges::fill(state_, fresh);
+    std::ranges::fill(state_, TurningState{});
 }
 
 }  // namespace vynpack

@@ -16,10 +16,10 @@ public:
 
 private:
     void open(int channel, float sample) override;
-    bool search(std::size_t group, const LaneRows& rows, double* extremes, double* shifts) override;
+    void count(const float* x, std::size_t frames) override;
     void forget() override;
 
-    std::vector<TurningLanes> state_;  // per group of channels
+    std::vector<TurningState> state_;  // per channel
 };
 
 }  // namespace vynpack
