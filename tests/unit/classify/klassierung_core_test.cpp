@@ -5,6 +5,7 @@
 #include <cmath>
 #include <limits>
 #include <memory>
+#include <numeric>
 #include <random>
 #include <vector>
 
@@ -96,7 +97,7 @@ TEST(ClassScale, HasNoClassesWithoutARange) {
     EXPECT_EQ(scale.classOf(1.0), 4);
 }
 
-TEST(ClassLimits, AreThoseOfTheScaleWithInfinitiesBehind) {
+TEST(ClassLimits, AreThoseOfTheScaleWithInfinitiesAround) {
     const ClassScale scale{.number = 17, .begin = -1.1, .end = 2.3, .range = 3.4};
     const ClassLimits limits(scale);
     EXPECT_TRUE(limits.rising());
@@ -104,6 +105,7 @@ TEST(ClassLimits, AreThoseOfTheScaleWithInfinitiesBehind) {
         EXPECT_EQ(limits.data()[k], scale.lowerLimit(k));
     for (int k = 18; k < 18 + ClassLimits::kPadding; ++k)
         EXPECT_EQ(limits.data()[k], std::numeric_limits<double>::infinity());
+    EXPECT_EQ(limits.data()[-1], -std::numeric_limits<double>::infinity());
     EXPECT_FALSE(ClassLimits({.number = 4, .begin = 1.0, .end = 1.0}).rising());
     EXPECT_FALSE(ClassLimits({.number = 4, .begin = 2.0, .end = 1.0}).rising());
     EXPECT_FALSE(ClassLimits({.number = 4, .begin = 2.0, .end = kInf}).rising());
@@ -329,7 +331,12 @@ TEST(PairKernels, CountTheSameCrossingsAndDwellTimesAtEveryLevel) {
     for (const int classes : {1, 5, 16, 20, 37, 64}) {
         const ClassScale scale{.number = classes, .begin = -4.7, .end = 5.2, .range = 9.9};
         const ClassLimits limits(scale);
-        const DwellRules rules{limits.data(), classes, scale.begin, scale.end, 1.0 / 3.0};
+        const DwellRules rules{.limits = limits.data(),
+                               .n = classes,
+                               .begin = scale.begin,
+                               .end = scale.end,
+                               .classesPerUnit = 1.0 / scale.width(),
+                               .step = 1.0 / 3.0};
         std::vector<CrossingClasses> fresh;
         for (int k = 0; k < classes; ++k) {
             if (k % kClassesTogether == 0) fresh.emplace_back();
@@ -348,9 +355,9 @@ TEST(PairKernels, CountTheSameCrossingsAndDwellTimesAtEveryLevel) {
             std::vector<CrossingClasses> groups = fresh;
             const SamplePairs pairs{x.data(), kStride, kPairs, 0.5F};
             vyn::kernelsAt<CrossingKernels>(level).count(pairs, groups.data(), groups.size());
-            std::vector<double> results(static_cast<std::size_t>(classes + ClassLimits::kPadding));
-            vyn::kernelsAt<DwellKernels>(level).add(pairs, rules, results.data());
-            results.resize(static_cast<std::size_t>(classes));  // without the padding
+            std::vector<double> sums(1 + static_cast<std::size_t>(classes + ClassLimits::kPadding));
+            vyn::kernelsAt<DwellKernels>(level).add(pairs, rules, sums.data() + 1);
+            std::vector<double> results(sums.begin() + 1, sums.begin() + 1 + classes);
             for (const CrossingClasses& group : groups) {
                 results.insert(results.end(), group.crossings, group.crossings + group.count);
                 results.insert(results.end(), group.armed, group.armed + group.count);
@@ -442,6 +449,32 @@ TEST(DwellTime, SharesALineAmongTheClassesItPasses) {
         run.take(c.samples);
         EXPECT_EQ(run.column(), c.dwell) << c.name;
     }
+}
+
+// The place where a class is looked for first is a guess: a bad one costs time alone.
+TEST(DwellKernels, FindTheClassesFromAnyGuess) {
+    const ClassScale scale{.number = 23, .begin = -4.7, .end = 5.2, .range = 9.9};
+    const ClassLimits limits(scale);
+    std::mt19937 random(12);
+    std::normal_distribution<float> noise(0.0F, 3.0F);
+    std::vector<float> x(200);
+    for (float& v : x)
+        v = noise(random);
+    const auto times = [&](double classesPerUnit) {
+        std::vector<double> sums(1 + 23 + ClassLimits::kPadding);
+        const DwellRules rules{.limits = limits.data(),
+                               .n = 23,
+                               .begin = scale.begin,
+                               .end = scale.end,
+                               .classesPerUnit = classesPerUnit,
+                               .step = 1.0};
+        vyn::kernelsAt<DwellKernels>().add({x.data(), 1, x.size(), 0.5F}, rules, sums.data() + 1);
+        return std::vector<double>(sums.begin() + 1, sums.begin() + 24);
+    };
+    const auto expected = times(1.0 / scale.width());
+    EXPECT_NEAR(std::accumulate(expected.begin(), expected.end(), 0.0), 180.0, 15.0);
+    for (const double guess : {0.0, -1.0, 1e9, 0.1, std::nan("")})
+        EXPECT_EQ(times(guess), expected) << guess;
 }
 
 TEST(DwellTime, CountsInTheUnitOfTheSampleInterval) {

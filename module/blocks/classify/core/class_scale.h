@@ -29,12 +29,12 @@ struct ClassScale {
 // The lower limits of all classes and the upper limit of the last, for kernels.
 class ClassLimits {
 public:
-    // Infinities behind the limits.
+    // Infinities behind the limits. One of below stands before them.
     static constexpr int kPadding = 8;
 
     explicit ClassLimits(const ClassScale& scale);
 
-    const double* data() const { return limits_.data(); }
+    const double* data() const { return limits_.data() + 1; }
     // Whether the classes have a height.
     bool rising() const { return rising_; }
 

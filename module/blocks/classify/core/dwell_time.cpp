@@ -13,7 +13,7 @@ DwellTime::DwellTime(const CountingRules& rules, int channels)
       limits_(rules.scale),
       last_(static_cast<std::size_t>(channels)),
       dwell_(last_.size() * static_cast<std::size_t>(rules.scale.number)),
-      sums_(static_cast<std::size_t>(rules.scale.number) + ClassLimits::kPadding) {}
+      sums_(1 + static_cast<std::size_t>(rules.scale.number) + ClassLimits::kPadding) {}
 
 void DwellTime::update(std::span<const float> samples, double step, std::span<float> values) {
     const std::size_t width = last_.size();
@@ -22,20 +22,25 @@ void DwellTime::update(std::span<const float> samples, double step, std::span<fl
     const std::size_t pairs = first_ && all > 0 ? all - 1 : all;
     for (std::size_t i = 0; i < pairs; ++i)
         total_ += step;
-    const DwellRules dwellRules{limits_.data(), classes(), scale().begin, scale().end,
-                                std::abs(step)};
+    const DwellRules dwellRules{.limits = limits_.data(),
+                                .n = classes(),
+                                .begin = scale().begin,
+                                .end = scale().end,
+                                .classesPerUnit = 1.0 / scale().width(),
+                                .step = std::abs(step)};
+    double* const sums = sums_.data() + 1;
 
     for (std::size_t c = 0; c < width && all > 0; ++c) {
         const float* x = samples.data() + c;
         std::fill(sums_.begin(), sums_.end(), 0.0);
         if (limits_.rising()) {
             vyn::kernelsAt<DwellKernels>().add(
-                samplePairs(x, width, all, first_ ? nullptr : &last_[c]), dwellRules, sums_.data());
+                samplePairs(x, width, all, first_ ? nullptr : &last_[c]), dwellRules, sums);
         }
         last_[c] = x[(all - 1) * width];
         double* dwell = &dwell_[c * n];
         for (std::size_t k = 0; k < n; ++k)
-            dwell[k] += sums_[k];
+            dwell[k] += sums[k];
     }
     first_ = false;
 

@@ -11,12 +11,13 @@ struct DwellRules {
     int n;
     double begin;
     double end;
-    double step;  // between samples, its magnitude
+    double classesPerUnit;  // about
+    double step;            // between samples, its magnitude
 };
 
 struct DwellKernels {
-    // Adds the time that one channel's pairs spend in each class to the sums, which have the same
-    // padding as the limits.
+    // Adds the time that one channel's pairs spend in each class to the sums, which are padded as
+    // the limits are.
     void (*add)(const SamplePairs& pairs, const DwellRules& rules, double* sums);
 
     static const DwellKernels baseline, avx2, avx512;
