@@ -124,7 +124,7 @@ class Library:
 
     def keywords(self, type_code: int) -> list[dict[str, str]]:
         """The host's table of keywords of a block type."""
-        rows = []
+        rows: list[dict[str, str]] = []
         while True:
             row = Keyword()
             self.call("keyword_at", str(type_code).encode(), len(rows), c.byref(row))

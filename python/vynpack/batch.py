@@ -97,7 +97,7 @@ def _only_source(file: Path) -> str:
     names = re.findall(r"^\s*\[\s*source\.([A-Za-z0-9_-]+)\s*\]", file.read_text(encoding="utf-8"), re.M)
     if len(names) != 1:
         raise InputError(f"{file}: has the sources {', '.join(names) or 'none'}; say which one by source=")
-    return names[0]
+    return str(names[0])
 
 
 def _digest(recording: str) -> str:
@@ -229,7 +229,8 @@ def _analyse(recording: str, diagram: str, source: str) -> _Rows:
     text = io.StringIO()
     rows = csv.writer(text, lineterminator="\n")
     try:
-        results = Diagram(diagram).run(**{source: Path(recording)})
+        recordings: dict[str, Any] = {source: Path(recording)}
+        results = Diagram(diagram).run(**recordings)
         for sink, places in results.items():
             for connector, result in places.items():
                 rows.writerows(_rows_of(recording, sink, connector, result))

@@ -15,6 +15,7 @@ time, whatever thread they come from; while a block computes, Python's other thr
 from __future__ import annotations
 
 import ctypes as c
+import math
 import os
 from collections.abc import Iterable, Iterator
 from typing import Any, ClassVar, Union
@@ -32,6 +33,7 @@ SECONDS, MILLISECONDS, HERTZ, KILOHERTZ = 1, 2, 3, 4
 _X_AXES = {SECONDS: ("time", "s"), MILLISECONDS: ("time", "ms"), HERTZ: ("frequency", "Hz"),
            KILOHERTZ: ("frequency", "kHz")}
 _DECIBEL, _DEGREES, _POWER, _PERCENT = 6, 11, 12, 15
+_FIXED_UNITS = {_DECIBEL: "dB", _DEGREES: "°", _PERCENT: "%"}
 _THIRDS, _OCTAVES = 8, 16
 #: Nominal centre frequencies of the bands in Hz (IEC 61260-1).
 THIRD_OCTAVES = np.array([16, 20, 25, 31.5, 40, 50, 63, 80, 100, 125, 160, 200, 250, 315, 400, 500,
@@ -56,6 +58,15 @@ def _checked(values: Any) -> npt.NDArray[Any]:
         raise InputError(f"an array of {array.ndim} dimensions; allowed is (samples,) or "
                          "(samples, channels)")
     return array
+
+
+def _setting(name: str) -> property:
+    def get(block: Block) -> Any:
+        return block.get(name)
+
+    def change(block: Block, value: Any) -> None:
+        block.set(**{name: value})
+    return property(get, change)
 
 
 class Block:
@@ -83,8 +94,7 @@ class Block:
 
     def __init_subclass__(cls) -> None:
         for name in cls.keywords:
-            setattr(cls, name, property(lambda self, name=name: self.get(name),
-                                        lambda self, value, name=name: self.set(**{name: value})))
+            setattr(cls, name, _setting(name))
 
     def __init__(self, record: bytes | None = None, **settings: Any) -> None:
         self._handle: int | None = None
@@ -169,6 +179,7 @@ class Block:
         self._in = (Data * len(self.inputs))()
         self._out = (Data * len(self.outputs))()
         self._moved = c.c_int32()
+        self._addresses = (c.addressof(self._in), c.addressof(self._out), c.addressof(self._moved))
         self._quantities = [self._library.text("block_quantities", self._handle, i).splitlines()
                             for i in range(len(self.outputs))]
 
@@ -247,7 +258,7 @@ class Block:
     def finish(self) -> list[Result]:
         """What is still to come when no more data follow."""
         more = c.c_int32(1)
-        results = []
+        results: list[Result] = []
         while True:
             self._library.call("block_finish", self._handle, c.byref(more))
             if not more.value:
@@ -350,7 +361,7 @@ class Block:
             raise InputError(f"input {self.inputs[place]} takes real values")
         array = _real(array)
         try:
-            row.values = _address(_byte.from_buffer(array)) if array.size else None
+            row.values = _address(_byte.from_buffer(array.data)) if array.size else None
         except TypeError:  # an array that must not be written
             row.values = array.ctypes.data
         row.count = array.size
@@ -382,11 +393,10 @@ class Block:
             self._unit = head.base_unit
 
     def _step(self, inputs: int) -> list[Result]:
-        library = self._library
-        status = library.feed(self._handle, self._in, inputs, self._out, len(self._out),
-                              c.byref(self._moved))
+        data, out, moved = self._addresses
+        status = self._library.feed(self._handle, data, inputs, out, len(self._out), moved)
         if status:
-            library.fail(status)
+            self._library.fail(status)
         parts: dict[str, Result] = {}
         for place, row in enumerate(self._out):
             if row.channels:
@@ -401,7 +411,7 @@ class Block:
         if len(parts) > 1:
             if "R" in parts and "I" in parts:
                 whole = parts["R"].values + 1j * parts["I"].values
-                first = Result(whole.astype(np.complex64), first.axes, first.unit, first.name,
+                first = Result(whole.astype(np.complex64), first._axes, first.unit, first.name,
                                parts, first.head)
             else:
                 first.outputs.update(parts)
@@ -413,10 +423,11 @@ class Block:
             return self._named(flat, self._quantities[place], head)
         channels = row.channels
         values = flat[:flat.size // channels * channels].reshape(-1, channels)
-        axis = self._axis(head, len(values))
+        count, unit = len(values), self._unit_of(head)
         if channels == 1 and self._one_dimension:
-            return Result(values[:, 0], (axis,), self._unit_of(head), self._name, head=head)
-        return Result(values, (axis, _channels(channels)), self._unit_of(head), self._name, head=head)
+            return Result(values[:, 0], lambda: (self._axis(head, count),), unit, self._name, head=head)
+        return Result(values, lambda: (self._axis(head, count), _channels(channels)), unit, self._name,
+                      head=head)
 
     def _named(self, flat: npt.NDArray[np.float32], names: list[str], head: Head) -> Result:
         """Value q of channel c of the signal lies at q * channels + c."""
@@ -430,9 +441,8 @@ class Block:
         return axis_of(head, count)
 
     def _unit_of(self, head: Head) -> str:
-        fixed = {_DECIBEL: "dB", _DEGREES: "°", _PERCENT: "%"}.get(head.y_unit)
-        if fixed is not None:
-            return fixed
+        if head.y_unit in _FIXED_UNITS:
+            return _FIXED_UNITS[head.y_unit]
         if head.y_unit == _POWER:
             return _squared(self._unit)
         return self._unit
@@ -473,7 +483,7 @@ def _places(start: float, step: float, numbers: npt.NDArray[Any]) -> npt.NDArray
     places = start + numbers * step
     if not 1e-290 < abs(step) < 1e290:
         return places
-    return np.round(places, int(np.clip(9 - np.floor(np.log10(abs(step))), 0, 300)))
+    return np.round(places, min(max(9 - math.floor(math.log10(abs(step))), 0), 300))
 
 
 def _channels(count: int) -> Axis:
@@ -578,7 +588,7 @@ class InverseSpectrum(Block):
         parts = (np.ascontiguousarray(values.real), np.ascontiguousarray(values.imag))
         if not isinstance(given, Result):
             return list(parts)
-        return [Result(part, given.axes, given.unit, given.name, head=given.head) for part in parts]
+        return [Result(part, given._axes, given.unit, given.name, head=given.head) for part in parts]
 
     def _fill(self, place: int, given: Any) -> npt.NDArray[np.float32] | None:
         array = super()._fill(place, given)
@@ -662,7 +672,7 @@ class DualSpectrum(Block):
         if self.outputs[place] not in ("P", "K"):
             return result
         name, unit = ("phase", "°") if self.outputs[place] == "P" else ("coherence", "")
-        return Result(result.values, result.axes, unit, name, head=result.head)
+        return Result(result.values, result._axes, unit, name, head=result.head)
 
     def _unit_of(self, head: Head) -> str:
         return ""  # of two signals in units of their own
@@ -847,7 +857,7 @@ class Classification(Block):
                          hysteresis=hysteresis, reset=reset, reset_count=reset_count, mode=mode)
 
     def _axis(self, head: Head, count: int) -> Axis:
-        return Axis("class", _places(head.x_start, head.x_step, np.arange(count)), self._unit)
+        return Axis("class", _places(head.x_start, head.x_step, np.arange(count)), head.base_unit)
 
     def _unit_of(self, head: Head) -> str:
         return "%" if head.y_unit == _PERCENT else ""

@@ -323,7 +323,7 @@ def levels(x: Input, fs: float | None = None, *, weighting: str | None = "A", ti
     if not every > 0:
         raise InputError(f"every is {every}, allowed is above 0 s")
     pressure = _Signal(x, fs, "Pa")
-    if weighting not in (None, "Z", "z"):
+    if weighting is not None and weighting.upper() != "Z":
         pressure = _Signal(weight(pressure.values, pressure.fs, weighting), None, "Pa")
     worker = Level(rate=1.0 / every, time=time, signal=signal, clock=clock)
     results = list(worker.stream(pressure.blocks(65536, rest=True), **pressure.options()))

@@ -2,7 +2,8 @@
 
 from __future__ import annotations
 
-from dataclasses import dataclass, field
+from collections.abc import Callable
+from dataclasses import dataclass
 from html import escape
 from typing import TYPE_CHECKING, Any, NamedTuple
 
@@ -68,7 +69,6 @@ class Head(NamedTuple):
     base_unit: str
 
 
-@dataclass(frozen=True, repr=False, eq=False)
 class Result:
     """Values with their axes and units.
 
@@ -90,12 +90,28 @@ class Result:
         The data block's head, with which the result can be handed to another block.
     """
 
-    values: npt.NDArray[Any]
-    axes: tuple[Axis, ...]
-    unit: str = ""
-    name: str = ""
-    outputs: dict[str, Result] = field(default_factory=dict)
-    head: Head | None = None
+    __slots__ = ("values", "_axes", "unit", "name", "outputs", "head")
+
+    def __init__(self, values: npt.NDArray[Any], axes: tuple[Axis, ...] | Callable[[], tuple[Axis, ...]],
+                 unit: str = "", name: str = "", outputs: dict[str, Result] | None = None,
+                 head: Head | None = None) -> None:
+        self.values, self._axes, self.unit, self.name = values, axes, unit, name
+        self.outputs = {} if outputs is None else outputs
+        self.head = head
+
+    @property
+    def axes(self) -> tuple[Axis, ...]:
+        if callable(self._axes):  # streams of small data blocks never look
+            self._axes = self._axes()
+        return self._axes
+
+    def __getstate__(self) -> dict[str, Any]:
+        return {"values": self.values, "_axes": self.axes, "unit": self.unit, "name": self.name,
+                "outputs": self.outputs, "head": self.head}
+
+    def __setstate__(self, state: dict[str, Any]) -> None:
+        for name, value in state.items():
+            setattr(self, name, value)
 
     # --- Looking at it ---
     @property
@@ -190,12 +206,13 @@ class Result:
 
     def to_xarray(self) -> xarray.DataArray:
         """An xarray DataArray with the axes as coordinates; units stand in the attribute "units"."""
-        xarray = optional("xarray", "to_xarray")
+        module = optional("xarray", "to_xarray")
         coordinates = {axis.name: (axis.name, axis.values, {"units": axis.unit} if axis.unit else {})
                        for axis in self.axes}
-        return xarray.DataArray(self.values, dims=[axis.name for axis in self.axes],
+        array: xarray.DataArray = module.DataArray(self.values, dims=[axis.name for axis in self.axes],
                                 coords=coordinates, name=self.name or None,
                                 attrs={"units": self.unit} if self.unit else {})
+        return array
 
     def plot(self, ax: matplotlib.axes.Axes | None = None, **style: Any) -> matplotlib.axes.Axes:
         """Draws a curve per column over the first axis with matplotlib, and gives the axes back.

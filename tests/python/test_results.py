@@ -142,3 +142,11 @@ def test_a_package_that_is_missing_is_named(noise, monkeypatch):
 def test_a_quantity_that_is_none_is_refused(noise):
     with pytest.raises(vp.InputError, match='"median" is no quantity; there are maximum, minimum, mean'):
         vp.statistics(noise(10))["median"]
+
+
+def test_a_result_can_be_pickled(noise):
+    import pickle
+    h = vp.transfer(noise(8192), noise(8192, seed=2), FS)
+    copy = pickle.loads(pickle.dumps(h))
+    np.testing.assert_array_equal(copy.coherence.values, h.coherence.values)
+    np.testing.assert_array_equal(copy.x, h.x)
