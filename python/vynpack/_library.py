@@ -69,7 +69,7 @@ def _folders() -> list[Path]:
     here = Path(__file__).resolve().parent
     return [here / "native",  # a wheel
             here.parents[1] / "build/native/bin",  # the sources, built
-            *sorted(Path("/usr/lib").glob("*/vynpack")), Path("/usr/local/lib/vynpack")]
+            Path("/usr/lib/vynpack"), *sorted(Path("/usr/lib").glob("*/vynpack")), Path("/usr/local/lib/vynpack")]
 
 
 class Library:

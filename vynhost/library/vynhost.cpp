@@ -129,6 +129,7 @@ Setting settingOf(const vynhost_setting& given, const std::string& name) {
 std::vector<Setting> settingsOf(const vynhost_setting* settings, std::int32_t count,
                                 const std::string& name) {
     std::vector<Setting> result;
+    result.reserve(static_cast<std::size_t>(std::max(count, 0)));
     for (std::int32_t i = 0; i < count; ++i)
         result.push_back(settingOf(required(settings + i, "the settings"), name));
     return result;
