@@ -150,10 +150,6 @@ int DialogCommand::exitCode() {
     return static_cast<int>(code);
 }
 
-void DialogCommand::waitForFile(const std::filesystem::path& file, const std::string& text) {
-    waitFor("a file", [&] { return contentOf(file) == text; });
-}
-
 std::filesystem::path DialogCommand::programFolder() {
     std::wstring path(MAX_PATH, L'\0');
     path.resize(::GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));

@@ -34,8 +34,6 @@ public:
     void choose(const Dialog& dialog, int list, int entry);
     void enter(const Dialog& dialog, int edit, const std::string& ascii);
 
-    // Once a file is there and holds this.
-    void waitForFile(const std::filesystem::path& file, const std::string& text);
     static std::filesystem::path programFolder();
 
     // The program's exit code, once it has ended.

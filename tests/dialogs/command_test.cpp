@@ -151,30 +151,6 @@ TEST_F(Command, HelpSaysWhereThePageOfTheBlockIs) {
     EXPECT_EQ(command.exitCode(), 0);
 }
 
-// What the user's system opens pages of the documentation with, for the life of this object: a
-// command that copies the page.
-class PageProgram {
-public:
-    explicit PageProgram(const std::filesystem::path& copy) {
-        set(L"Software\\Classes\\.md", L"vynhost.test");
-        set(L"Software\\Classes\\vynhost.test\\shell\\open\\command",
-            L"cmd.exe /c copy \"%1\" \"" + copy.wstring() + L"\"");
-    }
-    ~PageProgram() {
-        ::RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\Classes\\.md");
-        ::RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\Classes\\vynhost.test");
-    }
-    PageProgram(const PageProgram&) = delete;
-    PageProgram& operator=(const PageProgram&) = delete;
-
-private:
-    static void set(const std::wstring& key, const std::wstring& value) {
-        EXPECT_EQ(::RegSetKeyValueW(HKEY_CURRENT_USER, key.c_str(), nullptr, REG_SZ, value.c_str(),
-                                    static_cast<DWORD>((value.size() + 1) * sizeof(wchar_t))),
-                  ERROR_SUCCESS);
-    }
-};
-
 // As an installation has it, beside the program.
 class InstalledPage {
 public:
@@ -190,20 +166,6 @@ private:
     std::filesystem::path file_ =
         DialogCommand::programFolder() / "docs" / "blocks" / "TOSpektrum.md";
 };
-
-TEST_F(Command, HelpOpensTheInstalledPageOfTheBlock) {
-    const std::filesystem::path opened = diagram().parent_path() / "opened.md";
-    const PageProgram program(opened);
-    const InstalledPage page("# the page\n");
-    write("[block.fft]\ntype = \"FFT\"\n");
-    DialogCommand command(diagram(), "fft");
-    const Dialog dialog = command.dialog();
-    command.click(dialog, kSpectrumHelp);
-    command.waitForFile(opened, "# the page\n");
-    EXPECT_FALSE(dialog.closed());
-    command.click(dialog, IDCANCEL);
-    EXPECT_EQ(command.exitCode(), 0);
-}
 
 TEST_F(Command, HelpSaysWhereAPageIsThatNoProgramOpens) {
     const InstalledPage page("# the page\n");
