@@ -16,6 +16,7 @@ from .blocks import (BLOCKS, OCTAVES, THIRD_OCTAVES, Average, Bands, Block, Clas
                      DualSpectrum, Filter, InverseSpectrum, Level, Spectrum, Statistics, Weighting)
 from .diagram import Diagram, DiagramResults
 from .errors import BlockError, InputError, ModuleError, VynpackError
+from .files import read
 from .functions import (classify, filter, levels, spectrum, statistics, third_octaves, transfer,
                         weight)
 from .result import Axis, MissingPackage, Result
@@ -24,5 +25,5 @@ __version__ = "4.2.0"
 __all__ = ["BLOCKS", "OCTAVES", "THIRD_OCTAVES", "Average", "Axis", "Bands", "BatchSummary", "Block", "BlockError",
            "Classification", "Diagram", "DiagramResults", "DualSpectrum", "Filter", "InputError", "InverseSpectrum", "Level",
            "MissingPackage", "ModuleError", "Result", "Spectrum", "Statistics", "VynpackError",
-           "Weighting", "batch", "classify", "filter", "levels", "spectrum", "statistics", "third_octaves",
+           "Weighting", "batch", "classify", "filter", "levels", "read", "spectrum", "statistics", "third_octaves",
            "transfer", "weight"]

@@ -21,6 +21,12 @@ from .result import Axis, Result
 _POWER, _DECIBEL = 12, 6
 
 
+def _rate(step: float) -> float:
+    """The number whose reciprocal the step is: 1 / (1 / 49) is not 49."""
+    whole = float(round(1 / step))
+    return whole if whole >= 1 and 1 / whole == step else 1 / step
+
+
 class _Signal:
     """An array with its sample rate, start and unit."""
 
@@ -31,7 +37,7 @@ class _Signal:
                 raise InputError("this result is no time signal")
             if fs is not None and not np.isclose(fs, 1 / x.head.x_step, rtol=1e-9):
                 raise InputError(f"fs is {fs}, the signal's own rate is {1 / x.head.x_step}")
-            fs, unit, self.start, x = 1 / x.head.x_step, unit or x.unit, x.head.x_start, x.values
+            fs, unit, self.start, x = _rate(x.head.x_step), unit or x.unit, x.head.x_start, x.values
         if fs is None or not (np.isfinite(fs) and fs > 0):
             raise InputError(f"fs is {fs}, allowed is above 0 Hz")
         array = _checked(x)
