@@ -19,7 +19,8 @@ void CurveBundle::add(Series curve) {
         return;
     }
     if (count_ == kMostCurves + 1) {
-        low_ = high_ = curve;
+        range_ = curve;
+        range_.lows = range_.y;
         for (const Series& one : curves_)
             widenTo(one);
         curves_.clear();
@@ -30,17 +31,15 @@ void CurveBundle::add(Series curve) {
 void CurveBundle::addTo(std::vector<Series>& all) const {
     std::ranges::copy(curves_, std::back_inserter(all));
     if (count_ <= kMostCurves) return;
-    all.push_back(low_);
-    all.back().name += " lowest of " + std::to_string(count_);
-    all.push_back(high_);
-    all.back().name += " highest of " + std::to_string(count_);
+    all.push_back(range_);
+    all.back().name += " lowest to highest of " + std::to_string(count_);
 }
 
 void CurveBundle::widenTo(const Series& curve) {
-    const std::size_t common = std::min(curve.y.size(), low_.y.size());
-    for (std::size_t i = 0; i < common; ++i) {
-        low_.y[i] = std::min(low_.y[i], curve.y[i]);
-        high_.y[i] = std::max(high_.y[i], curve.y[i]);
+    const std::size_t common = std::min(curve.y.size(), range_.y.size());
+    for (std::size_t i = 0; i < common; ++i) {  // past what is no number
+        range_.lows[i] = std::fmin(range_.lows[i], curve.y[i]);
+        range_.y[i] = std::fmax(range_.y[i], curve.y[i]);
     }
 }
 

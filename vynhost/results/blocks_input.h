@@ -14,7 +14,7 @@
 
 namespace vynhost {
 
-// Curves of one shape: all of a few, of many the lowest and the highest values.
+// Curves of one shape: all of a few, of many the range that they cover.
 class CurveBundle {
 public:
     void add(Series curve);
@@ -27,8 +27,7 @@ private:
 
     std::uint64_t count_ = 0;
     std::vector<Series> curves_;
-    Series low_;
-    Series high_;
+    Series range_;
 };
 
 // Data blocks wait in a file until the table, in which they stand side by side, can be written.

@@ -10,7 +10,7 @@ NamedInput::NamedInput(const SinkEntry& entry, const OutletInfo& outlet, const C
     : style_(style), hasTable_(!entry.csv.empty()), overIntervals_(outlet.overIntervals) {
     const std::size_t quantities = outlet.values.size();
     const std::size_t channels = first.values.size() / quantities;
-    nameAxis(axis_, first.header);
+    nameAxis(axis_, first.header, {});
     for (std::size_t channel = 0; channel < channels; ++channel) {
         for (std::size_t q = 0; q < quantities; ++q) {
             const std::string& name = outlet.values[q].name;
@@ -85,7 +85,6 @@ void NamedInput::addSeries(std::vector<Series>& all) const {
         Series series = curve.complete();
         series.xName = axis_.xName;
         series.xUnit = axis_.xUnit;
-        series.bandEdge = axis_.bandEdge;
         all.push_back(std::move(series));
     }
 }

@@ -23,10 +23,6 @@ constexpr std::array<double, 32> kThirdOctaves = {
 constexpr std::array<double, 11> kOctaves = {16,   31.5, 63,   125,  250,  500,
                                              1000, 2000, 4000, 8000, 16000};
 
-bool overBands(const ChannelHeader& header) {
-    return (header.axisFlags & (kThirdOctaveBands | kOctaveBands)) != 0;
-}
-
 // Channels that have no name have a number where there are several.
 std::string channelName(const std::string& name, const OutletInfo& outlet, int channel,
                         int channels) {
@@ -45,6 +41,10 @@ bool overTime(const ChannelHeader& header) {
     return header.xAxisKind == kSeconds || header.xAxisKind == kMilliseconds;
 }
 
+bool overBands(const ChannelHeader& header) {
+    return (header.axisFlags & (kThirdOctaveBands | kOctaveBands)) != 0;
+}
+
 // x of one value. A band outside the tables keeps its number, negative, so that nobody takes it for
 // a frequency.
 double xOf(const ChannelHeader& header, int sample) {
@@ -57,12 +57,18 @@ double xOf(const ChannelHeader& header, int sample) {
     return (header.axisFlags & kThirdOctaveBands) != 0 ? centre(kThirdOctaves) : centre(kOctaves);
 }
 
-void nameAxis(Series& series, const ChannelHeader& header) {
+void nameAxis(Series& series, const ChannelHeader& header, const SignalKind& kind) {
     if (overBands(header)) {
         const bool thirds = (header.axisFlags & kThirdOctaveBands) != 0;
-        series.bandEdge = std::exp2(thirds ? 1.0 / 6 : 1.0 / 2);
+        series.bandEdge = std::pow(10.0, thirds ? 1.0 / 20 : 3.0 / 20);
         series.xName = "f";
         series.xUnit = "Hz";
+        return;
+    }
+    if (kind.overClasses) {
+        series.xName = "from";
+        series.xUnit = kind.xUnit;
+        series.classWidth = header.xStep;
         return;
     }
     switch (header.xAxisKind) {
@@ -78,7 +84,7 @@ Series emptySeries(const OutletInfo& outlet, const ChannelData& block, int chann
     Series series;
     series.name = channelName(outlet.name, outlet, channel, block.channels());
     series.quantity = quantityOf(block.header, outlet.kind.values);
-    nameAxis(series, block.header);
+    nameAxis(series, block.header, outlet.kind);
     return series;
 }
 

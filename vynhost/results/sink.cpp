@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <optional>
 
 #include "vynhost/base/text.h"
@@ -27,6 +28,21 @@ std::unique_ptr<SinkInput> inputFor(const SinkEntry& entry, const OutletInfo& ou
             return std::make_unique<BlocksInput>(entry, outlet, first, style, table);
         default: return std::make_unique<MeanInput>(outlet, first, entry.average, style);
     }
+}
+
+// A band that no line fell into has no value.
+ChannelData withGaps(const ChannelData& block, const OutletInfo& outlet) {
+    ChannelData result = block;
+    const std::vector<bool>& without = outlet.bandsWithoutLine;
+    if (without.empty() || !overBands(block.header) || !outlet.values.empty()) return result;
+    const auto channels = static_cast<std::size_t>(block.channels());
+    for (std::size_t i = 0; i < result.values.size(); ++i) {
+        const std::size_t band = i / channels;
+        if (band < without.size() && without[band]) {
+            result.values[i] = std::numeric_limits<float>::quiet_NaN();
+        }
+    }
+    return result;
 }
 
 // A sink may pick quantities; what it picks must exist at one of its places at least.
@@ -58,7 +74,7 @@ void Sink::claimFiles(const SinkEntry& entry, ResultFiles& files) {
 
 Sink::Sink(const SinkEntry& entry, Runner& runner, ResultFiles& files, const TableStyle& tables)
     : entry_(entry),
-      style_{entry.title, entry.logX, entry.decibels, entry.reference},
+      style_{entry.title, entry.logX, entry.decibels, entry.reference, tables.decimal},
       tableStyle_(tables) {
     checkPickedValues(entry, runner);
     if (!entry.csv.empty()) table_ = &files.open(entry.csv);
@@ -73,7 +89,7 @@ Sink::Sink(const SinkEntry& entry, Runner& runner, ResultFiles& files, const Tab
 
 void Sink::take(Place& place, const ChannelData& block) {
     if (!place.input) place.input = inputFor(entry_, *place.outlet, block, style_, table_);
-    place.input->take(block);
+    place.input->take(withGaps(block, *place.outlet));
     while (rowsAreComplete())
         writeRow();
 }
@@ -153,7 +169,14 @@ void Sink::finish() {
         table_->close();
     }
     if (picture_ != nullptr) {
-        picture_->write(svgChart(series(), style_));
+        const std::vector<Series> curves = series();
+        for (const Series& curve : curves) {
+            if (curve.xUnit == curves.front().xUnit && curve.xName == curves.front().xName)
+                continue;
+            throw InputError(entry_.place,
+                             curve.name + " and " + curves.front().name + kDifferentAxes);
+        }
+        picture_->write(svgChart(curves, style_));
         picture_->close();
     }
 }

@@ -2,7 +2,17 @@
 
 namespace vynhost {
 
-void SinkInput::writeHead(TableRow& row) const { row.addNumber(*nextX(), kXDigits); }
+// A class has two limits.
+void SinkInput::writeHead(TableRow& row) const {
+    row.addNumber(*nextX(), kXDigits);
+    const double width = axis().classWidth;
+    if (width > 0) row.addNumber(*nextX() + width, kXDigits);
+}
+
+std::string SinkInput::endColumn() const {
+    const Series x = axis();
+    return x.classWidth > 0 ? withUnit("to", x.xUnit) : "";
+}
 
 void addHeight(TableRow& row, float value, const Series& series, const ChartStyle& style) {
     row.addNumber(static_cast<float>(drawnHeight(value, series, style)));

@@ -38,7 +38,7 @@ public:
     // The first column's name, and the x axis.
     virtual Series axis() const = 0;
     // The name of a second column with where rows end; none where they have but one x.
-    virtual std::string endColumn() const { return ""; }
+    virtual std::string endColumn() const;
     // How far apart x values are.
     virtual double step() const = 0;
 

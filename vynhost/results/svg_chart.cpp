@@ -1,259 +1,141 @@
 #include "vynhost/results/svg_chart.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <limits>
-#include <string_view>
+#include <utility>
 
 #include "vynhost/base/text.h"
+#include "vynhost/results/chart_panel.h"
+#include "vynhost/results/svg_elements.h"
 
 namespace vynhost {
 namespace {
 
-// The sheet, in pixels.
-constexpr double kWidth = 900;
-constexpr double kHeight = 420;
-constexpr double kLeft = 78;
-constexpr double kRight = 24;
-constexpr double kTop = 46;
-constexpr double kBottom = 54;
-constexpr double kPlotWidth = kWidth - kLeft - kRight;
-constexpr double kPlotHeight = kHeight - kTop - kBottom;
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
-// The legend stands beside the plot, on a sheet that is so much wider.
-constexpr std::size_t kMostLegendRows = 17;
-constexpr std::size_t kMostLegendLetters = 40;
-constexpr double kLegendRow = 19;
-constexpr double kLegendSample = 22;   // of the curve's line
-constexpr double kLegendLetter = 7.6;  // wider than nearly all are
-constexpr double kLowestLevel = 120;   // dB below the highest that is drawn
-
-// Told apart in print and by colour-blind eyes.
-constexpr std::array<const char*, 7> kColours = {"#0072b2", "#d55e00", "#009e73", "#cc79a7",
-                                                 "#e69f00", "#56b4e9", "#555555"};
-
-constexpr const char* kGrid = "#dddddd";
-constexpr const char* kFrame = "#555555";
-
-// XML has no control characters but tab and line ends, not even escaped: each becomes the sign that
-// stands for it. Neither has it the last two numbers of Unicode's first plane.
-std::string escaped(std::string_view text) {
-    std::string result;
-    while (!text.empty()) {
-        const std::size_t size = characterSize(text);
-        const std::string_view character = text.substr(0, std::max<std::size_t>(size, 1));
-        const char c = character.front();
-        text.remove_prefix(character.size());
-        if (size == 0 || character == "\uFFFE" || character == "\uFFFF") {
-            result += "\uFFFD";
-        } else if (c >= 0 && c < ' ' && c != '\t' && c != '\n' && c != '\r') {
-            result += "\xE2\x90";  // U+2400 and what follows
-            result += static_cast<char>(0x80 + c);
-        } else if (c == '&') {
-            result += "&amp;";
-        } else if (c == '<') {
-            result += "&lt;";
-        } else if (c == '>') {
-            result += "&gt;";
-        } else {
-            result += character;
-        }
-    }
-    return result;
-}
-
-std::string pixel(double position) { return toText(std::round(position * 10) / 10); }
-
-// The range of one axis and where its ticks stand. Any two finite numbers are a range.
-class Axis {
-public:
-    Axis(double low, double high, bool log)
-        : log_(log), low_(std::max(low, -kLargest)), high_(std::min(high, kLargest)) {
-        if (log_) {
-            if (isPoint()) widenLogPoint();
-            setDecades();
-        } else {
-            if (isPoint()) widenPoint();
-            setRoundSteps();
-        }
-    }
-
-    // 0 at the low end, 1 at the high one.
-    double place(double value) const {
-        if (log_) return (std::log(value) - std::log(low_)) / (std::log(high_) - std::log(low_));
-        return (value / 2 - low_ / 2) / halfWidth();
-    }
-    void widenToTicks() {
-        low_ = std::max(std::min(low_, std::floor(low_ / step_) * step_), -kLargest);
-        high_ = std::min(std::max(high_, std::ceil(high_ / step_) * step_), kLargest);
-        setRoundSteps();
-    }
-    const std::vector<double>& ticks() const { return ticks_; }
-
-private:
-    static constexpr double kLargest = 1.79e308;  // a tick beyond it still is a number
-
-    // Of numbers that lie too close for ticks between them.
-    bool isPoint() const {
-        constexpr double kSmallestPart = 1e-12;
-        constexpr double kSmallest = 1e-290;  // whose parts are numbers, too
-        const double size = std::abs(low_) / 2 + std::abs(high_) / 2;
-        return !(halfWidth() > kSmallestPart * size) || (!log_ && halfWidth() < kSmallest);
-    }
-    void widenPoint() {
-        const double size = std::max(std::abs(low_), std::abs(high_));
-        const double half = size < 1e-290 ? 1 : size / 2;
-        low_ = std::max(low_ - half, -kLargest);
-        high_ = std::min(high_ + half, kLargest);
-    }
-    void widenLogPoint() {
-        low_ = std::max(low_ / 2, std::numeric_limits<double>::denorm_min());
-        high_ = std::min(std::max(low_ * 2, high_ * 1.5), kLargest);
-    }
-    // Of which both ends together may be no number.
-    double halfWidth() const { return high_ / 2 - low_ / 2; }
-
-    void setDecades() {
-        constexpr int kMostDecadesInParts = 8;
-        constexpr int kMostDecades = 16;
-        const int first = static_cast<int>(std::floor(std::log10(low_)));
-        const int last = static_cast<int>(std::floor(std::log10(high_)));
-        const int every = 1 + (last - first) / kMostDecades;
-        for (int decade = first; decade <= last; decade += every) {
-            for (const double part : {1.0, 2.0, 5.0}) {
-                if (part > 1 && last - first > kMostDecadesInParts) continue;
-                const double tick = part * std::pow(10, decade);
-                if (tick >= low_ * 0.999 && tick <= high_ * 1.001) ticks_.push_back(tick);
-            }
-        }
-    }
-    void setRoundSteps() {
-        constexpr double kWantedTicks = 9;
-        constexpr int kMostTicks = 100;
-        const double rough = halfWidth() / (kWantedTicks / 2);
-        const double decade = std::pow(10, std::floor(std::log10(rough)));
-        step_ = decade * 10;
-        for (const double part : {1.0, 2.0, 5.0}) {
-            if (rough <= decade * part) {
-                step_ = decade * part;
-                break;
-            }
-        }
-        ticks_.clear();
-        const double slack = step_ * 1e-6;
-        const double first = std::ceil((low_ - slack) / step_);
-        for (int i = 0; i < kMostTicks && (first + i) * step_ <= high_ + slack; ++i) {
-            ticks_.push_back((first + i) * step_ + 0.0);  // never -0
-        }
-    }
-
-    bool log_;
-    double low_;
-    double high_;
-    double step_ = 1;
-    std::vector<double> ticks_;
-};
-
-struct Point {
-    double x;
-    double y;
-};
-
-// What is drawn of a curve: levels where asked for, nothing that is no number, nothing that a
-// logarithmic axis cannot show.
-std::vector<Point> pointsOf(const Series& series, const ChartStyle& style) {
-    std::vector<Point> points;
-    for (std::size_t i = 0; i < series.x.size(); ++i) {
-        const double y = drawnHeight(series.y[i], series, style);
-        if (!std::isfinite(y) || !std::isfinite(series.x[i])) continue;
-        if (style.logX && !(series.x[i] > 0)) continue;
-        if (series.bandEdge > 0) {  // as wide as the band is
-            points.push_back({series.x[i] / series.bandEdge, y});
-            points.push_back({series.x[i] * series.bandEdge, y});
-        } else {
-            points.push_back({series.x[i], y});
-        }
-    }
-    return points;
-}
-
-// At most four points per pixel column (first, lowest, highest, last), so that no peak is lost and
-// long signals stay small.
-std::vector<Point> thinned(const std::vector<Point>& pixels) {
-    std::vector<Point> kept;
-    std::size_t begin = 0;
-    while (begin < pixels.size()) {
-        std::size_t end = begin + 1;
-        while (end < pixels.size() && std::floor(pixels[end].x) == std::floor(pixels[begin].x)) {
-            ++end;
-        }
-        const auto first = pixels.begin() + static_cast<std::ptrdiff_t>(begin);
-        const auto last = pixels.begin() + static_cast<std::ptrdiff_t>(end);
-        const auto [low, high] = std::minmax_element(
-            first, last, [](const Point& a, const Point& b) { return a.y < b.y; });
-        std::array<std::vector<Point>::const_iterator, 4> chosen = {first, low, high, last - 1};
-        std::sort(chosen.begin(), chosen.end());
-        const auto chosenEnd = std::unique(chosen.begin(), chosen.end());
-        for (auto point = chosen.begin(); point != chosenEnd; ++point)
-            kept.push_back(**point);
-        begin = end;
-    }
-    return kept;
-}
-
-std::string yTitle(const std::vector<Series>& series, const ChartStyle& style) {
-    return heightUnit(series.front(), style, Letters::print);
-}
-
-std::string label(double x, double y, const char* anchor, const std::string& text,
-                  const char* more = "") {
-    return "<text x=\"" + pixel(x) + "\" y=\"" + pixel(y) + "\" text-anchor=\"" + anchor + "\"" +
-           more + ">" + escaped(text) + "</text>\n";
-}
-
-std::string line(double x1, double y1, double x2, double y2, const char* colour) {
-    return "<line x1=\"" + pixel(x1) + "\" y1=\"" + pixel(y1) + "\" x2=\"" + pixel(x2) +
-           "\" y2=\"" + pixel(y2) + "\" stroke=\"" + colour + "\"/>\n";
-}
-
-}  // namespace
-
-namespace {
-
-// The first so many letters (not bytes) of a name, and a mark where some are missing.
-std::string shortened(const std::string& name) {
-    std::size_t letters = 0;
-    for (std::size_t i = 0; i < name.size(); ++i) {
-        if ((name[i] & 0xC0) == 0x80) continue;
-        if (++letters > kMostLegendLetters) return name.substr(0, i) + "…";
-    }
-    return name;
-}
-
-// A row per curve; where they are too many, the last row tells how many more there are. A single
-// curve needs none.
-std::vector<std::string> legendOf(const std::vector<Series>& series) {
-    std::vector<std::string> rows;
-    if (series.size() < 2) return rows;
+std::vector<ChartCurve> curvesOf(const std::vector<Series>& series, const ChartStyle& style) {
+    std::vector<ChartCurve> curves;
     for (const Series& one : series) {
-        if (rows.size() + 1 == kMostLegendRows && series.size() > kMostLegendRows) {
-            rows.push_back("and " + std::to_string(series.size() - rows.size()) + " more");
-            break;
+        ChartCurve curve;
+        curve.name = one.name;
+        curve.bars = one.bandEdge > 0 || one.classWidth > 0;
+        for (std::size_t i = 0; i < one.x.size(); ++i) {
+            const double x = one.x[i];
+            const double y = drawnHeight(one.y[i], one, style);
+            ChartCurve::Value value{x, x, y, y};
+            if (!one.lows.empty()) value.low = drawnHeight(one.lows[i], one, style);
+            if (one.bandEdge > 0) {
+                value.from = exactCentre(x) / one.bandEdge;
+                value.to = exactCentre(x) * one.bandEdge;
+            } else if (one.classWidth > 0) {
+                value.to = x + one.classWidth;
+            }
+            curve.values.push_back(value);
         }
-        rows.push_back(shortened(one.name));
+        curve.range = !one.lows.empty();
+        curves.push_back(std::move(curve));
     }
-    return rows;
+    return curves;
 }
 
-double widthOf(const std::vector<std::string>& legend) {
-    std::size_t longest = 0;
-    for (const std::string& row : legend) {
-        const auto letters = std::ranges::count_if(row, [](char c) { return (c & 0xC0) != 0x80; });
-        longest = std::max(longest, static_cast<std::size_t>(letters));
+// What stands beside a panel's axis, which is also what parts panels.
+std::string titleOf(const Series& series, const ChartStyle& style) {
+    const std::string unit = heightUnit(series, style, Letters::print);
+    const bool isFullScale =
+        series.quantity.scale == Quantity::Scale::fullScale && series.quantity.degree == 1;
+    return unit.empty() && isFullScale ? "full scale = 1" : unit;
+}
+
+std::vector<ChartPanel> panelsOf(const std::vector<Series>& series, const ChartStyle& style) {
+    std::vector<ChartPanel> panels;
+    std::vector<ChartCurve> curves = curvesOf(series, style);
+    for (std::size_t i = 0; i < series.size(); ++i) {
+        const std::string unit = titleOf(series[i], style);
+        auto panel = std::ranges::find(panels, unit, &ChartPanel::unit);
+        if (panel == panels.end()) {
+            panels.push_back({.unit = unit, .curves = {}});
+            panel = panels.end() - 1;
+            panel->fromBelow = style.decibels && series[i].quantity.hasLevel;
+        }
+        curves[i].number = i;
+        panel->curves.push_back(std::move(curves[i]));
     }
-    if (longest == 0) return 0;
-    return kLegendSample + 8 + std::ceil(kLegendLetter * static_cast<double>(longest)) + kRight / 2;
+    return panels;
+}
+
+ChartAxis xAxisOf(const std::vector<ChartPanel>& panels, bool log) {
+    double low = kInfinity;
+    double high = -kInfinity;
+    for (const ChartPanel& panel : panels) {
+        for (const ChartCurve& curve : panel.curves) {
+            for (const ChartCurve::Value& value : curve.values) {
+                if (log && !(value.from > 0)) continue;
+                // The ends of a line that has no values there are no part of the picture.
+                if (!curve.bars && !std::isfinite(value.high)) continue;
+                if (!std::isfinite(value.from) || !std::isfinite(value.to)) continue;
+                low = std::min(low, value.from);
+                high = std::max(high, value.to);
+            }
+        }
+    }
+    if (!(low <= high)) low = log ? 1 : 0, high = 10;
+    constexpr int kWantedTicks = 9;
+    return log ? ChartAxis::logarithmic(low, high) : ChartAxis::linear(low, high, kWantedTicks);
+}
+
+// Bands are named by their nominal centres: all of them, or those of the octaves.
+std::vector<Tick> bandTicks(const std::vector<Series>& series, const ChartAxis& axis,
+                            const TickText& text) {
+    constexpr double kRoom = 40;  // pixels for a name
+    std::vector<Tick> ticks;
+    for (const Series& one : series) {
+        if (!(one.bandEdge > 0)) continue;
+        for (const double centre : one.x) {
+            if (!(centre > 0)) continue;
+            const double at = exactCentre(centre);
+            const bool known = std::ranges::any_of(
+                ticks, [&](const Tick& tick) { return std::abs(tick.at - at) < 1e-6 * at; });
+            if (!known) ticks.push_back({at, tickText(centre, text)});
+        }
+    }
+    const double apart =
+        ChartPanel::kWidth / static_cast<double>(std::max<std::size_t>(ticks.size(), 1));
+    if (apart < kRoom) {
+        std::erase_if(ticks, [](const Tick& tick) {
+            return std::llround(10 * std::log10(tick.at / 1000)) % 3 != 0;
+        });
+    }
+    std::erase_if(ticks,
+                  [&](const Tick& tick) { return tick.at < axis.low() || tick.at > axis.high(); });
+    return ticks;
+}
+
+// Classes are named by their limits: all of them, or every so many.
+std::vector<Tick> classTicks(const Series& series, const ChartAxis& axis, const TickText& text) {
+    constexpr double kGap = 12;  // pixels between names
+    const double width = series.classWidth;
+    const double range = axis.high() - axis.low();
+    const std::size_t limits = series.x.size() + 1;
+    const auto tickAt = [&](std::size_t i) {
+        double at = series.x.front() + static_cast<double>(i) * width;
+        if (std::abs(at) < 1e-9 * range) at = 0;
+        return Tick{at, tickText(toNumber(toText(at, 4)).value_or(at), text)};
+    };
+    double widest = 0;
+    for (const std::size_t i : {std::size_t{0}, std::size_t{1}, limits / 3, limits - 1}) {
+        widest = std::max(widest, textWidth(tickAt(i).label, kChartFont) + kGap);
+    }
+    std::size_t every = 1;
+    for (int i = 0;
+         every < limits && ChartPanel::kWidth * width / range * static_cast<double>(every) < widest;
+         ++i) {
+        every = every * (i % 3 == 1 ? 5 : 4) / 2;  // 1, 2, 5, 10, 20, 50, ...
+    }
+    std::vector<Tick> ticks;
+    for (std::size_t i = 0; i < limits; i += every)
+        ticks.push_back(tickAt(i));
+    return ticks;
 }
 
 }  // namespace
@@ -269,74 +151,60 @@ std::string heightUnit(const Series& series, const ChartStyle& style, Letters le
 }
 
 std::string svgChart(const std::vector<Series>& series, const ChartStyle& style) {
-    std::vector<std::vector<Point>> curves;
-    constexpr double kInfinity = std::numeric_limits<double>::infinity();
-    Point low{kInfinity, kInfinity};
-    Point high{-kInfinity, -kInfinity};
-    for (const Series& one : series) {
-        curves.push_back(pointsOf(one, style));
-        for (const Point& point : curves.back()) {
-            low = {std::min(low.x, point.x), std::min(low.y, point.y)};
-            high = {std::max(high.x, point.x), std::max(high.y, point.y)};
-        }
+    constexpr double kTop = 46;
+    constexpr double kBottom = 54;
+    constexpr double kGap = 20;  // between panels
+    constexpr double kTitleFont = 16;
+    std::vector<ChartPanel> panels = panelsOf(series, style);
+    const double height = panels.size() == 1 ? 320 : panels.size() == 2 ? 200 : 150;
+    double top = kTop;
+    double legend = 0;
+    for (ChartPanel& panel : panels) {
+        panel.top = top;
+        panel.height = height;
+        panel.hasLegend = series.size() > 1 || panel.curves.front().range;
+        top += height + kGap;
+        legend = std::max(legend, panel.legendWidth());
     }
-    if (!(low.x <= high.x)) low = {style.logX ? 1.0 : 0.0, 0}, high = {10, 1};
-    if (style.decibels) low.y = std::max(low.y, high.y - kLowestLevel);
-    const Axis xAxis(low.x, high.x, style.logX);
-    Axis yAxis(low.y, high.y, false);
-    yAxis.widenToTicks();
-    const auto xPixel = [&](double x) { return kLeft + kPlotWidth * xAxis.place(x); };
-    const auto yPixel = [&](double y) { return kTop + kPlotHeight * (1 - yAxis.place(y)); };
+    const double bottom = top - kGap;
+    const double sheetWidth = ChartPanel::kLeft + ChartPanel::kWidth + ChartPanel::kRight + legend;
+    const double sheetHeight = bottom + kBottom;
 
-    const std::vector<std::string> legend = legendOf(series);
-    const double width = kWidth + widthOf(legend);
-    std::string svg = "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 " + toText(width) +
-                      " " + toText(kHeight) + "\" width=\"" + toText(width) + "\" height=\"" +
-                      toText(kHeight) +
-                      "\" font-family=\"sans-serif\" font-size=\"13\" fill=\"#222\">\n"
+    const Series& first = series.front();
+    const auto isBand = [](const Series& one) { return one.bandEdge > 0; };
+    const auto isClass = [](const Series& one) { return one.classWidth > 0 && !one.x.empty(); };
+    const bool overBands = std::ranges::any_of(series, isBand);
+    const auto classes = std::ranges::find_if(series, isClass);
+    const ChartAxis xAxis = xAxisOf(panels, style.logX || overBands);
+    const TickText xText{style.decimal, first.xUnit == "Hz"};
+    const std::vector<Tick> ticks = overBands                 ? bandTicks(series, xAxis, xText)
+                                    : classes != series.end() ? classTicks(*classes, xAxis, xText)
+                                                              : xAxis.ticks(xText);
+    const bool hasGrid = !overBands && classes == series.end();
+
+    std::string svg = "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 " +
+                      pixel(sheetWidth) + " " + pixel(sheetHeight) + "\" width=\"" +
+                      pixel(sheetWidth) + "\" height=\"" + pixel(sheetHeight) +
+                      "\" font-family=\"sans-serif\" font-size=\"" + pixel(kChartFont) +
+                      "\" fill=\"#222\">\n"
                       "<rect width=\"100%\" height=\"100%\" fill=\"#fff\"/>\n";
-    svg += label(kLeft, 27, "start", style.title, " font-size=\"16\" font-weight=\"600\"");
-    const double bottom = kTop + kPlotHeight;
-    const double right = kLeft + kPlotWidth;
-    for (const double tick : xAxis.ticks()) {
-        svg += line(xPixel(tick), kTop, xPixel(tick), bottom, kGrid);
-        svg += label(xPixel(tick), bottom + 19, "middle", toText(tick, 6));
+    const double room = sheetWidth - ChartPanel::kLeft - ChartPanel::kRight;
+    const double wanted = textWidth(style.title, kTitleFont);
+    const double titleFont =
+        wanted > room ? std::max(10.0, kTitleFont * room / wanted) : kTitleFont;
+    svg += svgText(ChartPanel::kLeft, 27, "start", style.title,
+                   " font-size=\"" + pixel(titleFont) + "\" font-weight=\"600\"");
+    for (const Tick& tick : ticks) {
+        if (tick.label.empty()) continue;
+        svg += svgText(ChartPanel::xPixel(xAxis, tick.at), bottom + 19, "middle", tick.label);
     }
-    for (const double tick : yAxis.ticks()) {
-        svg += line(kLeft, yPixel(tick), right, yPixel(tick), kGrid);
-        svg += label(kLeft - 8, yPixel(tick) + 4.5, "end", toText(tick, 6));
-    }
-    svg += line(kLeft, kTop, kLeft, bottom, kFrame) + line(kLeft, bottom, right, bottom, kFrame);
-    std::string xTitle = series.front().xName;
-    if (!series.front().xUnit.empty()) xTitle += " [" + series.front().xUnit + "]";
-    svg += label(kLeft + kPlotWidth / 2, kHeight - 12, "middle", xTitle);
-    svg += label(18, kTop + kPlotHeight / 2, "middle", yTitle(series, style),
-                 (" transform=\"rotate(-90 18 " + pixel(kTop + kPlotHeight / 2) + ")\"").c_str());
-
-    svg += "<clipPath id=\"p\"><rect x=\"" + pixel(kLeft) + "\" y=\"" + pixel(kTop) +
-           "\" width=\"" + pixel(kPlotWidth) + "\" height=\"" + pixel(kPlotHeight) +
-           "\"/></clipPath>\n<g clip-path=\"url(#p)\">\n";
-    for (std::size_t i = 0; i < curves.size(); ++i) {
-        std::vector<Point> pixels;
-        for (const Point& point : curves[i])
-            pixels.push_back({xPixel(point.x), yPixel(point.y)});
-        std::string points;
-        for (const Point& point : thinned(pixels)) {
-            points += (points.empty() ? "" : " ") + pixel(point.x) + "," + pixel(point.y);
-        }
-        svg += "<polyline fill=\"none\" stroke-width=\"1.3\" stroke=\"" +
-               std::string(kColours[i % kColours.size()]) + "\" points=\"" + points + "\"/>\n";
-    }
-    svg += "</g>\n";
-    for (std::size_t i = 0; i < legend.size(); ++i) {
-        const double y = kTop + 8 + kLegendRow * static_cast<double>(i);
-        const double x = right + kRight;
-        if (i + 1 < legend.size() || legend.size() == series.size()) {
-            svg += "<line x1=\"" + pixel(x) + "\" y1=\"" + pixel(y) + "\" x2=\"" +
-                   pixel(x + kLegendSample) + "\" y2=\"" + pixel(y) +
-                   "\" stroke-width=\"2\" stroke=\"" + kColours[i % kColours.size()] + "\"/>\n";
-        }
-        svg += label(x + kLegendSample + 8, y + 4.5, "start", legend[i]);
+    const std::string power = hasGrid ? powerOfTen(xAxis.exponent(xText)) : "";
+    const std::string unit =
+        power.empty() || first.xUnit.empty() ? power + first.xUnit : power + " " + first.xUnit;
+    svg += svgText(ChartPanel::kLeft + ChartPanel::kWidth / 2, sheetHeight - 12, "middle",
+                   withUnit(classes != series.end() ? "class limits" : first.xName, unit));
+    for (std::size_t i = 0; i < panels.size(); ++i) {
+        svg += panels[i].draw(xAxis, ticks, hasGrid, {style.decimal}, i);
     }
     return svg + "</svg>\n";
 }

@@ -1,4 +1,5 @@
-// A line chart as SVG: axes with round ticks, a legend, readable on screen and in print.
+// A chart as SVG, readable on screen and in print: curves, filled ranges and bars over one x axis,
+// a panel for each unit, a legend beside each panel.
 #pragma once
 
 #include <string>
@@ -13,6 +14,7 @@ struct ChartStyle {
     bool logX = false;
     bool decibels = false;
     double reference = 1;
+    char decimal = '.';
 };
 
 // The height at which a value is drawn: itself, or its level.
@@ -21,6 +23,7 @@ double drawnHeight(double y, const Series& series, const ChartStyle& style);
 std::string heightUnit(const Series& series, const ChartStyle& style,
                        Letters letters = Letters::plain);
 
+// Of at least one curve; all of them have the first one's x axis.
 std::string svgChart(const std::vector<Series>& series, const ChartStyle& style);
 
 }  // namespace vynhost

@@ -44,6 +44,16 @@ struct Runner::Node {
     std::vector<std::string> outputs;
     std::vector<Outlet> outlets;
     bool checkedAtRate = false;
+    bool keepsBands = false;  // what comes in over bands goes out over the same
+    // Of the spectra whose bands are known.
+    struct Lines {
+        std::int32_t axis;
+        double start;
+        double step;
+        int count;
+        bool operator==(const Lines&) const = default;
+    };
+    std::optional<Lines> lines = {};
     std::vector<Node*> before;  // whose outputs come in here
     std::optional<LevelIntervals> intervals = {};
     int followers = 0;  // samples behind the data that the last intervals have been given
@@ -288,6 +298,10 @@ void Runner::carryKinds() {
         const OutletInfo& first = comingIn(0);
         const KeywordValues values = node->values();
         const auto type = static_cast<std::int32_t>(node->block->typeCode());
+        constexpr std::int32_t kOfDataBlocks = 3;
+        node->keepsBands =
+            type == kFreqWeight ||
+            (type == kMittelwert && node->block->getInteger("PkMode") == kOfDataBlocks);
         for (std::size_t i = 0; i < node->outlets.size(); ++i) {
             OutletInfo& info = node->outlets[i].info;
             info.kind = outputKind(type, values, node->outputs[i], first.kind, comingIn(1).kind);
@@ -380,10 +394,45 @@ void Runner::checkAtRate(Node& node, const ChannelHeader& header) {
     }
 }
 
+// The block's bands say what its lines add up to, not whether there are any: between narrow bands
+// the lines may be too far apart. Lines of 1 show it. Blocks that leave bands in their places pass
+// the answer on.
+void Runner::findBandsWithoutLine(Node& node, const Outlet& from, const ChannelData& data) {
+    const auto tell = [&](const std::vector<bool>& bands) {
+        for (Outlet& outlet : node.outlets)
+            outlet.info.bandsWithoutLine = bands;
+    };
+    if (node.keepsBands) tell(from.info.bandsWithoutLine);
+    const ChannelHeader& header = data.header;
+    if (node.block->typeCode() != kTerzOktave || data.samples() < 1 ||
+        (header.xAxisKind != kHertz && header.xAxisKind != kKilohertz)) {
+        return;
+    }
+    const Node::Lines lines{header.xAxisKind, header.xStart, header.xStep, data.samples()};
+    if (node.lines == lines) return;
+    node.lines = lines;
+    ChannelData ones = data;
+    ones.values.assign(static_cast<std::size_t>(data.samples()), 1.0F);
+    ones.header.valueCount = data.samples();
+    ones.header.channelCount = 1;
+    ones.header.yUnit = kUnitAmplitude;
+    PlacedBlock probe(node.block->host(), kTerzOktave, node.block->save());
+    probe.wireAll();
+    probe.initSim();
+    const auto bands = probe.process(ones);
+    probe.stop();
+    if (!bands) return;
+    std::vector<bool> without;
+    for (const float value : bands->values)
+        without.push_back(!(value > 0));
+    tell(without);
+}
+
 void Runner::deliver(Outlet& outlet, const ChannelData& data) {
     for (const Target& target : outlet.targets) {
         if (target.input == 0) checkAtRate(*target.node, data.header);
         if (leavesOut(*target.node, target.input, data)) continue;
+        if (target.input == 0) findBandsWithoutLine(*target.node, outlet, data);
         if (target.node->block->put(target.input, data) == Handle::none) {
             throw RunError(kWrongInput, "memory is out");
         }

@@ -18,12 +18,13 @@ namespace vynhost {
 
 // What comes out at one source or output.
 struct OutletInfo {
-    std::string name;                        // as the diagram calls it
-    SignalKind kind = {};                    // of the values
-    std::vector<std::string> channels = {};  // their names, where the recording has some
-    std::vector<ValueName> values = {};      // of data blocks that hold named quantities
-    bool overIntervals = false;              // data blocks hold what an interval of time came to
-    std::vector<std::string> notes = {};     // after the run: what of the data is not in there
+    std::string name;                         // as the diagram calls it
+    SignalKind kind = {};                     // of the values
+    std::vector<std::string> channels = {};   // their names, where the recording has some
+    std::vector<ValueName> values = {};       // of data blocks that hold named quantities
+    std::vector<bool> bandsWithoutLine = {};  // of the last data block of bands, from band 0
+    bool overIntervals = false;               // data blocks hold what an interval of time came to
+    std::vector<std::string> notes = {};      // after the run: what of the data is not in there
 };
 
 class Runner {
@@ -91,6 +92,7 @@ private:
     void noteRest(Node& node);
     static bool targetsFree(const Outlet& outlet);
     static void checkAtRate(Node& node, const ChannelHeader& header);
+    static void findBandsWithoutLine(Node& node, const Outlet& from, const ChannelData& data);
     static void deliver(Outlet& outlet, const ChannelData& data);
     // True where the data is the short rest of a recording, which is in no spectrum.
     static bool leavesOut(Node& node, int input, const ChannelData& data);

@@ -99,6 +99,19 @@ TEST_F(RunnerTest, EveryExampleRunsToItsEnd) {
     if (seen == 0) GTEST_SKIP() << "the recordings are not installed";
 }
 
+TEST_F(RunnerTest, TheReadmeShowsWhatTheExampleDraws) {
+    const std::filesystem::path root = std::string(kSourceFolder);
+    const Diagram diagram = readDiagram(root / "examples" / "spectrum.toml");
+    if (!std::filesystem::exists(diagram.sources.at(0).file)) {
+        GTEST_SKIP() << "the recording is not installed";
+    }
+    runFile(diagram.file, [&](const RunResult&) {
+        EXPECT_EQ(read(folder() / "out" / "spectrum.svg"),
+                  read(root / "docs" / "images" / "spectrum.svg"))
+            << "./run draws another picture; copy out/spectrum.svg over the page's";
+    });
+}
+
 TEST_F(RunnerTest, AnInterruptEndsTheRunAndLeavesNoFile) {
     writeWav("s.wav", {0.5F, -0.25F});
     const std::string toml =

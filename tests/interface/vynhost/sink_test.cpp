@@ -10,6 +10,7 @@ namespace vynhost::test {
 namespace {
 
 using ::testing::HasSubstr;
+using ::testing::Not;
 using ::testing::SizeIs;
 using ::testing::StartsWith;
 
@@ -99,12 +100,11 @@ TEST_F(SinkTest, ManySpectraStandSideBySide) {
             EXPECT_EQ(result.tables[0], expected);
             // Too many for one picture: the range that they cover.
             const auto series = result.series(0);
-            ASSERT_THAT(series, SizeIs(4));
-            EXPECT_EQ(series[0].name, "f.S 1 lowest of 40");
-            EXPECT_NEAR(series[0].y[2], 0.01, 1e-4);
-            EXPECT_EQ(series[1].name, "f.S 1 highest of 40");
-            EXPECT_NEAR(series[1].y[2], 0.4, 1e-4);
-            EXPECT_NEAR(series[3].y[2], 0.2, 1e-4);
+            ASSERT_THAT(series, SizeIs(2));
+            EXPECT_EQ(series[0].name, "f.S 1 lowest to highest of 40");
+            EXPECT_NEAR(series[0].lows.at(2), 0.01, 1e-4);
+            EXPECT_NEAR(series[0].y[2], 0.4, 1e-4);
+            EXPECT_NEAR(series[1].y[2], 0.2, 1e-4);
         });
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder() / "out"), {}), 3);
 }
@@ -146,6 +146,57 @@ TEST_F(SinkTest, BandsAreNamedByTheirCentreFrequency) {
             EXPECT_EQ(octaves[0].x[6], 1000);
             EXPECT_NEAR(octaves[0].y[6], 0.5, 1e-3);
         });
+}
+
+// 1000 Hz / 64 = 15.6 Hz between the lines: the band at 20 Hz (18 to 22.4 Hz) has none, the one at
+// 16 Hz has, and is 0 because the signal has nothing there.
+TEST_F(SinkTest, ABandWithoutALineHasNoValue) {
+    writeWav("s.wav", std::vector<float>(128, 0.0F), 1, 1000);
+    const std::string diagram =
+        "[source.s]\nfile = \"s.wav\"\nblock = 64\n[block.f]\ntype = 5004\n[block.third]\ntype = "
+        "5001\n[block.m]\ntype = 5003\nPkMode = 3\nPkOutMode = 0\n"
+        "[wire]\n\"f.E\" = \"s\"\n\"third.E\" = \"f.S\"\n\"m.E\" = \"third.A\"\n";
+    for (const char* sink :
+         {"from = \"third.A\"\n", "from = \"m.A\"\n", "from = \"third.A\"\naverage = \"power\"\n",
+          "from = \"third.A\"\naverage = \"last\"\n"}) {
+        SCOPED_TRACE(sink);
+        run(diagram + "[sink.x]\ncsv = \"x\"\nsvg = \"x.svg\"\n" + sink +
+                "[compare.c]\nof = \"third.A\"\nwith = \"third.A\"\ntolerance = 1.0\n",
+            [](const RunResult& result) {
+                EXPECT_THAT(result.tables[0], HasSubstr("\n16,0"));
+                EXPECT_THAT(result.tables[0], HasSubstr("\n20,"));
+                EXPECT_THAT(result.tables[0], Not(HasSubstr("\n20,0")));
+                EXPECT_THAT(result.tables[0], HasSubstr("\n31.5,0"));
+                EXPECT_TRUE(std::isnan(result.series(0)[0].y[1]));
+                EXPECT_EQ(result.series(0)[0].y[0], 0);
+                EXPECT_EQ(result.comparison(0).largest, 0);  // the data are what they were
+            });
+    }
+}
+
+TEST_F(SinkTest, ClassesNameBothTheirLimits) {
+    writeWav("s.wav", {0.5F, -0.25F, 0.125F, 0.5F});
+    run("[source.s]\nfile = \"s.wav\"\nunit = \"Pa\"\n[block.k]\ntype = \"Klassierung\"\n"
+        "PkNumber = 4\nPkBegin = -1.0\nPkEnd = 1.0\nPkCalcMode = 2\n[wire]\n\"k.E\" = \"s\"\n"
+        "[sink.x]\nfrom = \"k.A\"\ncsv = \"x\"\nsvg = \"x.svg\"\naverage = \"last\"\n",
+        [](const RunResult& result) {
+            EXPECT_EQ(result.tables[0],
+                      "from [Pa],to [Pa],k.A\n-1,-0.5,0\n-0.5,0,1\n0,0.5,1\n0.5,1,2\n");
+            EXPECT_EQ(result.series(0)[0].classWidth, 0.5);
+        });
+}
+
+// A picture has one x axis, too.
+TEST_F(SinkTest, CurvesOverDifferentAxesDoNotShareAPicture) {
+    writeWav("s.wav", sine(64, 8));
+    try {
+        run("[source.s]\nfile = \"s.wav\"\nblock = 64\n[block.f]\ntype = 5004\n[wire]\n\"f.E\" = "
+            "\"s\"\n[sink.x]\nfrom = [\"s\", \"f.S\"]\nsvg = \"x.svg\"\n",
+            [](const RunResult&) {});
+        FAIL() << "no error";
+    } catch (const InputError& error) {
+        EXPECT_THAT(error.what(), HasSubstr("f.S #1 and s have different x axes"));
+    }
 }
 
 // A unit or a name may hold what parts columns, or what a spreadsheet would work out.
