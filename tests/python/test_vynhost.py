@@ -188,7 +188,8 @@ def table_of(tmp_path, signals):
 
 
 def same_bits(table, values):
-    found = table[:, -values.shape[1]:] if values.ndim == 2 else table[:, 1]
+    found = table[:, -values.shape[1]:] if values.ndim == 2 else table[:, -1]
+    found = np.nan_to_num(found)  # a band without a line is an empty cell; the block's value is 0
     assert len(found) == len(values) and np.ptp(found) > 0
     np.testing.assert_array_equal(found.astype(np.float32), values.astype(np.float32))
 

@@ -130,6 +130,7 @@ SignalKind classKind(const KeywordValues& values, const SignalKind& signal) {
 // --- A quantity -----------------------------------------------------------------------------
 
 std::string Quantity::unitText(Letters letters) const {
+    if (levelOver > 0) return levelText(levelOver, letters);
     std::string text;
     if (!unit.empty()) {
         text = toPower(unit, unitPower);
@@ -219,6 +220,11 @@ Quantity valueQuantity(const ValueName& value, const SignalKind& signal) {
         case ValueOf::magnitude: return signal.values;
         case ValueOf::sumOfSquares: return signal.values.power(2).withoutLevel();
         case ValueOf::variance: return signal.values.power(2);
+        case ValueOf::level: {
+            Quantity level = signal.values.withoutLevel();
+            level.levelOver = 2e-5;
+            return level;
+        }
         case ValueOf::x: return plainQuantity(signal.xUnit);
         default: return plainQuantity(value.unit);
     }

@@ -28,6 +28,7 @@ struct Quantity {
     int degree = 1;         // 1 an amplitude (20 lg), 2 a power (10 lg), of more factors less
     bool perHertz = false;  // a density
     bool hasLevel = true;   // no sign, no angle, no number of things
+    double levelOver = 0;   // above 0: the values are levels already, over this reference
 
     std::string unitText(Letters letters = Letters::plain) const;
     // Of a value over the reference, which is an amplitude in the factors' unit, in dB.

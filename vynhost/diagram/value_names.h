@@ -15,6 +15,7 @@ enum class ValueOf {
     magnitude,     // how large the signal is, never negative
     sumOfSquares,  // of the signal
     variance,      // how large the signal is, squared
+    level,         // how large the signal is, in dB over 20 millionths of its unit
     x,             // a place on the x axis
 };
 

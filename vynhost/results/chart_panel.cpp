@@ -34,6 +34,14 @@ bool canDraw(const ChartCurve::Value& value, const ChartAxis& xAxis) {
            std::isfinite(xAxis.place(value.to));
 }
 
+// The level of nothing lies at the foot of the panel.
+ChartCurve::Value onSheet(ChartCurve::Value value, const ChartAxis& axis) {
+    constexpr double kBottomless = -std::numeric_limits<double>::infinity();
+    if (value.high == kBottomless) value.high = axis.low();
+    if (value.low == kBottomless) value.low = axis.low();
+    return value;
+}
+
 // At most four points per pixel column (first, lowest, highest, last), so that no peak is lost and
 // long signals stay small.
 std::vector<Point> thinned(const std::vector<Point>& pixels) {
@@ -224,16 +232,15 @@ std::string ChartPanel::drawRange(const ChartCurve& curve, const ChartAxis& xAxi
         highs.clear();
         lows.clear();
     };
-    for (const ChartCurve::Value& value : curve.values) {
+    for (const ChartCurve::Value& each : curve.values) {
+        const ChartCurve::Value value = onSheet(each, axis);
         if (!canDraw(value, xAxis)) {
             finish();
             continue;
         }
-        // What is lower than can be drawn reaches to the panel's end.
-        const double low = std::isfinite(value.low) ? value.low : axis.low();
         for (const double x : {value.from, value.to}) {
             highs.push_back({xPixel(xAxis, x), yPixel(axis, value.high)});
-            lows.push_back({xPixel(xAxis, x), yPixel(axis, low)});
+            lows.push_back({xPixel(xAxis, x), yPixel(axis, value.low)});
             if (!curve.bars) break;
         }
     }
@@ -249,7 +256,8 @@ std::string ChartPanel::drawLine(const ChartCurve& curve, const ChartAxis& xAxis
         if (!points.empty()) svg += svgPolyline(thinned(points), colourOf(curve));
         points.clear();
     };
-    for (const ChartCurve::Value& value : curve.values) {
+    for (const ChartCurve::Value& each : curve.values) {
+        const ChartCurve::Value value = onSheet(each, axis);
         if (!canDraw(value, xAxis)) {
             finish();
             continue;

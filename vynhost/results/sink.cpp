@@ -30,11 +30,14 @@ std::unique_ptr<SinkInput> inputFor(const SinkEntry& entry, const OutletInfo& ou
     }
 }
 
+bool hasGaps(const ChannelData& block, const OutletInfo& outlet) {
+    return overBands(block.header) && outlet.values.empty() &&
+           std::ranges::find(outlet.bandsWithoutLine, true) != outlet.bandsWithoutLine.end();
+}
+
 // A band that no line fell into has no value.
-ChannelData withGaps(const ChannelData& block, const OutletInfo& outlet) {
+ChannelData withGaps(const ChannelData& block, const std::vector<bool>& without) {
     ChannelData result = block;
-    const std::vector<bool>& without = outlet.bandsWithoutLine;
-    if (without.empty() || !overBands(block.header) || !outlet.values.empty()) return result;
     const auto channels = static_cast<std::size_t>(block.channels());
     for (std::size_t i = 0; i < result.values.size(); ++i) {
         const std::size_t band = i / channels;
@@ -89,7 +92,11 @@ Sink::Sink(const SinkEntry& entry, Runner& runner, ResultFiles& files, const Tab
 
 void Sink::take(Place& place, const ChannelData& block) {
     if (!place.input) place.input = inputFor(entry_, *place.outlet, block, style_, table_);
-    place.input->take(withGaps(block, *place.outlet));
+    if (hasGaps(block, *place.outlet)) {
+        place.input->take(withGaps(block, place.outlet->bandsWithoutLine));
+    } else {
+        place.input->take(block);
+    }
     while (rowsAreComplete())
         writeRow();
 }

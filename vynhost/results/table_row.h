@@ -13,7 +13,7 @@ namespace vynhost {
 struct TableStyle {
     char separator = ',';
     char decimal = '.';
-    std::string_view begin = "";  // of the file
+    std::string_view begin;  // of the file
 };
 inline constexpr TableStyle kPointTables{};
 inline constexpr TableStyle kCommaTables{';', ',', "\xEF\xBB\xBF"};

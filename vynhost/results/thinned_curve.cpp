@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
+#include <utility>
 
 namespace vynhost {
 
@@ -14,11 +16,12 @@ void ThinnedCurve::Bin::take(const Bin& next) {
 }
 
 void ThinnedCurve::add(double x, double y) {
+    if (std::isnan(y)) gap_ = true;
     const double height = height_(y);
     if (!std::isfinite(height)) return;
     const Point point{count_++, x, y, height};
-    const Bin bin{1, point, point, point, point};
-    if (!bins_.empty() && bins_.back().points < binWidth_) {
+    const Bin bin{1, std::exchange(gap_, false) && !bins_.empty(), point, point, point, point};
+    if (!bins_.empty() && !bin.afterGap && bins_.back().points < binWidth_) {
         bins_.back().take(bin);
         return;
     }
@@ -27,16 +30,31 @@ void ThinnedCurve::add(double x, double y) {
 }
 
 void ThinnedCurve::halveBins() {
-    for (std::size_t i = 0; i < kMostBins / 2; ++i) {
-        bins_[i] = bins_[2 * i];
-        bins_[i].take(bins_[2 * i + 1]);
+    constexpr std::size_t kMostThatStay = kMostBins / 4 * 3;
+    for (const bool acrossGaps : {false, true}) {
+        std::vector<Bin> halved;
+        for (const Bin& bin : bins_) {
+            const bool joins = !halved.empty() && halved.back().points <= binWidth_ &&
+                               halved.back().points + bin.points <= 2 * binWidth_ &&
+                               (acrossGaps || !bin.afterGap);
+            if (joins) {
+                halved.back().take(bin);
+            } else {
+                halved.push_back(bin);
+            }
+        }
+        bins_ = std::move(halved);
+        if (bins_.size() <= kMostThatStay) break;
     }
-    bins_.resize(kMostBins / 2);
     binWidth_ *= 2;
 }
 
 void ThinnedCurve::appendTo(std::vector<double>& x, std::vector<double>& y) const {
     for (const Bin& bin : bins_) {
+        if (bin.afterGap) {
+            x.push_back(bin.first.x);
+            y.push_back(std::numeric_limits<double>::quiet_NaN());
+        }
         std::array<const Point*, 4> points = {&bin.first, &bin.lowest, &bin.highest, &bin.last};
         std::ranges::sort(points, {}, [](const Point* point) { return point->number; });
         const Point* before = nullptr;

@@ -9,17 +9,18 @@ namespace vynhost {
 
 // Neighbouring points share a bin, of which the first, the lowest, the highest and the last are
 // kept. Bins widen as the curve grows; there are always far more of them than a picture has
-// columns.
+// columns. Bins on both sides of a gap stay apart unless there are too many gaps.
 class ThinnedCurve {
 public:
     static constexpr std::size_t kMostBins = 4096;
-    // The height at which a value is drawn; points without a finite one are not kept.
+    // The height at which a value is drawn; points without a finite one are not kept. One that is
+    // no number is a gap.
     using Height = std::function<double(double y)>;
 
     explicit ThinnedCurve(Height height) : height_(std::move(height)) {}
 
     void add(double x, double y);
-    // The kept points in the order in which they came.
+    // The kept points in the order in which they came, and one that is no number for each gap.
     void appendTo(std::vector<double>& x, std::vector<double>& y) const;
 
 private:
@@ -31,6 +32,7 @@ private:
     };
     struct Bin {
         std::uint64_t points;
+        bool afterGap;
         Point first;
         Point lowest;
         Point highest;
@@ -44,6 +46,7 @@ private:
     std::vector<Bin> bins_;
     std::uint64_t binWidth_ = 1;  // points
     std::uint64_t count_ = 0;
+    bool gap_ = false;  // since the last point
 };
 
 }  // namespace vynhost

@@ -295,6 +295,11 @@ void Runner::carryKinds() {
             const bool wired = input < node->inputs.size() && node->inputs[input].wire;
             return wired ? node->inputs[input].feeder->info : nothing;
         };
+        // What comes in as named quantities is no longer of one kind.
+        const auto kindOf = [&](const OutletInfo& info) {
+            const bool mixed = !info.values.empty() && node->block->typeCode() != kMittelwert;
+            return mixed ? SignalKind{} : info.kind;
+        };
         const OutletInfo& first = comingIn(0);
         const KeywordValues values = node->values();
         const auto type = static_cast<std::int32_t>(node->block->typeCode());
@@ -304,7 +309,8 @@ void Runner::carryKinds() {
             (type == kMittelwert && node->block->getInteger("PkMode") == kOfDataBlocks);
         for (std::size_t i = 0; i < node->outlets.size(); ++i) {
             OutletInfo& info = node->outlets[i].info;
-            info.kind = outputKind(type, values, node->outputs[i], first.kind, comingIn(1).kind);
+            info.kind =
+                outputKind(type, values, node->outputs[i], kindOf(first), kindOf(comingIn(1)));
             info.channels = first.channels;
             if (type != kMittelwert) continue;
             info.values = first.values;

@@ -34,7 +34,8 @@ protected:
                 for (std::string row; std::getline(table, row);)
                     rows.push_back(row);
             });
-        EXPECT_THAT(rows.front(), StartsWith("begin [s],end [s],level.A displayed level [dB],"));
+        EXPECT_THAT(rows.front(),
+                    StartsWith("begin [s],end [s],\"level.A displayed level [dB re "));
         rows.erase(rows.begin());
         return rows;
     }
@@ -104,7 +105,11 @@ TEST_F(LevelIntervalsTest, WhatComesBehindHasTheSameIntervals) {
         "[wire]\n\"level.E\" = \"s\"\n\"m.E\" = \"level.A\"\n"
         "[sink.x]\nfrom = \"m.A\"\nvalues = [\"Leq\"]\ncsv = \"x.csv\"\n",
         [](const RunResult& result) {
-            EXPECT_THAT(result.tables[0], StartsWith("begin [s],end [s],m.A Leq [dB]\n0,0.1,"));
+            EXPECT_THAT(
+                result.tables[0],
+                StartsWith(
+                    "begin [s],end [s],\"m.A Leq [dB re 2e-05 of full scale, uncalibrated]\"\n"
+                    "0,0.1,"));
             EXPECT_THAT(result.tables[0], HasSubstr("\n0.9,1,"));
             EXPECT_THAT(result.tables[0], EndsWith("# level: the last 100 samples (0.0125 s) fill "
                                                    "no interval of 0.1 s and are in no row\n"));

@@ -123,6 +123,22 @@ TEST_F(QuantityTest, StatisticsHaveUnitsAndSomeHaveLevels) {
         });
 }
 
+// The level block takes what comes in for a sound pressure.
+TEST_F(QuantityTest, TheLevelBlocksLevelsSayWhatTheyAreRelativeTo) {
+    const std::string block =
+        "[block.l]\ntype = \"Pegel\"\nPkFreqOut = 50.0\n[wire]\n\"l.E\" = \"p\"\n";
+    const std::string leq = "values = [\"Leq\"]\n";
+    EXPECT_EQ(headOf(block, "l.A", leq), "begin [s],end [s],l.A Leq [dB re 20 uPa]");
+    EXPECT_EQ(headOf(block, "l.A", leq + "y = \"dB\"\n"),
+              "begin [s],end [s],l.A Leq [dB re 20 uPa]");
+    EXPECT_EQ(headOf(block, "l.A", leq, ""),
+              "begin [s],end [s],\"l.A Leq [dB re 2e-05 of full scale, uncalibrated]\"");
+    // Behind it nobody knows which of its quantities are shown.
+    EXPECT_THAT(
+        headOf("[block.n]\ntype = 5002\nPkYMax = 1\n" + block + "\"n.E\" = \"l.A\"\n", "n.A"),
+        StartsWith("block,n.A YMax 1,"));
+}
+
 TEST_F(QuantityTest, AParameterRecordMayHideWhatPowerItIs) {
     // The record of a block that computes densities; its amplitude type does not read back.
     PlacedBlock block(host, kDualSpektrum);

@@ -129,6 +129,35 @@ TEST_F(SinkTest, APictureOfALongSignalIsSmallAndLosesNoPeak) {
     EXPECT_LT(std::filesystem::file_size(folder() / "out" / "x.svg"), 60'000U);
 }
 
+TEST_F(SinkTest, APictureHasAGapWhereARecordingHasOne) {
+    std::string table = "t,a\n";
+    for (int i = 0; i < 10'000; ++i) {
+        table += std::to_string(i) + "," + (i / 1000 == 4 ? "" : std::to_string(i % 7)) + "\n";
+    }
+    write("s.csv", table);
+    run("[source.s]\nfile = \"s.csv\"\n[sink.x]\nfrom = \"s\"\nsvg = \"x.svg\"\n",
+        [](const RunResult& result) {
+            const Series series = result.series(0).at(0);
+            const auto isGap = [](double y) { return std::isnan(y); };
+            const auto gap = std::ranges::find_if(series.y, isGap) - series.y.begin();
+            EXPECT_EQ(std::ranges::count_if(series.y, isGap), 1);
+            EXPECT_EQ(series.x.at(static_cast<std::size_t>(gap) - 1), 3999);
+            EXPECT_EQ(series.x.at(static_cast<std::size_t>(gap) + 1), 5000);
+        });
+}
+
+// Of a curve of nothing but gaps and points some gaps go, the memory does not grow.
+TEST(ThinnedCurveTest, ManyGapsStayBounded) {
+    ThinnedCurve curve([](double y) { return y; });
+    for (int i = 0; i < 200'000; ++i)
+        curve.add(i, i % 2 == 0 ? i : std::nan(""));
+    std::vector<double> x;
+    std::vector<double> y;
+    curve.appendTo(x, y);
+    EXPECT_LE(x.size(), 5 * ThinnedCurve::kMostBins);
+    EXPECT_EQ(y.back(), 199'998);
+}
+
 TEST_F(SinkTest, BandsAreNamedByTheirCentreFrequency) {
     writeWav("s.wav", sine(8000, 1000, 0.5F));
     run("[source.s]\nfile = \"s.wav\"\nblock = 8000\n[block.f]\ntype = 5004\n"

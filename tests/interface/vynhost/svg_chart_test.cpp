@@ -259,6 +259,14 @@ TEST(SvgChart, LevelsOfBandsStandOnTheAxis) {
     }
 }
 
+TEST(SvgChart, TheLevelOfNothingLiesAtTheFoot) {
+    Series series = curve("a");
+    series.quantity = signalQuantity("Pa");
+    series.y = {1, 0, 10};
+    EXPECT_THAT(svgChart({series}, {.title = "t", .decibels = true}),
+                HasSubstr("points=\"78,366 477,366 876,46\""));
+}
+
 TEST(SvgChart, CurvesOfBandsStandBesideEachOther) {
     const std::vector<Bar> bars =
         barsIn(svgChart({thirdOctaves({1, 2}), thirdOctaves({2, 1})}, {"t"}));

@@ -25,7 +25,7 @@ TEST_F(ValueNamesTest, LevelQuantitiesAreNamedPerChannel) {
             EXPECT_EQ(picked[0].name, "level.A running time");
             EXPECT_EQ(picked[0].quantity.unitText(), "s");
             EXPECT_EQ(picked[1].name, "level.A Leq");
-            EXPECT_EQ(picked[1].quantity.unitText(), "dB");
+            EXPECT_EQ(picked[1].quantity.unitText(), "dB re 2e-05 of full scale, uncalibrated");
             // 8000 Hz and ten values a second: the running time grows by 0.1 s.
             EXPECT_NEAR(picked[0].y.at(4), 0.5, 1e-6);
             EXPECT_DOUBLE_EQ(picked[0].x.at(4), 0.5);  // where the interval ends
