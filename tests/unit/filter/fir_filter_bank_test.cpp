@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <limits>
+#include <new>
 #include <random>
 #include <vector>
 
@@ -144,6 +145,56 @@ TEST(FirFilterBank, NaNAndInfinityInOneChannelLeaveTheOthersUntouched) {
     for (std::size_t sample = 0; sample < 40; ++sample) {
         EXPECT_EQ(std::isnan(out[sample * 9 + 4]), sample >= 10 && sample < 15) << sample;
     }
+}
+
+// All channels in one call, from the definition; it lacks nothing but the memory, now and then.
+int callsThatFail = 0;
+extern "C" int convolveTogether(const double* c, std::int64_t length, const float* before,
+                                const float* in, int n, int channels, float* out) {
+    if (callsThatFail-- > 0) return -3;
+    const std::int64_t past = (length - 1) * channels;
+    for (std::int64_t i = 0; i < std::int64_t{n} * channels; ++i) {
+        double sum = 0.0;
+        for (std::int64_t j = 0; j < length; ++j) {
+            const std::int64_t place = i - j * channels;
+            sum += c[j] * static_cast<double>(place >= 0 ? in[place] : before[past + place]);
+        }
+        out[i] = static_cast<float>(sum);
+    }
+    return 0;
+}
+
+TEST(FirFilterBank, GoesOnFromBlockToBlockWhicheverWayTheLibraryTakes) {
+    constexpr std::size_t kChannels = 3;
+    const auto coefficients = taps(25);
+    const auto in = noise(400 * kChannels, 3);
+    const auto expected = filterWhole(coefficients, in, kChannels);
+    FirFilterBank bank(coefficients, kChannels);
+    std::vector<float> out(in.size());
+    std::size_t at = 0;
+    for (std::size_t block = 0; at < in.size(); ++block) {
+        callsThatFail = block % 3 == 1 ? 1 : 0;
+        const std::size_t count = std::min((1 + block * 7 % 60) * kChannels, in.size() - at);
+        bank.filter(convolveDirectly, std::span(in).subspan(at, count),
+                    std::span(out).subspan(at, count), block % 2 == 0 ? nullptr : convolveTogether);
+        at += count;
+    }
+    EXPECT_EQ(out, expected);
+}
+
+extern "C" int convolveWithoutMemory(const double* /*c*/, std::int64_t /*length*/,
+                                     const double* /*x*/, int /*n*/, double* /*y*/) {
+    return -3;
+}
+
+TEST(FirFilterBank, ABlockThatTheLibraryHasNoMemoryForMayBeFilteredAgain) {
+    FirFilterBank bank({1.0, 10.0, 100.0}, 1);
+    std::vector<float> out(2);
+    bank.filter(convolveDirectly, std::vector<float>{1, 2}, out);
+    const std::vector<float> next = {3, 4};
+    EXPECT_THROW(bank.filter(convolveWithoutMemory, next, out), std::bad_alloc);
+    bank.filter(convolveDirectly, next, out);
+    EXPECT_EQ(out, (std::vector<float>{123, 234}));
 }
 
 TEST(FirFilterBank, SizeIsCountedWithoutOverflow) {
