@@ -1,5 +1,6 @@
 #include "fft/lane_fft.h"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <new>
@@ -141,28 +142,66 @@ LaneFft::LaneFft(std::size_t length, vyn::KernelLevel level)
         put(lane * points / 2, 0.5);
 
     lanes_ = allocate(static_cast<std::size_t>(kFftPoint * (points_ + 1)));
+    if (joinsLastStage()) work_ = allocate(length);
 }
 
-// The complex transforms of all lanes. The stages take turns between the two arrays, so that the
-// last one leaves its results in `to`; it may work in place for that.
-void LaneFft::transformLanes(double* from, double* to, bool inverse) const noexcept {
-    double* here = from;
-    for (const Stage& stage : stages_) {
-        const bool isLast = &stage == &stages_.back();
-        double* there = isLast || here == from ? to : from;
-        const auto& run = stage.radix == 4 ? kernels_.radix4 : kernels_.radix8;
-        run[inverse ? 1 : 0](here, there, stageTwiddles_.get() + stage.twiddles, stage.groups,
-                             stage.stride);
-        here = there;
+void LaneFft::runStage(const Stage& stage, const double* from, double* to,
+                       bool inverse) const noexcept {
+    const auto& run = stage.radix == 4 ? kernels_.radix4 : kernels_.radix8;
+    run[inverse ? 1 : 0](from, to, stageTwiddles_.get() + stage.twiddles, stage.groups,
+                         stage.stride);
+}
+
+void LaneFft::repeatFirstPoint() const noexcept {
+    double* const lanes = lanes_.get();
+    std::copy_n(lanes, kFftPoint, lanes + kFftPoint * points_);
+}
+
+// Eight butterflies from either end of the last stage go on to the lines as soon as they are made.
+// Butterfly q makes the points k = q + stride i, butterfly stride - q their mirror points P - k:
+// after each step from both ends, the lines from q on are due, and those from stride - q on, whose
+// mirror lines go down from q.
+void LaneFft::joinLastStage(double* re, double* im) const noexcept {
+    const Stage& last = stages_.back();
+    const auto run = kernels_.lastRadix4;
+    double* const lanes = lanes_.get();
+    const auto joinFrom = [&](std::ptrdiff_t q) {
+        for (std::ptrdiff_t k = q; k < points_ / 2; k += last.stride)
+            kernels_.joinGroup(lanes, joinTwiddles_.get(), points_, k, re, im);
+    };
+    for (std::ptrdiff_t q = 0; q < last.stride / 2; q += kFftLanes) {
+        run(lanes + kFftPoint * q, last.stride, kFftLanes);
+        run(lanes + kFftPoint * (last.stride - q - kFftLanes), last.stride, kFftLanes);
+        if (q == 0) {
+            repeatFirstPoint();
+        } else {
+            joinFrom(last.stride - q);
+        }
+        joinFrom(q);
     }
+    joinFrom(last.stride / 2);
 }
 
+// The stages take turns between the arrays, so that the last one leaves its results in the lanes.
 void LaneFft::forward(double* re, double* im) const noexcept {
     double* const lanes = lanes_.get();
-    transformLanes(re, lanes, false);
-    for (std::ptrdiff_t i = 0; i < kFftPoint; ++i)
-        lanes[kFftPoint * points_ + i] = lanes[i];
-    kernels_.join(lanes, joinTwiddles_.get(), points_, re, im);
+    const Stage* const last = &stages_.back();
+    double* here = re;
+    for (const Stage* stage = stages_.data(); stage != last; ++stage) {
+        double* there = here == lanes ? re : lanes;
+        if (work_ && here == re) there = work_.get();
+        runStage(*stage, here, there, false);
+        here = there;
+    }
+    if (joinsLastStage()) {
+        joinLastStage(re, im);
+    } else {
+        runStage(*last, here, lanes, false);
+        repeatFirstPoint();
+        for (std::ptrdiff_t k = 0; k < points_ / 2; k += kFftLanes)
+            kernels_.joinGroup(lanes, joinTwiddles_.get(), points_, k, re, im);
+    }
+    kernels_.joinMiddle(lanes, joinTwiddles_.get(), points_, re, im);
     im[0] = 0.0;
     im[kFftLanes * points_] = 0.0;
 }
@@ -173,7 +212,15 @@ void LaneFft::inverse(double* re, double* im) const noexcept {
     im[last] = 0.0;
     kernels_.split(re, im, joinTwiddles_.get(), points_, 1.0 / static_cast<double>(last),
                    lanes_.get());
-    transformLanes(lanes_.get(), re, true);
+    // The stages take turns between the two arrays, so that the last one leaves its results in re;
+    // it may work in place for that.
+    double* here = lanes_.get();
+    for (const Stage& stage : stages_) {
+        const bool isLast = &stage == &stages_.back();
+        double* there = isLast || here == lanes_.get() ? re : lanes_.get();
+        runStage(stage, here, there, true);
+        here = there;
+    }
 }
 
 }  // namespace ovanlys

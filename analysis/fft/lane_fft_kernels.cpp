@@ -203,6 +203,14 @@ void stage(const double* in, double* out, const double* twiddles, std::ptrdiff_t
     }
 }
 
+void lastRadix4(double* points, std::ptrdiff_t stride, std::ptrdiff_t count) {
+    Rows<double> to(points, kFftPoint * stride);
+    for (std::ptrdiff_t q = 0; q < count; ++q) {
+        butterfly<4, false, false>({to.row0, to.step}, to, nullptr);
+        to.advance(kFftPoint);
+    }
+}
+
 // Lanes that change places with lines at once.
 constexpr int kTurned = kLanes == 8 ? 4 : 2;
 
@@ -400,24 +408,22 @@ template <class V>
     return timesConjugate(x, load<V>(twiddle), load<V>(twiddle + step));
 }
 
-// Calls work(k, twiddles) for kLanes lines from k on and their mirror lines, over all of them.
+// Calls work(k, twiddles) for kLanes lines from k on and their mirror lines, over a group of eight.
 template <class Work>
-[[gnu::always_inline]] inline void forLines(std::ptrdiff_t points, const double* twiddles,
+[[gnu::always_inline]] inline void forGroup(std::ptrdiff_t first, const double* twiddles,
                                             Work work) {
-    for (std::ptrdiff_t first = 0; first < points / 2; first += kFftLanes) {
-        for (std::ptrdiff_t i = 0; i < kFftLanes; i += kLanes)
-            work(first + i, twiddles + i);
-        twiddles += kFftGroupTwiddles;
-    }
+    const double* const ofGroup = twiddles + first / kFftLanes * kFftGroupTwiddles;
+    for (std::ptrdiff_t i = 0; i < kFftLanes; i += kLanes)
+        work(first + i, ofGroup + i);
 }
 
 constexpr std::ptrdiff_t kOfLine = 2 * kFftLanes;  // twiddles behind the halves'
 constexpr std::ptrdiff_t kOfMirror = kOfLine + kFftLaneTwiddles;
 
-void join(const double* lanes, const double* twiddles, std::ptrdiff_t points, double* re,
-          double* im) {
-    forLines(
-        points, twiddles, [=](std::ptrdiff_t k, const double* w) __attribute__((always_inline)) {
+void joinGroup(const double* lanes, const double* twiddles, std::ptrdiff_t points,
+               std::ptrdiff_t first, double* re, double* im) {
+    forGroup(
+        first, twiddles, [=](std::ptrdiff_t k, const double* w) __attribute__((always_inline)) {
             const auto halfRe = load<Register>(w);
             const auto halfIm = load<Register>(w + kFftLanes);
             Complex<Register> lines[kFftLanes];
@@ -442,6 +448,10 @@ void join(const double* lanes, const double* twiddles, std::ptrdiff_t points, do
             joinLines<false>(lines, k, points, re, im);
             joinLines<true>(mirrors, points - k, points, re, im);
         });
+}
+
+void joinMiddle(const double* lanes, const double* twiddles, std::ptrdiff_t points, double* re,
+                double* im) {
     const double* w = twiddles + points / 2 / kFftLanes * kFftGroupTwiddles;
     const double* middle = lanes + kFftPoint * (points / 2);
     Complex<double> lines[kFftLanes];
@@ -454,36 +464,37 @@ void join(const double* lanes, const double* twiddles, std::ptrdiff_t points, do
 
 void split(const double* re, const double* im, const double* twiddles, std::ptrdiff_t points,
            double scale, double* lanes) {
-    forLines(
-        points, twiddles, [=](std::ptrdiff_t k, const double* w) __attribute__((always_inline)) {
-            const auto halfRe = load<Register>(w);
-            const auto halfIm = load<Register>(w + kFftLanes);
-            Complex<Register> lines[kFftLanes];
-            Complex<Register> mirrors[kFftLanes];
-            splitLines<false>(re, im, k, points, lines);
-            splitLines<true>(re, im, points - k, points, mirrors);
+    const auto splitLanes = [=](std::ptrdiff_t k, const double* w) __attribute__((always_inline)) {
+        const auto halfRe = load<Register>(w);
+        const auto halfIm = load<Register>(w + kFftLanes);
+        Complex<Register> lines[kFftLanes];
+        Complex<Register> mirrors[kFftLanes];
+        splitLines<false>(re, im, k, points, lines);
+        splitLines<true>(re, im, points - k, points, mirrors);
 #pragma GCC unroll 4
-            for (int lane = 0; lane < kFftLanes; lane += kTurned) {
-                Register lineRe[kTurned], lineIm[kTurned], mirrorRe[kTurned], mirrorIm[kTurned];
+        for (int lane = 0; lane < kFftLanes; lane += kTurned) {
+            Register lineRe[kTurned], lineIm[kTurned], mirrorRe[kTurned], mirrorIm[kTurned];
 #pragma GCC unroll 4
-                for (int i = 0; i < kTurned; ++i) {
-                    const auto pair = splitHalves<Register>(
-                        turnLaneBack(lane + i, lines[lane + i], w + kOfLine, kFftLanes),
-                        turnLaneBack(lane + i, mirrors[lane + i], w + kOfMirror, kFftLanes), halfRe,
-                        halfIm, scale);
-                    lineRe[i] = pair.line.re;
-                    lineIm[i] = pair.line.im;
-                    mirrorRe[i] = pair.mirror.re;
-                    mirrorIm[i] = pair.mirror.im;
-                }
-                double* line = lanes + kFftPoint * k + lane;
-                double* mirror = lanes + kFftPoint * (points - k) + lane;
-                putLanes(lineRe, line, kFftPoint);
-                putLanes(lineIm, line + kFftLanes, kFftPoint);
-                putLanes(mirrorRe, mirror, -kFftPoint);
-                putLanes(mirrorIm, mirror + kFftLanes, -kFftPoint);
+            for (int i = 0; i < kTurned; ++i) {
+                const auto pair = splitHalves<Register>(
+                    turnLaneBack(lane + i, lines[lane + i], w + kOfLine, kFftLanes),
+                    turnLaneBack(lane + i, mirrors[lane + i], w + kOfMirror, kFftLanes), halfRe,
+                    halfIm, scale);
+                lineRe[i] = pair.line.re;
+                lineIm[i] = pair.line.im;
+                mirrorRe[i] = pair.mirror.re;
+                mirrorIm[i] = pair.mirror.im;
             }
-        });
+            double* line = lanes + kFftPoint * k + lane;
+            double* mirror = lanes + kFftPoint * (points - k) + lane;
+            putLanes(lineRe, line, kFftPoint);
+            putLanes(lineIm, line + kFftLanes, kFftPoint);
+            putLanes(mirrorRe, mirror, -kFftPoint);
+            putLanes(mirrorIm, mirror + kFftLanes, -kFftPoint);
+        }
+    };
+    for (std::ptrdiff_t first = 0; first < points / 2; first += kFftLanes)
+        forGroup(first, twiddles, splitLanes);
     const double* w = twiddles + points / 2 / kFftLanes * kFftGroupTwiddles;
     double* middle = lanes + kFftPoint * (points / 2);
     Complex<double> lines[kFftLanes];
@@ -496,8 +507,12 @@ void split(const double* re, const double* im, const double* twiddles, std::ptrd
     }
 }
 
-constexpr LaneFftKernels kTable = {
-    {stage<4, false>, stage<4, true>}, {stage<8, false>, stage<8, true>}, join, split};
+constexpr LaneFftKernels kTable = {{stage<4, false>, stage<4, true>},
+                                   {stage<8, false>, stage<8, true>},
+                                   lastRadix4,
+                                   joinGroup,
+                                   joinMiddle,
+                                   split};
 
 }  // namespace
 

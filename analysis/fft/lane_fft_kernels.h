@@ -27,11 +27,16 @@ struct LaneFftKernels {
                            std::ptrdiff_t groups, std::ptrdiff_t stride);
     Stage radix4[2];  // forward, inverse
     Stage radix8[2];
+    // `count` forward butterflies of a stage of one group, in place.
+    void (*lastRadix4)(double* points, std::ptrdiff_t stride, std::ptrdiff_t count);
 
     // From the lanes' transforms, points + 1 of them with the first again at the end, to the lines
-    // 0..8*points of all samples.
-    void (*join)(const double* lanes, const double* twiddles, std::ptrdiff_t points, double* re,
-                 double* im);
+    // 0..8*points of all samples: those that eight lines of the lanes from `first` on and their
+    // mirror lines make, and those that the middle line makes.
+    void (*joinGroup)(const double* lanes, const double* twiddles, std::ptrdiff_t points,
+                      std::ptrdiff_t first, double* re, double* im);
+    void (*joinMiddle)(const double* lanes, const double* twiddles, std::ptrdiff_t points,
+                       double* re, double* im);
     // The way back, times 8 * scale.
     void (*split)(const double* re, const double* im, const double* twiddles, std::ptrdiff_t points,
                   double scale, double* lanes);
