@@ -194,6 +194,55 @@ TEST(LevelKernels, GiveTheSameBitsAtEveryLevel) {
     }
 }
 
+TEST(LevelKernels, TakeOneChannelAsTheyTakeManyInAllPieces) {
+    std::mt19937 random(9);
+    std::normal_distribution<float> noise;
+    constexpr std::size_t kFrames = 100;
+    std::vector<float> x(kFrames);
+    for (float& v : x)
+        v = noise(random);
+    std::fill_n(x.begin(), 3, 0.0F);
+    for (const std::size_t odd : {std::size_t{0}, std::size_t{50}}) {
+        if (odd != 0) x[odd] = std::nanf("");
+        for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
+            const LevelKernels& kernels = vyn::kernelsAt<LevelKernels>(level);
+            const LaneRows rows{x.data(), 1, kFrames, 1};
+            double mean = 0.5;
+            double meanOfOne = 0.5;
+            std::vector<double> ratios(kFrames);
+            std::vector<double> ratiosOfOne(kFrames);
+            std::vector<double> energies(kFrames + 1, 7.0);
+            kernels.smooth(rows, 0.01, &mean, ratios.data());
+            kernels.smoothOne(rows, 0.01, &meanOfOne, ratiosOfOne.data(), energies.data());
+            for (std::size_t i = 0; i < kFrames; ++i)
+                ASSERT_EQ(std::bit_cast<std::uint64_t>(ratios[i]),
+                          std::bit_cast<std::uint64_t>(ratiosOfOne[i]));
+            LevelWindow window{};
+            window.from[0] = 1e8;
+            window.to[0] = 2e9;
+            LevelLanes state{};
+            LevelLanes stateOfOne{};
+            state.energy[0] = 7.0;
+            state.minimum[0] = stateOfOne.minimum[0] = 1e20;
+            for (std::size_t from = 0; from < kFrames;) {
+                const std::size_t count = std::min<std::size_t>(1 + random() % 40, kFrames - from);
+                double hits[kGroupLanes] = {};
+                double hitsOfOne[kGroupLanes] = {};
+                kernels.gather(ratios.data() + from, count, 1, &window, &state, hits);
+                kernels.gatherOne(ratios.data() + from, count, &window, &stateOfOne, hitsOfOne);
+                from += count;
+                EXPECT_EQ(hits[0], hitsOfOne[0]);
+                EXPECT_EQ(state.maximum[0], stateOfOne.maximum[0]);
+                EXPECT_EQ(state.minimum[0], stateOfOne.minimum[0]);
+                EXPECT_EQ(state.clockMaximum[0], stateOfOne.clockMaximum[0]);
+                EXPECT_TRUE(state.energy[0] == energies[from] ||
+                            (std::isnan(state.energy[0]) && std::isnan(energies[from])));
+            }
+            EXPECT_GT(state.maximum[0], state.minimum[0]);
+        }
+    }
+}
+
 // --- against the literal computation
 
 std::vector<float> soundOf(std::mt19937& random, std::size_t values, int kind) {

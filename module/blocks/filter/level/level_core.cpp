@@ -45,6 +45,7 @@ LevelMeter::LevelMeter(const LevelSettings& settings)
           std::clamp<std::size_t>(kRatiosAtOnce / (groups_.size() * kLanes), 1, kMostFramesAtOnce)),
       meanSquares_(groups_.size() * kLanes),
       ratios_(groups_.size() * kLanes * framesAtOnce_),
+      energies_(channels_ == 1 ? framesAtOnce_ + 1 : 0),
       pending_(groups_.size() * kLanes),
       padded_(kLanes * framesAtOnce_),
       statistics_(settings.channels, settings.step, settings.clockSeconds,
@@ -72,6 +73,12 @@ void LevelMeter::weight(const float* x, std::size_t frames, LevelMode mode, doub
     }
 }
 
+void LevelMeter::weightOne(const float* x, std::size_t frames) {
+    energies_[0] = statistics_.energy();
+    vyn::kernelsAt<LevelKernels>().smoothOne({x, 1, frames, 1}, alpha_, meanSquares_.data(),
+                                             ratios_.data(), energies_.data());
+}
+
 void LevelMeter::feed(std::span<const float> frames, std::int32_t control, LevelMode mode) {
     // Kept: judged against the last sample of the last output, so that a reset clears the means at
     // every call until the next output.
@@ -85,8 +92,14 @@ void LevelMeter::feed(std::span<const float> frames, std::int32_t control, Level
         const auto now = static_cast<std::size_t>(
             std::min<std::int64_t>(left, static_cast<std::int64_t>(framesAtOnce_)));
         const std::size_t groupStride = kLanes * framesAtOnce_;
-        weight(x, now, mode, ratios_.data(), groupStride);
-        statistics_.take({ratios_.data(), groupStride, 0, now}, control, mode);
+        const bool one = channels_ == 1 && mode.rms;
+        if (one) {
+            weightOne(x, now);
+        } else {
+            weight(x, now, mode, ratios_.data(), groupStride);
+        }
+        statistics_.take({ratios_.data(), groupStride, 0, now, one ? energies_.data() : nullptr},
+                         control, mode);
         x += now * static_cast<std::size_t>(channels_);
         left -= static_cast<std::int64_t>(now);
     }

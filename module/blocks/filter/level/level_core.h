@@ -51,6 +51,8 @@ public:
 private:
     void weight(const float* x, std::size_t frames, LevelMode mode, double* ratios,
                 std::size_t groupStride);
+    // The same for a single channel in the mode of means, with its energies.
+    void weightOne(const float* x, std::size_t frames);
 
     int channels_;
     double step_;
@@ -70,6 +72,7 @@ private:
 
     std::vector<double> meanSquares_;  // per lane
     std::vector<double> ratios_;       // of the frames in work
+    std::vector<double> energies_;     // of a single channel, before and behind each of them
     std::vector<double> pending_;      // of the sample set aside
     std::int32_t pendingControl_ = 0;
     std::vector<float> padded_;  // samples of a group with padding

@@ -96,7 +96,73 @@ void gather(const double* ratios, std::size_t frames, int lanes, const LevelWind
     });
 }
 
-constexpr LevelKernels kTable = {smooth, square, gather};
+void smoothOne(LaneRows rows, double alpha, double* meanSquare, double* ratios, double* energies) {
+    double mean = *meanSquare;
+    double energy = energies[0];
+    const float* x = rows.x;
+    for (std::size_t frame = 0; frame < rows.frames; ++frame, x += rows.stride) {
+        const auto value = static_cast<double>(*x);
+        mean += alpha * (value * value - mean);
+        const double quotient = mean / kReferenceSquare;
+        const double ratio = quotient == 0.0 ? 1.0 : quotient;
+        ratios[frame] = ratio;
+        energy += ratio;
+        energies[frame + 1] = energy;
+    }
+    *meanSquare = mean;
+}
+
+// Extremes and hits do not ask for an order: neighbouring frames lie side by side, in two
+// registers.
+void gatherOne(const double* ratios, std::size_t frames, const LevelWindow* window,
+               LevelLanes* state, double* hits) {
+    constexpr std::size_t kTogether = 2 * kLanes;
+    const Register zero{};
+    const Register one = zero + 1.0;
+    const Register from = zero + window->from[0];
+    const Register to = zero + window->to[0];
+    Register maximum[2] = {zero + state->maximum[0], zero + state->maximum[0]};
+    Register minimum[2] = {zero + state->minimum[0], zero + state->minimum[0]};
+    Register clockMaximum[2] = {zero + state->clockMaximum[0], zero + state->clockMaximum[0]};
+    Register hit[2] = {zero, zero};
+    std::size_t frame = 0;
+    for (; frame + kTogether <= frames; frame += kTogether) {
+#pragma GCC unroll 2
+        for (std::size_t i = 0; i < 2; ++i) {
+            const auto q = load<Register>(ratios + frame + i * kLanes);
+            maximum[i] = q > maximum[i] ? q : maximum[i];
+            minimum[i] = q < minimum[i] ? q : minimum[i];
+            clockMaximum[i] = q > clockMaximum[i] ? q : clockMaximum[i];
+            hit[i] += (q >= from) & (q < to) ? one : zero;
+        }
+    }
+    double highest = state->maximum[0];
+    double lowest = state->minimum[0];
+    double clockHighest = state->clockMaximum[0];
+    double hitsOfAll = 0.0;
+    for (std::size_t i = 0; i < 2; ++i) {
+        for (int lane = 0; lane < kLanes; ++lane) {
+            highest = maximum[i][lane] > highest ? maximum[i][lane] : highest;
+            lowest = minimum[i][lane] < lowest ? minimum[i][lane] : lowest;
+            clockHighest =
+                clockMaximum[i][lane] > clockHighest ? clockMaximum[i][lane] : clockHighest;
+            hitsOfAll += hit[i][lane];
+        }
+    }
+    for (; frame < frames; ++frame) {
+        const double q = ratios[frame];
+        highest = q > highest ? q : highest;
+        lowest = q < lowest ? q : lowest;
+        clockHighest = q > clockHighest ? q : clockHighest;
+        hitsOfAll += (q >= window->from[0]) & (q < window->to[0]) ? 1.0 : 0.0;
+    }
+    state->maximum[0] = highest;
+    state->minimum[0] = lowest;
+    state->clockMaximum[0] = clockHighest;
+    hits[0] = hitsOfAll;
+}
+
+constexpr LevelKernels kTable = {smooth, square, gather, smoothOne, gatherOne};
 
 }  // namespace
 

@@ -37,6 +37,14 @@ struct LevelKernels {
     void (*gather)(const double* ratios, std::size_t frames, int lanes, const LevelWindow* window,
                    LevelLanes* state, double* hits);
 
+    // A channel on its own waits for its mean, sample by sample; meanwhile the energy can be
+    // summed: energies[0] is its value before the first ratio, energies[f + 1] after ratio f.
+    void (*smoothOne)(LaneRows rows, double alpha, double* meanSquare, double* ratios,
+                      double* energies);
+    // The same as `gather` for a channel whose energy is known.
+    void (*gatherOne)(const double* ratios, std::size_t frames, const LevelWindow* window,
+                      LevelLanes* state, double* hits);
+
     static const LevelKernels baseline, avx2, avx512;
 };
 

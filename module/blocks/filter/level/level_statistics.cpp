@@ -179,7 +179,12 @@ void LevelStatistics::gather(const LevelFrames& frames, LevelMode mode) {
         const double* ratios = frames.ofGroup(g, groups_[g].lanes);
         LevelLanes& lanes = now_.lanes[g];
         double hits[kGroupLanes];
-        kernels.gather(ratios, frames.count, groups_[g].lanes, &window_[g], &lanes, hits);
+        if (frames.energies != nullptr && frames.energies[frames.from] == lanes.energy[0]) {
+            kernels.gatherOne(ratios, frames.count, &window_[g], &lanes, hits);
+            lanes.energy[0] = frames.energies[frames.from + frames.count];
+        } else {
+            kernels.gather(ratios, frames.count, groups_[g].lanes, &window_[g], &lanes, hits);
+        }
         countBins(g, ratios, frames.count, hits);
         if (!mode.rms) {
             // Kept: peaks have neither minimum nor energy; both stand at 0.

@@ -61,12 +61,15 @@ struct LevelFrames {
     std::size_t groupStride;
     std::size_t from;
     std::size_t count;
+    // Of a single channel: its energy before frame f of the data, as long as nobody has set it back
+    // since; null where it has not been summed.
+    const double* energies = nullptr;
 
     const double* ofGroup(std::size_t g, int lanes) const {
         return data + g * groupStride + from * static_cast<std::size_t>(lanes);
     }
     LevelFrames part(std::size_t first, std::size_t frames) const {
-        return {data, groupStride, from + first, frames};
+        return {data, groupStride, from + first, frames, energies};
     }
 };
 
@@ -82,6 +85,9 @@ public:
     // Writes all quantities as they stand after the last frame: quantity q of channel c at
     // q * channels + c. At least one frame must have been taken.
     void report(std::span<float> values, double rate, LevelMode mode);
+
+    // The sum of a single channel's ratios so far.
+    double energy() const { return now_.lanes[0].energy[0]; }
 
     // Seconds since the start or the last full reset.
     double runningTime() const { return runningTime_; }
