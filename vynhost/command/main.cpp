@@ -44,6 +44,7 @@ struct RunArguments {
     std::vector<std::string> inputs;  // NAME=FILE
     std::string out = ".";
     std::string csv = "en";
+    double memory = 1;  // GiB
     bool force = false;
     bool quiet = false;
     bool noProgress = false;
@@ -110,8 +111,18 @@ int skeleton(const SkeletonArguments& arguments) {
     return kSuccess;
 }
 
+std::uint64_t memoryOf(const RunArguments& arguments) {
+    constexpr double kGibi = 1 << 30;
+    constexpr double kMost = 1 << 20;
+    if (!(arguments.memory > 0 && arguments.memory <= kMost)) {
+        throw InputError("--memory must be above 0, in GiB, and 1048576 at most");
+    }
+    return static_cast<std::uint64_t>(arguments.memory * kGibi);
+}
+
 int run(const RunArguments& arguments) {
     watchInterrupts();
+    const std::uint64_t memory = memoryOf(arguments);
     const Diagram diagram = readDiagram(pathOf(arguments.diagram));
     requireResults(diagram);
     const auto inputs = replacedFiles(arguments.inputs);
@@ -121,8 +132,8 @@ int run(const RunArguments& arguments) {
     const Installation installation = findInstallation();
     requireLibrary(installation);
     const ModuleLibrary module = loadModule(installation);
-    ModuleHost host(module);
-    Runner runner(host, diagram, inputs);
+    ModuleHost host(module, {.mostValues = memory / sizeof(float)});
+    Runner runner(host, diagram, inputs, memory);
     const TableStyle& tables = arguments.csv == "de" ? kCommaTables : kPointTables;
     std::deque<Sink> sinks;
     for (const SinkEntry& entry : diagram.sinks)
@@ -218,6 +229,8 @@ int obey(const std::vector<std::string>& words) {
                      "Tables with comma and decimal point (en, the default), or with semicolon and "
                      "decimal comma (de)")
         ->check(CLI::IsMember({"en", "de"}));
+    runCommand->add_option("--memory", runArguments.memory,
+                           "GiB that data blocks, curves and waiting rows may take (default: 1)");
     runCommand->add_flag("--force", runArguments.force,
                          "Replace files that no run has written, too");
     runCommand->add_flag("-q,--quiet", runArguments.quiet, "Errors only");

@@ -127,6 +127,10 @@ std::unique_ptr<PlacedBlock> placeBlock(ModuleHost& host, std::span<const TypeIn
     }
     auto block = entry.record ? restoreBlock(host, type.code, entry)
                               : std::make_unique<PlacedBlock>(host, type.code);
+    if (!block->created()) {
+        throw InputError(entry.typePlace,
+                         "the module makes no further block (1023 at once is most)");
+    }
     applySettings(*block, entry);
     // Some connectors follow the settings only when a run starts.
     block->initSim();

@@ -98,6 +98,8 @@ private:
 constexpr double kLowestRate = 1e-9;
 constexpr double kHighestRate = 1e12;
 
+constexpr std::size_t kMostChannels = 1024;  // as many as a recording may have
+
 class Reader {
 public:
     explicit Reader(const std::filesystem::path& path) : file_(textOf(path)) {
@@ -170,6 +172,7 @@ private:
                            "noise", "seconds", "on_truncated"});
         SourceEntry source;
         source.name = name;
+        source.place = section.place();
         source.noise = noise(section, name);
         const bool hasFile = section.table().contains("file") || !source.noise;
         if (hasFile) {
@@ -210,6 +213,10 @@ private:
         if (const toml::node* node = section.table().get("channels")) {
             const toml::array* list = node->as_array();
             if (list == nullptr || list->empty()) section.fail("channels", "must be a list");
+            if (list->size() > kMostChannels) {
+                section.fail("channels",
+                             "are " + std::to_string(list->size()) + ", at most 1024 are possible");
+            }
             for (const toml::node& item : *list) {
                 const auto channel = item.value<std::int64_t>();
                 if (!item.is_integer() || *channel < 1 || *channel > 100000) {

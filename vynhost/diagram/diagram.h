@@ -70,6 +70,7 @@ struct NoiseEntry {
 
 struct SourceEntry {
     std::string name;
+    Place place = {};
     std::filesystem::path file;  // empty: noise alone
     Place filePlace;
     int block = 4096;

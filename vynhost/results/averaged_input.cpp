@@ -8,6 +8,11 @@ namespace vynhost {
 
 // --- Finished columns -----------------------------------------------------------------------
 
+// The data block, and its x and y as curves.
+std::uint64_t FinishedInput::bytesWith(const ChannelData& block) const {
+    return block.values.size() * (sizeof(float) + 2 * sizeof(double));
+}
+
 std::optional<double> FinishedInput::nextX() const {
     if (series_.empty() || row_ >= series_.front().x.size()) return std::nullopt;
     return series_.front().x[row_];

@@ -13,6 +13,7 @@ namespace vynhost {
 // Columns that are known when everything is there.
 class FinishedInput : public SinkInput {
 public:
+    std::uint64_t bytesWith(const ChannelData& block) const override;
     std::optional<double> nextX() const override;
     void writeCells(TableRow& row) override;
     void writeColumns(TableRow& row) const override;

@@ -69,6 +69,14 @@ void BlocksInput::take(const ChannelData& block) {
     waiting_->append(block.values.data(), std::size_t{samples} * channels_ * sizeof(float));
 }
 
+// The curves of the picture, or the lowest and highest values beside one that comes, and a row of
+// the table.
+std::uint64_t BlocksInput::bytesWith(const ChannelData& block) const {
+    const std::uint64_t kept = bundles_.empty() ? 0 : bundles_.front().curves() + 3;
+    return kept * block.values.size() * 2 * sizeof(double) +
+           (samples_.size() + 1) * (sizeof(std::uint32_t) + channels_ * sizeof(float));
+}
+
 std::optional<double> BlocksInput::nextX() const {
     if (row_ >= rows_) return std::nullopt;
     return xOf(header_, static_cast<int>(row_));

@@ -1,6 +1,7 @@
 // Spectra of many data blocks side by side: a column for each.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -18,6 +19,7 @@ namespace vynhost {
 class CurveBundle {
 public:
     void add(Series curve);
+    std::uint64_t curves() const noexcept { return std::min(count_, kMostCurves); }
     void addTo(std::vector<Series>& all) const;
 
 private:
@@ -39,6 +41,7 @@ public:
 
     // Raises InputError for another x axis than the first one's, RunError for a full disk.
     void take(const ChannelData& block) override;
+    std::uint64_t bytesWith(const ChannelData& block) const override;
 
     std::optional<double> nextX() const override;
     void writeCells(TableRow& row) override;

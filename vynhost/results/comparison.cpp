@@ -8,7 +8,9 @@
 namespace vynhost {
 
 Comparer::Comparer(const CompareEntry& entry, Runner& runner)
-    : entry_(entry), unit_(runner.outlet(entry.with).kind.values.unitText()) {
+    : entry_(entry),
+      unit_(runner.outlet(entry.with).kind.values.unitText()),
+      memory_(runner.memory(), entry.of.place) {
     runner.listen(entry.of, [this](const ChannelData& block) { take(of_, block); });
     runner.listen(entry.with, [this](const ChannelData& block) { take(with_, block); });
 }
@@ -32,6 +34,8 @@ void Comparer::take(Side& side, const ChannelData& block) {
             }
         }
     }
+    memory_.set((of_.ahead.size() + with_.ahead.size() + block.values.size()) * sizeof(float),
+                "what one side has and the other not yet");
     side.ahead.insert(side.ahead.end(), block.values.begin(), block.values.end());
     const std::size_t common = std::min(of_.ahead.size(), with_.ahead.size());
     for (std::size_t i = 0; i < common; ++i) {

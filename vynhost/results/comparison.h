@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "vynhost/base/memory_limit.h"
 #include "vynhost/diagram/diagram.h"
 #include "vynhost/run/runner.h"
 
@@ -38,6 +39,7 @@ private:
 
     const CompareEntry& entry_;
     std::string unit_;
+    MemoryPart memory_;
     Side of_;
     Side with_;
     std::uint64_t count_ = 0;

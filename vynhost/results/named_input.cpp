@@ -33,6 +33,14 @@ void NamedInput::take(const ChannelData& block) {
     addRow(block);
 }
 
+std::uint64_t NamedInput::bytesWith(const ChannelData&) const {
+    std::uint64_t bytes = 0;
+    for (const FlowingCurve& curve : curves_)
+        bytes += curve.points.bytesWith(1);
+    return bytes +
+           (rows_.size() + 1) * (sizeof(Row) + places_.size() * sizeof(std::optional<float>));
+}
+
 void NamedInput::finish() {
     if (blocks_ == 1) decide(first_.header.xStart == 0 && !overIntervals_, first_);
 }

@@ -22,6 +22,7 @@ public:
                const ChartStyle& style);
 
     void take(const ChannelData& block) override;
+    std::uint64_t bytesWith(const ChannelData& block) const override;
     void finish() override;
 
     bool flows() const override { return true; }

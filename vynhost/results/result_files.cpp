@@ -176,7 +176,8 @@ ResultFile& ResultFiles::open(const std::string& name) {
     const auto claimed = [&](const Claim& claim) { return claim.name == name; };
     if (std::ranges::none_of(claims_, claimed)) claim(name);
     const std::filesystem::path path = std::ranges::find_if(claims_, claimed)->path;
-    if (std::ranges::any_of(files_, [&](const auto& file) { return file->path() == path; })) {
+    if (std::ranges::any_of(
+            files_, [&](const auto& file) { return file->path().native() == path.native(); })) {
         throw RunError(kWrongInput, textOf(path) + ": is written twice");
     }
     std::vector<std::filesystem::path> missing;

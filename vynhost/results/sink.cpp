@@ -78,7 +78,8 @@ void Sink::claimFiles(const SinkEntry& entry, ResultFiles& files) {
 Sink::Sink(const SinkEntry& entry, Runner& runner, ResultFiles& files, const TableStyle& tables)
     : entry_(entry),
       style_{entry.title, entry.logX, entry.decibels, entry.reference, tables.decimal},
-      tableStyle_(tables) {
+      tableStyle_(tables),
+      memory_(runner.memory(), entry.place) {
     checkPickedValues(entry, runner);
     if (!entry.csv.empty()) table_ = &files.open(entry.csv);
     if (!entry.svg.empty()) picture_ = &files.open(entry.svg);
@@ -91,14 +92,26 @@ Sink::Sink(const SinkEntry& entry, Runner& runner, ResultFiles& files, const Tab
 }
 
 void Sink::take(Place& place, const ChannelData& block) {
-    if (!place.input) place.input = inputFor(entry_, *place.outlet, block, style_, table_);
-    if (hasGaps(block, *place.outlet)) {
-        place.input->take(withGaps(block, place.outlet->bandsWithoutLine));
-    } else {
-        place.input->take(block);
-    }
-    while (rowsAreComplete())
-        writeRow();
+    withMemory(entry_.place, [&] {
+        if (!place.input) place.input = inputFor(entry_, *place.outlet, block, style_, table_);
+        limitMemory(place, block);
+        if (hasGaps(block, *place.outlet)) {
+            place.input->take(withGaps(block, place.outlet->bandsWithoutLine));
+        } else {
+            place.input->take(block);
+        }
+        while (rowsAreComplete())
+            writeRow();
+    });
+}
+
+// A picture has its points once more while it is drawn.
+void Sink::limitMemory(Place& place, const ChannelData& block) {
+    const std::uint64_t copies = picture_ == nullptr ? 1 : 2;
+    const std::uint64_t bytes = copies * place.input->bytesWith(block);
+    bytes_ += bytes - place.bytes;
+    place.bytes = bytes;
+    memory_.set(bytes_, "what its columns and curves keep");
 }
 
 // Every column has its next row, and is of the kind that can tell.

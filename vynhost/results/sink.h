@@ -1,9 +1,11 @@
 // A sink: a table and a picture of what comes out at some places of a diagram, made while it comes.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <vector>
 
+#include "vynhost/base/memory_limit.h"
 #include "vynhost/diagram/diagram.h"
 #include "vynhost/results/result_files.h"
 #include "vynhost/results/series.h"
@@ -42,8 +44,10 @@ private:
     struct Place {
         const OutletInfo* outlet;
         std::unique_ptr<SinkInput> input;  // once its first data block is there
+        std::uint64_t bytes = 0;           // that it keeps
     };
     void take(Place& place, const ChannelData& block);
+    void limitMemory(Place& place, const ChannelData& block);
     void checkAxes() const;
     void writeHead();
     void writeRow();
@@ -54,6 +58,8 @@ private:
     ChartStyle style_;
     const TableStyle& tableStyle_;
     std::vector<Place> places_;
+    MemoryPart memory_;
+    std::uint64_t bytes_ = 0;  // of all places
     ResultFile* table_ = nullptr;
     ResultFile* picture_ = nullptr;
     bool headWritten_ = false;

@@ -1,6 +1,7 @@
 // What one place of a diagram contributes to a sink: columns of the table, curves of the picture.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -21,6 +22,8 @@ public:
     virtual ~SinkInput() = default;
 
     virtual void take(const ChannelData& block) = 0;
+    // What it keeps when it has taken a further data block like this, at most, in bytes.
+    virtual std::uint64_t bytesWith(const ChannelData& block) const = 0;
     // No data comes any more.
     virtual void finish() {}
 

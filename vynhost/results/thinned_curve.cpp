@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
 #include <limits>
 #include <utility>
@@ -47,6 +48,11 @@ void ThinnedCurve::halveBins() {
         if (bins_.size() <= kMostThatStay) break;
     }
     binWidth_ *= 2;
+}
+
+// Memory grows by doubling.
+std::uint64_t ThinnedCurve::bytesWith(std::uint64_t more) const noexcept {
+    return std::bit_ceil(std::min<std::uint64_t>(count_ + more, kMostBins)) * sizeof(Bin);
 }
 
 void ThinnedCurve::appendTo(std::vector<double>& x, std::vector<double>& y) const {

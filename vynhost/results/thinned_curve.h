@@ -20,6 +20,8 @@ public:
     explicit ThinnedCurve(Height height) : height_(std::move(height)) {}
 
     void add(double x, double y);
+    // What it takes when so many points more have come, at most, in bytes.
+    std::uint64_t bytesWith(std::uint64_t more) const noexcept;
     // The kept points in the order in which they came, and one that is no number for each gap.
     void appendTo(std::vector<double>& x, std::vector<double>& y) const;
 

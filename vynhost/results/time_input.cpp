@@ -19,8 +19,19 @@ void TimeInput::take(const ChannelData& block) {
             curves_[c].points.add(next_ + i * block.header.xStep, block.at(i, channel));
         }
     }
-    if (hasTable_ && block.samples() > 0) waiting_.push_back({next_, block});
+    if (hasTable_ && block.samples() > 0) {
+        waiting_.push_back({next_, block});
+        waitingValues_ += block.values.size();
+    }
     next_ += block.samples() * block.header.xStep;
+}
+
+std::uint64_t TimeInput::bytesWith(const ChannelData& block) const {
+    std::uint64_t bytes = 0;
+    for (const FlowingCurve& curve : curves_)
+        bytes += curve.points.bytesWith(static_cast<std::uint64_t>(block.samples()));
+    if (hasTable_) bytes += (waitingValues_ + block.values.size()) * sizeof(float);
+    return bytes;
 }
 
 void TimeInput::writeColumns(TableRow& row) const {
@@ -47,6 +58,7 @@ void TimeInput::writeCells(TableRow& row) {
         }
     }
     if (++sample_ < data.samples()) return;
+    waitingValues_ -= data.values.size();
     waiting_.pop_front();
     sample_ = 0;
 }

@@ -18,6 +18,7 @@ public:
               bool hasTable);
 
     void take(const ChannelData& block) override;
+    std::uint64_t bytesWith(const ChannelData& block) const override;
 
     bool flows() const override { return true; }
     std::optional<double> nextX() const override;
@@ -40,6 +41,7 @@ private:
     double next_ = 0;
     std::vector<FlowingCurve> curves_;
     std::deque<Waiting> waiting_;
+    std::uint64_t waitingValues_ = 0;
     int sample_ = 0;  // of the first that waits
 };
 

@@ -89,8 +89,8 @@ std::optional<std::size_t> indexOf(const std::vector<std::string>& names, const 
 }  // namespace
 
 Runner::Runner(ModuleHost& host, const Diagram& diagram,
-               const std::map<std::string, std::filesystem::path>& inputs)
-    : host_(host), diagram_(diagram) {
+               const std::map<std::string, std::filesystem::path>& inputs, std::uint64_t memory)
+    : host_(host), diagram_(diagram), memory_(memory) {
     openSources(inputs);
     placeBlocks();
     wire();
@@ -98,6 +98,7 @@ Runner::Runner(ModuleHost& host, const Diagram& diagram,
     orderBlocks();
     carryKinds();
     carryOrigins();
+    limitDataBlocks();
     // Their names must exist.
     for (const SinkEntry& sink : diagram_.sinks) {
         for (const ConnectorName& name : sink.from)
@@ -333,6 +334,18 @@ void Runner::carryOrigins() {
     }
 }
 
+// A data block is read, chosen from, and handed to every input that it is wired to.
+void Runner::limitDataBlocks() {
+    for (const auto& feed : feeds_) {
+        const Source& source = feed->source;
+        const auto copies = static_cast<std::uint64_t>(1 + feed->outlet.targets.size());
+        const std::string what =
+            "a data block of " + std::to_string(source.entry().block) + " samples per channel";
+        dataBlocks_.emplace_back(memory_, source.entry().place)
+            .set(source.bytesToRead() + copies * source.bytesOfBlock(), what.c_str());
+    }
+}
+
 // --- Running --------------------------------------------------------------------------------
 
 void Runner::run() {
@@ -491,7 +504,8 @@ void Runner::noteShortBlock(Node& node) {
 
 bool Runner::feed(Feed& feed) {
     if (feed.source.ended() || !targetsFree(feed.outlet)) return false;
-    const std::optional<ChannelData> data = feed.source.next();
+    const std::optional<ChannelData> data =
+        withMemory(feed.source.entry().place, [&] { return feed.source.next(); });
     if (feed.source.ended()) notes_.push_back(feed.source.note());
     if (data) deliver(feed.outlet, *data);
     return true;

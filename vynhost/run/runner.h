@@ -1,6 +1,8 @@
 // Runs a diagram: places its blocks, wires them, and moves data blocks until the recordings end.
 #pragma once
 
+#include <cstdint>
+#include <deque>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -9,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "vynhost/base/memory_limit.h"
 #include "vynhost/diagram/diagram.h"
 #include "vynhost/diagram/quantity.h"
 #include "vynhost/diagram/value_names.h"
@@ -30,9 +33,10 @@ struct OutletInfo {
 class Runner {
 public:
     // `inputs` replaces the files of sources, by name. Raises RunError for whatever in the diagram
-    // the module does not know.
+    // the module does not know, and for data blocks that take more than `memory`, in bytes.
     Runner(ModuleHost& host, const Diagram& diagram,
-           const std::map<std::string, std::filesystem::path>& inputs);
+           const std::map<std::string, std::filesystem::path>& inputs,
+           std::uint64_t memory = MemoryLimit::kUsual);
     ~Runner();
 
     // Raises RunError; the blocks are stopped in any case.
@@ -52,6 +56,9 @@ public:
     using Watcher = std::function<void(const Progress& progress)>;
     // `watch` is told with every round of data blocks.
     void watch(Watcher watch) { watch_ = std::move(watch); }
+
+    // Of which whoever listens takes a part.
+    MemoryLimit& memory() noexcept { return memory_; }
 
     // A line each: what was read, what was left out or added.
     const std::vector<std::string>& notes() const noexcept { return notes_; }
@@ -77,6 +84,7 @@ private:
     void orderBlocks();
     void carryKinds();
     void carryOrigins();
+    void limitDataBlocks();
     // Nodes and outlets lie on the heap: the runner's own constness is not theirs.
     Outlet& outletOf(const ConnectorName& name) const;
     Node* findNode(const std::string& name) const;
@@ -104,6 +112,8 @@ private:
 
     ModuleHost& host_;
     const Diagram& diagram_;
+    MemoryLimit memory_;
+    std::deque<MemoryPart> dataBlocks_;  // per source
     std::vector<std::unique_ptr<Feed>> feeds_;
     std::vector<std::unique_ptr<Node>> nodes_;
     std::vector<Node*> order_;

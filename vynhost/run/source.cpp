@@ -4,32 +4,34 @@
 #include <cmath>
 #include <utility>
 
+#include "vynhost/base/memory_limit.h"
 #include "vynhost/base/text.h"
 
 namespace vynhost {
 namespace {
 
-// Noise alone is noise on silence; channels are as many as asked for.
+// Noise alone is noise on a silent channel, which stands for all that are asked for.
 std::unique_ptr<Recording> noiseCarrier(const SourceEntry& entry) {
-    const int channels = entry.channels.empty()
-                             ? 1
-                             : *std::max_element(entry.channels.begin(), entry.channels.end());
-    return silence(channels, *entry.rate, std::llround(entry.seconds * *entry.rate));
+    return silence(1, *entry.rate, std::llround(entry.seconds * *entry.rate));
 }
 
 std::unique_ptr<Recording> openFor(const SourceEntry& entry, const std::filesystem::path& file) {
     try {
         if (file.empty()) return noiseCarrier(entry);
-        return openRecording(file, entry.rate,
-                             entry.usesTruncated ? Truncated::use : Truncated::refuse);
+        return withMemory(entry.filePlace, [&] {
+            return openRecording(file, entry.rate,
+                                 entry.usesTruncated ? Truncated::use : Truncated::refuse);
+        });
     } catch (const RecordingError& error) {
         throw InputError(entry.filePlace, textOf(file) + ": " + error.what());
     }
 }
 
-// From 0; all of them when the entry names none.
+// From 0; all of them when the entry names none. Of noise alone each is the carrier's.
 std::vector<std::size_t> chosenChannels(const SourceEntry& entry, const std::filesystem::path& file,
                                         int available) {
+    if (file.empty())
+        return std::vector<std::size_t>(std::max<std::size_t>(entry.channels.size(), 1));
     std::vector<std::size_t> channels;
     if (entry.channels.empty()) {
         for (int channel = 0; channel < available; ++channel)
@@ -84,9 +86,28 @@ void Source::describeChannels() {
     }
 }
 
+// What is left of the recording may be less.
+std::size_t Source::framesInBlock() const {
+    const auto block = static_cast<std::int64_t>(entry_->block);
+    return static_cast<std::size_t>(std::min(block, recording_->frames() - position_));
+}
+
+std::uint64_t Source::bytesToRead() const {
+    return std::uint64_t{framesInBlock()} * static_cast<std::uint64_t>(recording_->channels()) *
+           sizeof(float);
+}
+
+std::uint64_t Source::bytesOfBlock() const {
+    const std::uint64_t frames = entry_->tail == Tail::pad
+                                     ? static_cast<std::uint64_t>(entry_->block)
+                                     : std::uint64_t{framesInBlock()};
+    return frames * channels_.size() * sizeof(float);
+}
+
 std::optional<ChannelData> Source::next() {
     const auto block = static_cast<std::size_t>(entry_->block);
-    std::vector<float> interleaved(block * static_cast<std::size_t>(recording_->channels()));
+    std::vector<float> interleaved(framesInBlock() *
+                                   static_cast<std::size_t>(recording_->channels()));
     const std::size_t frames = readFrames(interleaved);
     ended_ = frames < block || position_ + entry_->block == recording_->frames();
     rest_ = frames < block ? frames : 0;
@@ -122,7 +143,7 @@ std::vector<float> Source::chosenAndScaled(std::span<const float> interleaved,
     const auto all = static_cast<std::size_t>(recording_->channels());
     const auto scale = static_cast<float>(entry_->fullScale);
     std::vector<float> values;
-    values.reserve(static_cast<std::size_t>(entry_->block) * channels_.size());
+    values.reserve(frames * channels_.size());
     for (std::size_t i = 0; i < frames; ++i) {
         for (const std::size_t channel : channels_)
             values.push_back(scale * interleaved[i * all + channel]);
@@ -146,6 +167,9 @@ std::string Source::note() const {
                        std::to_string(channels_.size()) +
                        (channels_.size() == 1 ? " channel" : " channels");
     if (unitIsFiles_) note += " in " + unit_;
+    if (entry_->rate && *entry_->rate != recording_->rate()) {
+        note += "; its own rate counts, not the diagram's " + toText(*entry_->rate) + " Hz";
+    }
     if (!recording_->missing().empty()) note += "; " + recording_->missing();
     if (rest_ > 0 && entry_->tail == Tail::drop) {
         note += "; the last " + std::to_string(rest_) + " left out";

@@ -40,12 +40,17 @@ public:
     double position() const;
     double length() const;
 
+    // What a data block takes on its way, and again for each place that it goes to, in bytes.
+    std::uint64_t bytesToRead() const;
+    std::uint64_t bytesOfBlock() const;
+
     // In one line what was read, left out or added, once it has ended.
     std::string note() const;
 
 private:
     void describeChannels();
     std::string title() const;
+    std::size_t framesInBlock() const;
     std::size_t readFrames(std::span<float> interleaved);
     std::vector<float> chosenAndScaled(std::span<const float> interleaved,
                                        std::size_t frames) const;

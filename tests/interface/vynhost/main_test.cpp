@@ -216,6 +216,39 @@ TEST_F(MainTest, ASourceIsGivenOneRecording) {
     EXPECT_THAT(outcome.error, StartsWith("vynhost: --input s is given twice"));
 }
 
+TEST_F(MainTest, MemoryIsGivenInGibibytes) {
+    write("d.toml",
+          "[source.s]\nnoise = { rms = 1.0 }\nrate = 8000.0\nseconds = 8.0\nblock = 65536\n"
+          "[sink.x]\nfrom = \"s\"\ncsv = \"x.csv\"\n");
+    const std::string command = "run " + at("d.toml") + " --out " + at("out");
+    const Outcome outcome = vynhost(command + " --memory 0.0001");
+    EXPECT_EQ(outcome.code, 2);
+    EXPECT_THAT(outcome.error, HasSubstr("d.toml:1: source.s: a data block of 65536 samples per "
+                                         "channel would take 1 MiB; a run may take 1 MiB "));
+    EXPECT_EQ(vynhost(command + " --memory 0.01").code, 0);
+    for (const char* none : {"0", "-1", "nan", "inf", "2000000", "much"}) {
+        EXPECT_EQ(vynhost(command + " --memory " + none).code, 2) << none;
+    }
+}
+
+#if !defined(__SANITIZE_ADDRESS__)  // which needs all addresses for itself
+// Natively: a machine with little memory, by its shell.
+TEST_F(MainTest, WhatIsTooMuchForTheMachineIsNamed) {
+    if (platform::kHasDialogs) GTEST_SKIP() << "no such shell";
+    write("d.toml",
+          "[source.s]\nnoise = { rms = 1.0 }\nrate = 8000.0\nseconds = 1e6\nblock = 16777216\n"
+          "channels = [1, 2, 3, 4, 5, 6, 7, 8]\n[sink.x]\nfrom = \"s\"\ncsv = \"x.csv\"\n");
+    const std::string program =
+        "\"" + textOf(platform::programFolder() / platform::kHostProgram) + "\"";
+    const int code = platform::runShell("ulimit -v 300000; " + program + " run " + at("d.toml") +
+                                        " --memory 2 --out " + at("out") + " 2> " + at("err"));
+    EXPECT_EQ(code, 2);
+    EXPECT_THAT(read(folder() / "err"),
+                HasSubstr("d.toml:1: source.s: there is not enough memory for it"));
+    EXPECT_FALSE(std::filesystem::exists(folder() / "out"));
+}
+#endif
+
 // Natively: there is a device that is always full.
 TEST_F(MainTest, AFullStandardOutputIsNoSuccess) {
     if (platform::kHasDialogs) GTEST_SKIP() << "no such device";

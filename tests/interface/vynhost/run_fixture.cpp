@@ -14,7 +14,7 @@ void RunTest::run(const std::string& toml, const std::function<void(const RunRes
 void RunTest::runFile(const std::filesystem::path& file,
                       const std::function<void(const RunResult&)>& look, const Inputs& inputs) {
     const Diagram diagram = readDiagram(file);
-    Runner runner(host, diagram, inputs);
+    Runner runner(host, diagram, inputs, memory);
     RunResult result;
     const auto collect = [&](const ConnectorName& name) {
         if (result.places.contains(name.text())) return;

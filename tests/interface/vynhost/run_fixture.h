@@ -42,6 +42,7 @@ protected:
                  const std::function<void(const RunResult&)>& look, const Inputs& inputs = {});
     // How the tables are written.
     const TableStyle* tables = &kPointTables;
+    std::uint64_t memory = MemoryLimit::kUsual;  // of a run, in bytes
     static std::vector<float> valuesOf(const RunResult& result, const std::string& node,
                                        const std::string& letter = "");
 };

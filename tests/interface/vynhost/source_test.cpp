@@ -308,5 +308,19 @@ TEST_F(SourceTest, NoiseOnARecordingIsAddedAfterTheScaling) {
         });
 }
 
+TEST_F(SourceTest, ARecordingOfAnotherRateSaysSo) {
+    writeWav("s.wav", {0.5F});
+    const auto noteWith = [&](const char* rate) {
+        std::string note;
+        run(std::string("[source.s]\nfile = \"s.wav\"\nrate = ") + rate +
+                "\n[sink.x]\nfrom = \"s\"\ncsv = \"x\"\n",
+            [&](const RunResult& result) { note = result.notes.at(0); });
+        return note;
+    };
+    EXPECT_THAT(noteWith("44100"), HasSubstr("1 samples at 8000 Hz, 1 channel; its own rate "
+                                             "counts, not the diagram's 44100 Hz"));
+    EXPECT_THAT(noteWith("8000.0"), testing::EndsWith("1 channel"));
+}
+
 }  // namespace
 }  // namespace vynhost::test

@@ -23,7 +23,7 @@ bool isPlainFile(const std::filesystem::path& path) {
 }
 
 bool sameFileName(const std::filesystem::path& left, const std::filesystem::path& right) {
-    return left == right;
+    return left.native() == right.native();
 }
 
 bool isFileName(const std::filesystem::path& name) {
