@@ -406,7 +406,8 @@ private:
 }  // namespace
 
 Diagram readDiagram(const std::filesystem::path& file) {
-    if (!std::filesystem::is_regular_file(file)) {
+    std::error_code error;  // of a name that is too long, say
+    if (!std::filesystem::is_regular_file(file, error)) {
         throw InputError({textOf(file), 0, ""}, "no such file");
     }
     std::ifstream in(file, std::ios::binary);

@@ -89,7 +89,7 @@ ResultFiles::~ResultFiles() {
                   [&](const auto& folder) { std::filesystem::remove(folder, ignored); });
 }
 
-void ResultFiles::claim(const std::string& name, const Place& place) {
+void ResultFiles::claim(const std::string& name, const Place& place) try {
     const Claim claim = insideFolder(name, place);
     for (const Claim& other : claims_) {
         if (platform::sameFileName(other.path, claim.path)) {
@@ -111,6 +111,8 @@ void ResultFiles::claim(const std::string& name, const Place& place) {
         refuseForeignFile(claim, place);
     }
     claims_.push_back(claim);
+} catch (const std::filesystem::filesystem_error& error) {  // a name that is too long, say
+    throw InputError(place, "\"" + name + "\": " + error.code().message());
 }
 
 // Where a result of this name goes, and what is there now.

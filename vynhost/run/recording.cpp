@@ -513,7 +513,8 @@ std::unique_ptr<Recording> openCsv(const std::filesystem::path& file, std::optio
 
 std::unique_ptr<Recording> openRecording(const std::filesystem::path& file,
                                          std::optional<double> rate, Truncated truncated) {
-    if (!std::filesystem::is_regular_file(file)) throw RecordingError("no such file");
+    std::error_code error;  // of a name that is too long, say
+    if (!std::filesystem::is_regular_file(file, error)) throw RecordingError("no such file");
     const std::string ending = file.extension().string();
     if (isWav(file) || equalIgnoringCase(ending, ".wav")) return openWav(file, truncated);
     for (const char* table : {".csv", ".tsv", ".txt"}) {

@@ -191,8 +191,20 @@ TEST_F(MainTest, WhateverIsWrongIsOneShortPrintableLine) {
     write("binary.toml", std::string("\xFF\xFE\x01\x1b[2J\0\v\f\x80", 10));
     write("binary.csv", "0,1\n1,\x1b[31m\v\x80" + million + "\n");
     write("csv.toml", "[source.s]\nfile = \"binary.csv\"\n[sink.x]\nfrom = \"s\"\ncsv = \"x\"\n");
+    const std::string name(300, 'n');
+    write("names.toml",
+          "[source.s]\nnoise = { rms = 1.0 }\nrate = 1.0\nseconds = 9.0\n[sink.x]\n"
+          "from = \"s\"\ncsv = \"" +
+              name + ".csv\"\n");
+    write("file.toml", "[source.s]\nfile = \"" + name +
+                           ".wav\"\n[sink.x]\nfrom = \"s\"\n"
+                           "csv = \"x.csv\"\n");
+    EXPECT_THAT(vynhost("run " + at("names.toml")).error, HasSubstr(".toml:5: sink.x.csv: \"nnn"));
+    EXPECT_THAT(vynhost("run " + at("names.toml")).error, HasSubstr("can't be a result's name"));
+    EXPECT_THAT(vynhost("run " + at("file.toml")).error, HasSubstr(".toml:2: source.s.file: "));
     for (const std::string& arguments :
-         {"run " + at("key.toml"), "run " + at("escape.toml"), "run " + at("binary.toml"),
+         {"run " + at("names.toml"), "run " + at("file.toml"), "run " + name,
+          "run " + at("key.toml"), "run " + at("escape.toml"), "run " + at("binary.toml"),
           "run " + at("csv.toml"), "run " + at("key.toml") + " --input " + million.substr(0, 4000),
           std::string("run"), "walk" + million.substr(0, 4000), std::string("run a.toml --fast"),
           std::string("list FFT --json --markdown"), "list " + million.substr(0, 4000)}) {

@@ -27,7 +27,8 @@ bool sameFileName(const std::filesystem::path& left, const std::filesystem::path
 }
 
 bool isFileName(const std::filesystem::path& name) {
-    return name.native().find('\0') == std::string::npos;
+    constexpr std::size_t kLongest = 255;  // of most file systems
+    return name.native().size() <= kLongest && name.native().find('\0') == std::string::npos;
 }
 
 std::FILE* createFile(const std::filesystem::path& path) noexcept {

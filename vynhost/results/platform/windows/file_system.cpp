@@ -105,7 +105,9 @@ bool isFileName(const std::filesystem::path& name) {
     const bool plain = std::ranges::none_of(text, [](wchar_t c) {
         return c < L' ' || std::wstring_view(L"<>:\"|?*").find(c) != std::wstring_view::npos;
     });
-    return plain && !text.ends_with(L'.') && !text.ends_with(L' ') && !isDevice(text);
+    constexpr std::size_t kLongest = 255;
+    return plain && text.size() <= kLongest && !text.ends_with(L'.') && !text.ends_with(L' ') &&
+           !isDevice(text);
 }
 
 std::FILE* createFile(const std::filesystem::path& path) noexcept {
