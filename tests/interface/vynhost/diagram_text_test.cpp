@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <limits>
 #include <string>
 
 #include "vynhost/diagram/diagram_text.h"
@@ -75,6 +76,19 @@ INSTANTIATE_TEST_SUITE_P(
                   "[block.b]\ntype=1\nrecord = \"\"\"\n    01020304 05\n\"\"\" # r\nPkPhase = 0\n"
                   "PkX = \"A\\\"B\"\n"}),
     [](const auto& test) { return std::string(test.param.name); });
+
+// Bit for bit: a diagram tells both zeros apart, and NaN is no change from NaN.
+TEST(RewriteOneBlock, TheSignOfZeroIsAChange) {
+    const std::string text = "[block.b]\ntype=1\nPkA = 0.0 # a\nPkB = nan\n";
+    const Diagram diagram = parseDiagram(text, "d.toml");
+    const BlockEntry& before = diagram.blocks.at(0);
+    BlockEntry after = before;
+    after.settings.at(1).value = std::numeric_limits<double>::quiet_NaN();
+    EXPECT_EQ(rewriteBlock(text, "d.toml", before, after), text);
+    after.settings.at(0).value = -0.0;
+    EXPECT_EQ(rewriteBlock(text, "d.toml", before, after),
+              "[block.b]\ntype=1\nPkA = -0.0 # a\nPkB = nan\n");
+}
 
 }  // namespace
 }  // namespace vynhost::test

@@ -53,5 +53,12 @@ TEST(TextTest, AMessageIsOneLineOfAtMost300Letters) {
     EXPECT_NE(line.find("ä…ä"), std::string::npos);
 }
 
+// Two letters in the wrong order are one mistake; two wrong letters would be too much here.
+TEST(TextTest, NeighboursInTheWrongOrderAreOneMistake) {
+    EXPECT_EQ(didYouMean("ba", std::vector<std::string>{"ab"}), ", did you mean ab?");
+    EXPECT_EQ(didYouMean("cd", std::vector<std::string>{"ab"}), "");
+    EXPECT_EQ(didYouMean("fotl", std::vector<std::string>{"ftlo"}), "");
+}
+
 }  // namespace
 }  // namespace vynhost::test
