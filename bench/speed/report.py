@@ -31,6 +31,11 @@ class Job:
     double: bool = False  # measured against peers in double precision
 
 
+def rounded(value: float) -> str:
+    """Three digits and what stands before the point: 64.1, 377, 12647."""
+    return f"{value:.0f}" if value >= 100 else f"{value:.3g}"
+
+
 JOBS = [
     Job("fft", "bare transform", (1.0, 1.0), (1.4, 1.4), double=True),
     Job("spectrum", "spectrum, RMS, Hanning", (1.0, 1.0), (1.4, 1.4), double=True),
@@ -240,7 +245,7 @@ def page(results):
         for line in tables[level].values():
             yield (f"| {line.job.title} | {line.channels} | {ratio_text(line)} | {line.best.low:.2f}–"
                    f"{line.best.high:.2f} | {line.median:.2f}, {min(line.ratios):.2f} | {line.best.name} | "
-                   f"{line.speed(line.best.ns):.3g} | {line.speed(line.cell.ns):.3g} | {line.gate:g} | "
+                   f"{rounded(line.speed(line.best.ns))} | {rounded(line.speed(line.cell.ns))} | {line.gate:g} | "
                    f"{line.goal:g} | {line.verdict} |")
         yield ""
 
