@@ -231,7 +231,7 @@ def page(results):
             " | ".join(shown) + " |")
     yield ""
     for level in levels:
-        yield f"{LEVELS[level]}: {summary(list(tables[level].values()))}  "
+        yield f"- {LEVELS[level]}: {summary(list(tables[level].values()))}"
     yield ("\n(d): against peers in double precision, as the blocks compute; in brackets below against those in\n"
            "single precision as well.\n")
 
