@@ -28,7 +28,8 @@ class Part(NamedTuple):
 
 
 PARTS = (
-    Part("PocketFFT", "gemmi-dev", "BSD-3-Clause", ("ovanlys",), BOTH, ("include/gemmi/third_party/pocketfft_hdronly.h",)),
+    Part("PocketFFT", "gemmi-dev", "BSD-3-Clause", ("ovanlys", "vynhost"), BOTH,
+         ("include/gemmi/third_party/pocketfft_hdronly.h",)),
     Part("Boost.Math", "libboost1.74-dev", "BSL-1.0", ("ovanlys",), BOTH, ("libs/math/*",)),
     Part("CLI11", "libcli11-dev", "BSD-3-Clause", ("vynhost",), BOTH, ("*",)),
     Part("toml++", "libtomlplusplus-dev", "MIT", ("vynhost",), BOTH, ("*", "include/toml++/impl/unicode.h")),

@@ -5,7 +5,7 @@ _vynhost()
     local cur prev words cword
     _init_completion || return
 
-    local commands='list skeleton run dialog doctor' command=
+    local commands='list skeleton run calibrate dialog doctor' command=
     local i
     for ((i = 1; i < cword; i++)); do
         if [[ ${words[i]} != -* ]]; then
@@ -30,6 +30,19 @@ _vynhost()
                         COMPREPLY=($(compgen -W '--input --out --quiet --help' -- "$cur"))
                     else
                         _filedir toml
+                    fi
+                    ;;
+            esac
+            ;;
+        calibrate)
+            case $prev in
+                --out) _filedir toml ;;
+                --level | --frequency) ;;
+                *)
+                    if [[ $cur == -* ]]; then
+                        COMPREPLY=($(compgen -W '--level --frequency --out --force --help' -- "$cur"))
+                    else
+                        _filedir
                     fi
                     ;;
             esac

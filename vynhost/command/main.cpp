@@ -9,6 +9,7 @@
 
 #include "vynhost/base/errors.h"
 #include "vynhost/base/text.h"
+#include "vynhost/command/calibrate.h"
 #include "vynhost/command/dialog_command.h"
 #include "vynhost/command/doctor.h"
 #include "vynhost/command/list.h"
@@ -78,6 +79,9 @@ std::vector<ReadFile> readFiles(const Diagram& diagram,
     std::vector<ReadFile> files = {{diagram.file, "the diagram"}};
     for (const SourceEntry& source : diagram.sources) {
         if (!source.file.empty()) files.push_back({source.file, "the recording of " + source.name});
+        if (!source.calibration.empty()) {
+            files.push_back({source.calibration, "the calibration of " + source.name});
+        }
     }
     for (const auto& [name, file] : inputs)
         files.push_back({file, "the recording of " + name});
@@ -237,6 +241,25 @@ int obey(const std::vector<std::string>& words) {
     runCommand->add_flag("--no-progress", runArguments.noProgress,
                          "No line on a terminal that says how far the run is");
     runCommand->callback([&] { code = run(runArguments); });
+
+    CalibrateArguments calibrateArguments;
+    CLI::App* calibrateCommand = app.add_subcommand(
+        "calibrate", "Finds the scale of a recording in the tone of a sound calibrator");
+    calibrateCommand->add_option("RECORDING", calibrateArguments.recording, "Of the calibrator")
+        ->required();
+    calibrateCommand
+        ->add_option("--level", calibrateArguments.level, "The calibrator's level, dB re 20 uPa")
+        ->required();
+    calibrateCommand->add_option("--frequency", calibrateArguments.frequency,
+                                 "The calibrator's frequency in Hz (default: 1000)");
+    calibrateCommand->add_option("--out", calibrateArguments.out,
+                                 "The calibration's file (default: cal.toml)");
+    calibrateCommand->add_flag("--force", calibrateArguments.force,
+                               "Replace a file that is not as this program has written it, too");
+    calibrateCommand->callback([&] {
+        watchInterrupts();
+        calibrate(calibrateArguments, std::cout);
+    });
 
     DialogArguments dialogArguments;
     CLI::App* dialogCommand = app.add_subcommand(

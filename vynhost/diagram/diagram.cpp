@@ -1,104 +1,33 @@
 #include "vynhost/diagram/diagram.h"
 
-#include <toml++/toml.h>
-
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <fstream>
-#include <iterator>
 #include <set>
 #include <string_view>
+#include <utility>
 
 #include "vynhost/base/text.h"
-#include "vynhost/diagram/toml_bounds.h"
+#include "vynhost/diagram/sensitivity.h"
+#include "vynhost/diagram/toml_section.h"
 
 namespace vynhost {
 namespace {
-
-// One table of the file, with its dotted name, and readers that name the place of what is wrong.
-class Section {
-public:
-    Section(const std::string& file, std::string key, const toml::table& table)
-        : file_(file), key_(std::move(key)), table_(table) {}
-
-    Place place(std::string_view name) const {
-        const toml::node* node = table_.get(name);
-        return {file_, lineOf(node == nullptr ? table_ : *node), key_ + "." + std::string(name)};
-    }
-    Place place() const { return {file_, lineOf(table_), key_}; }
-
-    [[noreturn]] void fail(std::string_view name, const std::string& what) const {
-        throw InputError(place(name), what);
-    }
-
-    std::string text(std::string_view name, const std::string& otherwise = "") const {
-        const toml::node* node = table_.get(name);
-        if (node == nullptr) return otherwise;
-        if (!node->is_string()) fail(name, "must be a text");
-        return stringOf(name, *node);
-    }
-    // Of a string. The system would end it at a character of code 0, and mean another name.
-    std::string stringOf(std::string_view name, const toml::node& node) const {
-        std::string text = node.value_or(std::string());
-        if (text.find('\0') != std::string::npos) fail(name, "holds a character of code 0");
-        return text;
-    }
-    std::string neededText(std::string_view name) const {
-        if (table_.get(name) == nullptr)
-            throw InputError(place(), std::string(name) + " is missing");
-        return text(name);
-    }
-    std::optional<double> number(std::string_view name) const {
-        const toml::node* node = table_.get(name);
-        if (node == nullptr) return std::nullopt;
-        if (!node->is_number()) fail(name, "must be a number");
-        return node->value<double>();
-    }
-    template <class Choice, std::size_t Count>
-    Choice choice(std::string_view name,
-                  const std::array<std::pair<const char*, Choice>, Count>& choices) const {
-        const std::string given = text(name, choices.front().first);
-        std::vector<std::string> names;
-        for (const auto& [allowed, value] : choices) {
-            if (given == allowed) return value;
-            names.emplace_back(allowed);
-        }
-        fail(name, "\"" + given + "\" is none of " + joined(names));
-    }
-    // Refuses keys that are none of these.
-    void allowOnly(std::initializer_list<const char*> names) const {
-        const std::vector<std::string> allowed(names.begin(), names.end());
-        for (const auto& [name, node] : table_) {
-            const std::string given(name.str());
-            if (std::find(allowed.begin(), allowed.end(), given) == allowed.end()) {
-                fail(given, "no such key" + didYouMean(given, allowed));
-            }
-        }
-    }
-    // "node" or "node.letter".
-    ConnectorName connector(const std::string& name, Place where) const {
-        const std::size_t point = name.find('.');
-        ConnectorName result{name.substr(0, point),
-                             point == std::string::npos ? "" : name.substr(point + 1),
-                             std::move(where)};
-        return result;
-    }
-    const toml::table& table() const { return table_; }
-
-    static int lineOf(const toml::node& node) { return static_cast<int>(node.source().begin.line); }
-
-private:
-    const std::string& file_;
-    std::string key_;
-    const toml::table& table_;
-};
 
 // Samples per second: one in thirty years to those of light.
 constexpr double kLowestRate = 1e-9;
 constexpr double kHighestRate = 1e12;
 
 constexpr std::size_t kMostChannels = 1024;  // as many as a recording may have
+
+// "node" or "node.letter".
+ConnectorName connector(const std::string& name, Place where) {
+    const std::size_t point = name.find('.');
+    ConnectorName result{name.substr(0, point),
+                         point == std::string::npos ? "" : name.substr(point + 1),
+                         std::move(where)};
+    return result;
+}
 
 class Reader {
 public:
@@ -107,7 +36,7 @@ public:
     }
 
     Diagram read(const std::string& text) {
-        const toml::table root = parse(text);
+        const toml::table root = parseToml(text, file_);
         const std::vector<std::string> kinds = {"source", "block", "wire", "sink", "compare"};
         for (const auto& [name, node] : root) {
             const std::string kind(name.str());
@@ -125,16 +54,6 @@ public:
     }
 
 private:
-    toml::table parse(const std::string& text) const {
-        checkBounds(text, file_);
-        try {
-            return toml::parse(text, file_);
-        } catch (const toml::parse_error& error) {
-            const int line = static_cast<int>(error.source().begin.line);
-            throw InputError({file_, line, ""}, onOneLine(error.description()));
-        }
-    }
-
     template <class Take>
     void forEach(const toml::table& root, const char* kind, Take take) {
         const toml::node* group = root.get(kind);
@@ -169,7 +88,8 @@ private:
 
     void source(const Section& section, const std::string& name) {
         section.allowOnly({"file", "block", "full_scale", "unit", "channels", "rate", "tail",
-                           "noise", "seconds", "on_truncated"});
+                           "noise", "seconds", "on_truncated", "calibration", "sensitivity",
+                           "range"});
         SourceEntry source;
         source.name = name;
         source.place = section.place();
@@ -189,12 +109,8 @@ private:
             section.fail("block", "must be a whole number from 1 to 16777216");
         }
         source.block = static_cast<int>(block);
-        source.fullScale = section.number("full_scale").value_or(1.0);
-        const double singlePrecision = static_cast<float>(source.fullScale);
-        if (!std::isfinite(singlePrecision) || singlePrecision == 0) {
-            section.fail("full_scale", "must be a finite number other than 0");
-        }
         source.unit = section.text("unit");
+        scale(section, hasFile, source);
         source.rate = section.number("rate");
         if (source.rate && !(*source.rate >= kLowestRate && *source.rate <= kHighestRate)) {
             section.fail("rate", "must be from 1e-9 to 1e12");
@@ -225,7 +141,128 @@ private:
                 source.channels.push_back(static_cast<int>(*channel));
             }
         }
+        if (source.fullScale.size() > 1 && !source.channels.empty() &&
+            source.fullScale.size() != source.channels.size()) {
+            throw InputError(source.fullScalePlace,
+                             std::to_string(source.fullScale.size()) + " values for " +
+                                 std::to_string(source.channels.size()) + " channels");
+        }
         diagram_.sources.push_back(std::move(source));
+    }
+
+    // What the values are multiplied by: one of full_scale, calibration and sensitivity with range.
+    void scale(const Section& section, bool hasFile, SourceEntry& source) const {
+        const toml::table& table = section.table();
+        for (const auto& [one, other] :
+             {std::pair("calibration", "full_scale"), std::pair("sensitivity", "full_scale"),
+              std::pair("sensitivity", "calibration")}) {
+            if (table.contains(one) && table.contains(other)) {
+                section.fail(one, std::string("is given beside ") + other +
+                                      "; one of them says what the values are");
+            }
+        }
+        for (const auto& [one, other] :
+             {std::pair("sensitivity", "range"), std::pair("range", "sensitivity")}) {
+            if (table.contains(one) && !table.contains(other)) {
+                section.fail(one, std::string("takes ") + other + " beside it");
+            }
+        }
+        for (const char* ofRecording : {"calibration", "sensitivity"}) {
+            if (table.contains(ofRecording) && !hasFile) {
+                section.fail(ofRecording, "noise alone is in its unit already");
+            }
+        }
+        if (table.contains("calibration")) {
+            const std::string name = section.text("calibration");
+            if (name.empty()) section.fail("calibration", "must be the name of a file");
+            source.calibration = pathOf(name);
+            if (source.calibration.is_relative()) {
+                source.calibration = diagram_.file.parent_path() / source.calibration;
+            }
+            source.calibrationPlace = section.place("calibration");
+            takeUnit(section, "calibration", "Pa", source);
+        } else if (table.contains("sensitivity")) {
+            source.fullScalePlace = section.place("sensitivity");
+            source.fullScale = fullScalesOfSensors(section, source);
+        } else if (table.contains("full_scale")) {
+            source.fullScalePlace = section.place("full_scale");
+            source.fullScale = numbers(section, "full_scale");
+        }
+        for (const double value : source.fullScale) {
+            const double singlePrecision = static_cast<float>(value);
+            if (!std::isfinite(singlePrecision) || singlePrecision == 0) {
+                throw InputError(source.fullScalePlace, "must be a finite number other than 0");
+            }
+        }
+    }
+
+    static void takeUnit(const Section& section, const char* from, const std::string& unit,
+                         SourceEntry& source) {
+        if (!source.unit.empty() && source.unit != unit) {
+            section.fail("unit",
+                         std::string("must be ") + unit + ", which is what " + from + " gives");
+        }
+        source.unit = unit;
+    }
+
+    // A number, or a list of them.
+    static std::vector<double> numbers(const Section& section, const char* name) {
+        const toml::array* list = section.table().get(name)->as_array();
+        if (list == nullptr) return {*section.number(name)};
+        requireFew(section, name, *list);
+        std::vector<double> result;
+        for (const toml::node& item : *list) {
+            if (!item.is_number()) section.fail(name, "must be a number or a list of numbers");
+            result.push_back(*item.value<double>());
+        }
+        return result;
+    }
+
+    // A text, or a list of them.
+    static std::vector<std::string> texts(const Section& section, const char* name) {
+        const toml::array* list = section.table().get(name)->as_array();
+        if (list == nullptr) return {section.text(name)};
+        requireFew(section, name, *list);
+        std::vector<std::string> result;
+        for (const toml::node& item : *list) {
+            if (!item.is_string()) section.fail(name, "must be a text or a list of texts");
+            result.push_back(section.stringOf(name, item));
+        }
+        return result;
+    }
+
+    static void requireFew(const Section& section, const char* name, const toml::array& list) {
+        if (list.empty() || list.size() > kMostChannels) {
+            section.fail(name, "must hold a value per channel, at most 1024");
+        }
+    }
+
+    // Where one of the two is a single text, it holds for all channels.
+    static std::vector<double> fullScalesOfSensors(const Section& section, SourceEntry& source) {
+        const std::vector<std::string> sensitivities = texts(section, "sensitivity");
+        const std::vector<std::string> ranges = texts(section, "range");
+        const std::size_t count = std::max(sensitivities.size(), ranges.size());
+        if (sensitivities.size() != ranges.size() &&
+            std::min(sensitivities.size(), ranges.size()) != 1) {
+            section.fail("range", std::to_string(ranges.size()) + " values for " +
+                                      std::to_string(sensitivities.size()) + " sensitivities");
+        }
+        std::vector<double> result;
+        for (std::size_t i = 0; i < count; ++i) {
+            const auto given = fullScaleOf(sensitivities[sensitivities.size() == 1 ? 0 : i],
+                                           ranges[ranges.size() == 1 ? 0 : i]);
+            if (const auto* flaw = std::get_if<SensitivityFlaw>(&given)) {
+                section.fail(flaw->inRange ? "range" : "sensitivity", flaw->what);
+            }
+            const auto& fullScale = std::get<FullScale>(given);
+            if (i > 0 && fullScale.unit != source.unit) {
+                section.fail("sensitivity", "channels of one source have one unit, not " +
+                                                source.unit + " and " + fullScale.unit);
+            }
+            takeUnit(section, "sensitivity", fullScale.unit, source);
+            result.push_back(fullScale.value);
+        }
+        return result;
     }
 
     std::optional<NoiseEntry> noise(const Section& section, const std::string& name) const {
@@ -334,10 +371,10 @@ private:
             for (const toml::node& item : *list) {
                 if (!item.is_string()) section.fail("from", "must be a list of names");
                 sink.from.push_back(
-                    section.connector(section.stringOf("from", item), section.place("from")));
+                    connector(section.stringOf("from", item), section.place("from")));
             }
         } else {
-            sink.from.push_back(section.connector(section.text("from"), section.place("from")));
+            sink.from.push_back(connector(section.text("from"), section.place("from")));
         }
         if (sink.from.empty()) section.fail("from", "names nothing");
         if (const toml::node* values = section.table().get("values")) {
@@ -372,8 +409,8 @@ private:
         section.allowOnly({"of", "with", "tolerance"});
         CompareEntry compare;
         compare.name = name;
-        compare.of = section.connector(section.neededText("of"), section.place("of"));
-        compare.with = section.connector(section.neededText("with"), section.place("with"));
+        compare.of = connector(section.neededText("of"), section.place("of"));
+        compare.with = connector(section.neededText("with"), section.place("with"));
         compare.tolerance = section.number("tolerance");
         if (compare.tolerance && !(*compare.tolerance >= 0 && std::isfinite(*compare.tolerance))) {
             section.fail("tolerance", "must be a finite number, 0 or above");
@@ -389,8 +426,8 @@ private:
         for (const auto& [key, value] : section.table()) {
             const std::string to(key.str());
             if (!value.is_string()) section.fail(to, "must be the name of a source or output");
-            diagram_.wires.push_back({section.connector(to, section.place(to)),
-                                      section.connector(section.text(to), section.place(to))});
+            diagram_.wires.push_back(
+                {connector(to, section.place(to)), connector(section.text(to), section.place(to))});
         }
         std::stable_sort(diagram_.wires.begin(), diagram_.wires.end(),
                          [](const WireEntry& a, const WireEntry& b) {
@@ -406,15 +443,7 @@ private:
 }  // namespace
 
 Diagram readDiagram(const std::filesystem::path& file) {
-    std::error_code error;  // of a name that is too long, say
-    if (!std::filesystem::is_regular_file(file, error)) {
-        throw InputError({textOf(file), 0, ""}, "no such file");
-    }
-    std::ifstream in(file, std::ios::binary);
-    std::string text(kMostDiagramBytes + 1, '\0');  // one more tells that there is more
-    in.read(text.data(), static_cast<std::streamsize>(text.size()));
-    text.resize(static_cast<std::size_t>(in.gcount()));
-    return Reader(file).read(text);
+    return Reader(file).read(tomlTextOf(file));
 }
 
 Diagram parseDiagram(const std::string& text, const std::filesystem::path& file) {

@@ -3,8 +3,11 @@
 //     [source.speech]
 //     file = "speech.wav"          # WAV, CSV, and what libsndfile reads
 //     block = 4096                 # samples per channel in one data block
-//     full_scale = 20.0            # value of digital full scale, in the unit
+//     full_scale = 20.0            # value of digital full scale, in the unit; a list: per channel
 //     unit = "Pa"
+//     calibration = "cal.toml"     # instead of both: what `vynhost calibrate` has written
+//     sensitivity = "50 mV/Pa"     # instead of both: of the sensor, a list: per channel;
+//     range = "10 V"               # and what digital full scale is at the input
 //     channels = [1]               # from 1; all when missing
 //     tail = "keep"                # what becomes of a last short block: keep, drop or pad (with
 //     0);
@@ -74,7 +77,10 @@ struct SourceEntry {
     std::filesystem::path file;  // empty: noise alone
     Place filePlace;
     int block = 4096;
-    double fullScale = 1;
+    std::vector<double> fullScale = {1};  // one for all, or one per chosen channel
+    Place fullScalePlace = {};
+    std::filesystem::path calibration = {};  // empty: the full scale holds
+    Place calibrationPlace = {};
     std::string unit;
     std::vector<int> channels;  // from 1
     Place channelsPlace;

@@ -6,6 +6,7 @@
 
 #include "vynhost/base/memory_limit.h"
 #include "vynhost/base/text.h"
+#include "vynhost/diagram/calibration.h"
 
 namespace vynhost {
 namespace {
@@ -55,8 +56,59 @@ Source::Source(const SourceEntry& entry, std::filesystem::path file)
       file_(std::move(file)),
       recording_(openFor(entry, file_)),
       channels_(chosenChannels(entry, file_, recording_->channels())),
+      scales_(scales()),
       noise_(entry.noise ? entry.noise->seed : 0) {
     describeChannels();
+}
+
+std::vector<float> Source::scales() const {
+    if (!entry_->calibration.empty()) return calibratedScales();
+    const std::vector<double>& given = entry_->fullScale;
+    if (given.size() == 1) {
+        return std::vector<float>(channels_.size(), static_cast<float>(given.front()));
+    }
+    if (given.size() != channels_.size()) {
+        throw InputError(entry_->fullScalePlace, std::to_string(given.size()) + " values for " +
+                                                     std::to_string(channels_.size()) +
+                                                     " channels");
+    }
+    return {given.begin(), given.end()};
+}
+
+// A channel of the recording is taken for the one of the same number in the calibration. Of a
+// recording with fewer channels nobody can tell which they are.
+std::vector<float> Source::calibratedScales() const {
+    const auto fail = [&](const std::string& what) {
+        throw InputError(entry_->calibrationPlace, what);
+    };
+    Calibration calibration;
+    try {
+        calibration = readCalibration(entry_->calibration);
+    } catch (const InputError& error) {
+        fail(error.what());
+    }
+    const std::size_t known = calibration.channels.size();
+    const std::string of = textOf(entry_->calibration) + " is of " + std::to_string(known) +
+                           (known == 1 ? " channel" : " channels");
+    if (static_cast<std::size_t>(recording_->channels()) < known) {
+        fail(of + ", " + textOf(file_) + " has " + std::to_string(recording_->channels()));
+    }
+    std::vector<float> scales;
+    for (const std::size_t channel : channels_) {
+        if (channel >= known)
+            fail(of + ", and channel " + std::to_string(channel + 1) + " is none");
+        const Calibration::Channel& found = calibration.channels[channel];
+        const auto named = [](const std::string& unit) {
+            return unit.empty() ? std::string("full scale") : printable(unit);
+        };
+        const std::string unit = recording_->channel(channel).unit;
+        if (named(unit) != named(found.recordedIn)) {
+            fail("channel " + std::to_string(channel + 1) + " is recorded in " + named(unit) +
+                 ", and was calibrated in " + named(found.recordedIn));
+        }
+        scales.push_back(static_cast<float>(found.fullScale));
+    }
+    return scales;
 }
 
 // Units that do not hold for all channels stay behind the names that they stood behind.
@@ -70,7 +122,7 @@ void Source::describeChannels() {
                          return !channel.unit.empty();
                      });
     unitIsFiles_ =
-        has && entry_->fullScale == 1 &&
+        has && std::ranges::all_of(scales_, [](float scale) { return scale == 1; }) &&
         std::ranges::count(channels, channels.front().unit, unitOf) == std::ranges::ssize(channels);
     hasOwnUnits_ = has && !unitIsFiles_;
     if (unitIsFiles_) unit_ = channels.front().unit;
@@ -141,14 +193,24 @@ std::size_t Source::readFrames(std::span<float> interleaved) {
 std::vector<float> Source::chosenAndScaled(std::span<const float> interleaved,
                                            std::size_t frames) const {
     const auto all = static_cast<std::size_t>(recording_->channels());
-    const auto scale = static_cast<float>(entry_->fullScale);
     std::vector<float> values;
     values.reserve(frames * channels_.size());
     for (std::size_t i = 0; i < frames; ++i) {
-        for (const std::size_t channel : channels_)
-            values.push_back(scale * interleaved[i * all + channel]);
+        for (std::size_t channel = 0; channel < channels_.size(); ++channel)
+            values.push_back(scales_[channel] * interleaved[i * all + channels_[channel]]);
     }
     return values;
+}
+
+// A head has one for all channels.
+double Source::shownScale() const {
+    if (entry_->calibration.empty() && entry_->fullScale.size() == 1) {
+        return entry_->fullScale.front();
+    }
+    double largest = 0;
+    for (const float scale : scales_)
+        largest = std::max(largest, static_cast<double>(std::abs(scale)));
+    return largest;
 }
 
 ChannelData Source::withHead(std::vector<float> values) const {
@@ -156,8 +218,9 @@ ChannelData Source::withHead(std::vector<float> values) const {
     ChannelData data =
         timeSignal(std::move(values), static_cast<int>(channels_.size()), 1.0 / rate);
     data.header.xStart = recording_->start() + static_cast<double>(position_) / rate;
-    data.header.displayMinimum = -entry_->fullScale;
-    data.header.displaySpan = 2 * entry_->fullScale;
+    const double scale = shownScale();
+    data.header.displayMinimum = -scale;
+    data.header.displaySpan = 2 * scale;
     return data;
 }
 
@@ -167,6 +230,7 @@ std::string Source::note() const {
                        std::to_string(channels_.size()) +
                        (channels_.size() == 1 ? " channel" : " channels");
     if (unitIsFiles_) note += " in " + unit_;
+    if (!entry_->calibration.empty()) note += ", calibrated by " + textOf(entry_->calibration);
     if (entry_->rate && *entry_->rate != recording_->rate()) {
         note += "; its own rate counts, not the diagram's " + toText(*entry_->rate) + " Hz";
     }

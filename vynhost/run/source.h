@@ -19,7 +19,8 @@ namespace vynhost {
 class Source {
 public:
     // Opens the file; without one there is noise alone. The entry must outlive the source. Raises
-    // InputError for a file that is no recording and for channels that it does not have.
+    // InputError for a file that is no recording, for channels that it does not have, and for a
+    // calibration that does not fit.
     Source(const SourceEntry& entry, std::filesystem::path file);
 
     const SourceEntry& entry() const noexcept { return *entry_; }
@@ -48,18 +49,22 @@ public:
     std::string note() const;
 
 private:
+    std::vector<float> scales() const;
+    std::vector<float> calibratedScales() const;
     void describeChannels();
     std::string title() const;
     std::size_t framesInBlock() const;
     std::size_t readFrames(std::span<float> interleaved);
     std::vector<float> chosenAndScaled(std::span<const float> interleaved,
                                        std::size_t frames) const;
+    double shownScale() const;
     ChannelData withHead(std::vector<float> values) const;
 
     const SourceEntry* entry_;
     std::filesystem::path file_;
     std::unique_ptr<Recording> recording_;
     std::vector<std::size_t> channels_;  // from 0
+    std::vector<float> scales_;          // one per chosen channel
     std::string unit_;
     bool unitIsFiles_ = false;
     bool hasOwnUnits_ = false;

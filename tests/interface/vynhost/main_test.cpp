@@ -55,7 +55,7 @@ TEST_F(MainTest, OffersTheCommandThatWasMeant) {
         outcome.error,
         StartsWith(
             "vynhost: \"rum\" is no command, did you mean run? (there are: list, skeleton, run, "
-            "dialog, doctor)"));
+            "calibrate, dialog, doctor)"));
 }
 
 TEST_F(MainTest, ListsOneTypeAndPrintsASkeleton) {
@@ -70,6 +70,24 @@ TEST_F(MainTest, ListsOneTypeAndPrintsASkeleton) {
     write("d.toml", skeleton.out);
     EXPECT_EQ(vynhost("run " + at("d.toml") + " --out " + at("out")).code, 0);
     EXPECT_TRUE(std::filesystem::exists(folder() / "out" / "bands.csv"));
+}
+
+TEST_F(MainTest, CalibratesByARecordingOfACalibrator) {
+    writeWav("cal.wav", sine(16000, 2000, 0.1), 1, 8000);
+    const std::string words = "calibrate " + at("cal.wav") + " --out " + at("cal.toml");
+    const Outcome done = vynhost(words + " --level 94");
+    EXPECT_EQ(done.code, 0) << done.error;
+    EXPECT_THAT(done.out, StartsWith("channel 1: full scale is 14.17"));  // 1.0024 sqrt(2) / 0.1
+    const Outcome other = vynhost(words + " --level 94 --frequency 250");
+    EXPECT_EQ(other.code, 1);
+    EXPECT_THAT(other.error, HasSubstr("cal.wav: channel 1 holds no calibrator's tone: "));
+    EXPECT_EQ(vynhost(words).code, 2);
+    write("d.toml",
+          "[source.s]\nfile = \"cal.wav\"\ncalibration = \"cal.toml\"\n[sink.x]\nfrom = \"s\"\n"
+          "csv = \"cal.toml\"\n");
+    const Outcome run = vynhost("run " + at("d.toml") + " --force --out " + at("."));
+    EXPECT_EQ(run.code, 2);
+    EXPECT_THAT(run.error, HasSubstr("is the calibration of s, which stays as it is"));
 }
 
 TEST_F(MainTest, RunsNoDiagramFromWhichNothingWouldCome) {
