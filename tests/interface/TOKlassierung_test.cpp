@@ -175,6 +175,27 @@ TEST_F(TOKlassierung, TheWidthMovesNumberEndAndRange) {
     }
 }
 
+TEST_F(TOKlassierung, TheWidthGivesAnyNumberOf32BitsAndNoOther) {
+    constexpr double kMost = std::numeric_limits<std::int32_t>::max();
+    block.set("PkBegin", 0.0);
+    block.set("PkEnd", kMost);
+    block.set("PkWidth", 1.0);
+    EXPECT_EQ(block.getInteger("PkNumber"), std::numeric_limits<std::int32_t>::max());
+    EXPECT_EQ(block.getReal("PkEnd"), kMost);
+    block.set("PkEnd", kMost + 1);
+    std::string before = block.save();
+    block.set("PkWidth", 1.0);
+    EXPECT_EQ(block.save(), before) << "one class more than the number holds";
+    // Kept: limits in the wrong order give a negative number; the run refuses it.
+    block.set("PkEnd", -kMost);
+    block.set("PkWidth", 1.0);
+    EXPECT_EQ(block.getInteger("PkNumber"), -std::numeric_limits<std::int32_t>::max());
+    block.set("PkEnd", -kMost - 1);
+    before = block.save();
+    block.set("PkWidth", 1.0);
+    EXPECT_EQ(block.save(), before);
+}
+
 TEST_F(TOKlassierung, TheRangeMovesWidthAndEnd) {
     block.set("PkRange", 40.0);
     EXPECT_EQ(block.getReal("PkWidth"), 2.0);
@@ -585,6 +606,41 @@ TEST_F(TOKlassierung, SurvivesARefusingHost) {
             EXPECT_THAT(classes->values, ElementsAre(1, 0, 0, 0));
         }
     }
+}
+
+TEST_F(TOKlassierung, ACallWithoutASignalForgetsNoCount) {
+    useFourClasses(93);
+    EXPECT_THAT(classesOf({0.5F}), ElementsAre(1, 0, 0, 0));
+    block.wireInput(0, -1);
+    EXPECT_EQ(block.simulate(), kDone);
+    EXPECT_FALSE(block.delivered(0));
+    block.wireInput(0, 0);
+    EXPECT_THAT(classesOf({0.5F}), ElementsAre(2, 0, 0, 0));
+    // The same when an output that waits keeps the block from working.
+    block.put(0, oneChannel({0.5F}));
+    EXPECT_EQ(block.simulate(), kDone);
+    block.put(0, oneChannel({1.5F}));
+    EXPECT_EQ(block.simulate(), kDone);
+    EXPECT_TRUE(block.waits(0));
+    EXPECT_THAT(block.take(0)->values, ElementsAre(3, 0, 0, 0));
+    EXPECT_EQ(block.simulate(), kDone);
+    EXPECT_THAT(block.take(0)->values, ElementsAre(3, 1, 0, 0));
+}
+
+TEST_F(TOKlassierung, AnAccumulatorThatCannotBeLockedFailsAndLosesNothing) {
+    useFourClasses(93);
+    EXPECT_THAT(classesOf({0.5F}), ElementsAre(1, 0, 0, 0));
+    const auto handles = host.memory().dataHandles();
+    ASSERT_EQ(handles.size(), 1U);
+    if (!platform::setLockable(handles[0], false)) GTEST_SKIP() << "only natively";
+    block.put(0, oneChannel({0.5F}));
+    EXPECT_EQ(block.simulate(), kFailed);
+    EXPECT_TRUE(block.waits(0));
+    EXPECT_FALSE(block.delivered(0));
+    EXPECT_TRUE(platform::setLockable(handles[0], true));
+    EXPECT_EQ(block.simulate(), kDone);
+    EXPECT_THAT(block.take(0)->values, ElementsAre(2, 0, 0, 0));
+    block.stop();
 }
 
 TEST_F(TOKlassierung, RefusesHeadsThatDescribeNoSignal) {

@@ -1,4 +1,7 @@
 // The test host itself: what it sees, it reports.
+#include <array>
+#include <cstddef>
+
 #include "interface/host_fixture.h"
 
 namespace vynhost::test {
@@ -45,6 +48,34 @@ TEST_F(ModuleHostTest, GivesBlocksAndTakesThemBackOnce) {
     EXPECT_THAT(host.takeOffences(), IsEmpty());
     release(block);
     EXPECT_EQ(host.takeOffences().size(), 1U);
+}
+
+TEST_F(ModuleHostTest, GivesNoBlockOfANegativeSizeAndSaysSo) {
+    EXPECT_EQ(newBlock(0x7FFFFFFF'00000000), Handle::none);
+    EXPECT_THAT(host.takeOffences(), IsEmpty()) << "too much is refused, but may be asked for";
+    EXPECT_EQ(newBlock(-1), Handle::none);
+    EXPECT_THAT(host.takeOffences(), ElementsAre("a block of -1 values is asked for"));
+    EXPECT_EQ(host.memory().aliveData(), 0U);
+}
+
+TEST_F(ModuleHostTest, CopiesHeadsBetweenDataBlocksOnly) {
+    const Handle input = host.memory().allocateData(timeSignal({1, 2, 3}));
+    const Handle output = newBlock(3);
+    std::array<std::byte, kValuesOffset> elsewhere{};
+    Int answer =
+        send(Message::copyHeader, static_cast<Int>(input), reinterpret_cast<Int>(elsewhere.data()));
+    EXPECT_EQ(answer, 0);
+    EXPECT_EQ(host.takeOffences().size(), 1U);
+    EXPECT_THAT(elsewhere, ::testing::Each(std::byte{0}));
+    {
+        const platform::View view(output);
+        answer = send(Message::copyHeader, 0, reinterpret_cast<Int>(view.address()));
+    }
+    EXPECT_EQ(answer, 0);
+    EXPECT_EQ(host.takeOffences().size(), 1U);
+    EXPECT_EQ(host.memory().read(output).header.valueCount, 0);
+    release(input);
+    release(output);
 }
 
 TEST_F(ModuleHostTest, TracesMessagesAsText) {

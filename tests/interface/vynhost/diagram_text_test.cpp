@@ -90,5 +90,17 @@ TEST(RewriteOneBlock, TheSignOfZeroIsAChange) {
               "[block.b]\ntype=1\nPkA = -0.0 # a\nPkB = nan\n");
 }
 
+TEST(RewriteOneBlock, AValueMayBecomeOneOfAnotherKind) {
+    const std::string text = "[block.b]\ntype=1\nPkA = 'x' # a\nPkB = 1.5\nPkC = 7\n";
+    const Diagram diagram = parseDiagram(text, "d.toml");
+    const BlockEntry& before = diagram.blocks.at(0);
+    BlockEntry after = before;
+    after.settings.at(0).value = 2.5;
+    after.settings.at(1).value = std::string("y");
+    after.settings.at(2).value = std::string("7");
+    EXPECT_EQ(rewriteBlock(text, "d.toml", before, after),
+              "[block.b]\ntype=1\nPkA = 2.5 # a\nPkB = \"y\"\nPkC = \"7\"\n");
+}
+
 }  // namespace
 }  // namespace vynhost::test

@@ -461,6 +461,18 @@ TEST(LevelMeter, SilenceIsZeroDecibel) {
     EXPECT_EQ(quantity(last, kPercentile50), -0.2F);
 }
 
+// Neither exact silence nor what is no number has a logarithm of its own.
+TEST(LevelMeter, TheMeanClockMaximumOfNothingIsZeroDecibel) {
+    for (const float nothing : {0.0F, std::numeric_limits<float>::quiet_NaN()}) {
+        const Outputs outputs =
+            outputsOf({.step = 0.125, .outputFrequency = 1.0, .clockSeconds = 1},
+                      std::vector<float>(80, nothing));
+        ASSERT_GE(outputs.size(), 8U);
+        for (const Output& output : outputs)
+            EXPECT_EQ(quantity(output, kMeanClockMaximumLevel), 0.0F) << nothing;
+    }
+}
+
 TEST(LevelMeter, AWholeRatioTakesThatManySamplesPerOutput) {
     LevelMeter meter({.step = 0.001, .outputFrequency = 10.0});
     EXPECT_EQ(meter.missing(), 101);

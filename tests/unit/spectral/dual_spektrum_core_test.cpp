@@ -1009,6 +1009,29 @@ TEST(DualSpectrumKernels, EveryLevelGivesTheSameBits) {
     EXPECT_EQ(run(base, {512.0, true, 1.7}), run(base, {512.0, false, 1.7}));
 }
 
+// Whatever stands above the line of division: 0 with its sign bit clear, no NaN.
+TEST(DualSpectrumKernels, AQuotientByExactSilenceIsPlusZero) {
+    constexpr std::size_t n = 37;
+    constexpr double kInfinity = std::numeric_limits<double>::infinity();
+    for (const double above : {1.0, -1.0, kInfinity, -kInfinity, std::nan("")}) {
+        for (const double zero : {0.0, -0.0}) {
+            const std::vector<double> numerator(n, above);
+            const std::vector<double> silence(n, zero);
+            for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
+                std::vector<double> re(n, -99.0);
+                std::vector<double> im(n, -99.0);
+                vyn::kernelsAt<DualSpectrumKernels>(level).divideConjugate(
+                    {numerator.data(), numerator.data()}, {silence.data(), silence.data()},
+                    {re.data(), im.data()}, n);
+                for (std::size_t k = 0; k < n; ++k) {
+                    EXPECT_EQ(std::bit_cast<std::uint64_t>(re[k]), 0U) << above << " line " << k;
+                    EXPECT_EQ(std::bit_cast<std::uint64_t>(im[k]), 0U) << above << " line " << k;
+                }
+            }
+        }
+    }
+}
+
 // With lines of all sizes, zeros and lines that stay as they are among them.
 TEST(DualSpectrumKernels, OnePassGivesTheBitsOfItsSteps) {
     constexpr std::size_t n = 1003;

@@ -184,6 +184,24 @@ TEST(InverseRealTransform, ReadsNothingBeyondTheHalf) {
     }
 }
 
+TEST(RealTransforms, TouchNothingBehindTheirArrays) {
+    constexpr double kUntouched = -77.0;
+    constexpr int kBehind = 3;
+    for (int n = 1; n <= 100; ++n) {
+        SCOPED_TRACE(n);
+        Samples re = noise<double>(n);
+        re.resize(re.size() + kBehind, kUntouched);
+        Samples im(re.size(), kUntouched);
+        const Samples untouched(kBehind, kUntouched);
+        EXPECT_EQ(ZABFunc147(re.data(), im.data(), n), 0);
+        EXPECT_EQ(Samples(re.begin() + n, re.end()), untouched);
+        EXPECT_EQ(Samples(im.begin() + n, im.end()), untouched);
+        EXPECT_EQ(ZABFunc148(re.data(), im.data(), n), 0);
+        EXPECT_EQ(Samples(re.begin() + n, re.end()), untouched);
+        EXPECT_EQ(Samples(im.begin() + n, im.end()), untouched);
+    }
+}
+
 TEST(RealTransforms, RefuseNullPointersAndCountsBelowOneAndTouchNothing) {
     for (auto* transform : {&ZABFunc147, &ZABFunc148}) {
         Samples a{1.0, 2.0, 3.0, 4.0};
