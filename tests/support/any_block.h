@@ -11,6 +11,15 @@ namespace vynhost::test {
 // The block types, in the order of their codes.
 std::vector<int> allTypes();
 
+// A block that puts results out from its first data block on.
+class WorkingBlock : public PlacedBlock {
+public:
+    // Kept: the statistics measure nothing until they are told what.
+    WorkingBlock(ModuleHost& host, int typeCode) : PlacedBlock(host, typeCode) {
+        if (typeCode == kStatistik) set("PkAllOn", 1);
+    }
+};
+
 // The input takes signals or spectra, block by block; the others are for control.
 bool carriesData(Int typeCode, int input);
 

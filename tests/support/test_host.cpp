@@ -54,6 +54,11 @@ Int TestHost::newBlock(Int values, Fault fault) {
     const Int size = fault == Fault::halfSize ? values / 2 : values;
     const Int block = ModuleHost::serve(Message::newBlock, 0, size);
     if (block != 0) lastNewBlock_ = handleOf(block);
+    if (block != 0 && filling_) {
+        const platform::View view(handleOf(block));
+        std::memset(view.address(), static_cast<int>(*filling_),
+                    memory().find(handleOf(block))->bytes);
+    }
     return block;
 }
 

@@ -1,7 +1,9 @@
 // A host for tests: remembers the messages, and does wrong what it is told to.
 #pragma once
 
+#include <cstddef>
 #include <functional>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -41,6 +43,9 @@ public:
     std::vector<std::string> takeTrace() { return std::exchange(trace_, {}); }
     void setTraced(bool traced) noexcept { traced_ = traced; }
 
+    // What the memory of new blocks holds instead of zeros.
+    void fillNewBlocks(std::optional<std::byte> filling) noexcept { filling_ = filling; }
+
     void misbehave(Rule rule) { rules_.push_back({std::move(rule), 0}); }
     void behave() noexcept { rules_.clear(); }
 
@@ -59,6 +64,7 @@ private:
     void note(Message message, const std::string& first, Int second, Int result);
 
     bool traced_ = true;
+    std::optional<std::byte> filling_;
     Handle lastNewBlock_ = Handle::none;
     std::vector<ActiveRule> rules_;
     std::vector<std::string> trace_;
