@@ -1,4 +1,5 @@
 // The module without its analysis library, or without it any more.
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -10,6 +11,17 @@
 
 namespace vynhost::test {
 namespace {
+
+// Bytes of the process that lie in memory; 0 where nobody says, or where freed memory is kept.
+std::size_t residentBytes() {
+    std::size_t total = 0;
+    std::size_t resident = 0;
+#if !defined(__SANITIZE_ADDRESS__)
+    if (!platform::kLocksAreCounted) std::ifstream("/proc/self/statm") >> total >> resident;
+#endif
+    constexpr std::size_t kPage = 4096;
+    return resident * kPage;
+}
 
 // A module of its own: a copy of the file is another library to the system.
 class MissingLibraryTest : public ::testing::Test {
@@ -139,12 +151,17 @@ TEST_F(MissingLibraryTest, AShutDownUnloadsTheLibrary) {
 TEST_F(MissingLibraryTest, AModuleCanBeLoadedAndUnloadedAHundredTimes) {
     ASSERT_NO_FATAL_FAILURE(load(sharedFolder().string()));
     host.reset();
+    std::size_t settled = 0;  // bytes of the process after the first loads
     for (int i = 0; i < 100; ++i) {
         module.reset();
+        if (i == 20) settled = residentBytes();
         ASSERT_NO_FATAL_FAILURE(load(sharedFolder().string()));
+        EXPECT_TRUE(spectrumWorks());
         if (i % 2 == 0) host->setInit(kShutDown, 0, 0);
         host.reset();
     }
+    module.reset();
+    EXPECT_LE(residentBytes(), settled + (std::size_t{1} << 20));
 }
 
 // What the filters make of noise on that many channels, in blocks of uneven lengths.
