@@ -6,6 +6,8 @@
 #include <cmath>
 #include <limits>
 
+#include "vynhost/results/chart_axis.h"
+
 namespace vynhost::test {
 namespace {
 
@@ -72,6 +74,29 @@ TEST(SvgChart, LongNamesAreCutBetweenLetters) {
     const std::string svg = svgChart({curve(name), curve("b")}, {"t"});
     EXPECT_THAT(svg, Not(HasSubstr(name)));
     EXPECT_THAT(svg, HasSubstr(name.substr(0, 80) + "…<"));
+}
+
+// The next step of 1, 2 and 5 above a tenth of the range.
+TEST(ChartAxis, StepsAreOneTwoOrFiveOfADecade) {
+    struct Row {
+        double range;
+        double step;
+    };
+    for (const Row row : {Row{9, 1},
+                          {15, 2},
+                          {19, 2},
+                          {30, 5},
+                          {49, 5},
+                          {60, 10},
+                          {99, 10},
+                          {150, 20},
+                          {0.0019, 0.0002},
+                          {3e7, 5e6}}) {
+        const auto ticks = ChartAxis::linear(0, row.range, 10).ticks({});
+        ASSERT_GE(ticks.size(), 2U) << row.range;
+        EXPECT_EQ(ticks[0].at, 0.0);
+        EXPECT_NEAR(ticks[1].at, row.step, 1e-9 * row.step) << row.range;
+    }
 }
 
 // Axes of any numbers are drawn at once, with few ticks, and nothing stands at a place that is
