@@ -25,7 +25,7 @@ constexpr const char* kUseHint = " (on_truncated = \"use\" of the source takes w
 constexpr std::size_t kRiffHead = 8;           // bytes before those that it counts
 constexpr std::int64_t kUnknown = 0xFFFFFFFF;  // a size that is told elsewhere, or by nobody
 
-enum Coding { kPcm = 1, kFloat = 3, kExtensible = 0xFFFE };
+enum Format { kPcm = 1, kFloat = 3, kExtensible = 0xFFFE };
 
 template <class Number>
 Number littleEndian(const char* bytes) {
@@ -34,23 +34,44 @@ Number littleEndian(const char* bytes) {
     return number;
 }
 
-// One sample, full scale = 1.
-float sampleOf(const char* bytes, int coding, int bits) {
-    switch (coding == kFloat ? -bits : bits) {
-        case 8: return (static_cast<float>(static_cast<unsigned char>(*bytes)) - 128.0F) / 128.0F;
-        case 16: return static_cast<float>(littleEndian<std::int16_t>(bytes)) / 32768.0F;
-        case 24: {
-            std::int32_t sample = 0;
-            std::memcpy(reinterpret_cast<char*>(&sample) + 1, bytes, 3);
-            return static_cast<float>(sample / 256) / 8388608.0F;
-        }
-        case 32:
-            return static_cast<float>(static_cast<double>(littleEndian<std::int32_t>(bytes)) /
-                                      2147483648.0);
-        case -32: return littleEndian<float>(bytes);
-        default: return static_cast<float>(littleEndian<double>(bytes));
-    }
+// Samples as they stand in a file, full scale = 1.
+float sampleOf8(const char* bytes) {
+    return (static_cast<float>(littleEndian<std::uint8_t>(bytes)) - 128.0F) / 128.0F;
 }
+float sampleOf16(const char* bytes) {
+    return static_cast<float>(littleEndian<std::int16_t>(bytes)) / 32768.0F;
+}
+float sampleOf24(const char* bytes) {
+    const std::uint32_t upper = littleEndian<std::uint8_t>(bytes + 2);
+    const std::uint32_t lower = littleEndian<std::uint16_t>(bytes);
+    return static_cast<float>(static_cast<std::int32_t>(upper << 24 | lower << 8) / 256) /
+           8388608.0F;
+}
+float sampleOf32(const char* bytes) {
+    return static_cast<float>(static_cast<double>(littleEndian<std::int32_t>(bytes)) /
+                              2147483648.0);
+}
+float sampleOfFloat(const char* bytes) { return littleEndian<float>(bytes); }
+float sampleOfDouble(const char* bytes) { return static_cast<float>(littleEndian<double>(bytes)); }
+
+// One loop for each coding, so that none asks sample by sample which one it is.
+template <float (*kSampleOf)(const char* bytes), std::size_t kBytes>
+void decode(const char* bytes, std::span<float> samples) {
+    for (std::size_t i = 0; i < samples.size(); ++i)
+        samples[i] = kSampleOf(bytes + i * kBytes);
+}
+
+struct Coding {
+    int format;
+    int bits;
+    void (*decode)(const char* bytes, std::span<float> samples);
+};
+constexpr std::array<Coding, 6> kCodings = {{{kPcm, 8, decode<sampleOf8, 1>},
+                                             {kPcm, 16, decode<sampleOf16, 2>},
+                                             {kPcm, 24, decode<sampleOf24, 3>},
+                                             {kPcm, 32, decode<sampleOf32, 4>},
+                                             {kFloat, 32, decode<sampleOfFloat, 4>},
+                                             {kFloat, 64, decode<sampleOfDouble, 8>}}};
 
 class WavRecording : public Recording {
 public:
@@ -66,20 +87,21 @@ public:
         const auto channels = static_cast<std::size_t>(channels_);
         const auto left = static_cast<std::size_t>(frames_ - position_);
         const std::size_t frames = std::min(interleaved.size() / channels, left);
-        const std::size_t bytes = static_cast<std::size_t>(bits_) / 8;
-        buffer_.resize(frames * channels * bytes);
+        buffer_.resize(frames * frameBytes());
         in_.read(buffer_.data(), static_cast<std::streamsize>(buffer_.size()));
         if (static_cast<std::size_t>(in_.gcount()) != buffer_.size()) {
             throw RecordingError("can't be read to its end");
         }
-        for (std::size_t i = 0; i < frames * channels; ++i) {
-            interleaved[i] = sampleOf(&buffer_[i * bytes], coding_, bits_);
-        }
+        coding_->decode(buffer_.data(), interleaved.first(frames * channels));
         position_ += static_cast<std::int64_t>(frames);
         return frames;
     }
 
 private:
+    std::size_t frameBytes() const {
+        return static_cast<std::size_t>(coding_->bits) / 8 * static_cast<std::size_t>(channels_);
+    }
+
     struct Chunk {
         std::string name;
         std::int64_t bytes;
@@ -129,17 +151,17 @@ private:
         std::array<char, 40> format{};
         in_.read(format.data(), std::min<std::int64_t>(bytes, format.size()));
         if (in_.gcount() < 16) throw RecordingError("has a damaged head");
-        coding_ = littleEndian<std::uint16_t>(&format[0]);
+        int number = littleEndian<std::uint16_t>(&format[0]);
         channels_ = littleEndian<std::uint16_t>(&format[2]);
         rate_ = littleEndian<std::uint32_t>(&format[4]);
-        bits_ = littleEndian<std::uint16_t>(&format[14]);
-        if (coding_ == kExtensible) coding_ = littleEndian<std::uint16_t>(&format[24]);
-        const bool pcm =
-            coding_ == kPcm && (bits_ == 8 || bits_ == 16 || bits_ == 24 || bits_ == 32);
-        const bool real = coding_ == kFloat && (bits_ == 32 || bits_ == 64);
-        if (!pcm && !real) {
+        const int bits = littleEndian<std::uint16_t>(&format[14]);
+        if (number == kExtensible) number = littleEndian<std::uint16_t>(&format[24]);
+        coding_ = std::ranges::find_if(kCodings, [&](const Coding& coding) {
+            return coding.format == number && coding.bits == bits;
+        });
+        if (coding_ == kCodings.end()) {
             throw RecordingError("has a coding that is not read here (format " +
-                                 std::to_string(coding_) + ", " + std::to_string(bits_) + " bits)");
+                                 std::to_string(number) + ", " + std::to_string(bits) + " bits)");
         }
         if (channels_ < 1 || channels_ > kMostChannels || rate_ <= 0) {
             throw RecordingError("has a damaged head");
@@ -150,7 +172,7 @@ private:
     // largest ones.
     void beginData(std::int64_t start, std::int64_t bytes, bool headGoesOn) {
         if (channels_ == 0) throw RecordingError("has a damaged head");
-        const std::int64_t frameBytes = std::int64_t{bits_} / 8 * channels_;
+        const auto frameBytes = static_cast<std::int64_t>(this->frameBytes());
         const std::int64_t held = size_ - start;
         const bool endIsUnknown =
             bytes < 0 || bytes == kUnknown || (bytes == 0 && held > 0 && !headGoesOn);
@@ -175,8 +197,7 @@ private:
     Truncated truncated_;
     std::int64_t size_ = 0;
     std::int64_t position_ = 0;
-    int coding_ = 0;
-    int bits_ = 0;
+    const Coding* coding_ = nullptr;
     std::vector<char> buffer_;
 };
 
