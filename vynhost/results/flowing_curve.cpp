@@ -6,6 +6,7 @@ namespace vynhost {
 namespace {
 
 ThinnedCurve::Height heightOf(const Series& series, const ChartStyle& style) {
+    if (!drawsLevels(series, style)) return {};
     Series like;
     like.quantity = series.quantity;
     return [like, &style](double y) { return drawnHeight(y, like, style); };

@@ -140,13 +140,17 @@ std::vector<Tick> classTicks(const Series& series, const ChartAxis& axis, const 
 
 }  // namespace
 
+bool drawsLevels(const Series& series, const ChartStyle& style) {
+    return style.decibels && series.quantity.hasLevel;
+}
+
 double drawnHeight(double y, const Series& series, const ChartStyle& style) {
-    if (!style.decibels || !series.quantity.hasLevel) return y;
+    if (!drawsLevels(series, style)) return y;
     return series.quantity.level(y, style.reference);
 }
 
 std::string heightUnit(const Series& series, const ChartStyle& style, Letters letters) {
-    if (!style.decibels || !series.quantity.hasLevel) return series.quantity.unitText(letters);
+    if (!drawsLevels(series, style)) return series.quantity.unitText(letters);
     return series.quantity.levelText(style.reference, letters);
 }
 

@@ -17,6 +17,8 @@ struct ChartStyle {
     char decimal = '.';
 };
 
+// Whether values are drawn as their levels.
+bool drawsLevels(const Series& series, const ChartStyle& style);
 // The height at which a value is drawn: itself, or its level.
 double drawnHeight(double y, const Series& series, const ChartStyle& style);
 // The unit of such heights: "dB re 20 uPa", or the curve's own.

@@ -18,7 +18,7 @@ void ThinnedCurve::Bin::take(const Bin& next) {
 
 void ThinnedCurve::add(double x, double y) {
     if (std::isnan(y)) gap_ = true;
-    const double height = height_(y);
+    const double height = height_ ? height_(y) : y;
     if (!std::isfinite(height)) return;
     const Point point{count_++, x, y, height};
     const Bin bin{1, std::exchange(gap_, false) && !bins_.empty(), point, point, point, point};
@@ -28,6 +28,56 @@ void ThinnedCurve::add(double x, double y) {
     }
     if (bins_.size() == kMostBins) halveBins();
     bins_.push_back(bin);
+}
+
+void ThinnedCurve::add(double start, double step, std::span<const float> values,
+                       std::size_t stride) {
+    const std::size_t count = (values.size() + stride - 1) / stride;
+    std::size_t i = 0;
+    while (i < count) {
+        const bool begins = height_ || gap_ || bins_.empty() || bins_.back().points >= binWidth_;
+        const std::size_t room =
+            begins ? 1 : static_cast<std::size_t>(binWidth_ - bins_.back().points);
+        const std::size_t end = i + std::min(room, count - i);
+        if (!begins && addToLastBin(start, step, values.data(), stride, i, end)) {
+            i = end;
+            continue;
+        }
+        for (; i < end; ++i)
+            add(start + static_cast<double>(i) * step, values[i * stride]);
+    }
+}
+
+// Values from one place to before another. Of a bin's points the first lowest and the first highest
+// count. False, with nothing added, where one is not finite.
+bool ThinnedCurve::addToLastBin(double start, double step, const float* values, std::size_t stride,
+                                std::size_t from, std::size_t to) {
+    std::size_t lowest = from;
+    std::size_t highest = from;
+    float low = values[from * stride];
+    float high = low;
+    bool areFinite = true;
+    for (std::size_t i = from; i < to; ++i) {
+        const float value = values[i * stride];
+        areFinite &= std::isfinite(value);
+        if (value < low) {
+            low = value;
+            lowest = i;
+        }
+        if (value > high) {
+            high = value;
+            highest = i;
+        }
+    }
+    if (!areFinite) return false;
+    const auto pointAt = [&](std::size_t i) {
+        const double y = values[i * stride];
+        return Point{count_ + (i - from), start + static_cast<double>(i) * step, y, y};
+    };
+    bins_.back().take(
+        {to - from, false, pointAt(from), pointAt(lowest), pointAt(highest), pointAt(to - 1)});
+    count_ += to - from;
+    return true;
 }
 
 void ThinnedCurve::halveBins() {

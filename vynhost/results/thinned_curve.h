@@ -1,8 +1,10 @@
 // A curve of any length in bounded memory, with every peak that a picture can show.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <span>
 #include <vector>
 
 namespace vynhost {
@@ -14,12 +16,15 @@ class ThinnedCurve {
 public:
     static constexpr std::size_t kMostBins = 4096;
     // The height at which a value is drawn; points without a finite one are not kept. One that is
-    // no number is a gap.
+    // no number is a gap. None: the value itself.
     using Height = std::function<double(double y)>;
 
     explicit ThinnedCurve(Height height) : height_(std::move(height)) {}
 
     void add(double x, double y);
+    // One channel of a data block, as if its values came one by one: value i, at i * stride, at the
+    // place i * step behind `start`.
+    void add(double start, double step, std::span<const float> values, std::size_t stride);
     // What it takes when so many points more have come, at most, in bytes.
     std::uint64_t bytesWith(std::uint64_t more) const noexcept;
     // The kept points in the order in which they came, and one that is no number for each gap.
@@ -42,6 +47,8 @@ private:
 
         void take(const Bin& next);
     };
+    bool addToLastBin(double start, double step, const float* values, std::size_t stride,
+                      std::size_t from, std::size_t to);
     void halveBins();
 
     Height height_;

@@ -1,5 +1,9 @@
 #include "vynhost/results/time_input.h"
 
+#include <algorithm>
+#include <cstddef>
+#include <span>
+
 namespace vynhost {
 
 TimeInput::TimeInput(const OutletInfo& outlet, const ChannelData& first, const ChartStyle& style,
@@ -12,12 +16,11 @@ TimeInput::TimeInput(const OutletInfo& outlet, const ChannelData& first, const C
 
 void TimeInput::take(const ChannelData& block) {
     if (block.header.xStart != 0) next_ = block.header.xStart;
-    for (std::size_t c = 0; c < curves_.size(); ++c) {
-        const auto channel = static_cast<int>(c);
-        if (channel >= block.channels()) break;
-        for (int i = 0; i < block.samples(); ++i) {
-            curves_[c].points.add(next_ + i * block.header.xStep, block.at(i, channel));
-        }
+    const auto channels = static_cast<std::size_t>(std::max(block.channels(), 0));
+    const std::span whole(block.values.data(),
+                          static_cast<std::size_t>(block.samples()) * channels);
+    for (std::size_t c = 0; c < std::min(curves_.size(), channels) && c < whole.size(); ++c) {
+        curves_[c].points.add(next_, block.header.xStep, whole.subspan(c), channels);
     }
     if (hasTable_ && block.samples() > 0) {
         waiting_.push_back({next_, block});
