@@ -50,8 +50,8 @@ std::optional<double> NamedInput::nextX() const {
     return rows_.front().x;
 }
 
-void NamedInput::writeHead(TableRow& row) const {
-    row.addNumber(rows_.front().x, kXDigits);
+void NamedInput::writeHead(TableRow& row, double x) const {
+    row.addNumber(x, kXDigits);
     if (overIntervals_) row.addNumber(rows_.front().end, kXDigits);
 }
 

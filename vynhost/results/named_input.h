@@ -27,7 +27,7 @@ public:
 
     bool flows() const override { return true; }
     std::optional<double> nextX() const override;
-    void writeHead(TableRow& row) const override;
+    void writeHead(TableRow& row, double x) const override;
     void writeCells(TableRow& row) override;
     void writeColumns(TableRow& row) const override;
     Series axis() const override;

@@ -79,6 +79,7 @@ Sink::Sink(const SinkEntry& entry, Runner& runner, ResultFiles& files, const Tab
     : entry_(entry),
       style_{entry.title, entry.logX, entry.decibels, entry.reference, tables.decimal},
       tableStyle_(tables),
+      row_(tables),
       memory_(runner.memory(), entry.place) {
     checkPickedValues(entry, runner);
     if (!entry.csv.empty()) table_ = &files.open(entry.csv);
@@ -100,7 +101,7 @@ void Sink::take(Place& place, const ChannelData& block) {
         } else {
             place.input->take(block);
         }
-        while (rowsAreComplete())
+        while (table_ != nullptr && allHaveNextRow())
             writeRow();
     });
 }
@@ -115,10 +116,18 @@ void Sink::limitMemory(Place& place, const ChannelData& block) {
 }
 
 // Every column has its next row, and is of the kind that can tell.
-bool Sink::rowsAreComplete() const {
-    return table_ != nullptr && std::ranges::all_of(places_, [](const Place& place) {
-               return place.input && place.input->flows() && place.input->nextX();
-           });
+bool Sink::allHaveNextRow() {
+    return std::ranges::all_of(places_, [](Place& place) {
+        if (!place.input || !place.input->flows()) return false;
+        place.nextX = place.input->nextX();
+        return place.nextX.has_value();
+    });
+}
+
+bool Sink::anyHasNextRow() {
+    for (Place& place : places_)
+        place.nextX = place.input->nextX();
+    return std::ranges::any_of(places_, [](const Place& place) { return place.nextX.has_value(); });
 }
 
 void Sink::checkAxes() const {
@@ -133,13 +142,12 @@ void Sink::checkAxes() const {
 void Sink::writeHead() {
     checkAxes();
     const Series axis = places_.front().input->axis();
-    TableRow row(tableStyle_);
-    row.addText(withUnit(axis.xName, axis.xUnit));
+    row_.addText(withUnit(axis.xName, axis.xUnit));
     const std::string end = places_.front().input->endColumn();
-    if (!end.empty()) row.addText(end);
+    if (!end.empty()) row_.addText(end);
     for (const Place& place : places_)
-        place.input->writeColumns(row);
-    table_->write(std::string(tableStyle_.begin) + row.line());
+        place.input->writeColumns(row_);
+    table_->write(std::string(tableStyle_.begin) + row_.end());
     headWritten_ = true;
 }
 
@@ -149,22 +157,20 @@ void Sink::writeRow() {
     const Place* leader = nullptr;
     double x = 0;
     for (const Place& place : places_) {
-        const std::optional<double> next = place.input->nextX();
-        if (!next) continue;
+        if (!place.nextX) continue;
         if (leader == nullptr) {
             leader = &place;
-            x = *next;
-        } else if (!(std::abs(*next - x) <= 1e-6 * std::abs(leader->input->step()))) {
+            x = *place.nextX;
+        } else if (!(std::abs(*place.nextX - x) <= 1e-6 * std::abs(leader->input->step()))) {
             // Positions that were counted differently may differ by their rounding, no more.
             throw InputError(entry_.place, place.input->axis().name + " and " +
                                                leader->input->axis().name + kDifferentAxes);
         }
     }
-    TableRow row(tableStyle_);
-    leader->input->writeHead(row);
+    leader->input->writeHead(row_, x);
     for (const Place& place : places_)
-        place.input->writeCells(row);
-    table_->write(row.line());
+        place.input->writeCells(row_);
+    table_->write(row_.end());
 }
 
 void Sink::finish() {
@@ -181,10 +187,8 @@ void Sink::finish() {
     }
     if (table_ != nullptr) {
         if (!headWritten_) writeHead();
-        while (std::ranges::any_of(
-            places_, [](const Place& place) { return place.input->nextX().has_value(); })) {
+        while (anyHasNextRow())
             writeRow();
-        }
         writeNotes();
         table_->close();
     }

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "vynhost/base/memory_limit.h"
@@ -45,6 +46,7 @@ private:
         const OutletInfo* outlet;
         std::unique_ptr<SinkInput> input;  // once its first data block is there
         std::uint64_t bytes = 0;           // that it keeps
+        std::optional<double> nextX = {};  // of its next row, where there is one
     };
     void take(Place& place, const ChannelData& block);
     void limitMemory(Place& place, const ChannelData& block);
@@ -52,11 +54,13 @@ private:
     void writeHead();
     void writeRow();
     void writeNotes();
-    bool rowsAreComplete() const;
+    bool allHaveNextRow();
+    bool anyHasNextRow();
 
     const SinkEntry& entry_;
     ChartStyle style_;
     const TableStyle& tableStyle_;
+    TableRow row_;
     std::vector<Place> places_;
     MemoryPart memory_;
     std::uint64_t bytes_ = 0;  // of all places

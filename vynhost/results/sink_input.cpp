@@ -3,10 +3,10 @@
 namespace vynhost {
 
 // A class has two limits.
-void SinkInput::writeHead(TableRow& row) const {
-    row.addNumber(*nextX(), kXDigits);
+void SinkInput::writeHead(TableRow& row, double x) const {
+    row.addNumber(x, kXDigits);
     const double width = axis().classWidth;
-    if (width > 0) row.addNumber(*nextX() + width, kXDigits);
+    if (width > 0) row.addNumber(x + width, kXDigits);
 }
 
 std::string SinkInput::endColumn() const {

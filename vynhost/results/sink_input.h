@@ -32,8 +32,8 @@ public:
     virtual bool flows() const { return false; }
     // The x of the next row, when it is there.
     virtual std::optional<double> nextX() const = 0;
-    // What stands before the next row's cells.
-    virtual void writeHead(TableRow& row) const;
+    // What stands before the cells of the next row, which is at this x.
+    virtual void writeHead(TableRow& row, double x) const;
     // Adds the next row's cells and goes on to the row behind it; past the end empty cells.
     virtual void writeCells(TableRow& row) = 0;
     // Adds the columns' names.

@@ -1,28 +1,11 @@
 #include "vynhost/results/table_row.h"
 
 #include <algorithm>
+#include <array>
+#include <charconv>
 #include <cmath>
 
-#include "vynhost/base/text.h"
-
 namespace vynhost {
-namespace {
-
-std::string withDecimal(std::string number, const TableStyle& style) {
-    std::ranges::replace(number, '.', style.decimal);
-    return number;
-}
-
-}  // namespace
-
-std::string numberText(float number, const TableStyle& style) {
-    return withDecimal(toText(number), style);
-}
-
-std::string numberText(double number, int digits, const TableStyle& style) {
-    return withDecimal(toText(number, digits), style);
-}
-
 void TableRow::addText(std::string text) {
     if (!text.empty() &&
         std::string_view("=+-@\t\r").find(text.front()) != std::string_view::npos) {
@@ -38,22 +21,48 @@ void TableRow::addText(std::string text) {
 }
 
 void TableRow::addNumber(float number) {
-    addCell(std::isnan(number) ? "" : numberText(number, style_));
+    if (std::isnan(number)) return addEmpty();
+    addNumberAs(number);
 }
 
 void TableRow::addNumber(double number, int digits) {
-    addCell(std::isnan(number) ? "" : numberText(number, digits, style_));
+    if (std::isnan(number)) return addEmpty();
+    addNumberAs(number, std::chars_format::general, digits);
 }
 
 void TableRow::addEmpty(std::size_t cells) {
     for (std::size_t i = 0; i < cells; ++i)
-        addCell("");
+        beginCell();
+}
+
+const std::string& TableRow::end() {
+    line_ += '\n';
+    begun_ = false;
+    return line_;
+}
+
+void TableRow::beginCell() {
+    if (begun_) {
+        line_ += style_.separator;
+    } else {
+        line_.clear();
+    }
+    begun_ = true;
 }
 
 void TableRow::addCell(std::string_view text) {
-    if (begun_) line_ += style_.separator;
-    begun_ = true;
+    beginCell();
     line_ += text;
+}
+
+template <class... Format>
+void TableRow::addNumberAs(Format... format) {
+    beginCell();
+    std::array<char, 64> text;
+    char* const begin = text.data();
+    char* const end = std::to_chars(begin, begin + text.size(), format...).ptr;
+    if (style_.decimal != '.') std::replace(begin, end, '.', style_.decimal);
+    line_.append(begin, end);
 }
 
 }  // namespace vynhost

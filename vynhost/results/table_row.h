@@ -18,11 +18,7 @@ struct TableStyle {
 inline constexpr TableStyle kPointTables{};
 inline constexpr TableStyle kCommaTables{';', ',', "\xEF\xBB\xBF"};
 
-// A number as such a table has it, in as few digits as bring it back, or in at most so many.
-std::string numberText(float number, const TableStyle& style);
-std::string numberText(double number, int digits, const TableStyle& style);
-
-// One line of a table.
+// The lines of a table, one after the other in the same buffer.
 class TableRow {
 public:
     explicit TableRow(const TableStyle& style) : style_(style) {}
@@ -30,16 +26,20 @@ public:
     // In quotes where the text holds a separator, a quote or a line end; with an apostrophe before
     // what a spreadsheet would take as a formula.
     void addText(std::string text);
-    // What is no number (NaN) is an empty cell, as it is when a table is read.
+    // In as few digits as bring it back, or in at most so many. What is no number (NaN) is an empty
+    // cell, as it is when a table is read.
     void addNumber(float number);
     void addNumber(double number, int digits);
     void addEmpty(std::size_t cells = 1);
 
-    // With its end.
-    std::string line() const { return line_ + "\n"; }
+    // Ends the line and gives it with its end; it stays until the next one is begun.
+    const std::string& end();
 
 private:
+    void beginCell();
     void addCell(std::string_view text);
+    template <class... Format>
+    void addNumberAs(Format... format);
 
     const TableStyle& style_;
     bool begun_ = false;

@@ -22,6 +22,7 @@ public:
 
     bool flows() const override { return true; }
     std::optional<double> nextX() const override;
+    void writeHead(TableRow& row, double x) const override { row.addNumber(x, kXDigits); }
     void writeCells(TableRow& row) override;
     void writeColumns(TableRow& row) const override;
     Series axis() const override { return curves_.front().series; }
