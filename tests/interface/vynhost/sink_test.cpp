@@ -1,6 +1,11 @@
 // Tables and pictures of what comes out.
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <cstdint>
+#include <limits>
+#include <span>
+#include <vector>
 
 #include "interface/vynhost/run_fixture.h"
 #include "vynhost/base/text.h"
@@ -9,6 +14,7 @@
 namespace vynhost::test {
 namespace {
 
+using ::testing::ElementsAreArray;
 using ::testing::HasSubstr;
 using ::testing::Not;
 using ::testing::SizeIs;
@@ -156,6 +162,49 @@ TEST(ThinnedCurveTest, ManyGapsStayBounded) {
     curve.appendTo(x, y);
     EXPECT_LE(x.size(), 5 * ThinnedCurve::kMostBins);
     EXPECT_EQ(y.back(), 199'998);
+}
+
+// Two channels in data blocks, with gaps, what is not finite and both zeros, and more values than
+// there are bins.
+TEST(ThinnedCurveTest, DataBlocksLeaveWhatTheirValuesLeaveOneByOne) {
+    constexpr std::size_t kValues = 10 * ThinnedCurve::kMostBins;
+    constexpr std::size_t kBlock = 1000;
+    constexpr double kStep = 1.0 / 48000;
+    constexpr float kInfinity = std::numeric_limits<float>::infinity();
+    std::vector<float> values(2 * kValues);
+    std::uint32_t random = 1;
+    for (float& value : values) {
+        random = random * 1664525 + 1013904223;
+        value = static_cast<float>(static_cast<int>(random >> 26) - 32);  // many are equal
+        if (random % 8 == 0) value = -0.0F;
+    }
+    for (std::size_t i = 5000; i < values.size(); i += 7001)
+        values[i] = std::numeric_limits<float>::quiet_NaN();
+    for (std::size_t i = 6000; i < values.size(); i += 7919)
+        values[i] = i % 2 == 0 ? kInfinity : -kInfinity;
+    for (const std::size_t channel : {0, 1}) {
+        ThinnedCurve single([](double y) { return y; });
+        ThinnedCurve whole({});
+        for (std::size_t begin = 0; begin < kValues; begin += kBlock) {
+            const std::size_t count = std::min(kBlock, kValues - begin);
+            const double start = static_cast<double>(begin) * kStep;
+            for (std::size_t i = 0; i < count; ++i) {
+                single.add(start + static_cast<double>(i) * kStep,
+                           values[2 * (begin + i) + channel]);
+            }
+            whole.add(start, kStep,
+                      std::span(values).subspan(2 * begin + channel, 2 * count - channel), 2);
+        }
+        std::vector<double> x, y, wholeX, wholeY;
+        single.appendTo(x, y);
+        whole.appendTo(wholeX, wholeY);
+        EXPECT_THAT(wholeX, ElementsAreArray(x));
+        ASSERT_EQ(wholeY.size(), y.size());
+        for (std::size_t i = 0; i < y.size(); ++i) {
+            EXPECT_EQ(std::bit_cast<std::uint64_t>(wholeY[i]), std::bit_cast<std::uint64_t>(y[i]))
+                << i;
+        }
+    }
 }
 
 TEST_F(SinkTest, BandsAreNamedByTheirCentreFrequency) {
