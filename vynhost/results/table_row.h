@@ -38,8 +38,8 @@ public:
 private:
     void beginCell();
     void addCell(std::string_view text);
-    template <class... Format>
-    void addNumberAs(Format... format);
+    template <class... Number>
+    void addNumberAs(Number... number);
 
     const TableStyle& style_;
     bool begun_ = false;
