@@ -234,6 +234,8 @@ TEST_F(DiagramError, DataThatIsNeverTakenBecauseItDoesNotFit) {
         "d.toml:7: block.dual: the data at dual.E, dual.A is not taken, its inputs do not fit "
         "together: dual.E has 32 values in 1 channel, dual.A has 128 values in 2 channels");
     EXPECT_EQ(code, kStalled);
+    // The block leaves inputs locked that differ in both counts, and nothing else.
+    EXPECT_THAT(host.takeOffences(), ::testing::Each(::testing::EndsWith(" is left locked")));
 }
 
 // What is held up before it is not to blame.
