@@ -17,8 +17,8 @@ constexpr int kGroups = kLanes == 2 ? 1 : kLanes == 4 ? 4 : 8;
 void makeOutputs(const double* c, std::ptrdiff_t taps, const double* x, double* y) {
     Group sums[kGroups];
 #pragma GCC unroll 8
-    for (int group = 0; group < kGroups; ++group)
-        sums[group] = Group{};
+    for (Group& sum : sums)
+        sum = Group{};
     for (std::ptrdiff_t j = 0; j < taps; ++j) {
 #pragma GCC unroll 8
         for (int group = 0; group < kGroups; ++group)
@@ -153,8 +153,8 @@ bool allFinite(const double* x, std::size_t n) {
     constexpr std::size_t kAbreast = 4;
     Register sums[kAbreast];
 #pragma GCC unroll 4
-    for (std::size_t k = 0; k < kAbreast; ++k)
-        sums[k] = Register{};
+    for (Register& sum : sums)
+        sum = Register{};
     std::size_t i = 0;
     for (; i + kAbreast * kLanes <= n; i += kAbreast * kLanes) {
 #pragma GCC unroll 4

@@ -266,8 +266,8 @@ void runBehind(const SectionQuad& quad, int first, SectionState* states, const d
     gather(count, state, s);
     Row carried[kGroup];  // what the lanes have left, moved to the next lane
 #pragma GCC unroll 8
-    for (int i = 0; i < kGroup; ++i)
-        carried[i] = Row{};
+    for (Row& row : carried)
+        row = Row{};
     constexpr int kBehind = count - 1;
     for (int t = 0; t < groups + kBehind; ++t) {
         const double* const from = x + kGroup * (t < groups ? t : groups - 1);
