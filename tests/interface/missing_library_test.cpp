@@ -14,7 +14,7 @@ namespace {
 
 // Bytes of the process that lie in memory; 0 where nobody says, or where freed memory is kept.
 std::size_t residentBytes() {
-    std::size_t total = 0;
+    [[maybe_unused]] std::size_t total = 0;
     std::size_t resident = 0;
 #if !defined(__SANITIZE_ADDRESS__)
     if (!platform::kLocksAreCounted) std::ifstream("/proc/self/statm") >> total >> resident;
