@@ -36,7 +36,7 @@ install(TARGETS VYNPACKM LIBRARY DESTINATION ${module_folder} COMPONENT runtime)
 install(TARGETS ovanlys LIBRARY DESTINATION ${module_folder}/Analysis COMPONENT runtime)
 
 # --- What is read: the pages for users; those for whoever works on it stay with the sources --------------
-install(FILES ${PROJECT_SOURCE_DIR}/CHANGELOG.md DESTINATION ${document_folder} COMPONENT runtime)
+install(FILES ${PROJECT_SOURCE_DIR}/CHANGELOG.md ${PROJECT_SOURCE_DIR}/SECURITY.md DESTINATION ${document_folder} COMPONENT runtime)
 install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${document_folder} COMPONENT runtime)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs DESTINATION ${document_folder} COMPONENT runtime
   FILES_MATCHING PATTERN *.md PATTERN *.png PATTERN *.svg

@@ -24,10 +24,11 @@ _vynhost()
         run)
             case $prev in
                 --out) _filedir -d ;;
-                --input) ;;
+                --csv) COMPREPLY=($(compgen -W 'en de' -- "$cur")) ;;
+                --input | --memory) ;;
                 *)
                     if [[ $cur == -* ]]; then
-                        COMPREPLY=($(compgen -W '--input --out --quiet --help' -- "$cur"))
+                        COMPREPLY=($(compgen -W '--input --out --csv --memory --force --quiet --no-progress --help' -- "$cur"))
                     else
                         _filedir toml
                     fi
