@@ -16,7 +16,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-constexpr Int kDone = 1;
+constexpr Int kTransformed = 1;
 
 class TOInverseFFT : public BlockTest<kInverseFFT, kSpektrum> {
 protected:
@@ -61,7 +61,7 @@ TEST_F(TOInverseFFT, RebuildsASineWithItsHeader) {
     imaginaries[20] = -1.0F;
     block.initSim();
     put(lines(reals), lines(imaginaries));
-    EXPECT_EQ(block.simulate(), kDone);
+    EXPECT_EQ(block.simulate(), kTransformed);
     EXPECT_FALSE(block.waits(0));
     EXPECT_FALSE(block.waits(1));
     const auto signal = block.take(0);
@@ -97,7 +97,7 @@ TEST_F(TOInverseFFT, ReturnsWhatTheSpectrumBlockTookApart) {
     spectrum.put(0, timeSignal(samples, channels, 0.001));
     EXPECT_EQ(spectrum.simulate(), 0);
     put(*spectrum.take(0), *spectrum.take(1));
-    EXPECT_EQ(block.simulate(), kDone);
+    EXPECT_EQ(block.simulate(), kTransformed);
     const auto signal = block.take(0);
     ASSERT_TRUE(signal);
     EXPECT_NEAR(signal->header.xStep, 0.001, 1e-15);
@@ -114,7 +114,7 @@ TEST_F(TOInverseFFT, TheNyquistLineIsTakenWithoutTheChannelStride) {
     reals[3] = 8.0F;
     block.initSim();
     put(lines(reals, 2), lines(std::vector<float>(8, 0.0F), 2));
-    EXPECT_EQ(block.simulate(), kDone);
+    EXPECT_EQ(block.simulate(), kTransformed);
     const auto signal = block.take(0);
     ASSERT_TRUE(signal);
     ASSERT_EQ(signal->channels(), 2);
@@ -131,7 +131,7 @@ TEST_F(TOInverseFFT, LeavesInputsWaitingThatDoNotMatch) {
     block.initSim();
     const auto refuses = [&](const ChannelData& reals, const ChannelData& imaginaries) {
         put(reals, imaginaries);
-        EXPECT_EQ(block.simulate(), kDone);
+        EXPECT_EQ(block.simulate(), kTransformed);
         EXPECT_TRUE(block.waits(0));
         EXPECT_TRUE(block.waits(1));
         EXPECT_FALSE(block.delivered(0));
@@ -141,7 +141,7 @@ TEST_F(TOInverseFFT, LeavesInputsWaitingThatDoNotMatch) {
     refuses(lines(three), lines(three));
     refuses(lines(four, 5), lines(four, 5));  // no line per channel
     put(lines(four), lines(four));
-    EXPECT_EQ(block.simulate(), kDone);
+    EXPECT_EQ(block.simulate(), kTransformed);
     EXPECT_EQ(block.take(0)->header.valueCount, 8);
 }
 
@@ -151,7 +151,7 @@ TEST_F(TOInverseFFT, OneLinePerChannelGivesTwoSamples) {
     const std::vector<float> reals = {1.0F, 2.0F, -3.0F, 4.0F};
     block.initSim();
     put(lines(reals, 4), lines({9.0F, 9.0F, 9.0F, 9.0F}, 4));
-    EXPECT_EQ(block.simulate(), kDone);
+    EXPECT_EQ(block.simulate(), kTransformed);
     EXPECT_FALSE(block.waits(0));
     EXPECT_FALSE(block.waits(1));
     const auto signal = block.take(0);
@@ -166,7 +166,7 @@ TEST_F(TOInverseFFT, ASurplusValueBesideOneLineMakesAThirdSample) {
     const std::vector<float> sevenths = {1, 2, 3, 4, 0, 0, 0};
     block.initSim();
     put(lines(sevenths, 4), lines(std::vector<float>(7, 0.0F), 4));
-    EXPECT_EQ(block.simulate(), kDone);
+    EXPECT_EQ(block.simulate(), kTransformed);
     const auto signal = block.take(0);
     ASSERT_TRUE(signal);
     EXPECT_EQ(signal->header.valueCount, 12);
@@ -192,7 +192,7 @@ TEST_F(TOInverseFFT, AnOddLengthIsTheSameEveryTime) {
     std::vector<float> first;
     for (int run = 0; run < 2; ++run) {
         put(lines(values, 2), lines(values, 2));
-        EXPECT_EQ(block.simulate(), kDone);
+        EXPECT_EQ(block.simulate(), kTransformed);
         const auto signal = block.take(0);
         ASSERT_TRUE(signal);
         EXPECT_EQ(signal->header.valueCount, 14);
@@ -208,7 +208,7 @@ TEST_F(TOInverseFFT, SpeaksToTheHostInTheOrderOfItsSteps) {
     const std::string reals = host.memory().name(block.inputData(0));
     const std::string imaginaries = host.memory().name(block.inputData(1));
     host.takeTrace();
-    EXPECT_EQ(block.simulate(), kDone);
+    EXPECT_EQ(block.simulate(), kTransformed);
     const std::string signal = host.memory().name(block.outputData(0));
     EXPECT_THAT(
         host.takeTrace(),
@@ -221,7 +221,7 @@ TEST_F(TOInverseFFT, SaysAllOfItsHeaderWhateverTheHostCopied) {
     block.initSim();
     put(lines(std::vector<float>(12, 1.0F), 3), lines(std::vector<float>(12, 1.0F), 3));
     host.misbehave({.message = Message::copyHeader, .fault = Fault::garbage});
-    EXPECT_EQ(block.simulate(), kDone);
+    EXPECT_EQ(block.simulate(), kTransformed);
     const auto signal = block.take(0);
     ASSERT_TRUE(signal);
     EXPECT_EQ(signal->header.valueCount, 24);
@@ -238,12 +238,12 @@ TEST_F(TOInverseFFT, LosesNothingWhenTheHostRefusesTheOutput) {
     block.initSim();
     put(lines(std::vector<float>(8, 1.0F)), lines(std::vector<float>(8, 0.0F)));
     host.misbehave({.message = Message::newBlock, .value = 0, .times = 1});
-    EXPECT_EQ(block.simulate(), kDone);
+    EXPECT_EQ(block.simulate(), kTransformed);
     EXPECT_TRUE(block.waits(0));
     EXPECT_TRUE(block.waits(1));
     EXPECT_FALSE(block.delivered(0));
     host.behave();
-    EXPECT_EQ(block.simulate(), kDone);
+    EXPECT_EQ(block.simulate(), kTransformed);
     EXPECT_TRUE(block.take(0));
 }
 
@@ -254,7 +254,7 @@ TEST_F(TOInverseFFT, ASecondRunAndAnotherLengthStartAfresh) {
             std::vector<float> reals(static_cast<std::size_t>(values), 0.0F);
             reals[1] = 1.0F;
             put(lines(reals), lines(std::vector<float>(reals.size(), 0.0F)));
-            EXPECT_EQ(block.simulate(), kDone);
+            EXPECT_EQ(block.simulate(), kTransformed);
             const auto signal = block.take(0);
             ASSERT_TRUE(signal);
             ASSERT_EQ(signal->samples(), 2 * values);

@@ -18,7 +18,7 @@ namespace {
 using ::testing::Each;
 using ::testing::ElementsAre;
 
-constexpr Int kDone = 1;
+constexpr Int kClassified = 1;
 
 // Settings that only the dialog or a record reaches are written by their place in the record.
 enum Offset : std::size_t {
@@ -483,7 +483,7 @@ TEST_F(TOKlassierung, TakesTheTriggerWithoutASignal) {
     useFourClasses(93);
     block.wireInput(0, -1);
     block.put(1, oneChannel({5.0F}));
-    EXPECT_EQ(block.simulate(), kDone);
+    EXPECT_EQ(block.simulate(), kClassified);
     EXPECT_FALSE(block.waits(1));
     EXPECT_FALSE(block.delivered(0));
 }
@@ -492,7 +492,7 @@ TEST_F(TOKlassierung, DoesNothingWithoutItsOutput) {
     useFourClasses(93);
     block.wireOutput(0, -1);
     block.put(0, oneChannel({0.5F}));
-    EXPECT_EQ(block.simulate(), kDone);
+    EXPECT_EQ(block.simulate(), kClassified);
     EXPECT_TRUE(block.waits(0));
 }
 
@@ -600,7 +600,7 @@ TEST_F(TOKlassierung, SurvivesARefusingHost) {
             EXPECT_TRUE(block.waits(0));
             EXPECT_FALSE(block.delivered(0));
             host.behave();
-            EXPECT_EQ(block.simulate(), kDone);
+            EXPECT_EQ(block.simulate(), kClassified);
             const auto classes = block.take(0);
             ASSERT_TRUE(classes);
             EXPECT_THAT(classes->values, ElementsAre(1, 0, 0, 0));
@@ -612,18 +612,18 @@ TEST_F(TOKlassierung, ACallWithoutASignalForgetsNoCount) {
     useFourClasses(93);
     EXPECT_THAT(classesOf({0.5F}), ElementsAre(1, 0, 0, 0));
     block.wireInput(0, -1);
-    EXPECT_EQ(block.simulate(), kDone);
+    EXPECT_EQ(block.simulate(), kClassified);
     EXPECT_FALSE(block.delivered(0));
     block.wireInput(0, 0);
     EXPECT_THAT(classesOf({0.5F}), ElementsAre(2, 0, 0, 0));
     // The same when an output that waits keeps the block from working.
     block.put(0, oneChannel({0.5F}));
-    EXPECT_EQ(block.simulate(), kDone);
+    EXPECT_EQ(block.simulate(), kClassified);
     block.put(0, oneChannel({1.5F}));
-    EXPECT_EQ(block.simulate(), kDone);
+    EXPECT_EQ(block.simulate(), kClassified);
     EXPECT_TRUE(block.waits(0));
     EXPECT_THAT(block.take(0)->values, ElementsAre(3, 0, 0, 0));
-    EXPECT_EQ(block.simulate(), kDone);
+    EXPECT_EQ(block.simulate(), kClassified);
     EXPECT_THAT(block.take(0)->values, ElementsAre(3, 1, 0, 0));
 }
 
@@ -638,7 +638,7 @@ TEST_F(TOKlassierung, AnAccumulatorThatCannotBeLockedFailsAndLosesNothing) {
     EXPECT_TRUE(block.waits(0));
     EXPECT_FALSE(block.delivered(0));
     EXPECT_TRUE(platform::setLockable(handles[0], true));
-    EXPECT_EQ(block.simulate(), kDone);
+    EXPECT_EQ(block.simulate(), kClassified);
     EXPECT_THAT(block.take(0)->values, ElementsAre(2, 0, 0, 0));
     block.stop();
 }
@@ -688,7 +688,7 @@ TEST_F(TOKlassierung, AsManyClassesAsTheDialogTakesRunWhereMemoryIsThere) {
         EXPECT_EQ(block.simulate(), kFailed) << "no memory for the output";
         EXPECT_TRUE(block.waits(0)) << "nothing is lost";
         host.behave();
-        EXPECT_EQ(block.simulate(), kDone);
+        EXPECT_EQ(block.simulate(), kClassified);
         const auto classes = block.take(0);
         ASSERT_TRUE(classes) << method;
         EXPECT_EQ(classes->header.valueCount, 2 * kMost);

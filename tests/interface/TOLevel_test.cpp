@@ -21,7 +21,7 @@ using ::testing::ElementsAre;
 using ::testing::Eq;
 
 constexpr int kQuantities = 18;
-constexpr Int kDone = 0;
+constexpr Int kWeighed = 0;
 
 enum Quantity {
     kDisplayed,
@@ -60,7 +60,7 @@ protected:
         std::vector<ChannelData> outputs;
         block.put(0, signal);
         do {
-            EXPECT_EQ(block.simulate(), kDone);
+            EXPECT_EQ(block.simulate(), kWeighed);
             if (auto output = block.take(0)) outputs.push_back(std::move(*output));
         } while (block.waits(0));
         return outputs;
@@ -171,7 +171,7 @@ TEST_F(TOLevel, PutsOutOneBlockPerCallAndKeepsTheInputUntilAllIsRead) {
     const Handle input = block.put(0, silence(350));
     for (int call = 0; call < 3; ++call) {
         EXPECT_EQ(block.inputData(0), input);
-        EXPECT_EQ(block.simulate(), kDone);
+        EXPECT_EQ(block.simulate(), kWeighed);
         EXPECT_TRUE(block.delivered(0)) << call;
         EXPECT_EQ(block.waits(0), call < 2);
         block.take(0);
@@ -298,7 +298,7 @@ TEST_F(TOLevel, TheControlInputResetsByItsFirstValue) {
     const auto step = [&](float control, std::size_t samples) {
         block.put(1, oneChannel({control, 2.0F}));
         block.put(0, silence(samples));
-        EXPECT_EQ(block.simulate(), kDone);
+        EXPECT_EQ(block.simulate(), kWeighed);
         EXPECT_FALSE(block.waits(1)) << "taken at every call";
         return block.take(0);
     };
@@ -326,20 +326,20 @@ TEST_F(TOLevel, TakesTheControlValueEvenWhenTheOutputIsNotWired) {
     block.wireOutput(0, -1);
     block.put(0, silence(10));
     block.put(1, oneChannel({0.0F}));
-    EXPECT_EQ(block.simulate(), kDone);
+    EXPECT_EQ(block.simulate(), kWeighed);
     EXPECT_FALSE(block.waits(1));
     EXPECT_TRUE(block.waits(0));
 }
 
 TEST_F(TOLevel, DoesNothingWithoutASignal) {
     block.wireInput(0, -1);
-    EXPECT_EQ(block.simulate(), kDone);
+    EXPECT_EQ(block.simulate(), kWeighed);
     EXPECT_FALSE(block.delivered(0));
 }
 
 TEST_F(TOLevel, StoppingReleasesTheBlockInWork) {
     block.put(0, silence(350));
-    EXPECT_EQ(block.simulate(), kDone);
+    EXPECT_EQ(block.simulate(), kWeighed);
     EXPECT_TRUE(block.waits(0));
     block.take(0);
     host.takeTrace();
@@ -370,7 +370,7 @@ TEST_F(TOLevel, ANewRunForgetsTheControlValue) {
     block.wireInput(1, 1);
     block.put(1, oneChannel({2.0F}));
     block.put(0, silence(50));
-    EXPECT_EQ(block.simulate(), kDone);
+    EXPECT_EQ(block.simulate(), kWeighed);
     block.stop();
     start();
     const auto outputs = play(silence(102));
@@ -380,13 +380,13 @@ TEST_F(TOLevel, ANewRunForgetsTheControlValue) {
 
 TEST_F(TOLevel, ANewRunReadsTheWaitingBlockFromItsStart) {
     block.put(0, silence(350));
-    EXPECT_EQ(block.simulate(), kDone);
+    EXPECT_EQ(block.simulate(), kWeighed);
     EXPECT_TRUE(block.take(0));
     ASSERT_TRUE(block.waits(0));
     start();
     int outputs = 0;
     while (block.waits(0)) {
-        EXPECT_EQ(block.simulate(), kDone);
+        EXPECT_EQ(block.simulate(), kWeighed);
         if (block.take(0)) ++outputs;
     }
     EXPECT_EQ(outputs, 3);
@@ -399,7 +399,7 @@ TEST_F(TOLevel, ARefusedOutputComesWithTheNextCall) {
     EXPECT_TRUE(block.waits(0));
     expectReport(block, "Not enough memory");
     host.behave();
-    EXPECT_EQ(block.simulate(), kDone);
+    EXPECT_EQ(block.simulate(), kWeighed);
     const auto output = block.take(0);
     ASSERT_TRUE(output);
     EXPECT_FLOAT_EQ(output->values[kRunningTime], 0.1F);
@@ -416,12 +416,12 @@ TEST_F(TOLevel, EmptyBlocksChangeNothing) {
 // The head of a block in work is the host's: what it says when the block is looked at again counts.
 TEST_F(TOLevel, ABlockThatShrinksWhileInWorkIsDone) {
     const Handle handle = block.put(0, silence(1000));
-    EXPECT_EQ(block.simulate(), kDone);
+    EXPECT_EQ(block.simulate(), kWeighed);
     EXPECT_TRUE(block.take(0));
     EXPECT_TRUE(block.waits(0));
     const std::int32_t fewer = 10;
     std::memcpy(platform::View(handle).address(), &fewer, sizeof fewer);
-    EXPECT_EQ(block.simulate(), kDone);
+    EXPECT_EQ(block.simulate(), kWeighed);
     EXPECT_TRUE(block.take(0));
     EXPECT_FALSE(block.waits(0));
     EXPECT_EQ(play(silence(101)).size(), 1U);
@@ -451,7 +451,7 @@ TEST_F(TOLevel, SoaksInRandomBlocks) {
             const float control = pick(0, 3) == 0 ? static_cast<float>(pick(0, 7)) : 0.0F;
             do {
                 block.put(1, oneChannel({control}));
-                ASSERT_EQ(block.simulate(), kDone);
+                ASSERT_EQ(block.simulate(), kWeighed);
                 if (const auto output = block.take(0)) {
                     ASSERT_EQ(output->values.size(),
                               static_cast<std::size_t>(kQuantities * channels));

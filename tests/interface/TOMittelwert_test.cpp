@@ -21,7 +21,6 @@ enum Mode { kReduce = 1, kSmooth = 2, kBlocks = 3 };
 enum ResetMode { kNever = 1, kTrigger = 2, kCount = 3 };
 
 // One sample of one channel.
-ChannelData single(float sample) { return timeSignal(std::vector<float>{sample}); }
 
 std::vector<float> counting(int from, int to) {
     std::vector<float> samples(static_cast<std::size_t>(to - from + 1));

@@ -23,9 +23,6 @@ const std::vector<std::string> kMeasures = {
     "PkXMax",     "PkYonXMax", "PkXMin",   "PkYonXMin", "PkAMean",    "PkQMean",    "PkGMean",
     "PkHMean",    "PkSpannw",  "PkStdAbw", "PkVarianz", "PkVarKoeff", "PkVarKoRel", "PkMAAVMW"};
 
-// One sample of one channel.
-ChannelData single(float sample) { return timeSignal(std::vector<float>{sample}); }
-
 class TOStatistik : public BlockTest<kStatistik> {
 protected:
     void start(const std::vector<std::string>& measures, int outputMode = 1) {

@@ -2,12 +2,16 @@
 #pragma once
 
 #include <cstring>
+#include <limits>
 #include <string>
 
 #include "interface/host_fixture.h"
 #include "support/any_block.h"
 
 namespace vynhost::test {
+
+inline constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+inline constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 // Bit for bit; what differs is said.
 inline ::testing::AssertionResult sameBits(const Outputs& left, const Outputs& right) {

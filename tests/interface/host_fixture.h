@@ -37,6 +37,9 @@ const ModuleLibrary& theModule();
 // The folder with the analysis library of this build, as the module's setting wants it.
 std::filesystem::path sharedFolder();
 
+// A block of one sample of one channel.
+inline ChannelData single(float sample) { return timeSignal(std::vector<float>{sample}); }
+
 class HostTest : public ::testing::Test {
 protected:
     // Every block of memory ends at an unreadable page; messages are traced; locks are counted

@@ -361,9 +361,6 @@ struct HeadFault {
     void (*apply)(ChannelHeader&);
 };
 
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
-
 // clang-format off
 constexpr HeadFault kHeadFaults[] = {
     {"sound",               [](ChannelHeader&) {}},

@@ -12,8 +12,6 @@ namespace {
 
 constexpr std::int32_t kLargest = std::numeric_limits<std::int32_t>::max();
 constexpr std::int32_t kLowest = std::numeric_limits<std::int32_t>::min();
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 struct Setting {
     const char* keyword;

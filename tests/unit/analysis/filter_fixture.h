@@ -3,8 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cmath>
 #include <complex>
+#include <cstdint>
+#include <limits>
 #include <memory>
 #include <numbers>
 #include <random>
@@ -16,6 +19,16 @@
 namespace ovanlys::test {
 
 using Samples = std::vector<double>;
+
+inline constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+inline constexpr double kInf = std::numeric_limits<double>::infinity();
+
+inline std::vector<std::uint32_t> bits(const std::vector<float>& samples) {
+    std::vector<std::uint32_t> result;
+    for (const float x : samples)  // one pattern for all NaNs
+        result.push_back(std::isnan(x) ? ~std::uint32_t{0} : std::bit_cast<std::uint32_t>(x));
+    return result;
+}
 
 enum Kind { kLowPass, kHighPass, kBandPass, kBandStop };
 

@@ -6,14 +6,12 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "unit/host/same_number.h"
 #include "vynhost/interface/module_interface.h"
 
 namespace {
 
-template <class Name>
-constexpr std::int64_t number(Name name) {
-    return static_cast<std::int64_t>(name);
-}
+using test::number;
 
 #define EXPECT_SAME(given, used) EXPECT_EQ(number(given), number(vynhost::used))
 #define EXPECT_SAME_PLACE(given, ofGiven, used, ofUsed) \
@@ -123,5 +121,8 @@ TEST(HostInterface, GivesOthersTheCodesOfAxesUnitsAndKeywords) {
     EXPECT_SAME(VYN_KEYWORD_NAME_SIZE, kKeywordNameSize);
     EXPECT_SAME(VYN_KEYWORD_TYPE_OFFSET, kKeywordTypeOffset);
 }
+
+#undef EXPECT_SAME
+#undef EXPECT_SAME_PLACE
 
 }  // namespace

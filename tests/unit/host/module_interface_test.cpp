@@ -19,15 +19,12 @@
 #include "host/channel_block.h"
 #include "host/entry/block_types.h"
 #include "host/simulation_record.h"
+#include "unit/host/same_number.h"
 #include "vynhost/interface/module_interface.h"
 
 namespace {
 
-// The number behind a name of either side.
-template <class Name>
-constexpr std::int64_t number(Name name) {
-    return static_cast<std::int64_t>(name);
-}
+using test::number;
 
 #define EXPECT_SAME(ofTheModule, ofTheHost) \
     EXPECT_EQ(number(vynpack::ofTheModule), number(vynhost::ofTheHost))
@@ -166,5 +163,7 @@ TEST(ModuleInterface, TheTableOfBlockTypesHoldsTheHostsTypesAndNoOther) {
     EXPECT_EQ(vynpack::findBlockType(vynhost::kFirstType - 1), nullptr);
     EXPECT_EQ(vynpack::findBlockType(vynhost::kFirstType + vynhost::kTypes), nullptr);
 }
+
+#undef EXPECT_SAME
 
 }  // namespace

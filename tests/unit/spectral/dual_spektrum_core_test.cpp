@@ -85,7 +85,7 @@ std::complex<double> frequencyResponse(const std::vector<float>& taps, int line,
 
 double degrees(double radians) { return radians * 180 / std::numbers::pi; }
 
-constexpr double kFloat = 1e-6;  // single-precision samples and results, a few units each
+constexpr double kFewUnits = 1e-6;  // single-precision samples and results, a few units each
 
 DualSpectrumSettings transferSettings(TransferType type) {
     return {.crossSpectrum = false, .transferType = type};
@@ -169,11 +169,11 @@ TEST(DualSpectrum, TheCrossSpectrumOfTwoSinesByHand) {
     }
     DualSpectrum spectrum;
     const Lines lines = analyse(spectrum, {.phase = true}, x, y);
-    EXPECT_NEAR(lines.amplitudes[5], 6.0, 6 * kFloat);
+    EXPECT_NEAR(lines.amplitudes[5], 6.0, 6 * kFewUnits);
     EXPECT_NEAR(lines.phases[5], -degrees(0.5), 1e-4);
     const Lines parts = analyse(spectrum, {.amplitudeType = kRealImaginary}, x, y);
-    EXPECT_NEAR(parts.amplitudes[5], 6.0 * std::cos(0.5), 6 * kFloat);
-    EXPECT_NEAR(parts.phases[5], 6.0 * std::sin(0.5), 6 * kFloat);
+    EXPECT_NEAR(parts.amplitudes[5], 6.0 * std::cos(0.5), 6 * kFewUnits);
+    EXPECT_NEAR(parts.phases[5], 6.0 * std::sin(0.5), 6 * kFewUnits);
 }
 
 TEST(DualSpectrum, ImaginaryPartsOfH0AndH2AreThoseOfTheConjugate) {
@@ -237,7 +237,7 @@ TEST(DualSpectrum, CoherenceOfASingleBlockIsOneWhereBothSignalsHaveALine) {
     DualSpectrum spectrum;
     const Lines lines = analyse(spectrum, {.coherence = true}, noise(64, 3), noise(64, 4));
     for (const float coherence : lines.coherences)
-        EXPECT_NEAR(coherence, 1.0, kFloat);
+        EXPECT_NEAR(coherence, 1.0, kFewUnits);
 }
 
 // --- Against a second calculation --------------------------------------------------------------

@@ -14,8 +14,7 @@ namespace {
 
 using signals::cosine;
 
-// Single-precision samples: the tolerance is a few units of float.
-constexpr double kFloat = 5e-7;
+using test::kFloat;
 
 TEST(InverseSpectrum, RebuildsASineFromItsLine) {
     constexpr int n = 64;

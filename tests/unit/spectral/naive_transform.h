@@ -7,6 +7,8 @@
 
 namespace vynpack::test {
 
+// Single-precision samples and results: the tolerance is a few units of float.
+inline constexpr double kFloat = 5e-7;
 inline constexpr long double kPi = std::numbers::pi_v<long double>;
 
 // As the analysis library's ZABFunc147: lines 0..n/2 into re and im.

@@ -35,8 +35,7 @@ Result analyse(const SpectrumSettings& settings, const std::vector<float>& sampl
     return result;
 }
 
-// Single-precision samples and results: the tolerance is a few units of float.
-constexpr double kFloat = 5e-7;
+using test::kFloat;
 
 TEST(SpectrumAnalysis, ASineStandsInItsLineWithItsAmplitudeType) {
     const auto samples = cosine(64, 5, 3.0, 0.5);
@@ -254,7 +253,7 @@ Result stepByStep(const SpectrumSettings& s, const std::vector<float>& samples, 
 }
 
 TEST(SpectrumAnalysis, EveryCombinationAgreesWithTheStepByStepCalculation) {
-    constexpr double kResolution = 0.7;
+    constexpr double kLineStep = 0.7;
     for (const int n : {16, 21}) {
         // Noise, so that no phase stands at its wrap.
         std::vector<float> samples(n);
@@ -275,8 +274,8 @@ TEST(SpectrumAnalysis, EveryCombinationAgreesWithTheStepByStepCalculation) {
                         .windowParameter = 7.0};
                     SCOPED_TRACE(std::to_string(n) + " samples, " + std::to_string(type) + " " +
                                  std::to_string(window) + " " + std::to_string(correction));
-                    const Result result = analyse(settings, samples, 1, kResolution);
-                    const Result expected = stepByStep(settings, samples, kResolution);
+                    const Result result = analyse(settings, samples, 1, kLineStep);
+                    const Result expected = stepByStep(settings, samples, kLineStep);
                     ASSERT_EQ(result.amplitudes.size(), expected.amplitudes.size());
                     for (std::size_t k = 0; k < expected.amplitudes.size(); ++k) {
                         const float value = expected.amplitudes[k];

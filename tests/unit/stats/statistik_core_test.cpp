@@ -22,7 +22,7 @@ namespace {
 using signals::noise;
 
 constexpr double kLargest = std::numeric_limits<double>::max();
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kInf = std::numeric_limits<double>::infinity();
 constexpr float kInfinityF = std::numeric_limits<float>::infinity();
 
 // The measures of one recording after another.
@@ -101,7 +101,7 @@ TEST(Statistics, AnEmptyBlockGivesTheValuesOfItsFormulas) {
         EXPECT_EQ(recorder(kVarianz, channel), 0.0);
         EXPECT_EQ(recorder(kYMax, channel), -kLargest);
         EXPECT_EQ(recorder(kYMin, channel), kLargest);
-        EXPECT_EQ(recorder(kSpannw, channel), -kInfinity);
+        EXPECT_EQ(recorder(kSpannw, channel), -kInf);
         EXPECT_EQ(recorder(kYonXMax, channel), 0.0);
         EXPECT_EQ(recorder(kYonXMin, channel), 0.0);
     }
@@ -155,8 +155,8 @@ TEST(Statistics, NaNNeverReplacesAnExtreme) {
 TEST(Statistics, ExtremesStartAtTheLargestFiniteNumbers) {
     EXPECT_EQ(measure(kYMax, {-kInfinityF, -kInfinityF}), -kLargest);
     EXPECT_EQ(measure(kYMin, {kInfinityF, kInfinityF}), kLargest);
-    EXPECT_EQ(measure(kYMax, {-kInfinityF, kInfinityF}), kInfinity);
-    EXPECT_EQ(measure(kYMin, {-kInfinityF, kInfinityF}), -kInfinity);
+    EXPECT_EQ(measure(kYMax, {-kInfinityF, kInfinityF}), kInf);
+    EXPECT_EQ(measure(kYMin, {-kInfinityF, kInfinityF}), -kInf);
 }
 
 TEST(Statistics, AZeroSampleMakesTheHarmonicAndTheGeometricMeanZero) {
@@ -188,7 +188,7 @@ TEST(Statistics, NaNMakesTheGeometricMeanNaNUnlessASampleIsNotAboveZero) {
     EXPECT_TRUE(std::isnan(measure(kGMean, {1, nan, 2})));
     EXPECT_EQ(measure(kGMean, {1, nan, -2}), 0.0);
     EXPECT_EQ(measure(kGMean, {0, nan, 2}), 0.0);
-    EXPECT_EQ(measure(kGMean, {1, kInfinityF, 2}), kInfinity);
+    EXPECT_EQ(measure(kGMean, {1, kInfinityF, 2}), kInf);
 }
 
 TEST(Statistics, TheHarmonicMeanFormsItsQuotientsInSinglePrecision) {
@@ -201,7 +201,7 @@ TEST(Statistics, TheHarmonicMeanFormsItsQuotientsInSinglePrecision) {
 TEST(Statistics, SquaresAreFormedInSinglePrecision) {
     EXPECT_EQ(measure(kQSum, {1.1F, 3.3F}),
               static_cast<double>(1.1F * 1.1F) + static_cast<double>(3.3F * 3.3F));
-    EXPECT_EQ(measure(kQSum, {2e19F}), kInfinity) << "a square beyond single precision";
+    EXPECT_EQ(measure(kQSum, {2e19F}), kInf) << "a square beyond single precision";
 }
 
 TEST(Statistics, AMeanOfExactlyZeroMakesTheCoefficientOfVariationZero) {
@@ -491,7 +491,7 @@ TEST(Statistics, OddSamplesCountAlikeAtEveryPlace) {
                 EXPECT_EQ(with(0.0F, kHMean), 0.0);
                 EXPECT_EQ(with(0.0F, kGMean), 0.0);
                 EXPECT_EQ(with(-2.0F, kGMean), 0.0);
-                EXPECT_EQ(with(kInfinityF, kGMean), kInfinity);
+                EXPECT_EQ(with(kInfinityF, kGMean), kInf);
                 EXPECT_TRUE(std::isnan(with(nan, kGMean)));
                 EXPECT_TRUE(std::isnan(with(nan, kHMean)));
                 EXPECT_EQ(with(1e-40F, kHMean), 0.0) << "its reciprocal is beyond single precision";
@@ -520,7 +520,7 @@ TEST(GeometricMean, IsWithinAUnitOfTheLastPlace) {
             for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
                 SamplePasses passes(level);
                 const double mean = passes.productOfRoots({x, 1}, 0);
-                const double unit = std::nextafter(mean, kInfinity) - mean;
+                const double unit = std::nextafter(mean, kInf) - mean;
                 ASSERT_LE(std::fabs(static_cast<double>(mean - exact)), unit) << n;
             }
         }

@@ -17,8 +17,6 @@ namespace {
 using ovanlys::FilterHead;
 using enum WeightingCurve;
 
-constexpr double kPi = std::numbers::pi;
-
 struct Analog {
     std::vector<double> corners;  // Hz
     int zeros;
@@ -36,7 +34,9 @@ Analog analogOf(WeightingCurve curve) {
 // the digital filter's magnitude is the analog formula's with corners and frequency warped alike.
 double warpedFormula(WeightingCurve curve, double f, double rate) {
     const auto warp = [&](double hertz) {
-        return 2.0 * std::tan(std::min(2.0 * kPi * hertz / rate, 0.86 * kPi) / 2.0);
+        return 2.0 *
+               std::tan(std::min(2.0 * std::numbers::pi * hertz / rate, 0.86 * std::numbers::pi) /
+                        2.0);
     };
     const Analog analog = analogOf(curve);
     const auto level = [&](double w) {
@@ -45,13 +45,13 @@ double warpedFormula(WeightingCurve curve, double f, double rate) {
             sum -= std::log10(std::hypot(w, warp(corner)));
         return 20.0 * sum;
     };
-    const double w = 2.0 * std::tan(kPi * f / rate);
-    const double reference = 2.0 * std::tan(kPi * 1000.0 / rate);
+    const double w = 2.0 * std::tan(std::numbers::pi * f / rate);
+    const double reference = 2.0 * std::tan(std::numbers::pi * 1000.0 / rate);
     return level(w) - level(reference);
 }
 
 double measured(const FilterHead& head, double f, double rate) {
-    const std::complex<double> z = std::polar(1.0, 2.0 * kPi * f / rate);
+    const std::complex<double> z = std::polar(1.0, 2.0 * std::numbers::pi * f / rate);
     std::complex<double> h = head.gain;
     for (int i = 0; i < head.zeroCount; ++i) {
         h *= z - std::complex(head.zeros[2 * i], head.zeros[2 * i + 1]);
@@ -133,7 +133,7 @@ TEST(WeightingFilter, ResponseIsTheAnalogFormulaWithWarpedCorners) {
 // The corner's angle stops at 0.86 pi, 0.43 of the rate: its pole is (1 - t) / (1 + t) with
 // t = tan(0.43 pi).
 TEST(WeightingFilter, CornersBeyondTheLimitSitAtIt) {
-    const double t = std::tan(0.43 * kPi);
+    const double t = std::tan(0.43 * std::numbers::pi);
     for (const double rate : {4000.0, 8000.0, 22050.0, 28000.0}) {
         const auto head = designed(a, rate);
         EXPECT_NEAR(head->poles[2 * 5], (1.0 - t) / (1.0 + t), 1e-14) << rate;

@@ -14,8 +14,8 @@ namespace {
 
 using test::Samples;
 
-constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
-constexpr double kInf = std::numeric_limits<double>::infinity();
+using test::kInf;
+using test::kNan;
 constexpr int kWindows[] = {0, 1, 2, 5, 30, 60};
 
 Samples fir(int kind, double rate, double f1, double f2, int length, int window = 0,

@@ -44,15 +44,16 @@ std::vector<Line> longTransform(const std::vector<Line>& samples) {
     return lines;
 }
 
-struct Spectrum {
-    explicit Spectrum(const Samples& samples) : re(samples), im(samples.size() / 2 + 1, -77.0) {}
+struct SplitSpectrum {
+    explicit SplitSpectrum(const Samples& samples)
+        : re(samples), im(samples.size() / 2 + 1, -77.0) {}
 
     Samples re;
     Samples im;
 };
 
-Spectrum transformed(const LaneFft& plan, const Samples& samples) {
-    Spectrum spectrum(samples);
+SplitSpectrum transformed(const LaneFft& plan, const Samples& samples) {
+    SplitSpectrum spectrum(samples);
     plan.forward(spectrum.re.data(), spectrum.im.data());
     return spectrum;
 }
@@ -79,7 +80,7 @@ TEST(LaneFft, IsAsExactAsItsRoundings) {
         Errors inverse;
         for (unsigned seed = 1; seed <= (n < 8192 ? 8 : 1); ++seed) {
             const Samples samples = noise<double>(n, seed);
-            Spectrum spectrum = transformed(plan, samples);
+            SplitSpectrum spectrum = transformed(plan, samples);
             const auto lines = longTransform({samples.begin(), samples.end()});
             for (std::size_t k = 0; k <= n / 2; ++k)
                 forward.add({spectrum.re[k], spectrum.im[k]}, lines[k]);
@@ -103,7 +104,7 @@ TEST(LaneFft, IsAsExactAsPocketFft) {
         for (unsigned seed = 1; seed <= (n < 8192 ? 16 : 1); ++seed) {
             const Samples samples = noise<double>(n, seed);
             const auto lines = longTransform({samples.begin(), samples.end()});
-            const Spectrum spectrum = transformed(plan, samples);
+            const SplitSpectrum spectrum = transformed(plan, samples);
             Samples packed = samples;
             other.exec(packed.data(), 1.0, true);
             for (std::size_t k = 1; k < n / 2; ++k) {
@@ -119,14 +120,14 @@ TEST(LaneFft, GivesTheSameBitsAtEveryInstructionSetLevel) {
     for (const std::size_t n : kLengths) {
         const Samples samples = noise<double>(n, 3);
         const LaneFft plain(n, vyn::KernelLevel::baseline);
-        Spectrum expected = transformed(plain, samples);
-        Spectrum expectedBack = expected;
+        SplitSpectrum expected = transformed(plain, samples);
+        SplitSpectrum expectedBack = expected;
         plain.inverse(expectedBack.re.data(), expectedBack.im.data());
         expected.re.resize(n / 2 + 1);
         for (const auto level : vyn::levelsOfThisMachine()) {
             const LaneFft plan(n, level);
-            Spectrum spectrum = transformed(plan, samples);
-            Spectrum back = spectrum;
+            SplitSpectrum spectrum = transformed(plan, samples);
+            SplitSpectrum back = spectrum;
             plan.inverse(back.re.data(), back.im.data());
             spectrum.re.resize(n / 2 + 1);
             EXPECT_EQ(spectrum.re, expected.re) << n;
@@ -140,7 +141,7 @@ TEST(LaneFft, PutsTheUnitPulseIntoAllLinesAlike) {
     for (const std::size_t n : kLengths) {
         Samples samples(n, 0.0);
         samples[0] = 1.0;
-        const Spectrum spectrum = transformed(LaneFft(n), samples);
+        const SplitSpectrum spectrum = transformed(LaneFft(n), samples);
         for (std::size_t k = 0; k <= n / 2; ++k) {
             ASSERT_EQ(spectrum.re[k], 1.0) << n << " line " << k;
             ASSERT_EQ(spectrum.im[k], 0.0) << n << " line " << k;
@@ -149,7 +150,7 @@ TEST(LaneFft, PutsTheUnitPulseIntoAllLinesAlike) {
 }
 
 TEST(LaneFft, OfSilenceIsZeroWithoutASign) {
-    const Spectrum spectrum = transformed(LaneFft(1024), Samples(1024, 0.0));
+    const SplitSpectrum spectrum = transformed(LaneFft(1024), Samples(1024, 0.0));
     for (std::size_t k = 0; k <= 512; ++k) {
         ASSERT_FALSE(std::signbit(spectrum.re[k])) << k;
         ASSERT_FALSE(std::signbit(spectrum.im[k])) << k;

@@ -21,14 +21,8 @@
 namespace ovanlys {
 namespace {
 
+using test::bits;
 using test::Samples;
-
-std::vector<std::uint32_t> bits(const std::vector<float>& samples) {
-    std::vector<std::uint32_t> result;
-    for (const float x : samples)  // one pattern for all NaNs
-        result.push_back(std::isnan(x) ? ~std::uint32_t{0} : std::bit_cast<std::uint32_t>(x));
-    return result;
-}
 
 // A data block and what came before it.
 struct Block {

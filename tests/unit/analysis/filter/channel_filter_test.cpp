@@ -20,15 +20,9 @@
 namespace ovanlys {
 namespace {
 
+using test::bits;
 using test::Filter;
 using test::Samples;
-
-std::vector<std::uint32_t> bits(const std::vector<float>& samples) {
-    std::vector<std::uint32_t> result;
-    for (const float x : samples)  // one pattern for all NaNs
-        result.push_back(std::isnan(x) ? ~std::uint32_t{0} : std::bit_cast<std::uint32_t>(x));
-    return result;
-}
 
 // As many filters as channels, all designed alike.
 class Bank {

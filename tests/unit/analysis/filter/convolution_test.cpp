@@ -21,8 +21,8 @@ namespace {
 using signals::noise;
 using test::Samples;
 
-constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
-constexpr double kInf = std::numeric_limits<double>::infinity();
+using test::kInf;
+using test::kNan;
 
 Samples convolved(const Samples& c, const Samples& x) {
     Samples y(c.size() + x.size() + 1, 9.0);

@@ -26,8 +26,8 @@ using signals::noise;
 using test::Filter;
 using test::Samples;
 
-constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
-constexpr double kInf = std::numeric_limits<double>::infinity();
+using test::kInf;
+using test::kNan;
 
 std::vector<std::uint64_t> bits(const Samples& samples) {
     std::vector<std::uint64_t> result;
