@@ -22,6 +22,7 @@ int main(int count, char** arguments) {
     drawOwnFrames();
     testing::InitGoogleTest(&count, arguments);
     if (count == 3 && std::string(arguments[1]) == "--pictures") {
+        ::SetProcessDPIAware();  // drawn at the screen's resolution, as in a host that says so
         dialog_test::writePictures(arguments[2]);
         return 0;
     }
