@@ -87,9 +87,8 @@ def picture(kind, measured):
     return "\n".join(parts + ["</svg>", ""])
 
 
-def main():
-    folder = Path(__file__).resolve().parents[1] / "figures"
-    folder.mkdir(exist_ok=True)
+def pictures():
+    """(file name, SVG) of every characteristic."""
     for kind, name in enumerate(TYPES):
         measured = []
         for mode in range(len(MODES)):
@@ -98,10 +97,16 @@ def main():
                 block = vp.Filter(kind="IIR", mode=mode, characteristic=kind, order=order,
                                   cutoff=CUTOFF, lower=LOWER, upper=UPPER, ripple=RIPPLE,
                                   attenuation=ATTENUATION)
-                responses.append(impulse_decibels(block, RATE, FREQUENCIES, seconds=0.25))
+                responses.append(impulse_decibels(block, RATE, FREQUENCIES))
             measured.append(responses)
-        path = folder / f"iir_{name.lower().replace(' ', '_')}.svg"
-        path.write_text(picture(kind, measured), encoding="utf-8")
+        yield f"iir_{name.lower().replace(' ', '_')}.svg", picture(kind, measured)
+
+
+def main():
+    folder = Path(__file__).resolve().parents[1] / "figures"
+    folder.mkdir(exist_ok=True)
+    for name, text in pictures():
+        (folder / name).write_text(text, encoding="utf-8")
 
 
 if __name__ == "__main__":

@@ -34,6 +34,7 @@ TABLE = [
     (10000, -2.5, -4.3, -4.4, 2.0, 3.0), (12500, -4.3, -6.1, -6.2, 2.0, 5.0),
     (16000, -6.6, -8.4, -8.5, 2.5, 16.0), (20000, -9.3, -11.1, -11.2, 3.0, None),
 ]
+PAGE = Path(__file__).resolve().parents[1] / "weighting.md"
 CURVES = ["A", "B", "C"]
 RATES = [4000, 8000, 10000, 11025, 12500, 12800, 16666.666666666, 20000, 22050, 25000, 25600,
          33333.3333333333, 40000, 44100, 48000, 50000, 51200, 80000, 88200, 96000, 100000, 102400,
@@ -60,7 +61,8 @@ def outside(row, deviation):
 
 
 def signed(deviation, digits):
-    return f"{deviation:+.{digits}f}".replace("-", "−")
+    text = f"{deviation:+.{digits}f}".replace("-", "−")
+    return text if text.strip("+−0.") else text.lstrip("+−")
 
 
 def verdict(deviations):
@@ -102,16 +104,16 @@ def detail(curve, measured):
     return "\n".join(lines)
 
 
-def main():
+def page():
+    """docs/weighting.md with its tables as measured."""
     measured = {(curve, rate): measure(curve, rate) for curve in CURVES for rate in RATES}
-    path = Path(__file__).resolve().parents[1] / "weighting.md"
-    page = path.read_text(encoding="utf-8")
+    text = PAGE.read_text(encoding="utf-8")
     for curve in CURVES:
-        page = replace_section(page, f"detail {curve}", detail(curve, measured))
+        text = replace_section(text, f"detail {curve}", detail(curve, measured))
         if curve != "B":
-            page = replace_section(page, f"summary {curve}", summary(curve, measured))
-    path.write_text(page, encoding="utf-8")
+            text = replace_section(text, f"summary {curve}", summary(curve, measured))
+    return text
 
 
 if __name__ == "__main__":
-    main()
+    PAGE.write_text(page(), encoding="utf-8")
