@@ -43,7 +43,7 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs DESTINATION ${document_folder} COMP
   PATTERN tools EXCLUDE PATTERN decisions* EXCLUDE PATTERN house.* EXCLUDE
   PATTERN python.md EXCLUDE)  # in no package yet
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${document_folder} COMPONENT runtime
-  FILES_MATCHING PATTERN *.toml PATTERN host EXCLUDE)
+  FILES_MATCHING PATTERN *.toml PATTERN *.wav PATTERN host EXCLUDE)
 if(NOT WIN32)
   foreach(page vynhost.1 vynhost-diagram.5)
     string(REGEX MATCH "[0-9]$" section ${page})

@@ -1,5 +1,6 @@
 """What stands in the recipes runs, and says what stands there."""
 
+import re
 import sys
 
 import pytest
@@ -24,3 +25,16 @@ def test_every_recipe_but_the_list_has_a_command_with_its_output():
 def test_a_command_that_fails_is_told():
     with pytest.raises(RuntimeError, match="ended with 3"):
         recipes.outputs("```sh\nexit 3\n```\n")
+
+
+def test_every_page_stands_in_the_sites_list():
+    listed = set(re.findall(r": ([\w/.-]+\.md)$", (ROOT / "mkdocs.yml").read_text(encoding="utf-8"), re.MULTILINE))
+    pages = {str(page.relative_to(ROOT)) for page in [*(ROOT / "docs").rglob("*.md"), *ROOT.glob("*.md")]}
+    assert listed == pages
+
+
+def test_every_block_has_its_diagram_and_its_picture():
+    stems = {page.stem for page in (ROOT / "docs/blocks").glob("TO*.md")}
+    assert stems == {diagram.stem for diagram in (ROOT / "examples/blocks").glob("*.toml")}
+    for stem in stems:
+        assert f"(../figures/{stem}.svg)" in (ROOT / f"docs/blocks/{stem}.md").read_text(encoding="utf-8")

@@ -2,6 +2,7 @@
 
 import difflib
 
+import block_figures
 import block_life
 import filter_designs
 import weighting as weighting_tables
@@ -64,6 +65,7 @@ def everything():
     made["docs/uncertainty.md"] = uncertainty.page({page.name: page.facts for page in pages})
     made["docs/weighting.md"] = weighting_tables.page()
     made |= {f"docs/figures/{name}": text for name, text in filter_designs.pictures()}
+    made |= {f"docs/figures/{name}": text for name, text in block_figures.pictures()}
     made["docs/figures/block_life.svg"] = block_life.picture()
     return made
 
