@@ -57,7 +57,7 @@ _ARGUMENTS = {
     "block_flow": [c.c_void_p, c.c_void_p, c.c_int64, c.c_void_p, c.c_int64, c.c_void_p, c.c_void_p],
     "block_finish": [c.c_void_p, c.c_void_p],
     "block_stop": [c.c_void_p],
-    "diagram_run": [c.c_char_p, c.c_void_p, c.c_void_p, c.c_int32, c.c_void_p, c.c_void_p, c.c_void_p],
+    "diagram_run": [c.c_char_p, c.c_void_p, c.c_void_p, c.c_int32, c.c_int64, c.c_void_p, c.c_void_p, c.c_void_p],
 }
 
 

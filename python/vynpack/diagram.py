@@ -43,12 +43,44 @@ class Diagram:
     ----------
     file : path
         A TOML file, as ``vynhost`` takes it.
+    memory : float
+        What a run may take for the data blocks that the diagram asks for, in GiB.
+
+    Raises
+    ------
+    InputError
+        When there is no such file.
+
+    Examples
+    --------
+    >>> import numpy as np, pathlib, tempfile, vynpack as vp
+    >>> folder = tempfile.TemporaryDirectory()
+    >>> file = pathlib.Path(folder.name, "rms.toml")
+    >>> _ = file.write_text('''
+    ... [source.x]
+    ... file = "x.wav"
+    ... block = 1000
+    ... [block.numbers]
+    ... type = "Statistik"
+    ... PkQMean = "on"
+    ... [wire]
+    ... "numbers.E" = "x"
+    ... [sink.table]
+    ... from = "numbers.A"
+    ... csv = "table.csv"
+    ... ''')
+    >>> results = vp.Diagram(file).run(x=np.repeat([3.0, 4.0], 1000), fs=1000)
+    >>> results["table"]["numbers.A"]["QMean"].tolist()
+    [3.0, 4.0]
     """
 
-    def __init__(self, file: str | os.PathLike[str]) -> None:
+    def __init__(self, file: str | os.PathLike[str], *, memory: float = 1.0) -> None:
         self.file = Path(file)
         if not self.file.is_file():
             raise InputError(f"{self.file}: there is no such file")
+        if not 0 < memory <= 2**20:  # the command line's bounds
+            raise InputError(f"memory is {memory}, allowed is above 0 and at most 1048576 GiB")
+        self.memory = memory
 
     def __repr__(self) -> str:
         return f"Diagram({str(self.file)!r})"
@@ -82,7 +114,7 @@ class Diagram:
         with tempfile.TemporaryDirectory(prefix="vynpack-") as folder:
             files = {name: self._file_of(name, recording, fs, Path(folder))
                      for name, recording in recordings.items()}
-            blocks, description = _run(self.file, files)
+            blocks, description = _run(self.file, files, max(1, int(self.memory * 2**30)))
         results = DiagramResults()
         results.notes = description["notes"]
         for sink in description["sinks"]:
@@ -118,7 +150,7 @@ def _write_wav(path: Path, signal: _Signal, name: str) -> None:
         signal.values.astype("<f4", copy=False).tofile(file)
 
 
-def _run(file: Path, files: dict[str, Path]) -> tuple[dict[int, list[Any]], Any]:
+def _run(file: Path, files: dict[str, Path], memory: int) -> tuple[dict[int, list[Any]], Any]:
     """The data blocks of each place, and the library's description of the places."""
     blocks: dict[int, list[Any]] = {}
 
@@ -129,7 +161,7 @@ def _run(file: Path, files: dict[str, Path]) -> tuple[dict[int, list[Any]], Any]
     listener = _Listener(take)
     names = (c.c_char_p * len(files))(*(name.encode() for name in files))
     paths = (c.c_char_p * len(files))(*(str(path).encode() for path in files.values()))
-    text = Library.get().text("diagram_run", str(file).encode(), names, paths, len(files), listener, None)
+    text = Library.get().text("diagram_run", str(file).encode(), names, paths, len(files), memory, listener, None)
     return blocks, json.loads(text)
 
 

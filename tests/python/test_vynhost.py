@@ -232,12 +232,22 @@ def test_a_sink_makes_levels_and_chooses_quantities(table_of, tmp_path, signals)
     assert any("24576 samples at 48000 Hz" in note for note in results.notes)
 
 
+def test_a_diagram_that_asks_for_much_memory_is_given_it_when_told_to(table_of, tmp_path, signals):
+    table_of(*DIAGRAMS["FIR filter"][:3])
+    with pytest.raises(vp.InputError, match=r"would take 1 MiB; a run may take 1 MiB \(memory raises that\)"):
+        vp.Diagram(tmp_path / "d.toml", memory=1e-6).run(fs=FS, x=signals, y=signals)
+    vp.Diagram(tmp_path / "d.toml", memory=0.01).run(fs=FS, x=signals, y=signals)
+    for memory in (0, -1, float("nan"), 2e6):
+        with pytest.raises(vp.InputError, match="allowed is above 0 and at most 1048576 GiB"):
+            vp.Diagram(tmp_path / "d.toml", memory=memory)
+
+
 def test_what_means_nothing_in_a_diagram_is_refused(table_of, tmp_path, signals):
     with pytest.raises(vp.InputError, match="there is no such file"):
         vp.Diagram(tmp_path / "none.toml")
     table_of(*DIAGRAMS["FIR filter"][:3])
     diagram = vp.Diagram(tmp_path / "d.toml")
-    with pytest.raises(vp.InputError, match="z=.*: no such source"):
+    with pytest.raises(vp.InputError, match="d.toml: there is no source z"):
         diagram.run(fs=FS, z=signals)
     with pytest.raises(vp.InputError, match="x: a recording's rate is 12.5 Hz, allowed is a whole number"):
         diagram.run(fs=12.5, x=signals)

@@ -19,8 +19,8 @@ void MemoryPart::refuse(std::uint64_t bytes, const char* what) const {
     constexpr std::uint64_t kWorthSaying = std::uint64_t{1} << 20;
     std::string text = std::string(what) + " would take " + memoryText(bytes);
     if (others >= kWorthSaying) text += " beside " + memoryText(others) + " of the rest";
-    throw InputError(
-        place_, text + "; a run may take " + memoryText(limit_.bytes_) + " (--memory raises that)");
+    throw InputError(place_, text + "; a run may take " + memoryText(limit_.bytes_) + " (" +
+                                 limit_.raisedBy_ + " raises that)");
 }
 
 }  // namespace vynhost

@@ -19,7 +19,9 @@ class MemoryLimit {
 public:
     static constexpr std::uint64_t kUsual = std::uint64_t{1} << 30;
 
-    explicit MemoryLimit(std::uint64_t bytes = kUsual) noexcept : bytes_(bytes) {}
+    // `raisedBy` is what whoever runs it writes to allow more.
+    explicit MemoryLimit(std::uint64_t bytes = kUsual, const char* raisedBy = "--memory") noexcept
+        : bytes_(bytes), raisedBy_(raisedBy) {}
     MemoryLimit(const MemoryLimit&) = delete;
     MemoryLimit& operator=(const MemoryLimit&) = delete;
 
@@ -29,6 +31,7 @@ private:
     friend class MemoryPart;
 
     std::uint64_t bytes_;
+    const char* raisedBy_;
     std::uint64_t taken_ = 0;
 };
 

@@ -2,6 +2,10 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <vector>
+
+#include "vynhost/base/text.h"
 #include "vynhost/diagram/diagram.h"
 #include "vynhost/run/runner.h"
 
@@ -10,7 +14,7 @@ namespace {
 
 using nlohmann::ordered_json;
 
-std::string textOf(Average average) {
+std::string nameOf(Average average) {
     switch (average) {
         case Average::mean: return "mean";
         case Average::power: return "power";
@@ -33,14 +37,28 @@ ordered_json jsonOf(const OutletInfo& outlet, int place) {
             {"overIntervals", outlet.overIntervals}};
 }
 
+// The runner would name the command line's option.
+void requireSources(const Diagram& diagram,
+                    const std::map<std::string, std::filesystem::path>& inputs) {
+    std::vector<std::string> names;
+    for (const SourceEntry& source : diagram.sources)
+        names.push_back(source.name);
+    for (const auto& input : inputs) {
+        if (std::ranges::find(names, input.first) != names.end()) continue;
+        throw InputError(textOf(diagram.file) + ": there is no source " + input.first +
+                         didYouMean(input.first, names));
+    }
+}
+
 }  // namespace
 
 std::string runDiagram(ModuleHost& host, const std::filesystem::path& file,
                        const std::map<std::string, std::filesystem::path>& inputs,
-                       const PlaceListener& take) {
+                       std::uint64_t memory, const PlaceListener& take) {
     const Diagram diagram = readDiagram(file);
     requireResults(diagram);
-    Runner runner(host, diagram, inputs);
+    requireSources(diagram, inputs);
+    Runner runner(host, diagram, inputs, memory, "memory");
     ordered_json sinks = ordered_json::array();
     int place = 0;
     for (const SinkEntry& sink : diagram.sinks) {
@@ -51,7 +69,7 @@ std::string runDiagram(ModuleHost& host, const std::filesystem::path& file,
             ++place;
         }
         sinks.push_back({{"name", sink.name},
-                         {"average", textOf(sink.average)},
+                         {"average", nameOf(sink.average)},
                          {"decibels", sink.decibels},
                          {"reference", sink.reference},
                          {"values", sink.values},

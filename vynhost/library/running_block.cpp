@@ -9,6 +9,7 @@
 #include "vynhost/base/text.h"
 #include "vynhost/diagram/block_settings.h"
 #include "vynhost/diagram/value_names.h"
+#include "vynhost/run/block_step.h"
 
 namespace vynhost {
 namespace {
@@ -46,20 +47,6 @@ void requireSound(const std::string& input, const vynhost_data& data) {
     }
 }
 
-// What lies at the connectors.
-struct Picture {
-    std::array<Handle, kMaxConnectors> inputs;
-    std::array<Handle, kMaxConnectors> outputs;
-    bool operator==(const Picture&) const = default;
-};
-
-Picture pictureOf(const PlacedBlock& block) {
-    const platform::View view(block.record());
-    SimulationRecord record;
-    std::memcpy(&record, view.address(), sizeof record);
-    return {record.inputData, record.outputData};
-}
-
 // The last setting of a keyword counts.
 std::vector<Setting> merged(std::vector<Setting> settings, std::vector<Setting> later) {
     for (Setting& setting : later) {
@@ -72,6 +59,19 @@ std::vector<Setting> merged(std::vector<Setting> settings, std::vector<Setting> 
 }
 
 }  // namespace
+
+vynhost_data dataOf(const ChannelHeader& head, const float* values, std::size_t count) {
+    return {.values = values,
+            .count = static_cast<std::int64_t>(count),
+            .x_start = head.xStart,
+            .x_step = head.xStep,
+            .display_minimum = head.displayMinimum,
+            .display_span = head.displaySpan,
+            .channels = head.channelCount,
+            .x_kind = head.xAxisKind,
+            .y_unit = head.yUnit,
+            .flags = head.axisFlags};
+}
 
 RunningBlock::Held::~Held() {
     view.reset();
@@ -139,21 +139,6 @@ void RunningBlock::start(std::uint32_t wired) {
     block_->initSim();
 }
 
-// What can be said about the settings only when the rate of the signal is known.
-void RunningBlock::checkAtRate(const vynhost_data& data) {
-    if (checkedAtRate_) return;
-    const bool milliseconds = data.x_kind == kMilliseconds;
-    if (!milliseconds && data.x_kind != kSeconds) return;
-    const double rate = (milliseconds ? 1000.0 : 1.0) / data.x_step;
-    const auto type = static_cast<std::int32_t>(block_->typeCode());
-    const KeywordValues values = valuesOf(*block_, entry_);
-    checkValuesAtRate(meaningOf(type), entry_, values, rate);
-    if (type == kDigitalFilter && values.is("PkFIRFilter", "IIR")) {
-        checkFilterDesign(*block_, entry_, rate);
-    }
-    checkedAtRate_ = true;
-}
-
 void RunningBlock::requireTakable(int input, const vynhost_data& data) {
     const auto index = static_cast<std::size_t>(input);
     if (!runs_) throw InputError(entry_.place, "no run has been started");
@@ -166,7 +151,7 @@ void RunningBlock::requireTakable(int input, const vynhost_data& data) {
         throw InputError(entry_.place, "the data block at input " + inputs_[index] +
                                            " still waits, no other one is taken");
     }
-    if (input == 0) checkAtRate(data);
+    if (input == 0 && !checkedAtRate_) checkedAtRate_ = checkAtRate(*block_, entry_, headOf(data));
 }
 
 void RunningBlock::put(int input, const vynhost_data& data) {
@@ -191,7 +176,7 @@ bool RunningBlock::step() {
     if (!runs_) throw InputError(entry_.place, "no run has been started");
     for (std::optional<Held>& held : held_)
         held.reset();
-    const Picture before = pictureOf(*block_);
+    const DataAtConnectors before = dataAtConnectors(*block_);
     const Int result = block_->simulate();
     if (result == kFailed) raise();
     if (result == kNotWired) {
@@ -201,7 +186,7 @@ bool RunningBlock::step() {
         }
         throw InputError(entry_.place, "every input must have data; missing: " + joined(open));
     }
-    return pictureOf(*block_) != before;
+    return dataAtConnectors(*block_) != before;
 }
 
 std::optional<vynhost_data> RunningBlock::take(int output) {
@@ -222,23 +207,12 @@ std::optional<vynhost_data> RunningBlock::take(int output) {
         head.xStep = interval.end - interval.begin;
     }
     const auto counted = static_cast<std::size_t>(std::max<std::int32_t>(head.valueCount, 0));
-    return vynhost_data{.values = reinterpret_cast<const float*>(address + kValuesOffset),
-                        .count = static_cast<std::int64_t>(std::min(room, counted)),
-                        .x_start = head.xStart,
-                        .x_step = head.xStep,
-                        .display_minimum = head.displayMinimum,
-                        .display_span = head.displaySpan,
-                        .channels = head.channelCount,
-                        .x_kind = head.xAxisKind,
-                        .y_unit = head.yUnit,
-                        .flags = head.axisFlags};
+    return dataOf(head, reinterpret_cast<const float*>(address + kValuesOffset),
+                  std::min(room, counted));
 }
 
 bool RunningBlock::finish() {
-    constexpr int kMostFollowers = 4;  // two intervals wait at most, of one sample each
-    if (!runs_ || !intervals_ || !intervals_->isComplete() || block_->waits(0)) return false;
-    if (++followers_ > kMostFollowers) return false;
-    return block_->put(0, intervals_->follower()) != Handle::none;
+    return runs_ && intervals_ && showIntervalEnd(*block_, *intervals_, followers_);
 }
 
 void RunningBlock::stop() {
@@ -263,12 +237,7 @@ std::vector<std::string> RunningBlock::waiting() const {
 // --- Errors ---------------------------------------------------------------------------------
 
 void RunningBlock::raise() {
-    block_->errorShow();
-    std::string text;
-    for (const Box& box : host_.takeBoxes()) {
-        if (text.empty()) text = onOneLine(box.text);  // the first says it
-    }
-    if (text.empty()) text = "failed without a message";
+    const std::string text = ownErrorText(*block_);
     const std::string& name = entry_.place.key;
     throw RunError(kBlockError, name.empty() ? text : name + ": " + text);
 }

@@ -19,6 +19,9 @@
 
 namespace vynhost {
 
+// A data block as the library lends it: `count` values that stay where they are.
+vynhost_data dataOf(const ChannelHeader& head, const float* values, std::size_t count);
+
 class RunningBlock {
 public:
     // Raises InputError for whatever a diagram's block would be refused for.
@@ -67,7 +70,6 @@ private:
     };
 
     void place(BlockEntry entry);
-    void checkAtRate(const vynhost_data& data);
     [[noreturn]] void raise();
 
     ModuleHost& host_;

@@ -11,6 +11,7 @@
 #include <thread>
 #include <utility>
 
+#include "vynhost/base/memory_limit.h"
 #include "vynhost/base/text.h"
 #include "vynhost/interface/installation.h"
 #include "vynhost/library/diagram_run.h"
@@ -133,20 +134,6 @@ std::vector<Setting> settingsOf(const vynhost_setting* settings, std::int32_t co
     for (std::int32_t i = 0; i < count; ++i)
         result.push_back(settingOf(required(settings + i, "the settings"), name));
     return result;
-}
-
-vynhost_data dataOf(const ChannelData& block) {
-    const ChannelHeader& head = block.header;
-    return {.values = block.values.data(),
-            .count = static_cast<std::int64_t>(block.values.size()),
-            .x_start = head.xStart,
-            .x_step = head.xStep,
-            .display_minimum = head.displayMinimum,
-            .display_span = head.displaySpan,
-            .channels = head.channelCount,
-            .x_kind = head.xAxisKind,
-            .y_unit = head.yUnit,
-            .flags = head.axisFlags};
 }
 
 void putOut(RunningBlock& running, vynhost_data* outputs, std::int32_t count) {
@@ -390,11 +377,15 @@ std::int32_t vynhost_block_stop(vynhost_block* block) {
 
 std::int32_t vynhost_diagram_run(const char* file, const char* const* sources,
                                  const char* const* recordings, std::int32_t count,
-                                 vynhost_listener take, void* user, const char** description) {
+                                 std::int64_t memory, vynhost_listener take, void* user,
+                                 const char** description) {
     return guarded([&] {
         OpenModule& module = theModule();
         const char*& result = required(description, "the place of the description");
         if (take == nullptr) throw InputError("the listener is missing");
+        if (memory < 0) throw InputError("memory is " + toText(memory) + ", allowed is 0 or more");
+        const std::uint64_t bytes =
+            memory == 0 ? MemoryLimit::kUsual : static_cast<std::uint64_t>(memory);
         std::map<std::string, std::filesystem::path> inputs;
         for (std::int32_t i = 0; i < count; ++i) {
             const char* name = required(sources + i, "the sources");
@@ -402,9 +393,10 @@ std::int32_t vynhost_diagram_run(const char* file, const char* const* sources,
             inputs.emplace(&required(name, "a source"),
                            pathOf(&required(recording, "a recording")));
         }
-        result = lent(runDiagram(module.host, pathOf(&required(file, "the file")), inputs,
+        result = lent(runDiagram(module.host, pathOf(&required(file, "the file")), inputs, bytes,
                                  [&](int place, const ChannelData& block) {
-                                     const vynhost_data data = dataOf(block);
+                                     const vynhost_data data = dataOf(
+                                         block.header, block.values.data(), block.values.size());
                                      take(user, place, &data);
                                  }));
     });

@@ -12,6 +12,7 @@
 #include "vynhost/diagram/catalogue.h"
 #include "vynhost/diagram/keyword_check.h"
 #include "vynhost/interface/placed_block.h"
+#include "vynhost/run/block_step.h"
 #include "vynhost/run/interrupt.h"
 #include "vynhost/run/level_intervals.h"
 #include "vynhost/run/source.h"
@@ -89,8 +90,9 @@ std::optional<std::size_t> indexOf(const std::vector<std::string>& names, const 
 }  // namespace
 
 Runner::Runner(ModuleHost& host, const Diagram& diagram,
-               const std::map<std::string, std::filesystem::path>& inputs, std::uint64_t memory)
-    : host_(host), diagram_(diagram), memory_(memory) {
+               const std::map<std::string, std::filesystem::path>& inputs, std::uint64_t memory,
+               const char* raisedBy)
+    : host_(host), diagram_(diagram), memory_(memory, raisedBy) {
     openSources(inputs);
     placeBlocks();
     wire();
@@ -398,19 +400,9 @@ bool Runner::targetsFree(const Outlet& outlet) {
     });
 }
 
-// What can be said about a block's settings only when the rate of its signal is known: before the
-// block has seen any data.
-void Runner::checkAtRate(Node& node, const ChannelHeader& header) {
-    if (std::exchange(node.checkedAtRate, true)) return;
-    const bool milliseconds = header.xAxisKind == kMilliseconds;
-    if (!milliseconds && header.xAxisKind != kSeconds) return;
-    const double rate = (milliseconds ? 1000.0 : 1.0) / header.xStep;
-    const BlockEntry& entry = *node.entry;
-    const KeywordValues values = node.values();
-    checkValuesAtRate(node.meaning(), entry, values, rate);
-    if (node.block->typeCode() == kDigitalFilter && values.is("PkFIRFilter", "IIR")) {
-        checkFilterDesign(*node.block, entry, rate);
-    }
+// Before the block has seen any data.
+void Runner::checkRateOnce(Node& node, const ChannelHeader& header) {
+    if (!std::exchange(node.checkedAtRate, true)) checkAtRate(*node.block, *node.entry, header);
 }
 
 // The block's bands say what its lines add up to, not whether there are any: between narrow bands
@@ -449,7 +441,7 @@ void Runner::findBandsWithoutLine(Node& node, const Outlet& from, const ChannelD
 
 void Runner::deliver(Outlet& outlet, const ChannelData& data) {
     for (const Target& target : outlet.targets) {
-        if (target.input == 0) checkAtRate(*target.node, data.header);
+        if (target.input == 0) checkRateOnce(*target.node, data.header);
         if (leavesOut(*target.node, target.input, data)) continue;
         if (target.input == 0) findBandsWithoutLine(*target.node, outlet, data);
         if (target.node->block->put(target.input, data) == Handle::none) {
@@ -513,18 +505,10 @@ bool Runner::feed(Feed& feed) {
 
 bool Runner::step(Node& node) {
     PlacedBlock& block = *node.block;
-    const auto picture = [&] {
-        std::vector<Handle> handles;
-        for (int i = 0; i < kMaxConnectors; ++i) {
-            handles.push_back(block.inputData(i));
-            handles.push_back(block.outputData(i));
-        }
-        return handles;
-    };
-    const std::vector<Handle> before = picture();
+    const DataAtConnectors before = dataAtConnectors(block);
     const Int result = block.simulate();
     if (!host_.boxes().empty() || result == kFailed) raiseBlockError(node);
-    return picture() != before;
+    return dataAtConnectors(block) != before;
 }
 
 bool Runner::handOn(Node& node) {
@@ -544,13 +528,8 @@ bool Runner::handOn(Node& node) {
     return moved;
 }
 
-// A level block puts out an interval when it sees that data follow. When none come any more, a
-// sample behind the data shows it the end of an interval that is complete; it belongs to no row.
 bool Runner::endInterval(Node& node) {
-    constexpr int kMostFollowers = 4;  // two intervals wait at most, of one sample each
-    if (!node.intervals || !node.intervals->isComplete() || node.block->waits(0)) return false;
-    if (++node.followers > kMostFollowers) return false;
-    return node.block->put(0, node.intervals->follower()) != Handle::none;
+    return node.intervals && showIntervalEnd(*node.block, *node.intervals, node.followers);
 }
 
 void Runner::noteRest(Node& node) {
@@ -574,16 +553,9 @@ void Runner::noteRest(Node& node) {
 }
 
 void Runner::raiseBlockError(Node& node) {
-    node.block->errorShow();
-    std::string text;
-    for (const Box& box : host_.takeBoxes()) {
-        if (!text.empty()) continue;  // the first says it
-        text = onOneLine(box.text);
-    }
-    if (text.empty()) text = "failed without a message";
     throw RunError(kBlockError, textOf(diagram_.file) + ":" +
                                     std::to_string(node.entry->place.line) + ": block." +
-                                    node.entry->name + ": " + text);
+                                    node.entry->name + ": " + ownErrorText(*node.block));
 }
 
 // What waits may hold up what lies before it; the last in line tells the reason.

@@ -33,10 +33,11 @@ struct OutletInfo {
 class Runner {
 public:
     // `inputs` replaces the files of sources, by name. Raises RunError for whatever in the diagram
-    // the module does not know, and for data blocks that take more than `memory`, in bytes.
+    // the module does not know, and for data blocks that take more than `memory`, in bytes;
+    // `raisedBy` is what the caller's user writes to allow more.
     Runner(ModuleHost& host, const Diagram& diagram,
            const std::map<std::string, std::filesystem::path>& inputs,
-           std::uint64_t memory = MemoryLimit::kUsual);
+           std::uint64_t memory = MemoryLimit::kUsual, const char* raisedBy = "--memory");
     ~Runner();
 
     // Raises RunError; the blocks are stopped in any case.
@@ -99,14 +100,14 @@ private:
     bool endInterval(Node& node);
     void noteRest(Node& node);
     static bool targetsFree(const Outlet& outlet);
-    static void checkAtRate(Node& node, const ChannelHeader& header);
+    static void checkRateOnce(Node& node, const ChannelHeader& header);
     static void findBandsWithoutLine(Node& node, const Outlet& from, const ChannelData& data);
     static void deliver(Outlet& outlet, const ChannelData& data);
     // True where the data is the short rest of a recording, which is in no spectrum.
     static bool leavesOut(Node& node, int input, const ChannelData& data);
     static bool endsInSpectra(const Node& node);
     void noteShortBlock(Node& node);
-    void raiseBlockError(Node& node);
+    [[noreturn]] void raiseBlockError(Node& node);
     void raiseIfDataWaits() const;
     static std::string whyNotTaken(const Node& node);
 

@@ -338,15 +338,25 @@ TEST_F(Library, ADiagramHandsItsDataBlocksToTheListener) {
     };
     const std::string name = textOf(file);
     const char* description = nullptr;
-    ASSERT_EQ(vynhost_diagram_run(name.c_str(), nullptr, nullptr, 0, take, &counts, &description),
-              VYNHOST_DONE)
-        << vynhost_error();
+    const auto runs = [&](const char* diagram, std::int64_t memory) {
+        return vynhost_diagram_run(diagram, nullptr, nullptr, 0, memory, take, &counts,
+                                   &description);
+    };
+    ASSERT_EQ(runs(name.c_str(), 0), VYNHOST_DONE) << vynhost_error();
     EXPECT_THAT(counts,
                 testing::UnorderedElementsAre(250, 250, 250, 250, 10125, 10125, 10125, 10125));
     EXPECT_THAT(description, HasSubstr(R"("place":1,"name":"s.S","unit":"V")"));
     EXPECT_FALSE(std::filesystem::exists("lines.csv"));
-    EXPECT_EQ(vynhost_diagram_run("none.toml", nullptr, nullptr, 0, take, &counts, &description),
-              VYNHOST_WRONG_INPUT);
+    EXPECT_EQ(runs("none.toml", 0), VYNHOST_WRONG_INPUT);
+    EXPECT_EQ(runs(name.c_str(), -1), VYNHOST_WRONG_INPUT);
+    EXPECT_STREQ(vynhost_error(), "memory is -1, allowed is 0 or more");
+    EXPECT_EQ(runs(name.c_str(), 1000), VYNHOST_WRONG_INPUT);
+    EXPECT_THAT(vynhost_error(), HasSubstr("a run may take 1 MiB (memory raises that)"));
+    const char* source = "nois";
+    EXPECT_EQ(
+        vynhost_diagram_run(name.c_str(), &source, &source, 1, 0, take, &counts, &description),
+        VYNHOST_WRONG_INPUT);
+    EXPECT_THAT(vynhost_error(), HasSubstr("there is no source nois, did you mean noise?"));
 }
 
 }  // namespace

@@ -149,12 +149,13 @@ typedef void (*vynhost_listener)(void* user, int32_t place, const vynhost_data* 
 
 /* Runs the diagram of this file as `vynhost run` does, `recordings` (files) in the place of those
  * of its `sources` (names), `count` of both. What comes to the sinks goes to `take` and into no
- * file; comparisons are not made. `description` is JSON: {"sinks": [{"name", "average", "decibels",
+ * file; comparisons are not made. `memory` is what the run may take for what the diagram asks for,
+ * in bytes; 0: 1 GiB. `description` is JSON: {"sinks": [{"name", "average", "decibels",
  * "reference", "values", "places": [{"place", "name", "unit", "degree", "hasLevel", "quantities",
  * "overIntervals"}]}], "notes": [...]}; valid until this thread's next call. */
 int32_t vynhost_diagram_run(const char* file, const char* const* sources,
-                            const char* const* recordings, int32_t count, vynhost_listener take,
-                            void* user, const char** description);
+                            const char* const* recordings, int32_t count, int64_t memory,
+                            vynhost_listener take, void* user, const char** description);
 
 #ifdef __cplusplus
 }
