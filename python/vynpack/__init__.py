@@ -11,6 +11,7 @@ The numbers are the module's own: a script, a notebook, ``vynhost`` and a measur
 same ones, to the last bit.
 """
 
+from . import dask
 from .batch import BatchSummary, batch
 from .blocks import (BLOCKS, OCTAVES, THIRD_OCTAVES, Average, Bands, Block, Classification,
                      DualSpectrum, Filter, InverseSpectrum, Level, Spectrum, Statistics, Weighting)
@@ -25,5 +26,5 @@ __version__ = "4.2.0"
 __all__ = ["BLOCKS", "OCTAVES", "THIRD_OCTAVES", "Average", "Axis", "Bands", "BatchSummary", "Block", "BlockError",
            "Classification", "Diagram", "DiagramResults", "DualSpectrum", "Filter", "InputError", "InverseSpectrum", "Level",
            "MissingPackage", "ModuleError", "Result", "Spectrum", "Statistics", "VynpackError",
-           "Weighting", "batch", "classify", "filter", "levels", "read", "spectrum", "statistics", "third_octaves",
+           "Weighting", "batch", "classify", "dask", "filter", "levels", "read", "spectrum", "statistics", "third_octaves",
            "transfer", "weight"]

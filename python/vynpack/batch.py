@@ -1,12 +1,9 @@
-"""Many recordings through one diagram: one after the other, or in several processes."""
+"""Many recordings through one diagram: one after the other, in processes, or on many machines."""
 
 from __future__ import annotations
 
-import csv
 import hashlib
-import io
 import itertools
-import json
 import multiprocessing
 import os
 import re
@@ -18,14 +15,13 @@ from dataclasses import dataclass
 from pathlib import Path
 from typing import Any
 
-import numpy as np
-
+from ._tables import row_of_error, rows_of_results, table_at
 from .diagram import Diagram
-from .errors import InputError, VynpackError
-from .result import Result
+from .errors import InputError, ModuleError, VynpackError
+from .result import MissingPackage, optional
 
-_COLUMNS = ("file", "sink", "connector", "block", "x", "quantity", "channel", "value", "unit", "error")
 _TRIES = 2  # alone, of a recording whose process has ended
+_AHEAD = 4  # recordings on their way per thread of a cluster
 
 
 @dataclass(frozen=True)
@@ -47,25 +43,32 @@ class BatchSummary:
 
 
 def batch(files: Iterable[str | os.PathLike[str]], diagram: str | os.PathLike[str], *,
-          out: str | os.PathLike[str], source: str | None = None, workers: int = 0) -> BatchSummary:
+          out: str | os.PathLike[str], source: str | None = None, workers: int = 0,
+          client: Any = None, memory: float = 1.0) -> BatchSummary:
     """Runs a diagram over many recordings and writes one table of what comes to its sinks.
 
     Parameters
     ----------
     files : iterable of path
-        The recordings.
+        The recordings; one that is named twice runs once.
     diagram : path
         A diagram file.
     out : path
-        The table, CSV: a row per value, with file, sink, connector, block, x, quantity, channel, value and
-        unit; a recording that fails is one row with its error. Rows stand in the order of `files`, whatever
-        the number of workers. Beside it lies ``OUT.done``, by which a later call goes on where this one
-        ended: a recording of the same name and bytes is not run again.
+        The table: a row per value, with file, sink, connector, block, x, quantity, channel, value and
+        unit; a recording that fails is one row with its error. Rows stand in the order of `files`,
+        however many work on them. CSV, or, with the suffix ".parquet", a folder with a Parquet file per
+        recording (packages pandas and pyarrow). Beside it lies ``OUT.done``, by which a later call goes
+        on where this one ended: a recording of the same name and bytes is not run again.
     source : str, optional
         The source whose file is replaced; not needed where the diagram has one source.
     workers : int
         Processes; 0 runs in this one. A script that asks for processes needs the usual
         ``if __name__ == "__main__":``.
+    client : distributed.Client, optional
+        A Dask cluster in the place of `workers`. Its workers find recordings and diagram under the same
+        names, and have this package; one thread each, since a process works on one recording at a time.
+    memory : float
+        As for `Diagram`.
 
     Returns
     -------
@@ -76,21 +79,54 @@ def batch(files: Iterable[str | os.PathLike[str]], diagram: str | os.PathLike[st
     InputError
         For a table that no batch, or one with another diagram, has written, and for a recording that has
         changed since its rows were written.
+    ModuleError
+        When module or library are missing where a recording is analysed.
+    MissingPackage
+        For Parquet files without pandas and pyarrow, and for a client without distributed.
+
+    Examples
+    --------
+    >>> import pathlib, tempfile, vynpack as vp
+    >>> folder = pathlib.Path(tempfile.mkdtemp())
+    >>> _ = (folder / "d.toml").write_text('[source.x]\\nfile = "x.wav"\\n[sink.s]\\nfrom = "x"\\ncsv = "s.csv"\\n')
+    >>> vp.batch([folder / "none.wav"], folder / "d.toml", out=folder / "table.csv").failed
+    1
+    >>> (folder / "table.csv").read_text().splitlines()[0]
+    'file,sink,connector,block,x,quantity,channel,value,unit,error'
     """
     if workers < 0:
         raise InputError(f"workers is {workers}, allowed is 0 or more")
+    if client is not None and workers:
+        raise InputError("workers are processes of this machine, a client has workers of its own; give one of them")
     file = Path(diagram)
-    Diagram(file)  # it is there
+    Diagram(file, memory=memory)  # it is there
     name = source if source is not None else _only_source(file)
-    table = _Table(Path(out), _digest(str(file)))
-    done = failed = 0
+    table = table_at(Path(out), _digest(str(file)))
+    done = skipped = failed = 0
     with table:
-        todo = (job for job in map(_job, files) if not table.holds(*job))
-        analysed = _one_by_one(todo, file, name) if workers == 0 else _in_processes(todo, file, name, workers)
-        for (recording, digest), (rows, error) in analysed:
-            table.add(recording, digest, rows)
-            done, failed = done + (not error), failed + error
-    return BatchSummary(done, table.skipped, failed, table.path)
+        jobs = (_Job(recording, str(file), name, memory, table.form, table.held(recording))
+                for recording in _once(map(str, files)))
+        if client is not None:
+            analysed = _on_cluster(jobs, client)
+        else:
+            analysed = _one_by_one(jobs) if workers == 0 else _in_processes(jobs, workers)
+        for job, outcome in analysed:
+            if outcome.rows is None:
+                if outcome.digest != job.held:
+                    raise InputError(f"{job.recording}: has changed since its rows in {table.path} were written")
+                skipped += 1
+                continue
+            table.add(job.recording, outcome.digest, outcome.rows)
+            done, failed = done + (not outcome.failed), failed + outcome.failed
+    return BatchSummary(done, skipped, failed, table.path)
+
+
+def _once(names: Iterable[str]) -> Iterator[str]:
+    seen: set[str] = set()
+    for name in names:
+        if name not in seen:
+            seen.add(name)
+            yield name
 
 
 def _only_source(file: Path) -> str:
@@ -112,88 +148,63 @@ def _digest(recording: str) -> str:
     return digest.hexdigest()
 
 
-_Job = tuple[str, str]  # recording, digest
-_Rows = tuple[str, bool]  # as the table has them, whether they are an error
+# --- One recording -------------------------------------------------------------------------------
+
+@dataclass(frozen=True)
+class _Job:
+    recording: str
+    diagram: str
+    source: str
+    memory: float
+    form: str
+    held: str | None  # the digest of the recording whose rows the table has
 
 
-def _job(recording: str | os.PathLike[str]) -> _Job:
-    return str(recording), _digest(str(recording))
+@dataclass(frozen=True)
+class _Outcome:
+    digest: str
+    rows: bytes | None = None  # none: the table has some
+    failed: bool = False
 
 
-class _Table:
-    """The table and the list of what it holds; a recording's rows are in both or in none."""
-
-    def __init__(self, path: Path, diagram: str) -> None:
-        self.path, self.skipped = path, 0
-        self._list_path = path.with_name(path.name + ".done")
-        self._diagram = diagram
-        self._held: dict[str, str] = {}
-        self._end = self._list_end = 0
-        if not self._list_path.exists():
-            if path.exists():
-                raise InputError(f"{path}: is there already, and no batch has written it")
-            return
-        for line in self._list_path.read_bytes().splitlines(keepends=True):
-            if not line.endswith(b"\n"):
-                break  # cut short
-            try:
-                entry = json.loads(line)
-                self._held[entry["file"]], self._end = entry["digest"], int(entry["end"])
-            except (ValueError, KeyError, TypeError) as error:
-                raise InputError(f"{self._list_path}: is no list of a batch") from error
-            self._list_end += len(line)
-            if entry["diagram"] != diagram:
-                raise InputError(f"{path}: has been written with another diagram")
-        if not path.exists() or path.stat().st_size < self._end:
-            raise InputError(f"{path}: is shorter than its list {self._list_path} says")
-
-    def __enter__(self) -> _Table:
-        self._file = open(self.path, "a+b")
-        self._list = open(self._list_path, "ab")
-        self._list.truncate(self._list_end)
-        self._file.truncate(self._end)  # rows of a recording that was not finished
-        if self._end == 0:
-            self._file.write((",".join(_COLUMNS) + "\n").encode())
-        return self
-
-    def __exit__(self, *_: object) -> None:
-        self._file.close()
-        self._list.close()
-
-    def holds(self, recording: str, digest: str) -> bool:
-        if recording not in self._held:
-            return False
-        if self._held[recording] != digest:
-            raise InputError(f"{recording}: has changed since its rows in {self.path} were written")
-        self.skipped += 1
-        return True
-
-    def add(self, recording: str, digest: str, rows: str) -> None:
-        self._file.write(rows.encode())
-        self._file.flush()
-        entry = {"file": recording, "digest": digest, "diagram": self._diagram, "end": self._file.tell()}
-        self._list.write(json.dumps(entry).encode() + b"\n")
-        self._list.flush()
-        self._held[recording] = digest
+def _analyse(job: _Job) -> _Outcome:
+    """The table's rows of one recording, or its error as a row; where it is read, not where it is written."""
+    digest = _digest(job.recording)
+    if job.held is not None:
+        return _Outcome(digest)
+    recordings: dict[str, Any] = {job.source: Path(job.recording)}
+    try:
+        results = Diagram(job.diagram, memory=job.memory).run(**recordings)
+        return _Outcome(digest, rows_of_results(job.form, job.recording, results))
+    except (ModuleError, MissingPackage):
+        raise  # it is not the recording
+    except (VynpackError, OSError, MemoryError) as error:
+        return _Outcome(digest, row_of_error(job.form, job.recording, str(error) or type(error).__name__), True)
 
 
-def _one_by_one(jobs: Iterator[_Job], diagram: Path, source: str) -> Iterator[tuple[_Job, _Rows]]:
+def _ended(job: _Job, what: str) -> _Outcome:
+    text = f"the {what} that analysed it has ended, again and again"
+    return _Outcome(_digest(job.recording), row_of_error(job.form, job.recording, text), True)
+
+
+# --- Many: each gives the outcomes in the order of the jobs -----------------------------------------
+
+def _one_by_one(jobs: Iterator[_Job]) -> Iterator[tuple[_Job, _Outcome]]:
     for job in jobs:
-        yield job, _analyse(job[0], str(diagram), source)
+        yield job, _analyse(job)
 
 
-def _in_processes(jobs: Iterator[_Job], diagram: Path, source: str,
-                  workers: int) -> Iterator[tuple[_Job, _Rows]]:
-    """In the order of the jobs; of a process that ends nothing is lost but its time."""
+def _in_processes(jobs: Iterator[_Job], workers: int) -> Iterator[tuple[_Job, _Outcome]]:
+    """Of a process that ends nothing is lost but its time."""
     context = multiprocessing.get_context("spawn")
     left = deque(itertools.islice(jobs, 2 * workers))
     while left:
         with ProcessPoolExecutor(workers, context) as pool:
-            def submit(job: _Job) -> Future[_Rows]:
+            def submit(job: _Job) -> Future[_Outcome]:
                 try:
-                    return pool.submit(_analyse, job[0], str(diagram), source)
+                    return pool.submit(_analyse, job)
                 except BrokenProcessPool as error:
-                    broken: Future[_Rows] = Future()
+                    broken: Future[_Outcome] = Future()
                     broken.set_exception(error)
                     return broken
 
@@ -202,58 +213,57 @@ def _in_processes(jobs: Iterator[_Job], diagram: Path, source: str,
             while running:
                 job, future = running.popleft()
                 try:
-                    rows = future.result()
+                    outcome = future.result()
                 except BrokenProcessPool:
                     left.extend((job, *(other for other, _ in running)))
                     break
-                yield job, rows
+                yield job, outcome
                 running.extend((following, submit(following)) for following in itertools.islice(jobs, 1))
         # Whose recording ended the process shows when each runs alone.
         for job in left:
-            yield job, _alone(job, diagram, source, context)
+            yield job, _alone(job, context)
         left = deque(itertools.islice(jobs, 2 * workers))
 
 
-def _alone(job: _Job, diagram: Path, source: str, context: Any) -> _Rows:
+def _alone(job: _Job, context: Any) -> _Outcome:
     for _ in range(_TRIES):
         with ProcessPoolExecutor(1, context) as pool:
             try:
-                return pool.submit(_analyse, job[0], str(diagram), source).result()
+                return pool.submit(_analyse, job).result()
             except BrokenProcessPool:
                 continue
-    return _error(job[0], "the process that analysed it has ended, again and again")
+    return _ended(job, "process")
 
 
-def _analyse(recording: str, diagram: str, source: str) -> _Rows:
-    """The table's rows of one recording; or its error, as a row."""
-    text = io.StringIO()
-    rows = csv.writer(text, lineterminator="\n")
+def _on_cluster(jobs: Iterator[_Job], client: Any) -> Iterator[tuple[_Job, _Outcome]]:
+    """The scheduler runs the recordings of a lost worker again, elsewhere."""
+    distributed = optional("distributed", "batch(client=...)")
+    if client.asynchronous:
+        raise InputError("the client is asynchronous; batch needs one that waits")
+    running: deque[tuple[_Job, Any]] = deque()
+
+    def fill() -> None:
+        threads = max(1, sum(client.nthreads().values()))
+        running.extend((job, client.submit(_analyse, job, pure=False))
+                       for job in itertools.islice(jobs, max(0, _AHEAD * threads - len(running))))
+
+    fill()
     try:
-        recordings: dict[str, Any] = {source: Path(recording)}
-        results = Diagram(diagram).run(**recordings)
-        for sink, places in results.items():
-            for connector, result in places.items():
-                rows.writerows(_rows_of(recording, sink, connector, result))
-    except (VynpackError, OSError) as error:
-        return _error(recording, str(error))
-    return text.getvalue(), False
-
-
-def _error(recording: str, what: str) -> _Rows:
-    text = io.StringIO()
-    empty = [""] * (len(_COLUMNS) - 2)
-    csv.writer(text, lineterminator="\n").writerow([recording, *empty, " ".join(what.split())])
-    return text.getvalue(), True
-
-
-def _rows_of(recording: str, sink: str, connector: str, result: Result) -> Iterator[tuple[Any, ...]]:
-    columns: dict[str, Any] = {}
-    places = np.indices(result.values.shape).reshape(len(result.axes), -1)
-    for axis, place in zip(result.axes, places):
-        column = axis.name if axis.name in ("block", "quantity", "channel") else "x"
-        columns[column] = axis.values[place].tolist()
-    values = [str(value) for value in result.values.ravel()]  # the shortest that reads back the same
-    none = itertools.repeat("")
-    return zip(itertools.repeat(recording, len(values)), itertools.repeat(sink), itertools.repeat(connector),
-               columns.get("block", none), columns.get("x", none), columns.get("quantity", none),
-               columns.get("channel", none), values, itertools.repeat(result.unit), none)
+        while running:
+            job, future = running[0]
+            try:
+                outcome = future.result()
+            except distributed.KilledWorker:
+                # The scheduler blames whatever was on workers that were lost too often; whose recording it
+                # was shows when each runs alone.
+                distributed.wait([other for _, other in running])
+                try:
+                    outcome = client.submit(_analyse, job, pure=False).result()
+                except distributed.KilledWorker:
+                    outcome = _ended(job, "worker")
+            running.popleft()
+            yield job, outcome
+            del future
+            fill()
+    finally:
+        client.cancel([future for _, future in running])

@@ -108,6 +108,9 @@ class Block:
         self._runs = False
         self._look_at_connectors()
 
+    def __reduce__(self) -> tuple[Any, ...]:
+        return _restored, (type(self), self.record)
+
     def __del__(self) -> None:
         # A process that was forked off only has a picture of the block.
         if getattr(self, "_handle", None) is not None and self._owner == os.getpid():
@@ -116,6 +119,14 @@ class Block:
     def __repr__(self) -> str:
         given = ((name, self.get(name)) for name in self.keywords)
         return f"{type(self).__name__}({', '.join(f'{n}={v!r}' for n, v in given if v is not None)})"
+
+    @property
+    def stateless(self) -> bool:
+        """Whether what comes out of a data block depends on that data block alone.
+
+        Such data blocks may be worked on in any order, and at the same time: see `vynpack.dask`.
+        """
+        return False
 
     # --- Settings ---
     def _settings(self, settings: dict[str, Any]) -> Any:
@@ -141,7 +152,23 @@ class Block:
         return settings_array(rows)
 
     def get(self, name: str) -> str | int | float | bool | None:
-        """The value of a setting; None where it does not read back or has no name."""
+        """The value of a setting.
+
+        Parameters
+        ----------
+        name : str
+            As in `keywords`, or the host's own name of the keyword.
+
+        Returns
+        -------
+        str, int, float, bool or None
+            None where it does not read back or its value has no name.
+
+        Raises
+        ------
+        InputError
+            For a name that is none.
+        """
         value = Setting()
         keyword = self.keywords.get(name, name)
         self._library.call("block_get", self._handle, keyword.encode(), c.byref(value))
@@ -153,7 +180,18 @@ class Block:
         return int(value.integer) if value.kind == 1 else None
 
     def set(self, **settings: Any) -> None:
-        """Changes settings between runs; when one is refused, all stay as they were."""
+        """Changes settings between runs; when one is refused, all stay as they were.
+
+        Parameters
+        ----------
+        **settings
+            As for the class; ``None`` changes nothing.
+
+        Raises
+        ------
+        InputError
+            For a name or value that the host's table refuses, and during a run.
+        """
         rows = self._settings(settings)
         self._library.call("block_set", self._handle, rows, len(rows))
         self._look_at_connectors()
@@ -169,7 +207,13 @@ class Block:
 
     @classmethod
     def table(cls) -> list[dict[str, str]]:
-        """The host's table of the keywords: name, says, unit, allowed."""
+        """The host's table of the keywords.
+
+        Returns
+        -------
+        list of dict
+            A row each: "name", "says", "unit" and "allowed".
+        """
         return Library.get().keywords(cls.type_code)
 
     # --- Connectors ---
@@ -198,6 +242,11 @@ class Block:
             Unit of the values, such as "Pa".
         wired : iterable of int
             Which inputs data will come to, by their places from 0.
+
+        Raises
+        ------
+        InputError
+            For a rate that is none.
         """
         if fs is not None and not (np.isfinite(fs) and fs > 0):
             raise InputError(f"fs is {fs}, allowed is above 0 Hz")
@@ -256,7 +305,13 @@ class Block:
         return results
 
     def finish(self) -> list[Result]:
-        """What is still to come when no more data follow."""
+        """What is still to come when no more data follow.
+
+        Returns
+        -------
+        list of Result
+            Level intervals that are complete; of other blocks nothing.
+        """
         more = c.c_int32(1)
         results: list[Result] = []
         while True:
@@ -283,6 +338,11 @@ class Block:
         Result
             Each data block that comes out.
 
+        Raises
+        ------
+        InputError, BlockError
+            As for `feed`.
+
         Examples
         --------
         >>> import numpy as np, vynpack as vp
@@ -306,10 +366,24 @@ class Block:
                  unit: str = "") -> Result:
         """One run over one data block per input.
 
+        Parameters
+        ----------
+        *inputs : array_like or Result
+            One per input, (samples,) or (samples, channels).
+        fs, start, unit
+            As for `start`.
+
         Returns
         -------
         Result
             What came out; where that is several data blocks, they lie behind one another.
+
+        Raises
+        ------
+        InputError
+            For an array or rate that makes no sense, and for settings that do not fit the rate.
+        BlockError
+            When the block reports an error, and when nothing comes out.
         """
         results = list(self.stream(*([one] for one in inputs), fs=fs, start=start, unit=unit))
         if not results:
@@ -322,6 +396,27 @@ class Block:
 
         One call of the library, without Python's lock; the run is that of data blocks of `block`
         samples. Other blocks are streamed.
+
+        Parameters
+        ----------
+        x : array_like or Result
+            (samples,) or (samples, channels).
+        fs, start, unit
+            As for `start`.
+        block : int
+            Samples of a data block.
+
+        Returns
+        -------
+        Result
+            Of the signal's shape, float32.
+
+        Raises
+        ------
+        InputError
+            For an array or rate that makes no sense, and for settings that do not fit the rate.
+        BlockError
+            When the block reports an error, and when it gives another number of samples.
         """
         self.start(fs, start=start, unit=unit)
         try:
@@ -494,6 +589,10 @@ def _squared(unit: str) -> str:
     return f"{unit}²" if unit.isalpha() else f"({unit})²" if unit else ""
 
 
+def _restored(kind: type[Block], record: bytes) -> Block:
+    return kind(record=record)
+
+
 class Spectrum(Block):
     """Spectra of time signals (block type 5004, "FFT").
 
@@ -539,6 +638,11 @@ class Spectrum(Block):
         super().__init__(record, amplitude=amplitude, window=window, correction=correction,
                          window_parameter=window_parameter, phase=phase)
 
+    @property
+    def stateless(self) -> bool:
+        """Always."""
+        return True
+
     def _unit_of(self, head: Head) -> str:
         unit = super()._unit_of(head)
         if head.y_unit == _POWER and self._amplitude == "PSD":
@@ -576,6 +680,11 @@ class InverseSpectrum(Block):
 
     def __init__(self, *, record: bytes | None = None) -> None:
         super().__init__(record)
+
+    @property
+    def stateless(self) -> bool:
+        """Always."""
+        return True
 
     def _inputs_of(self, given: int) -> int:
         return 2
@@ -667,6 +776,11 @@ class DualSpectrum(Block):
                          window_parameter=window_parameter, reset=reset, reset_count=reset_count,
                          data_on_reset=data_on_reset, output_channel_mode=output_channel_mode)
 
+    @property
+    def stateless(self) -> bool:
+        """Without averages; the coherence is one, always."""
+        return self.get("average") == "NO" and not self.get("coherence")
+
     def _result(self, place: int, row: Data) -> Result:
         result = super()._result(place, row)
         if self.outputs[place] not in ("P", "K"):
@@ -706,6 +820,11 @@ class Bands(Block):
     def __init__(self, *, analysis: str | None = None, a_weighting: bool | None = None,
                  record: bytes | None = None) -> None:
         super().__init__(record, analysis=analysis, a_weighting=a_weighting)
+
+    @property
+    def stateless(self) -> bool:
+        """Always."""
+        return True
 
 
 class Statistics(Block):
@@ -754,6 +873,11 @@ class Statistics(Block):
         if outputs_each is not None:
             chosen["output"] = "an output per measure" if outputs_each else "one output"
         super().__init__(record, **chosen)
+
+    @property
+    def stateless(self) -> bool:
+        """Without the measure "total_sum", which goes on over the run."""
+        return not self.get("total_sum")
 
     def _look_at_connectors(self) -> None:
         super()._look_at_connectors()
@@ -945,6 +1069,11 @@ class Weighting(Block):
     def __init__(self, *, curve: str | None = None, record: bytes | None = None) -> None:
         super().__init__(record, curve=curve)
 
+    @property
+    def stateless(self) -> bool:
+        """With the curve "linear"; the others are filters of time signals."""
+        return self.get("curve") == "linear"
+
 
 class Level(Block):
     """Sound levels of a pressure signal in Pa (block type 5009, "Pegelberechnung").
@@ -997,7 +1126,27 @@ class Level(Block):
 
     def __call__(self, *inputs: Input, fs: float | None = None, start: float = 0.0,
                  unit: str = "") -> Result:
-        """One run; gives the quantities of all intervals over the intervals' ends."""
+        """One run over one data block.
+
+        Parameters
+        ----------
+        *inputs : array_like or Result
+            The pressure signal in Pa, (samples,) or (samples, channels).
+        fs, start, unit
+            As for `start`.
+
+        Returns
+        -------
+        Result
+            (time, quantity) or (time, quantity, channel): times are the ends of the intervals.
+
+        Raises
+        ------
+        InputError
+            For an array or rate that makes no sense, and for settings that do not fit the rate.
+        BlockError
+            When the block reports an error, and when the signal fills no interval.
+        """
         results = list(self.stream(*([one] for one in inputs), fs=fs, start=start, unit=unit))
         if not results:
             raise BlockError("Level: the signal fills no interval; a higher rate has shorter ones")

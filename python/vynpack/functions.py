@@ -117,6 +117,13 @@ def spectrum(x: Input, fs: float | None = None, *, block: int | None = None, amp
     Result
         (frequency,) or (frequency, channel): float32 of one data block, float64 of a mean.
 
+    Raises
+    ------
+    InputError
+        For a signal, a rate or a setting that makes no sense, and for a signal shorter than a data block.
+    BlockError
+        When a block reports an error; the text is its own.
+
     Examples
     --------
     >>> import numpy as np, vynpack as vp
@@ -157,6 +164,13 @@ def third_octaves(x: Input, fs: float | None = None, *, octaves: bool = False,
     -------
     Result
         (band,) or (band, channel), with nominal centre frequencies in Hz.
+
+    Raises
+    ------
+    InputError
+        For a signal, a rate or a setting that makes no sense, and for a signal shorter than a data block.
+    BlockError
+        When a block reports an error; the text is its own.
 
     Examples
     --------
@@ -199,6 +213,13 @@ def transfer(x: Input, y: Input, fs: float | None = None, *, method: str = "H1",
         (frequency,) or (frequency, channel), complex64; ``.coherence`` from 0 to 1. H0 and H2 are
         the conjugates of the frequency response, as the block computes them.
 
+    Raises
+    ------
+    InputError
+        For a signal, a rate or a setting that makes no sense, for signals of two shapes, and for signals shorter than a data block.
+    BlockError
+        When a block reports an error; the text is its own.
+
     Examples
     --------
     >>> import numpy as np, vynpack as vp
@@ -229,6 +250,13 @@ def weight(x: Input, fs: float | None = None, curve: str = "A", *, unit: str = "
     -------
     Result
         (time,) or (time, channel), float32.
+
+    Raises
+    ------
+    InputError
+        For a signal, a rate or a setting that makes no sense.
+    BlockError
+        When a block reports an error; the text is its own.
 
     Examples
     --------
@@ -268,6 +296,13 @@ def filter(x: Input, fs: float | None = None, mode: str = "low pass", *,
     -------
     Result
         (time,) or (time, channel), float32. An FIR filter delays by (taps - 1) / 2 samples.
+
+    Raises
+    ------
+    InputError
+        For a signal, a rate or a setting that makes no sense.
+    BlockError
+        When a block reports an error; the text is its own.
 
     Examples
     --------
@@ -318,6 +353,13 @@ def levels(x: Input, fs: float | None = None, *, weighting: str | None = "A", ti
         (time, quantity) or (time, quantity, channel): times are the ends of the intervals.
         Samples that fill no interval at the end are in none.
 
+    Raises
+    ------
+    InputError
+        For a signal, a rate or a setting that makes no sense, and for a signal that fills no interval.
+    BlockError
+        When a block reports an error; the text is its own.
+
     Examples
     --------
     >>> import numpy as np, vynpack as vp
@@ -338,7 +380,7 @@ def levels(x: Input, fs: float | None = None, *, weighting: str | None = "A", ti
     return worker._joined(results)
 
 
-def classify(x: Input, fs: float | None = 1.0, *, classes: int = 20, begin: float | None = None,
+def classify(x: Input, fs: float | None = None, *, classes: int = 20, begin: float | None = None,
              end: float | None = None, method: str = "samples", calculation: str = "absolute",
              reference: float | None = None, hysteresis: float | None = None,
              unit: str = "") -> Result:
@@ -348,8 +390,8 @@ def classify(x: Input, fs: float | None = 1.0, *, classes: int = 20, begin: floa
     ----------
     x, unit
         As for `spectrum`.
-    fs : float
-        Sample rate in Hz: dwell times are in its seconds.
+    fs : float, optional
+        Sample rate in Hz: dwell times are in its seconds. Of an array 1 when missing.
     classes : int
         Number of classes.
     begin, end : float, optional
@@ -367,6 +409,13 @@ def classify(x: Input, fs: float | None = 1.0, *, classes: int = 20, begin: floa
     Result
         (class,) or (class, channel); the axis has the classes' lower limits.
 
+    Raises
+    ------
+    InputError
+        For a signal, a rate or a setting that makes no sense, and for a signal without a finite value when a limit is missing.
+    BlockError
+        When a block reports an error; the text is its own.
+
     Examples
     --------
     >>> import vynpack as vp
@@ -374,7 +423,7 @@ def classify(x: Input, fs: float | None = 1.0, *, classes: int = 20, begin: floa
     >>> counts.x.tolist(), counts.values.tolist()
     ([0.5, 1.5, 2.5], [1.0, 2.0, 3.0])
     """
-    signal = _Signal(x, fs, unit)
+    signal = _Signal(x, 1.0 if fs is None and not isinstance(x, Result) else fs, unit)
     if classes < 1:
         raise InputError(f"classes is {classes}, allowed is 1 or more")
     if begin is None or end is None:
@@ -392,15 +441,17 @@ def classify(x: Input, fs: float | None = 1.0, *, classes: int = 20, begin: floa
     return worker(signal.values, **signal.options())
 
 
-def statistics(x: Input, fs: float | None = 1.0, *,
+def statistics(x: Input, fs: float | None = None, *,
                measures: Iterable[str] | str = ("minimum", "maximum", "mean", "rms", "std"),
                block: int | None = None, unit: str = "") -> Result:
     """Characteristic values of a signal.
 
     Parameters
     ----------
-    x, fs, unit
+    x, unit
         As for `spectrum`.
+    fs : float, optional
+        Sample rate in Hz; of an array 1 when missing.
     measures : iterable of str, or "all"
         See ``Statistics.MEASURES``; the result has them in that order.
     block : int, optional
@@ -412,6 +463,13 @@ def statistics(x: Input, fs: float | None = 1.0, *,
     Result
         (quantity,) or (quantity, channel); with `block` (time, ...), times being the blocks' starts.
 
+    Raises
+    ------
+    InputError
+        For a signal, a rate or a setting that makes no sense.
+    BlockError
+        When a block reports an error; the text is its own.
+
     Examples
     --------
     >>> import vynpack as vp
@@ -419,7 +477,7 @@ def statistics(x: Input, fs: float | None = 1.0, *,
     >>> values["maximum"], values["minimum"], values["mean"]
     (4.0, -1.0, 1.75)
     """
-    signal = _Signal(x, fs, unit)
+    signal = _Signal(x, 1.0 if fs is None and not isinstance(x, Result) else fs, unit)
     results = list(Statistics(measures=measures).stream(signal.blocks(block, rest=True), **signal.options()))
     if block is None:
         return results[0]

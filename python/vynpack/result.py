@@ -22,15 +22,18 @@ class MissingPackage(VynpackError, ImportError):
     """Something optional is asked for whose package is not installed."""
 
 
-def optional(module: str, what: str) -> Any:
+_IN_DEBIAN = {"dask", "distributed", "h5py", "matplotlib", "pandas", "soundfile", "xarray"}
+
+
+def optional(module: str, what: str, package: str = "") -> Any:
     """The module, or MissingPackage with the name of what to install."""
     import importlib
     try:
         return importlib.import_module(module)
     except ImportError as error:
-        package = module.split(".")[0]
-        raise MissingPackage(f"{what} needs the package {package} "
-                             f"(Debian: python3-{package})") from error
+        package = package or module.split(".")[0]
+        where = f"Debian: python3-{package}" if package in _IN_DEBIAN else f"pip install {package}"
+        raise MissingPackage(f"{what} needs the package {package} ({where})") from error
 
 
 @dataclass(frozen=True, eq=False)
@@ -53,6 +56,7 @@ class Axis:
 
     @property
     def label(self) -> str:
+        """The name with its unit: "time [s]"."""
         return f"{self.name} [{self.unit}]" if self.unit else self.name
 
 
@@ -101,6 +105,7 @@ class Result:
 
     @property
     def axes(self) -> tuple[Axis, ...]:
+        """What the values run along, an `Axis` per dimension."""
         if callable(self._axes):  # streams of small data blocks never look
             self._axes = self._axes()
         return self._axes
@@ -121,6 +126,7 @@ class Result:
 
     @property
     def x_unit(self) -> str:
+        """The first axis' unit."""
         return self.axes[0].unit
 
     @property
@@ -148,6 +154,16 @@ class Result:
         ----------
         reference : float
             2e-5 for sound pressures in Pa.
+
+        Returns
+        -------
+        Result
+            float64, in dB.
+
+        Raises
+        ------
+        InputError
+            For levels.
         """
         if self.unit == "dB":
             raise InputError("these are levels already")
@@ -194,6 +210,15 @@ class Result:
         """A pandas DataFrame: a row per place of the first axis, a column per channel, quantity or both.
 
         Complex values stay complex.
+
+        Returns
+        -------
+        pandas.DataFrame
+
+        Raises
+        ------
+        MissingPackage
+            Without pandas.
         """
         pandas = optional("pandas", "to_dataframe")
         index = pandas.Index(self.x, name=self.axes[0].label)
@@ -205,7 +230,17 @@ class Result:
         return pandas.DataFrame(self.values.reshape(len(self.x), -1), index=index, columns=columns)
 
     def to_xarray(self) -> xarray.DataArray:
-        """An xarray DataArray with the axes as coordinates; units stand in the attribute "units"."""
+        """An xarray DataArray with the axes as coordinates; units stand in the attribute "units".
+
+        Returns
+        -------
+        xarray.DataArray
+
+        Raises
+        ------
+        MissingPackage
+            Without xarray.
+        """
         module = optional("xarray", "to_xarray")
         coordinates = {axis.name: (axis.name, axis.values, {"units": axis.unit} if axis.unit else {})
                        for axis in self.axes}
@@ -215,9 +250,25 @@ class Result:
         return array
 
     def plot(self, ax: matplotlib.axes.Axes | None = None, **style: Any) -> matplotlib.axes.Axes:
-        """Draws a curve per column over the first axis with matplotlib, and gives the axes back.
+        """Draws a curve per column over the first axis with matplotlib.
 
         Of complex values the magnitude is drawn. Bands and quantities stand as steps.
+
+        Parameters
+        ----------
+        ax : matplotlib.axes.Axes, optional
+            Where; a new figure when missing.
+        **style
+            As matplotlib's ``plot`` takes it.
+
+        Returns
+        -------
+        matplotlib.axes.Axes
+
+        Raises
+        ------
+        MissingPackage
+            Without matplotlib.
         """
         pyplot = optional("matplotlib.pyplot", "plot")
         if ax is None:
@@ -228,7 +279,8 @@ class Result:
         if places is None:
             style.setdefault("drawstyle", "steps-mid")
             ax.set_xticks(numbers[:: max(1, len(numbers) // 10)])
-            ax.set_xticklabels([str(x) for x in self.x[:: max(1, len(numbers) // 10)]])
+            ax.set_xticklabels([f"{x:g}" if isinstance(x, float) else str(x)  # 1000, not 1000.0
+                                for x in self.x[:: max(1, len(numbers) // 10)].tolist()])
         ax.plot(numbers, heights.reshape(len(self.x), -1), **style)
         ax.set_xlabel(self.axes[0].label)
         ax.set_ylabel(self._title())

@@ -2,6 +2,9 @@
 
 import csv
 import os
+import pickle
+import sys
+import types
 
 import numpy as np
 import pytest
@@ -64,6 +67,29 @@ def test_a_table_has_what_the_diagram_gives_of_each_recording(diagram, recording
     means = [row for row in rows if row["file"] == str(recordings[3]) and row["quantity"] == "QMean"]
     assert [row["block"] for row in means] == ["1", "2"]
     assert [np.float32(row["value"]) for row in means] == result["numbers"]["n.A"]["QMean"].tolist()
+
+
+def test_a_recording_that_is_named_twice_runs_once(diagram, recordings, tmp_path):
+    vp.batch(recordings, diagram, out=tmp_path / "once.csv")
+    for name, workers in (("one.csv", 0), ("two.csv", 2)):
+        assert vp.batch([recordings[0], *recordings], diagram, out=tmp_path / name, workers=workers).done == 5
+        assert (tmp_path / name).read_bytes() == (tmp_path / "once.csv").read_bytes()
+
+
+def test_a_module_that_is_missing_ends_the_batch_and_is_no_row(diagram, recordings, tmp_path, monkeypatch):
+    """It is not the recording's fault: a later call, with the module, runs it."""
+    def missing(self, **recordings):
+        raise vp.ModuleError("libvynhost.so is in none of them")
+    with monkeypatch.context() as patch:
+        patch.setattr(vp.Diagram, "run", missing)
+        with pytest.raises(vp.ModuleError):
+            vp.batch(recordings, diagram, out=tmp_path / "t.csv")
+    assert vp.batch(recordings, diagram, out=tmp_path / "t.csv").done == 5
+
+
+def test_memory_is_the_runs(diagram, recordings, tmp_path):
+    summary = vp.batch(recordings[:1], diagram, out=tmp_path / "t.csv", memory=1e-6)
+    assert summary.failed == 1 and "(memory raises that)" in rows_of(summary.table)[0]["error"]
 
 
 def test_processes_write_the_same_bytes(diagram, recordings, tmp_path):
@@ -161,3 +187,49 @@ def test_what_is_not_the_batchs_own_is_refused(diagram, recordings, tmp_path):
     with pytest.raises(vp.InputError, match="say which one by source="):
         diagram.write_text(DIAGRAM + '[source.y]\nfile = "y.wav"\n')
         vp.batch(recordings, diagram, out=tmp_path / "u.csv")
+
+
+# --- Parquet -------------------------------------------------------------------------------------
+
+@pytest.fixture
+def parts(monkeypatch):
+    """Debian has no package that writes Parquet: what pandas is given for it is kept as a pickle."""
+    pandas = pytest.importorskip("pandas")
+
+    def to_parquet(frame, path=None, *, index):
+        assert path is None and index is False
+        return pickle.dumps(frame)
+    monkeypatch.setattr(pandas.DataFrame, "to_parquet", to_parquet)
+    monkeypatch.setitem(sys.modules, "pyarrow", types.ModuleType("pyarrow"))
+    return lambda folder: [pickle.loads(part.read_bytes()) for part in sorted(folder.glob("*.parquet"))]
+
+
+def test_a_parquet_table_is_a_file_per_recording_with_the_rows_of_the_csv(diagram, recordings, tmp_path, parts):
+    import pandas
+    recordings[1].write_bytes(b"RIFF")
+    vp.batch(recordings, diagram, out=tmp_path / "t.csv")
+    summary = vp.batch(recordings[:3], diagram, out=tmp_path / "t.parquet")
+    assert (summary.done, summary.failed) == (2, 1)
+    (summary.table / "part-000003.parquet").write_bytes(b"of a call that was cut off before its list")
+    summary = vp.batch(recordings, diagram, out=tmp_path / "t.parquet")
+    assert (summary.done, summary.skipped) == (2, 3)
+    frames = parts(summary.table)
+    assert len(frames) == 5 and len({str(frame.dtypes.to_dict()) for frame in frames}) == 1
+    rows = [row for frame in frames for row in frame.to_dict("records")]
+    for found, expected in zip(rows, rows_of(tmp_path / "t.csv")):
+        for name, text in expected.items():
+            if text == "":
+                assert pandas.isna(found[name]) or (name, found[name]) == ("unit", "")
+            elif name in ("x", "value"):
+                assert np.float32(found[name]) == np.float32(text)
+            else:
+                assert str(found[name]) == text
+    assert len(rows) == len(rows_of(tmp_path / "t.csv"))
+
+
+def test_without_a_package_for_parquet_nothing_is_begun(diagram, recordings, tmp_path, monkeypatch):
+    for module in ("pyarrow", "fastparquet"):
+        monkeypatch.setitem(sys.modules, module, None)
+    with pytest.raises(vp.MissingPackage, match=r"Parquet files needs the package pyarrow \(pip install pyarrow\)"):
+        vp.batch(recordings, diagram, out=tmp_path / "t.parquet")
+    assert not list(tmp_path.glob("t.parquet*"))

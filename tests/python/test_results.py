@@ -44,6 +44,8 @@ def test_a_function_takes_what_another_gives(noise):
     assert both.unit == "Pa"
     expected = sps.sosfilt(sps.butter(4, 100, "high", fs=FS, output="sos"), low.values.astype(float))
     np.testing.assert_allclose(both.values, expected, atol=1e-5)
+    assert vp.statistics(low)["maximum"] == low.values.max()
+    assert vp.classify(low, classes=5).values.sum() == len(low)
     with pytest.raises(vp.InputError, match="the signal's own rate is"):
         vp.filter(low, 1000, cutoff=100)
     with pytest.raises(vp.InputError, match="is no time signal"):

@@ -1,6 +1,7 @@
 """Arrays, runs, settings and errors: what all blocks have in common."""
 
 import os
+import pickle
 import subprocess
 import sys
 import threading
@@ -24,6 +25,13 @@ def test_every_keyword_of_the_hosts_table_is_a_setting_and_nothing_else(block):
 def test_a_record_makes_the_same_block(block):
     made = block(measures=["mean"]) if block is vp.Statistics else block()
     assert block(record=made.record).record == made.record
+
+
+@pytest.mark.parametrize("block", vp.BLOCKS, ids=NAMES)
+def test_a_pickle_is_the_record(block):
+    made = block(measures=["mean"]) if block is vp.Statistics else block()
+    again = pickle.loads(pickle.dumps(made))
+    assert type(again) is block and again.record == made.record
 
 
 def test_settings_read_back_as_the_host_writes_them():
