@@ -1,6 +1,7 @@
 """What stands in the recipes runs, and says what stands there."""
 
 import re
+import subprocess
 import sys
 
 import pytest
@@ -38,3 +39,23 @@ def test_every_block_has_its_diagram_and_its_picture():
     assert stems == {diagram.stem for diagram in (ROOT / "examples/blocks").glob("*.toml")}
     for stem in stems:
         assert f"(../figures/{stem}.svg)" in (ROOT / f"docs/blocks/{stem}.md").read_text(encoding="utf-8")
+
+
+def test_the_code_of_the_python_page_runs(tmp_path):
+    page = (ROOT / "docs/python.md").read_text(encoding="utf-8")
+    code = [line[4:] for line in re.findall(r"^(?:    .*|)$", page, re.MULTILINE)]
+    first, said = code.index('>>> vp.Spectrum(window="haning")'), next(line for line in code if line.startswith("InputError: "))
+    wrong = code[first][4:]
+    code = [line for line in code if not line.startswith((">>>", "InputError"))]
+    (tmp_path / "examples").symlink_to(ROOT / "examples")
+    (tmp_path / "recordings").mkdir()
+    (tmp_path / "recordings/one.wav").symlink_to(ROOT / "examples/calibrator.wav")
+    script = tmp_path / "page.py"
+    lines = ["from pathlib import Path", "import matplotlib", "matplotlib.use('Agg')", "import numpy as np",
+             "chunks = np.random.default_rng(1).standard_normal((4, 4096))", *code, "try:", f"    {wrong}",
+             "except vp.InputError as error:", "    print(error)"]
+    script.write_text("\n".join(["if __name__ == '__main__':", *(f"    {line}" for line in lines)]), encoding="utf-8")
+    run = subprocess.run([sys.executable, script], cwd=tmp_path, env=recipes.environment(), capture_output=True, text=True, timeout=120)
+    assert run.returncode == 0, run.stderr
+    assert run.stdout.splitlines()[-1].startswith(said.removeprefix("InputError: ").split(" (allowed")[0])
+    assert (tmp_path / "levels.csv").read_text(encoding="utf-8").count("one.wav") > 1
