@@ -9,7 +9,7 @@ import weighting as weighting_tables
 from measured import ROOT
 
 from . import bands, classes, fft, filters, levels, statistics, transfer, uncertainty, weighting, windows
-from .pages import Table
+from .pages import UNEXPLAINED, Table
 
 TOPICS = (weighting, levels, bands, windows, fft, filters, transfer, classes, statistics)
 FOLDER = "docs/conformance"
@@ -68,6 +68,11 @@ def everything():
     made |= {f"docs/figures/{name}": text for name, text in block_figures.pictures()}
     made["docs/figures/block_life.svg"] = block_life.picture()
     return made
+
+
+def unexplained(text):
+    """The rows that deviate without a reason."""
+    return [line for line in text.splitlines() if UNEXPLAINED in line]
 
 
 def written(path):
