@@ -14,8 +14,6 @@
 namespace vynhost {
 namespace {
 
-constexpr const char* kVersionFunction = "ZABFunc79";
-
 class Report {
 public:
     explicit Report(std::ostream& out) : out_(out) {}
@@ -54,21 +52,12 @@ void examineLibrary(const Installation& installation, Report& report) {
         return;
     }
     std::string why;
-    void* loaded = platform::loadLibrary(library->file, why);
-    if (loaded == nullptr) {
-        report.fault("library", textOf(library->file) + " does not load: " + why);
-        return;
-    }
-    const auto version =
-        reinterpret_cast<int (*)()>(platform::findFunction(loaded, kVersionFunction));
-    if (version == nullptr) {
-        report.fault("library", textOf(library->file) + " has no " + kVersionFunction);
+    const auto version = libraryVersion(library->file, why);
+    if (version) {
+        report.line("library", textOf(library->file) + ", version " + *version);
     } else {
-        const int number = version();
-        report.line("library", textOf(library->file) + ", version " + toText(number / 100) + "." +
-                                   toText(number % 100));
+        report.fault("library", textOf(library->file) + " " + why);
     }
-    platform::unloadLibrary(loaded);
 }
 
 // What a block does with a library that it cannot use: it fails.

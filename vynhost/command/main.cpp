@@ -22,6 +22,7 @@
 #include "vynhost/interface/module_host.h"
 #include "vynhost/interface/platform/system.h"
 #include "vynhost/results/comparison.h"
+#include "vynhost/results/report.h"
 #include "vynhost/results/result_files.h"
 #include "vynhost/results/sink.h"
 #include "vynhost/run/interrupt.h"
@@ -45,7 +46,9 @@ struct RunArguments {
     std::vector<std::string> inputs;  // NAME=FILE
     std::string out = ".";
     std::string csv = "en";
-    double memory = 1;  // GiB
+    std::string report;
+    std::string language = "en";  // of the report
+    double memory = 1;            // GiB
     bool force = false;
     bool quiet = false;
     bool noProgress = false;
@@ -124,15 +127,24 @@ std::uint64_t memoryOf(const RunArguments& arguments) {
     return static_cast<std::uint64_t>(arguments.memory * kGibi);
 }
 
+ReportedProgram programOf(const Installation& installation, ModuleHost& host) {
+    std::string why;
+    const std::filesystem::path library = installation.library()->file;
+    return {VYN_VERSION, host.getInfo(kFirstType, kInterface), installation.module, library,
+            libraryVersion(library, why).value_or("?")};
+}
+
 int run(const RunArguments& arguments) {
     watchInterrupts();
     const std::uint64_t memory = memoryOf(arguments);
-    const Diagram diagram = readDiagram(pathOf(arguments.diagram));
+    Diagram diagram = readDiagram(pathOf(arguments.diagram));
+    if (!arguments.report.empty()) askForReport(diagram, arguments.report, {"", 0, "--report"});
     requireResults(diagram);
     const auto inputs = replacedFiles(arguments.inputs);
     ResultFiles files(pathOf(arguments.out), readFiles(diagram, inputs), arguments.force);
     for (const SinkEntry& sink : diagram.sinks)
         Sink::claimFiles(sink, files);
+    if (!diagram.report.empty()) files.claim(diagram.report, diagram.reportPlace);
     const Installation installation = findInstallation();
     requireLibrary(installation);
     const ModuleLibrary module = loadModule(installation);
@@ -151,6 +163,7 @@ int run(const RunArguments& arguments) {
         progress.emplace(std::cerr, *columns);
         runner.watch([&](const Runner::Progress& now) { progress->show(now); });
     }
+    ResultFile* report = diagram.report.empty() ? nullptr : &files.open(diagram.report);
     runner.run();
     if (progress) progress->say("writing the results");
     std::vector<Comparison> comparisons;
@@ -159,6 +172,11 @@ int run(const RunArguments& arguments) {
         comparisons.push_back(comparer.result());
     for (Sink& sink : sinks)
         sink.finish();
+    if (report != nullptr) {
+        report->write(
+            reportPage({diagram, runner, sinks, comparisons, programOf(installation, host),
+                        arguments.language == "de" ? Language::german : Language::english}));
+    }
     progress.reset();
     if (!arguments.quiet) {
         for (const std::string& note : runner.notes())
@@ -232,6 +250,12 @@ int obey(const std::vector<std::string>& words) {
         ->add_option("--csv", runArguments.csv,
                      "Tables with comma and decimal point (en, the default), or with semicolon and "
                      "decimal comma (de)")
+        ->check(CLI::IsMember({"en", "de"}));
+    runCommand->add_option("--report", runArguments.report,
+                           "File of a report: everything on one page, for a browser");
+    runCommand
+        ->add_option("--lang", runArguments.language,
+                     "Language of the report: en (the default) or de")
         ->check(CLI::IsMember({"en", "de"}));
     runCommand->add_option("--memory", runArguments.memory,
                            "GiB that data blocks, curves and waiting rows may take (default: 1)");

@@ -20,6 +20,8 @@ constexpr double kHighestRate = 1e12;
 
 constexpr std::size_t kMostChannels = 1024;  // as many as a recording may have
 
+constexpr const char* kReport = "report";
+
 // "node" or "node.letter".
 ConnectorName connector(const std::string& name, Place where) {
     const std::size_t point = name.find('.');
@@ -40,6 +42,7 @@ public:
         const std::vector<std::string> kinds = {"source", "block", "wire", "sink", "compare"};
         for (const auto& [name, node] : root) {
             const std::string kind(name.str());
+            if (kind == kReport) continue;
             if (std::find(kinds.begin(), kinds.end(), kind) == kinds.end()) {
                 throw InputError({file_, Section::lineOf(node), kind},
                                  "no such table" + didYouMean(kind, kinds));
@@ -50,6 +53,12 @@ public:
         forEach(root, "sink", [this](const Section& s, const std::string& n) { sink(s, n); });
         forEach(root, "compare", [this](const Section& s, const std::string& n) { compare(s, n); });
         if (const toml::node* wires = root.get("wire")) wire(*wires);
+        if (root.contains(kReport)) {
+            const Section whole(file_, "", root);
+            const std::string name = whole.text(kReport);
+            if (name.empty()) whole.fail(kReport, "must be the name of a file");
+            askForReport(diagram_, name, whole.place(kReport));
+        }
         return std::move(diagram_);
     }
 
@@ -388,9 +397,6 @@ private:
         }
         sink.csv = section.text("csv");
         sink.svg = section.text("svg");
-        if (sink.csv.empty() && sink.svg.empty()) {
-            throw InputError(section.place(), "neither csv nor svg is given");
-        }
         sink.title = section.text("title", name);
         sink.average = section.choice<Average, 4>("average", {{{"none", Average::none},
                                                                {"mean", Average::mean},
@@ -450,6 +456,13 @@ Diagram parseDiagram(const std::string& text, const std::filesystem::path& file)
     return Reader(file).read(text);
 }
 
+void askForReport(Diagram& diagram, const std::string& file, const Place& place) {
+    diagram.report = file;
+    diagram.reportPlace = place;
+    for (SinkEntry& sink : diagram.sinks)
+        sink.inReport = true;
+}
+
 void requireResults(const Diagram& diagram) {
     const Place place{textOf(diagram.file), 0, ""};
     if (diagram.sources.empty() && diagram.blocks.empty() && diagram.sinks.empty()) {
@@ -461,6 +474,10 @@ void requireResults(const Diagram& diagram) {
         throw InputError(place,
                          "nothing would be written: a [sink.NAME] with from and csv or svg, or a "
                          "[compare.NAME], is missing");
+    }
+    for (const SinkEntry& sink : diagram.sinks) {
+        if (!sink.csv.empty() || !sink.svg.empty() || sink.inReport) continue;
+        throw InputError(sink.place, "neither csv nor svg is given, nor a report asked for");
     }
 }
 

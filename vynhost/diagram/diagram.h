@@ -1,5 +1,7 @@
 // A diagram file: sources, blocks, wires, sinks and comparisons, as written in TOML.
 //
+//     report = "speech.html"       # everything on one page, for a browser
+//
 //     [source.speech]
 //     file = "speech.wav"          # WAV, CSV, and what libsndfile reads
 //     block = 4096                 # samples per channel in one data block
@@ -127,6 +129,7 @@ struct SinkEntry {
     bool decibels = false;
     double reference = 1;
     Place place;
+    bool inReport = false;  // what it shows stands in the report, too
 };
 
 struct CompareEntry {
@@ -143,6 +146,8 @@ struct Diagram {
     std::vector<WireEntry> wires;
     std::vector<SinkEntry> sinks;
     std::vector<CompareEntry> comparisons;
+    std::string report;  // its file; empty: none
+    Place reportPlace;
 };
 
 // Raises InputError for what is no diagram. Names of types, keywords and connectors are looked at
@@ -151,8 +156,11 @@ Diagram readDiagram(const std::filesystem::path& file);
 // The same from a file's text.
 Diagram parseDiagram(const std::string& text, const std::filesystem::path& file);
 
-// Raises InputError for a diagram from which nothing would come: an empty one, or one without sinks
-// and comparisons.
+// Asks for a report of this name, in which every sink has a part.
+void askForReport(Diagram& diagram, const std::string& file, const Place& place);
+
+// Raises InputError for a diagram from which nothing would come: an empty one, one without sinks
+// and comparisons, or with a sink that shows nothing.
 void requireResults(const Diagram& diagram);
 
 }  // namespace vynhost

@@ -39,6 +39,26 @@ Installation installationOf(const std::filesystem::path& module) {
     return result;
 }
 
+std::optional<std::string> libraryVersion(const std::filesystem::path& file, std::string& why) {
+    constexpr const char* kVersionFunction = "ZABFunc79";
+    void* loaded = platform::loadLibrary(file, why);
+    if (loaded == nullptr) {
+        why = "does not load: " + why;
+        return std::nullopt;
+    }
+    std::optional<std::string> version;
+    const auto function =
+        reinterpret_cast<int (*)()>(platform::findFunction(loaded, kVersionFunction));
+    if (function == nullptr) {
+        why = std::string("has no ") + kVersionFunction;
+    } else {
+        const int number = function();
+        version = toText(number / 100) + "." + toText(number % 100);
+    }
+    platform::unloadLibrary(loaded);
+    return version;
+}
+
 void requireLibrary(const Installation& installation) {
     if (installation.library() != nullptr) return;
     std::string looked;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -34,6 +35,9 @@ struct Installation {
 Installation findInstallation();
 // The same for the module of this file.
 Installation installationOf(const std::filesystem::path& module);
+
+// "4.2" of the library in this file; nothing, and why, where it tells none.
+std::optional<std::string> libraryVersion(const std::filesystem::path& file, std::string& why);
 
 // Raises ModuleError with the places looked at when the library is in none of them.
 void requireLibrary(const Installation& installation);

@@ -9,6 +9,12 @@
 #include "vynhost/base/text.h"
 
 namespace vynhost {
+namespace {
+
+// More channels are in the table, and their ranges in the pictures.
+constexpr std::size_t kMostSpectrograms = 8;
+
+}  // namespace
 
 // --- Curves of the picture ------------------------------------------------------------------
 
@@ -53,6 +59,16 @@ BlocksInput::BlocksInput(const SinkEntry& entry, const OutletInfo& outlet, const
       header_(first.header),
       channels_(static_cast<std::size_t>(first.channels())),
       bundles_(channels_) {
+    const bool sized = outlet.kind.values.hasLevel || first.header.yUnit == kUnitDecibel;
+    const bool overLines = first.header.xAxisKind == kHertz || first.header.xAxisKind == kKilohertz;
+    for (std::size_t c = 0; entry.inReport && sized && overLines && c < channels_; ++c) {
+        if (c == kMostSpectrograms) break;
+        spectrograms_.emplace_back(first, c);
+        const Series series = description(c);
+        spectrograms_.back().name = series.name;
+        spectrograms_.back().xUnit = series.xUnit;
+        spectrograms_.back().quantity = series.quantity;
+    }
     if (table != nullptr) waiting_.emplace(table->path().parent_path(), table->path());
 }
 
@@ -61,6 +77,8 @@ void BlocksInput::take(const ChannelData& block) {
     for (std::size_t c = 0; c < channels_; ++c) {
         bundles_[c].add(blockSeries(outlet_, block, static_cast<int>(c)));
     }
+    for (Spectrogram& spectrogram : spectrograms_)
+        spectrogram.add(block, outlet_.time);
     const auto samples = static_cast<std::uint32_t>(block.samples());
     if (samples > rows_) rows_ = samples;
     samples_.push_back(samples);
@@ -73,7 +91,10 @@ void BlocksInput::take(const ChannelData& block) {
 // the table.
 std::uint64_t BlocksInput::bytesWith(const ChannelData& block) const {
     const std::uint64_t kept = bundles_.empty() ? 0 : bundles_.front().curves() + 3;
-    return kept * block.values.size() * 2 * sizeof(double) +
+    std::uint64_t fields = 0;
+    for (const Spectrogram& spectrogram : spectrograms_)
+        fields += spectrogram.bytes();
+    return fields + kept * block.values.size() * 2 * sizeof(double) +
            (samples_.size() + 1) * (sizeof(std::uint32_t) + channels_ * sizeof(float));
 }
 
@@ -120,6 +141,12 @@ double BlocksInput::step() const { return rows_ < 2 ? 0 : xOf(header_, 1) - xOf(
 void BlocksInput::addSeries(std::vector<Series>& all) const {
     for (const CurveBundle& bundle : bundles_)
         bundle.addTo(all);
+}
+
+void BlocksInput::addSpectrograms(std::vector<Spectrogram>& all) const {
+    for (const Spectrogram& spectrogram : spectrograms_) {
+        if (spectrogram.spectra() > 1) all.push_back(spectrogram);
+    }
 }
 
 Series BlocksInput::description(std::size_t channel) const {

@@ -50,6 +50,7 @@ public:
     double step() const override;
 
     void addSeries(std::vector<Series>& all) const override;
+    void addSpectrograms(std::vector<Spectrogram>& all) const override;
 
 private:
     Series description(std::size_t channel) const;
@@ -61,8 +62,9 @@ private:
     const ChartStyle& style_;
     ChannelHeader header_;  // the first data block's
     std::size_t channels_;
-    std::vector<CurveBundle> bundles_;    // per channel
-    std::vector<std::uint32_t> samples_;  // per data block
+    std::vector<CurveBundle> bundles_;       // per channel
+    std::vector<Spectrogram> spectrograms_;  // the same, where a report shows them
+    std::vector<std::uint32_t> samples_;     // per data block
     std::uint32_t rows_ = 0;
     std::optional<WaitingBytes> waiting_;  // where there is a table
 

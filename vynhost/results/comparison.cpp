@@ -61,6 +61,10 @@ Comparison Comparer::result() const {
     // Of silence everything is infinitely much, but for nothing.
     const double relative = result.largest == 0 ? 0 : result.largest / peak_;
     const double relativeRms = errorPower_ == 0 ? 0 : std::sqrt(errorPower_ / power_);
+    result.relative = relative;
+    result.relativeRms = relativeRms;
+    result.unit = unit_;
+    result.values = count_;
     result.within = !entry_.tolerance || relative <= *entry_.tolerance;
     result.line = entry_.name + ": " + entry_.of.text() + " against " + entry_.with.text() +
                   " over " + std::to_string(count_) + " values: largest difference " +
@@ -75,6 +79,7 @@ Comparison Comparer::result() const {
     if (more > 0) {
         const ConnectorName& shorter = of_.ahead.empty() ? entry_.of : entry_.with;
         result.within = false;
+        result.early = more;
         result.line += ", NOT equally long: " + shorter.text() + " ends " + std::to_string(more) +
                        (more == 1 ? " value" : " values") + " early";
     }

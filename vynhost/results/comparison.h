@@ -1,6 +1,7 @@
 // How far two signals of a run differ, worked out while they come.
 #pragma once
 
+#include <cstdint>
 #include <deque>
 #include <optional>
 #include <string>
@@ -16,6 +17,11 @@ struct Comparison {
     bool within = true;
     double largest = 0;
     double rms = 0;
+    double relative = 0;     // the largest difference, of the reference's peak
+    double relativeRms = 0;  // of the signal's rms
+    std::string unit = {};
+    std::uint64_t values = 0;
+    std::uint64_t early = 0;  // values by which one of the two ended before the other
 };
 
 // What comes to one side earlier than to the other is held until the other has it, too.

@@ -20,6 +20,7 @@ FlowingCurve::FlowingCurve(Series description, const ChartStyle& style)
 Series FlowingCurve::complete() const {
     Series result = series;
     points.appendTo(result.x, result.y);
+    if (points.isThinned()) result.thinnedFrom = points.count();
     return result;
 }
 

@@ -1,6 +1,7 @@
 // What a sink shows: curves with their names, units and axes.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -19,8 +20,9 @@ struct Series {
     double bandEdge = 0;    // of bands: a band's upper edge over its centre
     double classWidth = 0;  // of classes, of which x is the lower limit
     std::vector<double> x;
-    std::vector<double> y;     // NaN: there is no value
-    std::vector<double> lows;  // of a range its lowest values, where y are its highest
+    std::vector<double> y;          // NaN: there is no value
+    std::vector<double> lows;       // of a range its lowest values, where y are its highest
+    std::uint64_t thinnedFrom = 0;  // so many values; 0: all of them are there
 };
 
 // The data lie over time, one data block behind the other.

@@ -106,9 +106,9 @@ void Sink::take(Place& place, const ChannelData& block) {
     });
 }
 
-// A picture has its points once more while it is drawn.
+// A picture has its points once more while it is drawn, a report also as text.
 void Sink::limitMemory(Place& place, const ChannelData& block) {
-    const std::uint64_t copies = picture_ == nullptr ? 1 : 2;
+    const std::uint64_t copies = entry_.inReport ? 4 : picture_ == nullptr ? 1 : 2;
     const std::uint64_t bytes = copies * place.input->bytesWith(block);
     bytes_ += bytes - place.bytes;
     place.bytes = bytes;
@@ -192,7 +192,7 @@ void Sink::finish() {
         writeNotes();
         table_->close();
     }
-    if (picture_ != nullptr) {
+    if (picture_ != nullptr || entry_.inReport) {
         const std::vector<Series> curves = series();
         for (const Series& curve : curves) {
             if (curve.xUnit == curves.front().xUnit && curve.xName == curves.front().xName)
@@ -200,6 +200,7 @@ void Sink::finish() {
             throw InputError(entry_.place,
                              curve.name + " and " + curves.front().name + kDifferentAxes);
         }
+        if (picture_ == nullptr) return;
         picture_->write(svgChart(curves, style_));
         picture_->close();
     }
@@ -221,6 +222,13 @@ std::vector<Series> Sink::series() const {
     std::vector<Series> all;
     for (const Place& place : places_)
         place.input->addSeries(all);
+    return all;
+}
+
+std::vector<Spectrogram> Sink::spectrograms() const {
+    std::vector<Spectrogram> all;
+    for (const Place& place : places_)
+        place.input->addSpectrograms(all);
     return all;
 }
 

@@ -40,6 +40,10 @@ public:
     // else as one per channel and data block (of many, the lowest and the highest values), or one
     // per channel when the sink averages.
     std::vector<Series> series() const;
+    // After the run, of a sink with a part in the report.
+    std::vector<Spectrogram> spectrograms() const;
+    const SinkEntry& entry() const noexcept { return entry_; }
+    const ChartStyle& style() const noexcept { return style_; }
 
 private:
     struct Place {

@@ -8,6 +8,7 @@
 
 #include "vynhost/interface/channel_data.h"
 #include "vynhost/results/series.h"
+#include "vynhost/results/spectrogram.h"
 #include "vynhost/results/svg_chart.h"
 #include "vynhost/results/table_row.h"
 
@@ -47,6 +48,8 @@ public:
 
     // --- The picture ---
     virtual void addSeries(std::vector<Series>& all) const = 0;
+    // Where there are many spectra, and a report shows them.
+    virtual void addSpectrograms(std::vector<Spectrogram>&) const {}
 };
 
 // A cell with the value, or with its level where the style asks for one.

@@ -27,6 +27,9 @@ public:
     void add(double start, double step, std::span<const float> values, std::size_t stride);
     // What it takes when so many points more have come, at most, in bytes.
     std::uint64_t bytesWith(std::uint64_t more) const noexcept;
+    // Points that have come, and whether they are more than those that are kept.
+    std::uint64_t count() const noexcept { return count_; }
+    bool isThinned() const noexcept { return binWidth_ > 1; }
     // The kept points in the order in which they came, and one that is no number for each gap.
     void appendTo(std::vector<double>& x, std::vector<double>& y) const;
 

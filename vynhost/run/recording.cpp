@@ -185,7 +185,7 @@ private:
                                      : truncatedText(frames_, held / frameBytes));
         }
         if (endIsUnknown) {
-            missing_ = "its head does not say where it ends";
+            missing_ = {"its head does not say where it ends", "der Kopf sagt nicht, wo sie endet"};
         } else if (isShort) {
             const std::int64_t promised = std::exchange(frames_, held / frameBytes);
             missing_ = missingText(promised - frames_, promised, rate_, bytes - held);
@@ -511,12 +511,15 @@ std::unique_ptr<Recording> silence(int channels, double rate, std::int64_t frame
     return std::make_unique<Silence>(channels, rate, frames);
 }
 
-std::string missingText(std::int64_t samples, std::int64_t promised, double rate,
-                        std::optional<std::int64_t> bytes) {
-    return "truncated, " + std::to_string(samples) + " of the " + std::to_string(promised) +
-           " samples per channel that its head promises are missing (" +
-           toText(static_cast<double>(samples) / rate, 6) + " s" +
-           (bytes ? ", " + std::to_string(*bytes) + " bytes" : "") + ")";
+Bilingual missingText(std::int64_t samples, std::int64_t promised, double rate,
+                      std::optional<std::int64_t> bytes) {
+    const std::string seconds = toText(static_cast<double>(samples) / rate, 6) + " s";
+    return {"truncated, " + std::to_string(samples) + " of the " + std::to_string(promised) +
+                " samples per channel that its head promises are missing (" + seconds +
+                (bytes ? ", " + std::to_string(*bytes) + " bytes" : "") + ")",
+            "abgeschnitten, " + std::to_string(samples) + " der " + std::to_string(promised) +
+                " Werte je Kanal, die der Kopf verspricht, fehlen (" + seconds +
+                (bytes ? ", " + std::to_string(*bytes) + " Bytes" : "") + ")"};
 }
 
 std::string truncatedText(std::int64_t promised, std::int64_t held) {

@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "vynhost/base/bilingual.h"
+
 namespace vynhost {
 
 // A file that is no recording, or ends too early. The text names no file: who opened it knows.
@@ -35,7 +37,7 @@ public:
     }
     // What of a recording that is used although it is truncated is missing; else empty. Known at
     // its end.
-    const std::string& missing() const noexcept { return missing_; }
+    const Bilingual& missing() const noexcept { return missing_; }
 
     // Reads as many whole frames as the span holds or the recording has left, and gives their
     // number. Raises RecordingError when the file ends before its head says so.
@@ -47,7 +49,7 @@ protected:
     std::int64_t frames_ = 0;
     double start_ = 0;
     std::vector<Channel> described_;
-    std::string missing_;
+    Bilingual missing_;
 };
 
 // What becomes of a recording that ends before its head says so.
@@ -71,8 +73,8 @@ std::unique_ptr<Recording> openCsv(const std::filesystem::path& file, std::optio
 std::unique_ptr<Recording> openOtherAudio(const std::filesystem::path& file, Truncated truncated);
 
 // The text of `missing` for `bytes` (none: nobody knows) and samples per channel behind the end.
-std::string missingText(std::int64_t samples, std::int64_t promised, double rate,
-                        std::optional<std::int64_t> bytes);
+Bilingual missingText(std::int64_t samples, std::int64_t promised, double rate,
+                      std::optional<std::int64_t> bytes);
 // What to say instead of using it.
 std::string truncatedText(std::int64_t promised, std::int64_t held);
 

@@ -58,6 +58,7 @@ struct Runner::Node {
     std::vector<Node*> before;  // whose outputs come in here
     std::optional<LevelIntervals> intervals = {};
     int followers = 0;  // samples behind the data that the last intervals have been given
+    double time = 0;    // s; where in the signal what came in last begins
 
     std::string nameOf(const Input& input) const { return entry->name + "." + input.name; }
     std::vector<std::string> inputNames() const {
@@ -440,7 +441,10 @@ void Runner::findBandsWithoutLine(Node& node, const Outlet& from, const ChannelD
 }
 
 void Runner::deliver(Outlet& outlet, const ChannelData& data) {
+    if (data.header.xAxisKind == kSeconds) outlet.info.time = data.header.xStart;
+    if (data.header.xAxisKind == kMilliseconds) outlet.info.time = data.header.xStart / 1000;
     for (const Target& target : outlet.targets) {
+        if (target.input == 0) target.node->time = outlet.info.time;
         if (target.input == 0) checkRateOnce(*target.node, data.header);
         if (leavesOut(*target.node, target.input, data)) continue;
         if (target.input == 0) findBandsWithoutLine(*target.node, outlet, data);
@@ -486,19 +490,30 @@ void Runner::noteShortBlock(Node& node) {
     const auto input = std::ranges::max_element(node.inputs, {}, &Node::Input::rest);
     if (input == node.inputs.end() || input->rest == 0) return;
     const std::string whole = std::to_string(input->whole);
+    const std::string rest = std::to_string(input->rest);
     notes_.push_back(node.entry->name + ": " +
                      (input->restIsLeftOut
                           ? input->restText() + ", which is in no spectrum (tail = \"pad\" or "
                                                 "\"keep\" of the source takes it in)"
                           : "the last data block has " + std::to_string(input->rest) +
                                 " instead of " + whole + " samples and a spectrum of other lines"));
+    warnings_.push_back(
+        {notes_.back(),
+         node.entry->name + ": " +
+             (input->restIsLeftOut ? "die Aufnahme endet mit " + rest + " der " + whole +
+                                         " Werte eines Datenblocks, die in keinem Spektrum sind"
+                                   : "der letzte Datenblock hat " + rest + " statt " + whole +
+                                         " Werte und ein Spektrum aus anderen Linien")});
 }
 
 bool Runner::feed(Feed& feed) {
     if (feed.source.ended() || !targetsFree(feed.outlet)) return false;
     const std::optional<ChannelData> data =
         withMemory(feed.source.entry().place, [&] { return feed.source.next(); });
-    if (feed.source.ended()) notes_.push_back(feed.source.note());
+    if (feed.source.ended()) {
+        notes_.push_back(feed.source.note());
+        std::ranges::copy(feed.source.warnings(), std::back_inserter(warnings_));
+    }
     if (data) deliver(feed.outlet, *data);
     return true;
 }
@@ -522,6 +537,7 @@ bool Runner::handOn(Node& node) {
             data.header.xStart = interval.begin;
             data.header.xStep = interval.end - interval.begin;
         }
+        node.outlets[j].info.time = node.time;
         deliver(node.outlets[j], data);
         moved = true;
     }
@@ -541,6 +557,10 @@ void Runner::noteRest(Node& node) {
                              " s) fill no interval of " +
                              toText(node.intervals->intervalSeconds(), 12) + " s and are in no row";
     notes_.push_back(note);
+    warnings_.push_back(
+        {note, node.entry->name + ": die letzten " + std::to_string(rest) + " Werte (" +
+                   toText(node.intervals->secondsOf(rest), 12) + " s) füllen kein Intervall von " +
+                   toText(node.intervals->intervalSeconds(), 12) + " s und sind in keiner Zeile"});
     const std::function<void(Node&)> mark = [&](Node& from) {
         for (Outlet& outlet : from.outlets) {
             if (!outlet.info.overIntervals) continue;
@@ -601,6 +621,19 @@ std::string Runner::whyNotTaken(const Node& node) {
     return (shapes.size() > 1 ? "its inputs do not fit together: "
                               : "the block wants other data: ") +
            joined(shapes);
+}
+
+std::vector<const Source*> Runner::sources() const {
+    std::vector<const Source*> sources;
+    for (const auto& feed : feeds_)
+        sources.push_back(&feed->source);
+    return sources;
+}
+
+void Runner::visitBlocks(
+    const std::function<void(const BlockEntry& entry, PlacedBlock& block)>& visit) const {
+    for (const auto& node : nodes_)
+        visit(*node->entry, *node->block);
 }
 
 const OutletInfo& Runner::outlet(const ConnectorName& name) const { return outletOf(name).info; }

@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "vynhost/base/bilingual.h"
 #include "vynhost/base/memory_limit.h"
 #include "vynhost/diagram/diagram.h"
 #include "vynhost/diagram/quantity.h"
@@ -18,6 +19,8 @@
 #include "vynhost/interface/module_host.h"
 
 namespace vynhost {
+
+class Source;
 
 // What comes out at one source or output.
 struct OutletInfo {
@@ -27,7 +30,8 @@ struct OutletInfo {
     std::vector<ValueName> values = {};       // of data blocks that hold named quantities
     std::vector<bool> bandsWithoutLine = {};  // of the last data block of bands, from band 0
     bool overIntervals = false;               // data blocks hold what an interval of time came to
-    std::vector<std::string> notes = {};      // after the run: what of the data is not in there
+    double time = 0;  // s; where in the signal the last data block, or what it was made of, begins
+    std::vector<std::string> notes = {};  // after the run: what of the data is not in there
 };
 
 class Runner {
@@ -63,6 +67,14 @@ public:
 
     // A line each: what was read, what was left out or added.
     const std::vector<std::string>& notes() const noexcept { return notes_; }
+
+    // --- For whoever reports, after the run ---
+    std::vector<const Source*> sources() const;
+    // Every block in the order of the diagram, set up as it has worked.
+    void visitBlocks(
+        const std::function<void(const BlockEntry& entry, PlacedBlock& block)>& visit) const;
+    // What may not be what was expected.
+    const std::vector<Bilingual>& warnings() const noexcept { return warnings_; }
 
 private:
     struct Node;
@@ -119,6 +131,7 @@ private:
     std::vector<std::unique_ptr<Node>> nodes_;
     std::vector<Node*> order_;
     std::vector<std::string> notes_;
+    std::vector<Bilingual> warnings_;
     Watcher watch_;
 };
 

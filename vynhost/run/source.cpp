@@ -6,7 +6,6 @@
 
 #include "vynhost/base/memory_limit.h"
 #include "vynhost/base/text.h"
-#include "vynhost/diagram/calibration.h"
 
 namespace vynhost {
 namespace {
@@ -61,7 +60,7 @@ Source::Source(const SourceEntry& entry, std::filesystem::path file)
     describeChannels();
 }
 
-std::vector<float> Source::scales() const {
+std::vector<float> Source::scales() {
     if (!entry_->calibration.empty()) return calibratedScales();
     const std::vector<double>& given = entry_->fullScale;
     if (given.size() == 1) {
@@ -77,16 +76,16 @@ std::vector<float> Source::scales() const {
 
 // A channel of the recording is taken for the one of the same number in the calibration. Of a
 // recording with fewer channels nobody can tell which they are.
-std::vector<float> Source::calibratedScales() const {
+std::vector<float> Source::calibratedScales() {
     const auto fail = [&](const std::string& what) {
         throw InputError(entry_->calibrationPlace, what);
     };
-    Calibration calibration;
     try {
-        calibration = readCalibration(entry_->calibration);
+        calibration_ = readCalibration(entry_->calibration);
     } catch (const InputError& error) {
         fail(error.what());
     }
+    const Calibration& calibration = *calibration_;
     const std::size_t known = calibration.channels.size();
     const std::string of = textOf(entry_->calibration) + " is of " + std::to_string(known) +
                            (known == 1 ? " channel" : " channels");
@@ -234,7 +233,7 @@ std::string Source::note() const {
     if (entry_->rate && *entry_->rate != recording_->rate()) {
         note += "; its own rate counts, not the diagram's " + toText(*entry_->rate) + " Hz";
     }
-    if (!recording_->missing().empty()) note += "; " + recording_->missing();
+    if (!recording_->missing().empty()) note += "; " + recording_->missing().english;
     if (rest_ > 0 && entry_->tail == Tail::drop) {
         note += "; the last " + std::to_string(rest_) + " left out";
     } else if (rest_ > 0 && entry_->tail == Tail::pad) {
@@ -242,6 +241,29 @@ std::string Source::note() const {
         note += "; " + std::to_string(zeros) + " zeros added at the end";
     }
     return note;
+}
+
+std::vector<Bilingual> Source::warnings() const {
+    std::vector<Bilingual> warnings;
+    const auto warn = [&](const std::string& english, const std::string& german) {
+        warnings.push_back({name() + ": " + english, name() + ": " + german});
+    };
+    if (entry_->rate && *entry_->rate != recording_->rate()) {
+        const std::string given = toText(*entry_->rate) + " Hz";
+        warn("the recording's own rate counts, not the diagram's " + given,
+             "es gilt die Abtastrate der Aufnahme, nicht die des Diagramms, " + given);
+    }
+    if (!recording_->missing().empty()) {
+        warn(recording_->missing().english, recording_->missing().german);
+    }
+    if (rest_ > 0 && entry_->tail == Tail::drop) {
+        warn("the last " + std::to_string(rest_) + " samples are left out",
+             "die letzten " + std::to_string(rest_) + " Werte sind weggelassen");
+    } else if (rest_ > 0 && entry_->tail == Tail::pad) {
+        const std::string zeros = std::to_string(static_cast<std::size_t>(entry_->block) - rest_);
+        warn(zeros + " zeros are added at the end", "am Ende sind " + zeros + " Nullen angefügt");
+    }
+    return warnings;
 }
 
 std::string Source::title() const {

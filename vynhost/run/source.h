@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "vynhost/base/bilingual.h"
+#include "vynhost/diagram/calibration.h"
 #include "vynhost/diagram/diagram.h"
 #include "vynhost/interface/channel_data.h"
 #include "vynhost/run/noise.h"
@@ -48,9 +50,20 @@ public:
     // In one line what was read, left out or added, once it has ended.
     std::string note() const;
 
+    // --- What it is, for whoever reports ---
+    const std::filesystem::path& file() const noexcept { return file_; }  // empty: noise alone
+    double rate() const noexcept { return recording_->rate(); }
+    std::int64_t frames() const noexcept { return recording_->frames(); }
+    // The chosen channels, from 0, and what a recorded value of 1 stands for in each.
+    const std::vector<std::size_t>& channels() const noexcept { return channels_; }
+    const std::vector<float>& fullScales() const noexcept { return scales_; }
+    const std::optional<Calibration>& calibration() const noexcept { return calibration_; }
+    // What may not be what was expected, once it has ended.
+    std::vector<Bilingual> warnings() const;
+
 private:
-    std::vector<float> scales() const;
-    std::vector<float> calibratedScales() const;
+    std::vector<float> scales();
+    std::vector<float> calibratedScales();
     void describeChannels();
     std::string title() const;
     std::size_t framesInBlock() const;
@@ -64,7 +77,8 @@ private:
     std::filesystem::path file_;
     std::unique_ptr<Recording> recording_;
     std::vector<std::size_t> channels_;  // from 0
-    std::vector<float> scales_;          // one per chosen channel
+    std::optional<Calibration> calibration_;
+    std::vector<float> scales_;  // one per chosen channel
     std::string unit_;
     bool unitIsFiles_ = false;
     bool hasOwnUnits_ = false;
