@@ -5,21 +5,23 @@
     packaging/licences.py copyright               the same for a Debian package (linux)
     packaging/licences.py spdx VERSION            the list for machines (SPDX 2.3, JSON)
 
-The notices come from the Debian packages that the build took the parts from; none of them lies here.
+The notices come from the Debian and npm packages that the build took the parts from; none of them lies here.
 """
 import datetime
+import glob
 import json
 import os
 import subprocess
 import sys
 from typing import NamedTuple
 
+ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 BOTH, LINUX, WINDOWS = ("linux", "windows"), ("linux",), ("windows",)
 
 
 class Part(NamedTuple):
     name: str
-    package: str  # of Debian
+    package: str  # of Debian, or npm:NAME
     licence: str  # SPDX
     products: tuple
     systems: tuple
@@ -35,10 +37,12 @@ PARTS = (
     Part("toml++", "libtomlplusplus-dev", "MIT", ("vynhost",), BOTH, ("*", "include/toml++/impl/unicode.h")),
     Part("JSON for Modern C++", "nlohmann-json3-dev", "MIT", ("vynhost",), BOTH,
          ("*", "include/nlohmann/detail/conversions/to_chars.hpp", "include/nlohmann/detail/output/serializer.hpp")),
+    Part("uPlot", "npm:uplot", "MIT", ("vynhost",), BOTH, ()),
     Part("GCC runtime libraries", "g++-mingw-w64-x86-64-posix", "GPL-3.0-or-later WITH GCC-exception-3.1",
          ("VYNPACKM", "ovanlys", "vynhost"), WINDOWS, ()),
     Part("MinGW-w64 runtime", "mingw-w64-common", "ZPL-2.1", ("VYNPACKM", "ovanlys", "vynhost"), WINDOWS, ()),
     Part("libsndfile", "libsndfile1", "LGPL-2.1-or-later", ("vynhost",), LINUX, (), contained=False),
+    Part("OpenSSL", "libssl3", "Apache-2.0", ("vynhost",), LINUX, (), contained=False),
     Part("GCC runtime libraries", "libstdc++6", "GPL-3.0-or-later WITH GCC-exception-3.1",
          ("VYNPACKM", "ovanlys", "vynhost"), LINUX, (), contained=False),
     Part("GNU C library", "libc6", "LGPL-2.1-or-later", ("VYNPACKM", "ovanlys", "vynhost"), LINUX, (), contained=False),
@@ -51,8 +55,19 @@ PRODUCTS = {
 RIGHTS = "All rights reserved by the project's owner."
 
 
+def from_npm(part, file):
+    """A file of a package that the build has fetched."""
+    folders = sorted(glob.glob(f"{ROOT}/build/package/*/report/node_modules/{part.package.removeprefix('npm:')}"))
+    if not folders:
+        sys.exit(f"licences: {part.name} is not there; tools/package builds first")
+    with open(f"{folders[0]}/{file}", encoding="utf-8") as text:
+        return text.read()
+
+
 def notices(part):
     """The paragraphs of the copyright file that speak of a part, then the licences they name."""
+    if part.package.startswith("npm:"):
+        return from_npm(part, "LICENSE").strip()
     with open(f"/usr/share/doc/{part.package}/copyright", encoding="utf-8") as file:
         text = file.read()
     if not part.files:
@@ -111,7 +126,10 @@ def print_copyright():
         print()
 
 
-def version_of(package):
+def version_of(part):
+    package = part.package
+    if package.startswith("npm:"):
+        return json.loads(from_npm(part, "package.json"))["version"]
     return subprocess.run(["dpkg-query", "-W", "-f", "${Version}", package], check=True, capture_output=True,
                           text=True).stdout
 
@@ -128,14 +146,15 @@ def spdx(version):
     relations.append(("SPDXRef-VYNPACKM", "DEPENDS_ON", "SPDXRef-ovanlys", "loaded by name"))
     relations.append(("SPDXRef-vynhost", "DEPENDS_ON", "SPDXRef-VYNPACKM", "loaded by name"))
     for part in PARTS:
-        identity = "SPDXRef-" + part.package.replace("+", "-plus")
-        found = version_of(part.package)
+        identity = "SPDXRef-" + part.package.replace("+", "-plus").replace(":", "-")
+        found = version_of(part)
+        kind_of_package = "npm" if part.package.startswith("npm:") else "deb/debian"
         packages.append({
             "SPDXID": identity, "name": part.name, "versionInfo": found, "downloadLocation": "NOASSERTION",
             "filesAnalyzed": False, "copyrightText": "NOASSERTION",
             "licenseConcluded": part.licence, "licenseDeclared": part.licence,
             "externalRefs": [{"referenceCategory": "PACKAGE-MANAGER", "referenceType": "purl",
-                              "referenceLocator": f"pkg:deb/debian/{part.package}@{found}".replace("+", "%2B")}]})
+                              "referenceLocator": f"pkg:{kind_of_package}/{part.package.removeprefix('npm:')}@{found}".replace("+", "%2B")}]})
         kind = "CONTAINS" if part.contained else "DYNAMIC_LINK"
         where = "" if part.systems == BOTH else f"{part.systems[0].capitalize()} only"
         relations += [(f"SPDXRef-{product}", kind, identity, where) for product in part.products]

@@ -24,11 +24,11 @@ _vynhost()
         run)
             case $prev in
                 --out) _filedir -d ;;
-                --csv) COMPREPLY=($(compgen -W 'en de' -- "$cur")) ;;
-                --input | --memory) ;;
+                --csv | --lang) COMPREPLY=($(compgen -W 'en de' -- "$cur")) ;;
+                --input | --memory | --report) ;;
                 *)
                     if [[ $cur == -* ]]; then
-                        COMPREPLY=($(compgen -W '--input --out --csv --memory --force --quiet --no-progress --help' -- "$cur"))
+                        COMPREPLY=($(compgen -W '--input --out --csv --memory --report --lang --force --quiet --no-progress --help' -- "$cur"))
                     else
                         _filedir toml
                     fi

@@ -74,11 +74,10 @@ ordered_json heightJson(const Quantity& quantity, const ChartStyle& style) {
     like.quantity = quantity;
     ChartStyle linear = style;
     linear.decibels = false;
-    ordered_json json = {{"unit", heightUnit(like, linear, Letters::print)}, {"level", nullptr}};
-    if (quantity.scale == Quantity::Scale::fullScale && quantity.degree == 1 &&
-        json["unit"] == "") {
-        json["unit"] = "full scale = 1";
-    }
+    std::string unit = heightUnit(like, linear, Letters::print);
+    const bool isFullScale = quantity.scale == Quantity::Scale::fullScale && quantity.degree == 1;
+    if (unit.empty() && isFullScale) unit = "full scale = 1";
+    ordered_json json = {{"unit", unit}, {"level", nullptr}};
     if (!quantity.hasLevel) return json;
     // 0 dB is where a value is the reference to the power of the degree.
     json["level"] = {{"unit", quantity.levelText(style.reference, Letters::print)},
