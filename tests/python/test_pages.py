@@ -4,6 +4,8 @@ import re
 import subprocess
 import sys
 
+import h5py
+import numpy as np
 import pytest
 from conftest import ROOT
 
@@ -50,6 +52,9 @@ def test_the_code_of_the_python_page_runs(tmp_path):
     (tmp_path / "examples").symlink_to(ROOT / "examples")
     (tmp_path / "recordings").mkdir()
     (tmp_path / "recordings/one.wav").symlink_to(ROOT / "examples/calibrator.wav")
+    with h5py.File(tmp_path / "hammer.h5", "w") as file:
+        file["run 1/force"] = np.zeros(16, np.float32)
+        file["run 1/force"].attrs.update(fs=1000.0, unit="N")
     script = tmp_path / "page.py"
     lines = ["from pathlib import Path", "import matplotlib", "matplotlib.use('Agg')", "import numpy as np",
              "chunks = np.random.default_rng(1).standard_normal((4, 4096))", *code, "try:", f"    {wrong}",
