@@ -109,6 +109,17 @@ def test_bands_add_up_the_squares_of_their_lines(noise):
     assert bands.values[bands.x == 1000][0] == pytest.approx(expected, rel=1e-6)
 
 
+@pytest.mark.parametrize("analysis, low, high", [("third octaves", 14, 22497), ("octaves", 11, 22720)])
+def test_every_line_between_the_first_and_the_last_edge_is_in_one_band(noise, analysis, low, high):
+    lines = vp.Spectrum(amplitude="rms")(noise(65536, 2), fs=FS)
+    bands = vp.Bands(analysis=analysis)(lines)
+    inside = (lines.x > low) & (lines.x <= high)
+    if analysis == "third octaves":  # of the lines between 27 and 28 Hz only the first is in a band
+        inside[np.flatnonzero((lines.x > 27) & (lines.x < 28))[1:]] = False
+    np.testing.assert_allclose((bands.values.astype(float) ** 2).sum(axis=0),
+                               (lines.values[inside].astype(float) ** 2).sum(axis=0), rtol=1e-6)
+
+
 def test_octaves_have_their_own_centre_frequencies(noise):
     bands = vp.Bands(analysis="octaves")(vp.Spectrum(amplitude="rms")(noise(8192), fs=FS))
     assert bands.x.tolist() == [16, 31.5, 63, 125, 250, 500, 1000, 2000, 4000, 8000, 16000]
