@@ -7,6 +7,7 @@ import io
 import itertools
 import json
 import os
+import time
 from collections.abc import Iterable, Mapping
 from pathlib import Path
 from typing import IO, Any, ClassVar
@@ -80,8 +81,11 @@ class Table:
 
     form: ClassVar[str]
 
+    _SECONDS = 1.0  # of work that a power cut may cost: securing takes as long as a short recording
+
     def __init__(self, path: Path, diagram: str) -> None:
         self.path = path
+        self._unlisted: list[bytes] = []
         self._list_path = path.with_name(path.name + ".done")
         self._diagram = diagram
         self._held: dict[str, str] = {}
@@ -108,9 +112,11 @@ class Table:
         self._list = open(self._list_path, "ab")
         self._list.truncate(self._list_end)
         self._begin()
+        self._listed = time.monotonic()
         return self
 
     def __exit__(self, *_: object) -> None:
+        self._list_them()
         self._list.close()
 
     def held(self, recording: str) -> str | None:
@@ -118,11 +124,21 @@ class Table:
         return self._held.get(recording)
 
     def add(self, recording: str, digest: str, rows: bytes) -> None:
-        self._end = self._append(rows)  # on the disk, before the list says so
+        self._end = self._append(rows)
         entry = {"file": recording, "digest": digest, "diagram": self._diagram, "end": self._end}
-        self._list.write(json.dumps(entry).encode() + b"\n")
-        self._list.flush()
+        self._unlisted.append(json.dumps(entry).encode() + b"\n")
         self._held[recording] = digest
+        if time.monotonic() - self._listed >= self._SECONDS:
+            self._list_them()
+
+    def _list_them(self) -> None:
+        """The rows are on the disk before the list says so."""
+        if self._unlisted:
+            self._secure()
+            self._list.write(b"".join(self._unlisted))
+            self._list.flush()
+            self._unlisted.clear()
+        self._listed = time.monotonic()
 
     def _there(self) -> int:
         """How far the rows reach."""
@@ -134,6 +150,10 @@ class Table:
 
     def _append(self, rows: bytes) -> int:
         """How far the rows reach then."""
+        raise NotImplementedError
+
+    def _secure(self) -> None:
+        """What has been appended stays, whatever happens."""
         raise NotImplementedError
 
 
@@ -153,14 +173,16 @@ class CsvTable(Table):
             self._file.write((",".join(COLUMNS) + "\n").encode())
 
     def __exit__(self, *_: object) -> None:
-        self._file.close()
         super().__exit__()
+        self._file.close()
 
     def _append(self, rows: bytes) -> int:
         self._file.write(rows)
         self._file.flush()
-        os.fsync(self._file.fileno())
         return self._file.tell()
+
+    def _secure(self) -> None:
+        os.fsync(self._file.fileno())
 
 
 class ParquetTable(Table):
@@ -187,17 +209,17 @@ class ParquetTable(Table):
 
     def _begin(self) -> None:
         self.path.mkdir(exist_ok=True)
-        self._part(self._end).unlink(missing_ok=True)  # of a recording that was not listed
+        for number in itertools.takewhile(lambda n: self._part(n).is_file(), itertools.count(self._end)):
+            self._part(number).unlink()  # of recordings that were not listed
 
     def _append(self, rows: bytes) -> int:
-        part = self._part(self._end)
-        new = part.with_suffix(".new")
-        with open(new, "wb") as file:
-            file.write(rows)
-            file.flush()
-            os.fsync(file.fileno())
-        os.replace(new, part)
+        self._part(self._end).write_bytes(rows)
         return self._end + 1
+
+    def _secure(self) -> None:
+        for number in range(self._end - len(self._unlisted), self._end):
+            with open(self._part(number), "rb") as file:
+                os.fsync(file.fileno())
 
 
 def table_at(path: Path, diagram: str) -> Table:

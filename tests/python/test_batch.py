@@ -122,6 +122,25 @@ def test_a_later_call_goes_on_where_the_first_was_cut_off(diagram, recordings, t
     assert table.read_bytes() == (tmp_path / "whole.csv").read_bytes()
 
 
+def test_a_batch_that_is_killed_has_listed_what_is_on_the_disk(diagram, recordings, tmp_path, monkeypatch):
+    vp.batch(recordings, diagram, out=tmp_path / "whole.csv")
+    monkeypatch.setattr("vynpack._tables.Table._SECONDS", 0)
+    run, runs = vp.Diagram.run, []
+
+    def interrupted(self, **recordings):
+        runs.append(len((tmp_path / "t.csv.done").read_bytes().splitlines()))
+        if len(runs) == 3:
+            raise KeyboardInterrupt
+        return run(self, **recordings)
+    with monkeypatch.context() as patch:
+        patch.setattr(vp.Diagram, "run", interrupted)
+        with pytest.raises(KeyboardInterrupt):
+            vp.batch(recordings, diagram, out=tmp_path / "t.csv")
+    assert runs == [0, 1, 2]
+    assert vp.batch(recordings, diagram, out=tmp_path / "t.csv").skipped == 2
+    assert (tmp_path / "t.csv").read_bytes() == (tmp_path / "whole.csv").read_bytes()
+
+
 def test_a_list_that_was_cut_in_a_line_goes_on_too(diagram, recordings, tmp_path):
     table, done = tmp_path / "t.csv", tmp_path / "t.csv.done"
     vp.batch(recordings, diagram, out=tmp_path / "whole.csv")
@@ -210,7 +229,8 @@ def test_a_parquet_table_is_a_file_per_recording_with_the_rows_of_the_csv(diagra
     vp.batch(recordings, diagram, out=tmp_path / "t.csv")
     summary = vp.batch(recordings[:3], diagram, out=tmp_path / "t.parquet")
     assert (summary.done, summary.failed) == (2, 1)
-    (summary.table / "part-000003.parquet").write_bytes(b"of a call that was cut off before its list")
+    for i in (3, 4):
+        (summary.table / f"part-00000{i}.parquet").write_bytes(b"of a call that was cut off before its list")
     summary = vp.batch(recordings, diagram, out=tmp_path / "t.parquet")
     assert (summary.done, summary.skipped) == (2, 3)
     frames = parts(summary.table)
