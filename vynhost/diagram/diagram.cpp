@@ -96,9 +96,9 @@ private:
     }
 
     void source(const Section& section, const std::string& name) {
-        section.allowOnly({"file", "block", "full_scale", "unit", "channels", "rate", "tail",
-                           "noise", "seconds", "on_truncated", "calibration", "sensitivity",
-                           "range"});
+        section.allowOnly({"file", "block", "step", "blocks", "full_scale", "unit", "channels",
+                           "rate", "tail", "noise", "seconds", "on_truncated", "calibration",
+                           "sensitivity", "range"});
         SourceEntry source;
         source.name = name;
         source.place = section.place();
@@ -112,12 +112,15 @@ private:
             }
         }
         source.filePlace = section.place("file");
-        const double block = section.number("block").value_or(source.block);
-        constexpr double kLargestBlock = 1 << 24;
-        if (!(block >= 1 && block <= kLargestBlock) || block != static_cast<int>(block)) {
-            section.fail("block", "must be a whole number from 1 to 16777216");
+        constexpr int kLargestBlock = 1 << 24;
+        source.block = count(section, "block", kLargestBlock).value_or(source.block);
+        source.step = count(section, "step", source.block).value_or(source.block) % source.block;
+        source.stepPlace = section.place("step");
+        if (source.overlaps() && source.noise) {
+            section.fail("step", "data blocks that overlap can't have noise of their own");
         }
-        source.block = static_cast<int>(block);
+        constexpr int kMostBlocks = 1 << 30;
+        source.mostBlocks = count(section, "blocks", kMostBlocks).value_or(0);
         source.unit = section.text("unit");
         scale(section, hasFile, source);
         source.rate = section.number("rate");
@@ -212,6 +215,16 @@ private:
                          std::string("must be ") + unit + ", which is what " + from + " gives");
         }
         source.unit = unit;
+    }
+
+    // From 1 on; nothing when it is not there.
+    static std::optional<int> count(const Section& section, const char* name, int most) {
+        const std::optional<double> number = section.number(name);
+        if (!number) return std::nullopt;
+        if (!(*number >= 1 && *number <= most) || *number != std::floor(*number)) {
+            section.fail(name, "must be a whole number from 1 to " + std::to_string(most));
+        }
+        return static_cast<int>(*number);
     }
 
     // A number, or a list of them.

@@ -5,6 +5,8 @@
 //     [source.speech]
 //     file = "speech.wav"          # WAV, CSV, and what libsndfile reads
 //     block = 4096                 # samples per channel in one data block
+//     step = 2048                  # from one data block to the next; they overlap
+//     blocks = 100                 # so many data blocks at most
 //     full_scale = 20.0            # value of digital full scale, in the unit; a list: per channel
 //     unit = "Pa"
 //     calibration = "cal.toml"     # instead of both: what `vynhost calibrate` has written
@@ -79,6 +81,9 @@ struct SourceEntry {
     std::filesystem::path file;  // empty: noise alone
     Place filePlace;
     int block = 4096;
+    int step = 0;  // from one data block to the next, if they overlap
+    Place stepPlace = {};
+    std::int64_t mostBlocks = 0;          // 0: as many as there are
     std::vector<double> fullScale = {1};  // one for all, or one per chosen channel
     Place fullScalePlace = {};
     std::filesystem::path calibration = {};  // empty: the full scale holds
@@ -91,6 +96,8 @@ struct SourceEntry {
     double seconds = 0;  // of noise alone
     Tail tail = Tail::automatic;
     bool usesTruncated = false;  // a recording that ends before its head says so
+
+    bool overlaps() const noexcept { return step != 0; }
 };
 
 struct Setting {

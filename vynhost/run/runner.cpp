@@ -101,6 +101,7 @@ Runner::Runner(ModuleHost& host, const Diagram& diagram,
     orderBlocks();
     carryKinds();
     carryOrigins();
+    checkOverlaps();
     limitDataBlocks();
     // Their names must exist.
     for (const SinkEntry& sink : diagram_.sinks) {
@@ -333,6 +334,58 @@ void Runner::carryOrigins() {
                 if (!input.wire) continue;
                 std::ranges::copy(input.feeder->origins, std::back_inserter(outlet.origins));
             }
+        }
+    }
+}
+
+// What a block makes of time that comes twice is right in spectra alone.
+void Runner::checkOverlaps() const {
+    for (const auto& feed : feeds_) {
+        const SourceEntry& entry = feed->source.entry();
+        if (!entry.overlaps()) continue;
+        const auto refuse = [&](const std::string& what) {
+            throw InputError(entry.stepPlace,
+                             "data blocks that overlap go to FFT and FFT zweier "
+                             "Zeitsignale alone, not to " +
+                                 what);
+        };
+        for (const Target& target : feed->outlet.targets) {
+            const Int type = target.node->block->typeCode();
+            if (type != kSpektrum && type != kDualSpektrum) refuse(target.node->entry->name);
+        }
+        const auto isHere = [&](const ConnectorName& name) { return name.node == entry.name; };
+        for (const SinkEntry& sink : diagram_.sinks) {
+            if (std::ranges::any_of(sink.from, isHere)) refuse("sink." + sink.name);
+        }
+        for (const CompareEntry& compare : diagram_.comparisons) {
+            if (isHere(compare.of) || isHere(compare.with)) refuse("compare." + compare.name);
+        }
+    }
+    for (const auto& node : nodes_)
+        checkSteps(*node);
+}
+
+// Spectra of overlapping data blocks can't go back into time, and two signals must be cut alike.
+void Runner::checkSteps(const Node& node) {
+    const Int type = node.block->typeCode();
+    if (type != kInverseFFT && type != kDualSpektrum) return;
+    std::vector<const SourceEntry*> origins;
+    for (const Node::Input& input : node.inputs) {
+        if (!input.wire) continue;
+        for (const Feed* feed : input.feeder->origins)
+            origins.push_back(&feed->source.entry());
+    }
+    for (const SourceEntry* entry : origins) {
+        if (!entry->overlaps()) continue;
+        if (type == kInverseFFT) {
+            throw InputError(
+                entry->stepPlace,
+                node.entry->name + " can't make one signal of data blocks that overlap");
+        }
+        if (std::ranges::any_of(origins,
+                                [&](const auto* other) { return other->step != entry->step; })) {
+            throw InputError(entry->stepPlace,
+                             "the two signals of " + node.entry->name + " have one step");
         }
     }
 }

@@ -97,6 +97,8 @@ private:
     void orderBlocks();
     void carryKinds();
     void carryOrigins();
+    void checkOverlaps() const;
+    static void checkSteps(const Node& node);
     void limitDataBlocks();
     // Nodes and outlets lie on the heap: the runner's own constness is not theirs.
     Outlet& outletOf(const ConnectorName& name) const;

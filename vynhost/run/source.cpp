@@ -144,7 +144,8 @@ std::size_t Source::framesInBlock() const {
 }
 
 std::uint64_t Source::bytesToRead() const {
-    return std::uint64_t{framesInBlock()} * static_cast<std::uint64_t>(recording_->channels()) *
+    const std::uint64_t copies = entry_->overlaps() ? 2 : 1;
+    return copies * framesInBlock() * static_cast<std::uint64_t>(recording_->channels()) *
            sizeof(float);
 }
 
@@ -159,10 +160,20 @@ std::optional<ChannelData> Source::next() {
     const auto block = static_cast<std::size_t>(entry_->block);
     std::vector<float> interleaved(framesInBlock() *
                                    static_cast<std::size_t>(recording_->channels()));
-    const std::size_t frames = readFrames(interleaved);
-    ended_ = frames < block || position_ + entry_->block == recording_->frames();
+    const std::size_t kept = std::min(overlap_.size(), interleaved.size());
+    std::copy_n(overlap_.begin(), kept, interleaved.begin());
+    const std::size_t frames = kept / static_cast<std::size_t>(recording_->channels()) +
+                               readFrames(std::span(interleaved).subspan(kept));
+    ended_ = frames < block || position_ + entry_->block == recording_->frames() ||
+             blocks_ + 1 == entry_->mostBlocks;
     rest_ = frames < block ? frames : 0;
-    if (frames == 0 || (rest_ > 0 && entry_->tail == Tail::drop)) return std::nullopt;
+    // Beside overlapping data blocks a shorter one would count its samples with another weight.
+    leavesRest_ = entry_->tail == Tail::drop ||
+                  (entry_->tail == Tail::automatic && entry_->overlaps() && blocks_ > 0);
+    if (frames < block && leavesRest_)
+        rest_ -= kept / static_cast<std::size_t>(recording_->channels());
+    blocks_ += frames == block ? 1 : 0;
+    if (frames == 0 || (frames < block && leavesRest_)) return std::nullopt;
 
     std::vector<float> values = chosenAndScaled(interleaved, frames);
     if (entry_->noise) {
@@ -171,8 +182,19 @@ std::optional<ChannelData> Source::next() {
     }
     if (entry_->tail == Tail::pad) values.resize(block * channels_.size());
     ChannelData data = withHead(std::move(values));
-    position_ += static_cast<std::int64_t>(frames);
+    if (frames == block && entry_->overlaps()) {
+        position_ += entry_->step;
+        keepOverlap(interleaved);
+    } else {
+        position_ += static_cast<std::int64_t>(frames);
+    }
     return data;
+}
+
+void Source::keepOverlap(std::span<const float> interleaved) {
+    const auto step =
+        static_cast<std::size_t>(entry_->step) * static_cast<std::size_t>(recording_->channels());
+    overlap_.assign(interleaved.begin() + static_cast<std::ptrdiff_t>(step), interleaved.end());
 }
 
 double Source::position() const { return static_cast<double>(position_) / recording_->rate(); }
@@ -233,8 +255,14 @@ std::string Source::note() const {
     if (entry_->rate && *entry_->rate != recording_->rate()) {
         note += "; its own rate counts, not the diagram's " + toText(*entry_->rate) + " Hz";
     }
+    if (entry_->overlaps()) {
+        note += "; " + std::to_string(blocks_) + " whole data blocks, one every " +
+                std::to_string(entry_->step) + " samples";
+    } else if (entry_->mostBlocks > 0 && blocks_ == entry_->mostBlocks) {
+        note += "; the first " + std::to_string(blocks_) + " data blocks of it";
+    }
     if (!recording_->missing().empty()) note += "; " + recording_->missing().english;
-    if (rest_ > 0 && entry_->tail == Tail::drop) {
+    if (rest_ > 0 && leavesRest_) {
         note += "; the last " + std::to_string(rest_) + " left out";
     } else if (rest_ > 0 && entry_->tail == Tail::pad) {
         const std::size_t zeros = static_cast<std::size_t>(entry_->block) - rest_;

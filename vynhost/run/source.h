@@ -67,6 +67,7 @@ private:
     void describeChannels();
     std::string title() const;
     std::size_t framesInBlock() const;
+    void keepOverlap(std::span<const float> interleaved);
     std::size_t readFrames(std::span<float> interleaved);
     std::vector<float> chosenAndScaled(std::span<const float> interleaved,
                                        std::size_t frames) const;
@@ -84,8 +85,11 @@ private:
     bool hasOwnUnits_ = false;
     std::vector<std::string> names_;
     WhiteNoise noise_;
-    std::int64_t position_ = 0;  // in frames
-    std::size_t rest_ = 0;       // frames of a last, short data block
+    std::int64_t position_ = 0;   // of the next data block, in frames
+    std::vector<float> overlap_;  // the frames of it that the one before has had, too
+    std::int64_t blocks_ = 0;     // whole ones, given out
+    std::size_t rest_ = 0;        // frames of a last, short data block
+    bool leavesRest_ = false;     // out
     bool ended_ = false;
 };
 
