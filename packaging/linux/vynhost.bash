@@ -5,7 +5,7 @@ _vynhost()
     local cur prev words cword
     _init_completion || return
 
-    local commands='list skeleton run calibrate dialog doctor' command=
+    local commands='list skeleton run calibrate level spectrum bands transfer dialog doctor' command=
     local i
     for ((i = 1; i < cword; i++)); do
         if [[ ${words[i]} != -* ]]; then
@@ -42,6 +42,29 @@ _vynhost()
                 *)
                     if [[ $cur == -* ]]; then
                         COMPREPLY=($(compgen -W '--level --frequency --out --force --help' -- "$cur"))
+                    else
+                        _filedir
+                    fi
+                    ;;
+            esac
+            ;;
+        level | spectrum | bands | transfer)
+            case $prev in
+                --out) _filedir -d ;;
+                --calibration) _filedir toml ;;
+                *)
+                    if [[ $cur == -* ]]; then
+                        local options='--calibration --full-scale --unit --sensitivity --range --channels --out
+                            --csv --memory --diagram --force --quiet --no-progress --help'
+                        case $command in
+                            level) options+=' --weighting --time --every --clock --percentiles --bands' ;;
+                            spectrum) options+=' --length --overlap --averages --window --peaks' ;;
+                            bands) options+=' --length --overlap --averages --octaves --weighting' ;;
+                            transfer)
+                                options+=' --length --overlap --averages --excitation --response --window'
+                                ;;
+                        esac
+                        COMPREPLY=($(compgen -W "$options" -- "$cur"))
                     else
                         _filedir
                     fi

@@ -2,31 +2,26 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <deque>
 #include <iostream>
 #include <map>
-#include <optional>
 
 #include "vynhost/base/errors.h"
 #include "vynhost/base/text.h"
 #include "vynhost/command/calibrate.h"
+#include "vynhost/command/diagram_job.h"
 #include "vynhost/command/dialog_command.h"
 #include "vynhost/command/doctor.h"
+#include "vynhost/command/level.h"
 #include "vynhost/command/list.h"
-#include "vynhost/command/platform/terminal.h"
-#include "vynhost/command/progress_line.h"
+#include "vynhost/command/measurement.h"
 #include "vynhost/command/skeleton.h"
+#include "vynhost/command/spectra.h"
 #include "vynhost/diagram/catalogue.h"
 #include "vynhost/diagram/diagram.h"
 #include "vynhost/interface/installation.h"
 #include "vynhost/interface/module_host.h"
 #include "vynhost/interface/platform/system.h"
-#include "vynhost/results/comparison.h"
-#include "vynhost/results/report.h"
-#include "vynhost/results/result_files.h"
-#include "vynhost/results/sink.h"
 #include "vynhost/run/interrupt.h"
-#include "vynhost/run/runner.h"
 
 namespace vynhost {
 namespace {
@@ -76,21 +71,6 @@ std::map<std::string, std::filesystem::path> replacedFiles(const std::vector<std
     return files;
 }
 
-// What no result may replace: the diagram and the recordings, also those that others stand in for.
-std::vector<ReadFile> readFiles(const Diagram& diagram,
-                                const std::map<std::string, std::filesystem::path>& inputs) {
-    std::vector<ReadFile> files = {{diagram.file, "the diagram"}};
-    for (const SourceEntry& source : diagram.sources) {
-        if (!source.file.empty()) files.push_back({source.file, "the recording of " + source.name});
-        if (!source.calibration.empty()) {
-            files.push_back({source.calibration, "the calibration of " + source.name});
-        }
-    }
-    for (const auto& [name, file] : inputs)
-        files.push_back({file, "the recording of " + name});
-    return files;
-}
-
 int list(const ListArguments& arguments) {
     const ModuleLibrary module = loadModule(findInstallation());
     ModuleHost host(module);
@@ -118,76 +98,31 @@ int skeleton(const SkeletonArguments& arguments) {
     return kSuccess;
 }
 
-std::uint64_t memoryOf(const RunArguments& arguments) {
-    constexpr double kGibi = 1 << 30;
-    constexpr double kMost = 1 << 20;
-    if (!(arguments.memory > 0 && arguments.memory <= kMost)) {
-        throw InputError("--memory must be above 0, in GiB, and 1048576 at most");
-    }
-    return static_cast<std::uint64_t>(arguments.memory * kGibi);
-}
-
-ReportedProgram programOf(const Installation& installation, ModuleHost& host) {
-    std::string why;
-    const std::filesystem::path library = installation.library()->file;
-    return {VYN_VERSION, host.getInfo(kFirstType, kInterface), installation.module, library,
-            libraryVersion(library, why).value_or("?")};
-}
-
 int run(const RunArguments& arguments) {
     watchInterrupts();
-    const std::uint64_t memory = memoryOf(arguments);
+    const std::uint64_t memory = memoryOf(arguments.memory);
     Diagram diagram = readDiagram(pathOf(arguments.diagram));
     if (!arguments.report.empty()) askForReport(diagram, arguments.report, {"", 0, "--report"});
     requireResults(diagram);
-    const auto inputs = replacedFiles(arguments.inputs);
-    ResultFiles files(pathOf(arguments.out), readFiles(diagram, inputs), arguments.force);
-    for (const SinkEntry& sink : diagram.sinks)
-        Sink::claimFiles(sink, files);
-    if (!diagram.report.empty()) files.claim(diagram.report, diagram.reportPlace);
-    const Installation installation = findInstallation();
-    requireLibrary(installation);
-    const ModuleLibrary module = loadModule(installation);
-    ModuleHost host(module, {.mostValues = memory / sizeof(float)});
-    Runner runner(host, diagram, inputs, memory);
-    const TableStyle& tables = arguments.csv == "de" ? kCommaTables : kPointTables;
-    std::deque<Sink> sinks;
-    for (const SinkEntry& entry : diagram.sinks)
-        sinks.emplace_back(entry, runner, files, tables);
-    std::deque<Comparer> comparers;
-    for (const CompareEntry& entry : diagram.comparisons)
-        comparers.emplace_back(entry, runner);
-    std::optional<ProgressLine> progress;
-    if (const auto columns = platform::terminalColumns();
-        columns && !arguments.quiet && !arguments.noProgress) {
-        progress.emplace(std::cerr, *columns);
-        runner.watch([&](const Runner::Progress& now) { progress->show(now); });
-    }
-    ResultFile* report = diagram.report.empty() ? nullptr : &files.open(diagram.report);
-    runner.run();
-    if (progress) progress->say("writing the results");
-    std::vector<Comparison> comparisons;
-    comparisons.reserve(comparers.size());
-    for (const Comparer& comparer : comparers)
-        comparisons.push_back(comparer.result());
-    for (Sink& sink : sinks)
-        sink.finish();
-    if (report != nullptr) {
-        report->write(
-            reportPage({diagram, runner, sinks, comparisons, programOf(installation, host),
-                        arguments.language == "de" ? Language::german : Language::english}));
-    }
-    progress.reset();
+    DiagramJob job(diagram,
+                   {.inputs = replacedFiles(arguments.inputs),
+                    .out = pathOf(arguments.out),
+                    .tables = &tableStyleNamed(arguments.csv),
+                    .memory = memory,
+                    .force = arguments.force,
+                    .showsProgress = !arguments.quiet && !arguments.noProgress,
+                    .version = VYN_VERSION,
+                    .language = arguments.language == "de" ? Language::german : Language::english});
+    job.run();
     if (!arguments.quiet) {
-        for (const std::string& note : runner.notes())
+        for (const std::string& note : job.runner().notes())
             say(note);
     }
-    if (interrupted()) throw RunError(kInterrupted, "interrupted, no file is written");
-    for (const std::filesystem::path& path : files.commit()) {
+    for (const std::filesystem::path& path : job.commit()) {
         if (!arguments.quiet) say("wrote " + textOf(path));
     }
     int code = kSuccess;
-    for (const Comparison& comparison : comparisons) {
+    for (const Comparison& comparison : job.comparisons()) {
         if (!arguments.quiet) say(comparison.line);
         if (!comparison.within) code = kDifferent;
         if (!comparison.within && arguments.quiet) complain(comparison.line);
@@ -203,6 +138,102 @@ int dialog(const DialogArguments& arguments) {
     ModuleHost host(module);
     std::cout << showBlockDialog(host, arguments);
     return kSuccess;
+}
+
+// What the commands take that measure in one recording.
+void addMeasurement(CLI::App& command, MeasurementArguments& arguments) {
+    command.add_option("RECORDING", arguments.recording, "Of any number of channels")->required();
+    command.add_option("--calibration", arguments.calibration,
+                       "What vynhost calibrate has written");
+    command
+        .add_option("--full-scale", arguments.fullScale,
+                    "Value of digital full scale, in --unit; several: per channel")
+        ->delimiter(',')
+        ->allow_extra_args(false);
+    command.add_option("--unit", arguments.unit, "Of --full-scale");
+    command.add_option("--sensitivity", arguments.sensitivity, "Of the sensor: \"50 mV/Pa\"");
+    command.add_option("--range", arguments.range, "What full scale is at the input: \"10 V\"");
+    command.add_option("--channels", arguments.channels, "From 1: 1,2 (default: all)")
+        ->delimiter(',')
+        ->allow_extra_args(false);
+    command.add_option("--out", arguments.out,
+                       "Folder of tables and pictures (default: nothing is written)");
+    command
+        .add_option("--csv", arguments.csv,
+                    "Tables with comma and decimal point (en, the default), or with semicolon and "
+                    "decimal comma (de)")
+        ->check(CLI::IsMember({"en", "de"}));
+    command.add_option("--memory", arguments.memory,
+                       "GiB that data blocks, curves and waiting rows may take (default: 1)");
+    command.add_flag("--diagram", arguments.diagram,
+                     "Print the diagram of these blocks instead of running it");
+    command.add_flag("--force", arguments.force, "Replace files that no run has written, too");
+    command.add_flag("-q,--quiet", arguments.quiet, "Errors only");
+    command.add_flag("--no-progress", arguments.noProgress,
+                     "No line on a terminal that says how far the run is");
+}
+
+void addLevel(CLI::App& app, LevelArguments& arguments) {
+    CLI::App* command = app.add_subcommand("level", "Measures sound levels in a recording");
+    addMeasurement(*command, arguments);
+    command->add_option("--weighting", arguments.weighting, "A (the default), B, C or Z");
+    command->add_option("--time", arguments.time, "F (the default), S or I");
+    command->add_option("--every", arguments.every, "Time per row: 1s (the default), 125ms, 5min");
+    command->add_option("--clock", arguments.clock,
+                        "Seconds of a clock period: 1, 3 or 5 (the default)");
+    command
+        ->add_option("--percentiles", arguments.percentiles,
+                     "Levels exceeded in so many % of the time: 1,5,10,50,90,95,99")
+        ->delimiter(',')
+        ->allow_extra_args(false);
+    command->add_flag("--bands", arguments.bands, "Third-octave levels beside them");
+    command->callback([&arguments] {
+        watchInterrupts();
+        measureLevel(arguments, std::cout);
+    });
+}
+
+// What those take that measure in spectra.
+void addFrames(CLI::App& command, FrameArguments& arguments) {
+    addMeasurement(command, arguments);
+    command.add_option("--length", arguments.length, "Samples of a data block");
+    command.add_option("--overlap", arguments.overlap,
+                       "How much data blocks have in common, in % (default: 50)");
+    command.add_option("--averages", arguments.averages,
+                       "Data blocks that are averaged at most (default: all)");
+}
+
+void addSpectra(CLI::App& app, SpectrumArguments& spectrum, BandsArguments& bands,
+                TransferArguments& transfer) {
+    constexpr const char* kWindow = "A window of the FFT block (default: HANNING)";
+    CLI::App* command = app.add_subcommand("spectrum", "Averages spectra and finds their peaks");
+    addFrames(*command, spectrum);
+    command->add_option("--window", spectrum.window, kWindow);
+    command->add_option("--peaks", spectrum.peaks, "At most so many (default: 10)");
+    command->callback([&spectrum] {
+        watchInterrupts();
+        measureSpectrum(spectrum, std::cout);
+    });
+
+    command = app.add_subcommand("bands", "Measures third-octave or octave levels");
+    addFrames(*command, bands);
+    command->add_flag("--octaves", bands.octaves, "Octaves instead of third octaves");
+    command->add_option("--weighting", bands.weighting, "Z (the default) or A");
+    command->callback([&bands] {
+        watchInterrupts();
+        measureBands(bands, std::cout);
+    });
+
+    command = app.add_subcommand("transfer",
+                                 "Measures the transfer function and coherence of two channels");
+    addFrames(*command, transfer);
+    command->add_option("--excitation", transfer.excitation, "A channel (default: 1)");
+    command->add_option("--response", transfer.response, "A channel (default: 2)");
+    command->add_option("--window", transfer.window, kWindow);
+    command->callback([&transfer] {
+        watchInterrupts();
+        measureTransfer(transfer, std::cout);
+    });
 }
 
 constexpr const char* kNotWritten = "standard output can't be written";
@@ -284,6 +315,13 @@ int obey(const std::vector<std::string>& words) {
         watchInterrupts();
         calibrate(calibrateArguments, std::cout);
     });
+
+    LevelArguments levelArguments;
+    addLevel(app, levelArguments);
+    SpectrumArguments spectrumArguments;
+    BandsArguments bandsArguments;
+    TransferArguments transferArguments;
+    addSpectra(app, spectrumArguments, bandsArguments, transferArguments);
 
     DialogArguments dialogArguments;
     CLI::App* dialogCommand = app.add_subcommand(

@@ -24,6 +24,8 @@ public:
     };
     Interval next();
 
+    // Samples of the next interval.
+    std::int64_t length() const;
     // All samples of the next interval are there.
     bool isComplete() const { return started_ && samples_ >= end_ + length(); }
     // One sample more, equal to the last, which belongs to no interval that `isComplete` tells of.
@@ -32,10 +34,10 @@ public:
     // What is behind the last interval that came out.
     std::int64_t rest() const { return samples_ - end_; }
     double secondsOf(std::int64_t samples) const;
+    double endOfData() const { return timeOf(samples_); }
     double intervalSeconds() const { return 1.0 / outputFrequency_; }
 
 private:
-    std::int64_t length() const;
     double timeOf(std::int64_t sample) const;
 
     double outputFrequency_;

@@ -3,7 +3,7 @@
 #include <chrono>
 #include <cstdlib>
 
-#include "interface/vynhost/diagram_fixture.h"
+#include "interface/vynhost/program_fixture.h"
 #include "vynhost/base/text.h"
 
 namespace vynhost::test {
@@ -12,27 +12,7 @@ namespace {
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
-class MainTest : public DiagramTest {
-protected:
-    struct Outcome {
-        int code;
-        std::string out;
-        std::string error;
-    };
-    Outcome vynhost(const std::string& arguments) const {
-        const auto quoted = [](const std::filesystem::path& path) {
-            return "\"" + textOf(path) + "\"";
-        };
-        const std::filesystem::path out = folder() / "stdout.txt";
-        const std::filesystem::path error = folder() / "stderr.txt";
-        std::string command = quoted(platform::programFolder() / platform::kHostProgram) + " " +
-                              arguments + " > " + quoted(out) + " 2> " + quoted(error);
-        const int code = platform::runShell(command);
-        return {code, read(out), read(error)};
-    }
-    static inline const std::string kLineEnd = platform::kHasDialogs ? "\r\n" : "\n";
-    std::string at(const std::string& name) const { return "\"" + textOf(folder() / name) + "\""; }
-};
+class MainTest : public ProgramTest {};
 
 TEST_F(MainTest, SaysItsVersion) {
     const Outcome outcome = vynhost("--version");
@@ -55,7 +35,7 @@ TEST_F(MainTest, OffersTheCommandThatWasMeant) {
         outcome.error,
         StartsWith(
             "vynhost: \"rum\" is no command, did you mean run? (there are: list, skeleton, run, "
-            "calibrate, dialog, doctor)"));
+            "calibrate, level, spectrum, bands, transfer, dialog, doctor)"));
 }
 
 TEST_F(MainTest, ListsOneTypeAndPrintsASkeleton) {
