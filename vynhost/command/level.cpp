@@ -40,6 +40,7 @@ const char* keywordOf(const std::array<Choice, N>& choices, const std::string& n
     const auto found = std::ranges::find(choices, std::string_view(name), &Choice::name);
     if (found != choices.end()) return found->keyword;
     std::vector<std::string> names;
+    names.reserve(N);
     for (const Choice& choice : choices)
         names.emplace_back(choice.name);
     throw InputError(std::string(option) + " " + name + ": must be one of " + joined(names));
@@ -119,7 +120,7 @@ std::vector<std::string> columnsOf(const Names& names, const std::vector<double>
 // Rows of a level block: some of its quantities, per channel.
 class LevelBlockRows {
 public:
-    LevelBlockRows(Runner& runner, const char* block, std::vector<std::string> wanted,
+    LevelBlockRows(Runner& runner, const char* block, const std::vector<std::string>& wanted,
                    double offset) {
         const ConnectorName place{block, "A", {}};
         const std::vector<ValueName>& values = runner.outlet(place).values;
