@@ -25,10 +25,11 @@ _vynhost()
             case $prev in
                 --out) _filedir -d ;;
                 --csv | --lang) COMPREPLY=($(compgen -W 'en de' -- "$cur")) ;;
-                --input | --memory | --report) ;;
+                --input | --memory | --report | --each | --jobs) ;;
                 *)
                     if [[ $cur == -* ]]; then
-                        COMPREPLY=($(compgen -W '--input --out --csv --memory --report --lang --force --quiet --no-progress --help' -- "$cur"))
+                        COMPREPLY=($(compgen -W '--input --out --csv --memory --report --lang --force --quiet
+                            --no-progress --totals --each --jobs --resume --help' -- "$cur"))
                     else
                         _filedir toml
                     fi

@@ -4,9 +4,11 @@
 #include <algorithm>
 #include <iostream>
 #include <map>
+#include <optional>
 
 #include "vynhost/base/errors.h"
 #include "vynhost/base/text.h"
+#include "vynhost/command/batch.h"
 #include "vynhost/command/calibrate.h"
 #include "vynhost/command/diagram_job.h"
 #include "vynhost/command/dialog_command.h"
@@ -21,6 +23,7 @@
 #include "vynhost/interface/installation.h"
 #include "vynhost/interface/module_host.h"
 #include "vynhost/interface/platform/system.h"
+#include "vynhost/results/totals.h"
 #include "vynhost/run/interrupt.h"
 
 namespace vynhost {
@@ -47,6 +50,10 @@ struct RunArguments {
     bool force = false;
     bool quiet = false;
     bool noProgress = false;
+    bool totals = false;
+    std::vector<std::string> each;  // NAME=FILES: a batch
+    int jobs = 0;
+    bool resume = false;
 };
 
 // The one line that an error is, on standard error.
@@ -100,6 +107,22 @@ int skeleton(const SkeletonArguments& arguments) {
 
 int run(const RunArguments& arguments) {
     watchInterrupts();
+    if (!arguments.each.empty()) {
+        const bool ok = runBatch({.diagram = arguments.diagram,
+                                  .each = arguments.each,
+                                  .inputs = arguments.inputs,
+                                  .out = arguments.out,
+                                  .csv = arguments.csv,
+                                  .memory = arguments.memory,
+                                  .report = arguments.report,
+                                  .language = arguments.language,
+                                  .jobs = arguments.jobs,
+                                  .resume = arguments.resume,
+                                  .force = arguments.force,
+                                  .quiet = arguments.quiet},
+                                 std::cout, std::cerr);
+        return ok ? kSuccess : kDifferent;
+    }
     const std::uint64_t memory = memoryOf(arguments.memory);
     Diagram diagram = readDiagram(pathOf(arguments.diagram));
     if (!arguments.report.empty()) askForReport(diagram, arguments.report, {"", 0, "--report"});
@@ -113,6 +136,8 @@ int run(const RunArguments& arguments) {
                     .showsProgress = !arguments.quiet && !arguments.noProgress,
                     .version = VYN_VERSION,
                     .language = arguments.language == "de" ? Language::german : Language::english});
+    std::optional<Totals> totals;
+    if (arguments.totals) totals.emplace(diagram, job.runner());
     job.run();
     if (!arguments.quiet) {
         for (const std::string& note : job.runner().notes())
@@ -120,6 +145,11 @@ int run(const RunArguments& arguments) {
     }
     for (const std::filesystem::path& path : job.commit()) {
         if (!arguments.quiet) say("wrote " + textOf(path));
+    }
+    if (totals) {
+        constexpr int kTotalDigits = 9;
+        for (const auto& [name, value] : totals->values())
+            say("total: " + name + " = " + toText(value, kTotalDigits));
     }
     int code = kSuccess;
     for (const Comparison& comparison : job.comparisons()) {
@@ -295,6 +325,20 @@ int obey(const std::vector<std::string>& words) {
     runCommand->add_flag("-q,--quiet", runArguments.quiet, "Errors only");
     runCommand->add_flag("--no-progress", runArguments.noProgress,
                          "No line on a terminal that says how far the run is");
+    runCommand->add_flag("--totals", runArguments.totals,
+                         "Say what the results come to, in a line \"total: NAME = VALUE\" each");
+    CLI::Option* each =
+        runCommand->add_option("--each", runArguments.each,
+                               "NAME=FILES: a run for each of these recordings of a source, with * "
+                               "and ? in their names; {name} in --out is the recording's name");
+    runCommand
+        ->add_option("--jobs", runArguments.jobs,
+                     "Runs at a time with --each (default: as many as there are processors)")
+        ->needs(each);
+    runCommand
+        ->add_flag("--resume", runArguments.resume,
+                   "With --each: leave out what is done and as it was")
+        ->needs(each);
     runCommand->callback([&] { code = run(runArguments); });
 
     CalibrateArguments calibrateArguments;

@@ -5,13 +5,18 @@
 namespace vynhost::test {
 namespace {
 
-// Cells without a separator in them.
+// Without a quote in a cell.
 std::vector<std::string> cellsOf(const std::string& line) {
-    std::vector<std::string> cells;
-    std::istringstream in(line + ",");
-    for (std::string cell; std::getline(in, cell, ',');) {
-        if (cell.starts_with('"')) cell = cell.substr(1, cell.size() - 2);
-        cells.push_back(cell);
+    std::vector<std::string> cells(1);
+    bool quoted = false;
+    for (const char c : line) {
+        if (c == '"') {
+            quoted = !quoted;
+        } else if (c == ',' && !quoted) {
+            cells.emplace_back();
+        } else if (c != '\r') {
+            cells.back() += c;
+        }
     }
     return cells;
 }

@@ -1,0 +1,206 @@
+// One diagram over many recordings.
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+#include <sstream>
+
+#include "interface/vynhost/program_fixture.h"
+#include "vynhost/base/wildcards.h"
+
+namespace vynhost::test {
+namespace {
+
+using ::testing::AllOf;
+using ::testing::ElementsAre;
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+using ::testing::StartsWith;
+
+TEST(Wildcards, StandForLetters) {
+    EXPECT_TRUE(matches("m01.wav", "*.wav", false));
+    EXPECT_TRUE(matches("m01.wav", "m??.wav", false));
+    EXPECT_TRUE(matches("mäß.wav", "m??.wav", false));
+    EXPECT_TRUE(matches("aab", "*ab", false));
+    EXPECT_TRUE(matches("", "**", false));
+    EXPECT_TRUE(matches("A.WAV", "*.wav", true));
+    EXPECT_FALSE(matches("A.WAV", "*.wav", false));
+    EXPECT_FALSE(matches("m1.wav", "m??.wav", false));
+    EXPECT_FALSE(matches("m.wav.txt", "*.wav", false));
+    EXPECT_FALSE(matches("a", "", false));
+    EXPECT_FALSE(matches(std::string(2000, 'a'), "*a*a*a*a*a*a*b", false));  // at once
+}
+
+class BatchTest : public ProgramTest {
+protected:
+    BatchTest() {
+        write(
+            "d.toml",
+            "[source.m]\nfile = \"none.wav\"\n[block.level]\ntype = \"Pegelberechnung\"\n"
+            "[block.f]\ntype = \"FFT\"\nPkAmplType = \"RMS\"\n[wire]\n\"level.E\" = \"m\"\n"
+            "\"f.E\" = \"m\"\n[sink.l]\nfrom = \"level.A\"\nvalues = [\"Lmax\"]\ncsv = \"l.csv\"\n"
+            "[sink.f]\nfrom = \"f.S\"\naverage = \"power\"\ncsv = \"f.csv\"\n[sink.s]\nfrom = "
+            "\"m\"\ncsv = \"s.csv\"\n");
+        std::filesystem::create_directories(folder() / "in");
+        for (int i = 1; i <= 3; ++i)
+            record("in/m" + std::to_string(i) + ".wav", 0.2 * i);
+    }
+    void record(const std::string& name, double amplitude) const {
+        writeWav(name, sine(8192, 1024, amplitude));
+    }
+    // Tells every recording of in/, unless `each` is something else.
+    Outcome batch(const std::string& options = "", const std::string& each = "",
+                  const std::string& out = "o/{name}") const {
+        return vynhost("run " + at("d.toml") + " --out " + at(out) + " --each " +
+                       (each.empty() ? pattern("in/*.wav") : each) + " " + options);
+    }
+    std::string pattern(const std::string& name) const {
+        return "\"m=" + textOf(folder() / name) + "\"";
+    }
+    static std::string lastLineOf(const std::string& text) {
+        std::string last;
+        std::istringstream lines(text);
+        for (std::string line; std::getline(lines, line);)
+            last = line;
+        return last.substr(0, last.find('\r'));
+    }
+    bool exists(const std::string& name) const { return std::filesystem::exists(folder() / name); }
+};
+
+TEST_F(BatchTest, RunsTheDiagramOverEachRecording) {
+    const Outcome outcome = batch("--jobs 2");
+    EXPECT_EQ(outcome.code, 0) << outcome.error;
+    EXPECT_EQ(lastLineOf(outcome.out), "vynhost: 3 ok, 0 failed");
+    EXPECT_THAT(outcome.out, HasSubstr("m2: ok"));
+    // What a run of its own writes.
+    const Outcome alone = vynhost("run " + at("d.toml") + " --totals --input " +
+                                  pattern("in/m2.wav") + " --out " + at("alone"));
+    EXPECT_EQ(alone.code, 0) << alone.error;
+    for (const char* table : {"/l.csv", "/f.csv", "/s.csv"}) {
+        EXPECT_EQ(read(folder() / ("o/m2" + std::string(table))),
+                  read(folder() / ("alone" + std::string(table))));
+    }
+    const std::string rms = "total: m rms = 0.2828";
+    EXPECT_THAT(alone.out, HasSubstr(rms));
+    Columns summary = tableOf("o/summary.csv");
+    for (std::size_t i = 0; i < 3; ++i) {
+        const double amplitude = 0.2 * static_cast<double>(i + 1);
+        // 16 bits: a step is 3e-5.
+        EXPECT_NEAR(summary["m rms"].at(i), amplitude / std::numbers::sqrt2, 2e-5);
+        EXPECT_NEAR(summary["m peak"].at(i), amplitude, 2e-5);
+        EXPECT_NEAR(summary["f.S highest"].at(i), amplitude / std::numbers::sqrt2, 2e-5);
+        EXPECT_EQ(summary["f.S highest at"].at(i), 1000);
+    }
+    EXPECT_THAT(read(folder() / "o/summary.csv"),
+                StartsWith("name,file,result,reason,\"level.A Lmax [dB re 2e-05 of full scale, "));
+}
+
+TEST_F(BatchTest, OneBadFileDoesNotStopTheRest) {
+    write("in/m2.wav", "RIFF, and no recording");
+    const Outcome outcome = batch();
+    EXPECT_EQ(outcome.code, 1);
+    EXPECT_EQ(lastLineOf(outcome.out), "vynhost: 2 ok, 1 failed");
+    EXPECT_THAT(outcome.error, AllOf(StartsWith("m2: failed: "), HasSubstr("m2.wav")));
+    EXPECT_FALSE(exists("o/m2"));
+    EXPECT_TRUE(exists("o/m3/l.csv"));
+    EXPECT_THAT(read(folder() / "o/summary.csv"), HasSubstr(",failed,"));
+    const Outcome quiet = batch("--quiet");
+    EXPECT_EQ(quiet.out, "");
+    EXPECT_EQ(lastLineOf(quiet.error), "vynhost: 2 ok, 1 failed");
+    // Mended, it is the one that is left.
+    record("in/m2.wav", 0.5);
+    const Outcome resumed = batch("--resume");
+    EXPECT_EQ(resumed.code, 0) << resumed.error;
+    EXPECT_THAT(resumed.out, AllOf(StartsWith("2 of 3 are done and as they were"),
+                                   HasSubstr("m2: ok"), Not(HasSubstr("m1: ok"))));
+    EXPECT_THAT(read(folder() / "o/summary.csv"), Not(HasSubstr("failed")));
+}
+
+TEST_F(BatchTest, ResumingDoesNothingTwice) {
+    ASSERT_EQ(batch("--csv=de").code, 0);
+    const auto times = [&] {
+        std::vector<std::filesystem::file_time_type> all;
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(folder() / "o"))
+            all.push_back(std::filesystem::last_write_time(entry));
+        return all;
+    };
+    const auto before = times();
+    const Outcome again = batch("--resume --csv=de");
+    EXPECT_EQ(again.code, 0) << again.error;
+    EXPECT_EQ(again.out,
+              "3 of 3 are done and as they were" + kLineEnd + "vynhost: 3 ok, 0 failed" + kLineEnd);
+    EXPECT_EQ(times(), before);
+    // What has changed is done again: a recording, a result, the diagram, the tables' style.
+    const auto doneAgain = [&](const std::string& options) {
+        const Outcome outcome = batch("--resume " + options);
+        EXPECT_EQ(outcome.code, 0) << outcome.error;
+        return std::ranges::count(outcome.out, ':') - 1;  // "m1: ok", and the last line
+    };
+    record("in/m3.wav", 0.7);
+    EXPECT_EQ(doneAgain("--csv=de --quiet"), -1);
+    EXPECT_EQ(doneAgain("--csv=de"), 0);
+    std::filesystem::remove(folder() / "o/m1/l.csv");
+    EXPECT_EQ(doneAgain("--csv=de"), 1);
+    write("d.toml", read(folder() / "d.toml") + "\n# another one\n");
+    EXPECT_THAT(batch("--resume --csv=de").out, HasSubstr("m1: ok"));
+    EXPECT_THAT(batch("--resume").out, HasSubstr("m1: ok"));
+}
+
+TEST_F(BatchTest, TwoFilesOfOneNameAreTold) {
+    std::filesystem::create_directories(folder() / "in2");
+    record("in2/m1.wav", 0.5);
+    const Outcome outcome = batch("", pattern("in*/m?.wav"));
+    EXPECT_EQ(outcome.code, 2);
+    EXPECT_THAT(outcome.error, HasSubstr("m1.wav have one name, and their results one folder"));
+    EXPECT_FALSE(exists("o"));
+}
+
+TEST_F(BatchTest, NothingIsWrittenOutside) {
+    const std::string refused[] = {"o/name", "{name}/{name}"};
+    for (const std::string& out : refused) {
+        EXPECT_THAT(batch("", "", out).error, HasSubstr("--out must hold {name} once")) << out;
+    }
+    record("in/...wav", 0.5);  // whose name without its ending is ".."
+    const Outcome dots = batch("", pattern("in/.*"));
+    EXPECT_EQ(dots.code, 2);
+    EXPECT_THAT(dots.error, HasSubstr("\"..\" can't be a folder"));
+    record("summary.csv.wav", 0.5);
+    EXPECT_THAT(batch("", pattern("summary.*.wav")).error,
+                HasSubstr("its folder would be summary.csv"));
+    write("o/../kept.txt", "");
+    std::filesystem::create_directories(folder() / "o");
+    write("o/summary.csv", "somebody's own");
+    EXPECT_THAT(batch().error, HasSubstr("is there already, and not as a run has written it"));
+    EXPECT_FALSE(exists("o/m1"));
+    std::filesystem::remove(folder() / "o/summary.csv");
+    std::error_code error;
+    std::filesystem::create_directory_symlink(folder() / "in", folder() / "o/m1", error);
+    if (!error) EXPECT_THAT(batch().error, HasSubstr("where --out begins"));
+}
+
+TEST_F(BatchTest, RefusesWhatMeansNothing) {
+    for (const auto& [options, each, what] :
+         std::vector<std::tuple<std::string, std::string, std::string>>{
+             {"", "in", "--each in: must be NAME=FILES"},
+             {"", pattern("none/*.wav"), "no such file"},
+             {"", "\"n=" + textOf(folder() / "in/m1.wav") + "\"",
+              "--each n: no such source, did you mean m?"},
+             {"--jobs 300", "", "--jobs must be from 1 to 256"}}) {
+        const Outcome outcome = batch(options, each);
+        EXPECT_EQ(outcome.code, 2);
+        EXPECT_THAT(outcome.error, AllOf(StartsWith("vynhost: "), HasSubstr(what)));
+    }
+    EXPECT_EQ(vynhost("run " + at("d.toml") + " --resume").code, 2);
+}
+
+// As shells leave it that have found the files themselves.
+TEST_F(BatchTest, FilesMayStandOneByOne) {
+    const Outcome outcome =
+        batch("", pattern("in/m1.wav") + " " + at("in/m2.wav") + " " + pattern("in/m3.wav"));
+    EXPECT_EQ(outcome.code, 0) << outcome.error;
+    EXPECT_EQ(lastLineOf(outcome.out), "vynhost: 3 ok, 0 failed");
+}
+
+}  // namespace
+}  // namespace vynhost::test

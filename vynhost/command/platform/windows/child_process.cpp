@@ -1,0 +1,124 @@
+#include "vynhost/command/platform/child_process.h"
+
+#include <windows.h>
+
+#include <array>
+#include <mutex>
+#include <stdexcept>
+#include <string>
+
+#include "vynhost/base/text.h"
+
+namespace vynhost::platform {
+namespace {
+
+std::wstring programPath() {
+    std::wstring path(32768, L'\0');
+    path.resize(::GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
+    return path;
+}
+
+// As the C library of the started program takes it apart: backslashes count double before a quote.
+std::wstring quoted(const std::wstring& word) {
+    std::wstring text = L"\"";
+    std::size_t backslashes = 0;
+    for (const wchar_t c : word) {
+        if (c == L'"') text.append(backslashes + 1, L'\\');
+        backslashes = c == L'\\' ? backslashes + 1 : 0;
+        text += c;
+    }
+    text.append(backslashes, L'\\');
+    return text + L'"';
+}
+
+class OwnHandle {
+public:
+    OwnHandle() = default;
+    ~OwnHandle() { close(); }
+    OwnHandle(const OwnHandle&) = delete;
+    OwnHandle& operator=(const OwnHandle&) = delete;
+
+    HANDLE get() const noexcept { return handle_; }
+    HANDLE* place() noexcept { return &handle_; }
+    void close() noexcept {
+        if (handle_ != nullptr && handle_ != INVALID_HANDLE_VALUE) ::CloseHandle(handle_);
+        handle_ = nullptr;
+    }
+
+private:
+    HANDLE handle_ = nullptr;
+};
+
+// Handles that a child inherits exist only while this is held: no other child gets them.
+std::mutex& startGuard() {
+    static std::mutex guard;
+    return guard;
+}
+
+}  // namespace
+
+struct ChildProcess::Handles {
+    OwnHandle output;
+    OwnHandle process;
+    DWORD number = 0;
+};
+
+ChildProcess::ChildProcess(const std::vector<std::string>& words)
+    : handles_(std::make_unique<Handles>()) {
+    const std::wstring program = programPath();
+    std::wstring line = quoted(program);
+    for (const std::string& word : words)
+        line += L" " + quoted(pathOf(word).native());
+    const std::lock_guard lock(startGuard());
+    SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
+    OwnHandle writing;
+    OwnHandle nothing;
+    if (::CreatePipe(handles_->output.place(), writing.place(), &inherited, 0) == 0) {
+        throw std::runtime_error("no pipe");
+    }
+    ::SetHandleInformation(handles_->output.get(), HANDLE_FLAG_INHERIT, 0);
+    *nothing.place() = ::CreateFileW(L"NUL", GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                     &inherited, OPEN_EXISTING, 0, nullptr);
+    STARTUPINFOW start{};
+    start.cb = sizeof start;
+    start.dwFlags = STARTF_USESTDHANDLES;
+    start.hStdInput = nothing.get();
+    start.hStdOutput = writing.get();
+    start.hStdError = writing.get();
+    PROCESS_INFORMATION started{};
+    // A group of its own: Ctrl-C reaches the one that started it, which passes it on.
+    if (::CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE,
+                         CREATE_NEW_PROCESS_GROUP, nullptr, nullptr, &start, &started) == 0) {
+        throw std::runtime_error("the program can't be started");
+    }
+    ::CloseHandle(started.hThread);
+    *handles_->process.place() = started.hProcess;
+    handles_->number = started.dwProcessId;
+}
+
+ChildProcess::~ChildProcess() = default;
+
+ChildProcess::End ChildProcess::wait() {
+    End end{};
+    std::array<char, 4096> piece{};
+    DWORD count = 0;
+    while (::ReadFile(handles_->output.get(), piece.data(), static_cast<DWORD>(piece.size()),
+                      &count, nullptr) != 0 &&
+           count > 0) {
+        end.output.append(piece.data(), count);
+    }
+    ::WaitForSingleObject(handles_->process.get(), INFINITE);
+    DWORD code = 0;
+    ::GetExitCodeProcess(handles_->process.get(), &code);
+    constexpr DWORD kMost = 255;
+    end.code = static_cast<int>(code > kMost ? kMost : code);
+    return end;
+}
+
+void ChildProcess::interrupt() noexcept {
+    ::GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, handles_->number);
+}
+
+std::string programFile() { return textOf(std::filesystem::path(programPath())); }
+
+}  // namespace vynhost::platform
