@@ -176,7 +176,8 @@ TEST_F(BatchTest, NothingIsWrittenOutside) {
     std::filesystem::remove(folder() / "o/summary.csv");
     std::error_code error;
     std::filesystem::create_directory_symlink(folder() / "in", folder() / "o/m1", error);
-    if (!error) EXPECT_THAT(batch().error, HasSubstr("where --out begins"));
+    const bool hasLinks = !error;
+    EXPECT_EQ(batch().error.find("where --out begins") != std::string::npos, hasLinks);
 }
 
 TEST_F(BatchTest, RefusesWhatMeansNothing) {

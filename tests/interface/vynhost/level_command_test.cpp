@@ -17,17 +17,18 @@ using ::testing::Not;
 using ::testing::SizeIs;
 using ::testing::StartsWith;
 
-constexpr int kRate = 48000;
-constexpr double kFullScale = 20;  // Pa
+constexpr int kToneRate = 48000;
+constexpr double kTonePressure = 20;  // Pa
 
-double decibels(double ratio) { return 10 * std::log10(ratio); }
+double powerLevel(double ratio) { return 10 * std::log10(ratio); }
 
 // Samples of full scale 1 of a tone of 1 kHz, which every weighting leaves as it is.
 void addTone(std::vector<float>& samples, double level, double seconds) {
-    const double amplitude = std::numbers::sqrt2 * 2e-5 * std::pow(10.0, level / 20) / kFullScale;
-    const auto count = static_cast<std::size_t>(std::lround(seconds * kRate));
+    const double amplitude =
+        std::numbers::sqrt2 * 2e-5 * std::pow(10.0, level / 20) / kTonePressure;
+    const auto count = static_cast<std::size_t>(std::lround(seconds * kToneRate));
     for (std::size_t i = 0; i < count; ++i) {
-        const double turns = 1000.0 * static_cast<double>(samples.size()) / kRate;
+        const double turns = 1000.0 * static_cast<double>(samples.size()) / kToneRate;
         samples.push_back(
             static_cast<float>(amplitude * std::sin(2 * std::numbers::pi * turns + 0.1)));
     }
@@ -60,13 +61,13 @@ TEST(LevelMeter, WeighsTimeByAnExponential) {
         ASSERT_THAT(rows, SizeIs(5));
         for (std::size_t i = 0; i < rows.size(); ++i) {
             const double expected =
-                decibels(1 - std::exp(-0.1 * static_cast<double>(i + 1) / constant));
+                powerLevel(1 - std::exp(-0.1 * static_cast<double>(i + 1) / constant));
             EXPECT_NEAR(rows[i].channels[0].last, expected, 1e-9);
             EXPECT_NEAR(rows[i].channels[0].maximum, expected, 1e-9);
             EXPECT_NEAR(rows[i].channels[0].equivalent, 0, 1e-9);
             EXPECT_NEAR(rows[i].channels[0].exposure, -10, 1e-9);
         }
-        EXPECT_NEAR(meter.total().channels[0].exposure, decibels(0.5), 1e-9);
+        EXPECT_NEAR(meter.total().channels[0].exposure, powerLevel(0.5), 1e-9);
     }
 }
 
@@ -75,7 +76,7 @@ TEST(LevelMeter, LetsAnImpulseDecaySlowly) {
     samples.resize(3100);  // three seconds of silence
     LevelMeter meter({.time = TimeWeighting::impulse, .intervalsPerSecond = 1, .reference = 1});
     const auto rows = measured(meter, samples);
-    const double highest = decibels(1 - std::exp(-0.1 / 0.035));
+    const double highest = powerLevel(1 - std::exp(-0.1 / 0.035));
     ASSERT_THAT(rows, SizeIs(4));
     EXPECT_NEAR(rows[0].channels[0].last, highest - 2.9 * 0.9, 1e-9);
     EXPECT_NEAR(rows[2].channels[0].last, highest - 2.9 * 2.9, 1e-9);
@@ -95,7 +96,7 @@ TEST(LevelMeter, LeavesOutWhatTheTimeWeightingHasNotSettledFor) {
     EXPECT_FALSE(rows[4].channels[0].minimum.has_value());
     EXPECT_FALSE(rows[4].channels[0].percentiles[0].has_value());
     ASSERT_TRUE(rows[5].channels[0].minimum.has_value());
-    EXPECT_NEAR(*rows[5].channels[0].minimum, decibels(1 - std::exp(-5.001)), 1e-9);
+    EXPECT_NEAR(*rows[5].channels[0].minimum, powerLevel(1 - std::exp(-5.001)), 1e-9);
     EXPECT_NEAR(*rows[6].channels[0].percentiles[0], 0, 0.02);
     EXPECT_EQ(meter.total().channels[0].minimum, rows[5].channels[0].minimum);
 }
@@ -114,9 +115,9 @@ TEST(LevelMeter, TakesTheMaximumOfEachClockPeriodThatEnds) {
     EXPECT_TRUE(rows[1].isShort);
     EXPECT_EQ(rows[1].end, 7);
     // Settled to 12 digits in a second.
-    EXPECT_NEAR(*rows[0].channels[0].clockMaximum, decibels((4 + 16) / 2.0), 1e-6);
-    EXPECT_NEAR(*rows[1].channels[0].clockMaximum, decibels(36), 1e-6);
-    EXPECT_NEAR(*meter.total().channels[0].clockMaximum, decibels((4 + 16 + 36) / 3.0), 1e-6);
+    EXPECT_NEAR(*rows[0].channels[0].clockMaximum, powerLevel((4 + 16) / 2.0), 1e-6);
+    EXPECT_NEAR(*rows[1].channels[0].clockMaximum, powerLevel(36), 1e-6);
+    EXPECT_NEAR(*meter.total().channels[0].clockMaximum, powerLevel((4 + 16 + 36) / 3.0), 1e-6);
 }
 
 TEST(LevelMeter, IsTheSameInDataBlocksOfAnyLength) {
@@ -173,7 +174,7 @@ protected:
 TEST_F(LevelCommandTest, ASteadyToneReadsItsLevelInEveryRow) {
     std::vector<float> tone;
     addTone(tone, 94, 6.5);
-    writeWav("s.wav", tone, 1, kRate);
+    writeWav("s.wav", tone, 1, kToneRate);
     for (const std::string time : {"F", "S"}) {
         const Outcome outcome =
             level(kScale + "--force --percentiles 1,10,50,90,99 --time " + time);
@@ -186,7 +187,7 @@ TEST_F(LevelCommandTest, ASteadyToneReadsItsLevelInEveryRow) {
         const std::size_t settled = time == "F" ? 1 : 6;
         for (std::size_t i = 1; i < 7; ++i) {
             EXPECT_NEAR(rows["LAeq"][i], 94, 0.05);
-            EXPECT_NEAR(rows["LAE"][i], 94 + (i == 6 ? decibels(0.5) : 0), 0.05);
+            EXPECT_NEAR(rows["LAE"][i], 94 + (i == 6 ? powerLevel(0.5) : 0), 0.05);
             if (i < settled) continue;
             for (const char* column : {"max", "min", "", "1", "10", "50", "90", "99"})
                 EXPECT_NEAR(rows[timed + column][i], 94, 0.05) << column << ' ' << i;
@@ -196,20 +197,20 @@ TEST_F(LevelCommandTest, ASteadyToneReadsItsLevelInEveryRow) {
             const std::string row = name == "LAeq" ? name : timed + name;
             EXPECT_NEAR(totals.at(row)[0], 94, 0.05) << row;
         }
-        EXPECT_NEAR(totals.at("LAE")[0], 94 + decibels(6.5), 0.05);
+        EXPECT_NEAR(totals.at("LAE")[0], 94 + powerLevel(6.5), 0.05);
     }
 }
 
 TEST_F(LevelCommandTest, ALoudLastSecondHasItsShare) {
     // Nine seconds 40 dB below the last one, which has an amplitude of 1 Pa.
     std::vector<float> samples;
-    const double loud = decibels(0.5 / 4e-10);
+    const double loud = powerLevel(0.5 / 4e-10);
     addTone(samples, loud - 40, 9);
     addTone(samples, loud, 1);
-    writeWav("s.wav", samples, 1, kRate);
+    writeWav("s.wav", samples, 1, kToneRate);
     const Outcome outcome = level(kScale + "--time F --every 1s");
     ASSERT_EQ(outcome.code, 0) << outcome.error;
-    EXPECT_NEAR(loud + decibels((1 + 9e-4) / 10), 80.97, 0.005);
+    EXPECT_NEAR(loud + powerLevel((1 + 9e-4) / 10), 80.97, 0.005);
     const Columns totals = rowsOf("o/level_total.csv");
     EXPECT_NEAR(totals.at("LAeq")[0], 80.98, 0.15);
     EXPECT_NEAR(totals.at("LAE")[0], 90.98, 0.15);
@@ -220,7 +221,7 @@ TEST_F(LevelCommandTest, ALoudLastSecondHasItsShare) {
     EXPECT_TRUE(std::isnan(rows["LAFTm5"][3]));
     EXPECT_NEAR(rows["LAFTm5"][4], loud - 40, 0.1);
     EXPECT_NEAR(rows["LAFTm5"][9], loud, 0.1);
-    EXPECT_NEAR(totals.at("LAFTm5")[0], loud + decibels((1 + 1e-4) / 2), 0.05);
+    EXPECT_NEAR(totals.at("LAFTm5")[0], loud + powerLevel((1 + 1e-4) / 2), 0.05);
     EXPECT_THAT(outcome.out,
                 HasSubstr("from the level block: LAF (at the end), LAFmax and LAFTm5 of "
                           "the total"));
@@ -232,11 +233,11 @@ TEST_F(LevelCommandTest, AToneBurstReadsWhatTheStandardSays) {
     addTone(samples, -200, 1);
     addTone(samples, 94, 0.2);
     addTone(samples, -200, 0.8);
-    writeWav("s.wav", samples, 1, kRate);
+    writeWav("s.wav", samples, 1, kToneRate);
     for (const auto& [time, constant] : {std::pair("F", 0.125), std::pair("S", 1.0)}) {
         const Outcome outcome = level(kScale + "--force --weighting Z --time " + time);
         ASSERT_EQ(outcome.code, 0) << outcome.error;
-        const double expected = 94 + decibels(1 - std::exp(-0.2 / constant));
+        const double expected = 94 + powerLevel(1 - std::exp(-0.2 / constant));
         const std::string name = std::string("LZ") + time + "max";
         // The block's maximum of the whole, and the host's of the second row, are one.
         EXPECT_NEAR(rowsOf("o/level_total.csv").at(name)[0], expected, 0.02);
@@ -250,11 +251,11 @@ TEST_F(LevelCommandTest, EveryChannelHasItsOwnScaleAndName) {
     std::vector<float> both;
     for (const float sample : tone)
         both.insert(both.end(), {sample, sample / 2});
-    writeWav("s.wav", both, 2, kRate);
+    writeWav("s.wav", both, 2, kToneRate);
     ASSERT_EQ(level("--full-scale 20,20 --unit Pa --every 250ms").code, 0);
     Columns totals = rowsOf("o/level_total.csv");
     EXPECT_NEAR(totals.at("LAeq")[0], 94, 0.05);
-    EXPECT_NEAR(totals.at("LAeq")[1], 94 - decibels(4), 0.05);
+    EXPECT_NEAR(totals.at("LAeq")[1], 94 - powerLevel(4), 0.05);
     EXPECT_THAT(tableOf("o/level.csv")["LAeq 2"], SizeIs(4));
     ASSERT_EQ(vynhost("calibrate " + at("s.wav") + " --level 100 --out " + at("cal.toml")).code, 0);
     const Outcome calibrated = level("--force --channels 2 --calibration " + at("cal.toml"));
@@ -265,7 +266,7 @@ TEST_F(LevelCommandTest, EveryChannelHasItsOwnScaleAndName) {
 }
 
 TEST_F(LevelCommandTest, WithoutAScaleLevelsAreOverFullScale) {
-    writeWav("s.wav", sine(96000, 2000, 0.5), 1, kRate);
+    writeWav("s.wav", sine(96000, 2000, 0.5), 1, kToneRate);
     const Outcome outcome = level("--csv=de --every 300ms");
     ASSERT_EQ(outcome.code, 0) << outcome.error;
     EXPECT_THAT(outcome.out, HasSubstr("levels in dB re full scale, uncalibrated"));
@@ -279,7 +280,7 @@ TEST_F(LevelCommandTest, WithoutAScaleLevelsAreOverFullScale) {
 TEST_F(LevelCommandTest, BandsStandBesideTheLevels) {
     std::vector<float> tone;
     addTone(tone, 94, 3);
-    writeWav("s.wav", tone, 1, kRate);
+    writeWav("s.wav", tone, 1, kToneRate);
     const Outcome outcome = level(kScale + "--bands");
     ASSERT_EQ(outcome.code, 0) << outcome.error;
     Columns rows = tableOf("o/level.csv");

@@ -17,16 +17,16 @@ using ::testing::HasSubstr;
 using ::testing::SizeIs;
 using ::testing::StartsWith;
 
-constexpr int kRate = 8000;
+constexpr int kSpectraRate = 8000;
 
-double decibels(double ratio) { return 10 * std::log10(ratio); }
+double levelOf(double ratio) { return 10 * std::log10(ratio); }
 
-std::vector<float> tones(std::initializer_list<std::pair<double, double>> frequencyAndAmplitude,
-                         double seconds = 3) {
-    std::vector<float> samples(static_cast<std::size_t>(seconds * kRate));
+std::vector<float> tonesOf(std::initializer_list<std::pair<double, double>> frequencyAndAmplitude,
+                           double seconds = 3) {
+    std::vector<float> samples(static_cast<std::size_t>(seconds * kSpectraRate));
     for (const auto& [frequency, amplitude] : frequencyAndAmplitude) {
         for (std::size_t i = 0; i < samples.size(); ++i) {
-            const double turns = frequency * static_cast<double>(i) / kRate;
+            const double turns = frequency * static_cast<double>(i) / kSpectraRate;
             samples[i] +=
                 static_cast<float>(amplitude * std::sin(2 * std::numbers::pi * turns + 0.7));
         }
@@ -50,7 +50,7 @@ protected:
         while (!source.ended()) {
             const auto block = source.next();
             if (block) blocks.push_back(block->values);
-            if (block) starts.push_back(block->header.xStart * kRate);
+            if (block) starts.push_back(block->header.xStart * kSpectraRate);
         }
         note = source.note();
         return blocks;
@@ -134,7 +134,7 @@ protected:
 
 TEST_F(SpectraTest, PeaksReadTheTonesBetweenTheLines) {
     // Lines every 7.8125 Hz. Of 0.8: -4.949 dB; 36 dB below it the second tone.
-    writeWav("s.wav", tones({{1003.3, 0.8}, {2222.2, 0.0125}}), 1, kRate);
+    writeWav("s.wav", tonesOf({{1003.3, 0.8}, {2222.2, 0.0125}}), 1, kSpectraRate);
     for (const std::string options : {"", "--window FLATTOP", "--window blackman --overlap 75",
                                       "--window HAMMING", "--averages 5"}) {
         SCOPED_TRACE(options);
@@ -143,16 +143,16 @@ TEST_F(SpectraTest, PeaksReadTheTonesBetweenTheLines) {
         Columns peaks = tableOf("o/spectrum_peaks.csv");
         ASSERT_THAT(peaks["f"], SizeIs(2));
         EXPECT_NEAR(peaks["f"][0], 1003.3, 0.02);
-        EXPECT_NEAR(peaks["level"][0], decibels(0.32), 0.01);
+        EXPECT_NEAR(peaks["level"][0], levelOf(0.32), 0.01);
         EXPECT_NEAR(peaks["f"][1], 2222.2, 0.2);  // beside what the first one leaks
-        EXPECT_NEAR(peaks["level"][1], decibels(0.0125 * 0.0125 / 2), 0.1);
+        EXPECT_NEAR(peaks["level"][1], levelOf(0.0125 * 0.0125 / 2), 0.1);
     }
 }
 
 TEST_F(SpectraTest, PeaksAreRightWhereverTheyLie) {
     for (const double offset : {0.0, 0.1, 0.3, 0.5, 0.7, 0.95}) {
-        const double frequency = (100 + offset) * kRate / 1024;
-        writeWav("s.wav", tones({{frequency, 0.5}}, 1), 1, kRate);
+        const double frequency = (100 + offset) * kSpectraRate / 1024;
+        writeWav("s.wav", tonesOf({{frequency, 0.5}}, 1), 1, kSpectraRate);
         const Outcome outcome =
             measure("spectrum", "--length 1024 --full-scale 2 --unit Pa --peaks 1");
         ASSERT_EQ(outcome.code, 0) << outcome.error;
@@ -164,8 +164,8 @@ TEST_F(SpectraTest, PeaksAreRightWhereverTheyLie) {
 }
 
 TEST_F(SpectraTest, BandsOfWhiteNoiseHoldWhatTheirWidthSays) {
-    writeWav("s.wav", signals::noise(30 * kRate, 11, -0.5F, 0.5F), 1, kRate);
-    const double density = (1.0 / 12) / (kRate / 2.0);  // of even numbers
+    writeWav("s.wav", signals::noise(30 * kSpectraRate, 11, -0.5F, 0.5F), 1, kSpectraRate);
+    const double density = (1.0 / 12) / (kSpectraRate / 2.0);  // of even numbers
     ASSERT_EQ(measure("bands", "--length 8192").code, 0);
     Columns bands = tableOf("o/bands.csv");
     const auto level = [&](const char* column, double centre) {
@@ -173,23 +173,23 @@ TEST_F(SpectraTest, BandsOfWhiteNoiseHoldWhatTheirWidthSays) {
         return bands[column].at(static_cast<std::size_t>(std::ranges::find(f, centre) - f.begin()));
     };
     // 30 s of 230 Hz are 6900 independent values: 0.05 dB; the tolerance is four times that.
-    EXPECT_NEAR(level("bands.A", 1000), decibels(density * (1120 - 890)), 0.2);
-    EXPECT_NEAR(level("bands.A", 2500), decibels(density * (2820 - 2240)), 0.2);
+    EXPECT_NEAR(level("bands.A", 1000), levelOf(density * (1120 - 890)), 0.2);
+    EXPECT_NEAR(level("bands.A", 2500), levelOf(density * (2820 - 2240)), 0.2);
     const Outcome octaves = measure("bands", "--octaves --weighting A");
     ASSERT_EQ(octaves.code, 0) << octaves.error;
     bands = tableOf("o/bands.csv");
-    EXPECT_NEAR(level("bands.A", 1000), decibels(density * (1420 - 710)), 0.2);
+    EXPECT_NEAR(level("bands.A", 1000), levelOf(density * (1420 - 710)), 0.2);
     EXPECT_THAT(octaves.out, AllOf(HasSubstr("LA"), HasSubstr("\nsum ")));
 }
 
 // y(n) = (x(n) + x(n-1)) / 2 has the gain cos(pi f / fs) and half a sample of delay.
 TEST_F(SpectraTest, TransferFindsAFilterBehindNoise) {
-    const std::vector<float> x = signals::noise(40 * kRate, 5, -0.5F, 0.5F);
-    const std::vector<float> n = signals::noise(40 * kRate, 6, -0.1F, 0.1F);
+    const std::vector<float> x = signals::noise(40 * kSpectraRate, 5, -0.5F, 0.5F);
+    const std::vector<float> n = signals::noise(40 * kSpectraRate, 6, -0.1F, 0.1F);
     std::vector<float> both;
     for (std::size_t i = 0; i < x.size(); ++i)
         both.insert(both.end(), {(x[i] + (i > 0 ? x[i - 1] : 0)) / 2 + n[i], x[i]});
-    writeWav("s.wav", both, 2, kRate);
+    writeWav("s.wav", both, 2, kSpectraRate);
     const Outcome outcome = measure("transfer", "--excitation 2 --response 1 --length 512");
     ASSERT_EQ(outcome.code, 0) << outcome.error;
     Columns table = tableOf("o/transfer.csv");
@@ -198,11 +198,11 @@ TEST_F(SpectraTest, TransferFindsAFilterBehindNoise) {
         const double gain = std::cos(angle) * std::cos(angle);
         const double coherence = gain / (gain + 0.04);  // noise of a fifth beside it
         // 1250 averages, half of them new: 1 / sqrt(2 * 600) * sqrt(1 / coherence - 1), 0.07 dB.
-        EXPECT_NEAR(table["h1.A"][line], decibels(gain), 0.25);
+        EXPECT_NEAR(table["h1.A"][line], levelOf(gain), 0.25);
         EXPECT_NEAR(table["h1.K"][line], coherence, 0.01);
         EXPECT_NEAR(table["h1.P"][line], -angle * 180 / std::numbers::pi, 1.5);
         // Noise on the response: H2 is too large by the coherence, exactly.
-        EXPECT_NEAR(table["h1.A"][line] - table["h2.A"][line], 2 * decibels(table["h1.K"][line]),
+        EXPECT_NEAR(table["h1.A"][line] - table["h2.A"][line], 2 * levelOf(table["h1.K"][line]),
                     1e-3);
     }
     EXPECT_THAT(outcome.out, HasSubstr("channel 1 over channel 2; "));
@@ -211,7 +211,7 @@ TEST_F(SpectraTest, TransferFindsAFilterBehindNoise) {
 }
 
 TEST_F(SpectraTest, TheirDiagramsDoTheSame) {
-    writeWav("s.wav", signals::noise(4 * kRate, 2, -0.5F, 0.5F), 2, kRate);
+    writeWav("s.wav", signals::noise(4 * kSpectraRate, 2, -0.5F, 0.5F), 2, kSpectraRate);
     for (const std::string command : {"spectrum", "bands", "transfer"}) {
         const Outcome measured = measure(command, "--overlap 66");
         ASSERT_EQ(measured.code, 0) << measured.error;
@@ -227,7 +227,7 @@ TEST_F(SpectraTest, TheirDiagramsDoTheSame) {
 }
 
 TEST_F(SpectraTest, RefuseWhatMeansNothing) {
-    writeWav("s.wav", sine(4000, 500), 1, kRate);
+    writeWav("s.wav", sine(4000, 500), 1, kSpectraRate);
     for (const auto& [words, what] : std::vector<std::pair<std::string, std::string>>{
              {"spectrum --length 8", "--length must be from 64 to 16777216 samples"},
              {"spectrum --overlap 100", "--overlap must be from 0 to 99, in %"},
