@@ -45,6 +45,7 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs DESTINATION ${document_folder} COMP
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${document_folder} COMPONENT runtime
   FILES_MATCHING PATTERN *.toml PATTERN *.wav PATTERN host EXCLUDE)
 if(NOT WIN32)
+  install(PROGRAMS ${PROJECT_SOURCE_DIR}/examples/commands DESTINATION ${document_folder}/examples COMPONENT runtime)
   foreach(page vynhost.1 vynhost-diagram.5)
     string(REGEX MATCH "[0-9]$" section ${page})
     configure_file(linux/${page} ${page} @ONLY)
