@@ -288,6 +288,7 @@ private:
             lock.unlock();
             const Outcome outcome = outcomeOf(ending(words_(index)));
             lock.lock();
+            if (stopped_ && !outcome.ok) continue;
             try {
                 report_(index, outcome);
             } catch (...) {

@@ -195,6 +195,28 @@ TEST_F(BatchTest, RefusesWhatMeansNothing) {
     EXPECT_EQ(vynhost("run " + at("d.toml") + " --resume").code, 2);
 }
 
+// Natively: a shell that can send signals.
+TEST_F(BatchTest, AnInterruptEndsEveryRunAndKeepsWhatWasFinished) {
+    if (platform::kHasDialogs) GTEST_SKIP() << "no shell that sends signals";
+    ASSERT_EQ(batch("", pattern("in/m1.wav")).code, 0);
+    const std::string finished = read(folder() / "o/m1/s.csv");
+    write("d.toml",
+          "[source.m]\nfile = \"none.wav\"\n[source.n]\nnoise = { rms = 1.0 }\nrate = 48000.0\n"
+          "seconds = 1e6\n[sink.s]\nfrom = \"n\"\ncsv = \"s.csv\"\n");
+    const int code = platform::runShell(
+        "\"" + textOf(platform::programFolder() / platform::kHostProgram) + "\" run " +
+        at("d.toml") + " --each " + pattern("in/*.wav") + " --jobs 2 --out " + at("o/{name}") +
+        " > " + at("out") + " 2> " + at("err") + " & run=$!; for i in $(seq 600); do ls -A " +
+        at("o/m2") +
+        " 2> /dev/null | grep -q part && break; sleep 0.05; done; kill -TERM $run; wait $run");
+    EXPECT_EQ(code, 130);
+    EXPECT_EQ(read(folder() / "out"), "");
+    EXPECT_EQ(read(folder() / "err"), "vynhost: interrupted; what was finished stays\n");
+    EXPECT_EQ(read(folder() / "o/m1/s.csv"), finished);
+    EXPECT_FALSE(exists("o/m2"));
+    EXPECT_FALSE(exists("o/m3"));
+}
+
 // As shells leave it that have found the files themselves.
 TEST_F(BatchTest, FilesMayStandOneByOne) {
     const Outcome outcome =
