@@ -482,18 +482,23 @@ void measureLevel(const LevelArguments& arguments, std::ostream& out) {
     result.total = meter.total();
     const std::size_t channels = result.total.channels.size();
     result.channels = measurement.channelNames(channels);
-    const bool holds = arguments.time == "I";
+    // A block's level of 0 is that of silence, or none yet: the host's own tells more.
+    const auto takeFrom = [&](const LevelBlockRows& block, std::size_t row, std::size_t channel,
+                              std::size_t quantity, double& own) {
+        const double level = block.at(row, channel, quantity);
+        if (level != offset) own = level;
+    };
     for (std::size_t c = 0; c < channels; ++c) {
         ChannelLevels& total = result.total.channels[c];
+        takeFrom(whole, 0, c, 1, total.maximum);
+        if (total.clockMaximum) takeFrom(whole, 0, c, 2, *total.clockMaximum);
+        if (arguments.time == "I") continue;  // whose block holds one level for all channels
+        takeFrom(whole, 0, c, 0, total.last);
         for (std::size_t r = 0; r < result.rows.size(); ++r) {
-            double& last = result.rows[r].channels[c].last;
-            if (holds) continue;
-            last = ends && r < ends->rows() ? ends->at(r, c, 0) : whole.at(0, c, 0);
+            const bool isWhole = ends && r < ends->rows();
+            takeFrom(isWhole ? *ends : whole, isWhole ? r : 0, c, 0,
+                     result.rows[r].channels[c].last);
         }
-        if (!holds) total.last = whole.at(0, c, 0);
-        total.maximum = whole.at(0, c, 1);
-        // 0 where no clock period has ended.
-        if (total.clockMaximum) total.clockMaximum = whole.at(0, c, 2);
     }
     measurement.add("level.csv", rowsTable(result, measurement.tables()));
     measurement.add("level_total.csv", totalTable(result, arguments, measurement.tables()));

@@ -277,6 +277,19 @@ TEST_F(LevelCommandTest, WithoutAScaleLevelsAreOverFullScale) {
     EXPECT_THAT(table, HasSubstr("\nLAFmax;-9,0"));
 }
 
+TEST_F(LevelCommandTest, SilenceHasNoLevel) {
+    std::vector<float> samples(kToneRate / 2);
+    addTone(samples, 94, 0.5);
+    writeWav("s.wav", samples, 1, kToneRate);
+    ASSERT_EQ(level(kScale + "--weighting Z --every 500ms --clock 1").code, 0);
+    Columns rows = tableOf("o/level.csv");
+    for (const char* column : {"LZeq", "LZFmax", "LZF"}) {
+        EXPECT_EQ(rows[column][0], -std::numeric_limits<double>::infinity()) << column;
+        EXPECT_NEAR(rows[column][1], 94, 0.1) << column;
+    }
+    EXPECT_NEAR(rows["LZFTm1"][1], 94, 0.1);
+}
+
 TEST_F(LevelCommandTest, BandsStandBesideTheLevels) {
     std::vector<float> tone;
     addTone(tone, 94, 3);
