@@ -6,19 +6,16 @@
 #include "vynhost/base/text.h"
 
 namespace vynhost {
-namespace {
 
-std::string digitsOf(Sha256& sum) {
+std::string digestText(Sha256& sum) {
     const auto bytes = sum.finish();
-    return vynhost::digitsOf({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+    return digitsOf({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
 }
-
-}  // namespace
 
 std::string sha256Of(std::string_view bytes) {
     Sha256 sum;
     sum.add(bytes.data(), bytes.size());
-    return digitsOf(sum);
+    return digestText(sum);
 }
 
 std::optional<std::string> sha256OfFile(const std::filesystem::path& file) {
@@ -32,7 +29,7 @@ std::optional<std::string> sha256OfFile(const std::filesystem::path& file) {
         sum.add(piece.data(), static_cast<std::size_t>(in.gcount()));
     }
     if (in.bad()) return std::nullopt;
-    return digitsOf(sum);
+    return digestText(sum);
 }
 
 std::string base64Of(std::string_view bytes) {

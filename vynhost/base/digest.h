@@ -30,6 +30,7 @@ private:
 };
 
 // As 64 hexadecimal digits.
+std::string digestText(Sha256& sum);
 std::string sha256Of(std::string_view bytes);
 // Of a whole file; nothing where it cannot be read.
 std::optional<std::string> sha256OfFile(const std::filesystem::path& file);

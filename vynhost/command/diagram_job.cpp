@@ -32,7 +32,8 @@ std::vector<ReadFile> readFiles(const Diagram& diagram,
                                 const std::map<std::string, std::filesystem::path>& inputs) {
     std::vector<ReadFile> files = {{diagram.file, "the diagram"}};
     for (const SourceEntry& source : diagram.sources) {
-        if (!source.file.empty()) files.push_back({source.file, "the recording of " + source.name});
+        if (!source.file.empty() && source.file != "-")
+            files.push_back({source.file, "the recording of " + source.name});
         if (!source.calibration.empty()) {
             files.push_back({source.calibration, "the calibration of " + source.name});
         }

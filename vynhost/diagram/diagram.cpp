@@ -98,7 +98,7 @@ private:
     void source(const Section& section, const std::string& name) {
         section.allowOnly({"file", "block", "step", "blocks", "full_scale", "unit", "channels",
                            "rate", "tail", "noise", "seconds", "on_truncated", "calibration",
-                           "sensitivity", "range"});
+                           "sensitivity", "range", "format", "start", "length"});
         SourceEntry source;
         source.name = name;
         source.place = section.place();
@@ -106,7 +106,9 @@ private:
         const bool hasFile = section.table().contains("file") || !source.noise;
         if (hasFile) {
             source.file = pathOf(section.neededText("file"));
-            if (source.file.is_relative()) source.file = diagram_.file.parent_path() / source.file;
+            if (source.file.is_relative() && source.file != "-") {
+                source.file = diagram_.file.parent_path() / source.file;
+            }
             if (section.table().contains("seconds")) {
                 section.fail("seconds", "a recording has its own length");
             }
@@ -128,6 +130,8 @@ private:
             section.fail("rate", "must be from 1e-9 to 1e12");
         }
         if (!hasFile) source.seconds = secondsOfNoise(section);
+        part(section, hasFile, source);
+        raw(section, hasFile, source);
         if (!hasFile && section.table().contains("on_truncated")) {
             section.fail("on_truncated", "noise has no end of its own");
         }
@@ -138,7 +142,8 @@ private:
                 "tail", {{{"keep", Tail::keep}, {"drop", Tail::drop}, {"pad", Tail::pad}}});
         }
         source.channelsPlace = section.place("channels");
-        if (const toml::node* node = section.table().get("channels")) {
+        if (const toml::node* node = section.table().get("channels");
+            node != nullptr && source.format.empty()) {
             const toml::array* list = node->as_array();
             if (list == nullptr || list->empty()) section.fail("channels", "must be a list");
             if (list->size() > kMostChannels) {
@@ -160,6 +165,53 @@ private:
                                  std::to_string(source.channels.size()) + " channels");
         }
         diagram_.sources.push_back(std::move(source));
+    }
+
+    // Which part of the recording is taken.
+    static void part(const Section& section, bool hasFile, SourceEntry& source) {
+        source.start = section.number("start");
+        source.startPlace = section.place("start");
+        source.length = section.number("length");
+        source.lengthPlace = section.place("length");
+        constexpr double kLongest = 1e12;
+        for (const char* key : {"start", "length"}) {
+            if (section.table().contains(key) && !hasFile) {
+                section.fail(key, "noise alone has no part; seconds says how long it is");
+            }
+        }
+        if (source.start && !(*source.start >= 0 && *source.start <= kLongest)) {
+            section.fail("start", "must be a number of seconds, 0 or above");
+        }
+        if (source.length && !(*source.length > 0 && *source.length <= kLongest)) {
+            section.fail("length", "must be a number of seconds above 0");
+        }
+    }
+
+    // Samples without a head; what `channels` says is how many there are.
+    static void raw(const Section& section, bool hasFile, SourceEntry& source) {
+        source.format = section.text("format");
+        source.formatPlace = section.place("format");
+        if (source.format.empty()) {
+            if (source.file == "-") {
+                throw InputError(section.place(),
+                                 "format is missing (what comes on standard input has no head)");
+            }
+            if (section.table().contains("format")) section.fail("format", "must be a name");
+            return;
+        }
+        if (!hasFile) section.fail("format", "noise alone is in no file");
+        if (!source.rate) {
+            throw InputError(section.place(),
+                             "rate is missing (samples without a head have none of their own)");
+        }
+        const toml::node* node = section.table().get("channels");
+        if (node == nullptr) return;
+        const auto count = node->value<std::int64_t>();
+        if (!node->is_integer() || *count < 1 ||
+            *count > static_cast<std::int64_t>(kMostChannels)) {
+            section.fail("channels", "beside format is the number of channels, 1 to 1024");
+        }
+        source.rawChannels = static_cast<int>(*count);
     }
 
     // What the values are multiplied by: one of full_scale, calibration and sensitivity with range.
@@ -382,8 +434,8 @@ private:
     }
 
     void sink(const Section& section, const std::string& name) {
-        section.allowOnly(
-            {"from", "values", "csv", "svg", "title", "average", "x", "y", "reference"});
+        section.allowOnly({"from", "values", "csv", "jsonl", "npy", "npz", "wav", "svg", "title",
+                           "average", "x", "y", "reference"});
         SinkEntry sink;
         sink.name = name;
         sink.place = section.place();
@@ -409,6 +461,11 @@ private:
             }
         }
         sink.csv = section.text("csv");
+        for (const TableKind kind :
+             {TableKind::json, TableKind::npy, TableKind::npz, TableKind::wav}) {
+            const std::string file = section.text(keyOf(kind));
+            if (!file.empty()) sink.tables.push_back({kind, file});
+        }
         sink.svg = section.text("svg");
         sink.title = section.text("title", name);
         sink.average = section.choice<Average, 4>("average", {{{"none", Average::none},
@@ -461,6 +518,16 @@ private:
 
 }  // namespace
 
+const char* keyOf(TableKind kind) {
+    switch (kind) {
+        case TableKind::json: return "jsonl";
+        case TableKind::npy: return "npy";
+        case TableKind::npz: return "npz";
+        case TableKind::wav: return "wav";
+        default: return "csv";
+    }
+}
+
 Diagram readDiagram(const std::filesystem::path& file) {
     return Reader(file).read(tomlTextOf(file));
 }
@@ -489,8 +556,10 @@ void requireResults(const Diagram& diagram) {
                          "[compare.NAME], is missing");
     }
     for (const SinkEntry& sink : diagram.sinks) {
-        if (!sink.csv.empty() || !sink.svg.empty() || sink.inReport) continue;
-        throw InputError(sink.place, "neither csv nor svg is given, nor a report asked for");
+        if (sink.hasTable() || !sink.svg.empty() || sink.inReport) continue;
+        throw InputError(sink.place,
+                         "neither csv nor svg is given (nor jsonl, npy, npz or wav), "
+                         "nor a report asked for");
     }
 }
 

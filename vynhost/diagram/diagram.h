@@ -13,11 +13,19 @@
 //     sensitivity = "50 mV/Pa"     # instead of both: of the sensor, a list: per channel;
 //     range = "10 V"               # and what digital full scale is at the input
 //     channels = [1]               # from 1; all when missing
+//     start = 2.5                  # s; from where on, and how much of it
+//     length = 10.0
 //     tail = "keep"                # what becomes of a last short block: keep, drop or pad (with
 //     0);
 //                                  # when missing, it is in everything but spectra
 //     on_truncated = "use"         # a recording that ends before its head says so: error or use
 //     noise = { rms = 0.01, seed = 1 }  # white noise on top, in the unit
+//
+//     [source.stream]
+//     file = "-"                   # standard input, or a file without a head
+//     format = "s16"               # u8, s16, s24, s32, f32, f64, alaw, ulaw; little-endian
+//     channels = 2                 # that there are; 1 when missing
+//     rate = 48000.0
 //
 //     [source.noise]
 //     noise = { rms = 1.0, seed = 2 }  # noise alone
@@ -35,7 +43,7 @@
 //
 //     [sink.spectrum]
 //     from = "spectrum.S"          # one, or a list
-//     csv = "spectrum.csv"
+//     csv = "spectrum.csv"         # the same as jsonl, npy, npz; signals also as wav
 //     svg = "spectrum.svg"
 //     average = "power"            # over the data blocks of spectra: none, mean, power or last
 //     x = "log"                    # linear or log
@@ -78,7 +86,7 @@ struct NoiseEntry {
 struct SourceEntry {
     std::string name;
     Place place = {};
-    std::filesystem::path file;  // empty: noise alone
+    std::filesystem::path file;  // empty: noise alone; "-": standard input
     Place filePlace;
     int block = 4096;
     int step = 0;  // from one data block to the next, if they overlap
@@ -96,6 +104,13 @@ struct SourceEntry {
     double seconds = 0;  // of noise alone
     Tail tail = Tail::automatic;
     bool usesTruncated = false;  // a recording that ends before its head says so
+    std::string format = {};     // of raw samples; empty: the file has a head
+    Place formatPlace = {};
+    int rawChannels = 1;               // that raw samples are of
+    std::optional<double> start = {};  // s; from where on the recording is taken
+    Place startPlace = {};
+    std::optional<double> length = {};  // s; how much of it
+    Place lengthPlace = {};
 
     bool overlaps() const noexcept { return step != 0; }
 };
@@ -121,12 +136,24 @@ struct WireEntry {
     ConnectorName from;
 };
 
+// What a sink's table may be written as.
+enum class TableKind { csv, json, npy, npz, wav };
+
+// The key of a sink that names such a file.
+const char* keyOf(TableKind kind);
+
+struct TableEntry {
+    TableKind kind;
+    std::string file;
+};
+
 enum class Average { none, mean, power, last };
 
 struct SinkEntry {
     std::string name;
     std::vector<ConnectorName> from;
     std::string csv;
+    std::vector<TableEntry> tables = {};  // the same in other formats
     std::string svg;
     std::string title;
     std::vector<std::string> values;  // of named quantities; none: all
@@ -137,6 +164,8 @@ struct SinkEntry {
     double reference = 1;
     Place place;
     bool inReport = false;  // what it shows stands in the report, too
+
+    bool hasTable() const noexcept { return !csv.empty() || !tables.empty(); }
 };
 
 struct CompareEntry {

@@ -18,7 +18,7 @@ std::optional<double> FinishedInput::nextX() const {
     return series_.front().x[row_];
 }
 
-void FinishedInput::writeCells(TableRow& row) {
+void FinishedInput::writeCells(CellTarget& row) {
     for (const Series& series : series_) {
         if (row_ < series.y.size()) {
             addHeight(row, static_cast<float>(series.y[row_]), series, style_);
@@ -29,7 +29,7 @@ void FinishedInput::writeCells(TableRow& row) {
     ++row_;
 }
 
-void FinishedInput::writeColumns(TableRow& row) const {
+void FinishedInput::writeColumns(CellTarget& row) const {
     for (const Series& series : series_)
         addColumn(row, series, style_);
 }

@@ -103,7 +103,7 @@ std::optional<double> BlocksInput::nextX() const {
     return xOf(header_, static_cast<int>(row_));
 }
 
-void BlocksInput::writeCells(TableRow& row) {
+void BlocksInput::writeCells(CellTarget& row) {
     if (row_ < rows_ && row_ >= loadedEnd_) load();
     const std::size_t inChunk = row_ - loadedBegin_;
     for (std::size_t c = 0; c < channels_; ++c) {
@@ -119,7 +119,7 @@ void BlocksInput::writeCells(TableRow& row) {
     ++row_;
 }
 
-void BlocksInput::writeColumns(TableRow& row) const {
+void BlocksInput::writeColumns(CellTarget& row) const {
     for (std::size_t c = 0; c < channels_; ++c) {
         const Series channel = description(c);
         for (std::size_t b = 1; b <= samples_.size(); ++b) {

@@ -44,8 +44,8 @@ public:
     std::uint64_t bytesWith(const ChannelData& block) const override;
 
     std::optional<double> nextX() const override;
-    void writeCells(TableRow& row) override;
-    void writeColumns(TableRow& row) const override;
+    void writeCells(CellTarget& row) override;
+    void writeColumns(CellTarget& row) const override;
     Series axis() const override;
     double step() const override;
 

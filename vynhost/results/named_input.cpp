@@ -7,7 +7,7 @@ namespace vynhost {
 
 NamedInput::NamedInput(const SinkEntry& entry, const OutletInfo& outlet, const ChannelData& first,
                        const ChartStyle& style)
-    : style_(style), hasTable_(!entry.csv.empty()), overIntervals_(outlet.overIntervals) {
+    : style_(style), hasTable_(entry.hasTable()), overIntervals_(outlet.overIntervals) {
     const std::size_t quantities = outlet.values.size();
     const std::size_t channels = first.values.size() / quantities;
     nameAxis(axis_, first.header, {});
@@ -50,7 +50,7 @@ std::optional<double> NamedInput::nextX() const {
     return rows_.front().x;
 }
 
-void NamedInput::writeHead(TableRow& row, double x) const {
+void NamedInput::writeHead(CellTarget& row, double x) const {
     row.addNumber(x, kXDigits);
     if (overIntervals_) row.addNumber(rows_.front().end, kXDigits);
 }
@@ -59,12 +59,12 @@ std::string NamedInput::endColumn() const {
     return overIntervals_ ? withUnit("end", axis_.xUnit) : "";
 }
 
-void NamedInput::writeColumns(TableRow& row) const {
+void NamedInput::writeColumns(CellTarget& row) const {
     for (const FlowingCurve& curve : curves_)
         addColumn(row, curve.series, style_);
 }
 
-void NamedInput::writeCells(TableRow& row) {
+void NamedInput::writeCells(CellTarget& row) {
     if (rows_.empty()) {
         row.addEmpty(places_.size());
         return;

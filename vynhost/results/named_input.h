@@ -27,9 +27,9 @@ public:
 
     bool flows() const override { return true; }
     std::optional<double> nextX() const override;
-    void writeHead(TableRow& row, double x) const override;
-    void writeCells(TableRow& row) override;
-    void writeColumns(TableRow& row) const override;
+    void writeHead(CellTarget& row, double x) const override;
+    void writeCells(CellTarget& row) override;
+    void writeColumns(CellTarget& row) const override;
     Series axis() const override;
     std::string endColumn() const override;
     double step() const override { return step_; }

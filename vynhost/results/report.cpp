@@ -132,9 +132,10 @@ ordered_json sinkJson(const Sink& sink) {
                          {"spectrograms", ordered_json::array()}};
     for (const ConnectorName& name : entry.from)
         json["from"].push_back(name.text());
-    for (const std::string& file : {entry.csv, entry.svg}) {
-        if (!file.empty()) json["files"].push_back(file);
-    }
+    if (!entry.csv.empty()) json["files"].push_back(entry.csv);
+    for (const TableEntry& table : entry.tables)
+        json["files"].push_back(table.file);
+    if (!entry.svg.empty()) json["files"].push_back(entry.svg);
     if (!series.empty()) {
         json["xName"] = series.front().xName;
         json["xUnit"] = series.front().xUnit;
@@ -173,12 +174,17 @@ ordered_json recordingJson(const Source& source) {
                          {"rate", source.rate()},
                          {"samples", source.frames()},
                          {"seconds", source.length()},
+                         {"start", source.start()},
                          {"unit", textOrNull(source.unit())},
                          {"block", entry.block},
                          {"noise", nullptr},
                          {"calibration", calibrationJson(source)},
                          {"channels", ordered_json::array()}};
-    if (!source.file().empty()) json["sha256"] = digestOf(source.file());
+    if (source.file() == "-") {
+        json["sha256"] = source.digest();
+    } else if (!source.file().empty()) {
+        json["sha256"] = digestOf(source.file());
+    }
     if (entry.noise) json["noise"] = {{"rms", entry.noise->rms}, {"seed", entry.noise->seed}};
     for (std::size_t i = 0; i < source.channels().size(); ++i) {
         const std::vector<std::string>& names = source.channelNames();

@@ -72,17 +72,20 @@ void Sink::claimFiles(const SinkEntry& entry, ResultFiles& files) {
         if (!name.empty()) files.claim(name, place);
     };
     claim(entry.csv, ".csv");
+    for (const TableEntry& table : entry.tables)
+        claim(table.file, ("." + std::string(keyOf(table.kind))).c_str());
     claim(entry.svg, ".svg");
 }
 
 Sink::Sink(const SinkEntry& entry, Runner& runner, ResultFiles& files, const TableStyle& tables)
     : entry_(entry),
       style_{entry.title, entry.logX, entry.decibels, entry.reference, tables.decimal},
-      tableStyle_(tables),
-      row_(tables),
       memory_(runner.memory(), entry.place) {
     checkPickedValues(entry, runner);
-    if (!entry.csv.empty()) table_ = &files.open(entry.csv);
+    subject_.place = entry.place;
+    if (!entry.csv.empty()) openTable(TableKind::csv, entry.csv, files, tables);
+    for (const TableEntry& table : entry.tables)
+        openTable(table.kind, table.file, files, tables);
     if (!entry.svg.empty()) picture_ = &files.open(entry.svg);
     for (const ConnectorName& name : entry.from)
         places_.push_back({&runner.outlet(name), nullptr});
@@ -90,6 +93,25 @@ Sink::Sink(const SinkEntry& entry, Runner& runner, ResultFiles& files, const Tab
         runner.listen(entry.from[i],
                       [this, i](const ChannelData& block) { take(places_[i], block); });
     }
+}
+
+void Sink::openTable(TableKind kind, const std::string& name, ResultFiles& files,
+                     const TableStyle& style) {
+    ResultFile& file = files.open(name);
+    if (table_ == nullptr) table_ = &file;
+    switch (kind) {
+        case TableKind::json: tables_.push_back(jsonTable(file)); break;
+        case TableKind::npy: tables_.push_back(npyTable(file)); break;
+        case TableKind::npz: tables_.push_back(npzTable(file)); break;
+        case TableKind::wav: tables_.push_back(wavTable(file, subject_)); break;
+        default: tables_.push_back(csvTable(file, style));
+    }
+    allTables_.add(*tables_.back());
+}
+
+CellTarget& Sink::cells() {
+    if (tables_.size() == 1) return *tables_.front();
+    return allTables_;
 }
 
 void Sink::take(Place& place, const ChannelData& block) {
@@ -139,15 +161,27 @@ void Sink::checkAxes() const {
     }
 }
 
+// Known when the first data have come everywhere.
+void Sink::describeSubject() {
+    subject_.isSignal = !style_.decibels && std::ranges::all_of(places_, [](const Place& place) {
+        return place.input->isSignal();
+    });
+    const SinkInput& first = *places_.front().input;
+    subject_.step = first.step() * (first.axis().xUnit == "ms" ? 1e-3 : 1);
+}
+
 void Sink::writeHead() {
     checkAxes();
+    describeSubject();
     const Series axis = places_.front().input->axis();
-    row_.addText(withUnit(axis.xName, axis.xUnit));
+    CellTarget& row = cells();
+    row.addText(withUnit(axis.xName, axis.xUnit));
     const std::string end = places_.front().input->endColumn();
-    if (!end.empty()) row_.addText(end);
+    if (!end.empty()) row.addText(end);
     for (const Place& place : places_)
-        place.input->writeColumns(row_);
-    table_->write(std::string(tableStyle_.begin) + row_.end());
+        place.input->writeColumns(row);
+    for (const auto& table : tables_)
+        table->endHead();
     headWritten_ = true;
 }
 
@@ -167,10 +201,12 @@ void Sink::writeRow() {
                                                leader->input->axis().name + kDifferentAxes);
         }
     }
-    leader->input->writeHead(row_, x);
+    CellTarget& row = cells();
+    leader->input->writeHead(row, x);
     for (const Place& place : places_)
-        place.input->writeCells(row_);
-    table_->write(row_.end());
+        place.input->writeCells(row);
+    for (const auto& table : tables_)
+        table->endRow();
 }
 
 void Sink::finish() {
@@ -190,7 +226,8 @@ void Sink::finish() {
         while (anyHasNextRow())
             writeRow();
         writeNotes();
-        table_->close();
+        for (const auto& table : tables_)
+            table->finish();
     }
     if (picture_ != nullptr || entry_.inReport) {
         const std::vector<Series> curves = series();
@@ -206,13 +243,13 @@ void Sink::finish() {
     }
 }
 
-// Lines that begin with a number sign, as comments in tables do.
 void Sink::writeNotes() {
     std::vector<std::string> written;
     for (const Place& place : places_) {
         for (const std::string& note : place.outlet->notes) {
             if (std::ranges::find(written, note) != written.end()) continue;
-            table_->write("# " + note + "\n");
+            for (const auto& table : tables_)
+                table->note(note);
             written.push_back(note);
         }
     }

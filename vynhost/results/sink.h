@@ -12,6 +12,7 @@
 #include "vynhost/results/series.h"
 #include "vynhost/results/sink_input.h"
 #include "vynhost/results/svg_chart.h"
+#include "vynhost/results/table_file.h"
 #include "vynhost/results/table_row.h"
 #include "vynhost/run/runner.h"
 
@@ -55,6 +56,10 @@ private:
     void take(Place& place, const ChannelData& block);
     void limitMemory(Place& place, const ChannelData& block);
     void checkAxes() const;
+    CellTarget& cells();
+    void openTable(TableKind kind, const std::string& name, ResultFiles& files,
+                   const TableStyle& style);
+    void describeSubject();
     void writeHead();
     void writeRow();
     void writeNotes();
@@ -63,12 +68,13 @@ private:
 
     const SinkEntry& entry_;
     ChartStyle style_;
-    const TableStyle& tableStyle_;
-    TableRow row_;
     std::vector<Place> places_;
     MemoryPart memory_;
-    std::uint64_t bytes_ = 0;  // of all places
-    ResultFile* table_ = nullptr;
+    std::uint64_t bytes_ = 0;      // of all places
+    ResultFile* table_ = nullptr;  // the first of them
+    std::vector<std::unique_ptr<TableFile>> tables_;
+    CellFan allTables_;
+    TableSubject subject_;
     ResultFile* picture_ = nullptr;
     bool headWritten_ = false;
 };

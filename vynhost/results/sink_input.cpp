@@ -3,7 +3,7 @@
 namespace vynhost {
 
 // A class has two limits.
-void SinkInput::writeHead(TableRow& row, double x) const {
+void SinkInput::writeHead(CellTarget& row, double x) const {
     row.addNumber(x, kXDigits);
     const double width = axis().classWidth;
     if (width > 0) row.addNumber(x + width, kXDigits);
@@ -14,11 +14,11 @@ std::string SinkInput::endColumn() const {
     return x.classWidth > 0 ? withUnit("to", x.xUnit) : "";
 }
 
-void addHeight(TableRow& row, float value, const Series& series, const ChartStyle& style) {
+void addHeight(CellTarget& row, float value, const Series& series, const ChartStyle& style) {
     row.addNumber(static_cast<float>(drawnHeight(value, series, style)));
 }
 
-void addColumn(TableRow& row, const Series& series, const ChartStyle& style) {
+void addColumn(CellTarget& row, const Series& series, const ChartStyle& style) {
     row.addText(withUnit(series.name, heightUnit(series, style)));
 }
 

@@ -31,14 +31,16 @@ public:
     // --- The table ---
     // Rows can be told while data comes; else they are there after `finish`.
     virtual bool flows() const { return false; }
+    // Samples over time.
+    virtual bool isSignal() const { return false; }
     // The x of the next row, when it is there.
     virtual std::optional<double> nextX() const = 0;
     // What stands before the cells of the next row, which is at this x.
-    virtual void writeHead(TableRow& row, double x) const;
+    virtual void writeHead(CellTarget& row, double x) const;
     // Adds the next row's cells and goes on to the row behind it; past the end empty cells.
-    virtual void writeCells(TableRow& row) = 0;
+    virtual void writeCells(CellTarget& row) = 0;
     // Adds the columns' names.
-    virtual void writeColumns(TableRow& row) const = 0;
+    virtual void writeColumns(CellTarget& row) const = 0;
     // The first column's name, and the x axis.
     virtual Series axis() const = 0;
     // The name of a second column with where rows end; none where they have but one x.
@@ -53,9 +55,9 @@ public:
 };
 
 // A cell with the value, or with its level where the style asks for one.
-void addHeight(TableRow& row, float value, const Series& series, const ChartStyle& style);
+void addHeight(CellTarget& row, float value, const Series& series, const ChartStyle& style);
 // A column's name, with the unit of such values.
-void addColumn(TableRow& row, const Series& series, const ChartStyle& style);
+void addColumn(CellTarget& row, const Series& series, const ChartStyle& style);
 
 // Significant digits of an x.
 inline constexpr int kXDigits = 12;

@@ -37,7 +37,7 @@ std::uint64_t TimeInput::bytesWith(const ChannelData& block) const {
     return bytes;
 }
 
-void TimeInput::writeColumns(TableRow& row) const {
+void TimeInput::writeColumns(CellTarget& row) const {
     for (const FlowingCurve& curve : curves_)
         addColumn(row, curve.series, style_);
 }
@@ -47,7 +47,7 @@ std::optional<double> TimeInput::nextX() const {
     return waiting_.front().start + sample_ * waiting_.front().data.header.xStep;
 }
 
-void TimeInput::writeCells(TableRow& row) {
+void TimeInput::writeCells(CellTarget& row) {
     if (waiting_.empty()) {
         row.addEmpty(curves_.size());
         return;

@@ -21,10 +21,11 @@ public:
     std::uint64_t bytesWith(const ChannelData& block) const override;
 
     bool flows() const override { return true; }
+    bool isSignal() const override { return true; }
     std::optional<double> nextX() const override;
-    void writeHead(TableRow& row, double x) const override { row.addNumber(x, kXDigits); }
-    void writeCells(TableRow& row) override;
-    void writeColumns(TableRow& row) const override;
+    void writeHead(CellTarget& row, double x) const override { row.addNumber(x, kXDigits); }
+    void writeCells(CellTarget& row) override;
+    void writeColumns(CellTarget& row) const override;
     Series axis() const override { return curves_.front().series; }
     double step() const override { return step_; }
 

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "vynhost/base/text.h"
+#include "vynhost/run/sample_coding.h"
 
 namespace vynhost {
 namespace {
@@ -25,7 +26,7 @@ constexpr const char* kUseHint = " (on_truncated = \"use\" of the source takes w
 constexpr std::size_t kRiffHead = 8;           // bytes before those that it counts
 constexpr std::int64_t kUnknown = 0xFFFFFFFF;  // a size that is told elsewhere, or by nobody
 
-enum Format { kPcm = 1, kFloat = 3, kExtensible = 0xFFFE };
+constexpr int kExtensible = 0xFFFE;
 
 template <class Number>
 Number littleEndian(const char* bytes) {
@@ -33,45 +34,6 @@ Number littleEndian(const char* bytes) {
     std::memcpy(&number, bytes, sizeof number);
     return number;
 }
-
-// Samples as they stand in a file, full scale = 1.
-float sampleOf8(const char* bytes) {
-    return (static_cast<float>(littleEndian<std::uint8_t>(bytes)) - 128.0F) / 128.0F;
-}
-float sampleOf16(const char* bytes) {
-    return static_cast<float>(littleEndian<std::int16_t>(bytes)) / 32768.0F;
-}
-float sampleOf24(const char* bytes) {
-    const std::uint32_t upper = littleEndian<std::uint8_t>(bytes + 2);
-    const std::uint32_t lower = littleEndian<std::uint16_t>(bytes);
-    return static_cast<float>(static_cast<std::int32_t>(upper << 24 | lower << 8) / 256) /
-           8388608.0F;
-}
-float sampleOf32(const char* bytes) {
-    return static_cast<float>(static_cast<double>(littleEndian<std::int32_t>(bytes)) /
-                              2147483648.0);
-}
-float sampleOfFloat(const char* bytes) { return littleEndian<float>(bytes); }
-float sampleOfDouble(const char* bytes) { return static_cast<float>(littleEndian<double>(bytes)); }
-
-// One loop for each coding, so that none asks sample by sample which one it is.
-template <float (*kSampleOf)(const char* bytes), std::size_t kBytes>
-void decode(const char* bytes, std::span<float> samples) {
-    for (std::size_t i = 0; i < samples.size(); ++i)
-        samples[i] = kSampleOf(bytes + i * kBytes);
-}
-
-struct Coding {
-    int format;
-    int bits;
-    void (*decode)(const char* bytes, std::span<float> samples);
-};
-constexpr std::array<Coding, 6> kCodings = {{{kPcm, 8, decode<sampleOf8, 1>},
-                                             {kPcm, 16, decode<sampleOf16, 2>},
-                                             {kPcm, 24, decode<sampleOf24, 3>},
-                                             {kPcm, 32, decode<sampleOf32, 4>},
-                                             {kFloat, 32, decode<sampleOfFloat, 4>},
-                                             {kFloat, 64, decode<sampleOfDouble, 8>}}};
 
 class WavRecording : public Recording {
 public:
@@ -97,9 +59,14 @@ public:
         return frames;
     }
 
+    void skip(std::int64_t frames) override {
+        in_.seekg(frames * static_cast<std::int64_t>(frameBytes()), std::ios::cur);
+        position_ += frames;
+    }
+
 private:
     std::size_t frameBytes() const {
-        return static_cast<std::size_t>(coding_->bits) / 8 * static_cast<std::size_t>(channels_);
+        return coding_->bytes() * static_cast<std::size_t>(channels_);
     }
 
     struct Chunk {
@@ -156,13 +123,14 @@ private:
         rate_ = littleEndian<std::uint32_t>(&format[4]);
         const int bits = littleEndian<std::uint16_t>(&format[14]);
         if (number == kExtensible) number = littleEndian<std::uint16_t>(&format[24]);
-        coding_ = std::ranges::find_if(kCodings, [&](const Coding& coding) {
-            return coding.format == number && coding.bits == bits;
+        const auto known = std::ranges::find_if(sampleCodings(), [&](const SampleCoding& coding) {
+            return coding.wavFormat == number && coding.bits == bits;
         });
-        if (coding_ == kCodings.end()) {
+        if (known == sampleCodings().end()) {
             throw RecordingError("has a coding that is not read here (format " +
                                  std::to_string(number) + ", " + std::to_string(bits) + " bits)");
         }
+        coding_ = &*known;
         if (channels_ < 1 || channels_ > kMostChannels || rate_ <= 0) {
             throw RecordingError("has a damaged head");
         }
@@ -197,7 +165,7 @@ private:
     Truncated truncated_;
     std::int64_t size_ = 0;
     std::int64_t position_ = 0;
-    const Coding* coding_ = nullptr;
+    const SampleCoding* coding_ = nullptr;
     std::vector<char> buffer_;
 };
 
@@ -237,15 +205,6 @@ std::string trimmed(std::string_view text) {
     const std::size_t first = text.find_first_not_of(" \t\r");
     if (first == std::string_view::npos) return "";
     return std::string(text.substr(first, text.find_last_not_of(" \t\r") - first + 1));
-}
-
-// "name [unit]", or a name alone.
-Recording::Channel describedBy(std::string_view head) {
-    const std::string text = onOneLine(trimmed(head));
-    const std::size_t bracket = text.rfind('[');
-    if (!text.ends_with(']') || bracket == std::string::npos) return {text, ""};
-    return {trimmed(std::string_view(text).substr(0, bracket)),
-            trimmed(std::string_view(text).substr(bracket + 1, text.size() - bracket - 2))};
 }
 
 // "Pa", "[Pa]" or "(Pa)"; a dash says that there is none.
@@ -355,7 +314,7 @@ public:
             for (double& moment : x)
                 moment -= first;
         }
-        rate_ = rate ? *rate : rateOf(x);
+        rate_ = rate ? *rate : rateOfEvenX(x);
         if (!x.empty()) start_ = x.front();
     }
 
@@ -390,7 +349,7 @@ private:
         });
         if (heads_.empty()) return;
         for (std::size_t i = allChannels ? 0 : 1; i < heads_.front().size(); ++i) {
-            described_.push_back(describedBy(heads_.front()[i]));
+            described_.push_back(channelNamed(heads_.front()[i]));
             if (heads_.size() > 1 && described_.back().unit.empty()) {
                 described_.back().unit = unitIn(heads_[1][i]);
             }
@@ -453,22 +412,6 @@ private:
         return toNumber(text);
     }
 
-    static double rateOf(const std::vector<double>& x) {
-        constexpr double kUneven = 1e-3;  // of the step
-        if (x.size() < 2) throw RecordingError("has too few rows to tell the sample rate");
-        const double step = (x.back() - x.front()) / static_cast<double>(x.size() - 1);
-        for (std::size_t i = 0; i < x.size(); ++i) {
-            const double even = x.front() + static_cast<double>(i) * step;
-            if (!(step > 0) || !(std::abs(x[i] - even) <= kUneven * step)) {
-                throw RecordingError("has no evenly rising x column (give rate when it has none)");
-            }
-        }
-        if (!std::isnormal(1.0 / step)) {
-            throw RecordingError("has an x column whose steps are too small or too large");
-        }
-        return 1.0 / step;
-    }
-
     static constexpr std::size_t kMostHeads = 100;
 
     char separator_ = '\0';
@@ -507,6 +450,41 @@ bool isWav(const std::filesystem::path& file) {
 
 }  // namespace
 
+void Recording::skip(std::int64_t frames) {
+    constexpr std::int64_t kSome = 1 << 14;
+    std::vector<float> passed;
+    while (frames > 0) {
+        const std::int64_t now = std::min(frames, kSome);
+        passed.resize(static_cast<std::size_t>(now * channels_));
+        if (read(passed) == 0) return;
+        frames -= now;
+    }
+}
+
+Recording::Channel channelNamed(std::string_view head) {
+    const std::string text = onOneLine(trimmed(head));
+    const std::size_t bracket = text.rfind('[');
+    if (!text.ends_with(']') || bracket == std::string::npos) return {text, ""};
+    return {trimmed(std::string_view(text).substr(0, bracket)),
+            trimmed(std::string_view(text).substr(bracket + 1, text.size() - bracket - 2))};
+}
+
+double rateOfEvenX(std::span<const double> x) {
+    constexpr double kUneven = 1e-3;  // of the step
+    if (x.size() < 2) throw RecordingError("has too few rows to tell the sample rate");
+    const double step = (x.back() - x.front()) / static_cast<double>(x.size() - 1);
+    for (std::size_t i = 0; i < x.size(); ++i) {
+        const double even = x.front() + static_cast<double>(i) * step;
+        if (!(step > 0) || !(std::abs(x[i] - even) <= kUneven * step)) {
+            throw RecordingError("has no evenly rising x column (give rate when it has none)");
+        }
+    }
+    if (!std::isnormal(1.0 / step)) {
+        throw RecordingError("has an x column whose steps are too small or too large");
+    }
+    return 1.0 / step;
+}
+
 std::unique_ptr<Recording> silence(int channels, double rate, std::int64_t frames) {
     return std::make_unique<Silence>(channels, rate, frames);
 }
@@ -544,6 +522,7 @@ std::unique_ptr<Recording> openRecording(const std::filesystem::path& file,
     for (const char* table : {".csv", ".tsv", ".txt"}) {
         if (equalIgnoringCase(ending, table)) return openCsv(file, rate);
     }
+    if (equalIgnoringCase(ending, ".npy")) return openNpy(file, rate, truncated);
     return openOtherAudio(file, truncated);
 }
 

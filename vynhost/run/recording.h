@@ -8,6 +8,7 @@
 #include <span>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "vynhost/base/bilingual.h"
@@ -42,6 +43,13 @@ public:
     // Reads as many whole frames as the span holds or the recording has left, and gives their
     // number. Raises RecordingError when the file ends before its head says so.
     virtual std::size_t read(std::span<float> interleaved) = 0;
+    // Passes over that many frames, which the recording must have.
+    virtual void skip(std::int64_t frames);
+    // SHA-256 of what has come, where there is no file to ask.
+    virtual std::string digest() { return ""; }
+
+    // What `frames` is until the end has come, where nobody knows.
+    static constexpr std::int64_t kUnknownFrames = std::int64_t{1} << 61;
 
 protected:
     int channels_ = 0;
@@ -62,6 +70,20 @@ std::unique_ptr<Recording> openRecording(const std::filesystem::path& file,
                                          std::optional<double> rate,
                                          Truncated truncated = Truncated::refuse);
 
+struct SampleCoding;
+
+// Samples without a head, channels interleaved.
+struct RawFormat {
+    const SampleCoding* coding = nullptr;
+    int channels = 1;
+    double rate = 0;
+    std::int64_t begin = 0;                   // of the samples, in bytes
+    std::optional<std::int64_t> frames = {};  // where something says how many there should be
+};
+// "-" is standard input, whose end nobody knows before it comes.
+std::unique_ptr<Recording> openRaw(const std::filesystem::path& file, const RawFormat& format,
+                                   Truncated truncated);
+
 // Zeros.
 std::unique_ptr<Recording> silence(int channels, double rate, std::int64_t frames);
 
@@ -69,8 +91,16 @@ std::unique_ptr<Recording> silence(int channels, double rate, std::int64_t frame
 std::unique_ptr<Recording> openWav(const std::filesystem::path& file,
                                    Truncated truncated = Truncated::refuse);
 std::unique_ptr<Recording> openCsv(const std::filesystem::path& file, std::optional<double> rate);
+// An array of numpy: rows of samples with the rate, or records whose first field is their x.
+std::unique_ptr<Recording> openNpy(const std::filesystem::path& file, std::optional<double> rate,
+                                   Truncated truncated);
 // Defined per system; raises RecordingError where there is no audio library.
 std::unique_ptr<Recording> openOtherAudio(const std::filesystem::path& file, Truncated truncated);
+
+// "name [unit]", or a name alone.
+Recording::Channel channelNamed(std::string_view head);
+// Samples per second of an x that rises evenly; raises RecordingError for any other.
+double rateOfEvenX(std::span<const double> x);
 
 // The text of `missing` for `bytes` (none: nobody knows) and samples per channel behind the end.
 Bilingual missingText(std::int64_t samples, std::int64_t promised, double rate,

@@ -119,9 +119,17 @@ Runner::~Runner() = default;
 // --- Setting up -----------------------------------------------------------------------------
 
 void Runner::openSources(const std::map<std::string, std::filesystem::path>& inputs) {
+    bool readsStandardInput = false;
     for (const SourceEntry& entry : diagram_.sources) {
         const auto replaced = inputs.find(entry.name);
-        Source source(entry, replaced == inputs.end() ? entry.file : replaced->second);
+        const auto& file = replaced == inputs.end() ? entry.file : replaced->second;
+        if (file == "-" && std::exchange(readsStandardInput, true)) {
+            throw InputError(entry.filePlace, "standard input is read by another source already");
+        }
+        if (file == "-" && entry.format.empty()) {
+            throw InputError(entry.filePlace, "standard input needs a format of its source");
+        }
+        Source source(entry, file);
         OutletInfo info;
         info.name = entry.name;
         info.kind.values = signalQuantity(source.unit());

@@ -6,6 +6,7 @@
 
 #include "vynhost/base/memory_limit.h"
 #include "vynhost/base/text.h"
+#include "vynhost/run/sample_coding.h"
 
 namespace vynhost {
 namespace {
@@ -15,13 +16,22 @@ std::unique_ptr<Recording> noiseCarrier(const SourceEntry& entry) {
     return silence(1, *entry.rate, std::llround(entry.seconds * *entry.rate));
 }
 
+RawFormat rawFormatOf(const SourceEntry& entry) {
+    std::vector<std::string> names;
+    for (const SampleCoding& coding : sampleCodings()) {
+        if (coding.name == entry.format) return {&coding, entry.rawChannels, *entry.rate};
+        names.emplace_back(coding.name);
+    }
+    throw InputError(entry.formatPlace, "\"" + entry.format + "\" is none of " + joined(names));
+}
+
 std::unique_ptr<Recording> openFor(const SourceEntry& entry, const std::filesystem::path& file) {
     try {
         if (file.empty()) return noiseCarrier(entry);
-        return withMemory(entry.filePlace, [&] {
-            return openRecording(file, entry.rate,
-                                 entry.usesTruncated ? Truncated::use : Truncated::refuse);
-        });
+        const Truncated truncated = entry.usesTruncated ? Truncated::use : Truncated::refuse;
+        if (!entry.format.empty()) return openRaw(file, rawFormatOf(entry), truncated);
+        return withMemory(entry.filePlace,
+                          [&] { return openRecording(file, entry.rate, truncated); });
     } catch (const RecordingError& error) {
         throw InputError(entry.filePlace, textOf(file) + ": " + error.what());
     }
@@ -58,6 +68,42 @@ Source::Source(const SourceEntry& entry, std::filesystem::path file)
       scales_(scales()),
       noise_(entry.noise ? entry.noise->seed : 0) {
     describeChannels();
+    choosePart();
+}
+
+// Where what is asked for is not there, nothing else is taken.
+void Source::choosePart() {
+    const double rate = recording_->rate();
+    const std::int64_t all = recording_->frames();
+    const bool endIsKnown = all != Recording::kUnknownFrames;
+    const auto has = [&] {
+        return textOf(file_) + " has " + toText(static_cast<double>(all) / rate, 9) + " s";
+    };
+    if (entry_->start) {
+        begin_ = std::llround(*entry_->start * rate);
+        if (begin_ >= all) throw InputError(entry_->startPlace, "lies behind the end: " + has());
+    }
+    if (entry_->length) {
+        wanted_ = std::llround(*entry_->length * rate);
+        if (*wanted_ == 0) throw InputError(entry_->lengthPlace, "is less than a sample");
+        if (endIsKnown && begin_ + *wanted_ > all) {
+            throw InputError(entry_->lengthPlace, "goes beyond the end: " + has());
+        }
+    }
+    try {
+        if (begin_ > 0) recording_->skip(begin_);
+    } catch (const RecordingError& error) {
+        throw InputError(entry_->startPlace, textOf(file_) + ": " + error.what());
+    }
+    position_ = begin_;
+}
+
+std::int64_t Source::end() const noexcept {
+    return wanted_ ? std::min(begin_ + *wanted_, recording_->frames()) : recording_->frames();
+}
+
+double Source::start() const {
+    return recording_->start() + static_cast<double>(begin_) / recording_->rate();
 }
 
 std::vector<float> Source::scales() {
@@ -140,7 +186,7 @@ void Source::describeChannels() {
 // What is left of the recording may be less.
 std::size_t Source::framesInBlock() const {
     const auto block = static_cast<std::int64_t>(entry_->block);
-    return static_cast<std::size_t>(std::min(block, recording_->frames() - position_));
+    return static_cast<std::size_t>(std::min(block, end() - position_));
 }
 
 std::uint64_t Source::bytesToRead() const {
@@ -162,31 +208,34 @@ std::optional<ChannelData> Source::next() {
                                    static_cast<std::size_t>(recording_->channels()));
     const std::size_t kept = std::min(overlap_.size(), interleaved.size());
     std::copy_n(overlap_.begin(), kept, interleaved.begin());
-    const std::size_t frames = kept / static_cast<std::size_t>(recording_->channels()) +
-                               readFrames(std::span(interleaved).subspan(kept));
-    ended_ = frames < block || position_ + entry_->block == recording_->frames() ||
-             blocks_ + 1 == entry_->mostBlocks;
-    rest_ = frames < block ? frames : 0;
+    const std::size_t got = kept / static_cast<std::size_t>(recording_->channels()) +
+                            readFrames(std::span(interleaved).subspan(kept));
+    ended_ = got < block || position_ + entry_->block == end() || blocks_ + 1 == entry_->mostBlocks;
+    if (ended_ && wanted_ && frames() < *wanted_ && !entry_->usesTruncated) {
+        throw InputError(entry_->lengthPlace,
+                         textOf(file_) + " ends before, after " + toText(length(), 9) + " s");
+    }
+    rest_ = got < block ? got : 0;
     // Beside overlapping data blocks a shorter one would count its samples with another weight.
     leavesRest_ = entry_->tail == Tail::drop ||
                   (entry_->tail == Tail::automatic && entry_->overlaps() && blocks_ > 0);
-    if (frames < block && leavesRest_)
+    if (got < block && leavesRest_)
         rest_ -= kept / static_cast<std::size_t>(recording_->channels());
-    blocks_ += frames == block ? 1 : 0;
-    if (frames == 0 || (frames < block && leavesRest_)) return std::nullopt;
+    blocks_ += got == block ? 1 : 0;
+    if (got == 0 || (got < block && leavesRest_)) return std::nullopt;
 
-    std::vector<float> values = chosenAndScaled(interleaved, frames);
+    std::vector<float> values = chosenAndScaled(interleaved, got);
     if (entry_->noise) {
         for (float& value : values)
             value += static_cast<float>(entry_->noise->rms * noise_.next());
     }
     if (entry_->tail == Tail::pad) values.resize(block * channels_.size());
     ChannelData data = withHead(std::move(values));
-    if (frames == block && entry_->overlaps()) {
+    if (got == block && entry_->overlaps()) {
         position_ += entry_->step;
         keepOverlap(interleaved);
     } else {
-        position_ += static_cast<std::int64_t>(frames);
+        position_ += static_cast<std::int64_t>(got);
     }
     return data;
 }
@@ -197,10 +246,13 @@ void Source::keepOverlap(std::span<const float> interleaved) {
     overlap_.assign(interleaved.begin() + static_cast<std::ptrdiff_t>(step), interleaved.end());
 }
 
-double Source::position() const { return static_cast<double>(position_) / recording_->rate(); }
+double Source::position() const {
+    return static_cast<double>(position_ - begin_) / recording_->rate();
+}
 
 double Source::length() const {
-    return static_cast<double>(recording_->frames()) / recording_->rate();
+    if (end() == Recording::kUnknownFrames) return 0;
+    return static_cast<double>(frames()) / recording_->rate();
 }
 
 std::size_t Source::readFrames(std::span<float> interleaved) {
@@ -246,10 +298,10 @@ ChannelData Source::withHead(std::vector<float> values) const {
 }
 
 std::string Source::note() const {
-    std::string note = name() + ": " + title() + ", " + std::to_string(recording_->frames()) +
-                       " samples at " + toText(recording_->rate()) + " Hz, " +
-                       std::to_string(channels_.size()) +
+    std::string note = name() + ": " + title() + ", " + std::to_string(frames()) + " samples at " +
+                       toText(recording_->rate()) + " Hz, " + std::to_string(channels_.size()) +
                        (channels_.size() == 1 ? " channel" : " channels");
+    if (entry_->start || entry_->length) note += ", from " + toText(start(), 9) + " s on";
     if (unitIsFiles_) note += " in " + unit_;
     if (!entry_->calibration.empty()) note += ", calibrated by " + textOf(entry_->calibration);
     if (entry_->rate && *entry_->rate != recording_->rate()) {
@@ -297,7 +349,8 @@ std::vector<Bilingual> Source::warnings() const {
 std::string Source::title() const {
     const std::string rms = entry_->noise ? toText(entry_->noise->rms) : "";
     if (file_.empty()) return "noise of rms " + rms;
-    return textOf(file_) + (entry_->noise ? " with noise of rms " + rms : "");
+    const std::string what = file_ == "-" ? "standard input" : textOf(file_);
+    return what + (entry_->noise ? " with noise of rms " + rms : "");
 }
 
 }  // namespace vynhost

@@ -39,7 +39,7 @@ public:
     // ends too early.
     std::optional<ChannelData> next();
     bool ended() const noexcept { return ended_; }
-    // In seconds of the signal.
+    // In seconds of the signal; the length is 0 while nobody knows it.
     double position() const;
     double length() const;
 
@@ -53,7 +53,10 @@ public:
     // --- What it is, for whoever reports ---
     const std::filesystem::path& file() const noexcept { return file_; }  // empty: noise alone
     double rate() const noexcept { return recording_->rate(); }
-    std::int64_t frames() const noexcept { return recording_->frames(); }
+    std::int64_t frames() const noexcept { return end() - begin_; }
+    // In seconds of the recording.
+    double start() const;
+    std::string digest() const { return recording_->digest(); }
     // The chosen channels, from 0, and what a recorded value of 1 stands for in each.
     const std::vector<std::size_t>& channels() const noexcept { return channels_; }
     const std::vector<float>& fullScales() const noexcept { return scales_; }
@@ -66,6 +69,8 @@ private:
     std::vector<float> calibratedScales();
     void describeChannels();
     std::string title() const;
+    void choosePart();
+    std::int64_t end() const noexcept;
     std::size_t framesInBlock() const;
     void keepOverlap(std::span<const float> interleaved);
     std::size_t readFrames(std::span<float> interleaved);
@@ -85,11 +90,13 @@ private:
     bool hasOwnUnits_ = false;
     std::vector<std::string> names_;
     WhiteNoise noise_;
-    std::int64_t position_ = 0;   // of the next data block, in frames
-    std::vector<float> overlap_;  // the frames of it that the one before has had, too
-    std::int64_t blocks_ = 0;     // whole ones, given out
-    std::size_t rest_ = 0;        // frames of a last, short data block
-    bool leavesRest_ = false;     // out
+    std::int64_t begin_ = 0;              // in frames of the recording
+    std::optional<std::int64_t> wanted_;  // as many are taken
+    std::int64_t position_ = 0;           // of the next data block, in frames of the recording
+    std::vector<float> overlap_;          // the frames of it that the one before has had, too
+    std::int64_t blocks_ = 0;             // whole ones, given out
+    std::size_t rest_ = 0;                // frames of a last, short data block
+    bool leavesRest_ = false;             // out
     bool ended_ = false;
 };
 

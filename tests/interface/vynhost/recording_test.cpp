@@ -1,5 +1,7 @@
 // Files that are recordings.
+#include "vynhost/run/recording.h"
 #include "interface/vynhost/run_fixture.h"
+#include "vynhost/results/table_file.h"
 
 namespace vynhost::test {
 namespace {
@@ -166,6 +168,30 @@ TEST_F(RecordingTest, StepsMustLeaveARate) {
     write("s.csv", "0,1\n5e-324,2\n1e-323,3\n");
     EXPECT_THAT(errorOf("[source.s]\nfile = \"s.csv\"\n"),
                 HasSubstr("has an x column whose steps are too small or too large"));
+}
+
+// Five gigabytes of which the system keeps only what is written: a head, and the last sample.
+TEST_F(RecordingTest, BeyondFourGigabytesAHeadHasLongSizes) {
+    constexpr std::int64_t kFrames = 1250000000;
+    const std::string head = wavHead(kFrames, 1, 48000);
+    ASSERT_THAT(head, StartsWith("RF64"));
+    const std::filesystem::path file = write("long.wav", head);
+    std::filesystem::resize_file(file, head.size() + (kFrames - 1) * sizeof(float));
+    const float last = 0.5F;
+    std::ofstream(file, std::ios::binary | std::ios::app)
+        .write(reinterpret_cast<const char*>(&last), sizeof last);
+    std::vector<std::unique_ptr<Recording>> readers;
+    readers.push_back(openWav(file));
+    if (!platform::kHasDialogs) readers.push_back(openOtherAudio(file, Truncated::refuse));
+    for (const auto& recording : readers) {
+        EXPECT_EQ(recording->frames(), kFrames);
+        EXPECT_EQ(recording->rate(), 48000);
+        recording->skip(kFrames - 2);
+        std::vector<float> samples(5);
+        EXPECT_EQ(recording->read(samples), 2U);
+        EXPECT_THAT(std::span(samples).first(2), ElementsAre(0, last));
+    }
+    EXPECT_THAT(wavHead(kFrames / 2, 1, 48000), StartsWith("RIFF"));
 }
 
 }  // namespace

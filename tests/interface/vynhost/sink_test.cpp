@@ -315,5 +315,30 @@ TEST_F(SinkTest, LevelsAreInTheTableToo) {
     }
 }
 
+// In every format what was written is read again as it was.
+TEST_F(SinkTest, TablesOfEveryFormatBecomeRecordings) {
+    writeWav("s.wav", sine(64, 8), 2);
+    const auto samples = [&](const std::string& source, const std::string& sink) {
+        std::vector<float> values;
+        run("[source.s]\n" + source + "\n[sink.x]\nfrom = \"s\"\n" + sink,
+            [&](const RunResult& result) { values = valuesOf(result, "s"); });
+        return values;
+    };
+    const std::vector<float> whole =
+        samples("file = \"s.wav\"\nblock = 7\nfull_scale = 3.0",
+                "npy = \"x.npy\"\nwav = \"x.wav\"\njsonl = \"x.jsonl\"\nnpz = \"x.npz\"\n");
+    ASSERT_EQ(whole.size(), 64U);
+    EXPECT_EQ(samples("file = \"out/x.npy\"", "csv = \"y\"\n"), whole);
+    EXPECT_EQ(samples("file = \"out/x.wav\"", "csv = \"y\"\n"), whole);
+    // Behind the head the samples stand as they are.
+    const std::string wav = read(folder() / "out" / "x.wav");
+    write("x.raw", wav.substr(wav.size() - whole.size() * sizeof(float)));
+    const std::string raw = "file = \"x.raw\"\nformat = \"f32\"\nchannels = 2\nrate = 8000.0\n";
+    EXPECT_EQ(samples(raw, "csv = \"y\"\n"), whole);
+    EXPECT_EQ(samples(raw + "start = 0.001\nlength = 0.002\n", "csv = \"y\"\n"),
+              std::vector<float>(whole.begin() + 16, whole.begin() + 48));
+    EXPECT_THAT(read(folder() / "out" / "x.jsonl"), StartsWith("{\"t [s]\":0,\"s 1\":0,\"s 2\":"));
+}
+
 }  // namespace
 }  // namespace vynhost::test

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "vynhost/base/digest.h"
 #include "vynhost/base/text.h"
 
 namespace vynhost::test {
@@ -58,6 +59,15 @@ TEST(TextTest, NeighboursInTheWrongOrderAreOneMistake) {
     EXPECT_EQ(didYouMean("ba", std::vector<std::string>{"ab"}), ", did you mean ab?");
     EXPECT_EQ(didYouMean("cd", std::vector<std::string>{"ab"}), "");
     EXPECT_EQ(didYouMean("fotl", std::vector<std::string>{"ftlo"}), "");
+}
+
+// The examples of FIPS 180-4 and RFC 4648.
+TEST(TextTest, SumsAndDigitsAreThoseOfTheStandards) {
+    EXPECT_EQ(sha256Of("abc"), "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
+    EXPECT_EQ(sha256Of(""), "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
+    EXPECT_EQ(base64Of("foobar"), "Zm9vYmFy");
+    EXPECT_EQ(base64Of("fooba"), "Zm9vYmE=");
+    EXPECT_EQ(base64Of("foob"), "Zm9vYg==");
 }
 
 }  // namespace

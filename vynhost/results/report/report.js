@@ -7,7 +7,7 @@ const words = {
   warnings: ["Warnings", "Warnungen"], comparisons: ["Comparisons", "Vergleiche"],
   recordings: ["Recordings", "Aufnahmen"], blocks: ["Blocks and their settings", "Blöcke und ihre Einstellungen"],
   diagram: ["Diagram", "Diagramm"], program: ["Program", "Programm"], source: ["Source", "Quelle"],
-  file: ["File", "Datei"], rate: ["Sample rate", "Abtastrate"], samples: ["Samples per channel", "Werte je Kanal"],
+  file: ["File", "Datei"], standardInput: ["standard input", "Standardeingabe"], rate: ["Sample rate", "Abtastrate"], samples: ["Samples per channel", "Werte je Kanal"],
   length: ["Length", "Länge"], channel: ["Channel", "Kanal"], name: ["Name", "Name"], unit: ["Unit", "Einheit"],
   fullScale: ["A recorded 1 is", "Eine aufgezeichnete 1 ist"], noise: ["Noise", "Rauschen"],
   noiseAlone: ["noise alone", "nur Rauschen"], rms: ["rms", "Effektivwert"], seed: ["seed", "Startwert"],
@@ -658,14 +658,15 @@ for (const recording of content.recordings) {
   make("h3", main, recording.name);
   const facts = [];
   if (recording.file !== null) {
-    facts.push([say("file"), recording.file], ["SHA-256", code(recording.sha256)]);
+    facts.push([say("file"), recording.file === "-" ? say("standardInput") : recording.file], ["SHA-256", code(recording.sha256)]);
   }
   if (recording.noise) {
     facts.push([say("noise"), (recording.file === null ? say("noiseAlone") + ", " : "") + say("rms") + " " +
       withUnit(numberText(recording.noise.rms), recording.unit) + ", " + say("seed") + " " + recording.noise.seed]);
   }
   facts.push([say("rate"), withUnit(numberText(recording.rate, 12), "Hz")], [say("samples"), whole(recording.samples)],
-    [say("length"), withUnit(numberText(recording.seconds, 9), "s")], [say("dataBlock"), whole(recording.block)]);
+    [say("length"), withUnit(numberText(recording.seconds, 9), "s") +
+      (recording.start ? ", " + say("from") + " " + withUnit(numberText(recording.start, 9), "s") : "")], [say("dataBlock"), whole(recording.block)]);
   const calibration = recording.calibration;
   if (calibration) {
     facts.push([say("calibration"), `${calibration.file}: ${say("calibrator")} ${numberText(calibration.level)} dB, ` +

@@ -31,6 +31,13 @@ public:
         return static_cast<std::size_t>(got);
     }
 
+    void skip(std::int64_t frames) override {
+        if (::sf_seek(file_.get(), frames, SEEK_CUR) < 0) {
+            Recording::skip(frames);
+        }
+        position_ += frames;
+    }
+
 private:
     SF_INFO info_{};
     std::unique_ptr<SNDFILE, int (*)(SNDFILE*)> file_;
