@@ -42,6 +42,7 @@ PARTS = (
          ("VYNPACKM", "ovanlys", "vynhost"), WINDOWS, ()),
     Part("MinGW-w64 runtime", "mingw-w64-common", "ZPL-2.1", ("VYNPACKM", "ovanlys", "vynhost"), WINDOWS, ()),
     Part("libsndfile", "libsndfile1", "LGPL-2.1-or-later", ("vynhost",), LINUX, (), contained=False),
+    Part("libxlsxwriter", "libxlsxwriter4", "BSD-2-Clause", ("vynhost",), LINUX, (), contained=False),
     Part("OpenSSL", "libssl3", "Apache-2.0", ("vynhost",), LINUX, (), contained=False),
     Part("GCC runtime libraries", "libstdc++6", "GPL-3.0-or-later WITH GCC-exception-3.1",
          ("VYNPACKM", "ovanlys", "vynhost"), LINUX, (), contained=False),

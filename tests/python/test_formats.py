@@ -9,6 +9,7 @@ import scipy.io.wavfile
 from test_report import BAD, columns
 from test_vynhost import VYNHOST
 
+openpyxl = pytest.importorskip("openpyxl")
 soundfile = pytest.importorskip("soundfile")
 RATE = 8000
 
@@ -246,6 +247,47 @@ def test_names_from_outside_stay_names(tmp_path, x):
 
 def test_results_of_all_kinds_are_claimed_before_anything_is_read(tmp_path, x):
     scipy.io.wavfile.write(tmp_path / "a.wav", RATE, x)
-    for kind in ("jsonl", "npy", "npz", "wav"):
+    for kind in ("jsonl", "npy", "npz", "wav", "xlsx"):
         assert f"sink.x.{kind}: " in run(
             tmp_path, f'[source.a]\nfile = "a.wav"\n[sink.x]\nfrom = "a"\n{kind} = "../a.wav"\n', fails=True)
+
+
+def test_workbooks_have_numbers_formats_and_a_chart(tmp_path, x):
+    scipy.io.wavfile.write(tmp_path / "a.wav", RATE, x)
+    diagram = """[source.a]\nfile = "a.wav"\nblock = 500\nunit = "Pa"\n[block.f]\ntype = "FFT"\n[wire]\n"f.E" = "a"
+        [sink.x]\nfrom = "f.S"\naverage = "power"\nxlsx = "x.xlsx"\ncsv = "x.csv"\nx = "log"\n
+        [sink.y]\nfrom = "f.S"\naverage = "power"\ny = "dB"\nxlsx = "y.xlsx"\ncsv = "y.csv"\n"""
+    run(tmp_path, diagram)
+    for name, number_format in (("x", "0.0000E+00"), ("y", "0.00")):
+        heads, table = columns(tmp_path / "out" / f"{name}.csv")
+        book = openpyxl.load_workbook(tmp_path / "out" / f"{name}.xlsx")
+        assert book.sheetnames == ["Table", "Chart"]
+        rows = list(book["Table"].iter_rows())
+        assert [cell.value for cell in rows[0]] == heads
+        np.testing.assert_allclose([[cell.value for cell in row] for row in rows[1:]], table, rtol=1e-11)
+        assert {cell.number_format for cell in rows[5][1:]} == {number_format}
+        assert book["Table"].freeze_panes == "B2"
+        (chart,) = book["Chart"]._charts
+        assert [series.yVal.numRef.f for series in chart.series] == ["Table!$B$2:$B$251", "Table!$C$2:$C$251"]
+        assert (chart.x_axis.scaling.logBase == 10) == (name == "x")
+    first = (tmp_path / "out" / "x.xlsx").read_bytes()
+    run(tmp_path, diagram)
+    assert (tmp_path / "out" / "x.xlsx").read_bytes() == first
+    assert not list((tmp_path / "out").glob(".vynhost-*.part"))
+
+
+def test_a_workbook_has_texts_and_never_formulas(tmp_path):
+    (tmp_path / "t.csv").write_text(f't;"{BAD.replace(chr(34), chr(34) * 2)}";"=1+1"\n0;1;\n1;;3\n')
+    run(tmp_path, f'[source.s]\nfile = "t.csv"\n[sink.x]\nfrom = "s"\nxlsx = "=cmd|.xlsx"\ntitle = {json.dumps(BAD)}\n')
+    book = openpyxl.load_workbook(tmp_path / "out" / "=cmd|.xlsx")
+    head, *rows = book["Table"].iter_rows()
+    assert [cell.data_type for cell in head] == ["s"] * 3
+    assert BAD in head[1].value
+    assert [[cell.value for cell in row] for row in rows] == [[0, 1, None], [1, None, 3]]
+
+
+def test_a_sheet_has_no_more_rows_than_programs_take(tmp_path):
+    said = run(tmp_path, '[source.s]\nnoise = { rms = 1.0 }\nrate = 1e6\nseconds = 1.1\nblock = 65536\n[sink.x]\nfrom = "s"\n'
+               'xlsx = "x.xlsx"\n', fails=True)
+    assert "sink.x: a sheet has at most 1048576 rows" in said
+    assert not list((tmp_path / "out").glob("*"))

@@ -434,8 +434,8 @@ private:
     }
 
     void sink(const Section& section, const std::string& name) {
-        section.allowOnly({"from", "values", "csv", "jsonl", "npy", "npz", "wav", "svg", "title",
-                           "average", "x", "y", "reference"});
+        section.allowOnly({"from", "values", "csv", "jsonl", "npy", "npz", "wav", "xlsx", "svg",
+                           "title", "average", "x", "y", "reference"});
         SinkEntry sink;
         sink.name = name;
         sink.place = section.place();
@@ -462,7 +462,7 @@ private:
         }
         sink.csv = section.text("csv");
         for (const TableKind kind :
-             {TableKind::json, TableKind::npy, TableKind::npz, TableKind::wav}) {
+             {TableKind::json, TableKind::npy, TableKind::npz, TableKind::wav, TableKind::xlsx}) {
             const std::string file = section.text(keyOf(kind));
             if (!file.empty()) sink.tables.push_back({kind, file});
         }
@@ -524,6 +524,7 @@ const char* keyOf(TableKind kind) {
         case TableKind::npy: return "npy";
         case TableKind::npz: return "npz";
         case TableKind::wav: return "wav";
+        case TableKind::xlsx: return "xlsx";
         default: return "csv";
     }
 }
@@ -558,7 +559,7 @@ void requireResults(const Diagram& diagram) {
     for (const SinkEntry& sink : diagram.sinks) {
         if (sink.hasTable() || !sink.svg.empty() || sink.inReport) continue;
         throw InputError(sink.place,
-                         "neither csv nor svg is given (nor jsonl, npy, npz or wav), "
+                         "neither csv nor svg is given (nor jsonl, npy, npz, wav or xlsx), "
                          "nor a report asked for");
     }
 }

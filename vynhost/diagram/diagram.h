@@ -137,7 +137,7 @@ struct WireEntry {
 };
 
 // What a sink's table may be written as.
-enum class TableKind { csv, json, npy, npz, wav };
+enum class TableKind { csv, json, npy, npz, wav, xlsx };
 
 // The key of a sink that names such a file.
 const char* keyOf(TableKind kind);

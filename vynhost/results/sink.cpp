@@ -83,6 +83,8 @@ Sink::Sink(const SinkEntry& entry, Runner& runner, ResultFiles& files, const Tab
       memory_(runner.memory(), entry.place) {
     checkPickedValues(entry, runner);
     subject_.place = entry.place;
+    subject_.title = entry.title;
+    subject_.isLogX = entry.logX;
     if (!entry.csv.empty()) openTable(TableKind::csv, entry.csv, files, tables);
     for (const TableEntry& table : entry.tables)
         openTable(table.kind, table.file, files, tables);
@@ -103,6 +105,7 @@ void Sink::openTable(TableKind kind, const std::string& name, ResultFiles& files
         case TableKind::json: tables_.push_back(jsonTable(file)); break;
         case TableKind::npy: tables_.push_back(npyTable(file)); break;
         case TableKind::npz: tables_.push_back(npzTable(file)); break;
+        case TableKind::xlsx: tables_.push_back(xlsxTable(file, subject_)); break;
         case TableKind::wav: tables_.push_back(wavTable(file, subject_)); break;
         default: tables_.push_back(csvTable(file, style));
     }
@@ -167,7 +170,9 @@ void Sink::describeSubject() {
         return place.input->isSignal();
     });
     const SinkInput& first = *places_.front().input;
-    subject_.step = first.step() * (first.axis().xUnit == "ms" ? 1e-3 : 1);
+    const Series axis = first.axis();
+    subject_.isBars = axis.bandEdge > 0 || axis.classWidth > 0;
+    subject_.step = first.step() * (axis.xUnit == "ms" ? 1e-3 : 1);
 }
 
 void Sink::writeHead() {

@@ -55,6 +55,9 @@ struct TableSubject {
     Place place;           // in the diagram
     bool isSignal = true;  // samples over time, from which no level was taken
     double step = 0;       // s, between samples
+    bool isBars = false;   // over bands or classes
+    bool isLogX = false;
+    std::string title = {};
 };
 
 std::unique_ptr<TableFile> csvTable(ResultFile& file, const TableStyle& style);
@@ -67,6 +70,10 @@ std::unique_ptr<TableFile> npzTable(ResultFile& file);
 // Samples as they are, in single precision: WAVE, beyond 4 GB RF64 (EBU Tech 3306). The subject
 // must outlive it; it is asked when the head ends.
 std::unique_ptr<TableFile> wavTable(ResultFile& file, const TableSubject& subject);
+
+// A workbook: the table with number formats, frozen heads, and a chart of its first columns. Raises
+// InputError where the system has no library for it. The subject must outlive it.
+std::unique_ptr<TableFile> xlsxTable(ResultFile& file, const TableSubject& subject);
 
 // The beginning of a sound file of single-precision samples. Raises RunError for a rate that is no
 // whole number of samples per second.
