@@ -43,7 +43,7 @@ public:
         std::array<char, 8> magic{};
         in.read(magic.data(), magic.size());
         if (in.gcount() != 8 || std::string_view(magic.data(), 6) != "\x93NUMPY") fail();
-        const int version = magic[6];
+        const int version = static_cast<unsigned char>(magic[6]);
         if (version < 1 || version > 3) fail();
         std::uint32_t size = 0;
         in.read(reinterpret_cast<char*>(&size), version == 1 ? 2 : 4);
