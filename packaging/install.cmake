@@ -4,6 +4,7 @@
 #     bin/vynhost                             vynhost.exe
 #     lib/vynpack/VYNPACKM.so                 VYNPACKM.dll
 #     lib/vynpack/Analysis/ovanlys.so         Analysis\ovanlys.dll
+#     lib/vynpack/libvynhost.so               libvynhost.dll
 #     include, lib/cmake/Vynpack              include, lib\cmake\Vynpack
 #     share/doc/vynpack, share/man, ...       docs, examples
 #
@@ -34,14 +35,16 @@ target_compile_definitions(module_host PRIVATE VYN_MODULE_FOLDER="${from_program
 install(TARGETS vynhost RUNTIME DESTINATION ${program_folder} COMPONENT runtime)
 install(TARGETS VYNPACKM LIBRARY DESTINATION ${module_folder} COMPONENT runtime)
 install(TARGETS ovanlys LIBRARY DESTINATION ${module_folder}/Analysis COMPONENT runtime)
+# Other languages load it by its place; on Windows a shared library is a program's part.
+install(TARGETS libvynhost LIBRARY DESTINATION ${module_folder} COMPONENT runtime
+  RUNTIME DESTINATION ${module_folder} COMPONENT runtime)
 
 # --- What is read: the pages for users; those for whoever works on it stay with the sources --------------
 install(FILES ${PROJECT_SOURCE_DIR}/CHANGELOG.md ${PROJECT_SOURCE_DIR}/SECURITY.md DESTINATION ${document_folder} COMPONENT runtime)
 install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${document_folder} COMPONENT runtime)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs DESTINATION ${document_folder} COMPONENT runtime
-  FILES_MATCHING PATTERN *.md PATTERN *.png PATTERN *.svg
-  PATTERN tools EXCLUDE PATTERN decisions* EXCLUDE PATTERN house.* EXCLUDE
-  PATTERN python.md EXCLUDE)  # in no package yet
+  FILES_MATCHING PATTERN *.md PATTERN *.png PATTERN *.svg PATTERN *.ipynb
+  PATTERN tools EXCLUDE PATTERN decisions* EXCLUDE PATTERN house.* EXCLUDE)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${document_folder} COMPONENT runtime
   FILES_MATCHING PATTERN *.toml PATTERN *.wav PATTERN host EXCLUDE)
 if(NOT WIN32)
@@ -65,7 +68,8 @@ endforeach()
 target_compile_features(ovanlys_functions INTERFACE cxx_std_17)
 install(TARGETS host_interface ovanlys_functions EXPORT VynpackTargets)
 install(EXPORT VynpackTargets NAMESPACE Vynpack:: DESTINATION ${config_folder} COMPONENT development)
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/vynhost/interface/include/vynpack ${PROJECT_SOURCE_DIR}/analysis/include/ovanlys
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/vynhost/interface/include/vynpack ${PROJECT_SOURCE_DIR}/vynhost/library/include/vynpack
+  ${PROJECT_SOURCE_DIR}/analysis/include/ovanlys
   DESTINATION ${include_folder} COMPONENT development)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples/host DESTINATION ${document_folder}/examples COMPONENT development)
 

@@ -34,24 +34,26 @@ PARTS = (
          ("include/gemmi/third_party/pocketfft_hdronly.h",)),
     Part("Boost.Math", "libboost1.74-dev", "BSL-1.0", ("ovanlys",), BOTH, ("libs/math/*",)),
     Part("CLI11", "libcli11-dev", "BSD-3-Clause", ("vynhost",), BOTH, ("*",)),
-    Part("toml++", "libtomlplusplus-dev", "MIT", ("vynhost",), BOTH, ("*", "include/toml++/impl/unicode.h")),
-    Part("JSON for Modern C++", "nlohmann-json3-dev", "MIT", ("vynhost",), BOTH,
+    Part("toml++", "libtomlplusplus-dev", "MIT", ("vynhost", "libvynhost"), BOTH, ("*", "include/toml++/impl/unicode.h")),
+    Part("JSON for Modern C++", "nlohmann-json3-dev", "MIT", ("vynhost", "libvynhost"), BOTH,
          ("*", "include/nlohmann/detail/conversions/to_chars.hpp", "include/nlohmann/detail/output/serializer.hpp")),
     Part("uPlot", "npm:uplot", "MIT", ("vynhost",), BOTH, ()),
     Part("GCC runtime libraries", "g++-mingw-w64-x86-64-posix", "GPL-3.0-or-later WITH GCC-exception-3.1",
-         ("VYNPACKM", "ovanlys", "vynhost"), WINDOWS, ()),
-    Part("MinGW-w64 runtime", "mingw-w64-common", "ZPL-2.1", ("VYNPACKM", "ovanlys", "vynhost"), WINDOWS, ()),
-    Part("libsndfile", "libsndfile1", "LGPL-2.1-or-later", ("vynhost",), LINUX, (), contained=False),
+         ("VYNPACKM", "ovanlys", "vynhost", "libvynhost"), WINDOWS, ()),
+    Part("MinGW-w64 runtime", "mingw-w64-common", "ZPL-2.1", ("VYNPACKM", "ovanlys", "vynhost", "libvynhost"), WINDOWS, ()),
+    Part("libsndfile", "libsndfile1", "LGPL-2.1-or-later", ("vynhost", "libvynhost"), LINUX, (), contained=False),
     Part("libxlsxwriter", "libxlsxwriter4", "BSD-2-Clause", ("vynhost",), LINUX, (), contained=False),
-    Part("OpenSSL", "libssl3", "Apache-2.0", ("vynhost",), LINUX, (), contained=False),
+    Part("OpenSSL", "libssl3", "Apache-2.0", ("vynhost", "libvynhost"), LINUX, (), contained=False),
     Part("GCC runtime libraries", "libstdc++6", "GPL-3.0-or-later WITH GCC-exception-3.1",
-         ("VYNPACKM", "ovanlys", "vynhost"), LINUX, (), contained=False),
-    Part("GNU C library", "libc6", "LGPL-2.1-or-later", ("VYNPACKM", "ovanlys", "vynhost"), LINUX, (), contained=False),
+         ("VYNPACKM", "ovanlys", "vynhost", "libvynhost"), LINUX, (), contained=False),
+    Part("GNU C library", "libc6", "LGPL-2.1-or-later", ("VYNPACKM", "ovanlys", "vynhost", "libvynhost"), LINUX, (), contained=False),
 )
 PRODUCTS = {
     "VYNPACKM": "the module: ten signal-analysis blocks",
     "ovanlys": "the analysis library",
     "vynhost": "the host for the command line",
+    "libvynhost": "the host's side as a C library",
+    "python3-vynpack": "the blocks for Python",
 }
 RIGHTS = "All rights reserved by the project's owner."
 
@@ -146,6 +148,8 @@ def spdx(version):
         relations.append(("SPDXRef-DOCUMENT", "DESCRIBES", f"SPDXRef-{name}", ""))
     relations.append(("SPDXRef-VYNPACKM", "DEPENDS_ON", "SPDXRef-ovanlys", "loaded by name"))
     relations.append(("SPDXRef-vynhost", "DEPENDS_ON", "SPDXRef-VYNPACKM", "loaded by name"))
+    relations.append(("SPDXRef-libvynhost", "DEPENDS_ON", "SPDXRef-VYNPACKM", "loaded by name"))
+    relations.append(("SPDXRef-python3-vynpack", "DEPENDS_ON", "SPDXRef-libvynhost", "loaded by name"))
     for part in PARTS:
         identity = "SPDXRef-" + part.package.replace("+", "-plus").replace(":", "-")
         found = version_of(part)

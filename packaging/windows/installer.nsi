@@ -569,6 +569,7 @@ Section Uninstall
   StrCpy $R5 "no"
   !insertmacro NoteUse "$INSTDIR\VYNPACKM.dll"
   !insertmacro NoteUse "$INSTDIR\Analysis\ovanlys.dll"
+  !insertmacro NoteUse "$INSTDIR\libvynhost.dll"
   !insertmacro NoteUse "$INSTDIR\vynhost.exe"
   ReadRegStr $0 SHCTX "${UNINSTALL_KEY}" "ModuleFolder"
   !insertmacro NoteUse "$0\VYNPACKM.dll"
