@@ -5,7 +5,6 @@
 #include <numbers>
 
 #include "interface/vynhost/program_fixture.h"
-#include "vynhost/base/sha256.h"
 #include "vynhost/run/source.h"
 
 namespace vynhost::test {
@@ -108,19 +107,6 @@ TEST_F(OverlapTest, WhatNeedsTimeInOrderRefusesThem) {
                 HasSubstr("source.s.step: must be a whole number from 1 to 8"));
     EXPECT_THAT(errorOf(source + "noise = { rms = 1.0 }\n" + sink + "\"s\"\n"),
                 HasSubstr("data blocks that overlap can't have noise of their own"));
-}
-
-// --- Checksums ------------------------------------------------------------------------------
-
-// FIPS 180-4's own examples.
-TEST(Sha256, IsTheStandards) {
-    Sha256 sum;
-    EXPECT_EQ(sum.digits(), "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
-    sum.add("ab");
-    sum.add("c");
-    EXPECT_EQ(sum.digits(), "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
-    sum.add("abcdbcdecdefdefgefghfghighijhijkijkljklmklmnlmnomnopnopq");
-    EXPECT_EQ(sum.digits(), "248d6a61d20638b8e5c026930c3e6039a33ce45964ff2167f6ecedd419db06c1");
 }
 
 // --- The commands ---------------------------------------------------------------------------
