@@ -5,7 +5,7 @@ _vynhost()
     local cur prev words cword
     _init_completion || return
 
-    local commands='list skeleton run calibrate level spectrum bands transfer dialog doctor' command=
+    local commands='list skeleton run calibrate level spectrum bands transfer dialog doctor validate' command=
     local i
     for ((i = 1; i < cword; i++)); do
         if [[ ${words[i]} != -* ]]; then
@@ -74,6 +74,19 @@ _vynhost()
             ;;
         doctor | skeleton)
             COMPREPLY=($(compgen -W '--help' -- "$cur"))
+            ;;
+        validate)
+            case $prev in
+                --level) COMPREPLY=($(compgen -W '1 2 3 4 5 6 7 8 9 10' -- "$cur")) ;;
+                --seed | --check) ;;
+                *)
+                    if [[ $cur == -* ]]; then
+                        COMPREPLY=($(compgen -W '--level --json --seed --check --help' -- "$cur"))
+                    else
+                        _filedir so
+                    fi
+                    ;;
+            esac
             ;;
         dialog)
             if [[ $cur == -* ]]; then

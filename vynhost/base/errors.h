@@ -8,7 +8,7 @@ namespace vynhost {
 
 enum ExitCode : int {
     kSuccess = 0,
-    kDifferent = 1,   // a comparison missed its tolerance
+    kDifferent = 1,   // a comparison missed its tolerance, a check has found something
     kWrongInput = 2,  // command line, diagram or recording
     kNoModule = 4,    // module or library not usable
     kBlockError = 5,  // a block reported an error

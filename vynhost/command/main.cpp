@@ -18,6 +18,7 @@
 #include "vynhost/command/measurement.h"
 #include "vynhost/command/skeleton.h"
 #include "vynhost/command/spectra.h"
+#include "vynhost/command/validate_command.h"
 #include "vynhost/diagram/catalogue.h"
 #include "vynhost/diagram/diagram.h"
 #include "vynhost/interface/installation.h"
@@ -377,6 +378,23 @@ int obey(const std::vector<std::string>& words) {
     CLI::App* doctorCommand =
         app.add_subcommand("doctor", "Says what is installed where, and whether it works");
     doctorCommand->callback([&] { code = examine(std::cout); });
+
+    ValidateArguments validateArguments;
+    CLI::App* validateCommand = app.add_subcommand(
+        "validate", "Tries whether a module holds what a host relies on, in processes of its own");
+    validateCommand->add_option("MODULE", validateArguments.module,
+                                "The module's file (default: the one that run uses)");
+    validateCommand
+        ->add_option("--level", validateArguments.level,
+                     "How hard to look: 1 (a glance) to 10 (half an hour); default: 5")
+        ->check(CLI::Range(1, 10));
+    validateCommand->add_option("--seed", validateArguments.seed,
+                                "Of everything random (default: 1)");
+    validateCommand->add_option("--check", validateArguments.check,
+                                "Only checks whose names begin so");
+    validateCommand->add_flag("--json", validateArguments.json, "As JSON");
+    validateCommand->add_option("--worker", validateArguments.worker)->group("");
+    validateCommand->callback([&] { code = validateModule(validateArguments, std::cout); });
 
     std::vector<std::string> commands;
     for (const CLI::App* command : app.get_subcommands(nullptr))

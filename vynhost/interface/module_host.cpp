@@ -52,6 +52,10 @@ ModuleHost::Observation::~Observation() {
 
 ModuleHost::ModuleHost(const ModuleLibrary& module, Options options)
     : module_(module), options_(options), memory_(options.guard) {
+    listen();
+}
+
+void ModuleHost::listen() {
     window_ = platform::openWindow([this](std::uint32_t message, Int first, Int second) {
         return answer(message, first, second);
     });

@@ -47,6 +47,9 @@ public:
         return function(arguments...);
     }
 
+    // Takes the messages again after another host of this process has had them.
+    void listen();
+
     Int setInit(Int mode, Int window, Int value);
     Int getInfo(Int typeCode, Int query, Int blockHandle = 0);
     // A text that GetInfo answers, as UTF-8.

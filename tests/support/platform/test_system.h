@@ -25,6 +25,9 @@ bool boxesCanBeCaught() noexcept;
 // From now on this process gets no more memory than that, where the system can say so.
 void limitMemory(std::size_t bytes) noexcept;
 
+// An environment variable of this process and of those that it starts; empty: none.
+void setVariable(const char* name, const std::string& value);
+
 // Runs a command of the system's shell and gives its exit code.
 int runShell(const std::string& command);
 

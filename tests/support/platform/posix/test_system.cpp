@@ -41,6 +41,14 @@ void limitMemory(std::size_t bytes) noexcept {
     ::setrlimit(RLIMIT_AS, &limit);
 }
 
+void setVariable(const char* name, const std::string& value) {
+    if (value.empty()) {
+        ::unsetenv(name);
+    } else {
+        ::setenv(name, value.c_str(), 1);
+    }
+}
+
 int runShell(const std::string& command) {
     const int status = std::system(command.c_str());
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;

@@ -40,6 +40,13 @@ void limitMemory(std::size_t bytes) noexcept {
     ::AssignProcessToJobObject(job, ::GetCurrentProcess());
 }
 
+void setVariable(const char* name, const std::string& value) {
+    const auto wide = [](const std::string& text) {
+        return std::filesystem::path(std::u8string(text.begin(), text.end())).wstring();
+    };
+    ::_wputenv_s(wide(name).c_str(), wide(value).c_str());
+}
+
 int runShell(const std::string& command) {
     // The shell takes the outermost quotes off.
     const std::string quoted = "\"" + command + "\"";

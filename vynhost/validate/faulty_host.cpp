@@ -1,4 +1,4 @@
-#include "support/test_host.h"
+#include "vynhost/validate/faulty_host.h"
 
 #include <cstring>
 
@@ -14,7 +14,7 @@ void* addressOf(Int value) { return reinterpret_cast<void*>(value); }
 
 }  // namespace
 
-Int TestHost::serve(Message message, Int first, Int second) {
+Int FaultyHost::serve(Message message, Int first, Int second) {
     if (!traced_) return serveByRule(message, first, second);
     const std::string named = memory().name(handleOf(first));  // a release ends the handle's life
     const Int result = serveByRule(message, first, second);
@@ -22,7 +22,7 @@ Int TestHost::serve(Message message, Int first, Int second) {
     return result;
 }
 
-Int TestHost::serveByRule(Message message, Int first, Int second) {
+Int FaultyHost::serveByRule(Message message, Int first, Int second) {
     const Rule* rule = ruleFor(message);
     const Fault fault = rule == nullptr ? Fault::run : rule->fault;
     if (fault == Fault::answer) return rule->value;
@@ -36,7 +36,7 @@ Int TestHost::serveByRule(Message message, Int first, Int second) {
     return ModuleHost::serve(message, first, second);
 }
 
-const Rule* TestHost::ruleFor(Message message) {
+const Rule* FaultyHost::ruleFor(Message message) {
     const Rule* applies = nullptr;
     for (ActiveRule& active : rules_) {
         if (active.rule.message != message) continue;
@@ -46,7 +46,7 @@ const Rule* TestHost::ruleFor(Message message) {
     return applies;
 }
 
-Int TestHost::newBlock(Int values, Fault fault) {
+Int FaultyHost::newBlock(Int values, Fault fault) {
     if (fault == Fault::unlockable) {
         return intOf(memory().allocateUnlockable(HostMemory::Kind::data));
     }
@@ -62,7 +62,7 @@ Int TestHost::newBlock(Int values, Fault fault) {
     return block;
 }
 
-void TestHost::note(Message message, const std::string& first, Int second, Int result) {
+void FaultyHost::note(Message message, const std::string& first, Int second, Int result) {
     std::string line = std::to_string(static_cast<std::uint32_t>(message));
     switch (message) {
         case Message::newBlock:

@@ -1,9 +1,10 @@
-#include "support/any_block.h"
-#include "support/signals.h"
+#include "vynhost/validate/working_block.h"
 
+#include <cmath>
 #include <numeric>
+#include <random>
 
-namespace vynhost::test {
+namespace vynhost {
 namespace {
 
 constexpr int kSamples = 200;
@@ -23,13 +24,24 @@ bool carriesData(Int typeCode, int input) {
 
 bool takesSpectra(Int typeCode) { return typeCode == kTerzOktave || typeCode == kInverseFFT; }
 
+std::vector<float> evenNoise(std::size_t count, unsigned seed) {
+    constexpr int kDigits = 24;  // of a float
+    std::mt19937 random(seed);
+    std::vector<float> samples(count);
+    for (float& sample : samples) {
+        const auto steps = static_cast<float>(random() >> (32 - kDigits));
+        sample = -1.0F + 2.0F * std::ldexp(steps, -kDigits);
+    }
+    return samples;
+}
+
 ChannelData suitableData(Int typeCode, int input, unsigned seed) {
     if (!carriesData(typeCode, input)) {
         const float curve = typeCode == kFreqWeight ? 1.0F : 0.0F;  // A; 0 would bypass the block
         return timeSignal(std::vector<float>(4, curve), 1, 0.001);
     }
     std::vector<float> values =
-        signals::noise(kSamples * kChannels, seed + static_cast<unsigned>(input));
+        evenNoise(kSamples * kChannels, seed + static_cast<unsigned>(input));
     // The filters' edges and the weighting curves need room below half the rate.
     const bool filters = typeCode == kDigitalFilter || typeCode == kFreqWeight;
     ChannelData data = timeSignal(std::move(values), kChannels, filters ? 1.0 / 48000 : 0.001);
@@ -69,4 +81,4 @@ std::vector<Outputs> run(PlacedBlock& block, int dataBlocks) {
     return all;
 }
 
-}  // namespace vynhost::test
+}  // namespace vynhost
