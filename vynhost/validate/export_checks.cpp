@@ -227,7 +227,7 @@ void fullTable(Session& session, int type) {
         const platform::ForgivenLeak lost;  // Kept: nobody destroys a block that finds no place
         session.equal(handles.create(type), kNoBlock, "the handle beyond a full table");
         const platform::ParameterFile file("a record that is restored into a full table");
-        session.tell("RestoreParameters  type " + std::to_string(type) + " from any file");
+        session.tell("RestoreParameters type " + std::to_string(type) + " from any file");
         session.equal(
             session.host().call(session.exports().RestoreParameters, 1, type, 0, file.handle()),
             kNoBlock, "the handle beyond a full table");

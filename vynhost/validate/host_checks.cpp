@@ -113,7 +113,7 @@ void unlockableInput(Session& session, int type) {
             block.wireAll();
             if (i >= block.inputs()) break;
             block.initSim();
-            session.tell("input " + std::to_string(i) + "  memory that cannot be locked");
+            session.tell("input " + std::to_string(i) + ": memory that cannot be locked");
             block.block().put(i,
                               session.host().memory().allocateUnlockable(HostMemory::Kind::data));
             block.feed();

@@ -159,7 +159,7 @@ void missingRecords(Session& session, int type) {
 void readingChangesNothing(Session& session, const Type& type, const KeywordRow& row) {
     Subject block(session, type.code);
     const std::string before = block.save();
-    session.tell("lRemoteControl 50  " + row.name + ", twice, in any letter case");
+    session.tell("lRemoteControl 50 " + row.name + ", twice, in any letter case");
     const std::string value = valueBytes(block, row, row.name);
     for (const std::string& name : {row.name, lowered(row.name), raised(row.name)}) {
         session.expect(valueBytes(block, row, name) == value,
@@ -177,7 +177,7 @@ void needsItsWholeName(Session& session, const Type& type, const KeywordRow& row
             type.keywords, [&](const KeywordRow& other) { return other.name == name; });
         if (another) continue;
         session.begin();
-        session.tell("lRemoteControl 50 and 60  \"" + name + "\"");
+        session.tell("lRemoteControl 50 and 60 \"" + name + "\"");
         std::string value(256, kUntouched);
         block.block().remoteControl(kGetValue, name, value);
         session.expect(value == std::string(256, kUntouched),
@@ -194,7 +194,7 @@ void needsAnAddress(Session& session, const Type& type, const KeywordRow& row) {
     SharedRecord value(session.host().memory(), kValueRecordSize);
     value.write(0, row.name.c_str(), row.name.size() + 1);
     for (const Int subCode : {Int{kGetValue}, Int{kSetValue}}) {
-        session.tell("lRemoteControl " + std::to_string(subCode) + "  " + row.name +
+        session.tell("lRemoteControl " + std::to_string(subCode) + " " + row.name +
                      " with the address 0");
         request(session, block, subCode, info.handle(), value.handle());
     }
@@ -237,7 +237,7 @@ void extremeValuesAreSurvived(Session& session, const Type& type, const KeywordR
         {
             Subject block(session, type.code);
             block.set(row, value);
-            session.tell("lRemoteControl 50  " + row.name);
+            session.tell("lRemoteControl 50 " + row.name);
             valueBytes(block, row, row.name);
             block.run(3);
             block.errorShow();

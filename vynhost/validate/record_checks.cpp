@@ -73,11 +73,11 @@ void positions(Session& session, int type) {
     platform::ParameterFile file(before + record + "and behind");
     file.seek(before.size());
     const Exports& exports = session.exports();
-    session.tell("RestoreParameters  type " + std::to_string(type) + ", file at " +
+    session.tell("RestoreParameters type " + std::to_string(type) + ", file at " +
                  std::to_string(before.size()) + ": " + hexOf(record));
     const Int handle = session.host().call(exports.RestoreParameters, 1, type, 0, file.handle());
     const auto restoredTo = static_cast<Int>(file.position());
-    session.tell("SaveParameters  from there on");
+    session.tell("SaveParameters from there on");
     const Int saved = session.host().call(exports.SaveParameters, 1, type, handle, file.handle());
     const auto savedTo = static_cast<Int>(file.position());
     const std::string all = file.contents();
@@ -176,13 +176,13 @@ void randomBytes(Session& session, int type) {
 void noFile(Session& session, int type) {
     const std::string model = newRecord(session, type);
     const Exports& exports = session.exports();
-    session.tell("RestoreParameters  type " + std::to_string(type) + ", file -1");
+    session.tell("RestoreParameters type " + std::to_string(type) + ", file -1");
     const Int handle = session.host().call(exports.RestoreParameters, 1, type, 0, -1);
     session.expect(handle != kNoBlock, "a file that cannot be read gives no block");
     session.tell("SaveParameters");
     platform::ParameterFile file;
     session.host().call(exports.SaveParameters, 1, type, handle, file.handle());
-    session.tell("SaveParameters  into the file -1");
+    session.tell("SaveParameters into the file -1");
     const Int answer = session.host().call(exports.SaveParameters, 1, type, handle, -1);
     session.host().call(exports.DestroyBlock, 1, type, handle, 0);
     session.expect(file.contents() == model, "the block has other values than the defaults");
@@ -192,7 +192,7 @@ void noFile(Session& session, int type) {
 void ignoresTheGivenHandle(Session& session, int type) {
     Subject first(session, type);
     platform::ParameterFile file(first.save());
-    session.tell("RestoreParameters  with the handle of the block that there is");
+    session.tell("RestoreParameters with the handle of the block that there is");
     const Int handle = session.host().call(session.exports().RestoreParameters, 1, type,
                                            first.handle(), file.handle());
     session.host().call(session.exports().DestroyBlock, 1, type, handle, 0);

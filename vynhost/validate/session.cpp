@@ -84,10 +84,9 @@ void Session::settle() {
 
 Subject::Subject(Session& session, int type)
     : session_(session),
-      block_(
-          (session.tell("GetParameters  type " + std::to_string(type) + ", block 0: a new block"),
-           session.host()),
-          type) {
+      block_((session.tell("GetParameters type " + std::to_string(type) + ", block 0: a new block"),
+              session.host()),
+             type) {
     session_.expect(block_.created(), "no block of this type can be made");
     // Kept: the statistics measure nothing until they are told what.
     if (type == kStatistik) set("PkAllOn", 1);
@@ -95,7 +94,7 @@ Subject::Subject(Session& session, int type)
 
 Subject::Subject(Session& session, int type, const std::string& record)
     : session_(session),
-      block_((session.tell("RestoreParameters  type " + std::to_string(type) + ", file " +
+      block_((session.tell("RestoreParameters type " + std::to_string(type) + ", file " +
                            hexOf(record)),
               session.host()),
              type, record) {
@@ -105,12 +104,12 @@ Subject::Subject(Session& session, int type, const std::string& record)
 Subject::~Subject() { session_.tell("DestroyBlock"); }
 
 void Subject::set(const KeywordRow& row, const KeywordValue& value) {
-    session_.tell("lRemoteControl 60  " + row.name + " = " + textOf(value));
+    session_.tell("lRemoteControl 60 " + row.name + " = " + textOf(value));
     block_.set(row, value);
 }
 
 void Subject::set(std::string_view keyword, const KeywordValue& value) {
-    session_.tell("lRemoteControl 60  " + std::string(keyword) + " = " + textOf(value));
+    session_.tell("lRemoteControl 60 " + std::string(keyword) + " = " + textOf(value));
     std::visit([&](const auto& typed) { block_.set(keyword, typed); }, value);
 }
 
@@ -145,7 +144,7 @@ std::string Subject::save() {
 }
 
 void Subject::put(int input, const ChannelData& data, std::string_view values) {
-    session_.tell("input " + std::to_string(input) + "  " + headOf(data) + "; " +
+    session_.tell("input " + std::to_string(input) + ": " + headOf(data) + "; " +
                   std::string(values));
     block_.put(input, data);
 }

@@ -44,7 +44,7 @@ void locales(Session& session, int type) {
             for (char& c : small) {
                 if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
             }
-            session.tell("lRemoteControl 50  " + small);
+            session.tell("lRemoteControl 50 " + small);
             if (row.type == ValueType::text) continue;  // some read bytes that mean nothing
             session.expect(block.block().get({small, row.type}) == block.block().get(row),
                            small + " is not " + row.name);
