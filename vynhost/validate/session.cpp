@@ -172,7 +172,9 @@ void Subject::clear() {
 std::vector<Outputs> Subject::run(int dataBlocks, unsigned firstSeed) {
     std::vector<Outputs> results;
     wireAll();
+    const std::string connectors = block_.connectors();
     initSim();
+    if (block_.connectors() != connectors) wireAll();  // some choices hold from a start on
     for (int i = 0; i < dataBlocks; ++i) {
         feed(firstSeed + static_cast<unsigned>(i));
         simulate();

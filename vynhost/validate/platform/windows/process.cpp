@@ -18,7 +18,7 @@ std::wstring wide(const std::string& utf8) {
 }
 
 // As the system's own parser takes it apart again.
-std::wstring quoted(const std::wstring& word) {
+std::wstring asOneWord(const std::wstring& word) {
     std::wstring text = L"\"";
     std::size_t backslashes = 0;
     for (const wchar_t letter : word) {
@@ -103,9 +103,9 @@ Ending runSelf(const std::vector<std::string>& words,
     std::wstring program(32768, L'\0');
     program.resize(
         ::GetModuleFileNameW(nullptr, program.data(), static_cast<DWORD>(program.size())));
-    std::wstring line = quoted(program);
+    std::wstring line = asOneWord(program);
     for (const std::string& word : words)
-        line += L" " + quoted(wide(word));
+        line += L" " + asOneWord(wide(word));
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     startup.dwFlags = STARTF_USESTDHANDLES;
