@@ -28,7 +28,7 @@ ModuleHost::Options Session::usualOptions() {
 }
 
 int Session::rounds(int usual) const noexcept {
-    constexpr std::array<int, kHighestLevel> kTimes = {1, 1, 1, 1, 1, 3, 10, 30, 100, 200};
+    constexpr std::array<int, kHighestLevel> kTimes = {1, 1, 1, 1, 1, 3, 8, 20, 50, 100};
     const int level = std::clamp(surroundings_.level, kLowestLevel, kHighestLevel);
     return usual * kTimes.at(static_cast<std::size_t>(level - 1));
 }
