@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <cstring>
+#include <cstddef>
+#include <span>
 #include <utility>
 
 #include "vynhost/base/text.h"
@@ -230,6 +231,8 @@ std::string textOf(const std::string& value) {
            " letters)";
 }
 
+auto bytesOf(const ChannelHeader& head) { return std::as_bytes(std::span(&head, 1)); }
+
 std::string bitsOf(float value) {
     std::array<char, 16> digits{};
     const auto bits = std::bit_cast<std::uint32_t>(value);
@@ -283,7 +286,7 @@ std::string differenceOf(const Outputs& found, const Outputs& expected) {
                        " instead of " + bitsOf(b[i]);
             }
         }
-        if (std::memcmp(&found[j]->header, &expected[j]->header, sizeof(ChannelHeader)) != 0) {
+        if (!std::ranges::equal(bytesOf(found[j]->header), bytesOf(expected[j]->header))) {
             return output + " has the head " + headOf(*found[j]) + " instead of " +
                    headOf(*expected[j]);
         }
