@@ -53,6 +53,7 @@ private:
 
 std::vector<char*> pointersTo(std::vector<std::string>& texts) {
     std::vector<char*> pointers;
+    pointers.reserve(texts.size() + 1);
     for (std::string& text : texts)
         pointers.push_back(text.data());
     pointers.push_back(nullptr);
@@ -70,7 +71,7 @@ std::vector<std::string> environmentWith(
         if (!replaced) all.push_back(text);
     }
     for (const auto& [name, value] : added)
-        all.push_back(name + "=" + value);
+        all.push_back(std::string(name).append("=").append(value));
     return all;
 }
 
