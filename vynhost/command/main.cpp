@@ -385,8 +385,9 @@ int obey(const std::vector<std::string>& words) {
     validateCommand->add_option("MODULE", validateArguments.module,
                                 "The module's file (default: the one that run uses)");
     validateCommand
-        ->add_option("--level", validateArguments.level,
-                     "How hard to look: 1 (a glance) to 10 (half an hour); default: 5")
+        ->add_option(
+            "--level", validateArguments.level,
+            "How hard to look: 1 (a glance) to 10 (long, for machines left alone); default: 5")
         ->check(CLI::Range(1, 10));
     validateCommand->add_option("--seed", validateArguments.seed,
                                 "Of everything random (default: 1)");

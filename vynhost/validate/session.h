@@ -23,7 +23,7 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-// How hard to look: 1 (a glance) to 10 (half an hour).
+// How hard to look: 1 (a glance) to 10 (long, for machines left alone).
 inline constexpr int kLowestLevel = 1;
 inline constexpr int kHighestLevel = 10;
 inline constexpr int kUsualLevel = 5;
