@@ -38,8 +38,10 @@ private:
     TableRow row_;
 };
 
-std::string jsonString(std::string_view text) {
-    std::string result = "\"";
+// In these quotes; what would end the text is escaped, and control characters are `control` and two
+// hexadecimal digits.
+std::string inQuotes(std::string_view text, char quote, std::string_view control) {
+    std::string result(1, quote);
     while (!text.empty()) {
         const std::size_t size = characterSize(text);
         const std::string_view character = text.substr(0, std::max<std::size_t>(size, 1));
@@ -47,16 +49,20 @@ std::string jsonString(std::string_view text) {
         text.remove_prefix(character.size());
         if (size == 0) {
             result += "\uFFFD";
-        } else if (c == '"' || c == '\\') {
+        } else if (c == quote || c == '\\') {
             (result += '\\') += c;
         } else if (c >= 0 && c < ' ') {
-            result += "\\u00" + digitsOf(std::string_view(&c, 1));
+            (result += control) += digitsOf(std::string_view(&c, 1));
         } else {
             result += character;
         }
     }
-    return result + '"';
+    return result + quote;
 }
+
+std::string jsonString(std::string_view text) { return inQuotes(text, '"', "\\u00"); }
+// As Python writes a text.
+std::string pythonString(std::string_view text) { return inQuotes(text, '\'', "\\x"); }
 
 // Names that differ: the second of two equal ones gets a number.
 std::vector<std::string> distinct(const std::vector<std::string>& names) {
@@ -110,27 +116,6 @@ private:
 };
 
 // --- Numbers ----------------------------------------------------------------------------------
-
-// As Python writes a text.
-std::string pythonString(std::string_view text) {
-    std::string result = "'";
-    while (!text.empty()) {
-        const std::size_t size = characterSize(text);
-        const std::string_view character = text.substr(0, std::max<std::size_t>(size, 1));
-        const char c = character.front();
-        text.remove_prefix(character.size());
-        if (size == 0) {
-            result += "\uFFFD";
-        } else if (c == '\'' || c == '\\') {
-            (result += '\\') += c;
-        } else if (c >= 0 && c < ' ') {
-            result += "\\x" + digitsOf(std::string_view(&c, 1));
-        } else {
-            result += character;
-        }
-    }
-    return result + "'";
-}
 
 // Version 3.0 is UTF-8; the older ones, which more programs read, do for plain letters.
 std::string npyHead(const std::string& type, std::uint64_t rows) {
