@@ -136,6 +136,20 @@ std::string textOf(const std::filesystem::path& path) {
     return {text.begin(), text.end()};
 }
 
+std::string tomlString(std::string_view text) {
+    std::string result = "\"";
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (byte < 0x20 || byte == 0x7F) {
+            result += "\\u00" + digitsOf({&c, 1});
+            continue;
+        }
+        if (c == '"' || c == '\\') result += '\\';
+        result += c;
+    }
+    return result + "\"";
+}
+
 std::string onOneLine(std::string_view text) {
     std::string line;
     for (const char c : text) {

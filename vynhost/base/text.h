@@ -43,6 +43,9 @@ std::string digitsOf(std::string_view bytes);
 std::filesystem::path pathOf(const std::string& utf8);
 std::string textOf(const std::filesystem::path& path);
 
+// A text, in UTF-8, as a value of TOML.
+std::string tomlString(std::string_view text);
+
 // Line breaks as blanks: message box texts on one line.
 std::string onOneLine(std::string_view text);
 

@@ -14,9 +14,9 @@
 namespace vynhost {
 namespace {
 
-class Report {
+class Findings {
 public:
-    explicit Report(std::ostream& out) : out_(out) {}
+    explicit Findings(std::ostream& out) : out_(out) {}
 
     void line(const std::string& matter, const std::string& finding) {
         out_ << matter << std::string(matter.size() < 12 ? 12 - matter.size() : 1, ' ') << finding
@@ -41,22 +41,22 @@ std::string nameOf(vyn::KernelLevel level) {
     }
 }
 
-void examineLibrary(const Installation& installation, Report& report) {
+void examineLibrary(const Installation& installation, Findings& findings) {
     for (const LibraryPlace& place : installation.places) {
-        report.line("looked at", textOf(place.file) + " (" + place.reason + ")" +
-                                     (place.exists ? "" : ": not there"));
+        findings.line("looked at", textOf(place.file) + " (" + place.reason + ")" +
+                                       (place.exists ? "" : ": not there"));
     }
     const LibraryPlace* library = installation.library();
     if (library == nullptr) {
-        report.fault("library", "it is in none of these places");
+        findings.fault("library", "it is in none of these places");
         return;
     }
     std::string why;
     const auto version = libraryVersion(library->file, why);
     if (version) {
-        report.line("library", textOf(library->file) + ", version " + *version);
+        findings.line("library", textOf(library->file) + ", version " + *version);
     } else {
-        report.fault("library", textOf(library->file) + " " + why);
+        findings.fault("library", textOf(library->file) + " " + why);
     }
 }
 
@@ -72,47 +72,47 @@ bool transformsWork(ModuleHost& host) {
     return works;
 }
 
-void examineModule(const Installation& installation, Report& report) {
+void examineModule(const Installation& installation, Findings& findings) {
     try {
         const ModuleLibrary module = loadModule(installation);
         ModuleHost host(module);
         const Int interface = host.getInfo(kFirstType, kInterface);
-        report.line("module", textOf(installation.module) + ", interface " + toText(interface));
+        findings.line("module", textOf(installation.module) + ", interface " + toText(interface));
         if (interface != kInterfaceVersion) {
-            report.fault("interface", "this program speaks " + toText(kInterfaceVersion));
+            findings.fault("interface", "this program speaks " + toText(kInterfaceVersion));
         }
         int created = 0;
         for (int type = kFirstType; type < kFirstType + kTypes; ++type)
             created += host.creates(type) ? 1 : 0;
         if (created == kTypes) {
-            report.line("blocks", "all " + toText(kTypes) + " types can be made");
+            findings.line("blocks", "all " + toText(kTypes) + " types can be made");
         } else {
-            report.fault("blocks",
-                         toText(created) + " of " + toText(kTypes) + " types can be made");
+            findings.fault("blocks",
+                           toText(created) + " of " + toText(kTypes) + " types can be made");
         }
         if (installation.library() != nullptr && !transformsWork(host)) {
-            report.fault("spectrum",
-                         "a block makes no spectrum: the module does not use the library");
+            findings.fault("spectrum",
+                           "a block makes no spectrum: the module does not use the library");
         }
     } catch (const ModuleError& error) {
-        report.fault("module", error.what());
+        findings.fault("module", error.what());
     }
 }
 
 }  // namespace
 
 int examine(std::ostream& out) {
-    Report report(out);
+    Findings findings(out);
     const Installation installation = findInstallation();
-    examineModule(installation, report);
-    examineLibrary(installation, report);
+    examineModule(installation, findings);
+    examineLibrary(installation, findings);
     const std::optional<std::string> setting = platform::sharedDirectory();
-    report.line("setting", std::string(platform::kSharedDirectoryName) + ": " +
-                               (setting ? *setting : "not set; other hosts find no library"));
-    report.line("kernels", nameOf(vyn::kernelLevel()) + " (this machine has " +
-                               nameOf(vyn::machineLevel()) + ")");
-    report.line("", report.sound() ? "all is well" : "not all is well");
-    return report.sound() ? kSuccess : kNoModule;
+    findings.line("setting", std::string(platform::kSharedDirectoryName) + ": " +
+                                 (setting ? *setting : "not set; other hosts find no library"));
+    findings.line("kernels", nameOf(vyn::kernelLevel()) + " (this machine has " +
+                                 nameOf(vyn::machineLevel()) + ")");
+    findings.line("", findings.sound() ? "all is well" : "not all is well");
+    return findings.sound() ? kSuccess : kNoModule;
 }
 
 }  // namespace vynhost

@@ -20,7 +20,6 @@ namespace vynhost {
 namespace {
 
 constexpr double kNothing = std::numeric_limits<double>::quiet_NaN();
-constexpr int kDigits = 9;  // of levels in tables: a millionth of a decibel
 
 double decibels(double ratio) { return 10 * std::log10(ratio); }
 
@@ -227,11 +226,6 @@ struct Result {
     const BandRows* bands = nullptr;
 };
 
-std::string bandName(double centre) {
-    constexpr double kKilo = 1000;
-    return centre < kKilo ? toText(centre) : toText(centre / kKilo) + "k";
-}
-
 double bandLevel(const Result& result, double meanSquare) {
     return decibels(meanSquare / (result.reference * result.reference));
 }
@@ -260,10 +254,11 @@ std::string rowsTable(const Result& result, const TableStyle& style) {
         row.addNumber(levels.isShort ? 1.0F : 0.0F);
         for (std::size_t c = 0; c < levels.channels.size(); ++c) {
             for (const double value : valuesOf(levels.channels[c]))
-                row.addNumber(value, kDigits);
+                row.addNumber(value, kTableDigits);
             if (result.bands == nullptr) continue;
             for (std::size_t band = 0; band < result.bands->centres().size(); ++band)
-                row.addNumber(bandLevel(result, result.bands->meanSquare(r, c, band)), kDigits);
+                row.addNumber(bandLevel(result, result.bands->meanSquare(r, c, band)),
+                              kTableDigits);
         }
         table += row.end();
     }
@@ -299,7 +294,7 @@ std::string totalTable(const Result& result, const LevelArguments& arguments,
     for (std::size_t i = 0; i < columns.size(); ++i) {
         row.addText(columns[i]);
         for (const ChannelLevels& levels : result.total.channels)
-            row.addNumber(valuesOf(levels)[i], kDigits);
+            row.addNumber(valuesOf(levels)[i], kTableDigits);
         row.addText(origins[i]);
         table += row.end();
     }
@@ -307,7 +302,7 @@ std::string totalTable(const Result& result, const LevelArguments& arguments,
     for (std::size_t band = 0; band < result.bands->centres().size(); ++band) {
         row.addText("LZeq " + bandName(result.bands->centres()[band]) + "Hz");
         for (std::size_t c = 0; c < result.channels.size(); ++c)
-            row.addNumber(bandLevel(result, result.bands->meanSquare(c, band)), kDigits);
+            row.addNumber(bandLevel(result, result.bands->meanSquare(c, band)), kTableDigits);
         row.addText("FFT and third-octave blocks, averaged by the host");
         table += row.end();
     }

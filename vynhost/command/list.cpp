@@ -26,8 +26,8 @@ std::string plain(const WrittenValue& value) {
     return std::holds_alternative<std::string_view>(value) ? text.substr(1, text.size() - 2) : text;
 }
 
-const BlockMeaning& meaningOf(const TypeInfo& type) {
-    return vynhost::meaningOf(static_cast<std::int32_t>(type.code));
+const BlockMeaning& meaningOfType(const TypeInfo& type) {
+    return meaningOf(static_cast<std::int32_t>(type.code));
 }
 
 std::string headOf(ModuleHost& host, const TypeInfo& type) {
@@ -123,7 +123,7 @@ std::string listAsText(ModuleHost& host) {
     for (const TypeInfo& type : moduleTypes(host)) {
         if (!text.empty()) text += "\n";
         text += headOf(host, type);
-        for (const KeywordMeaning& keyword : meaningOf(type).keywords) {
+        for (const KeywordMeaning& keyword : meaningOfType(type).keywords) {
             text += "      " + padded(std::string(keyword.name), 18) +
                     padded(plain(keyword.initial), 18) + keyword.allowed() + "\n";
         }
@@ -133,7 +133,7 @@ std::string listAsText(ModuleHost& host) {
 
 std::string typeAsText(ModuleHost& host, const TypeInfo& type) {
     std::string text = headOf(host, type);
-    const BlockMeaning& block = meaningOf(type);
+    const BlockMeaning& block = meaningOfType(type);
     if (block.keywords.empty()) text += "\n      no keywords\n";
     for (const KeywordMeaning& keyword : block.keywords) {
         text += "\n      " + padded(std::string(keyword.name), 18) + std::string(keyword.says) +
@@ -169,10 +169,10 @@ std::string listAsJson(ModuleHost& host, std::span<const TypeInfo> types) {
             json["outputs"] = connectorNames(block.outputLabels());
         }
         json["keywords"] = ordered_json::array();
-        for (const KeywordMeaning& keyword : meaningOf(type).keywords)
+        for (const KeywordMeaning& keyword : meaningOfType(type).keywords)
             json["keywords"].push_back(jsonOf(keyword));
         json["rules"] = ordered_json::array();
-        for (const KeywordRule& rule : meaningOf(type).rules)
+        for (const KeywordRule& rule : meaningOfType(type).rules)
             json["rules"].push_back(rule.says);
         list.push_back(std::move(json));
     }
@@ -180,7 +180,7 @@ std::string listAsJson(ModuleHost& host, std::span<const TypeInfo> types) {
 }
 
 std::string keywordsAsMarkdown(const TypeInfo& type) {
-    const BlockMeaning& block = meaningOf(type);
+    const BlockMeaning& block = meaningOfType(type);
     if (block.keywords.empty()) return "No keywords.\n";
     std::string text =
         "| keyword | type | what a diagram writes | new blocks have | meaning |\n"

@@ -31,7 +31,7 @@ Diagram diagramOf(const std::string& text, const std::string& command, bool writ
 std::string scaleText(const MeasurementArguments& arguments, std::span<const int> channels) {
     std::string text;
     const auto line = [&](const char* key, const std::string& value) {
-        if (!value.empty()) text += std::string(key) + " = " + quotedForToml(value) + "\n";
+        if (!value.empty()) text += std::string(key) + " = " + tomlString(value) + "\n";
     };
     const auto list = [&](const char* key, const auto& values) {
         text += std::string(key) + " = [";
@@ -54,7 +54,7 @@ std::string scaleText(const MeasurementArguments& arguments, std::span<const int
 
 std::string sourceWith(const std::string& name, const MeasurementArguments& arguments,
                        const std::string& scale, const std::string& lines) {
-    return "[source." + name + "]\nfile = " + quotedForToml(arguments.recording) + "\n" + scale +
+    return "[source." + name + "]\nfile = " + tomlString(arguments.recording) + "\n" + scale +
            lines;
 }
 
@@ -102,20 +102,6 @@ double secondsOf(const std::string& text, const char* option) {
     return *value * factor;
 }
 
-std::string quotedForToml(const std::string& text) {
-    std::string result = "\"";
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (byte < 0x20 || byte == 0x7F) {
-            result += "\\u00" + digitsOf(std::string(1, c));
-            continue;
-        }
-        if (c == '"' || c == '\\') result += '\\';
-        result += c;
-    }
-    return result + "\"";
-}
-
 std::string sourceText(const std::string& name, const MeasurementArguments& arguments,
                        const std::string& lines) {
     return sourceWith(name, arguments, scaleText(arguments, arguments.channels), lines);
@@ -136,6 +122,11 @@ std::string channelText(const std::string& name, const MeasurementArguments& arg
         one.fullScale = {arguments.fullScale[index]};
     }
     return sourceWith(name, one, scaleText(one, std::array{channel}), lines);
+}
+
+std::string bandName(double centre) {
+    constexpr double kKilo = 1000;
+    return centre < kKilo ? toText(centre) : toText(centre / kKilo) + "k";
 }
 
 double referenceOf(const Quantity& signal) { return signal.unit == "Pa" ? kReferencePressure : 1; }

@@ -48,14 +48,18 @@ std::uint64_t memoryOf(double gibibytes);
 // "1", "1s", "125 ms", "2min", "1h", in seconds. Raises InputError, which names the option.
 double secondsOf(const std::string& text, const char* option);
 
-// Keys and values of a diagram, as text. Numbers read back as they are.
-std::string quotedForToml(const std::string& text);
-// A source of this recording and scale, with further lines.
+// Keys and values of a diagram, as text; numbers read back as they are: a source of this recording
+// and scale, with further lines.
 std::string sourceText(const std::string& name, const MeasurementArguments& arguments,
                        const std::string& lines);
 // The same of one of its channels.
 std::string channelText(const std::string& name, const MeasurementArguments& arguments, int channel,
                         const std::string& lines);
+
+// Of values in tables: a millionth of a decibel.
+inline constexpr int kTableDigits = 9;
+// "31.5", "16k"
+std::string bandName(double centre);
 
 // The reference of levels of such a signal: 20 uPa of a sound pressure, else 1.
 double referenceOf(const Quantity& signal);

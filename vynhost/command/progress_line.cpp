@@ -10,7 +10,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto kFirst = 1s;
+constexpr auto kBeforeFirst = 1s;
 constexpr auto kBetween = 250ms;
 
 // "0:07", "12:34", "1:02:03"
@@ -48,7 +48,7 @@ ProgressLine::ProgressLine(std::ostream& terminal, int columns, Clock::time_poin
     : terminal_(terminal),
       room_(static_cast<std::size_t>(std::max(columns - 1, 0))),
       begin_(now),
-      next_(now + kFirst) {}
+      next_(now + kBeforeFirst) {}
 
 void ProgressLine::show(const Runner::Progress& progress, Clock::time_point now) {
     if (now < next_ || !(progress.length > 0)) return;

@@ -16,7 +16,6 @@
 namespace vynhost {
 namespace {
 
-constexpr int kDigits = 9;
 constexpr int kLinesOfATone = 3;  // decimals of a frequency in Hz
 
 int samplesOfBlock(const FrameArguments& arguments, int usual) {
@@ -48,7 +47,7 @@ std::string windowText(const std::string& window) {
     std::string name = window;
     std::ranges::transform(name, name.begin(),
                            [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
-    return "PkWndFct = " + quotedForToml(name) + "\n";
+    return "PkWndFct = " + tomlString(name) + "\n";
 }
 
 std::string levelsText(const MeasurementArguments& arguments) {
@@ -58,7 +57,7 @@ std::string levelsText(const MeasurementArguments& arguments) {
 }
 
 // How many data blocks come out at a place, and how far apart their lines are.
-struct Frames {
+struct SpectraCount {
     std::int64_t count = 0;
     double step = 0;  // Hz
     void watch(Runner& runner, const ConnectorName& place) {
@@ -73,11 +72,6 @@ struct Frames {
                ", lines every " + toText(step, kStepDigits) + " Hz";
     }
 };
-
-std::string bandName(double centre) {
-    constexpr double kKilo = 1000;
-    return centre < kKilo ? toText(centre) : toText(centre / kKilo) + "k";
-}
 
 }  // namespace
 
@@ -104,7 +98,7 @@ void measureSpectrum(const SpectrumArguments& arguments, std::ostream& out) {
     }
     Measurement measurement("spectrum", text, arguments);
     DiagramJob& job = measurement.job();
-    Frames frames;
+    SpectraCount frames;
     frames.watch(job.runner(), {"spectrum", "S", {}});
     job.run();
     const std::vector<Series> spectra = job.sinks().front().series();
@@ -127,8 +121,8 @@ void measureSpectrum(const SpectrumArguments& arguments, std::ostream& out) {
             const double level = spectra[c].quantity.level(peak.value, reference);
             table.add({fixedText(peak.frequency, kLinesOfATone), fixedText(level)});
             row.addText(names[c]);
-            row.addNumber(peak.frequency, kDigits);
-            row.addNumber(level, kDigits);
+            row.addNumber(peak.frequency, kTableDigits);
+            row.addNumber(level, kTableDigits);
             peaksTable += row.end();
         }
         shown += "\nchannel " + printable(names[c]) + "\n" + table.text();
@@ -178,7 +172,7 @@ void measureBands(const BandsArguments& arguments, std::ostream& out) {
     }
     Measurement measurement("bands", text, arguments);
     DiagramJob& job = measurement.job();
-    Frames frames;
+    SpectraCount frames;
     frames.watch(job.runner(), {"spectrum", "S", {}});
     job.run();
     const std::vector<Series> bands = job.sinks().front().series();
@@ -255,7 +249,7 @@ void measureTransfer(const TransferArguments& arguments, std::ostream& out) {
     }
     Measurement measurement("transfer", text, arguments);
     DiagramJob& job = measurement.job();
-    Frames frames;
+    SpectraCount frames;
     frames.watch(job.runner(), {"h1", "A", {}});
     job.run();
     const std::vector<Series> curves = job.sinks().front().series();

@@ -2,25 +2,15 @@
 
 #include <cmath>
 
+#include "vynhost/base/limits.h"
 #include "vynhost/diagram/toml_section.h"
 
 namespace vynhost {
 namespace {
 
-constexpr std::size_t kMostChannels = 1024;  // as many as a recording may have
-constexpr double kSmall = 1e-30;             // of numbers that only have to be some
+constexpr double kSmall = 1e-30;  // of numbers that only have to be some
 constexpr double kLarge = 1e30;
 constexpr int kDigits = 9;  // single precision, in which a source is scaled, keeps seven
-
-// Of a text that holds neither control characters nor bytes that are no UTF-8.
-std::string quoted(const std::string& text) {
-    std::string result = "\"";
-    for (const char c : text) {
-        if (c == '"' || c == '\\') result += '\\';
-        result += c;
-    }
-    return result + "\"";
-}
 
 std::string line(const char* key, double value, const char* comment) {
     return std::string(key) + " = " + toText(value, kDigits) + "  # " + comment + "\n";
@@ -51,7 +41,7 @@ std::string fileTextOf(const Calibration& calibration) {
         "# A calibration, written by vynhost calibrate. Sources take it by calibration = "
         "\"FILE\".\n"
         "[calibration]\nrecording = " +
-        quoted(printable(calibration.recording)) + "\n" + line("rate", calibration.rate, "Hz") +
+        tomlString(printable(calibration.recording)) + "\n" + line("rate", calibration.rate, "Hz") +
         line("seconds", calibration.seconds, "long") +
         line("level", calibration.level, "dB re 20 uPa, of the calibrator") +
         line("frequency", calibration.frequency, "Hz, of the calibrator");
@@ -59,7 +49,7 @@ std::string fileTextOf(const Calibration& calibration) {
         text += "\n[[channel]]\n";
         text += line("full_scale", channel.fullScale, "Pa for a recorded value of 1");
         if (!channel.recordedIn.empty()) {
-            text += "recorded_in = " + quoted(printable(channel.recordedIn)) + "\n";
+            text += "recorded_in = " + tomlString(printable(channel.recordedIn)) + "\n";
         }
         text += line("frequency", channel.frequency, "Hz, found") +
                 line("drift", channel.drift, "dB, highest level less lowest one") +

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <utility>
 
+#include "vynhost/base/limits.h"
 #include "vynhost/base/text.h"
 #include "vynhost/diagram/sensitivity.h"
 #include "vynhost/diagram/toml_section.h"
@@ -17,8 +18,6 @@ namespace {
 // Samples per second: one in thirty years to those of light.
 constexpr double kLowestRate = 1e-9;
 constexpr double kHighestRate = 1e12;
-
-constexpr std::size_t kMostChannels = 1024;  // as many as a recording may have
 
 constexpr const char* kReport = "report";
 

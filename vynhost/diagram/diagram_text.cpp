@@ -18,15 +18,6 @@ constexpr const char* kRecord = "record";
 
 // --- Values as TOML -------------------------------------------------------------------------
 
-std::string quoted(const std::string& text) {
-    std::string result = "\"";
-    for (const char c : text) {
-        if (c == '"' || c == '\\') result += '\\';
-        result += c;
-    }
-    return result + "\"";
-}
-
 std::string realText(double value) {
     if (std::isnan(value)) return "nan";
     if (std::isinf(value)) return value < 0 ? "-inf" : "inf";
@@ -39,7 +30,7 @@ using Value = decltype(Setting::value);
 std::string valueText(const Value& value) {
     if (const auto* integer = std::get_if<std::int64_t>(&value)) return std::to_string(*integer);
     if (const auto* real = std::get_if<double>(&value)) return realText(*real);
-    return quoted(std::get<std::string>(value));
+    return tomlString(std::get<std::string>(value));
 }
 
 // In the style of the value that it replaces: true and false stay words, whole numbers whole.
@@ -276,7 +267,7 @@ std::string settingText(const Setting& setting) {
 }
 
 std::string settingValueText(const WrittenValue& value) {
-    if (const auto* name = std::get_if<std::string_view>(&value)) return quoted(std::string(*name));
+    if (const auto* name = std::get_if<std::string_view>(&value)) return tomlString(*name);
     if (const auto* real = std::get_if<double>(&value)) return realText(*real);
     return std::to_string(std::get<std::int32_t>(value));
 }

@@ -9,10 +9,6 @@
 namespace vynhost {
 namespace {
 
-Int intOf(Handle handle) { return static_cast<Int>(handle); }
-
-Handle handleOf(Int value) { return static_cast<Handle>(value); }
-
 // The parameters that a message has no use for are 0.
 bool isWellFormed(Message message, Int first, Int second) {
     switch (message) {

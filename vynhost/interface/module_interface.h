@@ -16,6 +16,8 @@ using Int = std::int64_t;
 
 // Names memory that both sides see; `none` names nothing.
 enum class Handle : std::uint64_t { none = 0 };
+constexpr Int intOf(Handle handle) { return static_cast<Int>(handle); }
+constexpr Handle handleOf(Int value) { return static_cast<Handle>(value); }
 
 // The sixteen exports, called X(name, number of arguments).
 #define VYNHOST_EXPORTS(X)  \

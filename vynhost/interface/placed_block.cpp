@@ -8,8 +8,6 @@
 namespace vynhost {
 namespace {
 
-Int intOf(Handle handle) { return static_cast<Int>(handle); }
-
 // A comma ends each label.
 std::vector<std::string> labelsOf(const std::string& list) {
     std::vector<std::string> labels;

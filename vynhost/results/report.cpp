@@ -25,7 +25,7 @@ namespace {
 using nlohmann::ordered_json;
 
 // More would be neither seen nor told apart; the tables have them all.
-constexpr std::size_t kMostCurves = 64;
+constexpr std::size_t kMostDrawn = 64;
 
 ordered_json textOrNull(const std::string& text) {
     return text.empty() ? ordered_json() : ordered_json(text);
@@ -128,7 +128,7 @@ ordered_json sinkJson(const Sink& sink) {
                          {"logX", entry.logX},
                          {"decibels", entry.decibels},
                          {"curves", ordered_json::array()},
-                         {"leftOut", series.size() - std::min(series.size(), kMostCurves)},
+                         {"leftOut", series.size() - std::min(series.size(), kMostDrawn)},
                          {"spectrograms", ordered_json::array()}};
     for (const ConnectorName& name : entry.from)
         json["from"].push_back(name.text());
@@ -140,7 +140,7 @@ ordered_json sinkJson(const Sink& sink) {
         json["xName"] = series.front().xName;
         json["xUnit"] = series.front().xUnit;
     }
-    for (std::size_t i = 0; i < std::min(series.size(), kMostCurves); ++i)
+    for (std::size_t i = 0; i < std::min(series.size(), kMostDrawn); ++i)
         json["curves"].push_back(curveJson(series[i], sink.style()));
     for (const Spectrogram& spectrogram : sink.spectrograms())
         json["spectrograms"].push_back(spectrogramJson(spectrogram, sink.style()));

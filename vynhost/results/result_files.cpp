@@ -12,10 +12,6 @@ namespace {
 
 constexpr std::size_t kBuffer = std::size_t{1} << 16;
 
-[[noreturn]] void failWriting(const std::filesystem::path& path) {
-    throw RunError(kWrongInput, textOf(path) + ": can't be written");
-}
-
 // A file that keeps its content under a second name while another takes its first one.
 class Keepsake {
 public:

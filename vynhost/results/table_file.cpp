@@ -10,6 +10,7 @@
 #include <string_view>
 #include <utility>
 
+#include "vynhost/base/limits.h"
 #include "vynhost/base/text.h"
 #include "vynhost/results/gathered_table.h"
 
@@ -345,8 +346,6 @@ protected:
     }
 
 private:
-    static constexpr std::size_t kMostChannels = 1024;
-
     const TableSubject& subject_;
     double rate_ = 0;
 };

@@ -10,13 +10,9 @@
 #include "vynhost/results/platform/file_system.h"
 
 namespace vynhost {
-namespace {
-
-[[noreturn]] void failWriting(const std::filesystem::path& path) {
+void failWriting(const std::filesystem::path& path) {
     throw RunError(kWrongInput, textOf(path) + ": can't be written");
 }
-
-}  // namespace
 
 std::filesystem::path unguessable(const std::filesystem::path& folder) {
     std::random_device chance;

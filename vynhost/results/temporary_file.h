@@ -11,6 +11,9 @@
 
 namespace vynhost {
 
+// Raises RunError: the file can't be written.
+[[noreturn]] void failWriting(const std::filesystem::path& path);
+
 // A path in the folder that nobody can know beforehand.
 std::filesystem::path unguessable(const std::filesystem::path& folder);
 

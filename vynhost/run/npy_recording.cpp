@@ -7,6 +7,7 @@
 #include <string_view>
 #include <utility>
 
+#include "vynhost/base/limits.h"
 #include "vynhost/base/text.h"
 #include "vynhost/run/recording.h"
 #include "vynhost/run/sample_coding.h"
@@ -14,7 +15,7 @@
 namespace vynhost {
 namespace {
 
-constexpr std::int64_t kMostFields = 1025;  // x and as many channels as a recording may have
+constexpr std::int64_t kMostFields = kMostChannels + 1;  // x beside the channels
 
 const SampleCoding& codingOf(const std::string& type) {
     constexpr std::array<std::pair<std::string_view, std::string_view>, 6> kTypes = {

@@ -12,13 +12,13 @@
 #include <utility>
 #include <vector>
 
+#include "vynhost/base/limits.h"
 #include "vynhost/base/text.h"
 #include "vynhost/run/sample_coding.h"
 
 namespace vynhost {
 namespace {
 
-constexpr int kMostChannels = 1024;  // no file may claim more
 constexpr const char* kUseHint = " (on_truncated = \"use\" of the source takes what is there)";
 
 // --- WAV ------------------------------------------------------------------------------------
@@ -27,13 +27,6 @@ constexpr std::size_t kRiffHead = 8;           // bytes before those that it cou
 constexpr std::int64_t kUnknown = 0xFFFFFFFF;  // a size that is told elsewhere, or by nobody
 
 constexpr int kExtensible = 0xFFFE;
-
-template <class Number>
-Number littleEndian(const char* bytes) {
-    Number number{};
-    std::memcpy(&number, bytes, sizeof number);
-    return number;
-}
 
 class WavRecording : public Recording {
 public:
@@ -131,7 +124,7 @@ private:
                                  std::to_string(number) + ", " + std::to_string(bits) + " bits)");
         }
         coding_ = &*known;
-        if (channels_ < 1 || channels_ > kMostChannels || rate_ <= 0) {
+        if (channels_ < 1 || channels_ > static_cast<int>(kMostChannels) || rate_ <= 0) {
             throw RecordingError("has a damaged head");
         }
     }
@@ -375,7 +368,7 @@ private:
         }
         const auto columns = static_cast<int>(row.size()) - (allChannels ? 0 : 1);
         if (channels_ == 0) channels_ = columns;
-        if (columns < 1 || columns != channels_ || columns > kMostChannels) {
+        if (columns < 1 || columns != channels_ || columns > static_cast<int>(kMostChannels)) {
             throw RecordingError("line " + std::to_string(number) + ": " +
                                  std::to_string(row.size()) + " columns are not as expected");
         }

@@ -7,13 +7,6 @@
 namespace vynhost {
 namespace {
 
-template <class Number>
-Number littleEndian(const char* bytes) {
-    Number number{};
-    std::memcpy(&number, bytes, sizeof number);
-    return number;
-}
-
 float sampleOf8(const char* bytes) {
     return (static_cast<float>(littleEndian<std::uint8_t>(bytes)) - 128.0F) / 128.0F;
 }

@@ -2,10 +2,19 @@
 #pragma once
 
 #include <cstddef>
+#include <cstring>
 #include <span>
 #include <string_view>
 
 namespace vynhost {
+
+// A number as it stands in a file; both systems are little-endian.
+template <class Number>
+Number littleEndian(const char* bytes) {
+    Number number{};
+    std::memcpy(&number, bytes, sizeof number);
+    return number;
+}
 
 // Little-endian; full scale = 1 for whole numbers.
 struct SampleCoding {

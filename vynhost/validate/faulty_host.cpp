@@ -5,10 +5,6 @@
 namespace vynhost {
 namespace {
 
-Int intOf(Handle handle) { return static_cast<Int>(handle); }
-
-Handle handleOf(Int value) { return static_cast<Handle>(value); }
-
 // NOLINTNEXTLINE(performance-no-int-to-ptr)
 void* addressOf(Int value) { return reinterpret_cast<void*>(value); }
 

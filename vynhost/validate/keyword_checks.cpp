@@ -202,12 +202,11 @@ void needsAnAddress(Session& session, const Type& type, const KeywordRow& row) {
 }
 
 std::vector<KeywordValue> extremeValues(const KeywordRow& row) {
-    constexpr double kInfinity = std::numeric_limits<double>::infinity();
     switch (row.type) {
         case ValueType::real:
             return {std::numeric_limits<double>::quiet_NaN(),
-                    kInfinity,
-                    -kInfinity,
+                    std::numeric_limits<double>::infinity(),
+                    -std::numeric_limits<double>::infinity(),
                     0.0,
                     -0.0,
                     -1.0,

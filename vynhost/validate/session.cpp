@@ -220,11 +220,11 @@ bool hasValues(const std::vector<Outputs>& results) {
 
 namespace {
 
-std::string textOf(std::int32_t value) { return std::to_string(value); }
+std::string spelled(std::int32_t value) { return std::to_string(value); }
 
-std::string textOf(double value) { return toText(value); }
+std::string spelled(double value) { return toText(value); }
 
-std::string textOf(const std::string& value) {
+std::string spelled(const std::string& value) {
     constexpr std::size_t kMost = 40;
     if (value.size() <= kMost) return "\"" + printable(value) + "\"";
     return "\"" + printable(value.substr(0, kMost)) + "...\" (" + std::to_string(value.size()) +
@@ -243,7 +243,7 @@ std::string bitsOf(float value) {
 }  // namespace
 
 std::string textOf(const KeywordValue& value) {
-    return std::visit([](const auto& typed) { return textOf(typed); }, value);
+    return std::visit([](const auto& typed) { return spelled(typed); }, value);
 }
 
 std::string hexOf(std::string_view bytes) {

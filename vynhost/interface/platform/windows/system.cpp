@@ -52,7 +52,7 @@ HGLOBAL global(Handle handle) noexcept {
     return reinterpret_cast<HGLOBAL>(handle);  // NOLINT(performance-no-int-to-ptr)
 }
 
-Handle handleOf(const void* address) noexcept {
+Handle handleAt(const void* address) noexcept {
     return Handle{reinterpret_cast<std::uint64_t>(address)};
 }
 
@@ -68,15 +68,15 @@ Handle allocatePages(std::size_t bytes) {
     std::fill(address + bytes, pages.guardPage(), std::byte{kCanary});
     DWORD before = 0;
     ::VirtualProtect(pages.guardPage(), kPage, PAGE_NOACCESS, &before);
-    guardedPages().emplace(handleOf(address), pages);
-    return handleOf(address);
+    guardedPages().emplace(handleAt(address), pages);
+    return handleAt(address);
 }
 
 }  // namespace
 
 Handle allocateMemory(std::size_t bytes, Guard guard) noexcept try {
     if (guard == Guard::pageAfter) return allocatePages(bytes);
-    return handleOf(::GlobalAlloc(GHND, std::max<std::size_t>(bytes, 1)));
+    return handleAt(::GlobalAlloc(GHND, std::max<std::size_t>(bytes, 1)));
 } catch (...) {
     return Handle::none;
 }
@@ -99,7 +99,7 @@ bool freeMemory(Handle handle) noexcept {
 
 Handle allocateUnlockable() noexcept {
     // Movable memory of no size is born discarded: the handle is good, a lock is refused.
-    return handleOf(::GlobalAlloc(GMEM_MOVEABLE, 0));
+    return handleAt(::GlobalAlloc(GMEM_MOVEABLE, 0));
 }
 
 const bool kLocksAreCounted = true;

@@ -18,7 +18,7 @@ namespace {
 constexpr const char* kLibrary = "libxlsxwriter.so.4";
 constexpr std::uint64_t kMostRows = 1048575;  // of a sheet, below its head
 constexpr std::size_t kMostColumns = 16384;
-constexpr std::size_t kMostCurves = 12;       // of the chart
+constexpr std::size_t kChartCurves = 12;      // of the chart
 constexpr std::uint64_t kMostPoints = 32000;  // of a curve, in programs that show it
 
 class Library {
@@ -199,7 +199,7 @@ private:
         const auto type = subject_.isBars ? LXW_CHART_COLUMN : LXW_CHART_SCATTER_STRAIGHT;
         lxw_chart* chart = library_.addChart(book, static_cast<std::uint8_t>(type));
         const std::uint64_t last = std::min(rows(), kMostPoints);
-        for (std::size_t i = doubles(); i < std::min(names().size(), doubles() + kMostCurves);
+        for (std::size_t i = doubles(); i < std::min(names().size(), doubles() + kChartCurves);
              ++i) {
             const std::string x = range(0, last);
             const std::string y = range(i, last);
