@@ -46,3 +46,12 @@ function(vyn_export_names target def)
     target_link_options(${target} PRIVATE -Wl,-z,defs)
   endif()
 endfunction()
+
+# Sources compiled a few at a time: the headers and templates that they share are read and made once. Those
+# that read the system's headers are compiled alone: macros.
+function(vyn_group_sources target)
+  set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 5)
+  get_target_property(sources ${target} SOURCES)
+  list(FILTER sources INCLUDE REGEX "/platform/")
+  set_source_files_properties(${sources} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+endfunction()
