@@ -142,6 +142,7 @@ void otherKernels(Session& session, const Type& type) {
 struct Uncut {
     int type;
     std::vector<std::pair<const char*, KeywordValue>> settings;
+    std::size_t fewest = 1;  // samples that a data block must have
 };
 
 const std::vector<Uncut>& uncutTypes() {
@@ -151,7 +152,8 @@ const std::vector<Uncut>& uncutTypes() {
         {kFreqWeight, {{"PkXweight", 1}}},
         {kFreqWeight, {{"PkXweight", 3}}},
         {kLevel, {}},
-        {kMittelwert, {{"PkMode", 2}}},
+        // Kept: a data block of fewer values than are averaged is refused.
+        {kMittelwert, {{"PkMode", 2}, {"PkSmoothNVal", 7}}, 7},
     };
     return all;
 }
@@ -172,7 +174,9 @@ std::vector<float> valuesOfCuts(Session& session, const Uncut& uncut,
     std::vector<float> values;
     const std::size_t samples = signal.size() / static_cast<std::size_t>(channels);
     for (std::size_t from = 0; from < samples;) {
-        const std::size_t length = std::min(nextLength(), samples - from);
+        const std::size_t rest = samples - from;
+        std::size_t length = std::min(nextLength(), rest);
+        if (rest - length < uncut.fewest) length = rest;
         const auto at = [&](std::size_t sample) {
             return signal.begin() + static_cast<std::ptrdiff_t>(sample) * channels;
         };
@@ -205,9 +209,8 @@ void otherCuts(Session& session, int type) {
         session.expect(!whole.empty(), "the run puts nothing out");
         for (int round = session.rounds(3); round > 0; --round) {
             session.begin();
-            const auto cut = valuesOfCuts(session, uncut, signal, kChannels, [&] {
-                return std::size_t{1} + session.random()() % 999;
-            });
+            const auto cut = valuesOfCuts(session, uncut, signal, kChannels,
+                                          [&] { return uncut.fewest + session.random()() % 999; });
             session.equal(static_cast<Int>(cut.size()), static_cast<Int>(whole.size()),
                           "values that come out");
             for (std::size_t i = 0; i < whole.size(); ++i) {
