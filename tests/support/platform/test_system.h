@@ -3,8 +3,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <functional>
+#include <memory>
 #include <optional>
+#include <span>
 #include <string>
 
 #include "vynhost/interface/module_interface.h"
@@ -27,6 +30,21 @@ void limitMemory(std::size_t bytes) noexcept;
 
 // An environment variable of this process and of those that it starts; empty: none.
 void setVariable(const char* name, const std::string& value);
+
+// A file of these bytes, while this lives; in memory alone where the system has such files.
+class PassingFile {
+public:
+    explicit PassingFile(std::span<const std::uint8_t> bytes);
+    ~PassingFile();
+    PassingFile(const PassingFile&) = delete;
+    PassingFile& operator=(const PassingFile&) = delete;
+
+    std::filesystem::path path() const;
+
+private:
+    struct Place;  // defined per system
+    std::unique_ptr<Place> place_;
+};
 
 // Runs a command of the system's shell and gives its exit code.
 int runShell(const std::string& command);

@@ -2,13 +2,16 @@
 
 #include <poll.h>
 #include <pty.h>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <cstdlib>
+#include <system_error>
 
 #include "vynhost/interface/platform/system.h"
 
@@ -47,6 +50,23 @@ void setVariable(const char* name, const std::string& value) {
     } else {
         ::setenv(name, value.c_str(), 1);
     }
+}
+
+struct PassingFile::Place {
+    int file = -1;
+};
+
+PassingFile::PassingFile(std::span<const std::uint8_t> bytes)
+    : place_(new Place{::memfd_create("passing", MFD_CLOEXEC)}) {
+    const auto size = static_cast<ssize_t>(bytes.size());
+    if (place_->file < 0 || ::write(place_->file, bytes.data(), bytes.size()) != size)
+        throw std::system_error(errno, std::generic_category(), "a file in memory");
+}
+
+PassingFile::~PassingFile() { ::close(place_->file); }
+
+std::filesystem::path PassingFile::path() const {
+    return "/proc/self/fd/" + std::to_string(place_->file);
 }
 
 int runShell(const std::string& command) {

@@ -4,8 +4,10 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <string>
 
+#include "support/own_folder.h"
 #include "vynhost/interface/platform/system.h"
 
 namespace vynhost::platform {
@@ -46,6 +48,20 @@ void setVariable(const char* name, const std::string& value) {
     };
     ::_wputenv_s(wide(name).c_str(), wide(value).c_str());
 }
+
+struct PassingFile::Place {
+    support::OwnFolder folder{"vynhost-passing"};
+};
+
+PassingFile::PassingFile(std::span<const std::uint8_t> bytes) : place_(std::make_unique<Place>()) {
+    std::ofstream(path(), std::ios::binary)
+        .write(reinterpret_cast<const char*>(bytes.data()),
+               static_cast<std::streamsize>(bytes.size()));
+}
+
+PassingFile::~PassingFile() = default;
+
+std::filesystem::path PassingFile::path() const { return place_->folder.path() / "file"; }
 
 int runShell(const std::string& command) {
     // The shell takes the outermost quotes off.
