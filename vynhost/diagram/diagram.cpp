@@ -95,9 +95,10 @@ private:
     }
 
     void source(const Section& section, const std::string& name) {
-        section.allowOnly({"file", "block", "step", "blocks", "full_scale", "unit", "channels",
-                           "rate", "tail", "noise", "seconds", "on_truncated", "calibration",
-                           "sensitivity", "range", "format", "start", "length"});
+        section.allowOnly({"file",    "block",        "step",        "blocks",      "full_scale",
+                           "unit",    "channels",     "rate",        "tail",        "noise",
+                           "seconds", "on_truncated", "calibration", "sensitivity", "range",
+                           "format",  "start",        "length",      "variable",    "rows"});
         SourceEntry source;
         source.name = name;
         source.place = section.place();
@@ -131,6 +132,7 @@ private:
         if (!hasFile) source.seconds = secondsOfNoise(section);
         part(section, hasFile, source);
         raw(section, hasFile, source);
+        arrays(section, hasFile, source);
         if (!hasFile && section.table().contains("on_truncated")) {
             section.fail("on_truncated", "noise has no end of its own");
         }
@@ -211,6 +213,21 @@ private:
             section.fail("channels", "beside format is the number of channels, 1 to 1024");
         }
         source.rawChannels = static_cast<int>(*count);
+    }
+
+    // Which array of a file that holds several.
+    static void arrays(const Section& section, bool hasFile, SourceEntry& source) {
+        for (const char* key : {"variable", "rows"}) {
+            if (!section.table().contains(key)) continue;
+            if (!hasFile) section.fail(key, "noise alone is in no file");
+            if (!source.format.empty()) section.fail(key, "is not for samples without a head");
+        }
+        source.variable = section.text("variable");
+        if (section.table().contains("variable") && source.variable.empty()) {
+            section.fail("variable", "must be a name");
+        }
+        source.rowsAreChannels =
+            section.choice<bool, 2>("rows", {{{"samples", false}, {"channels", true}}});
     }
 
     // What the values are multiplied by: one of full_scale, calibration and sensitivity with range.
@@ -433,8 +450,8 @@ private:
     }
 
     void sink(const Section& section, const std::string& name) {
-        section.allowOnly({"from", "values", "csv", "jsonl", "npy", "npz", "wav", "xlsx", "svg",
-                           "title", "average", "x", "y", "reference"});
+        section.allowOnly({"from", "values", "csv", "jsonl", "npy", "npz", "mat", "hdf5", "wav",
+                           "xlsx", "svg", "title", "average", "x", "y", "reference"});
         SinkEntry sink;
         sink.name = name;
         sink.place = section.place();
@@ -461,7 +478,8 @@ private:
         }
         sink.csv = section.text("csv");
         for (const TableKind kind :
-             {TableKind::json, TableKind::npy, TableKind::npz, TableKind::wav, TableKind::xlsx}) {
+             {TableKind::json, TableKind::npy, TableKind::npz, TableKind::mat, TableKind::hdf5,
+              TableKind::wav, TableKind::xlsx}) {
             const std::string file = section.text(keyOf(kind));
             if (!file.empty()) sink.tables.push_back({kind, file});
         }
@@ -522,6 +540,8 @@ const char* keyOf(TableKind kind) {
         case TableKind::json: return "jsonl";
         case TableKind::npy: return "npy";
         case TableKind::npz: return "npz";
+        case TableKind::mat: return "mat";
+        case TableKind::hdf5: return "hdf5";
         case TableKind::wav: return "wav";
         case TableKind::xlsx: return "xlsx";
         default: return "csv";
@@ -557,9 +577,10 @@ void requireResults(const Diagram& diagram) {
     }
     for (const SinkEntry& sink : diagram.sinks) {
         if (sink.hasTable() || !sink.svg.empty() || sink.inReport) continue;
-        throw InputError(sink.place,
-                         "neither csv nor svg is given (nor jsonl, npy, npz, wav or xlsx), "
-                         "nor a report asked for");
+        throw InputError(
+            sink.place,
+            "neither csv nor svg is given (nor jsonl, npy, npz, mat, hdf5, wav or xlsx), "
+            "nor a report asked for");
     }
 }
 

@@ -18,6 +18,8 @@
 //     tail = "keep"                # what becomes of a last short block: keep, drop or pad (with
 //     0);
 //                                  # when missing, it is in everything but spectra
+//     variable = "run3/mic"        # of a MAT or HDF5 file that holds several arrays
+//     rows = "channels"            # of such an array; samples when missing
 //     on_truncated = "use"         # a recording that ends before its head says so: error or use
 //     noise = { rms = 0.01, seed = 1 }  # white noise on top, in the unit
 //
@@ -43,11 +45,10 @@
 //
 //     [sink.spectrum]
 //     from = "spectrum.S"          # one, or a list
-//     csv = "spectrum.csv"         # the same as jsonl, npy, npz; signals also as wav
-//     svg = "spectrum.svg"
-//     average = "power"            # over the data blocks of spectra: none, mean, power or last
-//     x = "log"                    # linear or log
-//     y = "dB"                     # linear or dB (re `reference`)
+//     csv = "spectrum.csv"         # the same as jsonl, npy, npz, mat, hdf5, xlsx; signals also as
+//     wav svg = "spectrum.svg" average = "power"            # over the data blocks of spectra:
+//     none, mean, power or last x = "log"                    # linear or log y = "dB" # linear or
+//     dB (re `reference`)
 //
 //     [compare.round_trip]
 //     of = "back.A"
@@ -107,6 +108,8 @@ struct SourceEntry {
     std::string format = {};     // of raw samples; empty: the file has a head
     Place formatPlace = {};
     int rawChannels = 1;               // that raw samples are of
+    std::string variable = {};         // of a file that holds several arrays
+    bool rowsAreChannels = false;      // of such an array
     std::optional<double> start = {};  // s; from where on the recording is taken
     Place startPlace = {};
     std::optional<double> length = {};  // s; how much of it
@@ -137,7 +140,7 @@ struct WireEntry {
 };
 
 // What a sink's table may be written as.
-enum class TableKind { csv, json, npy, npz, wav, xlsx };
+enum class TableKind { csv, json, npy, npz, mat, hdf5, wav, xlsx };
 
 // The key of a sink that names such a file.
 const char* keyOf(TableKind kind);

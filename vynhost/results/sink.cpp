@@ -105,6 +105,8 @@ void Sink::openTable(TableKind kind, const std::string& name, ResultFiles& files
         case TableKind::json: tables_.push_back(jsonTable(file)); break;
         case TableKind::npy: tables_.push_back(npyTable(file)); break;
         case TableKind::npz: tables_.push_back(npzTable(file)); break;
+        case TableKind::mat: tables_.push_back(matTable(file, subject_)); break;
+        case TableKind::hdf5: tables_.push_back(hdf5Table(file, subject_)); break;
         case TableKind::xlsx: tables_.push_back(xlsxTable(file, subject_)); break;
         case TableKind::wav: tables_.push_back(wavTable(file, subject_)); break;
         default: tables_.push_back(csvTable(file, style));

@@ -67,6 +67,11 @@ std::unique_ptr<TableFile> jsonTable(ResultFile& file);
 std::unique_ptr<TableFile> npyTable(ResultFile& file);
 // An archive of arrays, one per column, under their names.
 std::unique_ptr<TableFile> npzTable(ResultFile& file);
+// A MAT-file of version 5: x, values (a column per curve), names, and the rate of signals. Raises
+// InputError for more than the format holds. The subject must outlive it.
+std::unique_ptr<TableFile> matTable(ResultFile& file, const TableSubject& subject);
+// The same arrays in an HDF5 file. Raises InputError where the system has no library for it.
+std::unique_ptr<TableFile> hdf5Table(ResultFile& file, const TableSubject& subject);
 // Samples as they are, in single precision: WAVE, beyond 4 GB RF64 (EBU Tech 3306). The subject
 // must outlive it; it is asked when the head ends.
 std::unique_ptr<TableFile> wavTable(ResultFile& file, const TableSubject& subject);

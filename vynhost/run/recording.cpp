@@ -434,11 +434,32 @@ private:
     std::int64_t position_ = 0;
 };
 
+bool beginsWith(const std::filesystem::path& file, std::string_view kind, int at = 0) {
+    std::string head(kind.size(), '\0');
+    std::ifstream(file, std::ios::binary)
+        .seekg(at)
+        .read(head.data(), static_cast<std::streamsize>(head.size()));
+    return head == kind;
+}
+
 bool isWav(const std::filesystem::path& file) {
-    std::array<char, 4> head{};
-    std::ifstream(file, std::ios::binary).read(head.data(), head.size());
-    const std::string_view kind(head.data(), head.size());
-    return kind == "RIFF" || kind == "RF64";
+    return beginsWith(file, "RIFF") || beginsWith(file, "RF64");
+}
+
+bool isHdf5(const std::filesystem::path& file) {
+    constexpr int kBehindMatHead = 512;
+    constexpr const char* kBegin = "\x89HDF\r\n\x1a\n";
+    return beginsWith(file, kBegin) || beginsWith(file, kBegin, kBehindMatHead);
+}
+
+// Files that may hold several arrays.
+std::unique_ptr<Recording> openArrays(const std::filesystem::path& file, std::optional<double> rate,
+                                      const ArrayChoice& choice) {
+    const std::string ending = file.extension().string();
+    const bool isNamedHdf5 = equalIgnoringCase(ending, ".h5") || equalIgnoringCase(ending, ".hdf5");
+    if (isNamedHdf5 || isHdf5(file)) return openHdf5(file, rate, choice);
+    if (equalIgnoringCase(ending, ".mat")) return openMat(file, rate, choice);
+    return nullptr;
 }
 
 }  // namespace
@@ -478,6 +499,16 @@ double rateOfEvenX(std::span<const double> x) {
     return 1.0 / step;
 }
 
+void requireRate(double rate) {
+    constexpr double kLowest = 1e-9;
+    constexpr double kHighest = 1e12;
+    if (rate >= kLowest && rate <= kHighest) return;
+    throw RecordingError(rate == 0 ? "needs a rate: its source has none, and the file neither "
+                                     "(rate or fs, or an x, t or time that rises evenly)"
+                                   : "says a rate of " + toText(rate) +
+                                         " (rate of the source counts before the file's)");
+}
+
 std::unique_ptr<Recording> silence(int channels, double rate, std::int64_t frames) {
     return std::make_unique<Silence>(channels, rate, frames);
 }
@@ -507,9 +538,14 @@ std::unique_ptr<Recording> openCsv(const std::filesystem::path& file, std::optio
 }
 
 std::unique_ptr<Recording> openRecording(const std::filesystem::path& file,
-                                         std::optional<double> rate, Truncated truncated) {
+                                         std::optional<double> rate, Truncated truncated,
+                                         const ArrayChoice& choice) {
     std::error_code error;  // of a name that is too long, say
     if (!std::filesystem::is_regular_file(file, error)) throw RecordingError("no such file");
+    if (auto recording = openArrays(file, rate, choice)) return recording;
+    if (choice.isGiven()) {
+        throw RecordingError("holds one recording; variable and rows are for MAT and HDF5 files");
+    }
     const std::string ending = file.extension().string();
     if (isWav(file) || equalIgnoringCase(ending, ".wav")) return openWav(file, truncated);
     for (const char* table : {".csv", ".tsv", ".txt"}) {

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "vynhost/base/bilingual.h"
+#include "vynhost/run/number_arrays.h"
 
 namespace vynhost {
 
@@ -63,12 +64,14 @@ protected:
 // What becomes of a recording that ends before its head says so.
 enum class Truncated { refuse, use };
 
-// Opens by content and name: WAV, CSV (*.csv, *.tsv, *.txt), else what the audio library reads.
-// `rate` says that a CSV file has no x column. Integer samples are scaled to full scale = 1. Raises
-// RecordingError, also for a truncated recording that is not to be used.
+// Opens by content and name: WAV, CSV (*.csv, *.tsv, *.txt), NPY, MAT, HDF5 (*.h5, *.hdf5), else
+// what the audio library reads. `rate` says that a CSV file has no x column; `choice` is for files
+// of several arrays. Integer samples are scaled to full scale = 1. Raises RecordingError, also for
+// a truncated recording that is not to be used.
 std::unique_ptr<Recording> openRecording(const std::filesystem::path& file,
                                          std::optional<double> rate,
-                                         Truncated truncated = Truncated::refuse);
+                                         Truncated truncated = Truncated::refuse,
+                                         const ArrayChoice& choice = {});
 
 struct SampleCoding;
 
@@ -94,6 +97,14 @@ std::unique_ptr<Recording> openCsv(const std::filesystem::path& file, std::optio
 // An array of numpy: rows of samples with the rate, or records whose first field is their x.
 std::unique_ptr<Recording> openNpy(const std::filesystem::path& file, std::optional<double> rate,
                                    Truncated truncated);
+// One array of a MAT-file of version 5 to 7. The rate is the given one, or the file's: a single
+// number called rate or fs, or an x that rises evenly.
+std::unique_ptr<Recording> openMat(const std::filesystem::path& file, std::optional<double> rate,
+                                   const ArrayChoice& choice);
+// The same of an HDF5 file, also of a MAT-file of version 7.3; a rate may be an attribute. Defined
+// per system; raises RecordingError where there is no library for it.
+std::unique_ptr<Recording> openHdf5(const std::filesystem::path& file, std::optional<double> rate,
+                                    const ArrayChoice& choice);
 // Defined per system; raises RecordingError where there is no audio library.
 std::unique_ptr<Recording> openOtherAudio(const std::filesystem::path& file, Truncated truncated);
 
@@ -101,6 +112,8 @@ std::unique_ptr<Recording> openOtherAudio(const std::filesystem::path& file, Tru
 Recording::Channel channelNamed(std::string_view head);
 // Samples per second of an x that rises evenly; raises RecordingError for any other.
 double rateOfEvenX(std::span<const double> x);
+// Raises RecordingError for what no file says (0), or what is no rate.
+void requireRate(double rate);
 
 // The text of `missing` for `bytes` (none: nobody knows) and samples per channel behind the end.
 Bilingual missingText(std::int64_t samples, std::int64_t promised, double rate,

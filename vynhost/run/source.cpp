@@ -30,8 +30,9 @@ std::unique_ptr<Recording> openFor(const SourceEntry& entry, const std::filesyst
         if (file.empty()) return noiseCarrier(entry);
         const Truncated truncated = entry.usesTruncated ? Truncated::use : Truncated::refuse;
         if (!entry.format.empty()) return openRaw(file, rawFormatOf(entry), truncated);
+        const ArrayChoice choice{entry.variable, entry.rowsAreChannels};
         return withMemory(entry.filePlace,
-                          [&] { return openRecording(file, entry.rate, truncated); });
+                          [&] { return openRecording(file, entry.rate, truncated, choice); });
     } catch (const RecordingError& error) {
         throw InputError(entry.filePlace, textOf(file) + ": " + error.what());
     }

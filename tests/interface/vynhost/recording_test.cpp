@@ -170,6 +170,42 @@ TEST_F(RecordingTest, StepsMustLeaveARate) {
                 HasSubstr("has an x column whose steps are too small or too large"));
 }
 
+// On both systems; what other programs make of such files, and they of ours, the Python tests know.
+TEST_F(RecordingTest, AMatFileIsReadBackAsItWasWritten) {
+    write("s.csv", "t,\"left [Pa]\",right [V]\n3,1.5e-30,-2\n3.5,,1234567\n4,0.1,3\n");
+    run("[source.s]\nfile = \"s.csv\"\n[sink.x]\nfrom = \"s\"\nmat = \"x.mat\"\n",
+        [](const RunResult&) {});
+    run("[source.s]\nfile = \"out/x.mat\"\n[sink.x]\nfrom = \"s\"\ncsv = \"y.csv\"\n",
+        [](const RunResult& result) {
+            EXPECT_EQ(result.tables[0],
+                      "t [s],s left [Pa],s right [V]\n3,1.5e-30,-2\n3.5,,1234567\n4,0.1,3\n");
+        });
+    const std::string whole = read(folder() / "out/x.mat");
+    write("cut.mat", whole.substr(0, whole.size() - 40));
+    EXPECT_THAT(errorOf("[source.s]\nfile = \"cut.mat\"\n"),
+                HasSubstr("ends before its variables"));
+}
+
+// Where the library is.
+TEST_F(RecordingTest, Hdf5IsReadAndWrittenNatively) {
+    write("s.csv", "0,1\n1,2\n");
+    write("s.h5", "\x89HDF\r\n\x1a\n");
+    const std::string sink = "[sink.x]\nfrom = \"s\"\nhdf5 = \"x.h5\"\n";
+    if (!platform::kHasDialogs) {
+        EXPECT_THAT(errorOf("[source.s]\nfile = \"s.h5\"\n"), HasSubstr("or a damaged one"));
+        run("[source.s]\nfile = \"s.csv\"\n" + sink, [](const RunResult&) {});
+        EXPECT_THAT(read(folder() / "out/x.h5"), StartsWith("\x89HDF"));
+        return;
+    }
+    EXPECT_THAT(errorOf("[source.s]\nfile = \"s.h5\"\n"), HasSubstr("not read on Windows"));
+    try {
+        run("[source.s]\nfile = \"s.csv\"\n" + sink, [](const RunResult&) {});
+        FAIL();
+    } catch (const InputError& error) {
+        EXPECT_THAT(error.what(), HasSubstr("sink.x: no hdf5 is written on Windows"));
+    }
+}
+
 // Five gigabytes of which the system keeps only what is written: a head, and the last sample.
 TEST_F(RecordingTest, BeyondFourGigabytesAHeadHasLongSizes) {
     constexpr std::int64_t kFrames = 1250000000;

@@ -1,0 +1,9 @@
+#include "vynhost/results/table_file.h"
+
+namespace vynhost {
+
+std::unique_ptr<TableFile> hdf5Table(ResultFile&, const TableSubject& subject) {
+    throw InputError(subject.place, "no hdf5 is written on Windows; npy holds the same");
+}
+
+}  // namespace vynhost
