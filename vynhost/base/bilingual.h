@@ -7,6 +7,11 @@ namespace vynhost {
 
 enum class Language { english, german };
 
+// As ISO 639 has it.
+constexpr const char* codeOf(Language language) {
+    return language == Language::german ? "de" : "en";
+}
+
 struct Bilingual {
     std::string english;
     std::string german;

@@ -1,5 +1,7 @@
 #include "vynhost/base/memory_limit.h"
 
+#include "vynhost/base/messages.h"
+
 namespace vynhost {
 
 std::string memoryText(std::uint64_t bytes) {
@@ -17,10 +19,12 @@ std::string memoryText(std::uint64_t bytes) {
 void MemoryPart::refuse(std::uint64_t bytes, const char* what) const {
     const std::uint64_t others = limit_.taken_ - bytes_;
     constexpr std::uint64_t kWorthSaying = std::uint64_t{1} << 20;
-    std::string text = std::string(what) + " would take " + memoryText(bytes);
-    if (others >= kWorthSaying) text += " beside " + memoryText(others) + " of the rest";
-    throw InputError(place_, text + "; a run may take " + memoryText(limit_.bytes_) + " (" +
-                                 limit_.raisedBy_ + " raises that)");
+    const std::string text = others >= kWorthSaying
+                                 ? tr("%1 would take %2 beside %3 of the rest", what,
+                                      memoryText(bytes), memoryText(others))
+                                 : tr("%1 would take %2", what, memoryText(bytes));
+    throw InputError(place_, tr("%1; a run may take %2 (%3 raises that)", text,
+                                memoryText(limit_.bytes_), limit_.raisedBy_));
 }
 
 }  // namespace vynhost

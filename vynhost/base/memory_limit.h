@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "vynhost/base/errors.h"
+#include "vynhost/base/messages.h"
 
 namespace vynhost {
 
@@ -63,13 +64,13 @@ private:
 // Does the work; where the machine has no memory for it, raises InputError, which names the place.
 template <class Work>
 auto withMemory(const Place& place, Work work) {
-    constexpr const char* kOut = "there is not enough memory for it";
+    constexpr const char* kOut = words("there is not enough memory for it");
     try {
         return work();
     } catch (const std::bad_alloc&) {
-        throw InputError(place, kOut);
+        throw InputError(place, tr(kOut));
     } catch (const std::length_error&) {
-        throw InputError(place, kOut);
+        throw InputError(place, tr(kOut));
     }
 }
 

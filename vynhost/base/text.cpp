@@ -5,6 +5,8 @@
 #include <numeric>
 #include <vector>
 
+#include "vynhost/base/messages.h"
+
 namespace vynhost {
 namespace {
 
@@ -93,7 +95,7 @@ std::string didYouMean(std::string_view text, std::span<const std::string> candi
             nearest = &candidate;
         }
     }
-    return nearest == nullptr ? "" : ", did you mean " + *nearest + "?";
+    return nearest == nullptr ? "" : tr(", did you mean %1?", *nearest);
 }
 
 std::string joined(std::span<const std::string> names) {

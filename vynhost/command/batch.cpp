@@ -17,6 +17,7 @@
 
 #include "vynhost/base/digest.h"
 #include "vynhost/base/errors.h"
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 #include "vynhost/base/wildcards.h"
 #include "vynhost/command/diagram_job.h"
@@ -69,27 +70,27 @@ void requireBelow(const std::filesystem::path& folder, const std::filesystem::pa
     const std::filesystem::path real = platform::realPath(out);
     const auto rest = std::ranges::mismatch(root, real).in1;
     if (rest == root.end() || rest->empty()) return;
-    throw InputError(textOf(out) + " does not lie in " + textOf(folder) + ", where --out begins");
+    throw InputError(tr("%1 does not lie in %2, where --out begins", textOf(out), textOf(folder)));
 }
 
 void requireOwnNames(const BatchPlan& plan) {
     for (std::size_t i = 0; i < plan.entries.size(); ++i) {
         const BatchEntry& entry = plan.entries[i];
         if (!platform::isFileName(pathOf(entry.name)) || entry.name == "." || entry.name == "..") {
-            throw InputError(textOf(entry.file) + ": \"" + entry.name + "\" can't be a folder");
+            throw InputError(tr("%1: \"%2\" can't be a folder", textOf(entry.file), entry.name));
         }
         const std::filesystem::path below =
             entry.out.lexically_normal().lexically_relative(plan.folder.lexically_normal());
         for (const char* own : {kSummary, kState}) {
             if (platform::sameFileName(*below.begin(), own)) {
-                throw InputError(textOf(entry.file) + ": its folder would be " + own);
+                throw InputError(tr("%1: its folder would be %2", textOf(entry.file), own));
             }
         }
         for (std::size_t j = 0; j < i; ++j) {
             const BatchEntry& other = plan.entries[j];
             if (!platform::sameFileName(pathOf(other.name), pathOf(entry.name))) continue;
-            throw InputError(textOf(other.file) + " and " + textOf(entry.file) +
-                             " have one name, and their results one folder");
+            throw InputError(tr("%1 and %2 have one name, and their results one folder",
+                                textOf(other.file), textOf(entry.file)));
         }
     }
 }
@@ -99,7 +100,7 @@ void requireSource(const Diagram& diagram, const std::string& name) {
     for (const SourceEntry& source : diagram.sources)
         names.push_back(source.name);
     if (std::ranges::find(names, name) != names.end()) return;
-    throw InputError("--each " + name + ": no such source" + didYouMean(name, names));
+    throw InputError(tr("--each %1: no such source%2", name, didYouMean(name, names)));
 }
 
 // --- What has been done ---------------------------------------------------------------------
@@ -115,7 +116,7 @@ public:
         std::string line;
         if (!std::filesystem::is_regular_file(status) || !std::getline(in, line) ||
             line != kTitle) {
-            throw InputError(textOf(file_) + ": is no list of a batch, and not replaced");
+            throw InputError(tr("%1: is no list of a batch, and not replaced", textOf(file_)));
         }
         hasTitle_ = true;
         while (std::getline(in, line))
@@ -137,7 +138,7 @@ public:
         if (!std::exchange(hasTitle_, true)) out << kTitle << '\n';
         // A name that is no UTF-8 is not found again, and done again.
         out << line.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
-        if (!out.flush()) throw RunError(kWrongInput, textOf(file_) + ": can't be written");
+        if (!out.flush()) throw RunError(kWrongInput, tr("%1: can't be written", textOf(file_)));
     }
 
 private:
@@ -242,7 +243,7 @@ Outcome outcomeOf(const platform::ChildProcess::End& end) {
         }
     }
     if (!outcome.ok && outcome.reason.empty()) {
-        outcome.reason = "ended with code " + std::to_string(end.code);
+        outcome.reason = tr("ended with code %1", end.code);
     }
     return outcome;
 }
@@ -278,7 +279,7 @@ public:
         for (std::thread& thread : threads)
             thread.join();
         if (error_) std::rethrow_exception(error_);
-        if (stopped_) throw RunError(kInterrupted, "interrupted; what was finished stays");
+        if (stopped_) throw RunError(kInterrupted, tr("interrupted; what was finished stays"));
     }
 
 private:
@@ -380,11 +381,11 @@ BatchPlan planOf(const BatchArguments& arguments) {
     const std::string& first = arguments.each.front();
     const std::size_t equals = first.find('=');
     if (equals == std::string::npos || equals == 0) {
-        throw InputError("--each " + first + ": must be NAME=FILES");
+        throw InputError(tr("--each %1: must be NAME=FILES", first));
     }
     if (arguments.out.find(kName) == std::string::npos ||
         arguments.out.find(kName) != arguments.out.rfind(kName)) {
-        throw InputError("--out must hold {name} once, which stands for a recording's name");
+        throw InputError(tr("--out must hold {name} once, which stands for a recording's name"));
     }
     BatchPlan plan{.source = first.substr(0, equals),
                    .folder = folderBefore(pathOf(arguments.out)),
@@ -396,7 +397,7 @@ BatchPlan planOf(const BatchArguments& arguments) {
         // before each.
         const std::string pattern = word.starts_with(prefix) ? word.substr(prefix.size()) : word;
         const auto files = filesMatching(pathOf(pattern), systemIgnoresCase());
-        if (files.empty()) throw InputError("--each " + word + ": no such file");
+        if (files.empty()) throw InputError(tr("--each %1: no such file", word));
         for (const std::filesystem::path& file : files) {
             if (!seen.insert(file).second) continue;
             const std::string name = textOf(file.stem());
@@ -412,7 +413,7 @@ BatchPlan planOf(const BatchArguments& arguments) {
 bool runBatch(const BatchArguments& arguments, std::ostream& out, std::ostream& errors) {
     constexpr int kMostJobs = 256;
     if (arguments.jobs < 0 || arguments.jobs > kMostJobs) {
-        throw InputError("--jobs must be from 1 to 256");
+        throw InputError(tr("--jobs must be from 1 to 256"));
     }
     const BatchPlan plan = planOf(arguments);
     Diagram diagram = readDiagram(pathOf(arguments.diagram));
@@ -421,7 +422,7 @@ bool runBatch(const BatchArguments& arguments, std::ostream& out, std::ostream& 
     requireSource(diagram, plan.source);
     std::vector<ReadFile> read = readFiles(diagram, {});
     for (const BatchEntry& entry : plan.entries)
-        read.push_back({entry.file, "the recording of " + plan.source});
+        read.push_back({entry.file, tr("the recording of %1", plan.source)});
     ResultFiles files(plan.folder, read, arguments.force);
     files.claim(kSummary);
     std::error_code error;
@@ -445,7 +446,7 @@ bool runBatch(const BatchArguments& arguments, std::ostream& out, std::ostream& 
     }
     const std::size_t before = plan.entries.size() - work.size();
     if (before > 0 && !arguments.quiet) {
-        out << before << " of " << plan.entries.size() << " are done and as they were\n";
+        out << tr("%1 of %2 are done and as they were", before, plan.entries.size()) << '\n';
     }
     const auto wordsOf = [&](std::size_t i) {
         std::vector<std::string> words = {"run", arguments.diagram, "--quiet", "--totals"};
@@ -464,9 +465,10 @@ bool runBatch(const BatchArguments& arguments, std::ostream& out, std::ostream& 
         outcomes[i] = outcome;
         if (outcome.ok) state.add(plan.entries[i].name, keyOf[i], outcome.totals);
         if (outcome.ok && !arguments.quiet) {
-            out << printable(plan.entries[i].name) << ": ok\n" << std::flush;
+            out << tr("%1: ok", printable(plan.entries[i].name)) << '\n' << std::flush;
         } else if (!outcome.ok) {
-            errors << messageLine(plan.entries[i].name + ": failed: " + outcome.reason) << '\n'
+            errors << messageLine(tr("%1: failed: %2", plan.entries[i].name, outcome.reason))
+                   << '\n'
                    << std::flush;
         }
     };
@@ -479,13 +481,13 @@ bool runBatch(const BatchArguments& arguments, std::ostream& out, std::ostream& 
     if (contentOf(plan.folder / kSummary) != summary) {
         files.add(kSummary, summary);
         for (const std::filesystem::path& path : files.commit()) {
-            if (!arguments.quiet) out << printable("wrote " + textOf(path)) << '\n';
+            if (!arguments.quiet) out << printable(tr("wrote %1", textOf(path))) << '\n';
         }
     }
     const auto ok = std::ranges::count_if(outcomes, &Outcome::ok);
     const auto failed = std::ssize(outcomes) - ok;
     if (!arguments.quiet || failed > 0) {
-        (arguments.quiet ? errors : out) << "vynhost: " << ok << " ok, " << failed << " failed\n";
+        (arguments.quiet ? errors : out) << tr("vynhost: %1 ok, %2 failed", ok, failed) << '\n';
     }
     return failed == 0;
 }

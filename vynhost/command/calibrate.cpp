@@ -5,6 +5,7 @@
 
 #include "vynhost/base/errors.h"
 #include "vynhost/base/memory_limit.h"
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 #include "vynhost/diagram/calibration.h"
 #include "vynhost/results/result_files.h"
@@ -20,24 +21,25 @@ std::string fixed(double number, int decimals) {
 }
 
 std::string channelTitle(std::size_t index, const Recording::Channel& channel) {
-    return "channel " + std::to_string(index + 1) +
-           (channel.name.empty() ? "" : " (" + channel.name + ")");
+    const std::string name = channel.name.empty() ? "" : " (" + channel.name + ")";
+    return tr("channel %1", index + 1) + name;
 }
 
 std::string findingText(const Calibration::Channel& found) {
-    return (found.recordedIn.empty() ? "full scale" : "1 " + found.recordedIn) + " is " +
-           toText(found.fullScale, 6) + " Pa; " + fixed(found.frequency, 2) + " Hz, drift " +
-           fixed(found.drift, 3) + " dB, distortion and noise " + fixed(found.distortion, 2) + " %";
+    return tr("%1 is %2 Pa; %3 Hz, drift %4 dB, distortion and noise %5 %",
+              found.recordedIn.empty() ? tr("full scale") : "1 " + found.recordedIn,
+              toText(found.fullScale, 6), fixed(found.frequency, 2), fixed(found.drift, 3),
+              fixed(found.distortion, 2));
 }
 
 void requireSense(const CalibrateArguments& arguments) {
     constexpr double kQuietest = -20;
     constexpr double kLoudest = 200;
     if (!(arguments.level >= kQuietest && arguments.level <= kLoudest)) {
-        throw InputError("--level must be from -20 to 200, in dB re 20 uPa");
+        throw InputError(tr("--level must be from -20 to 200, in dB re 20 uPa"));
     }
     if (!(arguments.frequency >= kLowestToneFrequency && std::isfinite(arguments.frequency))) {
-        throw InputError("--frequency must be 20 or above, in Hz");
+        throw InputError(tr("--frequency must be 20 or above, in Hz"));
     }
 }
 
@@ -48,7 +50,7 @@ void calibrate(const CalibrateArguments& arguments, std::ostream& out) {
     const std::filesystem::path file = pathOf(arguments.recording);
     const std::filesystem::path result = pathOf(arguments.out);
     const Place place{textOf(file), 0, ""};
-    ResultFiles files(result.parent_path(), {{file, "the recording"}}, arguments.force);
+    ResultFiles files(result.parent_path(), {{file, tr("the recording")}}, arguments.force);
     files.claim(textOf(result.filename()));
     Calibration calibration{.recording = textOf(file.filename()),
                             .level = arguments.level,
@@ -76,14 +78,15 @@ void calibrate(const CalibrateArguments& arguments, std::ostream& out) {
         const ToneFinding& tone = tones[i];
         const std::string title = channelTitle(i, channels[i]);
         if (const auto flaw = flawOf(tone, arguments.frequency, channels[i].unit.empty())) {
-            out << printable(title + ": no calibrator's tone: " + *flaw) << '\n';
-            if (flaws.empty()) flaws = title + " holds no calibrator's tone: " + *flaw;
+            out << printable(tr("%1: no calibrator's tone: %2", title, *flaw)) << '\n';
+            if (flaws.empty()) flaws = tr("%1 holds no calibrator's tone: %2", title, *flaw);
             continue;
         }
         // Anything else could not be read back.
         const double scale = pressure / tone.rms;
         if (!(scale >= kLowestScale && scale <= kHighestScale)) {
-            throw InputError(place, title + ": the values are too small or too large to be scaled");
+            throw InputError(place,
+                             tr("%1: the values are too small or too large to be scaled", title));
         }
         calibration.channels.push_back({.fullScale = scale,
                                         .recordedIn = channels[i].unit,
@@ -95,7 +98,7 @@ void calibrate(const CalibrateArguments& arguments, std::ostream& out) {
     if (!flaws.empty()) throw RunError(kDifferent, textOf(file) + ": " + flaws);
     files.add(textOf(result.filename()), fileTextOf(calibration));
     for (const std::filesystem::path& path : files.commit())
-        out << printable("wrote " + textOf(path)) << '\n';
+        out << printable(tr("wrote %1", textOf(path))) << '\n';
 }
 
 }  // namespace vynhost

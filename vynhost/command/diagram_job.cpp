@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "vynhost/base/errors.h"
+#include "vynhost/base/messages.h"
 #include "vynhost/command/platform/terminal.h"
 #include "vynhost/command/progress_line.h"
 #include "vynhost/results/report.h"
@@ -30,16 +31,16 @@ const TableStyle& tableStyleNamed(std::string_view name) {
 
 std::vector<ReadFile> readFiles(const Diagram& diagram,
                                 const std::map<std::string, std::filesystem::path>& inputs) {
-    std::vector<ReadFile> files = {{diagram.file, "the diagram"}};
+    std::vector<ReadFile> files = {{diagram.file, tr("the diagram")}};
     for (const SourceEntry& source : diagram.sources) {
         if (!source.file.empty() && source.file != "-")
-            files.push_back({source.file, "the recording of " + source.name});
+            files.push_back({source.file, tr("the recording of %1", source.name)});
         if (!source.calibration.empty()) {
-            files.push_back({source.calibration, "the calibration of " + source.name});
+            files.push_back({source.calibration, tr("the calibration of %1", source.name)});
         }
     }
     for (const auto& [name, file] : inputs)
-        files.push_back({file, "the recording of " + name});
+        files.push_back({file, tr("the recording of %1", name)});
     return files;
 }
 
@@ -65,7 +66,7 @@ void DiagramJob::run() {
         runner_.watch([&](const Runner::Progress& now) { progress->show(now); });
     }
     runner_.run();
-    if (progress) progress->say("writing the results");
+    if (progress) progress->say(tr("writing the results"));
     for (const Comparer& comparer : comparers_)
         compared_.push_back(comparer.result());
     for (Sink& sink : sinks_)
@@ -88,7 +89,7 @@ void DiagramJob::writeReport() {
 }
 
 std::vector<std::filesystem::path> DiagramJob::commit() {
-    if (interrupted()) throw RunError(kInterrupted, "interrupted, no file is written");
+    if (interrupted()) throw RunError(kInterrupted, tr("interrupted, no file is written"));
     return files_.commit();
 }
 

@@ -6,6 +6,7 @@
 #include <system_error>
 #include <utility>
 
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 #include "vynhost/diagram/block_change.h"
 #include "vynhost/diagram/block_settings.h"
@@ -28,14 +29,14 @@ const BlockEntry& blockOf(const Diagram& diagram, const std::string& name) {
     if (found != diagram.blocks.end()) return *found;
     const std::string file = textOf(diagram.file);
     if (std::ranges::find(diagram.sources, name, &SourceEntry::name) != diagram.sources.end()) {
-        throw InputError({file, 0, ""}, "\"" + name + "\" is a source, which has no dialog");
+        throw InputError({file, 0, ""}, tr("\"%1\" is a source, which has no dialog", name));
     }
     std::vector<std::string> names;
     for (const BlockEntry& block : diagram.blocks)
         names.push_back(block.name);
-    throw InputError({file, 0, ""}, "\"" + name + "\" is no block" + didYouMean(name, names) +
-                                        (names.empty() ? " (there are none)"
-                                                       : " (there are: " + joined(names) + ")"));
+    throw InputError({file, 0, ""}, tr("\"%1\" is no block%2%3", name, didYouMean(name, names),
+                                       names.empty() ? tr(" (there are none)")
+                                                     : tr(" (there are: %1)", joined(names))));
 }
 
 // What a reader wants to know about the difference between two states of a block's entries.
@@ -53,13 +54,13 @@ std::vector<std::string> changesBetween(const BlockEntry& before, const BlockEnt
     }
     for (const Setting& setting : before.settings) {
         if (find(after, setting.keyword) == after.settings.end()) {
-            lines.push_back(before.name + ": " + setting.keyword + " is gone");
+            lines.push_back(tr("%1: %2 is gone", before.name, setting.keyword));
         }
     }
     if (after.record && after.record != before.record) {
-        lines.push_back(before.name + ": record, for what no keyword can say");
+        lines.push_back(tr("%1: record, for what no keyword can say", before.name));
     } else if (before.record && !after.record) {
-        lines.push_back(before.name + ": record is gone");
+        lines.push_back(tr("%1: record is gone", before.name));
     }
     return lines;
 }
@@ -85,7 +86,7 @@ BlockEditor::BlockEditor(ModuleHost& host, const std::filesystem::path& file,
     origin_->diagram = parseDiagram(origin_->text, file);
     origin_->entry = blockOf(origin_->diagram, block);
     if (!std::ofstream(origin_->file, std::ios::binary | std::ios::app)) {
-        throw InputError({textOf(file), 0, ""}, "can't be written");
+        throw InputError({textOf(file), 0, ""}, tr("can't be written"));
     }
     origin_->types = moduleTypes(host);
     block_ = placeBlock(host, origin_->types, origin_->entry);
@@ -108,7 +109,7 @@ std::vector<std::string> BlockEditor::writeBack() {
         rewriteBlock(origin_->text, origin_->diagram.file, origin_->entry, after);
     if (contentsOf(origin_->file) != origin_->text) {
         throw InputError({textOf(origin_->diagram.file), 0, ""},
-                         "has been changed meanwhile; nothing is written");
+                         tr("has been changed meanwhile; nothing is written"));
     }
     replaceFile(origin_->file, text);
     return changesBetween(origin_->entry, after);
@@ -119,18 +120,20 @@ std::string showBlockDialog(ModuleHost& host, const DialogArguments& arguments) 
     host.setHelp([page = findInstallation().pages / (editor.className() + ".md")] {
         platform::showPage(page);
     });
-    const std::string unchanged = arguments.diagram + " is unchanged\n";
     switch (editor.block().askUser()) {
         case platform::DialogEnd::none:
-            throw InputError("the dialog of \"" + arguments.block +
-                             "\" can't be shown (is there a display?)");
-        case platform::DialogEnd::cancelled: return "cancelled, " + unchanged;
+            throw InputError(
+                tr("the dialog of \"%1\" can't be shown (is there a display?)", arguments.block));
+        case platform::DialogEnd::cancelled:
+            return tr("cancelled, %1 is unchanged", arguments.diagram) + "\n";
         case platform::DialogEnd::accepted: break;
     }
     std::string said;
     for (const std::string& line : editor.writeBack())
         said += line + "\n";
-    return said.empty() ? "nothing new, " + unchanged : said + "wrote " + arguments.diagram + "\n";
+    return (said.empty() ? tr("nothing new, %1 is unchanged", arguments.diagram)
+                         : said + tr("wrote %1", arguments.diagram)) +
+           "\n";
 }
 
 }  // namespace vynhost

@@ -5,6 +5,7 @@
 
 #include "kernels/level.h"
 #include "vynhost/base/errors.h"
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 #include "vynhost/interface/installation.h"
 #include "vynhost/interface/module_host.h"
@@ -23,7 +24,7 @@ public:
              << '\n';
     }
     void fault(const std::string& matter, const std::string& finding) {
-        line(matter, "NOT RIGHT: " + finding);
+        line(matter, tr("NOT RIGHT: %1", finding));
         sound_ = false;
     }
     bool sound() const noexcept { return sound_; }
@@ -43,20 +44,20 @@ std::string nameOf(vyn::KernelLevel level) {
 
 void examineLibrary(const Installation& installation, Findings& findings) {
     for (const LibraryPlace& place : installation.places) {
-        findings.line("looked at", textOf(place.file) + " (" + place.reason + ")" +
-                                       (place.exists ? "" : ": not there"));
+        findings.line(tr("looked at"), textOf(place.file) + " (" + tr(place.reason) + ")" +
+                                           (place.exists ? "" : tr(": not there")));
     }
     const LibraryPlace* library = installation.library();
     if (library == nullptr) {
-        findings.fault("library", "it is in none of these places");
+        findings.fault(tr("library"), tr("it is in none of these places"));
         return;
     }
     std::string why;
     const auto version = libraryVersion(library->file, why);
     if (version) {
-        findings.line("library", textOf(library->file) + ", version " + *version);
+        findings.line(tr("library"), tr("%1, version %2", textOf(library->file), *version));
     } else {
-        findings.fault("library", textOf(library->file) + " " + why);
+        findings.fault(tr("library"), textOf(library->file) + " " + why);
     }
 }
 
@@ -77,25 +78,24 @@ void examineModule(const Installation& installation, Findings& findings) {
         const ModuleLibrary module = loadModule(installation);
         ModuleHost host(module);
         const Int interface = host.getInfo(kFirstType, kInterface);
-        findings.line("module", textOf(installation.module) + ", interface " + toText(interface));
+        findings.line(tr("module"), tr("%1, interface %2", textOf(installation.module), interface));
         if (interface != kInterfaceVersion) {
-            findings.fault("interface", "this program speaks " + toText(kInterfaceVersion));
+            findings.fault(tr("interface"), tr("this program speaks %1", kInterfaceVersion));
         }
         int created = 0;
         for (int type = kFirstType; type < kFirstType + kTypes; ++type)
             created += host.creates(type) ? 1 : 0;
         if (created == kTypes) {
-            findings.line("blocks", "all " + toText(kTypes) + " types can be made");
+            findings.line(tr("blocks"), tr("all %1 types can be made", kTypes));
         } else {
-            findings.fault("blocks",
-                           toText(created) + " of " + toText(kTypes) + " types can be made");
+            findings.fault(tr("blocks"), tr("%1 of %2 types can be made", created, kTypes));
         }
         if (installation.library() != nullptr && !transformsWork(host)) {
-            findings.fault("spectrum",
-                           "a block makes no spectrum: the module does not use the library");
+            findings.fault(tr("spectrum"),
+                           tr("a block makes no spectrum: the module does not use the library"));
         }
     } catch (const ModuleError& error) {
-        findings.fault("module", error.what());
+        findings.fault(tr("module"), error.what());
     }
 }
 
@@ -107,11 +107,12 @@ int examine(std::ostream& out) {
     examineModule(installation, findings);
     examineLibrary(installation, findings);
     const std::optional<std::string> setting = platform::sharedDirectory();
-    findings.line("setting", std::string(platform::kSharedDirectoryName) + ": " +
-                                 (setting ? *setting : "not set; other hosts find no library"));
-    findings.line("kernels", nameOf(vyn::kernelLevel()) + " (this machine has " +
-                                 nameOf(vyn::machineLevel()) + ")");
-    findings.line("", findings.sound() ? "all is well" : "not all is well");
+    findings.line(tr("setting"),
+                  tr(platform::kSharedDirectoryName) + ": " +
+                      (setting ? *setting : tr("not set; other hosts find no library")));
+    findings.line(tr("kernels"), tr("%1 (this machine has %2)", nameOf(vyn::kernelLevel()),
+                                    nameOf(vyn::machineLevel())));
+    findings.line("", findings.sound() ? tr("all is well") : tr("not all is well"));
     return findings.sound() ? kSuccess : kNoModule;
 }
 

@@ -9,6 +9,7 @@
 
 #include "vynhost/base/errors.h"
 #include "vynhost/base/memory_limit.h"
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 #include "vynhost/command/text_table.h"
 #include "vynhost/diagram/calibration.h"
@@ -42,7 +43,7 @@ const char* keywordOf(const std::array<Choice, N>& choices, const std::string& n
     names.reserve(N);
     for (const Choice& choice : choices)
         names.emplace_back(choice.name);
-    throw InputError(std::string(option) + " " + name + ": must be one of " + joined(names));
+    throw InputError(tr("%1 %2: must be one of %3", option, name, joined(names)));
 }
 
 // Samples in the first interval, as the level block counts them.
@@ -312,12 +313,13 @@ std::string totalTable(const Result& result, const LevelArguments& arguments,
 void printLevels(const Result& result, const LevelArguments& arguments, std::ostream& out) {
     constexpr int kTimeDigits = 12;
     const std::vector<std::string> columns = columnsOf(result.names, result.percentiles);
-    out << "levels in " << printable(result.unit) << "; intervals of "
-        << toText(secondsOf(arguments.every, "--every"), kTimeDigits) << " s\n";
+    out << tr("levels in %1; intervals of %2 s", printable(result.unit),
+              toText(secondsOf(arguments.every, "--every"), kTimeDigits))
+        << '\n';
     bool anyShort = false;
     for (std::size_t c = 0; c < result.channels.size(); ++c) {
-        out << "\nchannel " << printable(result.channels[c]) << '\n';
-        std::vector<std::string> head = {"begin [s]", "end [s]"};
+        out << '\n' << tr("channel %1", printable(result.channels[c])) << '\n';
+        std::vector<std::string> head = {tr("begin [s]"), tr("end [s]")};
         head.insert(head.end(), columns.begin(), columns.end());
         TextTable table(head);
         const auto add = [&](const std::string& begin, const std::string& end,
@@ -332,12 +334,12 @@ void printLevels(const Result& result, const LevelArguments& arguments, std::ost
             add(toText(row.begin, kTimeDigits),
                 toText(row.end, kTimeDigits) + (row.isShort ? "*" : ""), row.channels[c]);
         }
-        add("total", toText(result.total.end, kTimeDigits), result.total.channels[c]);
+        add(tr("total"), toText(result.total.end, kTimeDigits), result.total.channels[c]);
         out << table.text();
     }
-    if (anyShort) out << "* the recording ends before the interval does\n";
+    if (anyShort) out << tr("* the recording ends before the interval does") << '\n';
     if (result.bands != nullptr) {
-        out << "\nthird octaves, unweighted, of the whole recording\n";
+        out << '\n' << tr("third octaves, unweighted, of the whole recording") << '\n';
         std::vector<std::string> head = {"f [Hz]"};
         for (const std::string& channel : result.channels)
             head.push_back(result.channels.size() > 1 ? "LZeq " + channel : "LZeq");
@@ -351,12 +353,16 @@ void printLevels(const Result& result, const LevelArguments& arguments, std::ost
         out << table.text();
     }
     const Names& names = result.names;
-    out << "\nfrom the level block: "
-        << (arguments.time == "I" ? "" : names.timed + " (at the end), ") << names.maximum()
-        << " and " << names.clockMaximum() << " of the total";
-    if (result.bands != nullptr) out << "; from FFT and third-octave blocks: LZeq";
-    out << "\nthe host's own sums over the weighted signal: " << names.equivalent() << ", "
-        << names.exposure() << "; over its time weighting of that: all others\n";
+    out << '\n'
+        << tr("from the level block: %1%2 and %3 of the total",
+              arguments.time == "I" ? "" : tr("%1 (at the end), ", names.timed), names.maximum(),
+              names.clockMaximum());
+    if (result.bands != nullptr) out << tr("; from FFT and third-octave blocks: LZeq");
+    out << '\n'
+        << tr("the host's own sums over the weighted signal: %1, %2; over its time weighting of "
+              "that: all others",
+              names.equivalent(), names.exposure())
+        << '\n';
 }
 
 void requireSense(const LevelArguments& arguments, const RecordingFacts& facts) {
@@ -364,20 +370,19 @@ void requireSense(const LevelArguments& arguments, const RecordingFacts& facts) 
     keywordOf(kTimes, arguments.time, "--time");
     constexpr std::array<int, 3> kClocks = {1, 3, 5};
     if (std::ranges::find(kClocks, arguments.clock) == kClocks.end()) {
-        throw InputError("--clock must be 1, 3 or 5, in seconds");
+        throw InputError(tr("--clock must be 1, 3 or 5, in seconds"));
     }
     for (const double percent : arguments.percentiles) {
         if (percent > 0 && percent < 100) continue;
-        throw InputError("--percentiles must be above 0 and below 100, in % of the time");
+        throw InputError(tr("--percentiles must be above 0 and below 100, in % of the time"));
     }
     if (secondsOf(arguments.every, "--every") * facts.rate < 1) {
-        throw InputError("--every " + arguments.every + ": is shorter than a sample");
+        throw InputError(tr("--every %1: is shorter than a sample", arguments.every));
     }
     constexpr std::int64_t kMostFrames = std::numeric_limits<std::int32_t>::max() - 1;
     if (facts.frames < 1 || facts.frames > kMostFrames) {
-        throw InputError(arguments.recording + ": holds " + std::to_string(facts.frames) +
-                         " samples per channel; level takes from 1 to " +
-                         std::to_string(kMostFrames));
+        throw InputError(tr("%1: holds %2 samples per channel; level takes from 1 to %3",
+                            arguments.recording, facts.frames, kMostFrames));
     }
 }
 
@@ -469,7 +474,8 @@ void measureLevel(const LevelArguments& arguments, std::ostream& out) {
     MemoryPart memory(runner.memory(), {arguments.recording, 0, ""});
     runner.listen({"weighted", "A", {}}, [&](const ChannelData& data) {
         meter.take(data);
-        memory.set(meter.bytes() + (ends ? ends->bytes() : 0), "the rows of its levels");
+        memory.set(meter.bytes() + (ends ? ends->bytes() : 0),
+                   tr("the rows of its levels").c_str());
     });
     measurement.job().run();
     meter.finish();

@@ -5,6 +5,7 @@
 #include <utility>
 #include <variant>
 
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 #include "vynhost/diagram/diagram_text.h"
 #include "vynhost/diagram/keyword_table.h"
@@ -34,10 +35,12 @@ std::string headOf(ModuleHost& host, const TypeInfo& type) {
     std::string text =
         std::to_string(type.code) + "  " + padded(type.className, 16) + type.longName;
     if (type.shortName != type.longName) text += " (" + type.shortName + ")";
-    if (!type.creatable) return text + "\n      not available\n";
+    if (!type.creatable) return text + "\n      " + tr("not available") + "\n";
     PlacedBlock block(host, type.code);
-    return text + "\n      inputs " + joined(connectorNames(block.inputLabels())) + "; outputs " +
-           joined(connectorNames(block.outputLabels())) + "\n";
+    return text + "\n      " +
+           tr("inputs %1; outputs %2", joined(connectorNames(block.inputLabels())),
+              joined(connectorNames(block.outputLabels()))) +
+           "\n";
 }
 
 std::string upperFirst(std::string_view text) {
@@ -74,14 +77,14 @@ ordered_json jsonOf(const NamedChoice& choice, const KeywordMeaning& keyword) {
     } else {
         json["reads"] = choice.reads;
     }
-    if (!choice.says.empty()) json["meaning"] = choice.says;
+    if (!choice.says.empty()) json["meaning"] = tr(choice.says);
     return json;
 }
 
 ordered_json jsonOf(const KeywordMeaning& keyword) {
     ordered_json json = {{"name", keyword.name},
                          {"type", typeText(keyword.type)},
-                         {"meaning", keyword.says},
+                         {"meaning", tr(keyword.says)},
                          {"default", jsonOf(keyword.initial)}};
     if (!keyword.unit.empty()) json["unit"] = keyword.unit;
     if (!keyword.choices.empty()) {
@@ -96,7 +99,7 @@ ordered_json jsonOf(const KeywordMeaning& keyword) {
                          {"most", range.most},
                          {"odd", range.odd}};
     }
-    if (!keyword.note.empty()) json["note"] = keyword.note;
+    if (!keyword.note.empty()) json["note"] = tr(keyword.note);
     return json;
 }
 
@@ -111,7 +114,7 @@ std::string allowedAsMarkdown(const KeywordMeaning& keyword) {
         if (!choice.writable) continue;
         text += (text.empty() ? "" : ", ") + codeText("\"" + std::string(choice.name) + "\"");
         if (keyword.type != ValueType::text) text += " " + std::to_string(choice.number);
-        if (!choice.says.empty()) text += " (" + std::string(choice.says) + ")";
+        if (!choice.says.empty()) text += " (" + tr(choice.says) + ")";
     }
     return text;
 }
@@ -134,23 +137,23 @@ std::string listAsText(ModuleHost& host) {
 std::string typeAsText(ModuleHost& host, const TypeInfo& type) {
     std::string text = headOf(host, type);
     const BlockMeaning& block = meaningOfType(type);
-    if (block.keywords.empty()) text += "\n      no keywords\n";
+    if (block.keywords.empty()) text += "\n      " + tr("no keywords") + "\n";
     for (const KeywordMeaning& keyword : block.keywords) {
-        text += "\n      " + padded(std::string(keyword.name), 18) + std::string(keyword.says) +
-                "\n          " + typeText(keyword.type) + ", " + keyword.allowed() + "\n";
+        text += "\n      " + padded(std::string(keyword.name), 18) + tr(keyword.says) +
+                "\n          " + tr(typeText(keyword.type)) + ", " + keyword.allowed() + "\n";
         if (!std::holds_alternative<std::monostate>(keyword.initial)) {
-            text += "          new blocks have " + settingValueText(keyword.initial) + "\n";
+            text +=
+                "          " + tr("new blocks have %1", settingValueText(keyword.initial)) + "\n";
         }
         for (const NamedChoice& choice : keyword.choices) {
             if (choice.says.empty() || !choice.writable) continue;
-            text += "            " + padded(std::string(choice.name), 18) +
-                    std::string(choice.says) + "\n";
+            text += "            " + padded(std::string(choice.name), 18) + tr(choice.says) + "\n";
         }
-        if (!keyword.note.empty()) text += "          " + std::string(keyword.note) + "\n";
+        if (!keyword.note.empty()) text += "          " + tr(keyword.note) + "\n";
     }
     if (!block.rules.empty()) text += "\n";
     for (const KeywordRule& rule : block.rules)
-        text += "      " + upperFirst(rule.says) + ".\n";
+        text += "      " + upperFirst(tr(rule.says)) + ".\n";
     return text;
 }
 
@@ -173,7 +176,7 @@ std::string listAsJson(ModuleHost& host, std::span<const TypeInfo> types) {
             json["keywords"].push_back(jsonOf(keyword));
         json["rules"] = ordered_json::array();
         for (const KeywordRule& rule : meaningOfType(type).rules)
-            json["rules"].push_back(rule.says);
+            json["rules"].push_back(tr(rule.says));
         list.push_back(std::move(json));
     }
     return ordered_json{{"types", std::move(list)}}.dump(2) + "\n";
@@ -181,22 +184,22 @@ std::string listAsJson(ModuleHost& host, std::span<const TypeInfo> types) {
 
 std::string keywordsAsMarkdown(const TypeInfo& type) {
     const BlockMeaning& block = meaningOfType(type);
-    if (block.keywords.empty()) return "No keywords.\n";
+    if (block.keywords.empty()) return tr("No keywords.") + "\n";
     std::string text =
-        "| keyword | type | what a diagram writes | new blocks have | meaning |\n"
-        "|---|---|---|---|---|\n";
+        tr("| keyword | type | what a diagram writes | new blocks have | meaning |") +
+        "\n|---|---|---|---|---|\n";
     for (const KeywordMeaning& keyword : block.keywords) {
         const bool hasInitial = !std::holds_alternative<std::monostate>(keyword.initial);
-        text += "| " + codeText(keyword.name) + " | " + typeText(keyword.type) + " | " +
+        text += "| " + codeText(keyword.name) + " | " + tr(typeText(keyword.type)) + " | " +
                 allowedAsMarkdown(keyword) + " | " +
                 (hasInitial ? codeText(settingValueText(keyword.initial)) : "") + " | " +
-                std::string(keyword.says);
-        if (!keyword.note.empty()) text += "; " + std::string(keyword.note);
+                tr(keyword.says);
+        if (!keyword.note.empty()) text += "; " + tr(keyword.note);
         text += " |\n";
     }
     if (!block.rules.empty()) text += "\n";
     for (const KeywordRule& rule : block.rules)
-        text += "- " + upperFirst(rule.says) + ".\n";
+        text += "- " + upperFirst(tr(rule.says)) + ".\n";
     return text;
 }
 

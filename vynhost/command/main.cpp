@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "vynhost/base/errors.h"
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 #include "vynhost/command/batch.h"
 #include "vynhost/command/calibrate.h"
@@ -46,8 +47,7 @@ struct RunArguments {
     std::string out = ".";
     std::string csv = "en";
     std::string report;
-    std::string language = "en";  // of the report
-    double memory = 1;            // GiB
+    double memory = 1;  // GiB
     bool force = false;
     bool quiet = false;
     bool noProgress = false;
@@ -69,11 +69,11 @@ std::map<std::string, std::filesystem::path> replacedFiles(const std::vector<std
     for (const std::string& input : inputs) {
         const std::size_t equals = input.find('=');
         if (equals == std::string::npos || equals == 0) {
-            throw InputError("--input " + input + ": must be NAME=FILE");
+            throw InputError(tr("--input %1: must be NAME=FILE", input));
         }
         const std::string name = input.substr(0, equals);
         if (!files.emplace(name, pathOf(input.substr(equals + 1))).second) {
-            throw InputError("--input " + name + " is given twice; a source has one recording");
+            throw InputError(tr("--input %1 is given twice; a source has one recording", name));
         }
     }
     return files;
@@ -116,7 +116,7 @@ int run(const RunArguments& arguments) {
                                   .csv = arguments.csv,
                                   .memory = arguments.memory,
                                   .report = arguments.report,
-                                  .language = arguments.language,
+                                  .language = codeOf(spokenLanguage()),
                                   .jobs = arguments.jobs,
                                   .resume = arguments.resume,
                                   .force = arguments.force,
@@ -128,15 +128,14 @@ int run(const RunArguments& arguments) {
     Diagram diagram = readDiagram(pathOf(arguments.diagram));
     if (!arguments.report.empty()) askForReport(diagram, arguments.report, {"", 0, "--report"});
     requireResults(diagram);
-    DiagramJob job(diagram,
-                   {.inputs = replacedFiles(arguments.inputs),
-                    .out = pathOf(arguments.out),
-                    .tables = &tableStyleNamed(arguments.csv),
-                    .memory = memory,
-                    .force = arguments.force,
-                    .showsProgress = !arguments.quiet && !arguments.noProgress,
-                    .version = VYN_VERSION,
-                    .language = arguments.language == "de" ? Language::german : Language::english});
+    DiagramJob job(diagram, {.inputs = replacedFiles(arguments.inputs),
+                             .out = pathOf(arguments.out),
+                             .tables = &tableStyleNamed(arguments.csv),
+                             .memory = memory,
+                             .force = arguments.force,
+                             .showsProgress = !arguments.quiet && !arguments.noProgress,
+                             .version = VYN_VERSION,
+                             .language = spokenLanguage()});
     std::optional<Totals> totals;
     if (arguments.totals) totals.emplace(diagram, job.runner());
     job.run();
@@ -145,7 +144,7 @@ int run(const RunArguments& arguments) {
             say(note);
     }
     for (const std::filesystem::path& path : job.commit()) {
-        if (!arguments.quiet) say("wrote " + textOf(path));
+        if (!arguments.quiet) say(tr("wrote %1", textOf(path)));
     }
     if (totals) {
         constexpr int kTotalDigits = 9;
@@ -163,7 +162,7 @@ int run(const RunArguments& arguments) {
 
 int dialog(const DialogArguments& arguments) {
     if (!platform::kHasDialogs) {
-        throw InputError("dialogs exist on Windows only; here keywords set a block up");
+        throw InputError(tr("dialogs exist on Windows only; here keywords set a block up"));
     }
     const ModuleLibrary module = loadModule(findInstallation());
     ModuleHost host(module);
@@ -173,51 +172,54 @@ int dialog(const DialogArguments& arguments) {
 
 // What the commands take that measure in one recording.
 void addMeasurement(CLI::App& command, MeasurementArguments& arguments) {
-    command.add_option("RECORDING", arguments.recording, "Of any number of channels")->required();
+    command.add_option("RECORDING", arguments.recording, tr("Of any number of channels"))
+        ->required();
     command.add_option("--calibration", arguments.calibration,
-                       "What vynhost calibrate has written");
+                       tr("What vynhost calibrate has written"));
     command
         .add_option("--full-scale", arguments.fullScale,
-                    "Value of digital full scale, in --unit; several: per channel")
+                    tr("Value of digital full scale, in --unit; several: per channel"))
         ->delimiter(',')
         ->allow_extra_args(false);
-    command.add_option("--unit", arguments.unit, "Of --full-scale");
-    command.add_option("--sensitivity", arguments.sensitivity, "Of the sensor: \"50 mV/Pa\"");
-    command.add_option("--range", arguments.range, "What full scale is at the input: \"10 V\"");
-    command.add_option("--channels", arguments.channels, "From 1: 1,2 (default: all)")
+    command.add_option("--unit", arguments.unit, tr("Of --full-scale"));
+    command.add_option("--sensitivity", arguments.sensitivity, tr("Of the sensor: \"50 mV/Pa\""));
+    command.add_option("--range", arguments.range, tr("What full scale is at the input: \"10 V\""));
+    command.add_option("--channels", arguments.channels, tr("From 1: 1,2 (default: all)"))
         ->delimiter(',')
         ->allow_extra_args(false);
     command.add_option("--out", arguments.out,
-                       "Folder of tables and pictures (default: nothing is written)");
+                       tr("Folder of tables and pictures (default: nothing is written)"));
     command
-        .add_option("--csv", arguments.csv,
-                    "Tables with comma and decimal point (en, the default), or with semicolon and "
-                    "decimal comma (de)")
+        .add_option(
+            "--csv", arguments.csv,
+            tr("Tables with comma and decimal point (en, the default), or with semicolon and "
+               "decimal comma (de)"))
         ->check(CLI::IsMember({"en", "de"}));
     command.add_option("--memory", arguments.memory,
-                       "GiB that data blocks, curves and waiting rows may take (default: 1)");
+                       tr("GiB that data blocks, curves and waiting rows may take (default: 1)"));
     command.add_flag("--diagram", arguments.diagram,
-                     "Print the diagram of these blocks instead of running it");
-    command.add_flag("--force", arguments.force, "Replace files that no run has written, too");
-    command.add_flag("-q,--quiet", arguments.quiet, "Errors only");
+                     tr("Print the diagram of these blocks instead of running it"));
+    command.add_flag("--force", arguments.force, tr("Replace files that no run has written, too"));
+    command.add_flag("-q,--quiet", arguments.quiet, tr("Errors only"));
     command.add_flag("--no-progress", arguments.noProgress,
-                     "No line on a terminal that says how far the run is");
+                     tr("No line on a terminal that says how far the run is"));
 }
 
 void addLevel(CLI::App& app, LevelArguments& arguments) {
-    CLI::App* command = app.add_subcommand("level", "Measures sound levels in a recording");
+    CLI::App* command = app.add_subcommand("level", tr("Measures sound levels in a recording"));
     addMeasurement(*command, arguments);
-    command->add_option("--weighting", arguments.weighting, "A (the default), B, C or Z");
-    command->add_option("--time", arguments.time, "F (the default), S or I");
-    command->add_option("--every", arguments.every, "Time per row: 1s (the default), 125ms, 5min");
+    command->add_option("--weighting", arguments.weighting, tr("A (the default), B, C or Z"));
+    command->add_option("--time", arguments.time, tr("F (the default), S or I"));
+    command->add_option("--every", arguments.every,
+                        tr("Time per row: 1s (the default), 125ms, 5min"));
     command->add_option("--clock", arguments.clock,
-                        "Seconds of a clock period: 1, 3 or 5 (the default)");
+                        tr("Seconds of a clock period: 1, 3 or 5 (the default)"));
     command
         ->add_option("--percentiles", arguments.percentiles,
-                     "Levels exceeded in so many % of the time: 1,5,10,50,90,95,99")
+                     tr("Levels exceeded in so many % of the time: 1,5,10,50,90,95,99"))
         ->delimiter(',')
         ->allow_extra_args(false);
-    command->add_flag("--bands", arguments.bands, "Third-octave levels beside them");
+    command->add_flag("--bands", arguments.bands, tr("Third-octave levels beside them"));
     command->callback([&arguments] {
         watchInterrupts();
         measureLevel(arguments, std::cout);
@@ -227,135 +229,188 @@ void addLevel(CLI::App& app, LevelArguments& arguments) {
 // What those take that measure in spectra.
 void addFrames(CLI::App& command, FrameArguments& arguments) {
     addMeasurement(command, arguments);
-    command.add_option("--length", arguments.length, "Samples of a data block");
+    command.add_option("--length", arguments.length, tr("Samples of a data block"));
     command.add_option("--overlap", arguments.overlap,
-                       "How much data blocks have in common, in % (default: 50)");
+                       tr("How much data blocks have in common, in % (default: 50)"));
     command.add_option("--averages", arguments.averages,
-                       "Data blocks that are averaged at most (default: all)");
+                       tr("Data blocks that are averaged at most (default: all)"));
 }
 
 void addSpectra(CLI::App& app, SpectrumArguments& spectrum, BandsArguments& bands,
                 TransferArguments& transfer) {
-    constexpr const char* kWindow = "A window of the FFT block (default: HANNING)";
-    CLI::App* command = app.add_subcommand("spectrum", "Averages spectra and finds their peaks");
+    const std::string window = tr("A window of the FFT block (default: HANNING)");
+    CLI::App* command =
+        app.add_subcommand("spectrum", tr("Averages spectra and finds their peaks"));
     addFrames(*command, spectrum);
-    command->add_option("--window", spectrum.window, kWindow);
-    command->add_option("--peaks", spectrum.peaks, "At most so many (default: 10)");
+    command->add_option("--window", spectrum.window, window);
+    command->add_option("--peaks", spectrum.peaks, tr("At most so many (default: 10)"));
     command->callback([&spectrum] {
         watchInterrupts();
         measureSpectrum(spectrum, std::cout);
     });
 
-    command = app.add_subcommand("bands", "Measures third-octave or octave levels");
+    command = app.add_subcommand("bands", tr("Measures third-octave or octave levels"));
     addFrames(*command, bands);
-    command->add_flag("--octaves", bands.octaves, "Octaves instead of third octaves");
-    command->add_option("--weighting", bands.weighting, "Z (the default) or A");
+    command->add_flag("--octaves", bands.octaves, tr("Octaves instead of third octaves"));
+    command->add_option("--weighting", bands.weighting, tr("Z (the default) or A"));
     command->callback([&bands] {
         watchInterrupts();
         measureBands(bands, std::cout);
     });
 
-    command = app.add_subcommand("transfer",
-                                 "Measures the transfer function and coherence of two channels");
+    command = app.add_subcommand(
+        "transfer", tr("Measures the transfer function and coherence of two channels"));
     addFrames(*command, transfer);
-    command->add_option("--excitation", transfer.excitation, "A channel (default: 1)");
-    command->add_option("--response", transfer.response, "A channel (default: 2)");
-    command->add_option("--window", transfer.window, kWindow);
+    command->add_option("--excitation", transfer.excitation, tr("A channel (default: 1)"));
+    command->add_option("--response", transfer.response, tr("A channel (default: 2)"));
+    command->add_option("--window", transfer.window, window);
     command->callback([&transfer] {
         watchInterrupts();
         measureTransfer(transfer, std::cout);
     });
 }
 
-constexpr const char* kNotWritten = "standard output can't be written";
+constexpr const char* kNotWritten = words("standard output can't be written");
 
 // What was said must have arrived: a full disk behind standard output is an error, too.
 void requireWritten(std::ostream& stream) {
-    if (!stream.flush()) throw RunError(kWrongInput, kNotWritten);
+    if (!stream.flush()) throw RunError(kWrongInput, tr(kNotWritten));
 }
 
 std::string versionText() {
     return "vynhost " VYN_VERSION ", module interface " + std::to_string(kInterfaceVersion);
 }
 
+// --- Languages ------------------------------------------------------------------------------
+
+// Asked for before anything else is read: help and errors are in it, too.
+Language languageOf(const std::vector<std::string>& words) {
+    constexpr std::string_view kOption = "--lang";
+    std::string name = platform::userLanguage();
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        if (words[i] == kOption && i + 1 < words.size()) name = words[i + 1];
+        if (words[i].starts_with(std::string(kOption) + "="))
+            name = words[i].substr(kOption.size() + 1);
+    }
+    return name == codeOf(Language::german) ? Language::german : Language::english;
+}
+
+void addLanguage(CLI::App& command, std::string& language) {
+    command
+        .add_option("--lang", language,
+                    tr("Language of what is said and of reports: en or de (default: the system's)"))
+        ->check(CLI::IsMember({codeOf(Language::english), codeOf(Language::german)}));
+}
+
+// The words that the parser of command lines adds to a help.
+void putHelpIntoWords(CLI::App& app) {
+    app.set_help_flag("-h,--help", tr("Print this help message and exit"));
+    app.option_defaults()->group(tr("Options"));
+    app.get_help_ptr()->group(tr("Options"));
+    for (const char* label : {words("Usage"), words("OPTIONS"), words("Positionals"),
+                              words("SUBCOMMAND"), words("REQUIRED"), words("TEXT"), words("INT"),
+                              words("UINT"), words("FLOAT"), words("Needs"), words("Excludes")}) {
+        app.get_formatter()->label(label, tr(label));
+    }
+}
+
+// What the parser of command lines has said, in our words.
+std::string retold(const std::string& message) {
+    for (const char* text :
+         {words("A subcommand is required"), words("The following argument was not expected: %1"),
+          words("The following arguments were not expected: %1"),
+          words("%1: %2 required %3 missing"), words("Could not convert: %1 = %2"),
+          words("%1: %2 not in {%3}"), words("%1: Value %2 not in range %3 to %4"),
+          words("%1 requires %2"), words("%1 excludes %2"), words("%1 is required")}) {
+        if (const auto parts = partsOf(message, text)) {
+            return filledIn(translated(text, spokenLanguage()), *parts);
+        }
+    }
+    return message;
+}
+
 int obey(const std::vector<std::string>& words) {
-    CLI::App app("Runs diagrams of signal-analysis blocks over recordings.", "vynhost");
+    speak(languageOf(words));
+    CLI::App app(tr("Runs diagrams of signal-analysis blocks over recordings."), "vynhost");
+    putHelpIntoWords(app);
     app.require_subcommand(1);
     app.allow_windows_style_options(false);  // a path may begin with a slash
-    app.set_version_flag("--version", versionText());
+    app.set_version_flag("--version", versionText(),
+                         tr("Display program version information and exit"));
     int code = kSuccess;
 
     ListArguments listArguments;
-    CLI::App* listCommand = app.add_subcommand("list", "Lists block types and their keywords");
+    CLI::App* listCommand = app.add_subcommand("list", tr("Lists block types and their keywords"));
     listCommand->add_option("TYPE", listArguments.type,
-                            "One type, by name, class or code, with what its keywords mean");
-    CLI::Option* json = listCommand->add_flag("--json", listArguments.json, "As JSON");
+                            tr("One type, by name, class or code, with what its keywords mean"));
+    CLI::Option* json = listCommand->add_flag("--json", listArguments.json, tr("As JSON"));
     listCommand
-        ->add_flag("--markdown", listArguments.markdown, "The keywords as tables in Markdown")
+        ->add_flag("--markdown", listArguments.markdown, tr("The keywords as tables in Markdown"))
         ->excludes(json);
     listCommand->callback([&] { code = list(listArguments); });
 
     SkeletonArguments skeletonArguments;
     CLI::App* skeletonCommand = app.add_subcommand(
-        "skeleton", "Prints a diagram that runs as it is, of blocks one behind the other");
-    skeletonCommand->add_option("TYPE", skeletonArguments.types, "Names, classes or codes")
+        "skeleton", tr("Prints a diagram that runs as it is, of blocks one behind the other"));
+    skeletonCommand->add_option("TYPE", skeletonArguments.types, tr("Names, classes or codes"))
         ->required();
     skeletonCommand->callback([&] { code = skeleton(skeletonArguments); });
 
     RunArguments runArguments;
-    CLI::App* runCommand = app.add_subcommand("run", "Runs a diagram");
-    runCommand->add_option("DIAGRAM", runArguments.diagram, "A TOML file")->required();
+    CLI::App* runCommand = app.add_subcommand("run", tr("Runs a diagram"));
+    runCommand->add_option("DIAGRAM", runArguments.diagram, tr("A TOML file"))->required();
     runCommand->add_option("--input", runArguments.inputs,
-                           "NAME=FILE: another recording for a source");
-    runCommand->add_option("--out", runArguments.out, "Folder of the results (default: here)");
+                           tr("NAME=FILE: another recording for a source"));
+    runCommand->add_option("--out", runArguments.out, tr("Folder of the results (default: here)"));
     runCommand
-        ->add_option("--csv", runArguments.csv,
-                     "Tables with comma and decimal point (en, the default), or with semicolon and "
-                     "decimal comma (de)")
+        ->add_option(
+            "--csv", runArguments.csv,
+            tr("Tables with comma and decimal point (en, the default), or with semicolon and "
+               "decimal comma (de)"))
         ->check(CLI::IsMember({"en", "de"}));
     runCommand->add_option("--report", runArguments.report,
-                           "File of a report: everything on one page, for a browser");
-    runCommand
-        ->add_option("--lang", runArguments.language,
-                     "Language of the report: en (the default) or de")
-        ->check(CLI::IsMember({"en", "de"}));
-    runCommand->add_option("--memory", runArguments.memory,
-                           "GiB that data blocks, curves and waiting rows may take (default: 1)");
+                           tr("File of a report: everything on one page, for a browser"));
+    runCommand->add_option(
+        "--memory", runArguments.memory,
+        tr("GiB that data blocks, curves and waiting rows may take (default: 1)"));
     runCommand->add_flag("--force", runArguments.force,
-                         "Replace files that no run has written, too");
-    runCommand->add_flag("-q,--quiet", runArguments.quiet, "Errors only");
+                         tr("Replace files that no run has written, too"));
+    runCommand->add_flag("-q,--quiet", runArguments.quiet, tr("Errors only"));
     runCommand->add_flag("--no-progress", runArguments.noProgress,
-                         "No line on a terminal that says how far the run is");
-    runCommand->add_flag("--totals", runArguments.totals,
-                         "Say what the results come to, in a line \"total: NAME = VALUE\" each");
-    CLI::Option* each =
-        runCommand->add_option("--each", runArguments.each,
-                               "NAME=FILES: a run for each of these recordings of a source, with * "
-                               "and ? in their names; {name} in --out is the recording's name");
+                         tr("No line on a terminal that says how far the run is"));
+    runCommand->add_flag(
+        "--totals", runArguments.totals,
+        tr("Say what the results come to, in a line \"total: NAME = VALUE\" each"));
+    CLI::Option* each = runCommand->add_option(
+        "--each", runArguments.each,
+        tr("NAME=FILES: a run for each of these recordings of a source, with * "
+           "and ? in their names; {name} in --out is the recording's name"));
     runCommand
         ->add_option("--jobs", runArguments.jobs,
-                     "Runs at a time with --each (default: as many as there are processors)")
+                     tr("Runs at a time with --each (default: as many as there are processors)"))
         ->needs(each);
     runCommand
         ->add_flag("--resume", runArguments.resume,
-                   "With --each: leave out what is done and as it was")
+                   tr("With --each: leave out what is done and as it was"))
         ->needs(each);
     runCommand->callback([&] { code = run(runArguments); });
 
     CalibrateArguments calibrateArguments;
     CLI::App* calibrateCommand = app.add_subcommand(
-        "calibrate", "Finds the scale of a recording in the tone of a sound calibrator");
-    calibrateCommand->add_option("RECORDING", calibrateArguments.recording, "Of the calibrator")
+        "calibrate", tr("Finds the scale of a recording in the tone of a sound calibrator"));
+    calibrateCommand->add_option("RECORDING", calibrateArguments.recording, tr("Of the calibrator"))
         ->required();
     calibrateCommand
-        ->add_option("--level", calibrateArguments.level, "The calibrator's level, dB re 20 uPa")
+        ->add_option("--level", calibrateArguments.level,
+                     tr("The calibrator's level, dB re 20 uPa"))
         ->required();
     calibrateCommand->add_option("--frequency", calibrateArguments.frequency,
-                                 "The calibrator's frequency in Hz (default: 1000)");
+                                 tr("The calibrator's frequency in Hz (default: 1000)"));
     calibrateCommand->add_option("--out", calibrateArguments.out,
-                                 "The calibration's file (default: cal.toml)");
-    calibrateCommand->add_flag("--force", calibrateArguments.force,
-                               "Replace a file that is not as this program has written it, too");
+                                 tr("The calibration's file (default: cal.toml)"));
+    calibrateCommand->add_flag(
+        "--force", calibrateArguments.force,
+        tr("Replace a file that is not as this program has written it, too"));
     calibrateCommand->callback([&] {
         watchInterrupts();
         calibrate(calibrateArguments, std::cout);
@@ -370,40 +425,53 @@ int obey(const std::vector<std::string>& words) {
 
     DialogArguments dialogArguments;
     CLI::App* dialogCommand = app.add_subcommand(
-        "dialog", "Shows a block's dialog and writes its changes into the diagram (Windows)");
-    dialogCommand->add_option("DIAGRAM", dialogArguments.diagram, "A TOML file")->required();
-    dialogCommand->add_option("BLOCK", dialogArguments.block, "A block's name in it")->required();
+        "dialog", tr("Shows a block's dialog and writes its changes into the diagram (Windows)"));
+    dialogCommand->add_option("DIAGRAM", dialogArguments.diagram, tr("A TOML file"))->required();
+    dialogCommand->add_option("BLOCK", dialogArguments.block, tr("A block's name in it"))
+        ->required();
     dialogCommand->callback([&] { code = dialog(dialogArguments); });
 
     CLI::App* doctorCommand =
-        app.add_subcommand("doctor", "Says what is installed where, and whether it works");
+        app.add_subcommand("doctor", tr("Says what is installed where, and whether it works"));
     doctorCommand->callback([&] { code = examine(std::cout); });
 
     ValidateArguments validateArguments;
     CLI::App* validateCommand = app.add_subcommand(
-        "validate", "Tries whether a module holds what a host relies on, in processes of its own");
+        "validate",
+        tr("Tries whether a module holds what a host relies on, in processes of its own"));
     validateCommand->add_option("MODULE", validateArguments.module,
-                                "The module's file (default: the one that run uses)");
+                                tr("The module's file (default: the one that run uses)"));
     validateCommand
         ->add_option(
             "--level", validateArguments.level,
-            "How hard to look: 1 (a glance) to 10 (long, for machines left alone); default: 5")
+            tr("How hard to look: 1 (a glance) to 10 (long, for machines left alone); default: 5"))
         ->check(CLI::Range(1, 10));
     validateCommand->add_option("--seed", validateArguments.seed,
-                                "Of everything random (default: 1)");
+                                tr("Of everything random (default: 1)"));
     validateCommand->add_option("--check", validateArguments.check,
-                                "Only checks whose names begin so");
-    validateCommand->add_flag("--json", validateArguments.json, "As JSON");
+                                tr("Only checks whose names begin so"));
+    validateCommand->add_flag("--json", validateArguments.json, tr("As JSON"));
     validateCommand->add_option("--worker", validateArguments.worker)->group("");
     validateCommand->callback([&] { code = validateModule(validateArguments, std::cout); });
 
+    std::string language;
+    addLanguage(app, language);
     std::vector<std::string> commands;
-    for (const CLI::App* command : app.get_subcommands(nullptr))
+    for (CLI::App* command : app.get_subcommands(nullptr)) {
         commands.push_back(command->get_name());
-    if (!words.empty() && !words.front().starts_with('-') &&
-        std::ranges::find(commands, words.front()) == commands.end()) {
-        complain("\"" + words.front() + "\" is no command" + didYouMean(words.front(), commands) +
-                 " (there are: " + joined(commands) + ")");
+        addLanguage(*command, language);
+        command->group(tr("Subcommands"));
+        command->get_help_ptr()->group(tr("Options"));
+    }
+    // What stands where a command should.
+    const std::string* word = words.data();
+    const std::string* const end = word + words.size();
+    while (word != end && word->starts_with("--lang"))
+        word += *word == "--lang" && end - word > 1 ? 2 : 1;
+    if (word != end && !word->starts_with('-') &&
+        std::ranges::find(commands, *word) == commands.end()) {
+        complain(tr("\"%1\" is no command%2 (there are: %3)", *word, didYouMean(*word, commands),
+                    joined(commands)));
         return kWrongInput;
     }
 
@@ -414,7 +482,7 @@ int obey(const std::vector<std::string>& words) {
         const bool asked = error.get_exit_code() == 0;  // for help or the version
         if (asked) app.exit(error);
         if (asked && std::cout.flush()) return kSuccess;
-        complain(asked ? kNotWritten : std::string(error.what()) + " (--help says more)");
+        complain(asked ? tr(kNotWritten) : tr("%1 (--help says more)", retold(error.what())));
         return kWrongInput;
     } catch (const RunError& error) {
         complain(error.what());
@@ -423,7 +491,7 @@ int obey(const std::vector<std::string>& words) {
         complain(error.what());
         return kNoModule;
     } catch (const std::bad_alloc&) {
-        complain("memory is out");
+        complain(tr("memory is out"));
         return kWrongInput;
     } catch (const std::exception& error) {
         complain(error.what());

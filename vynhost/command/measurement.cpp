@@ -7,6 +7,7 @@
 
 #include "vynhost/base/errors.h"
 #include "vynhost/base/memory_limit.h"
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 #include "vynhost/diagram/calibration.h"
 #include "vynhost/run/recording.h"
@@ -46,7 +47,7 @@ std::string scaleText(const MeasurementArguments& arguments, std::span<const int
     if (!channels.empty()) list("channels", channels);
     std::vector<double> scales = arguments.fullScale;
     for (double& scale : scales) {
-        if (!std::isfinite(scale)) throw InputError("--full-scale must be finite numbers");
+        if (!std::isfinite(scale)) throw InputError(tr("--full-scale must be finite numbers"));
     }
     if (!scales.empty()) list("full_scale", scales);
     return text;
@@ -77,7 +78,7 @@ std::uint64_t memoryOf(double gibibytes) {
     constexpr double kGibi = 1 << 30;
     constexpr double kMost = 1 << 20;
     if (!(gibibytes > 0 && gibibytes <= kMost)) {
-        throw InputError("--memory must be above 0, in GiB, and 1048576 at most");
+        throw InputError(tr("--memory must be above 0, in GiB, and 1048576 at most"));
     }
     return static_cast<std::uint64_t>(gibibytes * kGibi);
 }
@@ -96,8 +97,8 @@ double secondsOf(const std::string& text, const char* option) {
     }
     const std::optional<double> value = toNumber(number);
     if (!value || !(*value * factor > 0) || !(*value * factor <= kLongest)) {
-        throw InputError(std::string(option) + " " + text +
-                         ": must be a time as 1s, 125ms, 5min or 1h, at most 1000000 s");
+        throw InputError(
+            tr("%1 %2: must be a time as 1s, 125ms, 5min or 1h, at most 1000000 s", option, text));
     }
     return *value * factor;
 }
@@ -117,7 +118,7 @@ std::string channelText(const std::string& name, const MeasurementArguments& arg
                                ? static_cast<std::size_t>(channel - 1)
                                : static_cast<std::size_t>(found - arguments.channels.begin());
         if (index >= one.fullScale.size()) {
-            throw InputError("--full-scale has no value for channel " + std::to_string(channel));
+            throw InputError(tr("--full-scale has no value for channel %1", channel));
         }
         one.fullScale = {arguments.fullScale[index]};
     }
@@ -174,7 +175,7 @@ void Measurement::sayNotes(std::ostream& out, std::span<const std::string> silen
 void Measurement::commit(std::ostream& out) {
     if (!writes_) return;
     for (const std::filesystem::path& path : job_->commit()) {
-        if (!arguments_.quiet) out << printable("wrote " + textOf(path)) << '\n';
+        if (!arguments_.quiet) out << printable(tr("wrote %1", textOf(path))) << '\n';
     }
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 
 namespace vynhost {
@@ -36,12 +37,12 @@ std::string speedText(double speed) {
 
 std::string progressText(const Runner::Progress& progress, double elapsedSeconds) {
     const double speed = progress.position / elapsedSeconds;
-    std::string text = timeText(progress.position) + " of " + timeText(progress.length) + " (" +
-                       std::to_string(static_cast<int>(100 * progress.position / progress.length)) +
-                       " %)";
+    const std::string text =
+        tr("%1 of %2 (%3 %)", timeText(progress.position), timeText(progress.length),
+           static_cast<int>(100 * progress.position / progress.length));
     if (!(speed > 0)) return text;
-    return text + ", " + speedText(speed) + " x real time, " +
-           timeText((progress.length - progress.position) / speed) + " left";
+    return tr("%1, %2 x real time, %3 left", text, speedText(speed),
+              timeText((progress.length - progress.position) / speed));
 }
 
 ProgressLine::ProgressLine(std::ostream& terminal, int columns, Clock::time_point now)

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 #include "vynhost/diagram/diagram_text.h"
 #include "vynhost/diagram/keyword_table.h"
@@ -13,12 +14,12 @@ namespace {
 // What goes over a wire.
 enum class Signal { time, spectra, parts, numbers };
 
-std::string_view nameOf(Signal signal) {
+std::string nameOf(Signal signal) {
     switch (signal) {
-        case Signal::time: return "time signals";
-        case Signal::spectra: return "spectra";
-        case Signal::parts: return "real and imaginary parts";
-        case Signal::numbers: return "levels, classes or numbers";
+        case Signal::time: return tr("time signals");
+        case Signal::spectra: return tr("spectra");
+        case Signal::parts: return tr("real and imaginary parts");
+        case Signal::numbers: return tr("levels, classes or numbers");
     }
     return "";
 }
@@ -78,8 +79,7 @@ std::string commented(const KeywordMeaning& keyword, const Block& block) {
     if (!active) value = keyword.initial;
     if (std::holds_alternative<std::monostate>(value)) value = keyword.choices.back().name;
     return std::string(active ? "" : "# ") + std::string(keyword.name) + " = " +
-           settingValueText(value) + "  # " + std::string(keyword.says) + ": " + keyword.allowed() +
-           "\n";
+           settingValueText(value) + "  # " + tr(keyword.says) + ": " + keyword.allowed() + "\n";
 }
 
 class Chain {
@@ -104,8 +104,8 @@ public:
             }
         }
         if (!takes(kind_)) {
-            throw InputError("\"" + type.longName + "\" does not fit behind \"" +
-                             blocks_.back().type + "\", which gives " + std::string(nameOf(kind_)));
+            throw InputError(tr("\"%1\" does not fit behind \"%2\", which gives %3", type.longName,
+                                blocks_.back().type, nameOf(kind_)));
         }
         Block block{type.code, type.longName, newName(type.code)};
         if (type.code == kMittelwert && kind_ != Signal::time) {
@@ -119,14 +119,13 @@ public:
     }
 
     std::string text() const {
-        std::string text =
-            "# Noise to try it with; for a recording of your own instead:\n"
-            "#\n"
-            "#     file = \"recording.wav\"\n"
-            "#     full_scale = 1.0       # value of digital full scale, in\n"
-            "#     unit = \"Pa\"\n"
-            "\n" +
-            source("signal", 1);
+        std::string text = tr("# Noise to try it with; for a recording of your own instead:") +
+                           "\n#\n#     file = \"recording.wav\"\n#     full_scale = 1.0       # " +
+                           tr("value of digital full scale, in") +
+                           "\n"
+                           "#     unit = \"Pa\"\n"
+                           "\n" +
+                           source("signal", 1);
         if (needsResponse_) text += "\n" + source("response", 2);
         for (const Block& block : blocks_) {
             text += "\n[block." + block.name + "]\ntype = \"" + block.type + "\"\n";
@@ -142,8 +141,8 @@ public:
             text.append(".").append(letter).append("\"\ncsv = \"").append(name);
             text.append(".csv\"\nsvg = \"").append(name).append(".svg\"\n");
             if (!average_.empty()) {
-                text += "average = \"" + std::string(average_) +
-                        "\"  # over the data blocks: none, mean, power or last\n";
+                text += "average = \"" + std::string(average_) + "\"  # " +
+                        tr("over the data blocks: none, mean, power or last") + "\n";
             }
         }
         return text;
@@ -152,8 +151,9 @@ public:
 private:
     static std::string source(const std::string& name, int seed) {
         return "[source." + name + "]\nnoise = { rms = 1.0, seed = " + toText(seed) +
-               " }\nrate = 48000.0\nseconds = 2.0\nblock = 4096           # samples per data "
-               "block\ntail = \"drop\"          # a last short block is left out\n";
+               " }\nrate = 48000.0\nseconds = 2.0\nblock = 4096           # " +
+               tr("samples per data block") + "\ntail = \"drop\"          # " +
+               tr("a last short block is left out") + "\n";
     }
 
     std::vector<std::string_view> outputsOf(const Block& block) const {

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "vynhost/base/errors.h"
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 #include "vynhost/command/text_table.h"
 #include "vynhost/diagram/catalogue.h"
@@ -23,7 +24,7 @@ int samplesOfBlock(const FrameArguments& arguments, int usual) {
     constexpr int kLongest = 1 << 24;
     const int length = arguments.length == 0 ? usual : arguments.length;
     if (length < kShortest || length > kLongest) {
-        throw InputError("--length must be from 64 to 16777216 samples");
+        throw InputError(tr("--length must be from 64 to 16777216 samples"));
     }
     return length;
 }
@@ -32,9 +33,9 @@ int samplesOfBlock(const FrameArguments& arguments, int usual) {
 std::string framesText(const FrameArguments& arguments, int block) {
     constexpr double kMost = 99;
     if (!(arguments.overlap >= 0 && arguments.overlap <= kMost)) {
-        throw InputError("--overlap must be from 0 to 99, in %");
+        throw InputError(tr("--overlap must be from 0 to 99, in %"));
     }
-    if (arguments.averages < 0) throw InputError("--averages must be above 0");
+    if (arguments.averages < 0) throw InputError(tr("--averages must be above 0"));
     const auto step =
         std::max<std::int64_t>(std::llround(block * (1 - arguments.overlap / 100)), 1);
     std::string text = "block = " + std::to_string(block) + "\n";
@@ -68,8 +69,9 @@ struct SpectraCount {
     }
     std::string text() const {
         constexpr int kStepDigits = 6;
-        return std::to_string(count) + (count == 1 ? " spectrum" : " spectra, averaged") +
-               ", lines every " + toText(step, kStepDigits) + " Hz";
+        return tr(count == 1 ? words("%1 spectrum, lines every %2 Hz")
+                             : words("%1 spectra, averaged, lines every %2 Hz"),
+                  count, toText(step, kStepDigits));
     }
 };
 
@@ -79,7 +81,7 @@ struct SpectraCount {
 
 std::string spectrumDiagram(const SpectrumArguments& arguments, const RecordingFacts&) {
     constexpr int kUsual = 8192;
-    if (arguments.peaks < 0) throw InputError("--peaks must not be below 0");
+    if (arguments.peaks < 0) throw InputError(tr("--peaks must not be below 0"));
     return sourceText("recording", arguments,
                       framesText(arguments, samplesOfBlock(arguments, kUsual))) +
            "\n[block.spectrum]\ntype = \"FFT\"\nPkAmplType = \"RMS\"\n" +
@@ -115,7 +117,7 @@ void measureSpectrum(const SpectrumArguments& arguments, std::ostream& out) {
     peaksTable += row.end();
     std::string shown;
     for (std::size_t c = 0; c < spectra.size(); ++c) {
-        TextTable table({"f [Hz]", withUnit("level", unit)});
+        TextTable table({"f [Hz]", withUnit(tr("level"), unit)});
         for (const SpectralPeak& peak : findPeaks(spectra[c].y, frames.step, shape,
                                                   static_cast<std::size_t>(arguments.peaks))) {
             const double level = spectra[c].quantity.level(peak.value, reference);
@@ -125,14 +127,15 @@ void measureSpectrum(const SpectrumArguments& arguments, std::ostream& out) {
             row.addNumber(level, kTableDigits);
             peaksTable += row.end();
         }
-        shown += "\nchannel " + printable(names[c]) + "\n" + table.text();
+        shown += "\n" + tr("channel %1", printable(names[c])) + "\n" + table.text();
     }
     measurement.add("spectrum_peaks.csv", peaksTable);
     measurement.sayNotes(out);
     if (!arguments.quiet) {
-        out << frames.text() << "; the highest peaks, between the lines\n"
-            << shown
-            << "\nfrom the FFT block: the lines; the host's own: overlap, average and peaks\n";
+        out << tr("%1; the highest peaks, between the lines", frames.text()) << '\n'
+            << shown << '\n'
+            << tr("from the FFT block: the lines; the host's own: overlap, average and peaks")
+            << '\n';
     }
     measurement.commit(out);
 }
@@ -141,7 +144,7 @@ void measureSpectrum(const SpectrumArguments& arguments, std::ostream& out) {
 
 std::string bandsDiagram(const BandsArguments& arguments, const RecordingFacts& facts) {
     if (arguments.weighting != "Z" && arguments.weighting != "A") {
-        throw InputError("--weighting " + arguments.weighting + ": must be one of Z, A");
+        throw InputError(tr("--weighting %1: must be one of Z, A", arguments.weighting));
     }
     // Lines at most 2 Hz apart, where the recording is as long: the lowest third octave is 4 Hz
     // wide.
@@ -193,17 +196,19 @@ void measureBands(const BandsArguments& arguments, std::ostream& out) {
         }
         table.add(row);
     }
-    std::vector<std::string> total = {"sum"};
+    std::vector<std::string> total = {tr("sum")};
     for (std::size_t c = 0; c < bands.size(); ++c)
         total.push_back(fixedText(bands[c].quantity.level(std::sqrt(sums[c]), reference)));
     table.add(total);
     measurement.sayNotes(out);
     if (!arguments.quiet) {
-        out << frames.text() << "; levels in "
-            << printable(bands.front().quantity.levelText(reference)) << "\n\n"
-            << table.text()
-            << "\nfrom the FFT and the third-octave block: the bands; the host's own: overlap, "
-               "average and sum\n";
+        out << tr("%1; levels in %2", frames.text(),
+                  printable(bands.front().quantity.levelText(reference)))
+            << "\n\n"
+            << table.text() << '\n'
+            << tr("from the FFT and the third-octave block: the bands; the host's own: overlap, "
+                  "average and sum")
+            << '\n';
     }
     measurement.commit(out);
 }
@@ -213,14 +218,14 @@ void measureBands(const BandsArguments& arguments, std::ostream& out) {
 std::string transferDiagram(const TransferArguments& arguments, const RecordingFacts& facts) {
     constexpr int kUsual = 4096;
     if (!arguments.channels.empty()) {
-        throw InputError("--channels: transfer takes --excitation and --response");
+        throw InputError(tr("--channels: transfer takes --excitation and --response"));
     }
     for (const auto& [option, channel] : {std::pair("--excitation ", arguments.excitation),
                                           std::pair("--response ", arguments.response)}) {
         if (channel >= 1 && channel <= facts.channels) continue;
-        throw InputError(option + std::to_string(channel) + ": " + arguments.recording + " has " +
-                         std::to_string(facts.channels) +
-                         (facts.channels == 1 ? " channel" : " channels"));
+        throw InputError(tr(facts.channels == 1 ? words("%1%2: %3 has %4 channel")
+                                                : words("%1%2: %3 has %4 channels"),
+                            option, channel, arguments.recording, facts.channels));
     }
     const std::string frames = framesText(arguments, samplesOfBlock(arguments, kUsual));
     const auto block = [&](const char* name, const char* estimator, const char* further) {
@@ -257,7 +262,7 @@ void measureTransfer(const TransferArguments& arguments, std::ostream& out) {
     const Series& h2 = curves.at(1);
     const std::string unit = h1.quantity.levelText(1);
     TextTable table(
-        {"f [Hz]", withUnit("H1", unit), withUnit("H2", unit), "phase [°]", "coherence"});
+        {"f [Hz]", withUnit("H1", unit), withUnit("H2", unit), tr("phase [°]"), tr("coherence")});
     constexpr int kCoherenceDecimals = 4;
     constexpr int kPerDecade = 10;  // the lines nearest to the third octaves' exact centres
     std::size_t last = 0;
@@ -275,12 +280,13 @@ void measureTransfer(const TransferArguments& arguments, std::ostream& out) {
     }
     measurement.sayNotes(out);
     if (!arguments.quiet) {
-        out << "channel " << arguments.response << " over channel " << arguments.excitation << "; "
-            << frames.text() << "; the lines nearest to the third octaves' centres\n\n"
-            << table.text()
-            << "\nfrom the FFT block of two signals: all values and their averages; the host's "
-               "own: "
-               "overlap\n";
+        out << tr("channel %1 over channel %2; %3; the lines nearest to the third octaves' centres",
+                  arguments.response, arguments.excitation, frames.text())
+            << "\n\n"
+            << table.text() << '\n'
+            << tr("from the FFT block of two signals: all values and their averages; the host's "
+                  "own: overlap")
+            << '\n';
     }
     measurement.commit(out);
 }

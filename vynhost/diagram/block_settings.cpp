@@ -6,6 +6,7 @@
 #include <cstring>
 #include <utility>
 
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 #include "vynhost/diagram/keyword_check.h"
 
@@ -29,28 +30,28 @@ struct RecordFrame {
 // and at how far the block reads.
 std::unique_ptr<PlacedBlock> restoreBlock(ModuleHost& host, int typeCode, const BlockEntry& entry) {
     const std::string& record = *entry.record;
-    const auto bytes = [](std::size_t count) { return std::to_string(count) + " bytes"; };
+    const auto bytes = [](std::size_t count) { return tr("%1 bytes", count); };
     const std::string own = PlacedBlock(host, typeCode).save();
     RecordFrame frame{};
     RecordFrame ownFrame{};
     if (!RecordFrame::read(record, frame) || !RecordFrame::read(own, ownFrame)) {
-        throw InputError(entry.recordPlace, "is damaged: it holds " + bytes(record.size()));
+        throw InputError(entry.recordPlace, tr("is damaged: it holds %1", bytes(record.size())));
     }
     if (frame.version < 0 || frame.version > ownFrame.version) {
-        throw InputError(entry.recordPlace, "is damaged: version " + std::to_string(frame.version) +
-                                                " is none of a parameter record");
+        throw InputError(entry.recordPlace,
+                         tr("is damaged: version %1 is none of a parameter record", frame.version));
     }
     if (frame.version == ownFrame.version && frame.size != ownFrame.size) {
-        throw InputError(entry.recordPlace,
-                         "is damaged, or of another block type: its size word is " +
-                             std::to_string(frame.size) + " instead of " +
-                             std::to_string(ownFrame.size));
+        throw InputError(
+            entry.recordPlace,
+            tr("is damaged, or of another block type: its size word is %1 instead of %2",
+               frame.size, ownFrame.size));
     }
     platform::ParameterFile file(record + std::string(own.size() + record.size(), '\0'));
     auto block = std::make_unique<PlacedBlock>(host, typeCode, file);
     if (file.position() != record.size()) {
-        throw InputError(entry.recordPlace, "is damaged: it holds " + bytes(record.size()) +
-                                                ", the block reads " + bytes(file.position()));
+        throw InputError(entry.recordPlace, tr("is damaged: it holds %1, the block reads %2",
+                                               bytes(record.size()), bytes(file.position())));
     }
     return block;
 }
@@ -82,13 +83,14 @@ void applySettings(PlacedBlock& block, const BlockEntry& entry) {
         const KeywordMeaning& keyword = keywordOf(meaning, setting);
         const WrittenValue written = writtenValue(keyword, setting);
         const KeywordRow* row = rowOf(setting, rows);
-        if (row == nullptr) throw InputError(setting.place, "this module has no such keyword");
+        if (row == nullptr) throw InputError(setting.place, tr("this module has no such keyword"));
         block.set(*row, valueToSend(keyword, written));
         const auto expected = valueReadBack(keyword, written);
         if (!expected) continue;
         const KeywordValue read = block.get(*row);
         if (read != *expected) {
-            throw InputError(setting.place, "the block does not take it, it keeps " + shown(read));
+            throw InputError(setting.place,
+                             tr("the block does not take it, it keeps %1", shown(read)));
         }
         sent.push_back({&setting, row, read});
     }
@@ -96,8 +98,9 @@ void applySettings(PlacedBlock& block, const BlockEntry& entry) {
     for (const Sent& value : sent) {
         const KeywordValue now = block.get(*value.row);
         if (stillTheSame(value.read, now)) continue;
-        throw InputError(value.setting->place, "another setting of this block changes it from " +
-                                                   shown(value.read) + " to " + shown(now));
+        throw InputError(value.setting->place,
+                         tr("another setting of this block changes it from %1 to %2",
+                            shown(value.read), shown(now)));
     }
 }
 
@@ -123,13 +126,13 @@ std::unique_ptr<PlacedBlock> placeBlock(ModuleHost& host, std::span<const TypeIn
                                         const BlockEntry& entry) {
     const TypeInfo& type = typeNamed(entry.type, types, entry.typePlace);
     if (!type.creatable) {
-        throw InputError(entry.typePlace, "the module cannot create a \"" + entry.type + "\"");
+        throw InputError(entry.typePlace, tr("the module cannot create a \"%1\"", entry.type));
     }
     auto block = entry.record ? restoreBlock(host, type.code, entry)
                               : std::make_unique<PlacedBlock>(host, type.code);
     if (!block->created()) {
         throw InputError(entry.typePlace,
-                         "the module makes no further block (1023 at once is most)");
+                         tr("the module makes no further block (1023 at once is most)"));
     }
     applySettings(*block, entry);
     // Some connectors follow the settings only when a run starts.

@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "vynhost/base/limits.h"
+#include "vynhost/base/messages.h"
 #include "vynhost/diagram/toml_section.h"
 
 namespace vynhost {
@@ -18,9 +19,9 @@ std::string line(const char* key, double value, const char* comment) {
 
 double neededNumber(const Section& section, const char* name, double lowest, double highest) {
     const std::optional<double> value = section.number(name);
-    if (!value) throw InputError(section.place(), std::string(name) + " is missing");
+    if (!value) throw InputError(section.place(), tr("%1 is missing", name));
     if (!(*value >= lowest && *value <= highest)) {
-        section.fail(name, "must be from " + toText(lowest) + " to " + toText(highest));
+        section.fail(name, tr("must be from %1 to %2", lowest, highest));
     }
     return *value;
 }
@@ -65,7 +66,7 @@ Calibration readCalibration(const std::filesystem::path& file) {
     all.allowOnly({"calibration", "channel"});
     const toml::node* head = root.get("calibration");
     if (head == nullptr || !head->is_table()) {
-        throw InputError({name, 0, ""}, "is no calibration: it has no [calibration]");
+        throw InputError({name, 0, ""}, tr("is no calibration: it has no [calibration]"));
     }
     const Section section(name, "calibration", *head->as_table());
     section.allowOnly({"recording", "rate", "seconds", "level", "frequency"});
@@ -79,11 +80,11 @@ Calibration readCalibration(const std::filesystem::path& file) {
     const toml::array* channels =
         root.get("channel") == nullptr ? nullptr : root.get("channel")->as_array();
     if (channels == nullptr || channels->empty() || channels->size() > kMostChannels) {
-        throw InputError({name, 0, ""}, "must have a [[channel]] for each channel, 1 to 1024");
+        throw InputError({name, 0, ""}, tr("must have a [[channel]] for each channel, 1 to 1024"));
     }
     for (const toml::node& node : *channels) {
         if (!node.is_table()) {
-            throw InputError({name, Section::lineOf(node), "channel"}, "must be a table");
+            throw InputError({name, Section::lineOf(node), "channel"}, tr("must be a table"));
         }
         calibration.channels.push_back(channelOf(Section(name, "channel", *node.as_table())));
     }

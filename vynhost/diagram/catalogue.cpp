@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 
 namespace vynhost {
@@ -40,7 +41,7 @@ const TypeInfo& typeNamed(const std::string& name, std::span<const TypeInfo> typ
             names.push_back(known);
         }
     }
-    throw InputError(place, "\"" + name + "\" is no block type" + didYouMean(name, names));
+    throw InputError(place, tr("\"%1\" is no block type%2", name, didYouMean(name, names)));
 }
 
 std::vector<std::string> connectorNames(const std::vector<std::string>& labels) {
@@ -56,12 +57,12 @@ std::vector<std::string> connectorNames(const std::vector<std::string>& labels) 
 
 std::string typeText(ValueType type) {
     switch (type) {
-        case ValueType::real: return "number";
-        case ValueType::integer: return "integer";
-        case ValueType::text: return "text";
-        case ValueType::flag: return "flag";
+        case ValueType::real: return words("number");
+        case ValueType::integer: return words("integer");
+        case ValueType::text: return words("text");
+        case ValueType::flag: return words("flag");
     }
-    return "unknown";
+    return words("unknown");
 }
 
 }  // namespace vynhost

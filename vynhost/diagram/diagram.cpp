@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "vynhost/base/limits.h"
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 #include "vynhost/diagram/sensitivity.h"
 #include "vynhost/diagram/toml_section.h"
@@ -44,7 +45,7 @@ public:
             if (kind == kReport) continue;
             if (std::find(kinds.begin(), kinds.end(), kind) == kinds.end()) {
                 throw InputError({file_, Section::lineOf(node), kind},
-                                 "no such table" + didYouMean(kind, kinds));
+                                 tr("no such table%1", didYouMean(kind, kinds)));
             }
         }
         forEach(root, "source", [this](const Section& s, const std::string& n) { source(s, n); });
@@ -55,7 +56,7 @@ public:
         if (root.contains(kReport)) {
             const Section whole(file_, "", root);
             const std::string name = whole.text(kReport);
-            if (name.empty()) whole.fail(kReport, "must be the name of a file");
+            if (name.empty()) whole.fail(kReport, tr("must be the name of a file"));
             askForReport(diagram_, name, whole.place(kReport));
         }
         return std::move(diagram_);
@@ -67,14 +68,14 @@ private:
         const toml::node* group = root.get(kind);
         if (group == nullptr) return;
         if (!group->is_table()) {
-            throw InputError({file_, Section::lineOf(*group), kind}, "must hold tables");
+            throw InputError({file_, Section::lineOf(*group), kind}, tr("must hold tables"));
         }
         // In the order of the file, not of the names.
         std::vector<std::pair<std::string, const toml::table*>> members;
         for (const auto& [name, node] : *group->as_table()) {
             const std::string full = std::string(kind) + "." + std::string(name.str());
             if (!node.is_table()) {
-                throw InputError({file_, Section::lineOf(node), full}, "must be a table");
+                throw InputError({file_, Section::lineOf(node), full}, tr("must be a table"));
             }
             members.emplace_back(name.str(), node.as_table());
         }
@@ -84,11 +85,12 @@ private:
         for (const auto& [name, table] : members) {
             const Section section(file_, std::string(kind) + "." + name, *table);
             if (name.empty() || name.find('.') != std::string::npos) {
-                throw InputError(section.place(), "a name may not hold a point");
+                throw InputError(section.place(), tr("a name may not hold a point"));
             }
             if ((kind == std::string_view("source") || kind == std::string_view("block")) &&
                 !nodes_.insert(name).second) {
-                throw InputError(section.place(), "a source or block of this name exists already");
+                throw InputError(section.place(),
+                                 tr("a source or block of this name exists already"));
             }
             take(section, name);
         }
@@ -110,7 +112,7 @@ private:
                 source.file = diagram_.file.parent_path() / source.file;
             }
             if (section.table().contains("seconds")) {
-                section.fail("seconds", "a recording has its own length");
+                section.fail("seconds", tr("a recording has its own length"));
             }
         }
         source.filePlace = section.place("file");
@@ -119,7 +121,7 @@ private:
         source.step = count(section, "step", source.block).value_or(source.block) % source.block;
         source.stepPlace = section.place("step");
         if (source.overlaps() && source.noise) {
-            section.fail("step", "data blocks that overlap can't have noise of their own");
+            section.fail("step", tr("data blocks that overlap can't have noise of their own"));
         }
         constexpr int kMostBlocks = 1 << 30;
         source.mostBlocks = count(section, "blocks", kMostBlocks).value_or(0);
@@ -127,14 +129,14 @@ private:
         scale(section, hasFile, source);
         source.rate = section.number("rate");
         if (source.rate && !(*source.rate >= kLowestRate && *source.rate <= kHighestRate)) {
-            section.fail("rate", "must be from 1e-9 to 1e12");
+            section.fail("rate", tr("must be from 1e-9 to 1e12"));
         }
         if (!hasFile) source.seconds = secondsOfNoise(section);
         part(section, hasFile, source);
         raw(section, hasFile, source);
         arrays(section, hasFile, source);
         if (!hasFile && section.table().contains("on_truncated")) {
-            section.fail("on_truncated", "noise has no end of its own");
+            section.fail("on_truncated", tr("noise has no end of its own"));
         }
         source.usesTruncated =
             section.choice<bool, 2>("on_truncated", {{{"error", false}, {"use", true}}});
@@ -146,24 +148,23 @@ private:
         if (const toml::node* node = section.table().get("channels");
             node != nullptr && source.format.empty()) {
             const toml::array* list = node->as_array();
-            if (list == nullptr || list->empty()) section.fail("channels", "must be a list");
+            if (list == nullptr || list->empty()) section.fail("channels", tr("must be a list"));
             if (list->size() > kMostChannels) {
-                section.fail("channels",
-                             "are " + std::to_string(list->size()) + ", at most 1024 are possible");
+                section.fail("channels", tr("are %1, at most 1024 are possible", list->size()));
             }
             for (const toml::node& item : *list) {
                 const auto channel = item.value<std::int64_t>();
                 if (!item.is_integer() || *channel < 1 || *channel > 100000) {
-                    section.fail("channels", "channels are whole numbers from 1 on");
+                    section.fail("channels", tr("channels are whole numbers from 1 on"));
                 }
                 source.channels.push_back(static_cast<int>(*channel));
             }
         }
         if (source.fullScale.size() > 1 && !source.channels.empty() &&
             source.fullScale.size() != source.channels.size()) {
-            throw InputError(source.fullScalePlace,
-                             std::to_string(source.fullScale.size()) + " values for " +
-                                 std::to_string(source.channels.size()) + " channels");
+            throw InputError(
+                source.fullScalePlace,
+                tr("%1 values for %2 channels", source.fullScale.size(), source.channels.size()));
         }
         diagram_.sources.push_back(std::move(source));
     }
@@ -177,14 +178,14 @@ private:
         constexpr double kLongest = 1e12;
         for (const char* key : {"start", "length"}) {
             if (section.table().contains(key) && !hasFile) {
-                section.fail(key, "noise alone has no part; seconds says how long it is");
+                section.fail(key, tr("noise alone has no part; seconds says how long it is"));
             }
         }
         if (source.start && !(*source.start >= 0 && *source.start <= kLongest)) {
-            section.fail("start", "must be a number of seconds, 0 or above");
+            section.fail("start", tr("must be a number of seconds, 0 or above"));
         }
         if (source.length && !(*source.length > 0 && *source.length <= kLongest)) {
-            section.fail("length", "must be a number of seconds above 0");
+            section.fail("length", tr("must be a number of seconds above 0"));
         }
     }
 
@@ -194,23 +195,24 @@ private:
         source.formatPlace = section.place("format");
         if (source.format.empty()) {
             if (source.file == "-") {
-                throw InputError(section.place(),
-                                 "format is missing (what comes on standard input has no head)");
+                throw InputError(
+                    section.place(),
+                    tr("format is missing (what comes on standard input has no head)"));
             }
-            if (section.table().contains("format")) section.fail("format", "must be a name");
+            if (section.table().contains("format")) section.fail("format", tr("must be a name"));
             return;
         }
-        if (!hasFile) section.fail("format", "noise alone is in no file");
+        if (!hasFile) section.fail("format", tr("noise alone is in no file"));
         if (!source.rate) {
             throw InputError(section.place(),
-                             "rate is missing (samples without a head have none of their own)");
+                             tr("rate is missing (samples without a head have none of their own)"));
         }
         const toml::node* node = section.table().get("channels");
         if (node == nullptr) return;
         const auto count = node->value<std::int64_t>();
         if (!node->is_integer() || *count < 1 ||
             *count > static_cast<std::int64_t>(kMostChannels)) {
-            section.fail("channels", "beside format is the number of channels, 1 to 1024");
+            section.fail("channels", tr("beside format is the number of channels, 1 to 1024"));
         }
         source.rawChannels = static_cast<int>(*count);
     }
@@ -237,24 +239,24 @@ private:
              {std::pair("calibration", "full_scale"), std::pair("sensitivity", "full_scale"),
               std::pair("sensitivity", "calibration")}) {
             if (table.contains(one) && table.contains(other)) {
-                section.fail(one, std::string("is given beside ") + other +
-                                      "; one of them says what the values are");
+                section.fail(one,
+                             tr("is given beside %1; one of them says what the values are", other));
             }
         }
         for (const auto& [one, other] :
              {std::pair("sensitivity", "range"), std::pair("range", "sensitivity")}) {
             if (table.contains(one) && !table.contains(other)) {
-                section.fail(one, std::string("takes ") + other + " beside it");
+                section.fail(one, tr("takes %1 beside it", other));
             }
         }
         for (const char* ofRecording : {"calibration", "sensitivity"}) {
             if (table.contains(ofRecording) && !hasFile) {
-                section.fail(ofRecording, "noise alone is in its unit already");
+                section.fail(ofRecording, tr("noise alone is in its unit already"));
             }
         }
         if (table.contains("calibration")) {
             const std::string name = section.text("calibration");
-            if (name.empty()) section.fail("calibration", "must be the name of a file");
+            if (name.empty()) section.fail("calibration", tr("must be the name of a file"));
             source.calibration = pathOf(name);
             if (source.calibration.is_relative()) {
                 source.calibration = diagram_.file.parent_path() / source.calibration;
@@ -271,7 +273,7 @@ private:
         for (const double value : source.fullScale) {
             const double singlePrecision = static_cast<float>(value);
             if (!std::isfinite(singlePrecision) || singlePrecision == 0) {
-                throw InputError(source.fullScalePlace, "must be a finite number other than 0");
+                throw InputError(source.fullScalePlace, tr("must be a finite number other than 0"));
             }
         }
     }
@@ -279,8 +281,7 @@ private:
     static void takeUnit(const Section& section, const char* from, const std::string& unit,
                          SourceEntry& source) {
         if (!source.unit.empty() && source.unit != unit) {
-            section.fail("unit",
-                         std::string("must be ") + unit + ", which is what " + from + " gives");
+            section.fail("unit", tr("must be %1, which is what %2 gives", unit, from));
         }
         source.unit = unit;
     }
@@ -290,7 +291,7 @@ private:
         const std::optional<double> number = section.number(name);
         if (!number) return std::nullopt;
         if (!(*number >= 1 && *number <= most) || *number != std::floor(*number)) {
-            section.fail(name, "must be a whole number from 1 to " + std::to_string(most));
+            section.fail(name, tr("must be a whole number from 1 to %1", most));
         }
         return static_cast<int>(*number);
     }
@@ -302,7 +303,7 @@ private:
         requireFew(section, name, *list);
         std::vector<double> result;
         for (const toml::node& item : *list) {
-            if (!item.is_number()) section.fail(name, "must be a number or a list of numbers");
+            if (!item.is_number()) section.fail(name, tr("must be a number or a list of numbers"));
             result.push_back(*item.value<double>());
         }
         return result;
@@ -315,7 +316,7 @@ private:
         requireFew(section, name, *list);
         std::vector<std::string> result;
         for (const toml::node& item : *list) {
-            if (!item.is_string()) section.fail(name, "must be a text or a list of texts");
+            if (!item.is_string()) section.fail(name, tr("must be a text or a list of texts"));
             result.push_back(section.stringOf(name, item));
         }
         return result;
@@ -323,7 +324,7 @@ private:
 
     static void requireFew(const Section& section, const char* name, const toml::array& list) {
         if (list.empty() || list.size() > kMostChannels) {
-            section.fail(name, "must hold a value per channel, at most 1024");
+            section.fail(name, tr("must hold a value per channel, at most 1024"));
         }
     }
 
@@ -334,8 +335,8 @@ private:
         const std::size_t count = std::max(sensitivities.size(), ranges.size());
         if (sensitivities.size() != ranges.size() &&
             std::min(sensitivities.size(), ranges.size()) != 1) {
-            section.fail("range", std::to_string(ranges.size()) + " values for " +
-                                      std::to_string(sensitivities.size()) + " sensitivities");
+            section.fail("range",
+                         tr("%1 values for %2 sensitivities", ranges.size(), sensitivities.size()));
         }
         std::vector<double> result;
         for (std::size_t i = 0; i < count; ++i) {
@@ -346,8 +347,9 @@ private:
             }
             const auto& fullScale = std::get<FullScale>(given);
             if (i > 0 && fullScale.unit != source.unit) {
-                section.fail("sensitivity", "channels of one source have one unit, not " +
-                                                source.unit + " and " + fullScale.unit);
+                section.fail("sensitivity",
+                             tr("channels of one source have one unit, not %1 and %2", source.unit,
+                                fullScale.unit));
             }
             takeUnit(section, "sensitivity", fullScale.unit, source);
             result.push_back(fullScale.value);
@@ -358,16 +360,17 @@ private:
     std::optional<NoiseEntry> noise(const Section& section, const std::string& name) const {
         const toml::node* node = section.table().get("noise");
         if (node == nullptr) return std::nullopt;
-        if (!node->is_table()) section.fail("noise", "must be a table: { rms = 0.01, seed = 1 }");
+        if (!node->is_table())
+            section.fail("noise", tr("must be a table: { rms = 0.01, seed = 1 }"));
         const Section table(file_, "source." + name + ".noise", *node->as_table());
         table.allowOnly({"rms", "seed"});
         const std::optional<double> rms = table.number("rms");
-        if (!rms) throw InputError(table.place(), "rms is missing");
+        if (!rms) throw InputError(table.place(), tr("rms is missing"));
         constexpr double kLoudest = 1e37;  // six times as much is a number in single precision
-        if (!(*rms >= 0 && *rms <= kLoudest)) table.fail("rms", "must be from 0 to 1e37");
+        if (!(*rms >= 0 && *rms <= kLoudest)) table.fail("rms", tr("must be from 0 to 1e37"));
         NoiseEntry result{.rms = *rms};
         if (const toml::node* seed = table.table().get("seed")) {
-            if (!seed->is_integer()) table.fail("seed", "must be a whole number");
+            if (!seed->is_integer()) table.fail("seed", tr("must be a whole number"));
             result.seed = static_cast<std::uint64_t>(*seed->value<std::int64_t>());
         }
         return result;
@@ -378,14 +381,14 @@ private:
         for (const char* needed : {"rate", "seconds"}) {
             if (!section.table().contains(needed)) {
                 throw InputError(section.place(),
-                                 std::string(needed) + " is missing (noise has none of its own)");
+                                 tr("%1 is missing (noise has none of its own)", needed));
             }
         }
         const double seconds = *section.number("seconds");
         const double rate = *section.number("rate");
         if (!(seconds > 0) || !(seconds * rate >= 1) || !(seconds * rate < kMostFrames)) {
             section.fail("seconds",
-                         "must give one sample at least, and no more than can be counted");
+                         tr("must give one sample at least, and no more than can be counted"));
         }
         return seconds;
     }
@@ -420,7 +423,7 @@ private:
             } else if (node.is_string()) {
                 setting.value = section.text(key.str());
             } else {
-                section.fail(key.str(), "must be a number, a text, true or false");
+                section.fail(key.str(), tr("must be a number, a text, true or false"));
             }
             found.emplace_back(node.source().begin, std::move(setting));
         }
@@ -436,15 +439,14 @@ private:
         for (const char c : section.text("record")) {
             if (c == ' ' || c == '\t' || c == '\r' || c == '\n') continue;
             if (!isHexadecimal(c)) {
-                section.fail("record", "\"" + std::string(1, c) +
-                                           "\" is no hexadecimal digit (the " +
-                                           std::to_string(digits.size() + 1) + ". digit)");
+                section.fail("record", tr("\"%1\" is no hexadecimal digit (the %2. digit)",
+                                          std::string(1, c), digits.size() + 1));
             }
             digits += c;
         }
         if (digits.size() % 2 != 0) {
-            section.fail("record", "is damaged: " + std::to_string(digits.size()) +
-                                       " digits are no whole number of bytes");
+            section.fail("record",
+                         tr("is damaged: %1 digits are no whole number of bytes", digits.size()));
         }
         return bytesOf(digits);
     }
@@ -456,23 +458,23 @@ private:
         sink.name = name;
         sink.place = section.place();
         const toml::node* from = section.table().get("from");
-        if (from == nullptr) throw InputError(section.place(), "from is missing");
+        if (from == nullptr) throw InputError(section.place(), tr("from is missing"));
         if (const toml::array* list = from->as_array()) {
             for (const toml::node& item : *list) {
-                if (!item.is_string()) section.fail("from", "must be a list of names");
+                if (!item.is_string()) section.fail("from", tr("must be a list of names"));
                 sink.from.push_back(
                     connector(section.stringOf("from", item), section.place("from")));
             }
         } else {
             sink.from.push_back(connector(section.text("from"), section.place("from")));
         }
-        if (sink.from.empty()) section.fail("from", "names nothing");
+        if (sink.from.empty()) section.fail("from", tr("names nothing"));
         if (const toml::node* values = section.table().get("values")) {
             sink.valuesPlace = section.place("values");
             const toml::array* list = values->as_array();
-            if (list == nullptr) section.fail("values", "must be a list of names");
+            if (list == nullptr) section.fail("values", tr("must be a list of names"));
             for (const toml::node& item : *list) {
-                if (!item.is_string()) section.fail("values", "must be a list of names");
+                if (!item.is_string()) section.fail("values", tr("must be a list of names"));
                 sink.values.push_back(section.stringOf("values", item));
             }
         }
@@ -493,7 +495,7 @@ private:
         sink.decibels = section.choice<bool, 2>("y", {{{"linear", false}, {"dB", true}}});
         sink.reference = section.number("reference").value_or(1.0);
         if (!(sink.reference > 0) || std::isinf(sink.reference)) {
-            section.fail("reference", "must be a finite number above 0");
+            section.fail("reference", tr("must be a finite number above 0"));
         }
         diagram_.sinks.push_back(std::move(sink));
     }
@@ -506,19 +508,19 @@ private:
         compare.with = connector(section.neededText("with"), section.place("with"));
         compare.tolerance = section.number("tolerance");
         if (compare.tolerance && !(*compare.tolerance >= 0 && std::isfinite(*compare.tolerance))) {
-            section.fail("tolerance", "must be a finite number, 0 or above");
+            section.fail("tolerance", tr("must be a finite number, 0 or above"));
         }
         diagram_.comparisons.push_back(std::move(compare));
     }
 
     void wire(const toml::node& node) {
         if (!node.is_table()) {
-            throw InputError({file_, Section::lineOf(node), "wire"}, "must be a table");
+            throw InputError({file_, Section::lineOf(node), "wire"}, tr("must be a table"));
         }
         const Section section(file_, "wire", *node.as_table());
         for (const auto& [key, value] : section.table()) {
             const std::string to(key.str());
-            if (!value.is_string()) section.fail(to, "must be the name of a source or output");
+            if (!value.is_string()) section.fail(to, tr("must be the name of a source or output"));
             diagram_.wires.push_back(
                 {connector(to, section.place(to)), connector(section.text(to), section.place(to))});
         }
@@ -566,21 +568,17 @@ void askForReport(Diagram& diagram, const std::string& file, const Place& place)
 void requireResults(const Diagram& diagram) {
     const Place place{textOf(diagram.file), 0, ""};
     if (diagram.sources.empty() && diagram.blocks.empty() && diagram.sinks.empty()) {
-        throw InputError(place,
-                         "the diagram is empty: it needs a [source.NAME], blocks with wires, and a "
-                         "[sink.NAME] (vynhost skeleton prints one)");
+        throw InputError(place, tr("the diagram is empty: it needs a [source.NAME], blocks with "
+                                   "wires, and a [sink.NAME] (vynhost skeleton prints one)"));
     }
     if (diagram.sinks.empty() && diagram.comparisons.empty()) {
-        throw InputError(place,
-                         "nothing would be written: a [sink.NAME] with from and csv or svg, or a "
-                         "[compare.NAME], is missing");
+        throw InputError(place, tr("nothing would be written: a [sink.NAME] with from and csv or "
+                                   "svg, or a [compare.NAME], is missing"));
     }
     for (const SinkEntry& sink : diagram.sinks) {
         if (sink.hasTable() || !sink.svg.empty() || sink.inReport) continue;
-        throw InputError(
-            sink.place,
-            "neither csv nor svg is given (nor jsonl, npy, npz, mat, hdf5, wav or xlsx), "
-            "nor a report asked for");
+        throw InputError(sink.place, tr("neither csv nor svg is given (nor jsonl, npy, npz, mat, "
+                                        "hdf5, wav or xlsx), nor a report asked for"));
     }
 }
 

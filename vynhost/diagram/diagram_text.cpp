@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 
 namespace vynhost {
@@ -283,7 +284,8 @@ std::string rewriteBlock(const std::string& text, const std::filesystem::path& f
     const auto found = std::ranges::find(diagram.blocks, before.name, &BlockEntry::name);
     if (found == diagram.blocks.end() || !sameEntries(*found, after) ||
         everythingBut(before.name, toml::parse(rewritten)) != everythingBut(before.name, root)) {
-        throw InputError(before.place, "the entries can't be changed in the way they are written");
+        throw InputError(before.place,
+                         tr("the entries can't be changed in the way they are written"));
     }
     return rewritten;
 }

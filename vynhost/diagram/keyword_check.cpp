@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 
 namespace vynhost {
@@ -20,12 +21,12 @@ std::string textOf(const WrittenValue& value) {
     }
     if (const auto* real = std::get_if<double>(&value)) return toText(*real);
     if (const auto* integer = std::get_if<std::int32_t>(&value)) return toText(*integer);
-    return "nothing";
+    return tr("nothing");
 }
 
 [[noreturn]] void refuse(const KeywordMeaning& keyword, const Setting& setting,
                          const std::string& what) {
-    throw InputError(setting.place, what + ", allowed is " + keyword.allowed());
+    throw InputError(setting.place, tr("%1, allowed is %2", what, keyword.allowed()));
 }
 
 std::vector<std::string> writableNames(const KeywordMeaning& keyword) {
@@ -43,22 +44,24 @@ WrittenValue writtenChoice(const KeywordMeaning& keyword, const Setting& setting
         choice = keyword.choice(*name);
         hint = didYouMean(*name, writableNames(keyword));
     } else if (keyword.type == ValueType::text) {
-        refuse(keyword, setting, "takes a name, in quotes");
+        refuse(keyword, setting, tr("takes a name, in quotes"));
     } else if (const auto* integer = std::get_if<std::int64_t>(&setting.value)) {
         const auto found = std::ranges::find_if(
             keyword.choices, [&](const NamedChoice& c) { return c.number == *integer; });
         choice = found == keyword.choices.end() ? nullptr : &*found;
     } else {
-        refuse(keyword, setting, "takes a name or a whole number");
+        refuse(keyword, setting, tr("takes a name or a whole number"));
     }
     if (choice == nullptr) {
-        throw InputError(setting.place, textOf(setting.value) + " is none of its values" + hint +
-                                            (hint.empty() ? ", allowed is " : " (allowed is ") +
-                                            keyword.allowed() + (hint.empty() ? "" : ")"));
+        throw InputError(setting.place, hint.empty()
+                                            ? tr("%1 is none of its values, allowed is %2",
+                                                 textOf(setting.value), keyword.allowed())
+                                            : tr("%1 is none of its values%2 (allowed is %3)",
+                                                 textOf(setting.value), hint, keyword.allowed()));
     }
     if (!choice->writable) {
         refuse(keyword, setting,
-               textOf(setting.value) + " can only come from a parameter record or a dialog");
+               tr("%1 can only come from a parameter record or a dialog", textOf(setting.value)));
     }
     return choice->name;
 }
@@ -82,10 +85,10 @@ std::string given(const KeywordRule& rule, const BlockMeaning& block, const Keyw
     for (const std::string_view name : rule.keywords) {
         const KeywordMeaning* keyword = name.empty() ? nullptr : block.keyword(name);
         if (keyword == nullptr || !keyword->readsBack) continue;
-        text += (text.empty() ? "" : ", ") + std::string(name) + " is ";
         const WrittenValue* value = values.find(name);
-        text += value == nullptr || std::holds_alternative<std::monostate>(*value) ? "not set"
-                                                                                   : textOf(*value);
+        const bool isSet = value != nullptr && !std::holds_alternative<std::monostate>(*value);
+        text += (text.empty() ? "" : ", ") +
+                tr("%1 is %2", name, isSet ? textOf(*value) : tr("not set"));
     }
     return text;
 }
@@ -97,7 +100,7 @@ void checkRules(const BlockMeaning& block, const BlockEntry& entry, const Keywor
         if (rule.holds(values, rate.value_or(std::nan("")))) continue;
         const auto named = std::ranges::find(rule.keywords, std::string_view());
         const std::string what = given(rule, block, values);
-        std::string text(rule.says);
+        std::string text = tr(rule.says);
         if (rate) text += ", " + toText(*rate) + " Hz";
         if (!what.empty()) text += " (" + what + ")";
         throw InputError(placeOf(entry, std::span(rule.keywords.begin(), named)), text);
@@ -111,17 +114,17 @@ WrittenValue writtenValue(const KeywordMeaning& keyword, const Setting& setting)
     const auto* integer = std::get_if<std::int64_t>(&setting.value);
     const auto* real = std::get_if<double>(&setting.value);
     if (keyword.type == ValueType::real) {
-        if (integer == nullptr && real == nullptr) refuse(keyword, setting, "takes a number");
+        if (integer == nullptr && real == nullptr) refuse(keyword, setting, tr("takes a number"));
         const double number = real != nullptr ? *real : static_cast<double>(*integer);
-        if (!std::isfinite(number)) refuse(keyword, setting, toText(number) + " is no number");
+        if (!std::isfinite(number)) refuse(keyword, setting, tr("%1 is no number", number));
         if (!keyword.range.holds(number)) {
-            refuse(keyword, setting, toText(number) + " is out of range");
+            refuse(keyword, setting, tr("%1 is out of range", number));
         }
         return number;
     }
-    if (integer == nullptr) refuse(keyword, setting, "takes a whole number");
+    if (integer == nullptr) refuse(keyword, setting, tr("takes a whole number"));
     if (!keyword.range.holds(static_cast<double>(*integer))) {
-        refuse(keyword, setting, toText(*integer) + " is out of range");
+        refuse(keyword, setting, tr("%1 is out of range", *integer));
     }
     return static_cast<std::int32_t>(*integer);
 }
@@ -168,9 +171,9 @@ const KeywordMeaning& keywordOf(const BlockMeaning& block, const Setting& settin
     names.reserve(block.keywords.size());
     for (const KeywordMeaning& known : block.keywords)
         names.emplace_back(known.name);
-    throw InputError(setting.place, "no such keyword" + didYouMean(setting.keyword, names) +
-                                        (names.empty() ? " (the block has none)"
-                                                       : " (there are: " + joined(names) + ")"));
+    throw InputError(setting.place, tr("no such keyword%1%2", didYouMean(setting.keyword, names),
+                                       names.empty() ? tr(" (the block has none)")
+                                                     : tr(" (there are: %1)", joined(names))));
 }
 
 KeywordValues valuesOf(PlacedBlock& block, const BlockEntry& entry) {
@@ -201,7 +204,7 @@ void checkValues(const BlockMeaning& block, const BlockEntry& entry, const Keywo
         const double number = values.number(keyword.name);
         if (keyword.range.holds(number)) continue;
         throw InputError(placeOf(entry, std::span(&keyword.name, 1)),
-                         "comes out as " + toText(number) + ", allowed is " + keyword.allowed());
+                         tr("comes out as %1, allowed is %2", number, keyword.allowed()));
     }
 }
 
@@ -213,18 +216,18 @@ void checkInputs(const BlockMeaning& block, const BlockEntry& entry, const Keywo
         const auto wire = wires.find(std::string(input.letter));
         if (input.need == InputNeed::always) {
             if (wire != wires.end()) continue;
-            throw InputError(entry.place, name + " (" + std::string(input.says) +
-                                              ") is not wired, and nothing is computed without it");
+            throw InputError(entry.place,
+                             tr("%1 (%2) is not wired, and nothing is computed without it", name,
+                                tr(input.says)));
         }
         const bool read = input.isRead(values);
         if (read && wire == wires.end()) {
             throw InputError(placeOf(entry, std::span(&input.keyword, 1)),
-                             std::string(input.when) + ", but " + name + " (" +
-                                 std::string(input.says) +
-                                 ") is not wired, so nothing would ever start anew");
+                             tr("%1, but %2 (%3) is not wired, so nothing would ever start anew",
+                                tr(input.when), name, tr(input.says)));
         }
         if (!read && wire != wires.end()) {
-            throw InputError(wire->second, name + " is read only where " + std::string(input.when));
+            throw InputError(wire->second, tr("%1 is read only where %2", name, tr(input.when)));
         }
     }
 }
@@ -244,10 +247,11 @@ void checkFilterDesign(PlacedBlock& block, const BlockEntry& entry, double rate)
     const auto response = probe.process(timeSignal(impulse, 1, 1 / rate));
     probe.stop();
     if (!response || response->values != impulse) return;
-    throw InputError(entry.place,
-                     "this filter cannot be designed at " + toText(rate) +
-                         " Hz, the signal would pass as it is: it takes a lower order, a wider "
-                         "band, or more room between ripple and attenuation");
+    throw InputError(
+        entry.place,
+        tr("this filter cannot be designed at %1 Hz, the signal would pass as it is: it takes a "
+           "lower order, a wider band, or more room between ripple and attenuation",
+           rate));
 }
 
 }  // namespace vynhost

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 
 namespace vynhost {
@@ -21,92 +22,93 @@ constexpr NamedChoice kSwitch[] = {{"off", 0}, {"on", 1}};
 constexpr NamedChoice kClassModes[] = {{"automatic", 1}, {"manual", 2}};
 constexpr NamedChoice kResets[] = {
     {"never", 1},
-    {"trigger", 2, "after a data block at T with a value above the trigger level"},
-    {"count", 3, "after a number of data blocks"},
+    {"trigger", 2, words("after a data block at T with a value above the trigger level")},
+    {"count", 3, words("after a number of data blocks")},
 };
 constexpr NamedChoice kCalculations[] = {
-    {"relative", 1, "percent of the channel's total"},
-    {"absolute", 2, "counts, or seconds"},
+    {"relative", 1, words("percent of the channel's total")},
+    {"absolute", 2, words("counts, or seconds")},
 };
 constexpr NamedChoice kMethods[] = {
-    {"samples", 1, "Stichprobe: how many samples lie in each class"},
-    {"dwell time", 2, "Verweildauer: how long the signal stays in each class"},
-    {"level crossings", 3, "Klassendurchgang: how often each class's lower limit is crossed"},
-    {.name = "peaks 1", .number = 4, .says = "Spitzenwertverfahren1", .writable = false},
-    {.name = "peaks 2", .number = 5, .says = "Spitzenwertverfahren2", .writable = false},
-    {.name = "peaks 3", .number = 6, .says = "Spitzenwertverfahren3", .writable = false},
+    {"samples", 1, words("Stichprobe: how many samples lie in each class")},
+    {"dwell time", 2, words("Verweildauer: how long the signal stays in each class")},
+    {"level crossings", 3,
+     words("Klassendurchgang: how often each class's lower limit is crossed")},
+    {.name = "peaks 1", .number = 4, .says = words("Spitzenwertverfahren1"), .writable = false},
+    {.name = "peaks 2", .number = 5, .says = words("Spitzenwertverfahren2"), .writable = false},
+    {.name = "peaks 3", .number = 6, .says = words("Spitzenwertverfahren3"), .writable = false},
 };
 
 constexpr KeywordMeaning kClassification[] = {
     {.name = "PkMode",
      .type = integer,
-     .says = "whether the dialog offers the class limits; nothing is computed from it",
+     .says = words("whether the dialog offers the class limits; nothing is computed from it"),
      .choices = kClassModes,
      .initial = "automatic"},
     {.name = "PkNumber",
      .type = integer,
-     .says = "number of classes; the width follows",
+     .says = words("number of classes; the width follows"),
      .range = {.least = 1, .most = 9999999},
      .initial = 20},
     {.name = "PkBegin",
      .type = real,
-     .says = "lower limit of the first class; the width follows",
+     .says = words("lower limit of the first class; the width follows"),
      .range = kAny,
      .initial = -10.0},
     {.name = "PkEnd",
      .type = real,
-     .says = "upper limit of the last class; the width follows",
+     .says = words("upper limit of the last class; the width follows"),
      .range = kAny,
      .initial = 10.0},
     {.name = "PkWidth",
      .type = real,
-     .says = "width of a class; number and end follow",
+     .says = words("width of a class; number and end follow"),
      .range = kAboveZero,
      .initial = 1.0},
     {.name = "PkRange",
      .type = real,
-     .says = "all classes together; width and end follow",
+     .says = words("all classes together; width and end follow"),
      .range = kAboveZero,
      .initial = 20.0},
     {.name = "PkReset",
      .type = integer,
-     .says = "when counting starts anew",
+     .says = words("when counting starts anew"),
      .choices = kResets,
      .initial = "never"},
     {.name = "PkNBlocks",
      .type = integer,
-     .says = "data blocks between resets by count",
+     .says = words("data blocks between resets by count"),
      .range = kCount,
      .initial = 1},
     {.name = "PkCalcMode",
      .type = integer,
-     .says = "what a class's value is",
+     .says = words("what a class's value is"),
      .choices = kCalculations,
      .initial = "relative"},
     {.name = "PkRefline",
      .type = real,
-     .says = "reference line: crossings are counted upwards above it, downwards below it",
+     .says = words("reference line: crossings are counted upwards above it, downwards below it"),
      .range = kAny,
      .initial = 0.0},
     {.name = "PkHyst",
      .type = real,
-     .says = "hysteresis, of the class width",
+     .says = words("hysteresis, of the class width"),
      .unit = "%",
      .range = {.least = 0, .most = 100},
      .initial = 0.0},
     {.name = "PkMethod",
      .type = integer,
-     .says = "what is counted",
+     .says = words("what is counted"),
      .choices = kMethods,
      .initial = "samples",
-     .note =
+     .note = words(
          "the three peak methods read back as 4, 5 and 6; only the dialog or a parameter record "
-         "chooses them"},
+         "chooses them")},
 };
 
 constexpr KeywordRule kClassificationRules[] = {
     {{"PkBegin", "PkEnd", "PkRange", "PkWidth"},
-     "the class begin lies below the class end",
+     words("the class begin lies below the class end"),
      false,
      [](const KeywordValues& v, double) { return v.number("PkBegin") < v.number("PkEnd"); }},
 };
@@ -118,12 +120,12 @@ constexpr NamedChoice kAnalyses[] = {{"third octaves", 1}, {"octaves", 2}};
 constexpr KeywordMeaning kBands[] = {
     {.name = "PkAnalysis",
      .type = integer,
-     .says = "which bands",
+     .says = words("which bands"),
      .choices = kAnalyses,
      .initial = "third octaves"},
     {.name = "PkAScaling",
      .type = integer,
-     .says = "A-weights the bands",
+     .says = words("A-weights the bands"),
      .choices = kSwitch,
      .initial = "off"},
 };
@@ -142,40 +144,40 @@ constexpr KeywordMeaning measure(std::string_view name, std::string_view says,
 
 constexpr NamedChoice kStatisticOutputs[] = {
     {"one output", 1},
-    {"an output per measure", 2, "outputs 1, 2, ... in the order of this table"},
+    {"an output per measure", 2, words("outputs 1, 2, ... in the order of this table")},
 };
 
 constexpr KeywordMeaning kStatistics[] = {
-    measure("PkSumBlock", "sum of the samples of a data block"),
-    measure("PkSumAll", "sum of all samples of the run"),
-    measure("PkQSum", "sum of the squared samples"),
-    measure("PkYMax", "largest sample", "on"),
-    measure("PkXonYMax", "x of the largest sample"),
-    measure("PkYMin", "smallest sample", "on"),
-    measure("PkXonYMin", "x of the smallest sample"),
-    measure("PkXMax", "x behind the last sample"),
-    measure("PkYonXMax", "last sample"),
-    measure("PkXMin", "x of the first sample"),
-    measure("PkYonXMin", "first sample"),
-    measure("PkAMean", "arithmetic mean"),
-    measure("PkQMean", "root mean square", "on"),
-    measure("PkGMean", "geometric mean; 0 with a sample that is not above 0"),
-    measure("PkHMean", "harmonic mean; 0 with a sample of 0"),
-    measure("PkSpannw", "largest less smallest sample"),
-    measure("PkStdAbw", "standard deviation"),
-    measure("PkVarianz", "variance"),
-    measure("PkVarKoeff", "coefficient of variation: standard deviation over mean"),
-    measure("PkVarKoRel", "coefficient of variation over the root of n - 1, in percent"),
-    measure("PkMAAVMW", "mean distance from the mean"),
+    measure("PkSumBlock", words("sum of the samples of a data block")),
+    measure("PkSumAll", words("sum of all samples of the run")),
+    measure("PkQSum", words("sum of the squared samples")),
+    measure("PkYMax", words("largest sample"), "on"),
+    measure("PkXonYMax", words("x of the largest sample")),
+    measure("PkYMin", words("smallest sample"), "on"),
+    measure("PkXonYMin", words("x of the smallest sample")),
+    measure("PkXMax", words("x behind the last sample")),
+    measure("PkYonXMax", words("last sample")),
+    measure("PkXMin", words("x of the first sample")),
+    measure("PkYonXMin", words("first sample")),
+    measure("PkAMean", words("arithmetic mean")),
+    measure("PkQMean", words("root mean square"), "on"),
+    measure("PkGMean", words("geometric mean; 0 with a sample that is not above 0")),
+    measure("PkHMean", words("harmonic mean; 0 with a sample of 0")),
+    measure("PkSpannw", words("largest less smallest sample")),
+    measure("PkStdAbw", words("standard deviation")),
+    measure("PkVarianz", words("variance")),
+    measure("PkVarKoeff", words("coefficient of variation: standard deviation over mean")),
+    measure("PkVarKoRel", words("coefficient of variation over the root of n - 1, in percent")),
+    measure("PkMAAVMW", words("mean distance from the mean")),
     {.name = "PkAllOn",
      .type = integer,
-     .says = "all measures at once; what follows it in the diagram still counts",
+     .says = words("all measures at once; what follows it in the diagram still counts"),
      .choices = kSwitch,
-     .note = "reads back as 0 whatever was written",
+     .note = words("reads back as 0 whatever was written"),
      .readsBack = false},
     {.name = "PkOutMode",
      .type = integer,
-     .says = "how the measures leave the block",
+     .says = words("how the measures leave the block"),
      .choices = kStatisticOutputs,
      .initial = "one output"},
 };
@@ -187,19 +189,19 @@ bool selectsAMeasure(const KeywordValues& values, double) {
 }
 
 constexpr KeywordRule kStatisticsRules[] = {
-    {{"PkAllOn"}, "at least one measure must be on", false, selectsAMeasure},
+    {{"PkAllOn"}, words("at least one measure must be on"), false, selectsAMeasure},
 };
 
 // --- 5003 Mittelwert ------------------------------------------------------------------------
 
 constexpr NamedChoice kAverageModes[] = {
-    {"reduction", 1, "the mean of every R samples"},
-    {"moving average", 2, "the mean of the last N samples"},
-    {"data blocks", 3, "the mean of data blocks, value by value"},
+    {"reduction", 1, words("the mean of every R samples")},
+    {"moving average", 2, words("the mean of the last N samples")},
+    {"data blocks", 3, words("the mean of data blocks, value by value")},
 };
 constexpr NamedChoice kAverageOutputs[] = {
-    {"every block", 0, "a result with every data block"},
-    {"at a reset", 1, "with reset by trigger or count: the finished averages only"},
+    {"every block", 0, words("a result with every data block")},
+    {"at a reset", 1, words("with reset by trigger or count: the finished averages only")},
 };
 // The counts are stored in 16 bits.
 constexpr NumberRange kSampleCount{.least = 1, .most = std::numeric_limits<std::uint16_t>::max()};
@@ -207,39 +209,39 @@ constexpr NumberRange kSampleCount{.least = 1, .most = std::numeric_limits<std::
 constexpr KeywordMeaning kAveraging[] = {
     {.name = "PkMode",
      .type = integer,
-     .says = "what is averaged",
+     .says = words("what is averaged"),
      .choices = kAverageModes,
      .initial = "reduction"},
     {.name = "PkReduceVal",
      .type = integer,
-     .says = "R of the reduction, at most the values of a data block",
+     .says = words("R of the reduction, at most the values of a data block"),
      .unit = "samples",
      .range = kSampleCount,
      .initial = 10},
     {.name = "PkSmoothNVal",
      .type = integer,
-     .says = "N of the moving average, at most the values of a data block",
+     .says = words("N of the moving average, at most the values of a data block"),
      .unit = "samples",
      .range = kSampleCount,
      .initial = 7},
     {.name = "PkWFactor",
      .type = real,
-     .says = "weight of the data blocks before: 1 the plain mean, 0 the last block alone",
+     .says = words("weight of the data blocks before: 1 the plain mean, 0 the last block alone"),
      .range = {.least = 0, .most = 1},
      .initial = 1.0},
     {.name = "PkResetMode",
      .type = integer,
-     .says = "when an average of data blocks starts anew",
+     .says = words("when an average of data blocks starts anew"),
      .choices = kResets,
      .initial = "never"},
     {.name = "PkResNBlocks",
      .type = integer,
-     .says = "data blocks between resets by count",
+     .says = words("data blocks between resets by count"),
      .range = kCount,
      .initial = 1},
     {.name = "PkOutMode",
      .type = integer,
-     .says = "which averages of data blocks are put out",
+     .says = words("which averages of data blocks are put out"),
      .choices = kAverageOutputs,
      .initial = "at a reset"},
 };
@@ -247,15 +249,15 @@ constexpr KeywordMeaning kAveraging[] = {
 // --- 5004 FFT, 5006 FFT zweier Zeitsignale --------------------------------------------------
 
 constexpr NamedChoice kAmplitudeTypes[] = {
-    {.name = "PEAK", .says = "amplitude of a tone"},
-    {.name = "RMS", .says = "root mean square of a tone"},
-    {.name = "POWERSPECTRUM", .says = "mean square of a tone"},
+    {.name = "PEAK", .says = words("amplitude of a tone")},
+    {.name = "RMS", .says = words("root mean square of a tone")},
+    {.name = "POWERSPECTRUM", .says = words("mean square of a tone")},
     {.name = "PSD",
-     .says = "power density: mean square per Hz",
+     .says = words("power density: mean square per Hz"),
      .readsText = "POWERSPECTRUMDENSITY"},
-    {.name = "AUTOSPECTRUM", .says = "squared amplitude"},
-    {.name = "CEPSTRUM", .says = "power of the spectrum's logarithm"},
-    {.name = "REALIMAGINAER", .says = "real and imaginary part, at R and I"},
+    {.name = "AUTOSPECTRUM", .says = words("squared amplitude")},
+    {.name = "CEPSTRUM", .says = words("power of the spectrum's logarithm")},
+    {.name = "REALIMAGINAER", .says = words("real and imaginary part, at R and I")},
 };
 constexpr NamedChoice kWindows[] = {
     {.name = "RECTANGLE"}, {.name = "HANNING"},     {.name = "HAMMING"},   {.name = "BLACKMAN"},
@@ -263,8 +265,9 @@ constexpr NamedChoice kWindows[] = {
     {.name = "PARZEN"},    {.name = "BARTLETT"},    {.name = "VALLEE"},    {.name = "CAUCHY"},
     {.name = "GAUSS"},     {.name = "EXPONENTIAL"}, {.name = "RIEMANN"},
 };
-constexpr std::string_view kEnergySays = "for random signals: levels and bands keep their power";
-constexpr std::string_view kAmplitudeSays = "for tones: a line reads the tone's amplitude";
+constexpr std::string_view kEnergySays =
+    words("for random signals: levels and bands keep their power");
+constexpr std::string_view kAmplitudeSays = words("for tones: a line reads the tone's amplitude");
 constexpr NamedChoice kCorrections[] = {
     {.name = "none", .number = 0, .reads = 1},
     {.name = "energy", .number = 1, .says = kEnergySays, .reads = 2},
@@ -275,22 +278,22 @@ constexpr NamedChoice kDualCorrections[] = {
     {"energy", 1, kEnergySays},
     {"amplitude", 2, kAmplitudeSays},
 };
-constexpr std::string_view kWindowSays = "window function, before the transform";
-constexpr std::string_view kWindowNote =
-    "a new block has no window, which no keyword writes and which computes what RECTANGLE does";
-constexpr std::string_view kCorrectionSays = "what makes up for the window's attenuation";
+constexpr std::string_view kWindowSays = words("window function, before the transform");
+constexpr std::string_view kWindowNote = words(
+    "a new block has no window, which no keyword writes and which computes what RECTANGLE does");
+constexpr std::string_view kCorrectionSays = words("what makes up for the window's attenuation");
 constexpr std::string_view kParameterSays =
-    "shape of the windows KAISER, CAUCHY, GAUSS and EXPONENTIAL";
+    words("shape of the windows KAISER, CAUCHY, GAUSS and EXPONENTIAL");
 constexpr NumberRange kWindowParameter{.least = 0, .most = 100};
 
 constexpr KeywordMeaning kSpectrum[] = {
     {.name = "PkAmplType",
      .type = text,
-     .says = "what a line's value is",
+     .says = words("what a line's value is"),
      .choices = kAmplitudeTypes,
      .initial = "PEAK",
      .example = "RMS",
-     .note = "PSD reads back as POWERSPECTRUMDENSITY"},
+     .note = words("PSD reads back as POWERSPECTRUMDENSITY")},
     {.name = "PkWndFct",
      .type = text,
      .says = kWindowSays,
@@ -303,7 +306,7 @@ constexpr KeywordMeaning kSpectrum[] = {
      .choices = kCorrections,
      .initial = "none",
      .example = "amplitude",
-     .note = "reads back one higher than it is written: 1, 2, 3"},
+     .note = words("reads back one higher than it is written: 1, 2, 3")},
     {.name = "PkWndPara",
      .type = real,
      .says = kParameterSays,
@@ -311,67 +314,67 @@ constexpr KeywordMeaning kSpectrum[] = {
      .initial = 10.0},
     {.name = "PkPhase",
      .type = integer,
-     .says = "puts the phases out, at P",
+     .says = words("puts the phases out, at P"),
      .choices = kSwitch,
      .initial = "off"},
 };
 
 constexpr NamedChoice kTransferTypes[] = {
-    {.name = "SPECTRUM H0", .says = "quotient of the spectra"},
-    {.name = "SPECTRUM H1", .says = "noise on the response averages out"},
-    {.name = "SPECTRUM H2", .says = "noise on the excitation averages out"},
+    {.name = "SPECTRUM H0", .says = words("quotient of the spectra")},
+    {.name = "SPECTRUM H1", .says = words("noise on the response averages out")},
+    {.name = "SPECTRUM H2", .says = words("noise on the excitation averages out")},
 };
 constexpr NamedChoice kQuantities[] = {
     {.name = "cross spectrum", .number = 0, .reads = 1},
     {.name = "transfer function", .number = 1, .reads = 2},
 };
 constexpr NamedChoice kAverageTypes[] = {
-    {.name = "NO", .says = "every data block by itself"},
-    {.name = "ARITHMETIC", .says = "the mean"},
-    {.name = "EXPONENTIAL", .says = "1/n of the past and the rest of the new block"},
-    {.name = "PEAKMIN", .says = "the smallest"},
-    {.name = "PEAKMAX", .says = "the largest"},
-    {.name = "MINMAXAVERAGE", .says = "weighted, see PkAvgFactor"},
-    {.name = "PEAKMINMAX", .says = "the same as ARITHMETIC"},
+    {.name = "NO", .says = words("every data block by itself")},
+    {.name = "ARITHMETIC", .says = words("the mean")},
+    {.name = "EXPONENTIAL", .says = words("1/n of the past and the rest of the new block")},
+    {.name = "PEAKMIN", .says = words("the smallest")},
+    {.name = "PEAKMAX", .says = words("the largest")},
+    {.name = "MINMAXAVERAGE", .says = words("weighted, see PkAvgFactor")},
+    {.name = "PEAKMINMAX", .says = words("the same as ARITHMETIC")},
 };
 constexpr NamedChoice kAverageSources[] = {
-    {"amplitude", 0, "the values that go out"},
-    {"power", 1, "the cepstrum's power, before its conversion"},
+    {"amplitude", 0, words("the values that go out")},
+    {"power", 1, words("the cepstrum's power, before its conversion")},
 };
 constexpr NamedChoice kDualResets[] = {
     {"never", 0},
-    {"trigger", 1, "after a data block at T with a value above 2.4"},
-    {"count", 2, "after a number of data blocks"},
+    {"trigger", 1, words("after a data block at T with a value above 2.4")},
+    {"count", 2, words("after a number of data blocks")},
 };
-constexpr std::string_view kNoReadNote = "reads back as one byte without meaning";
+constexpr std::string_view kNoReadNote = words("reads back as one byte without meaning");
 
 constexpr KeywordMeaning kDualSpectrum[] = {
     {.name = "PkOutChnMode",
      .type = integer,
-     .says = "kept with the parameters, without effect",
+     .says = words("kept with the parameters, without effect"),
      .range = {.least = 0, .most = std::numeric_limits<std::int16_t>::max()},
      .initial = 1143},
     {.name = "PkAmplType",
      .type = text,
-     .says = "what a line's value is",
+     .says = words("what a line's value is"),
      .choices = kAmplitudeTypes,
      .initial = "PEAK",
      .note = kNoReadNote,
      .readsBack = false},
     {.name = "PkTransPhase",
      .type = integer,
-     .says = "puts the phases out, at P",
+     .says = words("puts the phases out, at P"),
      .choices = kSwitch,
      .initial = "off"},
     {.name = "PkCoherence",
      .type = integer,
-     .says = "puts the coherence out, at K",
+     .says = words("puts the coherence out, at K"),
      .choices = kSwitch,
      .initial = "off",
      .example = "on"},
     {.name = "PkTransFCTType",
      .type = text,
-     .says = "which transfer function",
+     .says = words("which transfer function"),
      .choices = kTransferTypes,
      .initial = "SPECTRUM H0",
      .example = "SPECTRUM H1",
@@ -379,14 +382,14 @@ constexpr KeywordMeaning kDualSpectrum[] = {
      .readsBack = false},
     {.name = "PkCrossSpectr",
      .type = integer,
-     .says = "what is computed",
+     .says = words("what is computed"),
      .choices = kQuantities,
      .initial = "cross spectrum",
      .example = "transfer function",
-     .note = "reads back one higher than it is written: 1, 2"},
+     .note = words("reads back one higher than it is written: 1, 2")},
     {.name = "PkAverageType",
      .type = text,
-     .says = "how data blocks are averaged",
+     .says = words("how data blocks are averaged"),
      .choices = kAverageTypes,
      .initial = "NO",
      .example = "ARITHMETIC",
@@ -394,17 +397,18 @@ constexpr KeywordMeaning kDualSpectrum[] = {
      .readsBack = false},
     {.name = "PkAverageSource",
      .type = integer,
-     .says = "what is averaged",
+     .says = words("what is averaged"),
      .choices = kAverageSources,
      .initial = "amplitude",
-     .note = "power averages with PkAverageType NO too"},
+     .note = words("power averages with PkAverageType NO too")},
     {.name = "PkWndFct",
      .type = text,
      .says = kWindowSays,
      .choices = kWindows,
      .example = "HANNING",
-     .note = "reads back as one byte without meaning; a new block has no window, which no keyword "
-             "writes and which computes what RECTANGLE does",
+     .note = words(
+         "reads back as one byte without meaning; a new block has no window, which no keyword "
+         "writes and which computes what RECTANGLE does"),
      .readsBack = false},
     {.name = "PkWndCorrectTyp",
      .type = integer,
@@ -418,29 +422,31 @@ constexpr KeywordMeaning kDualSpectrum[] = {
      .initial = 10.0},
     {.name = "PkResetMode",
      .type = integer,
-     .says = "when an average starts anew",
+     .says = words("when an average starts anew"),
      .choices = kDualResets,
      .initial = "never"},
     {.name = "PkResetCount",
      .type = integer,
-     .says = "data blocks between resets by count",
+     .says = words("data blocks between resets by count"),
      .range = kCount,
      .initial = 10},
     {.name = "PkDataOnReset",
      .type = integer,
-     .says = "with averages and resets: puts the finished averages out only",
+     .says = words("with averages and resets: puts the finished averages out only"),
      .choices = kSwitch,
      .initial = "off"},
     {.name = "PkAvgFactor",
      .type = real,
-     .says = "of MINMAXAVERAGE: what the past's weight is multiplied by after every data block",
+     .says =
+         words("of MINMAXAVERAGE: what the past's weight is multiplied by after every data block"),
      .range = {.least = 0, .most = 1},
      .initial = 1.0},
 };
 
 // --- 5007 Digitale Filter -------------------------------------------------------------------
 
-constexpr NamedChoice kFilterKinds[] = {{"IIR", 0, "recursive"}, {"FIR", 1, "window method"}};
+constexpr NamedChoice kFilterKinds[] = {{"IIR", 0, words("recursive")},
+                                        {"FIR", 1, words("window method")}};
 constexpr NamedChoice kFilterModes[] = {
     {"low pass", 0}, {"high pass", 1}, {"band pass", 2}, {"band stop", 3}};
 constexpr NamedChoice kFirWindows[] = {
@@ -455,69 +461,69 @@ constexpr double kMostBesselOrder = 25;
 constexpr KeywordMeaning kFilter[] = {
     {.name = "PkFIRFilter",
      .type = flag,
-     .says = "kind of filter",
+     .says = words("kind of filter"),
      .choices = kFilterKinds,
      .initial = "FIR",
      .example = "IIR"},
     {.name = "PkFilterMode",
      .type = integer,
-     .says = "what passes",
+     .says = words("what passes"),
      .choices = kFilterModes,
      .initial = "low pass"},
     {.name = "PkCutoffFreq",
      .type = real,
-     .says = "edge of low pass and high pass",
+     .says = words("edge of low pass and high pass"),
      .unit = "Hz",
      .range = kAboveZero,
      .initial = 500.0},
     {.name = "PkUpperFreq",
      .type = real,
-     .says = "upper edge of band pass and band stop",
+     .says = words("upper edge of band pass and band stop"),
      .unit = "Hz",
      .range = kAboveZero,
      .initial = 1000.0},
     {.name = "PkLowerFreq",
      .type = real,
-     .says = "lower edge of band pass and band stop",
+     .says = words("lower edge of band pass and band stop"),
      .unit = "Hz",
      .range = kAboveZero,
      .initial = 100.0},
     {.name = "PkWindowFunction",
      .type = integer,
-     .says = "FIR: window of the design",
+     .says = words("FIR: window of the design"),
      .choices = kFirWindows,
      .initial = "Blackman"},
     {.name = "PkFilterLength",
      .type = integer,
-     .says = "FIR: number of taps",
+     .says = words("FIR: number of taps"),
      .range = {.least = 3, .most = (1 << 20) - 1, .odd = true},
      .initial = 25},
     {.name = "PkKaiserWindow",
      .type = flag,
-     .says = "FIR: a Kaiser window stands in for the chosen one",
+     .says = words("FIR: a Kaiser window stands in for the chosen one"),
      .choices = kSwitch,
      .initial = "off"},
     {.name = "PkFilterType",
      .type = integer,
-     .says = "IIR: characteristic",
+     .says = words("IIR: characteristic"),
      .choices = kCharacteristics,
      .example = "Butterworth",
-     .note = "a new block has none, which reads back as 6; an IIR filter needs one"},
+     .note = words("a new block has none, which reads back as 6; an IIR filter needs one")},
     {.name = "PkRipple",
      .type = real,
-     .says = "IIR, Chebyshev and elliptic: ripple in the pass band",
+     .says = words("IIR, Chebyshev and elliptic: ripple in the pass band"),
      .unit = "dB",
      .range = kRipple,
      .initial = 1.2},
     {.name = "PkAttenuation",
      .type = real,
-     .says = "IIR, elliptic and inverse Chebyshev: attenuation in the stop band",
+     .says = words("IIR, elliptic and inverse Chebyshev: attenuation in the stop band"),
      .unit = "dB",
      .range = kAttenuation,
      .initial = 40.0},
     {.name = "PkFilterOrder",
      .type = integer,
-     .says = "IIR: order; bands have twice as many poles",
+     .says = words("IIR: order; bands have twice as many poles"),
      .range = {.least = 1, .most = 64},
      .initial = 2},
 };
@@ -535,45 +541,46 @@ bool hasTaps(const KeywordValues& v) {
 
 constexpr KeywordRule kFilterRules[] = {
     {{"PkFilterLength", "PkWindowFunction"},
-     "an FIR filter with a Hanning or Blackman window has 5 taps or more",
+     words("an FIR filter with a Hanning or Blackman window has 5 taps or more"),
      false,
      [](const KeywordValues& v, double) { return isIir(v) || hasTaps(v); }},
     {{"PkFilterType", "PkFIRFilter"},
-     "an IIR filter needs a characteristic: Butterworth (0), Chebyshev (1), elliptic (2), inverse "
-     "Chebyshev (3) or Bessel (4)",
+     words("an IIR filter needs a characteristic: Butterworth (0), Chebyshev (1), elliptic (2), "
+           "inverse "
+           "Chebyshev (3) or Bessel (4)"),
      false,
      [](const KeywordValues& v, double) {
          return !isIir(v) || v.isAnyOf("PkFilterType", {"Butterworth", "Chebyshev", "elliptic",
                                                         "inverse Chebyshev", "Bessel"});
      }},
     {{"PkFilterOrder", "PkFilterType"},
-     "a Bessel filter has an order of 1 to 25",
+     words("a Bessel filter has an order of 1 to 25"),
      false,
      [](const KeywordValues& v, double) {
          return !isIir(v) || !v.is("PkFilterType", "Bessel") ||
                 v.number("PkFilterOrder") <= kMostBesselOrder;
      }},
     {{"PkRipple", "PkAttenuation", "PkFilterType"},
-     "the ripple of an elliptic filter lies below its attenuation",
+     words("the ripple of an elliptic filter lies below its attenuation"),
      false,
      [](const KeywordValues& v, double) {
          return !isIir(v) || !v.is("PkFilterType", "elliptic") ||
                 v.number("PkRipple") < v.number("PkAttenuation");
      }},
     {{"PkLowerFreq", "PkUpperFreq", "PkFilterMode"},
-     "the lower edge of a band lies below its upper edge",
+     words("the lower edge of a band lies below its upper edge"),
      false,
      [](const KeywordValues& v, double) {
          return !hasBand(v) || v.number("PkLowerFreq") < v.number("PkUpperFreq");
      }},
     {{"PkCutoffFreq"},
-     "the edge of a low pass or high pass lies below half the sample rate",
+     words("the edge of a low pass or high pass lies below half the sample rate"),
      true,
      [](const KeywordValues& v, double rate) {
          return hasBand(v) || v.number("PkCutoffFreq") < rate / 2;
      }},
     {{"PkUpperFreq", "PkLowerFreq"},
-     "the edges of a band lie below half the sample rate",
+     words("the edges of a band lie below half the sample rate"),
      true,
      [](const KeywordValues& v, double rate) {
          return !hasBand(v) || v.number("PkUpperFreq") < rate / 2;
@@ -583,12 +590,12 @@ constexpr KeywordRule kFilterRules[] = {
 // --- 5008 Frequenzbewertung -----------------------------------------------------------------
 
 constexpr NamedChoice kCurves[] = {
-    {"linear", 0, "passes everything on as it is"}, {"A", 1}, {"B", 2}, {"C", 3}};
+    {"linear", 0, words("passes everything on as it is")}, {"A", 1}, {"B", 2}, {"C", 3}};
 
 constexpr KeywordMeaning kWeighting[] = {
     {.name = "PkXweight",
      .type = integer,
-     .says = "weighting curve; data at S choose another one while the run goes on",
+     .says = words("weighting curve; data at S choose another one while the run goes on"),
      .choices = kCurves,
      .initial = "linear",
      .example = "A"},
@@ -599,7 +606,7 @@ constexpr double kMostWeightingRate = 1e6;
 
 constexpr KeywordRule kWeightingRules[] = {
     {{"PkXweight"},
-     "time signals of 4000 Hz to 1000000 Hz sample rate are weighted",
+     words("time signals of 4000 Hz to 1000000 Hz sample rate are weighted"),
      true,
      [](const KeywordValues& v, double rate) {
          return v.is("PkXweight", "linear") ||
@@ -610,42 +617,42 @@ constexpr KeywordRule kWeightingRules[] = {
 // --- 5009 Pegelberechnung -------------------------------------------------------------------
 
 constexpr NamedChoice kSignalTypes[] = {
-    {"peak", 0, "momentary values"},
-    {"RMS", 1, "mean squares, with the time weighting"},
+    {"peak", 0, words("momentary values")},
+    {"RMS", 1, words("mean squares, with the time weighting")},
 };
 constexpr NamedChoice kTimeWeightings[] = {
-    {"Slow", 0, "1 s"},
-    {"Fast", 1, "0.125 s"},
-    {"Impulse", 2, "0.035 s, held"},
+    {"Slow", 0, words("1 s")},
+    {"Fast", 1, words("0.125 s")},
+    {"Impulse", 2, words("0.035 s, held")},
 };
 constexpr NamedChoice kClockPeriods[] = {{"1 s", 0}, {"3 s", 1}, {"5 s", 2}};
 
 constexpr KeywordMeaning kLevels[] = {
     {.name = "PkRMS",
      .type = flag,
-     .says = "what a level is made of",
+     .says = words("what a level is made of"),
      .choices = kSignalTypes,
      .initial = "RMS"},
     {.name = "PkTimeTc",
      .type = integer,
-     .says = "time weighting",
+     .says = words("time weighting"),
      .choices = kTimeWeightings,
      .initial = "Slow",
      .example = "Fast"},
     {.name = "PkTimeTx",
      .type = integer,
-     .says = "clock period, for the clock maximum levels",
+     .says = words("clock period, for the clock maximum levels"),
      .choices = kClockPeriods,
      .initial = "3 s"},
     {.name = "PkTimeHold",
      .type = real,
-     .says = "what a pause takes back of the time before it",
+     .says = words("what a pause takes back of the time before it"),
      .unit = "s",
      .range = {.least = 0, .most = 60},
      .initial = 0.0},
     {.name = "PkFreqOut",
      .type = real,
-     .says = "rate of the output, at most the sample rate",
+     .says = words("rate of the output, at most the sample rate"),
      .unit = "Hz",
      .range = kAboveZero,
      .initial = 10.0},
@@ -653,7 +660,7 @@ constexpr KeywordMeaning kLevels[] = {
 
 constexpr KeywordRule kLevelRules[] = {
     {{"PkFreqOut"},
-     "levels come at most at the sample rate",
+     words("levels come at most at the sample rate"),
      true,
      [](const KeywordValues& v, double rate) { return v.number("PkFreqOut") <= rate; }},
 };
@@ -662,27 +669,28 @@ constexpr KeywordRule kLevelRules[] = {
 
 constexpr InputMeaning trigger(std::string_view keyword, std::string_view when,
                                bool (*isRead)(const KeywordValues& values)) {
-    return {"T", "the trigger", InputNeed::conditional, keyword, when, isRead};
+    return {"T", words("the trigger"), InputNeed::conditional, keyword, when, isRead};
 }
 constexpr InputMeaning kClassTrigger =
-    trigger("PkReset", "PkReset is \"trigger\"",
+    trigger("PkReset", words("PkReset is \"trigger\""),
             [](const KeywordValues& v) { return v.is("PkReset", "trigger"); });
 constexpr InputMeaning kDualTrigger =
-    trigger("PkResetMode", "PkResetMode is \"trigger\"",
+    trigger("PkResetMode", words("PkResetMode is \"trigger\""),
             [](const KeywordValues& v) { return v.is("PkResetMode", "trigger"); });
 constexpr InputMeaning kAverageTrigger =
-    trigger("PkResetMode", "PkResetMode is \"trigger\" and PkMode is \"data blocks\"",
+    trigger("PkResetMode", words("PkResetMode is \"trigger\" and PkMode is \"data blocks\""),
             [](const KeywordValues& v) {
                 return v.is("PkResetMode", "trigger") && v.is("PkMode", "data blocks");
             });
-constexpr InputMeaning kData[] = {{"E", "the data"}};
-constexpr InputMeaning kClassified[] = {{"E", "the data"}, kClassTrigger};
-constexpr InputMeaning kAveraged[] = {{"E", "the data"}, kAverageTrigger};
-constexpr InputMeaning kDataAndControl[] = {{"E", "the signal"},
-                                            {"S", "the control values", InputNeed::optional}};
-constexpr InputMeaning kParts[] = {{"R", "the real parts"}, {"I", "the imaginary parts"}};
+constexpr InputMeaning kData[] = {{"E", words("the data")}};
+constexpr InputMeaning kClassified[] = {{"E", words("the data")}, kClassTrigger};
+constexpr InputMeaning kAveraged[] = {{"E", words("the data")}, kAverageTrigger};
+constexpr InputMeaning kDataAndControl[] = {
+    {"E", words("the signal")}, {"S", words("the control values"), InputNeed::optional}};
+constexpr InputMeaning kParts[] = {{"R", words("the real parts")},
+                                   {"I", words("the imaginary parts")}};
 constexpr InputMeaning kTwoSignals[] = {
-    {"E", "the excitation"}, {"A", "the response"}, kDualTrigger};
+    {"E", words("the excitation")}, {"A", words("the response")}, kDualTrigger};
 
 // --- All ------------------------------------------------------------------------------------
 
@@ -718,17 +726,18 @@ bool NumberRange::holds(double number) const {
 
 std::string NumberRange::text(std::string_view unit) const {
     constexpr double kUnbounded = std::numeric_limits<double>::max();
-    std::string result = odd ? "odd, " : "";
+    std::string result = odd ? tr("odd, ") : "";
     if (least == -kUnbounded) {
-        result += "any number";
+        result += tr("any number");
+    } else if (above && most != kUnbounded) {
+        result += tr("above %1 to %2", least, most);
     } else if (above) {
-        result += "above " + toText(least);
-        if (most != kUnbounded) result += " to " + toText(most);
+        result += tr("above %1", least);
     } else if (most == std::numeric_limits<std::int32_t>::max()) {
-        result += toText(least) + " or more";
+        result += tr("%1 or more", least);
     } else {
         // Counts in full.
-        result += toText(least) + " to " + toText(static_cast<std::int64_t>(most));
+        result += tr("%1 to %2", least, static_cast<std::int64_t>(most));
     }
     return unit.empty() ? result : result + " " + std::string(unit);
 }
@@ -749,7 +758,7 @@ std::string KeywordMeaning::allowed() const {
     }
     std::string text = names.front();
     for (std::size_t i = 1; i < names.size(); ++i)
-        text += (i + 1 == names.size() ? " or " : ", ") + names[i];
+        text += (i + 1 == names.size() ? tr(" or ") : ", ") + names[i];
     return text;
 }
 

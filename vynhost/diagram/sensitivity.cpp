@@ -5,6 +5,7 @@
 #include <optional>
 #include <utility>
 
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 
 namespace vynhost {
@@ -73,17 +74,16 @@ std::variant<FullScale, SensitivityFlaw> fullScaleOf(std::string_view sensitivit
                                       : withoutBrackets(trimmed(sensitivity.substr(line + 1)));
     const auto perUnit = electrical(sensitivity.substr(0, line));
     if (!perUnit || unit.empty()) {
-        return SensitivityFlaw{false,
-                               "must be volts, amperes or coulombs for one unit of what is "
-                               "measured, like \"50 mV/Pa\""};
+        return SensitivityFlaw{false, tr("must be volts, amperes or coulombs for one unit of what "
+                                         "is measured, like \"50 mV/Pa\"")};
     }
     const auto largest = electrical(range);
     if (!largest) {
-        return SensitivityFlaw{true, "must be what full scale is at the input, like \"10 V\""};
+        return SensitivityFlaw{true, tr("must be what full scale is at the input, like \"10 V\"")};
     }
     if (largest->unit != perUnit->unit) {
-        return SensitivityFlaw{
-            true, std::string("is in ") + largest->unit + ", the sensitivity in " + perUnit->unit};
+        return SensitivityFlaw{true,
+                               tr("is in %1, the sensitivity in %2", largest->unit, perUnit->unit)};
     }
     return FullScale{largest->value / perUnit->value, std::string(unit)};
 }

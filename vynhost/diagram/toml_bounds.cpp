@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "vynhost/base/errors.h"
+#include "vynhost/base/messages.h"
 
 namespace vynhost {
 namespace {
@@ -44,8 +45,8 @@ public:
                 default:
                     if ((c & 0x80) != 0) {
                         fail(
-                            "a letter like \"ä\" stands outside of quotes; names with such "
-                            "letters need them");
+                            tr("a letter like \"ä\" stands outside of quotes; names with such "
+                               "letters need them"));
                     }
                     ++at_;
             }
@@ -59,7 +60,7 @@ private:
 
     void open() {
         if (++brackets_ > kMostBrackets) {
-            fail("more than " + std::to_string(kMostBrackets) + " brackets are open");
+            fail(tr("more than %1 brackets are open", kMostBrackets));
         }
         parts_ = 1;
         ++at_;
@@ -67,7 +68,7 @@ private:
 
     void countPart() {
         if (++parts_ > kMostNameParts) {
-            fail("a name has more than " + std::to_string(kMostNameParts) + " parts");
+            fail(tr("a name has more than %1 parts", kMostNameParts));
         }
         ++at_;
     }
@@ -119,8 +120,8 @@ private:
 
 void checkBounds(std::string_view text, const std::string& file) {
     if (text.size() > kMostDiagramBytes) {
-        throw InputError({file, 0, ""}, "is larger than a diagram may be (" +
-                                            std::to_string(kMostDiagramBytes) + " bytes)");
+        throw InputError({file, 0, ""},
+                         tr("is larger than a diagram may be (%1 bytes)", kMostDiagramBytes));
     }
     Walk(text, file).go();
 }

@@ -2,6 +2,7 @@
 
 #include <fstream>
 
+#include "vynhost/base/messages.h"
 #include "vynhost/diagram/toml_bounds.h"
 
 namespace vynhost {
@@ -9,7 +10,7 @@ namespace vynhost {
 std::string tomlTextOf(const std::filesystem::path& file) {
     std::error_code error;  // of a name that is too long, say
     if (!std::filesystem::is_regular_file(file, error)) {
-        throw InputError({textOf(file), 0, ""}, "no such file");
+        throw InputError({textOf(file), 0, ""}, tr("no such file"));
     }
     std::ifstream in(file, std::ios::binary);
     std::string text(kMostDiagramBytes + 1, '\0');  // one more tells that there is more

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "vynhost/base/errors.h"
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 
 namespace vynhost {
@@ -45,24 +46,23 @@ public:
     std::string text(std::string_view name, const std::string& otherwise = "") const {
         const toml::node* node = table_.get(name);
         if (node == nullptr) return otherwise;
-        if (!node->is_string()) fail(name, "must be a text");
+        if (!node->is_string()) fail(name, tr("must be a text"));
         return stringOf(name, *node);
     }
     // Of a string. The system would end it at a character of code 0, and mean another name.
     std::string stringOf(std::string_view name, const toml::node& node) const {
         std::string text = node.value_or(std::string());
-        if (text.find('\0') != std::string::npos) fail(name, "holds a character of code 0");
+        if (text.find('\0') != std::string::npos) fail(name, tr("holds a character of code 0"));
         return text;
     }
     std::string neededText(std::string_view name) const {
-        if (table_.get(name) == nullptr)
-            throw InputError(place(), std::string(name) + " is missing");
+        if (table_.get(name) == nullptr) throw InputError(place(), tr("%1 is missing", name));
         return text(name);
     }
     std::optional<double> number(std::string_view name) const {
         const toml::node* node = table_.get(name);
         if (node == nullptr) return std::nullopt;
-        if (!node->is_number()) fail(name, "must be a number");
+        if (!node->is_number()) fail(name, tr("must be a number"));
         return node->value<double>();
     }
     template <class Choice, std::size_t Count>
@@ -74,7 +74,7 @@ public:
             if (given == allowed) return value;
             names.emplace_back(allowed);
         }
-        fail(name, "\"" + given + "\" is none of " + joined(names));
+        fail(name, tr("\"%1\" is none of %2", given, joined(names)));
     }
     // Refuses keys that are none of these.
     void allowOnly(std::initializer_list<const char*> names) const {
@@ -82,7 +82,7 @@ public:
         for (const auto& [name, node] : table_) {
             const std::string given(name.str());
             if (std::find(allowed.begin(), allowed.end(), given) == allowed.end()) {
-                fail(given, "no such key" + didYouMean(given, allowed));
+                fail(given, tr("no such key%1", didYouMean(given, allowed)));
             }
         }
     }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <system_error>
 
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 #include "vynhost/interface/platform/system.h"
 
@@ -31,7 +32,7 @@ Installation findInstallation() { return installationOf(ModuleLibrary::defaultPa
 Installation installationOf(const std::filesystem::path& module) {
     Installation result;
     result.module = module;
-    result.places.push_back(placeBelow(result.module.parent_path(), "beside the module"));
+    result.places.push_back(placeBelow(result.module.parent_path(), words("beside the module")));
     result.pages = platform::programFolder() / "docs" / "blocks";
     if (const auto setting = platform::sharedDirectory()) {
         result.places.push_back(placeBelow(pathOf(*setting), platform::kSharedDirectoryName));
@@ -43,14 +44,14 @@ std::optional<std::string> libraryVersion(const std::filesystem::path& file, std
     constexpr const char* kVersionFunction = "ZABFunc79";
     void* loaded = platform::loadLibrary(file, why);
     if (loaded == nullptr) {
-        why = "does not load: " + why;
+        why = tr("does not load: %1", why);
         return std::nullopt;
     }
     std::optional<std::string> version;
     const auto function =
         reinterpret_cast<int (*)()>(platform::findFunction(loaded, kVersionFunction));
     if (function == nullptr) {
-        why = std::string("has no ") + kVersionFunction;
+        why = tr("has no %1", kVersionFunction);
     } else {
         const int number = function();
         version = toText(number / 100) + "." + toText(number % 100);
@@ -63,8 +64,8 @@ void requireLibrary(const Installation& installation) {
     if (installation.library() != nullptr) return;
     std::string looked;
     for (const LibraryPlace& place : installation.places)
-        looked += (looked.empty() ? "" : ", ") + textOf(place.file) + " (" + place.reason + ")";
-    throw ModuleError("the analysis library is missing; looked for " + looked);
+        looked += (looked.empty() ? "" : ", ") + textOf(place.file) + " (" + tr(place.reason) + ")";
+    throw ModuleError(tr("the analysis library is missing; looked for %1", looked));
 }
 
 ModuleLibrary loadModule(const Installation& installation) {

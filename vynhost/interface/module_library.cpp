@@ -3,6 +3,7 @@
 #include <string>
 #include <system_error>
 
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 #include "vynhost/interface/platform/system.h"
 
@@ -13,7 +14,7 @@ void* load(const std::filesystem::path& path) {
     std::string why;
     void* library = platform::loadLibrary(path, why);
     if (library == nullptr) {
-        throw ModuleError("the module " + textOf(path) + " does not load: " + why);
+        throw ModuleError(tr("the module %1 does not load: %2", textOf(path), why));
     }
     return library;
 }
@@ -31,7 +32,7 @@ ModuleLibrary::ModuleLibrary(const std::filesystem::path& path) : library_(load(
 #undef VYNHOST_BIND
     if (!missing.empty()) {
         platform::unloadLibrary(library_);
-        throw ModuleError("the module " + textOf(path) + " lacks " + missing);
+        throw ModuleError(tr("the module %1 lacks %2", textOf(path), missing));
     }
 }
 
@@ -39,10 +40,10 @@ ModuleLibrary::ModuleLibrary(const std::filesystem::path& path,
                              const std::filesystem::path& analysis)
     : ModuleLibrary(path) {
     if (platform::isLoaded(analysis)) return;
-    std::string why = "the module does not ask for it";
+    std::string why = tr("the module does not ask for it");
     void* library = platform::loadLibrary(analysis, why);
     if (library != nullptr) platform::unloadLibrary(library);
-    throw ModuleError("the analysis library " + textOf(analysis) + " is not loaded: " + why);
+    throw ModuleError(tr("the analysis library %1 is not loaded: %2", textOf(analysis), why));
 }
 
 ModuleLibrary::~ModuleLibrary() { platform::unloadLibrary(library_); }

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "vynhost/base/errors.h"
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 
 namespace vynhost {
@@ -163,14 +164,13 @@ void BlocksInput::checkAxis(const ChannelData& block) const {
             continue;
         }
         const std::string name = description(0).name;
-        std::string what = name;
-        what.append(" #").append(std::to_string(samples_.size())).append(" and ").append(name);
+        const std::string what = tr("%1 #%2 and %1 #1", name, samples_.size());
         const bool isShort = samples_.back() < samples_.front();
-        throw InputError(entry_.place,
-                         what + " #1" +
-                             (isShort ? " have different x axes: the last data block is a short "
-                                        "one, which tail = \"drop\" or \"pad\" of its source mends"
-                                      : kDifferentAxes));
+        throw InputError(
+            entry_.place,
+            what + (isShort ? tr(" have different x axes: the last data block is a short "
+                                 "one, which tail = \"drop\" or \"pad\" of its source mends")
+                            : tr(kDifferentAxes)));
     }
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 
 namespace vynhost {
@@ -16,7 +17,7 @@ Comparer::Comparer(const CompareEntry& entry, Runner& runner)
 }
 
 InputError Comparer::failure(const std::string& what) const {
-    return {entry_.of.place, entry_.of.text() + " and " + entry_.with.text() + " " + what};
+    return {entry_.of.place, tr("%1 and %2 %3", entry_.of.text(), entry_.with.text(), what)};
 }
 
 void Comparer::take(Side& side, const ChannelData& block) {
@@ -26,16 +27,16 @@ void Comparer::take(Side& side, const ChannelData& block) {
             const ChannelHeader& first = *of_.first;
             const ChannelHeader& second = *with_.first;
             if (first.channelCount != second.channelCount) {
-                throw failure("have different channel counts");
+                throw failure(tr("have different channel counts"));
             }
             if (first.xAxisKind != second.xAxisKind ||
                 std::abs(first.xStep - second.xStep) > 1e-9 * std::abs(second.xStep)) {
-                throw failure("have different x axes");
+                throw failure(tr("have different x axes"));
             }
         }
     }
     memory_.set((of_.ahead.size() + with_.ahead.size() + block.values.size()) * sizeof(float),
-                "what one side has and the other not yet");
+                tr("what one side has and the other not yet").c_str());
     side.ahead.insert(side.ahead.end(), block.values.begin(), block.values.end());
     const std::size_t common = std::min(of_.ahead.size(), with_.ahead.size());
     for (std::size_t i = 0; i < common; ++i) {
@@ -54,7 +55,7 @@ void Comparer::take(Side& side, const ChannelData& block) {
 }
 
 Comparison Comparer::result() const {
-    if (count_ == 0) throw failure("brought nothing to compare");
+    if (count_ == 0) throw failure(tr("brought nothing to compare"));
     Comparison result;
     result.largest = largest_;
     result.rms = std::sqrt(errorPower_ / static_cast<double>(count_));
@@ -66,22 +67,25 @@ Comparison Comparer::result() const {
     result.unit = unit_;
     result.values = count_;
     result.within = !entry_.tolerance || relative <= *entry_.tolerance;
-    result.line = entry_.name + ": " + entry_.of.text() + " against " + entry_.with.text() +
-                  " over " + std::to_string(count_) + " values: largest difference " +
-                  toText(result.largest, 3) + (unit_.empty() ? "" : " " + unit_) + " = " +
-                  toText(relative, 3) + " of the peak, rms " + toText(relativeRms, 3) +
-                  " of the signal's rms";
+    result.line = tr(
+        "%1: %2 against %3 over %4 values: largest difference %5 = %6 of the peak, rms %7 of the "
+        "signal's rms",
+        entry_.name, entry_.of.text(), entry_.with.text(), count_,
+        toText(result.largest, 3) + (unit_.empty() ? "" : " " + unit_), toText(relative, 3),
+        toText(relativeRms, 3));
     if (entry_.tolerance) {
-        result.line += result.within ? " (within " : " (NOT within ";
-        result.line += toText(*entry_.tolerance) + " of the peak)";
+        result.line += tr(result.within ? words(" (within %1 of the peak)")
+                                        : words(" (NOT within %1 of the peak)"),
+                          *entry_.tolerance);
     }
     const std::size_t more = std::max(of_.ahead.size(), with_.ahead.size());
     if (more > 0) {
         const ConnectorName& shorter = of_.ahead.empty() ? entry_.of : entry_.with;
         result.within = false;
         result.early = more;
-        result.line += ", NOT equally long: " + shorter.text() + " ends " + std::to_string(more) +
-                       (more == 1 ? " value" : " values") + " early";
+        result.line += tr(more == 1 ? words(", NOT equally long: %1 ends %2 value early")
+                                    : words(", NOT equally long: %1 ends %2 values early"),
+                          shorter.text(), more);
     }
     return result;
 }

@@ -4,6 +4,7 @@
 #include <system_error>
 #include <utility>
 
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 #include "vynhost/results/platform/file_system.h"
 
@@ -89,20 +90,20 @@ void ResultFiles::claim(const std::string& name, const Place& place) try {
     const Claim claim = insideFolder(name, place);
     for (const Claim& other : claims_) {
         if (platform::sameFileName(other.path, claim.path)) {
-            throw InputError(place, textOf(claim.shown) + " is written twice");
+            throw InputError(place, tr("%1 is written twice", textOf(claim.shown)));
         }
     }
     refuseReadFiles(claim, place);
     if (std::filesystem::exists(std::filesystem::symlink_status(claim.path))) {
         if (!platform::isPlainFile(claim.path)) {
             throw InputError(place,
-                             textOf(claim.shown) + " is no file that a result could replace");
+                             tr("%1 is no file that a result could replace", textOf(claim.shown)));
         }
         const auto identity = platform::identityOf(claim.path);
         for (const Claim& other : claims_) {
             if (!identity || platform::identityOf(other.path) != identity) continue;
-            throw InputError(place,
-                             textOf(claim.shown) + " and " + textOf(other.shown) + " are one file");
+            throw InputError(
+                place, tr("%1 and %2 are one file", textOf(claim.shown), textOf(other.shown)));
         }
         refuseForeignFile(claim, place);
     }
@@ -115,7 +116,7 @@ void ResultFiles::claim(const std::string& name, const Place& place) try {
 ResultFiles::Claim ResultFiles::insideFolder(const std::string& name, const Place& place) const {
     const std::filesystem::path given = pathOf(name);
     const std::filesystem::path normal = given.lexically_normal();
-    const std::string leaves = "\"" + name + "\" leaves the result folder, " + textOf(folder_);
+    const std::string leaves = tr("\"%1\" leaves the result folder, %2", name, textOf(folder_));
     if (given.has_root_path() || (!normal.empty() && *normal.begin() == "..")) {
         throw InputError(place, leaves);
     }
@@ -124,14 +125,14 @@ ResultFiles::Claim ResultFiles::insideFolder(const std::string& name, const Plac
     const std::filesystem::path file = normal.filename();
     if (!plain || file.empty() || file == "." ||
         platform::sameFileName(file, ResultList::kFileName)) {
-        throw InputError(place, "\"" + onOneLine(name.c_str()) + "\" can't be a result's name");
+        throw InputError(place, tr("\"%1\" can't be a result's name", onOneLine(name.c_str())));
     }
     const std::filesystem::path root = platform::realPath(folder_);
     const std::filesystem::path folder =
         normal.has_parent_path() ? platform::realPath(root / normal.parent_path()) : root;
     const auto rest = std::ranges::mismatch(root, folder).in1;
     if (rest != root.end() && !rest->empty()) {
-        throw InputError(place, leaves + ", through a link");
+        throw InputError(place, tr("%1, through a link", leaves));
     }
     Claim claim{name, folder_ / normal, folder / file, {}};
     claim.before = stateOf(claim.path);
@@ -143,15 +144,15 @@ void ResultFiles::refuseReadFiles(const Claim& claim, const Place& place) const 
     for (const ReadFile& input : inputs_) {
         if (!identity || platform::identityOf(input.path) != identity) continue;
         throw InputError(place,
-                         textOf(claim.shown) + " is " + input.what + ", which stays as it is");
+                         tr("%1 is %2, which stays as it is", textOf(claim.shown), input.what));
     }
 }
 
 void ResultFiles::refuseForeignFile(const Claim& claim, const Place& place) {
     if (force_ || listOf(claim.path.parent_path()).holds(claim.path)) return;
-    throw InputError(place, textOf(claim.shown) +
-                                " is there already, and not as a run has written it; --force "
-                                "replaces it");
+    throw InputError(place,
+                     tr("%1 is there already, and not as a run has written it; --force replaces it",
+                        textOf(claim.shown)));
 }
 
 const ResultList& ResultFiles::listOf(const std::filesystem::path& folder) {
@@ -176,7 +177,7 @@ ResultFile& ResultFiles::open(const std::string& name) {
     const std::filesystem::path path = std::ranges::find_if(claims_, claimed)->path;
     if (std::ranges::any_of(
             files_, [&](const auto& file) { return file->path().native() == path.native(); })) {
-        throw RunError(kWrongInput, textOf(path) + ": is written twice");
+        throw RunError(kWrongInput, tr("%1: is written twice", textOf(path)));
     }
     std::vector<std::filesystem::path> missing;
     std::error_code error;
@@ -231,8 +232,8 @@ void ResultFiles::move() {
             const auto before = std::ranges::find(claims_, file->path(), &Claim::path)->before;
             const auto now = stateOf(file->path());
             if (now && now != before) {
-                throw RunError(kWrongInput, textOf(file->path()) +
-                                                ": has been changed meanwhile; nothing is written");
+                throw RunError(kWrongInput, tr("%1: has been changed meanwhile; nothing is written",
+                                               textOf(file->path())));
             }
             if (now) replaced.push_back(std::make_unique<Keepsake>(file->path()));
             file->commit(now.has_value());

@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "vynhost/base/errors.h"
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 #include "vynhost/results/platform/file_system.h"
 
@@ -29,7 +30,7 @@ ResultList::ResultList(const std::filesystem::path& folder) {
     std::ifstream in(file, std::ios::binary);
     std::string line;
     if (!std::filesystem::is_regular_file(status) || !std::getline(in, line) || line != kTitle) {
-        throw InputError(textOf(file) + ": is no list of results, and not replaced");
+        throw InputError(tr("%1: is no list of results, and not replaced", textOf(file)));
     }
     while (std::getline(in, line)) {
         std::istringstream words(line);

@@ -5,6 +5,7 @@
 #include <limits>
 #include <optional>
 
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 #include "vynhost/results/averaged_input.h"
 #include "vynhost/results/blocks_input.h"
@@ -57,9 +58,10 @@ void checkPickedValues(const SinkEntry& entry, const Runner& runner) {
     }
     for (const std::string& picked : entry.values) {
         if (std::ranges::find(known, picked) != known.end()) continue;
-        std::string what = "\"" + picked + "\" is no value";
-        what += known.empty() ? "; what comes in has no named values" : "; there are ";
-        throw InputError(entry.valuesPlace, what.append(joined(known)));
+        throw InputError(entry.valuesPlace,
+                         known.empty()
+                             ? tr("\"%1\" is no value; what comes in has no named values", picked)
+                             : tr("\"%1\" is no value; there are %2", picked, joined(known)));
     }
 }
 
@@ -139,7 +141,7 @@ void Sink::limitMemory(Place& place, const ChannelData& block) {
     const std::uint64_t bytes = copies * place.input->bytesWith(block);
     bytes_ += bytes - place.bytes;
     place.bytes = bytes;
-    memory_.set(bytes_, "what its columns and curves keep");
+    memory_.set(bytes_, tr("what its columns and curves keep").c_str());
 }
 
 // Every column has its next row, and is of the kind that can tell.
@@ -162,7 +164,8 @@ void Sink::checkAxes() const {
     for (const Place& place : places_) {
         const Series other = place.input->axis();
         if (other.xUnit == first.xUnit && other.xName == first.xName) continue;
-        throw InputError(entry_.place, other.name + " and " + first.name + kDifferentAxes);
+        throw InputError(entry_.place,
+                         tr("%1 and %2%3", other.name, first.name, tr(kDifferentAxes)));
     }
 }
 
@@ -204,8 +207,8 @@ void Sink::writeRow() {
             x = *place.nextX;
         } else if (!(std::abs(*place.nextX - x) <= 1e-6 * std::abs(leader->input->step()))) {
             // Positions that were counted differently may differ by their rounding, no more.
-            throw InputError(entry_.place, place.input->axis().name + " and " +
-                                               leader->input->axis().name + kDifferentAxes);
+            throw InputError(entry_.place, tr("%1 and %2%3", place.input->axis().name,
+                                              leader->input->axis().name, tr(kDifferentAxes)));
         }
     }
     CellTarget& row = cells();
@@ -219,12 +222,13 @@ void Sink::writeRow() {
 void Sink::finish() {
     for (std::size_t i = 0; i < places_.size(); ++i) {
         if (!places_[i].input) {
-            throw RunError(kStalled, entry_.place.file + ":" + std::to_string(entry_.place.line) +
-                                         ": " + entry_.place.key + ": nothing came out at " +
-                                         entry_.from[i].text() +
-                                         (places_[i].outlet->notes.empty()
-                                              ? ""
-                                              : " (" + places_[i].outlet->notes.front() + ")"));
+            throw RunError(
+                kStalled,
+                tr("%1:%2: %3: nothing came out at %4%5", entry_.place.file, entry_.place.line,
+                   entry_.place.key, entry_.from[i].text(),
+                   places_[i].outlet->notes.empty()
+                       ? ""
+                       : " (" + places_[i].outlet->notes.front().in(spokenLanguage()) + ")"));
         }
         places_[i].input->finish();
     }
@@ -241,8 +245,8 @@ void Sink::finish() {
         for (const Series& curve : curves) {
             if (curve.xUnit == curves.front().xUnit && curve.xName == curves.front().xName)
                 continue;
-            throw InputError(entry_.place,
-                             curve.name + " and " + curves.front().name + kDifferentAxes);
+            throw InputError(entry_.place, tr("%1 and %2%3", curve.name, curves.front().name,
+                                              tr(kDifferentAxes)));
         }
         if (picture_ == nullptr) return;
         picture_->write(svgChart(curves, style_));
@@ -253,7 +257,8 @@ void Sink::finish() {
 void Sink::writeNotes() {
     std::vector<std::string> written;
     for (const Place& place : places_) {
-        for (const std::string& note : place.outlet->notes) {
+        for (const Bilingual& bilingual : place.outlet->notes) {
+            const std::string& note = bilingual.english;  // tables are in one language
             if (std::ranges::find(written, note) != written.end()) continue;
             for (const auto& table : tables_)
                 table->note(note);

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "vynhost/base/messages.h"
 #include "vynhost/interface/channel_data.h"
 #include "vynhost/results/series.h"
 #include "vynhost/results/spectrogram.h"
@@ -63,6 +64,7 @@ void addColumn(CellTarget& row, const Series& series, const ChartStyle& style);
 inline constexpr int kXDigits = 12;
 
 // What is wrong with names that an error puts before it.
-inline constexpr const char* kDifferentAxes = " have different x axes; give each a sink of its own";
+inline constexpr const char* kDifferentAxes =
+    words(" have different x axes; give each a sink of its own");
 
 }  // namespace vynhost

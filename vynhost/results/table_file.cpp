@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "vynhost/base/limits.h"
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 #include "vynhost/results/gathered_table.h"
 
@@ -313,22 +314,23 @@ public:
 
     void endHead() override {
         if (!subject_.isSignal) {
-            throw InputError(subject_.place, "only signals over time, not in dB, go into a wav");
+            throw InputError(subject_.place,
+                             tr("only signals over time, not in dB, go into a wav"));
         }
         const double rate = 1 / subject_.step;
         rate_ = std::round(rate);
         if (!(std::abs(rate - rate_) <= 1e-6 * rate) || !(rate_ >= 1) || !(rate_ < 4294967295.0)) {
             throw InputError(
                 subject_.place,
-                "a wav has a whole number of samples per second, not " + toText(rate, 9));
+                tr("a wav has a whole number of samples per second, not %1", toText(rate, 9)));
         }
         if (names().size() - 1 > kMostChannels) {
-            throw InputError(subject_.place, "a wav has at most 1024 channels, not " +
-                                                 std::to_string(names().size() - 1));
+            throw InputError(subject_.place,
+                             tr("a wav has at most 1024 channels, not %1", names().size() - 1));
         }
     }
     void addEmpty(std::size_t) override {
-        throw InputError(subject_.place, "signals that share a wav must be equally long");
+        throw InputError(subject_.place, tr("signals that share a wav must be equally long"));
     }
 
 protected:

@@ -6,12 +6,13 @@
 #include <utility>
 
 #include "vynhost/base/errors.h"
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 #include "vynhost/results/platform/file_system.h"
 
 namespace vynhost {
 void failWriting(const std::filesystem::path& path) {
-    throw RunError(kWrongInput, textOf(path) + ": can't be written");
+    throw RunError(kWrongInput, tr("%1: can't be written", textOf(path)));
 }
 
 std::filesystem::path unguessable(const std::filesystem::path& folder) {
@@ -58,7 +59,7 @@ void WaitingBytes::append(const void* bytes, std::size_t size) {
 void WaitingBytes::read(std::uint64_t position, void* bytes, std::size_t size) {
     if (!platform::moveTo(file_.get(), position) ||
         std::fread(bytes, 1, size, file_.get()) != size) {
-        throw RunError(kWrongInput, textOf(purpose_) + ": can't be read back");
+        throw RunError(kWrongInput, tr("%1: can't be read back", textOf(purpose_)));
     }
 }
 

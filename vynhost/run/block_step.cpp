@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 #include "vynhost/diagram/block_settings.h"
 #include "vynhost/diagram/keyword_check.h"
@@ -34,7 +35,7 @@ std::string ownErrorText(PlacedBlock& block) {
     for (const Box& box : block.host().takeBoxes()) {
         if (text.empty()) text = onOneLine(box.text);  // the first says it
     }
-    return text.empty() ? "failed without a message" : text;
+    return text.empty() ? tr("failed without a message") : text;
 }
 
 bool showIntervalEnd(PlacedBlock& block, const LevelIntervals& intervals, int& followers) {

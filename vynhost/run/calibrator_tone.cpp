@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "vynhost/base/errors.h"
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 #include "vynhost/run/interrupt.h"
 
@@ -207,19 +208,19 @@ private:
 std::vector<ToneFinding> findTones(Recording& recording, double frequency) {
     const double rate = recording.rate();
     if (!(frequency >= kLowestToneFrequency && frequency < rate / 2)) {
-        throw RecordingError("a calibrator's frequency is from " + toText(kLowestToneFrequency) +
-                             " Hz to below half the sample rate (" + toText(rate / 2) +
-                             " Hz), not " + toText(frequency) + " Hz");
+        throw RecordingError(
+            tr("a calibrator's frequency is from %1 Hz to below half the sample rate (%2 Hz), not "
+               "%3 Hz",
+               kLowestToneFrequency, rate / 2, frequency));
     }
     const double shortest =
         std::ceil(rate * std::max(kSectionSeconds, kSectionPeriods / frequency));
     const auto sections =
         static_cast<std::int64_t>(static_cast<double>(recording.frames()) / shortest);
     if (sections < kFewestSections) {
-        throw TooShort("is too short to calibrate by: " +
-                       toText(static_cast<double>(recording.frames()) / rate, 3) + " s, at least " +
-                       toText(static_cast<double>(kFewestSections) * shortest / rate, 3) +
-                       " s are needed");
+        throw TooShort(tr("is too short to calibrate by: %1 s, at least %2 s are needed",
+                          toText(static_cast<double>(recording.frames()) / rate, 3),
+                          toText(static_cast<double>(kFewestSections) * shortest / rate, 3)));
     }
     const auto channels = static_cast<std::size_t>(recording.channels());
     std::vector<Channel> found(channels);
@@ -233,7 +234,7 @@ std::vector<ToneFinding> findTones(Recording& recording, double frequency) {
         const auto frames = static_cast<std::size_t>(each + (section < longer ? 1 : 0));
         interleaved.resize(frames * channels);
         if (recording.read(interleaved) != frames) {
-            throw RecordingError("can't be read to its end");
+            throw RecordingError(tr("can't be read to its end"));
         }
         values.resize(frames);
         for (std::size_t channel = 0; channel < channels; ++channel) {
@@ -241,7 +242,7 @@ std::vector<ToneFinding> findTones(Recording& recording, double frequency) {
                 values[i] = static_cast<double>(interleaved[i * channels + channel]);
             found[channel].take(values, rate);
         }
-        if (interrupted()) throw RunError(kInterrupted, "interrupted, no file is written");
+        if (interrupted()) throw RunError(kInterrupted, tr("interrupted, no file is written"));
     }
     std::vector<ToneFinding> findings;
     findings.reserve(channels);
@@ -254,24 +255,24 @@ std::optional<std::string> flawOf(const ToneFinding& tone, double frequency, boo
     // The largest positive value of 16 bits.
     constexpr double kFullScale = 32767.0 / 32768.0;
     constexpr int kShown = 3;
-    if (!tone.isFinite) return "holds values that are no numbers";
+    if (!tone.isFinite) return tr("holds values that are no numbers");
     // What lies above 1 is no clipped integer, but a number in some unit.
     if (countsFullScale && tone.peak >= kFullScale && tone.peak <= 1) {
-        return "clipping: the values reach digital full scale";
+        return tr("clipping: the values reach digital full scale");
     }
-    if (tone.isSilent) return "there is silence in it";
+    if (tone.isSilent) return tr("there is silence in it");
     const double error = 100 * std::abs(tone.frequency - frequency) / frequency;
     if (!(error <= kMostFrequencyError)) {
-        return "the strongest tone is at " + toText(tone.frequency, 5) + " Hz, more than " +
-               toText(kMostFrequencyError) + " % from " + toText(frequency) + " Hz";
+        return tr("the strongest tone is at %1 Hz, more than %2 % from %3 Hz",
+                  toText(tone.frequency, 5), kMostFrequencyError, frequency);
     }
     if (!(tone.distortion <= kMostDistortion)) {
-        return "distortion and noise are " + toText(tone.distortion, kShown) + " %, more than " +
-               toText(kMostDistortion) + " %";
+        return tr("distortion and noise are %1 %, more than %2 %", toText(tone.distortion, kShown),
+                  kMostDistortion);
     }
     if (!(tone.drift <= kMostDrift)) {
-        return "the level drifts by " + toText(tone.drift, kShown) + " dB, more than " +
-               toText(kMostDrift) + " dB";
+        return tr("the level drifts by %1 dB, more than %2 dB", toText(tone.drift, kShown),
+                  kMostDrift);
     }
     return std::nullopt;
 }

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "vynhost/base/limits.h"
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 #include "vynhost/run/recording.h"
 #include "vynhost/run/sample_coding.h"
@@ -28,8 +29,10 @@ const SampleCoding& codingOf(const std::string& type) {
     for (const auto& [numpy, name] : kTypes) {
         if (type == numpy) return *std::ranges::find(sampleCodings(), name, &SampleCoding::name);
     }
-    throw RecordingError("holds numbers of type \"" + type +
-                         "\"; little-endian float32, float64, int16, int32 and uint8 are read");
+    throw RecordingError(
+        tr("holds numbers of type \"%1\"; little-endian float32, float64, int16, int32 and uint8 "
+           "are read",
+           type));
 }
 
 struct Field {
@@ -64,7 +67,7 @@ public:
     std::int64_t dataBegin = 0;
 
 private:
-    [[noreturn]] static void fail() { throw RecordingError("has no head of a numpy array"); }
+    [[noreturn]] static void fail() { throw RecordingError(tr("has no head of a numpy array")); }
 
     void skipBlanks() {
         while (at_ < text_.size() && (text_[at_] == ' ' || text_[at_] == '\n'))
@@ -162,7 +165,7 @@ private:
             Field field{string(), nullptr};
             expect(',');
             field.coding = &codingOf(string());
-            if (!accept(')')) throw RecordingError("holds fields that are no single numbers");
+            if (!accept(')')) throw RecordingError(tr("holds fields that are no single numbers"));
             accept(',');
             fields.push_back(std::move(field));
             if (std::ssize(fields) > kMostFields) fail();
@@ -201,7 +204,7 @@ private:
     static std::string bytesOf(std::istream& in, std::int64_t count) {
         std::string bytes(static_cast<std::size_t>(count), '\0');
         in.read(bytes.data(), count);
-        if (in.gcount() != count) throw RecordingError("ends before its head says so");
+        if (in.gcount() != count) throw RecordingError(tr("ends before its head says so"));
         return bytes;
     }
 
@@ -223,7 +226,7 @@ private:
     void readRecords(std::istream& in, const NpyHead& head, std::optional<double> rate) {
         const std::size_t first = rate ? 0 : 1;  // of the channels
         channels_ = static_cast<int>(head.fields.size() - first);
-        if (channels_ < 1) throw RecordingError("holds no channel besides its x");
+        if (channels_ < 1) throw RecordingError(tr("holds no channel besides its x"));
         std::size_t rowBytes = 0;
         for (const Field& field : head.fields)
             rowBytes += field.coding->bytes();
@@ -269,19 +272,19 @@ private:
 std::unique_ptr<Recording> openNpy(const std::filesystem::path& file, std::optional<double> rate,
                                    Truncated truncated) {
     std::ifstream in(file, std::ios::binary);
-    if (!in) throw RecordingError("can't be opened");
+    if (!in) throw RecordingError(tr("can't be opened"));
     const NpyHead head(in);
     const std::size_t dimensions = head.shape.size();
-    if (head.isPlain && !rate) throw RecordingError("needs a rate: its source has none");
+    if (head.isPlain && !rate) throw RecordingError(tr("needs a rate: its source has none"));
     if (dimensions < 1 || dimensions > (head.isPlain ? 2U : 1U)) {
-        throw RecordingError("has " + std::to_string(dimensions) +
-                             " dimensions; rows of samples and columns of channels are read");
+        throw RecordingError(
+            tr("has %1 dimensions; rows of samples and columns of channels are read", dimensions));
     }
     const std::int64_t channels = dimensions == 2 ? head.shape[1] : 1;
     if (channels < 1 || channels >= kMostFields) {
-        throw RecordingError("has " + std::to_string(channels) + " channels; 1 to 1024 are read");
+        throw RecordingError(tr("has %1 channels; 1 to 1024 are read", channels));
     }
-    if (head.shape[0] == 0) throw RecordingError("holds no samples");
+    if (head.shape[0] == 0) throw RecordingError(tr("holds no samples"));
     std::int64_t rowBytes = 0;
     for (const Field& field : head.fields)
         rowBytes += static_cast<std::int64_t>(field.coding->bytes()) * channels;

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "vynhost/base/digest.h"
+#include "vynhost/base/messages.h"
 #include "vynhost/run/platform/standard_input.h"
 #include "vynhost/run/recording.h"
 #include "vynhost/run/sample_coding.h"
@@ -24,7 +25,7 @@ public:
             return;
         }
         file_.open(file, std::ios::binary);
-        if (!file_) throw RecordingError("can't be opened");
+        if (!file_) throw RecordingError(tr("can't be opened"));
         in_ = &file_;
         file_.seekg(format.begin);
         const auto size = static_cast<std::int64_t>(std::filesystem::file_size(file));
@@ -42,7 +43,7 @@ public:
         } else if (bytes % frameBytes() != 0) {
             endWithin(bytes % frameBytes());
         }
-        if (frames_ == 0) throw RecordingError("holds no samples");
+        if (frames_ == 0) throw RecordingError(tr("holds no samples"));
     }
 
     std::size_t read(std::span<float> interleaved) override {
@@ -55,9 +56,9 @@ public:
         if (isStandardInput_) sum_.add(buffer_.data(), static_cast<std::size_t>(got));
         const std::int64_t held = got / frameBytes();
         if (held < static_cast<std::int64_t>(frames)) {
-            if (!isStandardInput_) throw RecordingError("can't be read to its end");
+            if (!isStandardInput_) throw RecordingError(tr("can't be read to its end"));
             frames_ = position_ + held;
-            if (frames_ == 0) throw RecordingError("holds no samples");
+            if (frames_ == 0) throw RecordingError(tr("holds no samples"));
             if (got % frameBytes() != 0) endWithin(got % frameBytes());
         }
         coding_.decode(buffer_.data(),
@@ -81,12 +82,12 @@ private:
         const std::string rest = std::to_string(bytes);
         const std::string whole = std::to_string(frameBytes());
         if (truncated_ == Truncated::refuse) {
-            throw RecordingError("ends with " + rest + " of the " + whole +
-                                 " bytes that its channels take; look at channels and format"
-                                 " (on_truncated = \"use\" leaves them out)");
+            throw RecordingError(
+                tr("ends with %1 of the %2 bytes that its channels take; look at channels and "
+                   "format (on_truncated = \"use\" leaves them out)",
+                   rest, whole));
         }
-        missing_ = {"the last " + rest + " bytes are no whole sample and left out",
-                    "die letzten " + rest + " Bytes sind kein ganzer Wert und weggelassen"};
+        missing_ = both("the last %1 bytes are no whole sample and left out", rest);
     }
 
     const SampleCoding& coding_;

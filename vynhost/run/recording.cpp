@@ -13,13 +13,15 @@
 #include <vector>
 
 #include "vynhost/base/limits.h"
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 #include "vynhost/run/sample_coding.h"
 
 namespace vynhost {
 namespace {
 
-constexpr const char* kUseHint = " (on_truncated = \"use\" of the source takes what is there)";
+constexpr const char* kUseHint =
+    words(" (on_truncated = \"use\" of the source takes what is there)");
 
 // --- WAV ------------------------------------------------------------------------------------
 
@@ -32,7 +34,7 @@ class WavRecording : public Recording {
 public:
     WavRecording(const std::filesystem::path& file, Truncated truncated)
         : in_(file, std::ios::binary), truncated_(truncated) {
-        if (!in_) throw RecordingError("can't be opened");
+        if (!in_) throw RecordingError(tr("can't be opened"));
         std::error_code error;
         size_ = static_cast<std::int64_t>(std::filesystem::file_size(file, error));
         readHead();
@@ -45,7 +47,7 @@ public:
         buffer_.resize(frames * frameBytes());
         in_.read(buffer_.data(), static_cast<std::streamsize>(buffer_.size()));
         if (static_cast<std::size_t>(in_.gcount()) != buffer_.size()) {
-            throw RecordingError("can't be read to its end");
+            throw RecordingError(tr("can't be read to its end"));
         }
         coding_->decode(buffer_.data(), interleaved.first(frames * channels));
         position_ += static_cast<std::int64_t>(frames);
@@ -80,7 +82,7 @@ private:
         const std::string_view kind(riff.data(), 4);
         if (in_.gcount() != static_cast<std::streamsize>(riff.size()) ||
             (kind != "RIFF" && kind != "RF64") || std::string_view(&riff[8], 4) != "WAVE") {
-            throw RecordingError("is no WAV file");
+            throw RecordingError(tr("is no WAV file"));
         }
         std::int64_t longDataBytes = -1;
         while (const auto chunk = nextChunk()) {
@@ -98,7 +100,7 @@ private:
             }
             in_.seekg(start + chunk->bytes + chunk->bytes % 2);
         }
-        throw RecordingError("holds no samples");
+        throw RecordingError(tr("holds no samples"));
     }
 
     std::int64_t readLongSizes() {
@@ -110,7 +112,7 @@ private:
     void readFormat(std::int64_t bytes) {
         std::array<char, 40> format{};
         in_.read(format.data(), std::min<std::int64_t>(bytes, format.size()));
-        if (in_.gcount() < 16) throw RecordingError("has a damaged head");
+        if (in_.gcount() < 16) throw RecordingError(tr("has a damaged head"));
         int number = littleEndian<std::uint16_t>(&format[0]);
         channels_ = littleEndian<std::uint16_t>(&format[2]);
         rate_ = littleEndian<std::uint32_t>(&format[4]);
@@ -120,19 +122,19 @@ private:
             return coding.wavFormat == number && coding.bits == bits;
         });
         if (known == sampleCodings().end()) {
-            throw RecordingError("has a coding that is not read here (format " +
-                                 std::to_string(number) + ", " + std::to_string(bits) + " bits)");
+            throw RecordingError(
+                tr("has a coding that is not read here (format %1, %2 bits)", number, bits));
         }
         coding_ = &*known;
         if (channels_ < 1 || channels_ > static_cast<int>(kMostChannels) || rate_ <= 0) {
-            throw RecordingError("has a damaged head");
+            throw RecordingError(tr("has a damaged head"));
         }
     }
 
     // A recorder that was cut off may have left a head that knows of no end: sizes of 0, or the
     // largest ones.
     void beginData(std::int64_t start, std::int64_t bytes, bool headGoesOn) {
-        if (channels_ == 0) throw RecordingError("has a damaged head");
+        if (channels_ == 0) throw RecordingError(tr("has a damaged head"));
         const auto frameBytes = static_cast<std::int64_t>(this->frameBytes());
         const std::int64_t held = size_ - start;
         const bool endIsUnknown =
@@ -141,17 +143,17 @@ private:
         const bool isShort = held / frameBytes < frames_;
         if ((endIsUnknown || isShort) && truncated_ == Truncated::refuse) {
             throw RecordingError(endIsUnknown
-                                     ? "is truncated: its head does not say where it ends" +
-                                           std::string(kUseHint)
+                                     ? tr("is truncated: its head does not say where it ends") +
+                                           tr(kUseHint)
                                      : truncatedText(frames_, held / frameBytes));
         }
         if (endIsUnknown) {
-            missing_ = {"its head does not say where it ends", "der Kopf sagt nicht, wo sie endet"};
+            missing_ = both("its head does not say where it ends");
         } else if (isShort) {
             const std::int64_t promised = std::exchange(frames_, held / frameBytes);
             missing_ = missingText(promised - frames_, promised, rate_, bytes - held);
         }
-        if (frames_ == 0) throw RecordingError("holds no samples");
+        if (frames_ == 0) throw RecordingError(tr("holds no samples"));
     }
 
     std::ifstream in_;
@@ -290,7 +292,7 @@ class CsvRecording : public Recording {
 public:
     CsvRecording(const std::filesystem::path& file, std::optional<double> rate) {
         std::ifstream in(file, std::ios::binary);
-        if (!in) throw RecordingError("can't be opened");
+        if (!in) throw RecordingError(tr("can't be opened"));
         std::vector<double> x;
         std::string line;
         for (int number = 1; std::getline(in, line); ++number) {
@@ -299,7 +301,7 @@ public:
             if (separator_ == '\0') chooseSeparator(line);
             takeRow(line, number, rate.has_value(), x);
         }
-        if (channels_ == 0 || values_.empty()) throw RecordingError("holds no numbers");
+        if (channels_ == 0 || values_.empty()) throw RecordingError(tr("holds no numbers"));
         describe(rate.has_value());
         frames_ = static_cast<std::int64_t>(values_.size()) / channels_;
         if (stamped_ && !x.empty()) {  // from the first stamp on, which has no zero of its own
@@ -352,8 +354,7 @@ private:
     void takeRow(const std::string& line, int number, bool allChannels, std::vector<double>& x) {
         const std::vector<std::string> fields = fieldsOf(line, separator_);
         const auto place = [&](std::size_t field) {
-            return "line " + std::to_string(number) + ", column " + std::to_string(field + 1) +
-                   ": \"" + onOneLine(fields[field]) + "\" ";
+            return tr("line %1, column %2: \"%3\"", number, field + 1, onOneLine(fields[field]));
         };
         std::vector<std::optional<double>> row;
         for (std::size_t i = 0; i < fields.size(); ++i)
@@ -369,11 +370,10 @@ private:
         const auto columns = static_cast<int>(row.size()) - (allChannels ? 0 : 1);
         if (channels_ == 0) channels_ = columns;
         if (columns < 1 || columns != channels_ || columns > static_cast<int>(kMostChannels)) {
-            throw RecordingError("line " + std::to_string(number) + ": " +
-                                 std::to_string(row.size()) + " columns are not as expected");
+            throw RecordingError(tr("line %1: %2 columns are not as expected", number, row.size()));
         }
         for (std::size_t i = 0; i < row.size(); ++i) {
-            if (!row[i]) throw RecordingError(place(i) + "is no number");
+            if (!row[i]) throw RecordingError(tr("%1 is no number", place(i)));
             const bool isX = i == 0 && !allChannels;
             if (isX) {
                 x.push_back(*row[i]);
@@ -381,7 +381,7 @@ private:
             }
             const auto value = static_cast<float>(*row[i]);
             if (std::isinf(value) && !std::isinf(*row[i])) {
-                throw RecordingError(place(i) + "is beyond the largest number (3.4e38)");
+                throw RecordingError(tr("%1 is beyond the largest number (3.4e38)", place(i)));
             }
             values_.push_back(value);
         }
@@ -485,16 +485,16 @@ Recording::Channel channelNamed(std::string_view head) {
 
 double rateOfEvenX(std::span<const double> x) {
     constexpr double kUneven = 1e-3;  // of the step
-    if (x.size() < 2) throw RecordingError("has too few rows to tell the sample rate");
+    if (x.size() < 2) throw RecordingError(tr("has too few rows to tell the sample rate"));
     const double step = (x.back() - x.front()) / static_cast<double>(x.size() - 1);
     for (std::size_t i = 0; i < x.size(); ++i) {
         const double even = x.front() + static_cast<double>(i) * step;
         if (!(step > 0) || !(std::abs(x[i] - even) <= kUneven * step)) {
-            throw RecordingError("has no evenly rising x column (give rate when it has none)");
+            throw RecordingError(tr("has no evenly rising x column (give rate when it has none)"));
         }
     }
     if (!std::isnormal(1.0 / step)) {
-        throw RecordingError("has an x column whose steps are too small or too large");
+        throw RecordingError(tr("has an x column whose steps are too small or too large"));
     }
     return 1.0 / step;
 }
@@ -516,17 +516,21 @@ std::unique_ptr<Recording> silence(int channels, double rate, std::int64_t frame
 Bilingual missingText(std::int64_t samples, std::int64_t promised, double rate,
                       std::optional<std::int64_t> bytes) {
     const std::string seconds = toText(static_cast<double>(samples) / rate, 6) + " s";
-    return {"truncated, " + std::to_string(samples) + " of the " + std::to_string(promised) +
-                " samples per channel that its head promises are missing (" + seconds +
-                (bytes ? ", " + std::to_string(*bytes) + " bytes" : "") + ")",
-            "abgeschnitten, " + std::to_string(samples) + " der " + std::to_string(promised) +
-                " Werte je Kanal, die der Kopf verspricht, fehlen (" + seconds +
-                (bytes ? ", " + std::to_string(*bytes) + " Bytes" : "") + ")"};
+    if (!bytes) {
+        return both(
+            "truncated, %1 of the %2 samples per channel that its head promises are missing (%3)",
+            samples, promised, seconds);
+    }
+    return both(
+        "truncated, %1 of the %2 samples per channel that its head promises are missing (%3, %4 "
+        "bytes)",
+        samples, promised, seconds, *bytes);
 }
 
 std::string truncatedText(std::int64_t promised, std::int64_t held) {
-    return "is truncated: its head promises " + std::to_string(promised) +
-           " samples per channel, the file holds " + std::to_string(held) + kUseHint;
+    return tr("is truncated: its head promises %1 samples per channel, the file holds %2", promised,
+              held) +
+           tr(kUseHint);
 }
 
 std::unique_ptr<Recording> openWav(const std::filesystem::path& file, Truncated truncated) {
@@ -541,10 +545,11 @@ std::unique_ptr<Recording> openRecording(const std::filesystem::path& file,
                                          std::optional<double> rate, Truncated truncated,
                                          const ArrayChoice& choice) {
     std::error_code error;  // of a name that is too long, say
-    if (!std::filesystem::is_regular_file(file, error)) throw RecordingError("no such file");
+    if (!std::filesystem::is_regular_file(file, error)) throw RecordingError(tr("no such file"));
     if (auto recording = openArrays(file, rate, choice)) return recording;
     if (choice.isGiven()) {
-        throw RecordingError("holds one recording; variable and rows are for MAT and HDF5 files");
+        throw RecordingError(
+            tr("holds one recording; variable and rows are for MAT and HDF5 files"));
     }
     const std::string ending = file.extension().string();
     if (isWav(file) || equalIgnoringCase(ending, ".wav")) return openWav(file, truncated);

@@ -7,6 +7,7 @@
 #include <set>
 #include <utility>
 
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 #include "vynhost/diagram/block_settings.h"
 #include "vynhost/diagram/catalogue.h"
@@ -37,8 +38,7 @@ struct Runner::Node {
         bool restIsLeftOut = false;      // of the spectra
 
         std::string restText() const {
-            return "the recording ends with " + std::to_string(rest) + " of the " +
-                   std::to_string(whole) + " samples of a data block";
+            return tr("the recording ends with %1 of the %2 samples of a data block", rest, whole);
         }
     };
     std::vector<Input> inputs;
@@ -124,10 +124,11 @@ void Runner::openSources(const std::map<std::string, std::filesystem::path>& inp
         const auto replaced = inputs.find(entry.name);
         const auto& file = replaced == inputs.end() ? entry.file : replaced->second;
         if (file == "-" && std::exchange(readsStandardInput, true)) {
-            throw InputError(entry.filePlace, "standard input is read by another source already");
+            throw InputError(entry.filePlace,
+                             tr("standard input is read by another source already"));
         }
         if (file == "-" && entry.format.empty()) {
-            throw InputError(entry.filePlace, "standard input needs a format of its source");
+            throw InputError(entry.filePlace, tr("standard input needs a format of its source"));
         }
         Source source(entry, file);
         OutletInfo info;
@@ -141,8 +142,8 @@ void Runner::openSources(const std::map<std::string, std::filesystem::path>& inp
     }
     for (const auto& [name, file] : inputs) {
         if (findFeed(name) != nullptr) continue;
-        throw InputError("--input " + name + "=" + textOf(file) + ": no such source" +
-                         didYouMean(name, sourceNames()));
+        throw InputError(tr("--input %1=%2: no such source%3", name, textOf(file),
+                            didYouMean(name, sourceNames())));
     }
 }
 
@@ -199,7 +200,7 @@ std::vector<std::string> Runner::blockNames() const {
 Runner::Outlet& Runner::outletOf(const ConnectorName& name) const {
     if (Feed* feed = findFeed(name.node)) {
         if (!name.letter.empty()) {
-            throw InputError(name.place, "\"" + name.text() + "\": a source has no connectors");
+            throw InputError(name.place, tr("\"%1\": a source has no connectors", name.text()));
         }
         return feed->outlet;
     }
@@ -207,13 +208,13 @@ Runner::Outlet& Runner::outletOf(const ConnectorName& name) const {
     if (node == nullptr) {
         std::vector<std::string> names = sourceNames();
         std::ranges::copy(blockNames(), std::back_inserter(names));
-        throw InputError(name.place, "\"" + name.node + "\" is neither source nor block" +
-                                         didYouMean(name.node, names));
+        throw InputError(name.place, tr("\"%1\" is neither source nor block%2", name.node,
+                                        didYouMean(name.node, names)));
     }
     const auto output = indexOf(node->outputs, name.letter);
     if (!output) {
-        throw InputError(name.place, "\"" + name.text() + "\" is no output; " + node->entry->name +
-                                         " has " + joined(node->outputs));
+        throw InputError(name.place, tr("\"%1\" is no output; %2 has %3", name.text(),
+                                        node->entry->name, joined(node->outputs)));
     }
     return node->outlets[*output];
 }
@@ -222,17 +223,17 @@ void Runner::wire() {
     for (const WireEntry& wire : diagram_.wires) {
         Node* node = findNode(wire.to.node);
         if (node == nullptr) {
-            throw InputError(wire.to.place, "\"" + wire.to.node + "\" is no block" +
-                                                didYouMean(wire.to.node, blockNames()));
+            throw InputError(wire.to.place, tr("\"%1\" is no block%2", wire.to.node,
+                                               didYouMean(wire.to.node, blockNames())));
         }
         const std::vector<std::string> names = node->inputNames();
         const auto input = indexOf(names, wire.to.letter);
         if (!input) {
-            throw InputError(wire.to.place, "\"" + wire.to.text() + "\" is no input; " +
-                                                node->entry->name + " has " + joined(names));
+            throw InputError(wire.to.place, tr("\"%1\" is no input; %2 has %3", wire.to.text(),
+                                               node->entry->name, joined(names)));
         }
         if (node->inputs[*input].wire) {
-            throw InputError(wire.to.place, "the input is wired twice");
+            throw InputError(wire.to.place, tr("the input is wired twice"));
         }
         Outlet& from = outletOf(wire.from);
         from.targets.push_back({node, static_cast<int>(*input)});
@@ -286,7 +287,7 @@ void Runner::orderBlocks() {
                 cycle += " -> " + (*step)->entry->name;
                 if (*step == &node) break;
             }
-            throw InputError(node.entry->place, "the wires form a cycle: " + cycle);
+            throw InputError(node.entry->place, tr("the wires form a cycle: %1", cycle));
         }
         marks[&node] = Mark::open;
         for (Node* before : node.before)
@@ -352,10 +353,10 @@ void Runner::checkOverlaps() const {
         const SourceEntry& entry = feed->source.entry();
         if (!entry.overlaps()) continue;
         const auto refuse = [&](const std::string& what) {
-            throw InputError(entry.stepPlace,
-                             "data blocks that overlap go to FFT and FFT zweier "
-                             "Zeitsignale alone, not to " +
-                                 what);
+            throw InputError(
+                entry.stepPlace,
+                tr("data blocks that overlap go to FFT and FFT zweier Zeitsignale alone, not to %1",
+                   what));
         };
         for (const Target& target : feed->outlet.targets) {
             const Int type = target.node->block->typeCode();
@@ -388,12 +389,12 @@ void Runner::checkSteps(const Node& node) {
         if (type == kInverseFFT) {
             throw InputError(
                 entry->stepPlace,
-                node.entry->name + " can't make one signal of data blocks that overlap");
+                tr("%1 can't make one signal of data blocks that overlap", node.entry->name));
         }
         if (std::ranges::any_of(origins,
                                 [&](const auto* other) { return other->step != entry->step; })) {
             throw InputError(entry->stepPlace,
-                             "the two signals of " + node.entry->name + " have one step");
+                             tr("the two signals of %1 have one step", node.entry->name));
         }
     }
 }
@@ -403,8 +404,7 @@ void Runner::limitDataBlocks() {
     for (const auto& feed : feeds_) {
         const Source& source = feed->source;
         const auto copies = static_cast<std::uint64_t>(1 + feed->outlet.targets.size());
-        const std::string what =
-            "a data block of " + std::to_string(source.entry().block) + " samples per channel";
+        const std::string what = tr("a data block of %1 samples per channel", source.entry().block);
         dataBlocks_.emplace_back(memory_, source.entry().place)
             .set(source.bytesToRead() + copies * source.bytesOfBlock(), what.c_str());
     }
@@ -427,7 +427,7 @@ void Runner::run() {
         bool moves = true;
         while (moves) {
             moves = false;
-            if (interrupted()) throw RunError(kInterrupted, "interrupted, no file is written");
+            if (interrupted()) throw RunError(kInterrupted, tr("interrupted, no file is written"));
             for (const auto& source : feeds_)
                 moves |= feed(*source);
             for (Node* node : order_) {
@@ -510,7 +510,7 @@ void Runner::deliver(Outlet& outlet, const ChannelData& data) {
         if (leavesOut(*target.node, target.input, data)) continue;
         if (target.input == 0) findBandsWithoutLine(*target.node, outlet, data);
         if (target.node->block->put(target.input, data) == Handle::none) {
-            throw RunError(kWrongInput, "memory is out");
+            throw RunError(kWrongInput, tr("memory is out"));
         }
         if (target.node->intervals && target.input == 0) target.node->intervals->take(data);
     }
@@ -550,21 +550,14 @@ bool Runner::leavesOut(Node& node, int input, const ChannelData& data) {
 void Runner::noteShortBlock(Node& node) {
     const auto input = std::ranges::max_element(node.inputs, {}, &Node::Input::rest);
     if (input == node.inputs.end() || input->rest == 0) return;
-    const std::string whole = std::to_string(input->whole);
-    const std::string rest = std::to_string(input->rest);
-    notes_.push_back(node.entry->name + ": " +
-                     (input->restIsLeftOut
-                          ? input->restText() + ", which is in no spectrum (tail = \"pad\" or "
-                                                "\"keep\" of the source takes it in)"
-                          : "the last data block has " + std::to_string(input->rest) +
-                                " instead of " + whole + " samples and a spectrum of other lines"));
-    warnings_.push_back(
-        {notes_.back(),
-         node.entry->name + ": " +
-             (input->restIsLeftOut ? "die Aufnahme endet mit " + rest + " der " + whole +
-                                         " Werte eines Datenblocks, die in keinem Spektrum sind"
-                                   : "der letzte Datenblock hat " + rest + " statt " + whole +
-                                         " Werte und ein Spektrum aus anderen Linien")});
+    warnings_.push_back(both(
+        input->restIsLeftOut
+            ? words("%1: the recording ends with %2 of the %3 samples of a data block, which is "
+                    "in no spectrum (tail = \"pad\" or \"keep\" of the source takes it in)")
+            : words("%1: the last data block has %2 instead of %3 samples and a spectrum of "
+                    "other lines"),
+        node.entry->name, input->rest, input->whole));
+    notes_.push_back(warnings_.back().in(spokenLanguage()));
 }
 
 bool Runner::feed(Feed& feed) {
@@ -612,16 +605,14 @@ bool Runner::endInterval(Node& node) {
 void Runner::noteRest(Node& node) {
     if (!node.intervals || node.intervals->rest() <= 0) return;
     const std::int64_t rest = node.intervals->rest();
-    const std::string note = node.entry->name + ": the last " + std::to_string(rest) +
-                             (rest == 1 ? " sample (" : " samples (") +
-                             toText(node.intervals->secondsOf(rest), 12) +
-                             " s) fill no interval of " +
-                             toText(node.intervals->intervalSeconds(), 12) + " s and are in no row";
-    notes_.push_back(note);
-    warnings_.push_back(
-        {note, node.entry->name + ": die letzten " + std::to_string(rest) + " Werte (" +
-                   toText(node.intervals->secondsOf(rest), 12) + " s) füllen kein Intervall von " +
-                   toText(node.intervals->intervalSeconds(), 12) + " s und sind in keiner Zeile"});
+    warnings_.push_back(both(
+        rest == 1
+            ? words("%1: the last %2 sample (%3 s) fill no interval of %4 s and are in no row")
+            : words("%1: the last %2 samples (%3 s) fill no interval of %4 s and are in no row"),
+        node.entry->name, rest, toText(node.intervals->secondsOf(rest), 12),
+        toText(node.intervals->intervalSeconds(), 12)));
+    notes_.push_back(warnings_.back().in(spokenLanguage()));
+    const Bilingual note = warnings_.back();
     const std::function<void(Node&)> mark = [&](Node& from) {
         for (Outlet& outlet : from.outlets) {
             if (!outlet.info.overIntervals) continue;
@@ -634,9 +625,9 @@ void Runner::noteRest(Node& node) {
 }
 
 void Runner::raiseBlockError(Node& node) {
-    throw RunError(kBlockError, textOf(diagram_.file) + ":" +
-                                    std::to_string(node.entry->place.line) + ": block." +
-                                    node.entry->name + ": " + ownErrorText(*node.block));
+    throw RunError(kBlockError,
+                   tr("%1:%2: block.%3: %4", textOf(diagram_.file), node.entry->place.line,
+                      node.entry->name, ownErrorText(*node.block)));
 }
 
 // What waits may hold up what lies before it; the last in line tells the reason.
@@ -652,10 +643,9 @@ void Runner::raiseIfDataWaits() const {
                 waiting.push_back(node->nameOf(node->inputs[i]));
         }
         if (waiting.empty()) continue;
-        throw RunError(kStalled, textOf(diagram_.file) + ":" +
-                                     std::to_string(node->entry->place.line) + ": block." +
-                                     node->entry->name + ": the data at " + joined(waiting) +
-                                     " is not taken, " + whyNotTaken(*node));
+        throw RunError(kStalled, tr("%1:%2: block.%3: the data at %4 is not taken, %5",
+                                    textOf(diagram_.file), node->entry->place.line,
+                                    node->entry->name, joined(waiting), whyNotTaken(*node)));
     }
 }
 
@@ -669,19 +659,19 @@ std::string Runner::whyNotTaken(const Node& node) {
         std::string name = node.nameOf(input);
         if (node.block->waits(static_cast<int>(i))) {
             const ChannelHeader& head = input.last;
-            shapes.push_back(name + " has " + std::to_string(head.valueCount) + " values in " +
-                             std::to_string(head.channelCount) +
-                             (head.channelCount == 1 ? " channel" : " channels"));
+            shapes.push_back(tr(head.channelCount == 1 ? words("%1 has %2 values in %3 channel")
+                                                       : words("%1 has %2 values in %3 channels"),
+                                name, head.valueCount, head.channelCount));
             continue;
         }
         if (input.restIsLeftOut) name += " (" + input.restText() + ")";
         (node.needOf(input) == InputNeed::always ? needed : wanted).push_back(std::move(name));
     }
-    if (!needed.empty()) return "nothing more comes to " + joined(needed);
-    if (!wanted.empty()) return "nothing more comes to " + joined(wanted);
-    return (shapes.size() > 1 ? "its inputs do not fit together: "
-                              : "the block wants other data: ") +
-           joined(shapes);
+    if (!needed.empty()) return tr("nothing more comes to %1", joined(needed));
+    if (!wanted.empty()) return tr("nothing more comes to %1", joined(wanted));
+    return tr(shapes.size() > 1 ? words("its inputs do not fit together: %1")
+                                : words("the block wants other data: %1"),
+              joined(shapes));
 }
 
 std::vector<const Source*> Runner::sources() const {

@@ -31,7 +31,7 @@ struct OutletInfo {
     std::vector<bool> bandsWithoutLine = {};  // of the last data block of bands, from band 0
     bool overIntervals = false;               // data blocks hold what an interval of time came to
     double time = 0;  // s; where in the signal the last data block, or what it was made of, begins
-    std::vector<std::string> notes = {};  // after the run: what of the data is not in there
+    std::vector<Bilingual> notes = {};  // after the run: what of the data is not in there
 };
 
 class Runner {

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "vynhost/base/memory_limit.h"
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 #include "vynhost/run/sample_coding.h"
 
@@ -22,7 +23,7 @@ RawFormat rawFormatOf(const SourceEntry& entry) {
         if (coding.name == entry.format) return {&coding, entry.rawChannels, *entry.rate};
         names.emplace_back(coding.name);
     }
-    throw InputError(entry.formatPlace, "\"" + entry.format + "\" is none of " + joined(names));
+    throw InputError(entry.formatPlace, tr("\"%1\" is none of %2", entry.format, joined(names)));
 }
 
 std::unique_ptr<Recording> openFor(const SourceEntry& entry, const std::filesystem::path& file) {
@@ -50,9 +51,8 @@ std::vector<std::size_t> chosenChannels(const SourceEntry& entry, const std::fil
     }
     for (const int channel : entry.channels) {
         if (channel > available) {
-            throw InputError(entry.channelsPlace, "channel " + std::to_string(channel) +
-                                                      " does not exist: " + textOf(file) + " has " +
-                                                      std::to_string(available));
+            throw InputError(entry.channelsPlace, tr("channel %1 does not exist: %2 has %3",
+                                                     channel, textOf(file), available));
         }
         channels.push_back(static_cast<std::size_t>(channel - 1));
     }
@@ -78,17 +78,18 @@ void Source::choosePart() {
     const std::int64_t all = recording_->frames();
     const bool endIsKnown = all != Recording::kUnknownFrames;
     const auto has = [&] {
-        return textOf(file_) + " has " + toText(static_cast<double>(all) / rate, 9) + " s";
+        return tr("%1 has %2 s", textOf(file_), toText(static_cast<double>(all) / rate, 9));
     };
     if (entry_->start) {
         begin_ = std::llround(*entry_->start * rate);
-        if (begin_ >= all) throw InputError(entry_->startPlace, "lies behind the end: " + has());
+        if (begin_ >= all)
+            throw InputError(entry_->startPlace, tr("lies behind the end: %1", has()));
     }
     if (entry_->length) {
         wanted_ = std::llround(*entry_->length * rate);
-        if (*wanted_ == 0) throw InputError(entry_->lengthPlace, "is less than a sample");
+        if (*wanted_ == 0) throw InputError(entry_->lengthPlace, tr("is less than a sample"));
         if (endIsKnown && begin_ + *wanted_ > all) {
-            throw InputError(entry_->lengthPlace, "goes beyond the end: " + has());
+            throw InputError(entry_->lengthPlace, tr("goes beyond the end: %1", has()));
         }
     }
     try {
@@ -114,9 +115,8 @@ std::vector<float> Source::scales() {
         return std::vector<float>(channels_.size(), static_cast<float>(given.front()));
     }
     if (given.size() != channels_.size()) {
-        throw InputError(entry_->fullScalePlace, std::to_string(given.size()) + " values for " +
-                                                     std::to_string(channels_.size()) +
-                                                     " channels");
+        throw InputError(entry_->fullScalePlace,
+                         tr("%1 values for %2 channels", given.size(), channels_.size()));
     }
     return {given.begin(), given.end()};
 }
@@ -134,23 +134,23 @@ std::vector<float> Source::calibratedScales() {
     }
     const Calibration& calibration = *calibration_;
     const std::size_t known = calibration.channels.size();
-    const std::string of = textOf(entry_->calibration) + " is of " + std::to_string(known) +
-                           (known == 1 ? " channel" : " channels");
+    const std::string of =
+        tr(known == 1 ? words("%1 is of %2 channel") : words("%1 is of %2 channels"),
+           textOf(entry_->calibration), known);
     if (static_cast<std::size_t>(recording_->channels()) < known) {
-        fail(of + ", " + textOf(file_) + " has " + std::to_string(recording_->channels()));
+        fail(tr("%1, %2 has %3", of, textOf(file_), recording_->channels()));
     }
     std::vector<float> scales;
     for (const std::size_t channel : channels_) {
-        if (channel >= known)
-            fail(of + ", and channel " + std::to_string(channel + 1) + " is none");
+        if (channel >= known) fail(tr("%1, and channel %2 is none", of, channel + 1));
         const Calibration::Channel& found = calibration.channels[channel];
         const auto named = [](const std::string& unit) {
-            return unit.empty() ? std::string("full scale") : printable(unit);
+            return unit.empty() ? tr("full scale") : printable(unit);
         };
         const std::string unit = recording_->channel(channel).unit;
         if (named(unit) != named(found.recordedIn)) {
-            fail("channel " + std::to_string(channel + 1) + " is recorded in " + named(unit) +
-                 ", and was calibrated in " + named(found.recordedIn));
+            fail(tr("channel %1 is recorded in %2, and was calibrated in %3", channel + 1,
+                    named(unit), named(found.recordedIn)));
         }
         scales.push_back(static_cast<float>(found.fullScale));
     }
@@ -214,7 +214,7 @@ std::optional<ChannelData> Source::next() {
     ended_ = got < block || position_ + entry_->block == end() || blocks_ + 1 == entry_->mostBlocks;
     if (ended_ && wanted_ && frames() < *wanted_ && !entry_->usesTruncated) {
         throw InputError(entry_->lengthPlace,
-                         textOf(file_) + " ends before, after " + toText(length(), 9) + " s");
+                         tr("%1 ends before, after %2 s", textOf(file_), toText(length(), 9)));
     }
     rest_ = got < block ? got : 0;
     // Beside overlapping data blocks a shorter one would count its samples with another weight.
@@ -299,59 +299,55 @@ ChannelData Source::withHead(std::vector<float> values) const {
 }
 
 std::string Source::note() const {
-    std::string note = name() + ": " + title() + ", " + std::to_string(frames()) + " samples at " +
-                       toText(recording_->rate()) + " Hz, " + std::to_string(channels_.size()) +
-                       (channels_.size() == 1 ? " channel" : " channels");
-    if (entry_->start || entry_->length) note += ", from " + toText(start(), 9) + " s on";
-    if (unitIsFiles_) note += " in " + unit_;
-    if (!entry_->calibration.empty()) note += ", calibrated by " + textOf(entry_->calibration);
+    std::string note = tr(channels_.size() == 1 ? words("%1: %2, %3 samples at %4 Hz, %5 channel")
+                                                : words("%1: %2, %3 samples at %4 Hz, %5 channels"),
+                          name(), title(), frames(), recording_->rate(), channels_.size());
+    if (entry_->start || entry_->length) note += tr(", from %1 s on", toText(start(), 9));
+    if (unitIsFiles_) note += tr(" in %1", unit_);
+    if (!entry_->calibration.empty()) note += tr(", calibrated by %1", textOf(entry_->calibration));
     if (entry_->rate && *entry_->rate != recording_->rate()) {
-        note += "; its own rate counts, not the diagram's " + toText(*entry_->rate) + " Hz";
+        note += tr("; its own rate counts, not the diagram's %1 Hz", *entry_->rate);
     }
     if (entry_->overlaps()) {
-        note += "; " + std::to_string(blocks_) + " whole data blocks, one every " +
-                std::to_string(entry_->step) + " samples";
+        note += tr("; %1 whole data blocks, one every %2 samples", blocks_, entry_->step);
     } else if (entry_->mostBlocks > 0 && blocks_ == entry_->mostBlocks) {
-        note += "; the first " + std::to_string(blocks_) + " data blocks of it";
+        note += tr("; the first %1 data blocks of it", blocks_);
     }
-    if (!recording_->missing().empty()) note += "; " + recording_->missing().english;
+    if (!recording_->missing().empty()) note += "; " + recording_->missing().in(spokenLanguage());
     if (rest_ > 0 && leavesRest_) {
-        note += "; the last " + std::to_string(rest_) + " left out";
+        note += tr("; the last %1 left out", rest_);
     } else if (rest_ > 0 && entry_->tail == Tail::pad) {
         const std::size_t zeros = static_cast<std::size_t>(entry_->block) - rest_;
-        note += "; " + std::to_string(zeros) + " zeros added at the end";
+        note += tr("; %1 zeros added at the end", zeros);
     }
     return note;
 }
 
 std::vector<Bilingual> Source::warnings() const {
     std::vector<Bilingual> warnings;
-    const auto warn = [&](const std::string& english, const std::string& german) {
-        warnings.push_back({name() + ": " + english, name() + ": " + german});
+    const auto warn = [&](const Bilingual& what) {
+        warnings.push_back({name() + ": " + what.english, name() + ": " + what.german});
     };
     if (entry_->rate && *entry_->rate != recording_->rate()) {
-        const std::string given = toText(*entry_->rate) + " Hz";
-        warn("the recording's own rate counts, not the diagram's " + given,
-             "es gilt die Abtastrate der Aufnahme, nicht die des Diagramms, " + given);
+        warn(both("the recording's own rate counts, not the diagram's %1 Hz", *entry_->rate));
     }
     if (!recording_->missing().empty()) {
-        warn(recording_->missing().english, recording_->missing().german);
+        warn(recording_->missing());
     }
     if (rest_ > 0 && entry_->tail == Tail::drop) {
-        warn("the last " + std::to_string(rest_) + " samples are left out",
-             "die letzten " + std::to_string(rest_) + " Werte sind weggelassen");
+        warn(both("the last %1 samples are left out", rest_));
     } else if (rest_ > 0 && entry_->tail == Tail::pad) {
-        const std::string zeros = std::to_string(static_cast<std::size_t>(entry_->block) - rest_);
-        warn(zeros + " zeros are added at the end", "am Ende sind " + zeros + " Nullen angefügt");
+        warn(
+            both("%1 zeros are added at the end", static_cast<std::size_t>(entry_->block) - rest_));
     }
     return warnings;
 }
 
 std::string Source::title() const {
     const std::string rms = entry_->noise ? toText(entry_->noise->rms) : "";
-    if (file_.empty()) return "noise of rms " + rms;
-    const std::string what = file_ == "-" ? "standard input" : textOf(file_);
-    return what + (entry_->noise ? " with noise of rms " + rms : "");
+    if (file_.empty()) return tr("noise of rms %1", rms);
+    const std::string what = file_ == "-" ? tr("standard input") : textOf(file_);
+    return what + (entry_->noise ? tr(" with noise of rms %1", rms) : "");
 }
 
 }  // namespace vynhost

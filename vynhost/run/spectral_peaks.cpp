@@ -4,6 +4,7 @@
 #include <cmath>
 #include <numbers>
 
+#include "vynhost/base/messages.h"
 #include "vynhost/diagram/block_settings.h"
 #include "vynhost/interface/placed_block.h"
 
@@ -58,7 +59,7 @@ WindowShape::WindowShape(ModuleHost& host, std::span<const TypeInfo> types, cons
     }
     probe->stop();
     if (heights_.size() != kOffsets + 1)
-        throw RunError(kBlockError, "the FFT block gives no lines");
+        throw RunError(kBlockError, tr("the FFT block gives no lines"));
     // Between two zeros of the window's spectrum a tone of another phase may leave more.
     for (std::size_t i = leakage_.size() - 1; i-- > 0;)
         leakage_[i] = std::max(leakage_[i], leakage_[i + 1]);

@@ -150,6 +150,9 @@ std::filesystem::path programFolder();
 // The words after the program's name, in UTF-8. The console takes UTF-8 from now on.
 std::vector<std::string> commandLine(int argc, char** argv);
 
+// The language that the user reads, as ISO 639 has it ("de"); empty where none is said.
+std::string userLanguage();
+
 // A text of the module's (Windows: the ANSI code page) as UTF-8.
 std::string fromModuleText(const char* text);
 

@@ -17,6 +17,8 @@
 #include <system_error>
 #include <unordered_map>
 
+#include "vynhost/base/messages.h"
+
 // Present when the program is built with a sanitizer: its reports must not end up as caught boxes.
 extern "C" __attribute__((weak)) void __sanitizer_set_report_fd(void* file);
 
@@ -347,7 +349,7 @@ bool setSharedDirectory(const std::optional<std::string>& directory) {
 }
 
 const char* const kLibraryFile = "ovanlys.so";
-const char* const kSharedDirectoryName = "environment variable OVSHAREDDIR64";
+const char* const kSharedDirectoryName = words("environment variable OVSHAREDDIR64");
 
 SharedDirectoryForLoading::SharedDirectoryForLoading(const std::filesystem::path& directory)
     : before_(sharedDirectory()) {
@@ -362,6 +364,16 @@ std::filesystem::path programFolder() {
 
 std::vector<std::string> commandLine(int argc, char** argv) {
     return {argv + std::min(argc, 1), argv + argc};
+}
+
+std::string userLanguage() {
+    for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+        const char* value = std::getenv(name);
+        if (value == nullptr || *value == '\0') continue;
+        const std::string locale(value);  // "de_DE.UTF-8"
+        return locale.substr(0, locale.find_first_of("_.@"));
+    }
+    return "";
 }
 
 std::string fromModuleText(const char* text) { return text; }

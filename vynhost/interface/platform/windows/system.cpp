@@ -11,6 +11,8 @@
 #include <unordered_map>
 #include <utility>
 
+#include "vynhost/base/messages.h"
+
 namespace vynhost::platform {
 
 const char* const kModuleFile = "VYNPACKM.dll";
@@ -404,7 +406,7 @@ bool setSharedDirectory(const std::optional<std::string>& directory) {
 
 const char* const kLibraryFile = "ovanlys.dll";
 const char* const kSharedDirectoryName =
-    "registry value OVSHAREDDIR64 of HKLM\\SOFTWARE\\Orvane\\Common\\Installer";
+    words("registry value OVSHAREDDIR64 of HKLM\\SOFTWARE\\Orvane\\Common\\Installer");
 
 namespace {
 
@@ -454,6 +456,13 @@ std::vector<std::string> commandLine(int, char**) {
         result.push_back(toUtf8(words[i]));
     ::LocalFree(words);
     return result;
+}
+
+std::string userLanguage() {
+    const LCID locale = MAKELCID(::GetUserDefaultUILanguage(), SORT_DEFAULT);
+    wchar_t name[16] = {};
+    ::GetLocaleInfoW(locale, LOCALE_SISO639LANGNAME, name, static_cast<int>(std::size(name)));
+    return toUtf8(name);
 }
 
 std::string fromModuleText(const char* text) {

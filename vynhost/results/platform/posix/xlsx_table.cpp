@@ -7,6 +7,7 @@
 #include <cstring>
 #include <fstream>
 
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 #include "vynhost/interface/platform/system.h"
 #include "vynhost/results/gathered_table.h"
@@ -27,8 +28,9 @@ public:
         std::string why;
         void* library = platform::loadLibrary(kLibrary, why);
         if (library == nullptr) {
-            throw InputError(place, std::string("xlsx needs ") + kLibrary +
-                                        " (Debian: libxlsxwriter4), which does not load: " + why);
+            throw InputError(place,
+                             tr("xlsx needs %1 (Debian: libxlsxwriter4), which does not load: %2",
+                                kLibrary, why));
         }
         find(library, place, "workbook_new_opt", newWorkbook);
         find(library, place, "workbook_add_worksheet", addSheet);
@@ -78,7 +80,7 @@ private:
     static void find(void* library, const Place& place, const char* name, Function& function) {
         function = reinterpret_cast<Function>(platform::findFunction(library, name));
         if (function == nullptr) {
-            throw InputError(place, std::string(kLibrary) + " has no function " + name);
+            throw InputError(place, tr("%1 has no function %2", kLibrary, name));
         }
     }
 };
@@ -96,13 +98,13 @@ public:
 
     void endHead() override {
         if (names().size() <= kMostColumns) return;
-        throw InputError(subject_.place, "a sheet has at most 16384 columns, not " +
-                                             std::to_string(names().size()));
+        throw InputError(subject_.place,
+                         tr("a sheet has at most 16384 columns, not %1", names().size()));
     }
     void endRow() override {
         if (rows() == kMostRows) {
             throw InputError(subject_.place,
-                             "a sheet has at most 1048576 rows; a csv or npy takes more");
+                             tr("a sheet has at most 1048576 rows; a csv or npy takes more"));
         }
         GatheredTable::endRow();
     }
@@ -118,12 +120,12 @@ protected:
         options.constant_memory = LXW_TRUE;
         options.use_zip64 = LXW_FALSE;
         lxw_workbook* book = library_.newWorkbook(path.c_str(), &options);
-        if (book == nullptr) throw RunError(kWrongInput, "memory is out");
+        if (book == nullptr) throw RunError(kWrongInput, tr("memory is out"));
         fill(book);
         const lxw_error error = library_.close(book);
         if (error != LXW_NO_ERROR) {
-            throw RunError(kWrongInput, textOf(file().path()) + ": can't be written (" +
-                                            library_.errorText(error) + ")");
+            throw RunError(kWrongInput, tr("%1: can't be written (%2)", textOf(file().path()),
+                                           library_.errorText(error)));
         }
         std::ifstream in(made.path(), std::ios::binary);
         std::string piece(std::size_t{1} << 18, '\0');

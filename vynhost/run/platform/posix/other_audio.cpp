@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "vynhost/base/messages.h"
 #include "vynhost/run/recording.h"
 
 namespace vynhost {
@@ -11,7 +12,7 @@ class AudioRecording : public Recording {
 public:
     AudioRecording(const std::filesystem::path& file, Truncated truncated)
         : file_(::sf_open(file.c_str(), SFM_READ, &info_), &::sf_close), truncated_(truncated) {
-        if (!file_) throw RecordingError("is no recording that can be read here");
+        if (!file_) throw RecordingError(tr("is no recording that can be read here"));
         channels_ = info_.channels;
         rate_ = info_.samplerate;
         frames_ = info_.frames;
