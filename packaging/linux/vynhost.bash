@@ -14,22 +14,26 @@ _vynhost()
         fi
     done
 
+    if [[ $prev == --lang ]]; then
+        COMPREPLY=($(compgen -W 'en de' -- "$cur"))
+        return
+    fi
     case $command in
         '')
-            COMPREPLY=($(compgen -W "$commands --help --version" -- "$cur"))
+            COMPREPLY=($(compgen -W "$commands --lang --help --version" -- "$cur"))
             ;;
         list)
-            COMPREPLY=($(compgen -W '--json --markdown --help' -- "$cur"))
+            COMPREPLY=($(compgen -W '--json --markdown --lang --help' -- "$cur"))
             ;;
         run)
             case $prev in
                 --out) _filedir -d ;;
-                --csv | --lang) COMPREPLY=($(compgen -W 'en de' -- "$cur")) ;;
+                --csv) COMPREPLY=($(compgen -W 'en de' -- "$cur")) ;;
                 --input | --memory | --report | --each | --jobs) ;;
                 *)
                     if [[ $cur == -* ]]; then
-                        COMPREPLY=($(compgen -W '--input --out --csv --memory --report --lang --force --quiet
-                            --no-progress --totals --each --jobs --resume --help' -- "$cur"))
+                        COMPREPLY=($(compgen -W '--input --out --csv --memory --report --force --quiet
+                            --no-progress --totals --each --jobs --resume --lang --help' -- "$cur"))
                     else
                         _filedir toml
                     fi
@@ -42,7 +46,7 @@ _vynhost()
                 --level | --frequency) ;;
                 *)
                     if [[ $cur == -* ]]; then
-                        COMPREPLY=($(compgen -W '--level --frequency --out --force --help' -- "$cur"))
+                        COMPREPLY=($(compgen -W '--level --frequency --out --force --lang --help' -- "$cur"))
                     else
                         _filedir
                     fi
@@ -56,7 +60,7 @@ _vynhost()
                 *)
                     if [[ $cur == -* ]]; then
                         local options='--calibration --full-scale --unit --sensitivity --range --channels --out
-                            --csv --memory --diagram --force --quiet --no-progress --help'
+                            --csv --memory --diagram --force --quiet --no-progress --lang --help'
                         case $command in
                             level) options+=' --weighting --time --every --clock --percentiles --bands' ;;
                             spectrum) options+=' --length --overlap --averages --window --peaks' ;;
@@ -73,7 +77,7 @@ _vynhost()
             esac
             ;;
         doctor | skeleton)
-            COMPREPLY=($(compgen -W '--help' -- "$cur"))
+            COMPREPLY=($(compgen -W '--lang --help' -- "$cur"))
             ;;
         validate)
             case $prev in
@@ -81,7 +85,7 @@ _vynhost()
                 --seed | --check) ;;
                 *)
                     if [[ $cur == -* ]]; then
-                        COMPREPLY=($(compgen -W '--level --json --seed --check --help' -- "$cur"))
+                        COMPREPLY=($(compgen -W '--level --json --seed --check --lang --help' -- "$cur"))
                     else
                         _filedir so
                     fi
@@ -90,7 +94,7 @@ _vynhost()
             ;;
         dialog)
             if [[ $cur == -* ]]; then
-                COMPREPLY=($(compgen -W '--help' -- "$cur"))
+                COMPREPLY=($(compgen -W '--lang --help' -- "$cur"))
             else
                 _filedir toml
             fi
