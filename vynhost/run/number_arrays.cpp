@@ -2,13 +2,12 @@
 
 #include <algorithm>
 
+#include "vynhost/base/limits.h"
 #include "vynhost/base/text.h"
 #include "vynhost/run/recording.h"
 
 namespace vynhost {
 namespace {
-
-constexpr std::int64_t kMostChannels = 1024;  // as many as a recording may have
 
 std::string textOfArray(const NumberArray& array) {
     std::string text = printable(array.name) + " (";
@@ -92,7 +91,7 @@ ArrayLayout layoutOf(const NumberArray& array, const ArrayChoice& choice) {
                                     : "has more columns than rows, and rows are samples (rows = "
                                       "\"channels\" of the source reads it the other way)");
     }
-    if (channels > kMostChannels) {
+    if (channels > static_cast<std::int64_t>(kMostChannels)) {
         fail("has " + std::to_string(channels) + " channels; 1 to 1024 are read");
     }
     return {frames, static_cast<int>(channels), choice.rowsAreChannels};
