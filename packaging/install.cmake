@@ -49,12 +49,22 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${document_folder} 
   FILES_MATCHING PATTERN *.toml PATTERN *.wav PATTERN host EXCLUDE)
 if(NOT WIN32)
   install(PROGRAMS ${PROJECT_SOURCE_DIR}/examples/commands DESTINATION ${document_folder}/examples COMPONENT runtime)
-  foreach(page vynhost.1 vynhost-diagram.5)
-    string(REGEX MATCH "[0-9]$" section ${page})
-    configure_file(linux/${page} ${page} @ONLY)
-    install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${page} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section} COMPONENT runtime)
+  # As the program itself writes them.
+  set(pages ${CMAKE_CURRENT_BINARY_DIR}/pages)
+  foreach(language en de)
+    add_custom_command(OUTPUT ${pages}/${language}/vynhost.1 ${pages}/${language}/vynhost-diagram.5 ${pages}/${language}/vynhost.bash
+      COMMAND vynhost help --write-pages ${pages}/${language} --lang ${language}
+      DEPENDS vynhost VERBATIM)
+    list(APPEND written ${pages}/${language}/vynhost.1)
+    set(folder ${CMAKE_INSTALL_MANDIR}/${language})
+    if(language STREQUAL en)
+      set(folder ${CMAKE_INSTALL_MANDIR})
+    endif()
+    install(FILES ${pages}/${language}/vynhost.1 DESTINATION ${folder}/man1 COMPONENT runtime)
+    install(FILES ${pages}/${language}/vynhost-diagram.5 DESTINATION ${folder}/man5 COMPONENT runtime)
   endforeach()
-  install(FILES linux/vynhost.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+  add_custom_target(manual_pages ALL DEPENDS ${written})
+  install(FILES ${pages}/en/vynhost.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
     RENAME vynhost COMPONENT runtime)
 endif()
 

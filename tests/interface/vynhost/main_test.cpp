@@ -35,7 +35,7 @@ TEST_F(MainTest, OffersTheCommandThatWasMeant) {
         outcome.error,
         StartsWith(
             "vynhost: \"rum\" is no command, did you mean run? (there are: list, skeleton, run, "
-            "calibrate, level, spectrum, bands, transfer, dialog, doctor, validate)"));
+            "calibrate, level, spectrum, bands, transfer, dialog, doctor, validate, help)"));
 }
 
 TEST_F(MainTest, ListsOneTypeAndPrintsASkeleton) {
