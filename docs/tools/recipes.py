@@ -5,6 +5,7 @@
 
 In a page, blocks of sh and python are run in their order, in one empty folder with `examples` in it; a block of
 toml whose first line is `# NAME.toml` is written there first. A block of text behind them holds the output.
+The German page of a recipe has the same blocks, which it takes from the English one.
 """
 
 import os
@@ -53,6 +54,18 @@ def outputs(text):
         return BLOCK.sub(one, text)
 
 
+def german(page):
+    return ROOT / "docs/de/recipes" / page.name
+
+
+def with_blocks_of(text, other):
+    """The text with the blocks of the other one, which has as many."""
+    blocks = [match[0] for match in BLOCK.finditer(other)]
+    return BLOCK.sub(lambda _: blocks.pop(0), text)
+
+
 if __name__ == "__main__":
     for page in [Path(name) for name in sys.argv[1:]] or pages():
         page.write_text(outputs(page.read_text(encoding="utf-8")), encoding="utf-8")
+        text = with_blocks_of(german(page).read_text(encoding="utf-8"), page.read_text(encoding="utf-8"))
+        german(page).write_text(text, encoding="utf-8")

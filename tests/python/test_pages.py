@@ -25,6 +25,22 @@ def test_every_recipe_but_the_list_has_a_command_with_its_output():
         assert page.name == "README.md" or ("text" in kinds and {"sh", "python"} & set(kinds)), page
 
 
+@pytest.mark.parametrize("page", recipes.pages(), ids=lambda page: page.stem)
+def test_the_german_page_of_a_recipe_has_the_commands_and_outputs_of_the_english_one(page):
+    english, german = (recipes.BLOCK.findall(one.read_text(encoding="utf-8")) for one in (page, recipes.german(page)))
+    assert german == english
+
+
+def test_every_page_for_users_is_there_in_german_and_leads_to_the_english_one():
+    listed = re.findall(r": docs/((?:blocks|recipes)/[\w.-]+\.md|install\.md|vynhost\.md)$",
+                        (ROOT / "mkdocs.yml").read_text(encoding="utf-8"), re.MULTILINE)
+    german = {str(page.relative_to(ROOT / "docs/de")) for page in (ROOT / "docs/de").rglob("*.md")}
+    assert german == set(listed)
+    for name in german:
+        back = "../" * (name.count("/") + 1) + name
+        assert f"\n[English]({back})\n" in (ROOT / "docs/de" / name).read_text(encoding="utf-8"), name
+
+
 def test_a_command_that_fails_is_told():
     with pytest.raises(RuntimeError, match="ended with 3"):
         recipes.outputs("```sh\nexit 3\n```\n")

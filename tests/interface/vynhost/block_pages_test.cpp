@@ -2,6 +2,7 @@
 #include <array>
 #include <cstdio>
 #include <regex>
+#include <set>
 
 #include "interface/vynhost/run_fixture.h"
 #include "support/source_folder.h"
@@ -19,9 +20,8 @@ protected:
     static std::string page(const std::string& className) {
         return read(pathOf(kSourceFolder) / "docs" / "blocks" / (className + ".md"));
     }
-    static std::string advice(const std::string& className) {
-        const std::string text = page(className);
-        const std::size_t begin = text.find("\n## Which settings for what\n");
+    static std::string advice(const std::string& text, const char* heading) {
+        const std::size_t begin = text.find(heading);
         return begin == std::string::npos
                    ? ""
                    : text.substr(begin, text.find("\n## ", begin + 1) - begin);
@@ -47,12 +47,22 @@ protected:
     }
 };
 
-// Those of the FFT before a block stand on its page, too.
+// Those of the FFT before a block stand on its page, too; the German page has the same.
 TEST_F(BlockPages, EachAdvisesSettingsThatExist) {
     const std::regex wanted("`(Pk[A-Za-z]+) = ([^`]+)`");
     for (const TypeInfo& type : moduleTypes(host)) {
         SCOPED_TRACE(type.className);
-        const std::string text = advice(type.className);
+        const std::string english = advice(page(type.className), "\n## Which settings for what\n");
+        const std::string german =
+            advice(page("../de/blocks/" + type.className), "\n## Welche Einstellung wofür\n");
+        const auto settingsIn = [&](const std::string& text) {
+            std::set<std::string> settings;
+            for (std::sregex_iterator at(text.begin(), text.end(), wanted), end; at != end; ++at)
+                settings.insert((*at)[0]);
+            return settings;
+        };
+        EXPECT_THAT(settingsIn(german), ::testing::IsSupersetOf(settingsIn(english)));
+        const std::string text = english + german;
         int seen = 0;
         for (std::sregex_iterator at(text.begin(), text.end(), wanted), end; at != end; ++at) {
             const Setting setting = settingOf((*at)[1], (*at)[2]);

@@ -3,6 +3,7 @@
 
 #include "interface/vynhost/diagram_fixture.h"
 #include "support/source_folder.h"
+#include "vynhost/base/messages.h"
 #include "vynhost/command/list.h"
 #include "vynhost/command/skeleton.h"
 #include "vynhost/diagram/catalogue.h"
@@ -116,14 +117,19 @@ TEST_F(SkeletonTest, ShowsCommentsThatAreSettings) {
 // --- The pages ------------------------------------------------------------------------------
 
 TEST_F(SkeletonTest, TheBlocksPagesShowTheKeywordsAsTheHostKnowsThem) {
-    for (const TypeInfo& type : moduleTypes(host)) {
-        const std::filesystem::path page =
-            std::filesystem::path(kSourceFolder) / "docs" / "blocks" / (type.className + ".md");
-        std::string text = read(page);
-        std::erase(text, '\r');
-        EXPECT_THAT(text, HasSubstr("<!-- keywords: made by tools/keyword-tables -->\n" +
-                                    keywordsAsMarkdown(type) + "<!-- end of keywords -->\n"))
-            << page << ": tools/keyword-tables writes it anew";
+    for (const auto& [folder, language] : {std::pair("docs/blocks", Language::english),
+                                           std::pair("docs/de/blocks", Language::german)}) {
+        speak(language);
+        for (const TypeInfo& type : moduleTypes(host)) {
+            const std::filesystem::path page =
+                std::filesystem::path(kSourceFolder) / folder / (type.className + ".md");
+            std::string text = read(page);
+            std::erase(text, '\r');
+            EXPECT_THAT(text, HasSubstr("<!-- keywords: made by tools/keyword-tables -->\n" +
+                                        keywordsAsMarkdown(type) + "<!-- end of keywords -->\n"))
+                << page << ": tools/keyword-tables writes it anew";
+        }
+        speak(Language::english);
     }
 }
 
