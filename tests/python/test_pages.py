@@ -41,6 +41,42 @@ def test_every_page_for_users_is_there_in_german_and_leads_to_the_english_one():
         assert f"\n[English]({back})\n" in (ROOT / "docs/de" / name).read_text(encoding="utf-8"), name
 
 
+STANDS_FOR = {"TYPE", "DIAGRAM", "RECORDING", "MODULE", "TYP", "DIAGRAMM", "AUFNAHME", "MODUL"}
+
+
+def commands(page):
+    """The commands of a page as they stand: not what says how a command looks, nor what an installation has."""
+    lines = re.findall(r"^    (vynhost .*?)(?: {3,}.*)?$", page.read_text(encoding="utf-8"), re.MULTILINE)
+    return [line for line in lines if not STANDS_FOR & set(line.split()) and not re.search(r"[\[/]|\.\.\.", line.replace("o/{name}", "")
+                                                                                         .replace("messung/*", ""))]
+
+
+def test_every_command_of_the_other_pages_runs(tmp_path):
+    examples = ROOT / "examples"
+    (tmp_path / "messung").mkdir()
+    for name, example in {"cal.wav": "two_calibrators.wav", "meas.wav": "two_channels.wav",
+                          "messung/1.wav": "calibrator.wav"}.items():
+        (tmp_path / name).symlink_to(examples / example)
+    (tmp_path / "d.toml").write_text("[source.m]\nfile = \"none.wav\"\n[sink.m]\nfrom = \"m\"\ncsv = \"m.csv\"\n")
+    environment = recipes.environment()
+    ran = []
+    for page in [*sorted((ROOT / "docs").glob("*.md")), *sorted((ROOT / "docs/de").rglob("*.md"))]:
+        for command in commands(page):
+            run = subprocess.run(["bash", "-c", command], cwd=tmp_path, env=environment, capture_output=True, text=True, timeout=60)
+            assert run.returncode == 0, f"{page}: {command}: {run.stderr}"
+            if command.startswith("vynhost skeleton "):
+                (tmp_path / "schaltbild.toml").write_text(run.stdout, encoding="utf-8")
+            ran.append(command.split()[1])
+    assert {"calibrate", "level", "spectrum", "bands", "transfer", "run", "list", "skeleton", "doctor"} <= set(ran)
+
+
+def test_the_german_diagram_runs(tmp_path):
+    toml = re.search(r"```toml\n(.*?)```", (ROOT / "docs/de/vynhost.md").read_text(encoding="utf-8"), re.DOTALL)[1]
+    (tmp_path / "d.toml").write_text(toml, encoding="utf-8")
+    subprocess.run(["vynhost", "run", "--quiet", "d.toml"], cwd=tmp_path, env=recipes.environment(), check=True, timeout=60)
+    assert (tmp_path / "terzen.csv").exists() and (tmp_path / "terzen.svg").exists()
+
+
 def test_a_command_that_fails_is_told():
     with pytest.raises(RuntimeError, match="ended with 3"):
         recipes.outputs("```sh\nexit 3\n```\n")
