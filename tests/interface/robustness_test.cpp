@@ -5,13 +5,18 @@
 #include <array>
 #include <bit>
 #include <clocale>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <limits>
 #include <numeric>
 #include <optional>
+#include <ostream>
 #include <random>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "interface/any_block_test.h"
 #include "support/signals.h"
@@ -538,6 +543,132 @@ TEST_P(Robustness, SpecialSamplesAreSurvivedAndForgottenByTheNextRun) {
     }
     takeBoxes();
 }
+
+// --- How far a special value spreads ----------------------------------------------------------
+
+// One special value among the samples of the second of four data blocks; how many of the values
+// that then come out are no finite numbers, data block by data block.
+struct SpreadRow {
+    const char* name;
+    int type;
+    std::vector<std::pair<const char*, double>> settings;
+    const char* of;       // values that come out in all
+    const char* nan;      // of a NaN, and of an infinity unless that says something else
+    const char* largest;  // of the largest number
+    const char* infinity = nullptr;
+};
+
+void PrintTo(const SpreadRow& row, std::ostream* out) { *out << row.name; }
+
+class Spread : public HostTest, public ::testing::WithParamInterface<SpreadRow> {
+protected:
+    Spread() : HostTest({GetParam().type}) {}
+
+    struct Counts {
+        std::string all;
+        std::string notFinite;
+    };
+    Counts spreadOf(float special) {
+        constexpr std::size_t kPlace = 120;
+        const int type = GetParam().type;
+        Counts counts;
+        WorkingBlock block(host, type);
+        for (const auto& [keyword, value] : GetParam().settings) {
+            for (const KeywordRow& row : block.keywords()) {
+                if (row.name != keyword) continue;
+                if (row.type == ValueType::real) {
+                    block.set(keyword, value);
+                } else {
+                    block.set(keyword, static_cast<std::int32_t>(value));
+                }
+            }
+        }
+        block.wireAll();
+        for (int i = 0; i < block.inputCount(); ++i) {
+            if (!carriesData(type, i)) block.wireInput(i, kUnwired);
+        }
+        block.initSim();
+        for (unsigned round = 0; round < 4; ++round) {
+            for (int i = 0; i < block.inputCount(); ++i) {
+                if (!carriesData(type, i) || block.waits(i)) continue;
+                ChannelData data = suitableData(type, i, round + 1);
+                data.header.channelCount = 1;
+                if (round == 1 && i == 0) data.values[kPlace] = special;
+                block.put(i, data);
+            }
+            std::size_t all = 0;
+            std::size_t notFinite = 0;
+            for (bool more = true; more && block.waits(0);) {
+                block.simulate();
+                const Outputs outputs = collect(block);
+                more = outputs[0].has_value();
+                for (const auto& output : outputs) {
+                    if (!output) continue;
+                    all += output->values.size();
+                    notFinite += static_cast<std::size_t>(std::ranges::count_if(
+                        output->values, [](float value) { return !std::isfinite(value); }));
+                }
+            }
+            counts.all += (round > 0 ? " " : "") + std::to_string(all);
+            counts.notFinite += (round > 0 ? " " : "") + std::to_string(notFinite);
+        }
+        block.stop();
+        for (int i = 0; i < block.inputCount(); ++i)
+            block.put(i, Handle::none);
+        takeBoxes();
+        return counts;
+    }
+};
+
+TEST_P(Spread, EndsWhereItIsMeantTo) {
+    constexpr const char* kNone = "0 0 0 0";
+    const SpreadRow& row = GetParam();
+    const Counts sound = spreadOf(0.5F);
+    EXPECT_EQ(sound.all, row.of);
+    EXPECT_EQ(sound.notFinite, kNone);
+    EXPECT_EQ(spreadOf(std::numeric_limits<float>::quiet_NaN()).notFinite, row.nan);
+    const char* infinite = row.infinity != nullptr ? row.infinity : row.nan;
+    EXPECT_EQ(spreadOf(std::numeric_limits<float>::infinity()).notFinite, infinite);
+    EXPECT_EQ(spreadOf(std::numeric_limits<float>::max()).notFinite, row.largest);
+    EXPECT_EQ(spreadOf(std::numeric_limits<float>::denorm_min()).notFinite, kNone);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Blocks, Spread,
+    ::testing::Values(
+        SpreadRow{"Classes", kKlassierung, {}, "20 20 20 20", "0 0 0 0", "0 0 0 0"},
+        SpreadRow{"Bands", kTerzOktave, {}, "25 25 25 25", "0 1 0 0", "0 0 0 0"},
+        SpreadRow{"Statistics", kStatistik, {}, "21 21 21 21", "0 11 1 1", "0 3 0 0", "0 12 1 1"},
+        SpreadRow{"Reduction", kMittelwert, {{"PkMode", 1}}, "40 40 40 40", "0 1 0 0", "0 0 0 0"},
+        SpreadRow{
+            "MovingAverage", kMittelwert, {{"PkMode", 2}}, "400 400 400 400", "0 7 0 0", "0 0 0 0"},
+        SpreadRow{
+            "BlockAverage", kMittelwert, {{"PkMode", 3}}, "400 400 400 400", "0 1 1 1", "0 0 0 0"},
+        SpreadRow{"Spectrum", kSpektrum, {}, "200 200 200 200", "0 200 0 0", "0 0 0 0"},
+        SpreadRow{"TimeSignal", kInverseFFT, {}, "800 800 800 800", "0 800 0 0", "0 560 0 0"},
+        SpreadRow{"CrossSpectrum", kDualSpektrum, {}, "200 200 200 200", "0 200 0 0", "0 0 0 0"},
+        SpreadRow{
+            "Fir", kDigitalFilter, {{"PkFIRFilter", 1}}, "400 400 400 400", "0 25 0 0", "0 0 0 0"},
+        SpreadRow{"Iir",
+                  kDigitalFilter,
+                  {{"PkFIRFilter", 0}, {"PkFilterType", 0}},
+                  "400 400 400 400",
+                  "0 280 400 400",
+                  "0 0 0 0"},
+        SpreadRow{"Weighting",
+                  kFreqWeight,
+                  {{"PkXweight", 1}},
+                  "400 400 400 400",
+                  "0 280 400 400",
+                  "0 0 0 0"},
+        SpreadRow{"Level",
+                  kLevel,
+                  {{"PkFreqOut", 100}},
+                  "702 720 720 720",
+                  "0 108 160 160",
+                  "0 0 0 0",
+                  "0 135 200 200"}),
+    [](const auto& test) { return test.param.name; });
 
 // --- The same numbers, whatever the surroundings --------------------------------------------
 

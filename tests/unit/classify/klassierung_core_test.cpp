@@ -9,6 +9,7 @@
 #include <random>
 #include <vector>
 
+#include "blocks/classify/core/class_counts.h"
 #include "blocks/classify/core/class_finder.h"
 #include "blocks/classify/core/class_index_kernels.h"
 #include "blocks/classify/core/dwell_time_kernels.h"
@@ -416,6 +417,26 @@ TEST(SampleCount, KeepsTheTotalOfOneThatAnEmptyBlockLeft) {
 TEST(SampleCount, StaysRightAboveThe32BitsOfTheProduct) {
     EXPECT_EQ(percentOf(50'000'000U, 100'000'000U), 50.0F);
     EXPECT_EQ(percentOf(1U, 0U), 0.0F);
+    constexpr std::uint32_t kMost = std::numeric_limits<std::uint32_t>::max();
+    EXPECT_EQ(percentOf(kMost, kMost), 100.0F);
+    EXPECT_EQ(percentOf(1U << 31, kMost), 50.0F);
+}
+
+TEST(ClassCounts, StartAgainAt0After4294967295) {
+    constexpr int kClasses = 3;
+    ClassCounts counts(kClasses, 2);
+    std::uint32_t* first = counts.data();
+    std::uint32_t* second = counts.data() + counts.places();
+    first[1] = std::numeric_limits<std::uint32_t>::max();
+    second[0] = std::numeric_limits<std::uint32_t>::max();
+    second[2] = 3;
+    ++first[1];
+    EXPECT_EQ(counts.at(1, 0), 0U);
+    // Neighbours are untouched, and a total starts again as its counts do.
+    EXPECT_EQ(counts.at(0, 0), 0U);
+    EXPECT_EQ(counts.at(2, 0), 0U);
+    EXPECT_EQ(counts.total(0), 0U);
+    EXPECT_EQ(counts.total(1), 2U);
 }
 
 // --- dwell time
