@@ -361,55 +361,6 @@ TEST_P(Robustness, CallsInAnyOrderAreSurvived) {
 
 // --- Heads that lie -------------------------------------------------------------------------
 
-struct HeadFault {
-    const char* name;
-    void (*apply)(ChannelHeader&);
-};
-
-// clang-format off
-constexpr HeadFault kHeadFaults[] = {
-    {"sound",               [](ChannelHeader&) {}},
-    {"-1 values",           [](ChannelHeader& h) { h.valueCount = -1; }},
-    {"0 values",            [](ChannelHeader& h) { h.valueCount = 0; }},
-    {"1 value",             [](ChannelHeader& h) { h.valueCount = 1; }},
-    {"3 values",            [](ChannelHeader& h) { h.valueCount = 3; }},
-    {"an odd value count",  [](ChannelHeader& h) { h.valueCount -= h.valueCount > 0; }},
-    {"fewest values",       [](ChannelHeader& h) {
-        h.valueCount = std::numeric_limits<std::int32_t>::min(); }},
-    {"0 channels",          [](ChannelHeader& h) { h.channelCount = 0; }},
-    {"-1 channels",         [](ChannelHeader& h) { h.channelCount = -1; }},
-    {"3 channels",          [](ChannelHeader& h) { h.channelCount = 3; }},
-    {"33 channels",         [](ChannelHeader& h) { h.channelCount = 33; }},
-    {"10^5 channels",       [](ChannelHeader& h) { h.channelCount = 100000; }},
-    {"fewest channels",     [](ChannelHeader& h) {
-        h.channelCount = std::numeric_limits<std::int32_t>::min(); }},
-    {"most channels",       [](ChannelHeader& h) {
-        h.channelCount = std::numeric_limits<std::int32_t>::max(); }},
-    {"step 0",              [](ChannelHeader& h) { h.xStep = 0; }},
-    {"step -0",             [](ChannelHeader& h) { h.xStep = -0.0; }},
-    {"step infinite",       [](ChannelHeader& h) { h.xStep = kInfinity; }},
-    {"step -infinite",      [](ChannelHeader& h) { h.xStep = -kInfinity; }},
-    {"step no number",      [](ChannelHeader& h) { h.xStep = kNaN; }},
-    {"step denormal",       [](ChannelHeader& h) { h.xStep = 1e-320; }},
-    {"step negative",       [](ChannelHeader& h) { h.xStep = -0.001; }},
-    {"axis -1",             [](ChannelHeader& h) { h.xAxisKind = -1; }},
-    {"axis 0",              [](ChannelHeader& h) { h.xAxisKind = 0; }},
-    {"axis ms",             [](ChannelHeader& h) { h.xAxisKind = kMilliseconds; }},
-    {"axis Hz",             [](ChannelHeader& h) { h.xAxisKind = kHertz; }},
-    {"axis kHz",            [](ChannelHeader& h) { h.xAxisKind = kKilohertz; }},
-    {"axis 60",             [](ChannelHeader& h) { h.xAxisKind = 60; }},
-    {"third octaves",       [](ChannelHeader& h) { h.axisFlags = kThirdOctaveBands; }},
-    {"octaves",             [](ChannelHeader& h) { h.axisFlags = kOctaveBands; }},
-    {"both bands",          [](ChannelHeader& h) { h.axisFlags = kThirdOctaveBands | kOctaveBands; }},
-    {"start -1",            [](ChannelHeader& h) { h.xStart = -1; }},
-    {"start 33",            [](ChannelHeader& h) { h.xStart = 33; }},
-    {"start no number",     [](ChannelHeader& h) { h.xStart = kNaN; }},
-    {"start 1e300",         [](ChannelHeader& h) { h.xStart = 1e300; }},
-    {"unit dB",             [](ChannelHeader& h) { h.yUnit = kUnitDecibel; }},
-    {"unit power",          [](ChannelHeader& h) { h.yUnit = kUnitPower; }},
-};
-// clang-format on
-
 TEST_P(Robustness, MoreChannelsThanValuesCostNothing) {
     WorkingBlock block(host, type());
     block.wireAll();
@@ -442,8 +393,8 @@ TEST_P(Robustness, MoreChannelsThanValuesCostNothing) {
 TEST_P(Robustness, EveryPairOfLiesInTheHeadIsSurvived) {
     WorkingBlock block(host, type());
     block.wireAll();
-    for (const HeadFault& first : kHeadFaults) {
-        for (const HeadFault& second : kHeadFaults) {
+    for (const HeadLie& first : headLies()) {
+        for (const HeadLie& second : headLies()) {
             SCOPED_TRACE(std::string(first.name) + " and " + second.name);
             ChannelData data = suitableData(type(), 0);
             first.apply(data.header);
@@ -470,7 +421,7 @@ TEST_P(Robustness, EveryPairOfLiesInTheHeadIsSurvived) {
 TEST_P(Robustness, ALieInTheMiddleOfARunIsSurvived) {
     WorkingBlock block(host, type());
     block.wireAll();
-    for (const HeadFault& fault : kHeadFaults) {
+    for (const HeadLie& fault : headLies()) {
         SCOPED_TRACE(fault.name);
         block.initSim();
         for (int round = 0; round < 4; ++round) {

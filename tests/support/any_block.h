@@ -9,6 +9,8 @@ using vynhost::allTypes;
 using vynhost::carriesData;
 using vynhost::collect;
 using vynhost::feed;
+using vynhost::HeadLie;
+using vynhost::headLies;
 using vynhost::Outputs;
 using vynhost::run;
 using vynhost::suitableData;

@@ -9,56 +9,7 @@
 namespace vynhost {
 namespace {
 
-struct Lie {
-    const char* name;
-    void (*apply)(ChannelHeader&);
-};
-
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
-constexpr auto kLowest = std::numeric_limits<std::int32_t>::min();
 constexpr auto kLargest = std::numeric_limits<std::int32_t>::max();
-
-// clang-format off
-constexpr Lie kLies[] = {
-    {"sound",              [](ChannelHeader&) {}},
-    {"-1 values",          [](ChannelHeader& h) { h.valueCount = -1; }},
-    {"0 values",           [](ChannelHeader& h) { h.valueCount = 0; }},
-    {"1 value",            [](ChannelHeader& h) { h.valueCount = 1; }},
-    {"3 values",           [](ChannelHeader& h) { h.valueCount = 3; }},
-    {"an odd value count", [](ChannelHeader& h) { h.valueCount -= h.valueCount > 0; }},
-    {"fewest values",      [](ChannelHeader& h) { h.valueCount = kLowest; }},
-    {"0 channels",         [](ChannelHeader& h) { h.channelCount = 0; }},
-    {"-1 channels",        [](ChannelHeader& h) { h.channelCount = -1; }},
-    {"3 channels",         [](ChannelHeader& h) { h.channelCount = 3; }},
-    {"33 channels",        [](ChannelHeader& h) { h.channelCount = 33; }},
-    {"10^5 channels",      [](ChannelHeader& h) { h.channelCount = 100000; }},
-    {"fewest channels",    [](ChannelHeader& h) { h.channelCount = kLowest; }},
-    {"most channels",      [](ChannelHeader& h) { h.channelCount = kLargest; }},
-    {"step 0",             [](ChannelHeader& h) { h.xStep = 0; }},
-    {"step -0",            [](ChannelHeader& h) { h.xStep = -0.0; }},
-    {"step infinite",      [](ChannelHeader& h) { h.xStep = kInfinity; }},
-    {"step -infinite",     [](ChannelHeader& h) { h.xStep = -kInfinity; }},
-    {"step no number",     [](ChannelHeader& h) { h.xStep = kNaN; }},
-    {"step denormal",      [](ChannelHeader& h) { h.xStep = 1e-320; }},
-    {"step negative",      [](ChannelHeader& h) { h.xStep = -0.001; }},
-    {"axis -1",            [](ChannelHeader& h) { h.xAxisKind = -1; }},
-    {"axis 0",             [](ChannelHeader& h) { h.xAxisKind = 0; }},
-    {"axis ms",            [](ChannelHeader& h) { h.xAxisKind = kMilliseconds; }},
-    {"axis Hz",            [](ChannelHeader& h) { h.xAxisKind = kHertz; }},
-    {"axis kHz",           [](ChannelHeader& h) { h.xAxisKind = kKilohertz; }},
-    {"axis 60",            [](ChannelHeader& h) { h.xAxisKind = 60; }},
-    {"third octaves",      [](ChannelHeader& h) { h.axisFlags = kThirdOctaveBands; }},
-    {"octaves",            [](ChannelHeader& h) { h.axisFlags = kOctaveBands; }},
-    {"both bands",         [](ChannelHeader& h) { h.axisFlags = kThirdOctaveBands | kOctaveBands; }},
-    {"start -1",           [](ChannelHeader& h) { h.xStart = -1; }},
-    {"start 33",           [](ChannelHeader& h) { h.xStart = 33; }},
-    {"start no number",    [](ChannelHeader& h) { h.xStart = kNaN; }},
-    {"start 1e300",        [](ChannelHeader& h) { h.xStart = 1e300; }},
-    {"unit dB",            [](ChannelHeader& h) { h.yUnit = kUnitDecibel; }},
-    {"unit power",         [](ChannelHeader& h) { h.yUnit = kUnitPower; }},
-};
-// clang-format on
 
 // What was found is told, but for the one lock that the type leaves.
 void noOtherOffences(Session& session, int type) {
@@ -84,7 +35,7 @@ void oneDataBlock(Session& session, Subject& block, const ChannelData& lying) {
 
 void lies(Session& session, int type) {
     const std::vector<Outputs> expected = Subject(session, type).properRun(1);
-    for (const Lie& lie : kLies) {
+    for (const HeadLie& lie : headLies()) {
         session.begin();
         Subject block(session, type);
         block.wireAll();
@@ -98,8 +49,8 @@ void lies(Session& session, int type) {
 void pairsOfLies(Session& session, int type) {
     Subject block(session, type);
     block.wireAll();
-    for (const Lie& first : kLies) {
-        for (const Lie& second : kLies) {
+    for (const HeadLie& first : headLies()) {
+        for (const HeadLie& second : headLies()) {
             session.begin();
             session.tell("a block of type " + std::to_string(type) + " at work, wired");
             ChannelData data = suitableData(type, 0);
@@ -111,7 +62,7 @@ void pairsOfLies(Session& session, int type) {
 }
 
 void liesInARun(Session& session, int type) {
-    for (const Lie& lie : kLies) {
+    for (const HeadLie& lie : headLies()) {
         session.begin();
         {
             Subject block(session, type);

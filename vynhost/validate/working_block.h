@@ -1,8 +1,10 @@
-// What a block of any type needs to work: which inputs carry data, data that suits them, a run.
+// What a block of any type needs to work: which inputs carry data, data that suits them or lies, a
+// run.
 #pragma once
 
 #include <cstddef>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "vynhost/interface/placed_block.h"
@@ -33,6 +35,13 @@ std::vector<float> evenNoise(std::size_t count, unsigned seed);
 // Data that a block type takes at an input: a time signal of two channels for most, a spectrum for
 // those that want one, silence for most control inputs.
 ChannelData suitableData(Int typeCode, int input, unsigned seed = 1);
+
+// Heads of data blocks that are no sound ones; the first is.
+struct HeadLie {
+    const char* name;
+    void (*apply)(ChannelHeader&);
+};
+std::span<const HeadLie> headLies();
 
 // Lays suitable data at every wired input that is free.
 void feed(PlacedBlock& block, unsigned seed = 1);

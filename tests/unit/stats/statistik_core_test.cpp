@@ -173,6 +173,11 @@ TEST(Statistics, AZeroSampleMakesTheHarmonicAndTheGeometricMeanZero) {
     EXPECT_EQ(measure(kHMean, {0.0F, -0.0F, 2.0F}), 0.0);
     EXPECT_EQ(measure(kHMean, {2.0F, std::nanf(""), 0.0F}), 0.0);
     EXPECT_EQ(measure(kHMean, {0.0F, std::nanf("")}), 0.0);
+    // Also in the last of several rows.
+    Recorder recorder(2);
+    recorder.take({std::nanf(""), std::nanf(""), 2.0F, 2.0F, 3.0F, 3.0F, 4.0F, 0.0F});
+    EXPECT_TRUE(std::isnan(recorder(kHMean, 0)));
+    EXPECT_EQ(recorder(kHMean, 1), 0.0);
 }
 
 TEST(Statistics, ANegativeSampleMakesOnlyTheGeometricMeanZero) {
