@@ -7,47 +7,11 @@
 #include <stdexcept>
 #include <string>
 
+#include "vynhost/base/platform/windows/process_parts.h"
 #include "vynhost/base/text.h"
 
 namespace vynhost::platform {
 namespace {
-
-std::wstring programPath() {
-    std::wstring path(32768, L'\0');
-    path.resize(::GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
-    return path;
-}
-
-// As the C library of the started program takes it apart: backslashes count double before a quote.
-std::wstring quoted(const std::wstring& word) {
-    std::wstring text = L"\"";
-    std::size_t backslashes = 0;
-    for (const wchar_t c : word) {
-        if (c == L'"') text.append(backslashes + 1, L'\\');
-        backslashes = c == L'\\' ? backslashes + 1 : 0;
-        text += c;
-    }
-    text.append(backslashes, L'\\');
-    return text + L'"';
-}
-
-class OwnHandle {
-public:
-    OwnHandle() = default;
-    ~OwnHandle() { close(); }
-    OwnHandle(const OwnHandle&) = delete;
-    OwnHandle& operator=(const OwnHandle&) = delete;
-
-    HANDLE get() const noexcept { return handle_; }
-    HANDLE* place() noexcept { return &handle_; }
-    void close() noexcept {
-        if (handle_ != nullptr && handle_ != INVALID_HANDLE_VALUE) ::CloseHandle(handle_);
-        handle_ = nullptr;
-    }
-
-private:
-    HANDLE handle_ = nullptr;
-};
 
 // Handles that a child inherits exist only while this is held: no other child gets them.
 std::mutex& startGuard() {
@@ -66,9 +30,9 @@ struct ChildProcess::Handles {
 ChildProcess::ChildProcess(const std::vector<std::string>& words)
     : handles_(std::make_unique<Handles>()) {
     const std::wstring program = programPath();
-    std::wstring line = quoted(program);
+    std::wstring line = quotedWord(program);
     for (const std::string& word : words)
-        line += L" " + quoted(pathOf(word).native());
+        line += L" " + quotedWord(pathOf(word).native());
     const std::lock_guard lock(startGuard());
     SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
     OwnHandle writing;

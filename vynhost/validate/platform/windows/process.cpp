@@ -10,42 +10,14 @@
 #include <filesystem>
 #include <stdexcept>
 
+#include "vynhost/base/platform/windows/process_parts.h"
+
 namespace vynhost::platform {
 namespace {
 
 std::wstring wide(const std::string& utf8) {
     return std::filesystem::path(std::u8string(utf8.begin(), utf8.end())).wstring();
 }
-
-// As the system's own parser takes it apart again.
-std::wstring asOneWord(const std::wstring& word) {
-    std::wstring text = L"\"";
-    std::size_t backslashes = 0;
-    for (const wchar_t letter : word) {
-        if (letter == L'"') text.append(backslashes + 1, L'\\');
-        backslashes = letter == L'\\' ? backslashes + 1 : 0;
-        text += letter;
-    }
-    text.append(backslashes, L'\\');
-    return text + L"\"";
-}
-
-class OwnHandle {
-public:
-    explicit OwnHandle(HANDLE handle = nullptr) : handle_(handle) {}
-    ~OwnHandle() { close(); }
-    OwnHandle(const OwnHandle&) = delete;
-    OwnHandle& operator=(const OwnHandle&) = delete;
-    HANDLE get() const noexcept { return handle_; }
-    HANDLE* address() noexcept { return &handle_; }
-    void close() noexcept {
-        if (handle_ != nullptr) ::CloseHandle(handle_);
-        handle_ = nullptr;
-    }
-
-private:
-    HANDLE handle_;
-};
 
 // Variables of this process, for as long as a child takes them over.
 class Environment {
@@ -96,16 +68,14 @@ Ending runSelf(const std::vector<std::string>& words,
     OwnHandle writing;
     OwnHandle nothing(::CreateFileW(L"NUL", GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
                                     &inherited, OPEN_EXISTING, 0, nullptr));
-    if (::CreatePipe(reading.address(), writing.address(), &inherited, 1 << 16) == 0)
+    if (::CreatePipe(reading.place(), writing.place(), &inherited, 1 << 16) == 0)
         throw std::runtime_error("a pipe can't be made");
     ::SetHandleInformation(reading.get(), HANDLE_FLAG_INHERIT, 0);
 
-    std::wstring program(32768, L'\0');
-    program.resize(
-        ::GetModuleFileNameW(nullptr, program.data(), static_cast<DWORD>(program.size())));
-    std::wstring line = asOneWord(program);
+    const std::wstring program = programPath();
+    std::wstring line = quotedWord(program);
     for (const std::string& word : words)
-        line += L" " + asOneWord(wide(word));
+        line += L" " + quotedWord(wide(word));
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     startup.dwFlags = STARTF_USESTDHANDLES;
