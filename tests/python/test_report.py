@@ -291,6 +291,71 @@ def test_it_prints_on_a4(browser, folder):
         assert box == pytest.approx((0, 0, 595, 842), abs=1.5)
 
 
+# --- Commands that measure ----------------------------------------------------------------------------
+
+def measure(folder, *words):
+    return subprocess.run([VYNHOST, *words], cwd=folder, check=True, timeout=100, capture_output=True, text=True)
+
+
+SCALE = ["m.wav", "--full-scale", "20", "--unit", "Pa", "--force"]
+COMMANDS = {"level": ["--every", "3s", "--percentiles", "10,90", "--bands"], "spectrum": ["--peaks", "3"], "bands": [], "transfer": []}
+
+
+@pytest.fixture(scope="module")
+def measured(folder):
+    for command, more in COMMANDS.items():
+        measure(folder, command, *SCALE, *more, "--report", f"{command}.html", "--out", "o", "--lang", "de")
+    return folder / "o"
+
+
+@pytest.mark.parametrize("command", COMMANDS)
+def test_a_command_makes_a_report_of_its_own(browser, measured, command):
+    page = measured / f"{command}.html"
+    browser.open(page)
+    assert browser.faults == [] and browser.requests == [page.resolve().as_uri()]
+    assert browser.value("document.title") == f"{command}, m.wav – Messbericht"
+    said = content(page)
+    assert said["diagram"]["text"].startswith(f'report = "{command}.html"') or command == "level"
+    assert not any("level:" in warning or "frames:" in warning for warning in said["warnings"])
+    assert [sink["name"] for sink in said["sinks"]] == (["level", "bands"] if command == "level" else [command])
+    for table in said["tables"]:
+        assert table["title"] in browser.value("document.body.innerText")
+
+
+def test_a_report_has_the_hosts_values_and_says_that_they_are(measured):
+    total, rows = content(measured / "level.html")["tables"]
+    with open(measured / "level_total.csv", encoding="utf-8", newline="") as file:
+        _, *expected = list(csv.reader(file))
+    assert [row[0] for row in total["rows"]] == [row[0] for row in expected]
+    for row, cells in zip(total["rows"], expected):
+        for value, cell in zip(row[1:3], cells[1:3]):
+            assert value is None if cell == "" else value == pytest.approx(float(cell), rel=1e-8)
+    assert {row[0]: row[3] for row in total["rows"]}["LAeq"].startswith("Programm: ")
+    assert {row[0]: row[3] for row in total["rows"]}["LAFmax"] == "Pegelbaustein"
+    heads, table = columns(measured / "level.csv")
+    levels = [i for i, head in enumerate(heads) if not head.startswith(("short", "LZeq"))]
+    shown = np.array([[np.nan if cell is None else cell for cell in row] for row in rows["rows"]])
+    np.testing.assert_allclose(shown, table[:, levels], rtol=1e-8)
+    assert rows["note"].startswith("Die Aufnahme endet")
+    (peaks,) = content(measured / "spectrum.html")["tables"]
+    with open(measured / "spectrum_peaks.csv", encoding="utf-8", newline="") as file:
+        _, *expected = list(csv.reader(file))
+    np.testing.assert_allclose([row[1:] for row in peaks["rows"]], [[float(c) for c in row[1:]] for row in expected], rtol=1e-8)
+
+
+def test_a_report_alone_is_the_only_file(folder, tmp_path):
+    (tmp_path / "m.wav").write_bytes((folder / "m.wav").read_bytes())
+    measure(tmp_path, "bands", "m.wav", "--report", "b.html")
+    assert sorted(file.name for file in tmp_path.iterdir()) == [".vynhost-results", "b.html", "m.wav"]
+    assert measure(tmp_path, "bands", "m.wav", "--report", "b.html", "--diagram").stdout.startswith('report = "b.html"')
+    said = content(tmp_path / "b.html")
+    assert said["language"] == "en" and said["program"]["version"]
+    (sums,) = said["tables"]
+    bands = np.array([float(cell) for row in measure(tmp_path, "bands", "m.wav", "--csv=en").stdout.splitlines()
+                      if row.strip().startswith("sum") for cell in row.split()[1:]])
+    np.testing.assert_allclose([row[1] for row in sums["rows"]], bands, atol=0.005)
+
+
 BAD = "<script>document.title='bad'</script>\"'&=cmd|' /C calc'!A1"
 
 

@@ -5,9 +5,9 @@
 
 #include "vynhost/base/errors.h"
 #include "vynhost/base/messages.h"
+#include "vynhost/base/text.h"
 #include "vynhost/command/platform/terminal.h"
 #include "vynhost/command/progress_line.h"
-#include "vynhost/results/report.h"
 #include "vynhost/run/interrupt.h"
 
 namespace vynhost {
@@ -71,7 +71,6 @@ void DiagramJob::run() {
         compared_.push_back(comparer.result());
     for (Sink& sink : sinks_)
         sink.finish();
-    if (report_ != nullptr) writeReport();
     runner_.watch({});
 }
 
@@ -79,17 +78,21 @@ void DiagramJob::writeReport() {
     std::string why;
     const std::filesystem::path library = installation_.library()->file;
     report_->write(
-        reportPage({diagram_,
+        reportPage({settings_.title.empty() ? textOf(diagram_.file.stem()) : settings_.title,
+                    diagram_,
                     runner_,
                     sinks_,
                     compared_,
                     {settings_.version, host_.getInfo(kFirstType, kInterface), installation_.module,
                      library, libraryVersion(library, why).value_or("?")},
-                    settings_.language}));
+                    settings_.language,
+                    std::move(reportTables_),
+                    silent_}));
 }
 
 std::vector<std::filesystem::path> DiagramJob::commit() {
     if (interrupted()) throw RunError(kInterrupted, tr("interrupted, no file is written"));
+    if (report_ != nullptr) writeReport();
     return files_.commit();
 }
 

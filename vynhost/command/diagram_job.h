@@ -8,6 +8,7 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "vynhost/base/bilingual.h"
@@ -15,6 +16,7 @@
 #include "vynhost/interface/installation.h"
 #include "vynhost/interface/module_host.h"
 #include "vynhost/results/comparison.h"
+#include "vynhost/results/report.h"
 #include "vynhost/results/result_files.h"
 #include "vynhost/results/sink.h"
 #include "vynhost/run/runner.h"
@@ -28,7 +30,9 @@ struct JobSettings {
     std::uint64_t memory = MemoryLimit::kUsual;  // bytes
     bool force = false;
     bool showsProgress = false;
-    std::string version = {};  // of the program, for a report
+    // For a report: the program's version, and what it is called; else as the diagram.
+    std::string version = {};
+    std::string title = {};
     Language language = Language::english;
 };
 
@@ -53,9 +57,14 @@ public:
     const std::deque<Sink>& sinks() const noexcept { return sinks_; }
     const std::vector<Comparison>& comparisons() const noexcept { return compared_; }
 
-    // Runs to the end and completes tables, pictures and the report, under their temporary names.
+    // Runs to the end and completes tables and pictures, under their temporary names.
     void run();
-    // They get their own names: which are given. Raises RunError when the user has interrupted.
+    // Goes into the report, where there is one.
+    void addTable(ReportTable table) { reportTables_.push_back(std::move(table)); }
+    // The report has no warnings of these sources and blocks.
+    void silence(std::vector<std::string> names) { silent_ = std::move(names); }
+    // Completes the report; then all get their own names: which are given. Raises RunError when the
+    // user has interrupted.
     std::vector<std::filesystem::path> commit();
 
 private:
@@ -72,6 +81,8 @@ private:
     std::deque<Comparer> comparers_;
     std::vector<Comparison> compared_;
     ResultFile* report_ = nullptr;
+    std::vector<ReportTable> reportTables_;
+    std::vector<std::string> silent_;
 };
 
 }  // namespace vynhost

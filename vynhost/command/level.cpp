@@ -267,18 +267,24 @@ std::string rowsTable(const Result& result, const TableStyle& style) {
 }
 
 // Which part of the house a total comes from.
-std::vector<std::string> originsOf(const LevelArguments& arguments) {
-    const char* const sums = "host: mean square of the weighted signal";
-    const char* const detector = "host: time weighting of the weighted signal";
-    std::vector<std::string> origins = {sums,
-                                        "level block",
-                                        detector,
-                                        sums,
-                                        arguments.time == "I" ? detector : "level block",
-                                        "level block"};
+std::vector<Bilingual> originsOf(const LevelArguments& arguments) {
+    const Bilingual sums = {"host: mean square of the weighted signal",
+                            "Programm: quadratisches Mittel des bewerteten Signals"};
+    const Bilingual detector = {"host: time weighting of the weighted signal",
+                                "Programm: Zeitbewertung des bewerteten Signals"};
+    const Bilingual block = {"level block", "Pegelbaustein"};
+    std::vector<Bilingual> origins = {
+        sums, block, detector, sums, arguments.time == "I" ? detector : block, block};
     origins.resize(origins.size() + arguments.percentiles.size(),
-                   "host: classes of 0.01 dB of the time-weighted level");
+                   {"host: classes of 0.01 dB of the time-weighted level",
+                    "Programm: Klassen von 0,01 dB des zeitbewerteten Pegels"});
     return origins;
+}
+
+const Bilingual& bandOrigin() {
+    static const Bilingual origin = {"FFT and third-octave blocks, averaged by the host",
+                                     "FFT- und Terzbaustein, gemittelt vom Programm"};
+    return origin;
 }
 
 std::string totalTable(const Result& result, const LevelArguments& arguments,
@@ -291,12 +297,12 @@ std::string totalTable(const Result& result, const LevelArguments& arguments,
     row.addText("from");
     table += row.end();
     const std::vector<std::string> columns = columnsOf(result.names, result.percentiles);
-    const std::vector<std::string> origins = originsOf(arguments);
+    const std::vector<Bilingual> origins = originsOf(arguments);
     for (std::size_t i = 0; i < columns.size(); ++i) {
         row.addText(columns[i]);
         for (const ChannelLevels& levels : result.total.channels)
             row.addNumber(valuesOf(levels)[i], kTableDigits);
-        row.addText(origins[i]);
+        row.addText(origins[i].in(Language::english));
         table += row.end();
     }
     if (result.bands == nullptr) return table;
@@ -304,8 +310,75 @@ std::string totalTable(const Result& result, const LevelArguments& arguments,
         row.addText("LZeq " + bandName(result.bands->centres()[band]) + "Hz");
         for (std::size_t c = 0; c < result.channels.size(); ++c)
             row.addNumber(bandLevel(result, result.bands->meanSquare(c, band)), kTableDigits);
-        row.addText("FFT and third-octave blocks, averaged by the host");
+        row.addText(bandOrigin().in(Language::english));
         table += row.end();
+    }
+    return table;
+}
+
+// --- In a report ----------------------------------------------------------------------------
+
+ReportTable reportedTotal(const Result& result, const LevelArguments& arguments) {
+    ReportTable table{.title = {"Levels of the whole recording", "Pegel der ganzen Aufnahme"},
+                      .columns = {{{"Quantity", "Größe"}}}};
+    for (const std::string& channel : result.channels) {
+        table.columns.push_back({{withUnit("channel " + channel, result.unit),
+                                  withUnit("Kanal " + channel, result.unit)}});
+    }
+    table.columns.push_back({{"from", "Herkunft"}});
+    const Language language = spokenLanguage();
+    const auto add = [&](const std::string& name, const Bilingual& origin, const auto& level) {
+        std::vector<ReportTable::Cell> row = {name};
+        for (std::size_t c = 0; c < result.channels.size(); ++c)
+            row.emplace_back(level(c));
+        row.emplace_back(origin.in(language));
+        table.rows.push_back(std::move(row));
+    };
+    const std::vector<std::string> columns = columnsOf(result.names, result.percentiles);
+    const std::vector<Bilingual> origins = originsOf(arguments);
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+        add(columns[i], origins[i],
+            [&](std::size_t c) { return double{valuesOf(result.total.channels[c])[i]}; });
+    }
+    for (std::size_t band = 0; result.bands != nullptr && band < result.bands->centres().size();
+         ++band) {
+        add("LZeq " + bandName(result.bands->centres()[band]) + "Hz", bandOrigin(),
+            [&](std::size_t c) { return bandLevel(result, result.bands->meanSquare(c, band)); });
+    }
+    return table;
+}
+
+ReportTable reportedRows(const Result& result, const LevelArguments& arguments) {
+    constexpr int kTimeDecimals = 3;
+    ReportTable table{.title = {"Levels over time", "Pegel über der Zeit"},
+                      .columns = {{{"begin [s]", "Beginn [s]"}, kTimeDecimals},
+                                  {{"end [s]", "Ende [s]"}, kTimeDecimals}}};
+    const bool several = result.channels.size() > 1;
+    for (const std::string& channel : result.channels) {
+        for (const std::string& column : columnsOf(result.names, result.percentiles)) {
+            const std::string head = withUnit(column + (several ? " " + channel : ""), result.unit);
+            table.columns.push_back({{head, head}});
+        }
+    }
+    if (result.rows.size() > Measurement::kMostReportRows) {
+        const std::string count = std::to_string(result.rows.size());
+        const bool written = !arguments.out.empty();
+        table.columns.clear();
+        table.note = {count + " intervals" + (written ? ": see level.csv." : "."),
+                      count + " Abschnitte" + (written ? ": siehe level.csv." : ".")};
+        return table;
+    }
+    for (const LevelRow& levels : result.rows) {
+        std::vector<ReportTable::Cell> row = {levels.begin, levels.end};
+        for (const ChannelLevels& channel : levels.channels) {
+            for (const double value : valuesOf(channel))
+                row.emplace_back(value);
+        }
+        table.rows.push_back(std::move(row));
+    }
+    if (!result.rows.empty() && result.rows.back().isShort) {
+        table.note = {"The recording ends before the last interval does.",
+                      "Die Aufnahme endet vor dem letzten Abschnitt."};
     }
     return table;
 }
@@ -400,7 +473,7 @@ std::string levelDiagram(const LevelArguments& arguments, const RecordingFacts& 
         "maximum and the\n# clock maximum level of the whole recording. Energies, minima, "
         "percentiles "
         "and the maxima of intervals\n# are vynhost level's own sums over weighted.A.\n\n";
-    text += sourceText("recording", arguments, "block = 4096\n");
+    text += reportText(arguments) + sourceText("recording", arguments, "block = 4096\n");
     text += "\n[block.weighted]\ntype = \"Frequenzbewertung\"\nPkXweight = \"";
     text += std::string(keywordOf(kWeightings, arguments.weighting, "--weighting")) + "\"\n\n";
     if (rows) text += blockText(arguments, "level", 1 / seconds, "");
@@ -423,14 +496,16 @@ std::string levelDiagram(const LevelArguments& arguments, const RecordingFacts& 
     if (rows) {
         text +=
             "\n[sink.level]\nfrom = \"level.A\"\nvalues = [\"L\", \"Lmax\"]\ncsv = "
-            "\"level_block.csv\"\nsvg = \"level.svg\"\ntitle = \"Level, and maximum so far\"\n";
+            "\"level_block.csv\"\nsvg = \"level.svg\"\n"
+            "title = \"Level, and maximum so far\"\n";
     }
     text += "\n[sink.total]\nfrom = \"total.A\"\ncsv = \"level_block_total.csv\"\n";
     if (arguments.bands) {
         const bool isPressure = !arguments.calibration.empty() || arguments.unit == "Pa";
         text +=
             "\n[sink.bands]\nfrom = \"bands.A\"\ncsv = \"level_bands.csv\"\nsvg = "
-            "\"level_bands.svg\"\ntitle = \"Third-octave levels\"\naverage = \"power\"\nx = "
+            "\"level_bands.svg\"\n"
+            "title = \"Third-octave levels\"\naverage = \"power\"\nx = "
             "\"log\"\ny = \"dB\"\n";
         if (isPressure) text += "reference = 2e-5\n";
     }
@@ -503,8 +578,12 @@ void measureLevel(const LevelArguments& arguments, std::ostream& out) {
     }
     measurement.add("level.csv", rowsTable(result, measurement.tables()));
     measurement.add("level_total.csv", totalTable(result, arguments, measurement.tables()));
+    measurement.job().addTable(reportedTotal(result, arguments));
+    measurement.job().addTable(reportedRows(result, arguments));
     // The host's sums have the rest that fills no interval of the block.
-    measurement.sayNotes(out, std::vector<std::string>{"level", "frames"});
+    const std::vector<std::string> silent = {"level", "frames"};
+    measurement.sayNotes(out, silent);
+    measurement.job().silence(silent);
     if (!arguments.quiet) printLevels(result, arguments, out);
     measurement.commit(out);
 }

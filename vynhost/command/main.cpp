@@ -189,8 +189,14 @@ void addMeasurement(CLI::App& command, MeasurementArguments& arguments) {
     command.add_option("--channels", arguments.channels, tr("From 1: 1,2 (default: all)"))
         ->delimiter(',')
         ->allow_extra_args(false);
+    command.add_option("--variable", arguments.variable,
+                       tr("Of a MAT or HDF5 file that holds several arrays"));
+    command.add_option("--rate", arguments.rate, tr("In Hz, of a file that says none"));
     command.add_option("--out", arguments.out,
                        tr("Folder of tables and pictures (default: nothing is written)"));
+    command.add_option("--report", arguments.report,
+                       tr("File of a report: everything on one page, for a browser"));
+    arguments.version = VYN_VERSION;
     command
         .add_option(
             "--csv", arguments.csv,

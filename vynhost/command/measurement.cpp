@@ -17,16 +17,23 @@ namespace {
 
 // The name of the recording in these diagrams.
 constexpr const char* kRecording = "recording";
+constexpr const char* kTotal = "total";
 
 Diagram diagramOf(const std::string& text, const std::string& command, bool writes) {
     // Errors name the line of what --diagram prints.
     Diagram diagram = parseDiagram(text, pathOf("vynhost " + command + " --diagram"));
     for (SinkEntry& sink : diagram.sinks) {
+        // What it has of the whole recording stands in a table of the report.
+        if (sink.name == kTotal) sink.inReport = false;
         if (writes) continue;
         sink.csv.clear();
         sink.svg.clear();
     }
     return diagram;
+}
+
+std::string titleOf(const std::string& command, const MeasurementArguments& arguments) {
+    return command + ", " + textOf(pathOf(arguments.recording).filename());
 }
 
 std::string scaleText(const MeasurementArguments& arguments, std::span<const int> channels) {
@@ -55,8 +62,12 @@ std::string scaleText(const MeasurementArguments& arguments, std::span<const int
 
 std::string sourceWith(const std::string& name, const MeasurementArguments& arguments,
                        const std::string& scale, const std::string& lines) {
-    return "[source." + name + "]\nfile = " + tomlString(arguments.recording) + "\n" + scale +
-           lines;
+    std::string file = "[source." + name + "]\nfile = " + tomlString(arguments.recording) + "\n";
+    if (!arguments.variable.empty()) {
+        file += "variable = " + tomlString(arguments.variable) + "\n";
+    }
+    if (arguments.rate != 0) file += "rate = " + toText(arguments.rate) + "\n";
+    return file + scale + lines;
 }
 
 }  // namespace
@@ -66,7 +77,10 @@ RecordingFacts factsOf(const MeasurementArguments& arguments) {
     const Place place{textOf(file), 0, ""};
     try {
         return withMemory(place, [&] {
-            const auto recording = openRecording(file, std::nullopt);
+            const std::optional<double> rate =
+                arguments.rate == 0 ? std::nullopt : std::optional(arguments.rate);
+            const auto recording =
+                openRecording(file, rate, Truncated::refuse, {.variable = arguments.variable});
             return RecordingFacts{recording->rate(), recording->frames(), recording->channels()};
         });
     } catch (const RecordingError& error) {
@@ -101,6 +115,10 @@ double secondsOf(const std::string& text, const char* option) {
             tr("%1 %2: must be a time as 1s, 125ms, 5min or 1h, at most 1000000 s", option, text));
     }
     return *value * factor;
+}
+
+std::string reportText(const MeasurementArguments& arguments) {
+    return arguments.report.empty() ? "" : "report = " + tomlString(arguments.report) + "\n\n";
 }
 
 std::string sourceText(const std::string& name, const MeasurementArguments& arguments,
@@ -142,7 +160,10 @@ Measurement::Measurement(const std::string& command, const std::string& diagram,
                                 .tables = &tableStyleNamed(arguments.csv),
                                 .memory = memoryOf(arguments.memory),
                                 .force = arguments.force,
-                                .showsProgress = !arguments.quiet && !arguments.noProgress})) {}
+                                .showsProgress = !arguments.quiet && !arguments.noProgress,
+                                .version = arguments.version,
+                                .title = titleOf(command, arguments),
+                                .language = spokenLanguage()})) {}
 
 void Measurement::add(const std::string& name, const std::string& content) {
     if (writes_) job_->files().add(name, content);
@@ -173,7 +194,7 @@ void Measurement::sayNotes(std::ostream& out, std::span<const std::string> silen
 }
 
 void Measurement::commit(std::ostream& out) {
-    if (!writes_) return;
+    if (!writes_ && arguments_.report.empty()) return;
     for (const std::filesystem::path& path : job_->commit()) {
         if (!arguments_.quiet) out << printable(tr("wrote %1", textOf(path))) << '\n';
     }

@@ -23,11 +23,15 @@ struct MeasurementArguments {
     std::string sensitivity = {};
     std::string range = {};
     std::vector<int> channels = {};  // from 1; none: all
+    std::string variable = {};       // of a file that holds several arrays
+    double rate = 0;                 // of a file that says none; 0: it does
 
     std::string out = {};  // folder of the results; none: nothing is written
     std::string csv = "en";
-    double memory = 1;     // GiB
-    bool diagram = false;  // prints the diagram instead of running it
+    std::string report = {};   // its file; none: none
+    std::string version = {};  // of the program
+    double memory = 1;         // GiB
+    bool diagram = false;      // prints the diagram instead of running it
     bool force = false;
     bool quiet = false;
     bool noProgress = false;
@@ -48,6 +52,8 @@ std::uint64_t memoryOf(double gibibytes);
 // "1", "1s", "125 ms", "2min", "1h", in seconds. Raises InputError, which names the option.
 double secondsOf(const std::string& text, const char* option);
 
+// What asks for the report, if there is one; a diagram begins with it.
+std::string reportText(const MeasurementArguments& arguments);
 // Keys and values of a diagram, as text; numbers read back as they are: a source of this recording
 // and scale, with further lines.
 std::string sourceText(const std::string& name, const MeasurementArguments& arguments,
@@ -77,6 +83,8 @@ public:
     const TableStyle& tables() const { return tableStyleNamed(arguments_.csv); }
     // A further table; nothing where nothing is written.
     void add(const std::string& name, const std::string& content);
+    // Rows that a report shows; of more it names the file that has them.
+    static constexpr std::size_t kMostReportRows = 5000;
     // What the values at a place are, and their channels' names: "1", or the recording's own.
     const Quantity& quantity() const;
     std::vector<std::string> channelNames(std::size_t channels) const;

@@ -75,6 +75,8 @@ struct SpectraCount {
     }
 };
 
+Bilingual same(const std::string& text) { return {text, text}; }
+
 }  // namespace
 
 // --- Spectrum -------------------------------------------------------------------------------
@@ -82,13 +84,15 @@ struct SpectraCount {
 std::string spectrumDiagram(const SpectrumArguments& arguments, const RecordingFacts&) {
     constexpr int kUsual = 8192;
     if (arguments.peaks < 0) throw InputError(tr("--peaks must not be below 0"));
-    return sourceText("recording", arguments,
+    return reportText(arguments) +
+           sourceText("recording", arguments,
                       framesText(arguments, samplesOfBlock(arguments, kUsual))) +
            "\n[block.spectrum]\ntype = \"FFT\"\nPkAmplType = \"RMS\"\n" +
            windowText(arguments.window) +
            "PkWndCorrectTyp = \"amplitude\"\n\n[wire]\n\"spectrum.E\" = \"recording\"\n\n"
            "[sink.spectrum]\nfrom = \"spectrum.S\"\ncsv = \"spectrum.csv\"\nsvg = "
-           "\"spectrum.svg\"\ntitle = \"Spectrum\"\naverage = \"power\"\n" +
+           "\"spectrum.svg\"\n"
+           "title = \"Spectrum\"\naverage = \"power\"\n" +
            levelsText(arguments);
 }
 
@@ -115,6 +119,16 @@ void measureSpectrum(const SpectrumArguments& arguments, std::ostream& out) {
     row.addText(withUnit("f", "Hz"));
     row.addText(withUnit("level", unit));
     peaksTable += row.end();
+    ReportTable peaks{
+        .title = {"The highest peaks, between the lines",
+                  "Die höchsten Spitzen, zwischen den Linien"},
+        .columns = {{{"Channel", "Kanal"}},
+                    {same("f [Hz]"), kLinesOfATone},
+                    {{withUnit("level", unit), withUnit("Pegel", unit)}}},
+        .note = {"From the FFT block: the lines. The host's own: overlap, average and "
+                 "peaks.",
+                 "Vom FFT-Baustein: die Linien. Vom Programm: Überlappung, Mittelung "
+                 "und Spitzen."}};
     std::string shown;
     for (std::size_t c = 0; c < spectra.size(); ++c) {
         TextTable table({"f [Hz]", withUnit(tr("level"), unit)});
@@ -122,6 +136,7 @@ void measureSpectrum(const SpectrumArguments& arguments, std::ostream& out) {
                                                   static_cast<std::size_t>(arguments.peaks))) {
             const double level = spectra[c].quantity.level(peak.value, reference);
             table.add({fixedText(peak.frequency, kLinesOfATone), fixedText(level)});
+            peaks.rows.push_back({names[c], peak.frequency, level});
             row.addText(names[c]);
             row.addNumber(peak.frequency, kTableDigits);
             row.addNumber(level, kTableDigits);
@@ -130,6 +145,7 @@ void measureSpectrum(const SpectrumArguments& arguments, std::ostream& out) {
         shown += "\n" + tr("channel %1", printable(names[c])) + "\n" + table.text();
     }
     measurement.add("spectrum_peaks.csv", peaksTable);
+    job.addTable(std::move(peaks));
     measurement.sayNotes(out);
     if (!arguments.quiet) {
         out << tr("%1; the highest peaks, between the lines", frames.text()) << '\n'
@@ -152,7 +168,8 @@ std::string bandsDiagram(const BandsArguments& arguments, const RecordingFacts& 
     int usual = kShortest;
     while (usual < facts.rate / 2 && usual < 1 << 23 && 2 * std::int64_t{usual} <= facts.frames)
         usual *= 2;
-    return sourceText("recording", arguments,
+    return reportText(arguments) +
+           sourceText("recording", arguments,
                       framesText(arguments, samplesOfBlock(arguments, usual))) +
            "\n[block.spectrum]\ntype = \"FFT\"\nPkAmplType = \"RMS\"\nPkWndFct = \"HANNING\"\n"
            "PkWndCorrectTyp = \"energy\"\n\n[block.bands]\ntype = \"Terz_Oktav_Analyse\"\n"
@@ -160,8 +177,8 @@ std::string bandsDiagram(const BandsArguments& arguments, const RecordingFacts& 
            (arguments.octaves ? "octaves" : "third octaves") + "\"\nPkAScaling = \"" +
            (arguments.weighting == "A" ? "on" : "off") +
            "\"\n\n[wire]\n\"spectrum.E\" = \"recording\"\n\"bands.E\" = \"spectrum.S\"\n\n"
-           "[sink.bands]\nfrom = \"bands.A\"\ncsv = \"bands.csv\"\nsvg = \"bands.svg\"\ntitle = "
-           "\"" +
+           "[sink.bands]\nfrom = \"bands.A\"\ncsv = \"bands.csv\"\nsvg = \"bands.svg\"\n"
+           "title = \"" +
            (arguments.octaves ? "Octave" : "Third-octave") + " levels" +
            (arguments.weighting == "A" ? ", A-weighted" : "") + "\"\naverage = \"power\"\n" +
            levelsText(arguments);
@@ -197,14 +214,24 @@ void measureBands(const BandsArguments& arguments, std::ostream& out) {
         table.add(row);
     }
     std::vector<std::string> total = {tr("sum")};
-    for (std::size_t c = 0; c < bands.size(); ++c)
-        total.push_back(fixedText(bands[c].quantity.level(std::sqrt(sums[c]), reference)));
+    const std::string unit = bands.front().quantity.levelText(reference);
+    ReportTable reported{
+        .title = {"Sum of the bands", "Summe der Bänder"},
+        .columns = {{{"Channel", "Kanal"}}, {same(withUnit("L" + arguments.weighting, unit))}},
+        .note = {"From the FFT and the third-octave block: the bands. The host's "
+                 "own: overlap, average and sum.",
+                 "Vom FFT- und vom Terzbaustein: die Bänder. Vom Programm: "
+                 "Überlappung, Mittelung und Summe."}};
+    for (std::size_t c = 0; c < bands.size(); ++c) {
+        const double level = bands[c].quantity.level(std::sqrt(sums[c]), reference);
+        total.push_back(fixedText(level));
+        reported.rows.push_back({names[c], level});
+    }
     table.add(total);
+    job.addTable(std::move(reported));
     measurement.sayNotes(out);
     if (!arguments.quiet) {
-        out << tr("%1; levels in %2", frames.text(),
-                  printable(bands.front().quantity.levelText(reference)))
-            << "\n\n"
+        out << tr("%1; levels in %2", frames.text(), printable(unit)) << "\n\n"
             << table.text() << '\n'
             << tr("from the FFT and the third-octave block: the bands; the host's own: overlap, "
                   "average and sum")
@@ -235,15 +262,16 @@ std::string transferDiagram(const TransferArguments& arguments, const RecordingF
                estimator + "\"\nPkAverageType = \"ARITHMETIC\"\n" + windowText(arguments.window) +
                further + "\n";
     };
-    return channelText("excitation", arguments, arguments.excitation, frames) + "\n" +
+    return reportText(arguments) +
+           channelText("excitation", arguments, arguments.excitation, frames) + "\n" +
            channelText("response", arguments, arguments.response, frames) + "\n" +
            block("h1", "SPECTRUM H1", "PkTransPhase = \"on\"\nPkCoherence = \"on\"\n") +
            block("h2", "SPECTRUM H2", "") +
            "[wire]\n\"h1.E\" = \"excitation\"\n\"h1.A\" = \"response\"\n\"h2.E\" = \"excitation\"\n"
            "\"h2.A\" = \"response\"\n\n[sink.transfer]\nfrom = [\"h1.A\", \"h2.A\", \"h1.P\", "
-           "\"h1.K\"]\ncsv = \"transfer.csv\"\nsvg = \"transfer.svg\"\ntitle = \"Transfer "
-           "function, "
-           "phase and coherence\"\naverage = \"last\"\nx = \"log\"\ny = \"dB\"\n";
+           "\"h1.K\"]\ncsv = \"transfer.csv\"\nsvg = \"transfer.svg\"\n"
+           "title = \"Transfer function, phase and coherence\"\naverage = \"last\"\nx = \"log\"\ny "
+           "= \"dB\"\n";
 }
 
 void measureTransfer(const TransferArguments& arguments, std::ostream& out) {

@@ -39,6 +39,7 @@ public:
 
     Diagram read(const std::string& text) {
         const toml::table root = parseToml(text, file_);
+        diagram_.text = text;
         const std::vector<std::string> kinds = {"source", "block", "wire", "sink", "compare"};
         for (const auto& [name, node] : root) {
             const std::string kind(name.str());

@@ -180,6 +180,7 @@ struct CompareEntry {
 
 struct Diagram {
     std::filesystem::path file;
+    std::string text;  // that it was read from
     std::vector<SourceEntry> sources;
     std::vector<BlockEntry> blocks;
     std::vector<WireEntry> wires;

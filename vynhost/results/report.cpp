@@ -4,8 +4,6 @@
 #include <chrono>
 #include <cmath>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <utility>
@@ -283,29 +281,58 @@ ordered_json programJson(const ReportedProgram& program) {
 }
 
 ordered_json diagramJson(const Diagram& diagram) {
-    std::ifstream in(diagram.file, std::ios::binary);
-    const std::string text{std::istreambuf_iterator<char>(in), {}};
-    return {{"file", textOf(diagram.file.filename())}, {"sha256", sha256Of(text)}, {"text", text}};
+    return {{"file", textOf(diagram.file.filename())},
+            {"sha256", sha256Of(diagram.text)},
+            {"text", diagram.text}};
+}
+
+ordered_json tableJson(const ReportTable& table, Language language) {
+    ordered_json json = {{"title", table.title.in(language)},
+                         {"columns", ordered_json::array()},
+                         {"rows", ordered_json::array()},
+                         {"note", textOrNull(table.note.in(language))}};
+    for (const ReportTable::Column& column : table.columns) {
+        json["columns"].push_back(
+            {{"head", column.head.in(language)}, {"decimals", column.decimals}});
+    }
+    for (const std::vector<ReportTable::Cell>& row : table.rows) {
+        ordered_json cells = ordered_json::array();
+        for (const ReportTable::Cell& cell : row) {
+            // What is no number becomes null.
+            cells.push_back(std::visit([](const auto& one) { return ordered_json(one); }, cell));
+        }
+        json["rows"].push_back(std::move(cells));
+    }
+    return json;
 }
 
 ordered_json contentOf(const Report& report) {
     ordered_json json = {{"language", report.language == Language::german ? "de" : "en"},
+                         {"title", report.title},
                          {"created", nowText()},
                          {"program", programJson(report.program)},
                          {"diagram", diagramJson(report.diagram)},
                          {"warnings", ordered_json::array()},
+                         {"tables", ordered_json::array()},
                          {"comparisons", ordered_json::array()},
                          {"sinks", ordered_json::array()},
                          {"recordings", ordered_json::array()},
                          {"blocks", ordered_json::array()}};
-    for (const Bilingual& warning : report.runner.warnings())
-        json["warnings"].push_back(warning.in(report.language));
+    for (const Bilingual& warning : report.runner.warnings()) {
+        const bool isSilent = std::ranges::any_of(report.silent, [&](const std::string& name) {
+            return warning.english.starts_with(name + ": ");
+        });
+        if (!isSilent) json["warnings"].push_back(warning.in(report.language));
+    }
+    for (const ReportTable& table : report.tables)
+        json["tables"].push_back(tableJson(table, report.language));
     for (std::size_t i = 0; i < report.comparisons.size(); ++i) {
         json["comparisons"].push_back(
             comparisonJson(report.diagram.comparisons[i], report.comparisons[i]));
     }
-    for (const Sink& sink : report.sinks)
-        json["sinks"].push_back(sinkJson(sink));
+    for (const Sink& sink : report.sinks) {
+        if (sink.entry().inReport) json["sinks"].push_back(sinkJson(sink));
+    }
     for (const Source* source : report.runner.sources())
         json["recordings"].push_back(recordingJson(*source));
     report.runner.visitBlocks([&](const BlockEntry& entry, PlacedBlock& block) {
@@ -358,7 +385,7 @@ std::string reportPage(const Report& report) {
     page +=
         "<meta name=\"viewport\" content=\"width=device-width\">\n"
         "<meta name=\"color-scheme\" content=\"light dark\">\n";
-    page += element("title", escaped(textOf(report.diagram.file.stem())));
+    page += element("title", escaped(report.title));
     page += element("style", kReportStyle) + "</head>\n<body>\n<main></main>\n";
     page += element("noscript", german ? "Dieser Bericht braucht JavaScript."
                                        : "This report needs JavaScript.");

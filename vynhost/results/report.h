@@ -5,6 +5,7 @@
 #include <deque>
 #include <filesystem>
 #include <string>
+#include <variant>
 #include <vector>
 
 #include "vynhost/base/bilingual.h"
@@ -24,13 +25,30 @@ struct ReportedProgram {
     std::string libraryVersion;
 };
 
+// Results that no block gives.
+struct ReportTable {
+    struct Column {
+        Bilingual head;
+        int decimals = 2;  // of its numbers
+    };
+    using Cell = std::variant<std::string, double>;
+
+    Bilingual title;
+    std::vector<Column> columns;
+    std::vector<std::vector<Cell>> rows = {};
+    Bilingual note = {};  // below it
+};
+
 struct Report {
+    std::string title;
     const Diagram& diagram;
     const Runner& runner;
     const std::deque<Sink>& sinks;
     std::vector<Comparison> comparisons;  // in the order of the diagram
     ReportedProgram program;
     Language language = Language::english;
+    std::vector<ReportTable> tables = {};
+    std::vector<std::string> silent = {};  // sources and blocks of which no warning is shown
 };
 
 // The page as HTML, after the run. It holds the curves as the sinks' pictures show them: of long

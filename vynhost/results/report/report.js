@@ -62,6 +62,8 @@ function singleText(value) {
   }
   return numberText(value, 9);
 }
+const fixedText = (value, decimals) => value.toLocaleString(locale,
+  {useGrouping: false, minimumFractionDigits: decimals, maximumFractionDigits: decimals}).replace("-", "−");
 const withUnit = (text, unit) => (unit ? text + " " + unit : text);
 const titled = (name, unit) => (unit ? name + " [" + unit + "]" : name);
 // As bands are called: 31.5, 1k.
@@ -628,9 +630,8 @@ class Sink {
 // --- The page ---------------------------------------------------------------------------------------
 
 const main = document.querySelector("main");
-const stem = content.diagram.file.replace(/\.toml$/i, "");
-document.title = stem + " – " + say("report");
-make("h1", main, say("report") + ": " + stem);
+document.title = content.title + " – " + say("report");
+make("h1", main, say("report") + ": " + content.title);
 make("p", main, `${say("created")} ${content.created} UTC · ` +
   content.recordings.map((recording) => recording.file ?? say("noiseAlone")).join(", "), "soft");
 const bar = make("div", main, null, "bar");
@@ -640,6 +641,16 @@ if (content.warnings.length) {
   make("h3", main, say("warnings"));
   const list = make("ul", main, null, "warnings");
   for (const warning of content.warnings) make("li", list, warning);
+}
+
+for (const one of content.tables) {
+  make("h2", main, one.title);
+  const rows = one.rows.map((row) => row.map((cell, i) => (cell === null ? "–"
+    : typeof cell === "number" ? {number: fixedText(cell, one.columns[i].decimals)} : cell)));
+  const heads = one.columns.map((column) => column.head);
+  if (rows.length <= 64) table(main, heads, rows);
+  else folded(main, say("table") + " (" + whole(rows.length) + ")", false, (element) => table(element, heads, rows));
+  if (one.note !== null) make("p", main, one.note, "soft");
 }
 
 if (content.comparisons.length) {
