@@ -153,6 +153,42 @@ TEST_F(InstallationTest, LeavesTheRegistryAsItWas) {
     EXPECT_THAT(machine, ::testing::Not(::testing::IsEmpty()));
 }
 
+TEST_F(InstallationTest, ReadsOtherSoundFilesByALibraryBesideIt) {
+    if (!platform::kHasDialogs) GTEST_SKIP() << "the library is linked";
+    write("s.flac",
+          "sound2"
+          "01234567");
+    write("bad.flac",
+          "noise2"
+          "01234567");
+    write("s.toml",
+          "[source.s]\nfile = \"s.flac\"\nstart = 0.25\n[sink.x]\nfrom = \"s\"\ncsv = \"x.csv\"\n");
+    const std::filesystem::path program = copied("sound");
+    const std::string run =
+        "run \"" + textOf(folder() / "s.toml") + "\" --out \"" + textOf(folder() / "out") + "\"";
+    const Outcome without = vynhost(program, run);
+    EXPECT_EQ(without.code, 2);
+    EXPECT_THAT(without.error,
+                HasSubstr("s.flac: is read by libsndfile (FLAC, OGG, AIFF, CAF, W64), which is not "
+                          "there: sndfile.dll belongs beside vynhost.exe"));
+
+    std::filesystem::copy_file(
+        platform::programFolder().parent_path() / "fixtures/audio_library/sndfile.dll",
+        program / "sndfile.dll");
+    const Outcome with = vynhost(program, run);
+    EXPECT_EQ(with.code, 0) << with.error;
+    EXPECT_EQ(read(folder() / "out/x.csv"),
+              "t [s],s 1,s 2\n0.25,0.5,0.75\n0.5,1,1.25\n0.75,1.5,1.75\n");
+    const Outcome bad =
+        vynhost(program, run + " --input \"s=" + textOf(folder() / "bad.flac") + "\"");
+    EXPECT_THAT(bad.error, HasSubstr("bad.flac: is no recording that can be read here"));
+
+    write("sound/sndfile.dll", "no library");
+    const Outcome broken = vynhost(program, run);
+    EXPECT_EQ(broken.code, 2);
+    EXPECT_THAT(broken.error, HasSubstr("sndfile.dll beside the program does not load: error"));
+}
+
 TEST_F(InstallationTest, SaysThatTheModuleIsMissing) {
     const std::filesystem::path program = copied("nothing");
     std::filesystem::remove(program / platform::kModuleFile);

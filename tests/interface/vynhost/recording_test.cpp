@@ -170,6 +170,44 @@ TEST_F(RecordingTest, StepsMustLeaveARate) {
                 HasSubstr("has an x column whose steps are too small or too large"));
 }
 
+// The largest and the smallest values of G.711, decoded by its tables; the others are halves.
+TEST_F(RecordingTest, WavFilesOfEveryCodingAreRead) {
+    struct Coding {
+        std::uint16_t format;
+        std::uint16_t bits;
+        std::string bytes;
+        std::vector<float> expected;
+    };
+    const std::vector<Coding> codings = {
+        {1, 8, {"\xC0\x40", 2}, {0.5F, -0.5F}},
+        {1, 16, {"\0\x40\0\xC0", 4}, {0.5F, -0.5F}},
+        {1, 24, {"\0\0\x40\0\0\xC0\x01\0\0", 9}, {0.5F, -0.5F, 1.0F / 8388608}},
+        {1, 32, {"\0\0\0\x40\0\0\0\xC0", 8}, {0.5F, -0.5F}},
+        {3, 32, {"\0\0\0\x3F\0\0\0\xBF", 8}, {0.5F, -0.5F}},
+        {3, 64, {"\0\0\0\0\0\0\xE0\x3F", 8}, {0.5F}},
+        {6,
+         8,
+         {"\xAA\x2A\xD5\x55", 4},
+         {32256.0F / 32768, -32256.0F / 32768, 8.0F / 32768, -8.0F / 32768}},
+        {7, 8, {"\x80\0\xFF\xFE", 4}, {32124.0F / 32768, -32124.0F / 32768, 0, 8.0F / 32768}}};
+    const auto number = [](auto value) {
+        return std::string(reinterpret_cast<const char*>(&value), sizeof value);
+    };
+    for (const Coding& coding : codings) {
+        SCOPED_TRACE(coding.format);
+        SCOPED_TRACE(coding.bits);
+        const auto frame = static_cast<std::uint16_t>(coding.bits / 8);
+        const auto size = static_cast<std::uint32_t>(coding.bytes.size());
+        write("s.wav", "RIFF" + number(36 + size) + "WAVEfmt " + number(std::uint32_t{16}) +
+                           number(coding.format) + number(std::uint16_t{1}) +
+                           number(std::uint32_t{8000}) + number(std::uint32_t{8000} * frame) +
+                           number(frame) + number(coding.bits) + "data" + number(size) +
+                           coding.bytes);
+        run("[source.s]\nfile = \"s.wav\"\n[sink.x]\nfrom = \"s\"\ncsv = \"x\"\n",
+            [&](const RunResult& result) { EXPECT_EQ(valuesOf(result, "s"), coding.expected); });
+    }
+}
+
 // On both systems; what other programs make of such files, and they of ours, the Python tests know.
 TEST_F(RecordingTest, AMatFileIsReadBackAsItWasWritten) {
     write("s.csv", "t,\"left [Pa]\",right [V]\n3,1.5e-30,-2\n3.5,,1234567\n4,0.1,3\n");

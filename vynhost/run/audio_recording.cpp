@@ -1,8 +1,8 @@
-#include <sndfile.h>
-
+// What the library for audio files reads.
 #include <algorithm>
 
 #include "vynhost/base/messages.h"
+#include "vynhost/run/platform/audio_library.h"
 #include "vynhost/run/recording.h"
 
 namespace vynhost {
@@ -11,17 +11,17 @@ namespace {
 class AudioRecording : public Recording {
 public:
     AudioRecording(const std::filesystem::path& file, Truncated truncated)
-        : file_(::sf_open(file.c_str(), SFM_READ, &info_), &::sf_close), truncated_(truncated) {
+        : file_(library_.open(file, info_), library_.close), truncated_(truncated) {
         if (!file_) throw RecordingError(tr("is no recording that can be read here"));
         channels_ = info_.channels;
-        rate_ = info_.samplerate;
+        rate_ = info_.rate;
         frames_ = info_.frames;
     }
 
     std::size_t read(std::span<float> interleaved) override {
-        const auto wanted = std::min<sf_count_t>(
-            static_cast<sf_count_t>(interleaved.size()) / channels_, frames_ - position_);
-        const sf_count_t got = ::sf_readf_float(file_.get(), interleaved.data(), wanted);
+        const std::int64_t wanted = std::min(
+            static_cast<std::int64_t>(interleaved.size()) / channels_, frames_ - position_);
+        const std::int64_t got = library_.readFrames(file_.get(), interleaved.data(), wanted);
         if (got != wanted) {
             const std::int64_t held = position_ + got;
             if (truncated_ == Truncated::refuse) throw RecordingError(truncatedText(frames_, held));
@@ -33,17 +33,19 @@ public:
     }
 
     void skip(std::int64_t frames) override {
-        if (::sf_seek(file_.get(), frames, SEEK_CUR) < 0) {
+        if (library_.skipFrames(file_.get(), frames) < 0) {
             Recording::skip(frames);
+        } else {
+            position_ += frames;
         }
-        position_ += frames;
     }
 
 private:
-    SF_INFO info_{};
-    std::unique_ptr<SNDFILE, int (*)(SNDFILE*)> file_;
+    const platform::AudioLibrary& library_ = platform::audioLibrary();
+    platform::AudioInfo info_{};
+    std::unique_ptr<void, int (*)(void*)> file_;
     Truncated truncated_;
-    sf_count_t position_ = 0;
+    std::int64_t position_ = 0;
 };
 
 }  // namespace
