@@ -1,14 +1,21 @@
 """The commands that measure, against the same measurements by numpy and scipy from the recordings themselves."""
 
+import contextlib
 import csv
 import os
+import resource
+import signal
+import struct
 import subprocess
+import time
+from pathlib import Path
 
 import numpy as np
 import pytest
 import scipy.io.wavfile
 import scipy.signal
 from conftest import ROOT
+from test_vynhost import VYNHOST
 
 FULL_SCALE = 20.0
 P0 = 2e-5
@@ -136,3 +143,54 @@ def test_a_batch_is_done_once(results):
     level = float(summary["calibrator"]["tone.S highest [dB re 20 uPa]"])
     np.testing.assert_allclose(level, 94, atol=0.02)
     assert set(summary) == {"calibrator", "two_calibrators", "two_channels"}
+
+
+def children(process, word):
+    """The numbers of a program's own processes that were started with this word."""
+    found = []
+    for pid in Path(f"/proc/{process.pid}/task/").glob("*/children"):
+        for child in pid.read_text().split():
+            with contextlib.suppress(OSError):
+                if word in Path(f"/proc/{child}/cmdline").read_bytes().decode():
+                    found.append(int(child))
+    return found
+
+
+def test_a_run_that_crashes_is_one_that_failed(tmp_path):
+    rate, seconds = 48000, 3600
+    for name, frames in (("m1", 4096), ("m2", rate * seconds), ("m3", 4096)):
+        file = tmp_path / f"{name}.wav"
+        file.write_bytes(struct.pack("<4sI8sIHHIIHH4sI", b"RIFF", 36 + 2 * frames, b"WAVEfmt ", 16, 1, 1, rate, 2 * rate, 2, 16,
+                                     b"data", 2 * frames))
+        os.truncate(file, 44 + 2 * frames)  # silence that takes no room
+    (tmp_path / "d.toml").write_text('[source.m]\nfile = "none.wav"\n[sink.s]\nfrom = "m"\ncsv = "s.csv"\n')
+    batch = subprocess.Popen([VYNHOST, "run", tmp_path / "d.toml", "--each", f"m={tmp_path}/*.wav", "--out", tmp_path / "o" / "{name}",
+                              "--jobs", "2"], stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
+                             preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_CORE, (0, 0)))
+    end = time.monotonic() + 60
+    while not (crashing := children(batch, "m2.wav")) or not list(tmp_path.glob("o/m2/.*")):
+        assert time.monotonic() < end and batch.poll() is None
+        time.sleep(0.01)
+    os.kill(crashing[0], signal.SIGSEGV)
+    out, said = batch.communicate(timeout=60)
+    assert batch.returncode == 1
+    assert out.splitlines()[-1] == "vynhost: 2 ok, 1 failed"
+    assert said == "m2: failed: crashed, code 139\n"
+    assert (tmp_path / "o/m1/s.csv").exists() and (tmp_path / "o/m3/s.csv").exists()
+    assert not (tmp_path / "o/m2").exists()  # nor what it had begun
+
+
+def test_resuming_misses_results_of_every_kind(tmp_path, recording):
+    rate, values = recording
+    scipy.io.wavfile.write(tmp_path / "m.wav", rate, values[0][:4096].astype(np.float32))
+    (tmp_path / "d.toml").write_text('[source.m]\nfile = "none.wav"\n[sink.s]\nfrom = "m"\nnpy = "s.npy"\nmat = "s.mat"\nhdf5 = "s.h5"\n')
+
+    def batch():
+        return subprocess.run([VYNHOST, "run", tmp_path / "d.toml", "--each", f"m={tmp_path}/m.wav", "--out", tmp_path / "o/{name}",
+                               "--report", "r.html", "--resume"], check=True, capture_output=True, text=True).stdout
+    batch()
+    assert "1 of 1 are done and as they were" in batch()
+    for name in ("s.npy", "s.mat", "s.h5", "r.html"):
+        (tmp_path / "o/m" / name).unlink()
+        assert "m: ok" in batch()
+        assert (tmp_path / "o/m" / name).exists()

@@ -43,6 +43,7 @@ struct Outcome {
     bool done = false;
     bool ok = false;
     std::string reason = {};  // of a failure
+    bool crashed = false;     // the system has ended it
     NamedValues totals = {};
 };
 
@@ -210,7 +211,8 @@ private:
 };
 
 // They lie there as the run has written them.
-bool resultsLie(const Diagram& diagram, const std::filesystem::path& folder) {
+bool resultsLie(const Diagram& diagram, const std::string& report,
+                const std::filesystem::path& folder) {
     const auto lies = [&](const std::string& name) {
         if (name.empty()) return true;
         const std::filesystem::path file = folder / pathOf(name);
@@ -220,8 +222,11 @@ bool resultsLie(const Diagram& diagram, const std::filesystem::path& folder) {
             return false;
         }
     };
-    return std::ranges::all_of(
-        diagram.sinks, [&](const SinkEntry& sink) { return lies(sink.csv) && lies(sink.svg); });
+    const auto allLie = [&](const SinkEntry& sink) {
+        return lies(sink.csv) && lies(sink.svg) &&
+               std::ranges::all_of(sink.tables, lies, &TableEntry::file);
+    };
+    return lies(report) && std::ranges::all_of(diagram.sinks, allLie);
 }
 
 // --- Doing it -------------------------------------------------------------------------------
@@ -242,10 +247,28 @@ Outcome outcomeOf(const platform::ChildProcess::End& end) {
             outcome.totals.emplace_back(line.substr(kTotal.size(), equals - kTotal.size()), *value);
         }
     }
+    constexpr int kFirstOfSystem = 128;
+    outcome.crashed = end.code < 0 || end.code >= kFirstOfSystem;
     if (!outcome.ok && outcome.reason.empty()) {
-        outcome.reason = tr("ended with code %1", end.code);
+        outcome.reason =
+            outcome.crashed ? tr("crashed, code %1", end.code) : tr("ended with code %1", end.code);
     }
     return outcome;
+}
+
+// What a run had begun that the system has ended: files of names that nobody else gives.
+void removeBegun(const std::filesystem::path& folder) {
+    std::error_code error;  // what can't be removed stays
+    std::vector<std::filesystem::path> begun;
+    for (const auto& file : std::filesystem::recursive_directory_iterator(folder, error)) {
+        const std::string name = textOf(file.path().filename());
+        if (name.starts_with(".vynhost-") && name.ends_with(".part")) begun.push_back(file.path());
+    }
+    for (const std::filesystem::path& file : begun)
+        std::filesystem::remove(file, error);
+    if (std::filesystem::is_empty(folder, error) && !error) {
+        std::filesystem::remove(folder, error);
+    }
 }
 
 // Runs as many at a time as it may, each in a process of its own.
@@ -431,6 +454,7 @@ bool runBatch(const BatchArguments& arguments, std::ostream& out, std::ostream& 
     BatchState state(plan.folder);
     const Keys keys(arguments, plan, diagram);
 
+    const std::string& reportName = arguments.report.empty() ? diagram.report : arguments.report;
     std::vector<Outcome> outcomes(plan.entries.size());
     std::vector<std::string> keyOf(plan.entries.size());
     std::vector<std::size_t> work;
@@ -438,7 +462,7 @@ bool runBatch(const BatchArguments& arguments, std::ostream& out, std::ostream& 
         keyOf[i] = keys.of(plan.entries[i]);
         const NamedValues* totals =
             arguments.resume ? state.find(plan.entries[i].name, keyOf[i]) : nullptr;
-        if (totals != nullptr && resultsLie(diagram, plan.entries[i].out)) {
+        if (totals != nullptr && resultsLie(diagram, reportName, plan.entries[i].out)) {
             outcomes[i] = {.done = true, .ok = true, .reason = {}, .totals = *totals};
         } else {
             work.push_back(i);
@@ -463,6 +487,7 @@ bool runBatch(const BatchArguments& arguments, std::ostream& out, std::ostream& 
     };
     const auto report = [&](std::size_t i, const Outcome& outcome) {
         outcomes[i] = outcome;
+        if (outcome.crashed) removeBegun(plan.entries[i].out);
         if (outcome.ok) state.add(plan.entries[i].name, keyOf[i], outcome.totals);
         if (outcome.ok && !arguments.quiet) {
             out << tr("%1: ok", printable(plan.entries[i].name)) << '\n' << std::flush;

@@ -355,8 +355,9 @@ ReportTable reportedRows(const Result& result, const LevelArguments& arguments) 
                                   {{"end [s]", "Ende [s]"}, kTimeDecimals}}};
     const bool several = result.channels.size() > 1;
     for (const std::string& channel : result.channels) {
+        const std::string of = several ? " " + channel : "";
         for (const std::string& column : columnsOf(result.names, result.percentiles)) {
-            const std::string head = withUnit(column + (several ? " " + channel : ""), result.unit);
+            const std::string head = withUnit(column + of, result.unit);
             table.columns.push_back({{head, head}});
         }
     }
