@@ -357,7 +357,8 @@ std::string argumentOf(const std::string& command, const std::string& option) {
         {"--peaks", words("N")},          {"--excitation", words("CHANNEL")},
         {"--response", words("CHANNEL")}, {"--window", words("WINDOW")},
         {"--weighting", words("LETTER")}, {"--time", words("LETTER")},
-        {"--csv", words("LANGUAGE")},     {"--lang", words("LANGUAGE")}};
+        {"--csv", words("LANGUAGE")},     {"--lang", words("LANGUAGE")},
+        {"--variable", words("NAME")},    {"--rate", words("HZ")}};
     const auto own = kArguments.find(command + ":" + option);
     if (own != kArguments.end()) return own->second;
     const auto found = kArguments.find(option);
