@@ -147,6 +147,7 @@ def test_it_opens_without_a_network_and_asks_for_nothing_else(browser, folder):
         assert browser.value("document.documentElement.lang") == language
         assert browser.value("document.querySelectorAll('.uplot').length") == 9  # levels have two units, spectra spectrograms
     assert "Messbericht" in browser.value("document.body.innerText")
+    assert "Fensterfunktion, vor der Transformation" in browser.value("document.body.innerText")
     assert browser.value("vynhostReport.charts.every((c) => c.element.querySelector('canvas').width > 1000)")
 
 

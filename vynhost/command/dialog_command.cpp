@@ -117,9 +117,11 @@ std::vector<std::string> BlockEditor::writeBack() {
 
 std::string showBlockDialog(ModuleHost& host, const DialogArguments& arguments) {
     BlockEditor editor(host, pathOf(arguments.diagram), arguments.block);
-    host.setHelp([page = findInstallation().pages / (editor.className() + ".md")] {
-        platform::showPage(page);
-    });
+    const std::filesystem::path pages = findInstallation().pages;
+    const std::filesystem::path german =
+        pages.parent_path() / codeOf(Language::german) / pages.filename();
+    host.setHelp([page = (spokenLanguage() == Language::german ? german : pages) /
+                         (editor.className() + ".md")] { platform::showPage(page); });
     switch (editor.block().askUser()) {
         case platform::DialogEnd::none:
             throw InputError(

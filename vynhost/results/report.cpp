@@ -10,6 +10,7 @@
 #include <variant>
 
 #include "vynhost/base/digest.h"
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 #include "vynhost/diagram/keyword_check.h"
 #include "vynhost/diagram/keyword_table.h"
@@ -205,7 +206,8 @@ ordered_json plain(const KeywordValue& value) {
 }
 
 // As it reads back from the block that has worked.
-ordered_json settingJson(PlacedBlock& block, const KeywordRow& row, const KeywordMeaning* meaning) {
+ordered_json settingJson(PlacedBlock& block, const KeywordRow& row, const KeywordMeaning* meaning,
+                         Language language) {
     ordered_json json = {{"keyword", row.name}};
     if (meaning == nullptr) {
         json["value"] = plain(block.get(row));
@@ -220,11 +222,12 @@ ordered_json settingJson(PlacedBlock& block, const KeywordRow& row, const Keywor
         json["value"] = nullptr;
     }
     json["unit"] = textOrNull(std::string(meaning->unit));
-    json["says"] = meaning->says;
+    json["says"] = translated(meaning->says, language);
     return json;
 }
 
-ordered_json blockJson(const Diagram& diagram, const BlockEntry& entry, PlacedBlock& block) {
+ordered_json blockJson(const Diagram& diagram, const BlockEntry& entry, PlacedBlock& block,
+                       Language language) {
     const BlockMeaning& meaning = meaningOf(static_cast<std::int32_t>(block.typeCode()));
     ordered_json json = {{"name", entry.name},
                          {"type", entry.type},
@@ -237,7 +240,7 @@ ordered_json blockJson(const Diagram& diagram, const BlockEntry& entry, PlacedBl
         json["inputs"].push_back({{"to", wire.to.letter}, {"from", wire.from.text()}});
     }
     for (const KeywordRow& row : block.keywords())
-        json["settings"].push_back(settingJson(block, row, meaning.keyword(row.name)));
+        json["settings"].push_back(settingJson(block, row, meaning.keyword(row.name), language));
     return json;
 }
 
@@ -307,7 +310,7 @@ ordered_json tableJson(const ReportTable& table, Language language) {
 }
 
 ordered_json contentOf(const Report& report) {
-    ordered_json json = {{"language", report.language == Language::german ? "de" : "en"},
+    ordered_json json = {{"language", codeOf(report.language)},
                          {"title", report.title},
                          {"created", nowText()},
                          {"program", programJson(report.program)},
@@ -336,7 +339,7 @@ ordered_json contentOf(const Report& report) {
     for (const Source* source : report.runner.sources())
         json["recordings"].push_back(recordingJson(*source));
     report.runner.visitBlocks([&](const BlockEntry& entry, PlacedBlock& block) {
-        json["blocks"].push_back(blockJson(report.diagram, entry, block));
+        json["blocks"].push_back(blockJson(report.diagram, entry, block, report.language));
     });
     return json;
 }
@@ -375,8 +378,7 @@ std::string element(const std::string& name, std::string_view content) {
 
 std::string reportPage(const Report& report) {
     const std::string data = inScript(contentOf(report));
-    const bool german = report.language == Language::german;
-    std::string page = std::string("<!DOCTYPE html>\n<html lang=\"") + (german ? "de" : "en") +
+    std::string page = std::string("<!DOCTYPE html>\n<html lang=\"") + codeOf(report.language) +
                        "\">\n<head>\n<meta charset=\"utf-8\">\n";
     page +=
         "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; style-src " +
@@ -387,8 +389,8 @@ std::string reportPage(const Report& report) {
         "<meta name=\"color-scheme\" content=\"light dark\">\n";
     page += element("title", escaped(report.title));
     page += element("style", kReportStyle) + "</head>\n<body>\n<main></main>\n";
-    page += element("noscript", german ? "Dieser Bericht braucht JavaScript."
-                                       : "This report needs JavaScript.");
+    page +=
+        element("noscript", translated(words("This report needs JavaScript."), report.language));
     page += "<script type=\"application/json\" id=\"content\">" + data + "</script>\n";
     page += element("script", kReportChartScript) + element("script", kReportScript);
     return page + "</body>\n</html>\n";

@@ -701,11 +701,11 @@ if (content.blocks.length) {
     make("h3", main, `${block.name}: ${block.type} (${block.code})`);
     const wires = block.inputs.map((wire) => `${wire.to} ← ${wire.from}`).join(", ");
     make("p", main, [wires, block.hasRecord ? say("record") : ""].filter((text) => text).join(" · "), "soft");
-    const element = table(main, [say("keyword"), say("value"), ...(german ? [] : [say("meaning")])],
+    const element = table(main, [say("keyword"), say("value"), say("meaning")],
       block.settings.map((setting) => {
         const value = setting.value === null ? say("noReadBack")
           : withUnit(typeof setting.value === "number" ? numberText(setting.value, 12) : setting.value, setting.unit);
-        return [code(setting.keyword), value, ...(german ? [] : [setting.says ?? ""])];
+        return [code(setting.keyword), value, setting.says ?? ""];
       }));
     [...element.tBodies[0].rows].forEach((row, i) => {
       if (block.settings[i].isInitial === false) row.cells[1].classList.add("changed");

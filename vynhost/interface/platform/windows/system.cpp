@@ -297,10 +297,10 @@ void showPage(const std::filesystem::path& page) {
                                                   nullptr, SW_SHOWNORMAL)) > kLastError) {
         return;
     }
-    const std::wstring text = (there ? L"The page of this block is\n\n"
-                                     : L"The page of this block is not installed. "
-                                       L"It belongs here:\n\n") +
-                              page.wstring();
+    const std::string says =
+        tr(there ? words("The page of this block is")
+                 : words("The page of this block is not installed. It belongs here:"));
+    const std::wstring text = pathOf(says).wstring() + L"\n\n" + page.wstring();
     ::MessageBoxW(askedUser.dialog, text.c_str(), L"vynhost", MB_OK | MB_ICONINFORMATION);
 }
 
