@@ -194,3 +194,15 @@ def test_resuming_misses_results_of_every_kind(tmp_path, recording):
         (tmp_path / "o/m" / name).unlink()
         assert "m: ok" in batch()
         assert (tmp_path / "o/m" / name).exists()
+
+
+@pytest.mark.parametrize("setting, german", [
+    ({"LANG": "de_DE.UTF-8"}, True), ({"LANG": "de"}, True), ({"LANG": "C.UTF-8"}, False), ({"LANG": "den_XX"}, False),
+    ({"LANG": "de_DE.UTF-8", "LC_MESSAGES": "en_GB.UTF-8"}, False), ({"LANG": "C", "LC_MESSAGES": "de_AT"}, True),
+    ({"LANG": "de_DE", "LC_MESSAGES": "de_DE", "LC_ALL": "C"}, False), ({"LC_ALL": "", "LANG": "de_CH@euro"}, True), ({}, False)])
+def test_the_systems_language_is_spoken(setting, german):
+    others = {name: value for name, value in os.environ.items() if not name.startswith("LC_") and name != "LANG"}
+    said = subprocess.run([ROOT / "build/native/bin/vynhost", "help", "exit-codes"], env={**others, **setting},
+                          capture_output=True, check=True).stdout.decode("utf-8")
+    assert ("abgebrochen" in said) == german and ("interrupted" in said) != german
+
