@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 #include "vynhost/results/gathered_table.h"
 
@@ -87,8 +88,9 @@ public:
         const std::uint64_t bytes =
             std::max(doubles() * sizeof(double), (names().size() - doubles()) * sizeof(float));
         if (rows() * bytes > kMost) {
-            throw InputError(subject_.place,
-                             "an array of a MAT-file has at most 2 GiB; an hdf5 or npy takes more");
+            throw InputError(
+                subject_.place,
+                tr("an array of a MAT-file has at most 2 GiB; an hdf5 or npy takes more"));
         }
     }
     void note(const std::string& text) override { notes_.push_back(text); }

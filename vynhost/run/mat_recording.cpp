@@ -12,6 +12,7 @@
 #include <string_view>
 #include <utility>
 
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 #include "vynhost/run/number_arrays.h"
 #include "vynhost/run/recording.h"
@@ -19,7 +20,7 @@
 namespace vynhost {
 namespace {
 
-[[noreturn]] void damaged() { throw RecordingError("has a damaged MAT-file's head"); }
+[[noreturn]] void damaged() { throw RecordingError(tr("has a damaged MAT-file's head")); }
 
 // Bytes of the file one after the other, unpacked where they are packed.
 class Bytes {
@@ -70,7 +71,7 @@ public:
 private:
     static constexpr std::size_t kPiece = std::size_t{1} << 16;
 
-    [[noreturn]] static void ended() { throw RecordingError("ends before its variables do"); }
+    [[noreturn]] static void ended() { throw RecordingError(tr("ends before its variables do")); }
 
     void unpack(char* to, std::size_t count) {
         unpacker_.next_out = reinterpret_cast<Bytef*>(to);
@@ -88,7 +89,7 @@ private:
             if (state == Z_MEM_ERROR) throw std::bad_alloc();
             if (state == Z_STREAM_END && unpacker_.avail_out > 0) ended();
             if (state != Z_OK && state != Z_STREAM_END) {
-                throw RecordingError("has a variable that does not unpack");
+                throw RecordingError(tr("has a variable that does not unpack"));
             }
         }
     }
@@ -235,8 +236,8 @@ public:
         storage_ = storageOf(tag.type);
         if (static_cast<std::int64_t>(tag.bytes) !=
             variable.values() * static_cast<std::int64_t>(storage_.bytes)) {
-            throw RecordingError(printable(variable.array.name) +
-                                 " does not hold as many values as its size says");
+            throw RecordingError(tr("%1 does not hold as many values as its size says",
+                                    printable(variable.array.name)));
         }
         begin_ = packed_ ? 0 : bytes_->position();
         end_ = begin_ + tag.bytes;
@@ -319,7 +320,7 @@ public:
     MatRecording(const std::filesystem::path& file, std::optional<double> rate,
                  const ArrayChoice& choice)
         : in_(file, std::ios::binary) {
-        if (!in_) throw RecordingError("can't be opened");
+        if (!in_) throw RecordingError(tr("can't be opened"));
         readDirectory(static_cast<std::int64_t>(std::filesystem::file_size(file)));
         std::vector<NumberArray> arrays;
         for (const Variable& variable : variables_)
@@ -375,9 +376,9 @@ private:
     void hold(const Variable& chosen) {
         constexpr std::int64_t kMostHeld = std::int64_t{1} << 28;
         if (chosen.values() > kMostHeld) {
-            throw RecordingError(printable(chosen.array.name) +
-                                 " is packed and too long to be held unpacked; save it without "
-                                 "compression");
+            throw RecordingError(
+                tr("%1 is packed and too long to be held unpacked; save it without compression",
+                   printable(chosen.array.name)));
         }
         values_->read(chosen.values(),
                       [&](double value) { held_.push_back(static_cast<float>(value)); });
@@ -391,7 +392,7 @@ private:
         if (in_.gcount() != kHead || std::string_view(&head[126], 2) != "IM" ||
             std::string_view(&head[124], 2) != std::string_view("\0\1", 2)) {
             throw RecordingError(
-                "is no MAT-file that is read here: little-endian ones of version 5 to 7.3 are");
+                tr("is no MAT-file that is read here: little-endian ones of version 5 to 7.3 are"));
         }
         std::int64_t at = kHead;
         while (size - at >= 8) {
@@ -405,7 +406,7 @@ private:
             variable.bytes = tag.bytes;
             variable.packed = tag.type == kPacked;
             if (variable.begin + variable.bytes > size) {
-                throw RecordingError("ends before its variables do");
+                throw RecordingError(tr("ends before its variables do"));
             }
             Bytes own(in_, variable.begin, variable.bytes, variable.packed);
             if (variable.packed && nextTag(own).type != kMatrix) damaged();
@@ -413,7 +414,7 @@ private:
             if (variable.array.name.empty()) continue;
             variables_.push_back(std::move(variable));
             if (variables_.size() > kMostVariables) {
-                throw RecordingError("holds more than 4096 variables");
+                throw RecordingError(tr("holds more than 4096 variables"));
             }
         }
     }
@@ -445,8 +446,8 @@ private:
 
     void takeRate(double value, const std::string& name, std::string& from) {
         if (!from.empty() && value != rate_) {
-            throw RecordingError("says two rates, " + from + " and " + printable(name) +
-                                 " (rate of the source picks one)");
+            throw RecordingError(tr("says two rates, %1 and %2 (rate of the source picks one)",
+                                    from, printable(name)));
         }
         rate_ = value;
         from = printable(name);
@@ -455,8 +456,8 @@ private:
     std::vector<double> valuesOf(const Variable& variable) {
         constexpr std::int64_t kMost = std::int64_t{1} << 27;
         if (variable.values() > kMost) {
-            throw RecordingError(printable(variable.array.name) +
-                                 " is too long to tell the rate from; give rate");
+            throw RecordingError(tr("%1 is too long to tell the rate from; give rate",
+                                    printable(variable.array.name)));
         }
         std::vector<double> all;
         Values(in_, variable).read(variable.values(), [&](double value) { all.push_back(value); });

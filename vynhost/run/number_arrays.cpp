@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "vynhost/base/limits.h"
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 #include "vynhost/run/recording.h"
 
@@ -22,8 +23,8 @@ std::string listOf(std::span<const NumberArray> arrays) {
     std::vector<std::string> names;
     for (const NumberArray& array : arrays.first(std::min(arrays.size(), kMost)))
         names.push_back(textOfArray(array));
-    std::string text = names.empty() ? "nothing" : joined(names);
-    if (arrays.size() > kMost) text += " and " + std::to_string(arrays.size() - kMost) + " more";
+    std::string text = names.empty() ? tr("nothing") : joined(names);
+    if (arrays.size() > kMost) text += tr(" and %1 more", arrays.size() - kMost);
     return text;
 }
 
@@ -43,13 +44,13 @@ std::size_t chosenArray(std::span<const NumberArray> arrays, const ArrayChoice& 
     if (!choice.variable.empty()) {
         const auto found = std::ranges::find(arrays, choice.variable, &NumberArray::name);
         if (found == arrays.end()) {
-            throw RecordingError("has no \"" + printable(choice.variable) + "\"; it holds " +
-                                 listOf(arrays));
+            throw RecordingError(
+                tr("has no \"%1\"; it holds %2", printable(choice.variable), listOf(arrays)));
         }
         if (!found->isReadable) {
-            throw RecordingError(textOfArray(*found) +
-                                 " is not read; real numbers of kind double, single, int32, int16 "
-                                 "and uint8 are");
+            throw RecordingError(tr(
+                "%1 is not read; real numbers of kind double, single, int32, int16 and uint8 are",
+                textOfArray(*found)));
         }
         return static_cast<std::size_t>(found - arrays.begin());
     }
@@ -62,11 +63,12 @@ std::size_t chosenArray(std::span<const NumberArray> arrays, const ArrayChoice& 
         named.push_back(arrays[i]);
     }
     if (possible.empty()) {
-        throw RecordingError("has no array of samples; it holds " + listOf(arrays));
+        throw RecordingError(tr("has no array of samples; it holds %1", listOf(arrays)));
     }
     if (possible.size() > 1) {
         throw RecordingError(
-            "holds several arrays (variable = \"NAME\" of the source picks one): " + listOf(named));
+            tr("holds several arrays (variable = \"NAME\" of the source picks one): %1",
+               listOf(named)));
     }
     return possible.front();
 }
@@ -76,23 +78,25 @@ ArrayLayout layoutOf(const NumberArray& array, const ArrayChoice& choice) {
         throw RecordingError(textOfArray(array) + " " + what);
     };
     if (array.shape.empty() || array.shape.size() > 2) {
-        fail("has " + std::to_string(array.shape.size()) +
-             " dimensions; rows of samples and columns of channels are read");
+        fail(tr("has %1 dimensions; rows of samples and columns of channels are read",
+                array.shape.size()));
     }
     const std::int64_t rows = array.shape.front();
     const std::int64_t columns = array.shape.size() == 2 ? array.shape.back() : 1;
-    if (rows == 0 || columns == 0) fail("holds no samples");
+    if (rows == 0 || columns == 0) fail(tr("holds no samples"));
     if (rows == 1) return {columns, 1, true};
     if (columns == 1) return {rows, 1, false};
     const std::int64_t channels = choice.rowsAreChannels ? rows : columns;
     const std::int64_t frames = choice.rowsAreChannels ? columns : rows;
     if (channels > frames) {
-        fail(choice.rowsAreChannels ? "has more rows than columns, and rows = \"channels\""
-                                    : "has more columns than rows, and rows are samples (rows = "
-                                      "\"channels\" of the source reads it the other way)");
+        fail(
+            choice.rowsAreChannels
+                ? tr("has more rows than columns, and rows = \"channels\"")
+                : tr("has more columns than rows, and rows are samples (rows = \"channels\" of the "
+                     "source reads it the other way)"));
     }
     if (channels > static_cast<std::int64_t>(kMostChannels)) {
-        fail("has " + std::to_string(channels) + " channels; 1 to 1024 are read");
+        fail(tr("has %1 channels; 1 to 1024 are read", channels));
     }
     return {frames, static_cast<int>(channels), choice.rowsAreChannels};
 }

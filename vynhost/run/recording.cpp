@@ -503,10 +503,11 @@ void requireRate(double rate) {
     constexpr double kLowest = 1e-9;
     constexpr double kHighest = 1e12;
     if (rate >= kLowest && rate <= kHighest) return;
-    throw RecordingError(rate == 0 ? "needs a rate: its source has none, and the file neither "
-                                     "(rate or fs, or an x, t or time that rises evenly)"
-                                   : "says a rate of " + toText(rate) +
-                                         " (rate of the source counts before the file's)");
+    throw RecordingError(
+        rate == 0
+            ? tr("needs a rate: its source has none, and the file neither (rate or fs, or an x, "
+                 "t or time that rises evenly)")
+            : tr("says a rate of %1 (rate of the source counts before the file's)", rate));
 }
 
 std::unique_ptr<Recording> silence(int channels, double rate, std::int64_t frames) {

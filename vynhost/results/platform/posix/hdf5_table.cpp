@@ -3,6 +3,7 @@
 #include <cstring>
 #include <fstream>
 
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 #include "vynhost/results/gathered_table.h"
 #include "vynhost/results/temporary_file.h"
@@ -45,7 +46,7 @@ protected:
 
 private:
     void require(bool good) const {
-        if (!good) throw RunError(kWrongInput, shown_ + ": can't be written");
+        if (!good) throw RunError(kWrongInput, tr("%1: can't be written", shown_));
     }
     hid_t opened(hid_t id) const {
         require(id >= 0);

@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 
+#include "vynhost/base/messages.h"
 #include "vynhost/interface/platform/system.h"
 
 namespace vynhost {
@@ -14,8 +15,8 @@ void* opened() {
         std::string why;
         void* found = platform::loadLibrary(kLibrary, why);
         if (found == nullptr) {
-            throw std::runtime_error(std::string("HDF5 needs ") + kLibrary +
-                                     " (Debian: libhdf5-103-1), which does not load: " + why);
+            throw std::runtime_error(tr(
+                "HDF5 needs %1 (Debian: libhdf5-103-1), which does not load: %2", kLibrary, why));
         }
         return found;
     }();
@@ -27,7 +28,7 @@ void* opened() {
 Hdf5::Found Hdf5::find(const char* name) {
     void* address = platform::findFunction(opened(), name);
     if (address == nullptr) {
-        throw std::runtime_error(std::string(kLibrary) + " has no function " + name);
+        throw std::runtime_error(tr("%1 has no function %2", kLibrary, name));
     }
     return {address};
 }
@@ -35,7 +36,7 @@ Hdf5::Found Hdf5::find(const char* name) {
 Hdf5::Hdf5() {
     const decltype(&::H5open) open = find("H5open");
     const decltype(&::H5Eset_auto2) setErrors = find("H5Eset_auto2");
-    if (open() < 0) throw std::runtime_error(std::string(kLibrary) + " does not start");
+    if (open() < 0) throw std::runtime_error(tr("%1 does not start", kLibrary));
     setErrors(H5E_DEFAULT, nullptr, nullptr);  // what failed is said here, in one line
     const auto value = [](const char* name) {
         const hid_t* number = find(name);

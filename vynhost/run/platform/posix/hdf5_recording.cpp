@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 #include "vynhost/run/number_arrays.h"
 #include "vynhost/run/platform/posix/hdf5_library.h"
@@ -19,7 +20,7 @@ public:
     Hdf5Recording(const std::filesystem::path& file, std::optional<double> rate,
                   const ArrayChoice& choice)
         : file_(h5_.openFile(file.c_str(), Hdf5::kReadOnly, H5P_DEFAULT)) {
-        if (!file_.isOpen()) throw RecordingError("is no HDF5 file, or a damaged one");
+        if (!file_.isOpen()) throw RecordingError(tr("is no HDF5 file, or a damaged one"));
         readDirectory();
         ArrayChoice wanted = choice;
         while (wanted.variable.starts_with('/'))
@@ -85,7 +86,7 @@ private:
                 }
                 if (type == H5I_DATASET) arrays_.push_back(described(object, path));
                 if (arrays_.size() + groups.size() > kMostArrays) {
-                    throw RecordingError("holds more than 4096 arrays and groups");
+                    throw RecordingError(tr("holds more than 4096 arrays and groups"));
                 }
             }
         }
@@ -97,7 +98,7 @@ private:
         const Hdf5Id id(h5_.openObject(file_, group.empty() ? "/" : group.c_str(), H5P_DEFAULT));
         H5G_info_t info{};
         if (!id.isOpen() || h5_.groupInfo(id, &info) < 0) {
-            throw RecordingError("has a group that can't be read: /" + printable(group));
+            throw RecordingError(tr("has a group that can't be read: /%1", printable(group)));
         }
         std::vector<std::string> members;
         for (hsize_t i = 0; i < std::min(info.nlinks, kMostMembers + 1); ++i) {
@@ -173,7 +174,7 @@ private:
             const Hdf5Id made(h5_.howMade(array));
             const H5D_layout_t layout = h5_.layoutOf(made);
             if (layout == H5D_VIRTUAL || h5_.externalFiles(made) != 0) {
-                fail("lies in other files, which are not read");
+                fail(tr("lies in other files, which are not read"));
             }
             if (layout == H5D_CHUNKED) {
                 std::array<hsize_t, H5S_MAX_RANK> piece{};
@@ -182,7 +183,7 @@ private:
                 for (int i = 0; i < std::min<int>(dimensions, H5S_MAX_RANK); ++i) {
                     const hsize_t size = piece[static_cast<std::size_t>(i)];
                     if (size > kLargestPiece || bytes * size > kLargestPiece) {
-                        fail("is stored in pieces of more than 256 MiB");
+                        fail(tr("is stored in pieces of more than 256 MiB"));
                     }
                     bytes *= size;
                 }
@@ -198,7 +199,7 @@ private:
         }
         dimensions_ = static_cast<int>(chosen.shape.size());
         samples_ = Hdf5Id(h5_.openArray(file_, path_.c_str(), access));
-        if (!samples_.isOpen()) fail("can't be opened");
+        if (!samples_.isOpen()) fail(tr("can't be opened"));
     }
 
     void readInto(hid_t array, std::span<double> numbers, const hsize_t* start,
@@ -207,8 +208,10 @@ private:
         const Hdf5Id wanted(h5_.createSpace(dimensions, count, nullptr));
         if (h5_.select(stored, H5S_SELECT_SET, start, nullptr, count, nullptr) < 0 ||
             h5_.read(array, h5_.nativeDouble, wanted, stored, H5P_DEFAULT, numbers.data()) < 0) {
-            throw RecordingError("can't be read to its end: " + printable(path_) +
-                                 " is damaged, or packed in a way that is not known here");
+            throw RecordingError(
+                tr("can't be read to its end: %1 is damaged, or packed in a way that is not known "
+                   "here",
+                   printable(path_)));
         }
     }
 
@@ -255,8 +258,8 @@ private:
         if (x != nullptr && rate_ == 0) {
             constexpr std::int64_t kMost = std::int64_t{1} << 27;
             if (frames_ > kMost) {
-                throw RecordingError(printable(x->name) +
-                                     " is too long to tell the rate from; give rate");
+                throw RecordingError(
+                    tr("%1 is too long to tell the rate from; give rate", printable(x->name)));
             }
             const std::vector<double> all = valuesOf(*x);
             rate_ = rateOfEvenX(all);
@@ -273,7 +276,7 @@ private:
         if (!array.shape.empty()) {
             readInto(id, {&value, 1}, start.data(), count.data(), static_cast<int>(start.size()));
         } else if (h5_.read(id, h5_.nativeDouble, H5S_ALL, H5S_ALL, H5P_DEFAULT, &value) < 0) {
-            throw RecordingError(printable(array.name) + " can't be read");
+            throw RecordingError(tr("%1 can't be read", printable(array.name)));
         }
         return value;
     }
@@ -283,7 +286,7 @@ private:
         std::vector<double> values(static_cast<std::size_t>(frames_));
         const Hdf5Id id(h5_.openArray(file_, array.name.c_str(), H5P_DEFAULT));
         if (h5_.read(id, h5_.nativeDouble, H5S_ALL, H5S_ALL, H5P_DEFAULT, values.data()) < 0) {
-            throw RecordingError(printable(array.name) + " can't be read");
+            throw RecordingError(tr("%1 can't be read", printable(array.name)));
         }
         return values;
     }
