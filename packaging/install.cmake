@@ -66,6 +66,8 @@ if(NOT WIN32)
   add_custom_target(manual_pages ALL DEPENDS ${written})
   install(FILES ${pages}/en/vynhost.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
     RENAME vynhost COMPONENT runtime)
+else()
+  add_custom_target(manual_pages)  # where there is no man, vynhost help says the same
 endif()
 
 # --- What others build with: find_package(Vynpack) ---------------------------------------------------
