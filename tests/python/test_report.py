@@ -331,8 +331,8 @@ def test_a_report_has_the_hosts_values_and_says_that_they_are(measured):
     for row, cells in zip(total["rows"], expected):
         for value, cell in zip(row[1:3], cells[1:3]):
             assert value is None if cell == "" else value == pytest.approx(float(cell), rel=1e-8)
-    assert {row[0]: row[3] for row in total["rows"]}["LAeq"].startswith("Programm: ")
-    assert {row[0]: row[3] for row in total["rows"]}["LAFmax"] == "Pegelbaustein"
+    assert {row[0]: row[3] for row in total["rows"]}["LAeq"].startswith("Host: ")
+    assert {row[0]: row[3] for row in total["rows"]}["LAFmax"] == "Pegel-Baustein"
     heads, table = columns(measured / "level.csv")
     levels = [i for i, head in enumerate(heads) if not head.startswith(("short", "LZeq"))]
     shown = np.array([[np.nan if cell is None else cell for cell in row] for row in rows["rows"]])

@@ -269,21 +269,21 @@ std::string rowsTable(const Result& result, const TableStyle& style) {
 // Which part of the house a total comes from.
 std::vector<Bilingual> originsOf(const LevelArguments& arguments) {
     const Bilingual sums = {"host: mean square of the weighted signal",
-                            "Programm: quadratisches Mittel des bewerteten Signals"};
+                            "Host: quadratisches Mittel des bewerteten Signals"};
     const Bilingual detector = {"host: time weighting of the weighted signal",
-                                "Programm: Zeitbewertung des bewerteten Signals"};
-    const Bilingual block = {"level block", "Pegelbaustein"};
+                                "Host: Zeitbewertung des bewerteten Signals"};
+    const Bilingual block = {"level block", "Pegel-Baustein"};
     std::vector<Bilingual> origins = {
         sums, block, detector, sums, arguments.time == "I" ? detector : block, block};
     origins.resize(origins.size() + arguments.percentiles.size(),
                    {"host: classes of 0.01 dB of the time-weighted level",
-                    "Programm: Klassen von 0,01 dB des zeitbewerteten Pegels"});
+                    "Host: Klassen von 0,01 dB des zeitbewerteten Pegels"});
     return origins;
 }
 
 const Bilingual& bandOrigin() {
     static const Bilingual origin = {"FFT and third-octave blocks, averaged by the host",
-                                     "FFT- und Terzbaustein, gemittelt vom Programm"};
+                                     "FFT- und Terz-Baustein, gemittelt vom Host"};
     return origin;
 }
 

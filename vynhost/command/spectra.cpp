@@ -127,7 +127,7 @@ void measureSpectrum(const SpectrumArguments& arguments, std::ostream& out) {
                     {{withUnit("level", unit), withUnit("Pegel", unit)}}},
         .note = {"From the FFT block: the lines. The host's own: overlap, average and "
                  "peaks.",
-                 "Vom FFT-Baustein: die Linien. Vom Programm: Überlappung, Mittelung "
+                 "Vom FFT-Baustein: die Linien. Vom Host: Überlappung, Mittel "
                  "und Spitzen."}};
     std::string shown;
     for (std::size_t c = 0; c < spectra.size(); ++c) {
@@ -220,8 +220,8 @@ void measureBands(const BandsArguments& arguments, std::ostream& out) {
         .columns = {{{"Channel", "Kanal"}}, {same(withUnit("L" + arguments.weighting, unit))}},
         .note = {"From the FFT and the third-octave block: the bands. The host's "
                  "own: overlap, average and sum.",
-                 "Vom FFT- und vom Terzbaustein: die Bänder. Vom Programm: "
-                 "Überlappung, Mittelung und Summe."}};
+                 "Vom FFT- und vom Terz-Baustein: die Bänder. Vom Host: "
+                 "Überlappung, Mittel und Summe."}};
     for (std::size_t c = 0; c < bands.size(); ++c) {
         const double level = bands[c].quantity.level(std::sqrt(sums[c]), reference);
         total.push_back(fixedText(level));
