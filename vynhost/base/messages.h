@@ -12,7 +12,6 @@
 #include <vector>
 
 #include "vynhost/base/bilingual.h"
-#include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 
 namespace vynhost {
