@@ -372,9 +372,10 @@ private:
             give(held_[static_cast<std::size_t>(first) + i]);
     }
 
-    // Unpacked it can be no smaller a claim than the file makes: values are kept as they come.
+    // A small file can unpack to much: half of the memory that a run usually may take, and no more.
+    // Values are kept as they come, since a claim may be longer than what is there.
     void hold(const Variable& chosen) {
-        constexpr std::int64_t kMostHeld = std::int64_t{1} << 28;
+        constexpr std::int64_t kMostHeld = std::int64_t{1} << 27;
         if (chosen.values() > kMostHeld) {
             throw RecordingError(
                 tr("%1 is packed and too long to be held unpacked; save it without compression",
