@@ -2,6 +2,8 @@
 
 import contextlib
 import csv
+import hashlib
+import json
 import os
 import resource
 import signal
@@ -12,6 +14,7 @@ from pathlib import Path
 
 import numpy as np
 import pytest
+import scipy.io
 import scipy.io.wavfile
 import scipy.signal
 from conftest import ROOT
@@ -143,6 +146,36 @@ def test_a_batch_is_done_once(results):
     level = float(summary["calibrator"]["tone.S highest [dB re 20 uPa]"])
     np.testing.assert_allclose(level, 94, atol=0.02)
     assert set(summary) == {"calibrator", "two_calibrators", "two_channels"}
+
+
+def test_a_recording_is_the_same_in_every_form(results, recording):
+    rate, channels = recording
+    folder = results[0] / "formats"
+    stored = scipy.io.loadmat(folder / "signal.mat")["values"]
+    np.testing.assert_allclose(stored, channels.T, rtol=1e-7, atol=0)
+    with np.load(folder / "signal.npz") as arrays:
+        np.testing.assert_array_equal(np.stack([arrays["signal 1 [Pa]"], arrays["signal 2 [Pa]"]], axis=1), stored)
+    wav_rate, samples = scipy.io.wavfile.read(folder / "signal.wav")
+    assert wav_rate == rate and samples.dtype == np.float32
+    np.testing.assert_array_equal(samples, stored)
+    table = rows(folder / "levels.csv")
+    lines = [json.loads(line) for line in (folder / "levels.jsonl").read_text(encoding="utf-8").splitlines()]
+    assert [line["level.A Leq 2 [dB re 20 uPa]"] for line in lines] == list(table["level.A Leq 2"])
+
+
+def test_a_report_in_german_holds_the_levels(results, recording):
+    _, channels = recording
+    page = (results[0] / "report/level.html").read_text(encoding="utf-8")
+    content = json.loads(page.split('id="content">')[1].split("</script>")[0])
+    assert content["language"] == "de"
+    assert content["recordings"][0]["file"] == "signal.mat"
+    assert content["recordings"][0]["sha256"] == hashlib.sha256((results[0] / "formats/signal.mat").read_bytes()).hexdigest()
+    table = content["tables"][0]
+    assert table["title"] == "Pegel der ganzen Aufnahme"
+    levels = {row[0]: row[1:3] for row in table["rows"]}
+    rate = content["recordings"][0]["rate"]
+    whole = [decibels(np.mean(a_weighted(values, rate)**2)) for values in channels]
+    np.testing.assert_allclose(levels["LAeq"], whole, atol=LEVEL)
 
 
 def children(process, word):
