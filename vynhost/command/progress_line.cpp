@@ -37,9 +37,8 @@ std::string speedText(double speed) {
 
 std::string progressText(const Runner::Progress& progress, double elapsedSeconds) {
     const double speed = progress.position / elapsedSeconds;
-    const std::string text =
-        tr("%1 of %2 (%3 %)", timeText(progress.position), timeText(progress.length),
-           static_cast<int>(100 * progress.position / progress.length));
+    std::string text = tr("%1 of %2 (%3 %)", timeText(progress.position), timeText(progress.length),
+                          static_cast<int>(100 * progress.position / progress.length));
     if (!(speed > 0)) return text;
     return tr("%1, %2 x real time, %3 left", text, speedText(speed),
               timeText((progress.length - progress.position) / speed));
