@@ -139,7 +139,7 @@ public:
         if (!std::exchange(hasTitle_, true)) out << kTitle << '\n';
         // A name that is no UTF-8 is not found again, and done again.
         out << line.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
-        if (!out.flush()) throw RunError(kWrongInput, tr("%1: can't be written", textOf(file_)));
+        if (!out.flush()) failWriting(file_);
     }
 
 private:
@@ -256,13 +256,12 @@ Outcome outcomeOf(const platform::ChildProcess::End& end) {
     return outcome;
 }
 
-// What a run had begun that the system has ended: files of names that nobody else gives.
+// What a run had begun that the system has ended.
 void removeBegun(const std::filesystem::path& folder) {
     std::error_code error;  // what can't be removed stays
     std::vector<std::filesystem::path> begun;
     for (const auto& file : std::filesystem::recursive_directory_iterator(folder, error)) {
-        const std::string name = textOf(file.path().filename());
-        if (name.starts_with(".vynhost-") && name.ends_with(".part")) begun.push_back(file.path());
+        if (isUnguessable(file.path())) begun.push_back(file.path());
     }
     for (const std::filesystem::path& file : begun)
         std::filesystem::remove(file, error);

@@ -55,6 +55,7 @@ protected:
     virtual void writeWhole() = 0;
 
     ResultFile& file() { return file_; }
+    const ResultFile& file() const { return file_; }
     const std::vector<std::string>& names() const { return names_; }
     std::uint64_t rows() const { return rows_; }
     // The first so many columns are in double precision, the others in single.

@@ -1,6 +1,7 @@
 #include "vynhost/results/result_files.h"
 
 #include <algorithm>
+#include <fstream>
 #include <system_error>
 #include <utility>
 
@@ -52,6 +53,15 @@ ResultFile::ResultFile(const std::filesystem::path& path)
 void ResultFile::write(std::string_view text) {
     buffer_ += text;
     if (buffer_.size() >= kBuffer) flush();
+}
+
+void ResultFile::writeAllOf(const std::filesystem::path& other) {
+    std::ifstream in(other, std::ios::binary);
+    std::string piece(std::size_t{1} << 18, '\0');
+    while (in) {
+        in.read(piece.data(), static_cast<std::streamsize>(piece.size()));
+        write(std::string_view(piece).substr(0, static_cast<std::size_t>(in.gcount())));
+    }
 }
 
 void ResultFile::flush() {

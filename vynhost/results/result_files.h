@@ -25,6 +25,8 @@ public:
 
     // Raises RunError when the disk does not take it.
     void write(std::string_view text);
+    // The content of another file.
+    void writeAllOf(const std::filesystem::path& other);
     // Nothing is written from now on. Raises RunError when not everything has arrived.
     void close();
     // Gives the file its final name, in which it replaces an older one if that is allowed. Raises

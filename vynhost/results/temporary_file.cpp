@@ -11,6 +11,13 @@
 #include "vynhost/results/platform/file_system.h"
 
 namespace vynhost {
+namespace {
+
+constexpr const char* kBegin = ".vynhost-";
+constexpr const char* kEnd = ".part";
+
+}  // namespace
+
 void failWriting(const std::filesystem::path& path) {
     throw RunError(kWrongInput, tr("%1: can't be written", textOf(path)));
 }
@@ -22,7 +29,12 @@ std::filesystem::path unguessable(const std::filesystem::path& folder) {
         const unsigned word = chance();
         std::memcpy(&bytes[i], &word, sizeof word);
     }
-    return folder / (".vynhost-" + digitsOf(bytes) + ".part");
+    return folder / (kBegin + digitsOf(bytes) + kEnd);
+}
+
+bool isUnguessable(const std::filesystem::path& path) {
+    const std::string name = textOf(path.filename());
+    return name.starts_with(kBegin) && name.ends_with(kEnd);
 }
 
 // --- A file that may become a result --------------------------------------------------------

@@ -16,6 +16,8 @@ namespace vynhost {
 
 // A path in the folder that nobody can know beforehand.
 std::filesystem::path unguessable(const std::filesystem::path& folder);
+// Whether a path has such a name, which nobody else gives.
+bool isUnguessable(const std::filesystem::path& path);
 
 struct FileCloser {
     void operator()(std::FILE* file) const noexcept { std::fclose(file); }

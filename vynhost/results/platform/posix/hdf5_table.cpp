@@ -1,7 +1,6 @@
 // HDF5 files, by libhdf5, which is loaded when one is asked for.
 #include <array>
 #include <cstring>
-#include <fstream>
 
 #include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
@@ -23,10 +22,7 @@ const Hdf5& libraryFor(const Place& place) {
 class Hdf5Table : public GatheredTable {
 public:
     Hdf5Table(ResultFile& file, const TableSubject& subject)
-        : GatheredTable(file),
-          subject_(subject),
-          h5_(libraryFor(subject.place)),
-          shown_(textOf(file.path())) {}
+        : GatheredTable(file), subject_(subject), h5_(libraryFor(subject.place)) {}
 
     void note(const std::string& text) override { notes_.push_back(text); }
 
@@ -36,17 +32,12 @@ protected:
     void writeWhole() override {
         TemporaryFile made(file().path().parent_path(), file().path());
         fill(made.path());
-        std::ifstream in(made.path(), std::ios::binary);
-        std::string piece(std::size_t{1} << 18, '\0');
-        while (in) {
-            in.read(piece.data(), static_cast<std::streamsize>(piece.size()));
-            file().write(std::string_view(piece).substr(0, static_cast<std::size_t>(in.gcount())));
-        }
+        file().writeAllOf(made.path());
     }
 
 private:
     void require(bool good) const {
-        if (!good) throw RunError(kWrongInput, tr("%1: can't be written", shown_));
+        if (!good) failWriting(file().path());
     }
     hid_t opened(hid_t id) const {
         require(id >= 0);
@@ -141,7 +132,6 @@ private:
 
     const TableSubject& subject_;
     const Hdf5& h5_;
-    std::string shown_;
     std::vector<std::string> notes_;
 };
 

@@ -5,7 +5,6 @@
 #include <array>
 #include <cmath>
 #include <cstring>
-#include <fstream>
 
 #include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
@@ -127,12 +126,7 @@ protected:
             throw RunError(kWrongInput, tr("%1: can't be written (%2)", textOf(file().path()),
                                            library_.errorText(error)));
         }
-        std::ifstream in(made.path(), std::ios::binary);
-        std::string piece(std::size_t{1} << 18, '\0');
-        while (in) {
-            in.read(piece.data(), static_cast<std::streamsize>(piece.size()));
-            file().write(std::string_view(piece).substr(0, static_cast<std::size_t>(in.gcount())));
-        }
+        file().writeAllOf(made.path());
     }
 
 private:
