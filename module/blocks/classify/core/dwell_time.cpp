@@ -13,7 +13,8 @@ DwellTime::DwellTime(const CountingRules& rules, int channels)
       limits_(rules.scale),
       last_(static_cast<std::size_t>(channels)),
       dwell_(last_.size() * static_cast<std::size_t>(rules.scale.number)),
-      sums_(1 + static_cast<std::size_t>(rules.scale.number) + ClassLimits::kPadding) {}
+      sumsPerChannel_(1 + static_cast<std::size_t>(rules.scale.number) + ClassLimits::kPadding),
+      sums_(last_.size() * sumsPerChannel_) {}
 
 void DwellTime::update(std::span<const float> samples, double step, std::span<float> values) {
     const std::size_t width = last_.size();
@@ -28,27 +29,36 @@ void DwellTime::update(std::span<const float> samples, double step, std::span<fl
                                 .end = scale().end,
                                 .classesPerUnit = 1.0 / scale().width(),
                                 .step = std::abs(step)};
-    double* const sums = sums_.data() + 1;
-
-    for (std::size_t c = 0; c < width && all > 0; ++c) {
-        const float* x = samples.data() + c;
-        std::fill(sums_.begin(), sums_.end(), 0.0);
-        if (limits_.rising()) {
-            vyn::kernelsAt<DwellKernels>().add(
-                samplePairs(x, width, all, first_ ? nullptr : &last_[c]), dwellRules, sums);
-        }
-        last_[c] = x[(all - 1) * width];
+    std::ranges::fill(sums_, 0.0);
+    const std::size_t most = framesNear(width);
+    for (std::size_t done = 0; done < all; done += most)
+        addStretch(samples.data() + done * width, std::min(most, all - done), dwellRules);
+    first_ = false;
+    for (std::size_t c = 0; c < width; ++c) {
+        const double* sums = sumsOf(c);
         double* dwell = &dwell_[c * n];
         for (std::size_t k = 0; k < n; ++k)
             dwell[k] += sums[k];
     }
-    first_ = false;
 
     for (std::size_t c = 0; c < width; ++c) {
         const double* dwell = &dwell_[c * n];
         for (std::size_t k = 0; k < n; ++k)
             values[k * width + c] = static_cast<float>(result(dwell[k]));
     }
+}
+
+// All channels, one after the other.
+void DwellTime::addStretch(const float* x, std::size_t frames, const DwellRules& rules) {
+    const std::size_t width = last_.size();
+    for (std::size_t c = 0; c < width; ++c) {
+        if (limits_.rising()) {
+            vyn::kernelsAt<DwellKernels>().add(
+                samplePairs(x + c, width, frames, first_ ? nullptr : &last_[c]), rules, sumsOf(c));
+        }
+        last_[c] = x[(frames - 1) * width + c];
+    }
+    first_ = false;
 }
 
 double DwellTime::result(double time) const {

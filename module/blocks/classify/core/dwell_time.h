@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "blocks/classify/core/class_scale.h"
+#include "blocks/classify/core/dwell_time_kernels.h"
 #include "blocks/classify/core/klassierung_core.h"
 
 namespace vynpack {
@@ -18,6 +19,8 @@ public:
 
 private:
     void adapt() override { limits_ = ClassLimits(scale()); }
+    void addStretch(const float* x, std::size_t frames, const DwellRules& rules);
+    double* sumsOf(std::size_t channel) { return sums_.data() + channel * sumsPerChannel_ + 1; }
     // Of the time in a class: itself, or its percentage.
     double result(double time) const;
 
@@ -26,7 +29,8 @@ private:
     double total_ = 0.0;         // the same for all channels
     std::vector<float> last_;    // sample per channel
     std::vector<double> dwell_;  // per channel and class
-    std::vector<double> sums_;   // per class, of the block in work, with the padding of the limits
+    std::size_t sumsPerChannel_;
+    std::vector<double> sums_;  // the same of the block in work, with the padding of the limits
 };
 
 }  // namespace vynpack

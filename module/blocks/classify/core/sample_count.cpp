@@ -50,41 +50,39 @@ void SampleCount::countSamples(std::span<const float> samples) {
 
 void SampleCount::countStretch(const float* x, std::size_t frames) {
     const ClassIndexKernels& kernels = vyn::kernelsAt<ClassIndexKernels>();
-    const std::size_t width = totals_.size();
-    const auto count = [&](auto classOf) {
-        const std::int32_t* index = indices_.data();
-        const std::size_t places = counts_.places();
-        std::uint32_t* const first = counts_.data();
-        for (std::size_t frame = 0; frame < frames; ++frame) {
-            std::uint32_t* counts = first;
-            for (std::size_t c = 0; c < width; ++c, counts += places)
-                ++counts[classOf(*x++, *index++)];
-        }
-    };
-    if (!finder_.ready()) {
-        kernels.ofSamples(x, frames * width, scale(), indices_.data());
-        count([](float, std::int32_t index) { return index; });
+    const std::size_t samples = frames * totals_.size();
+    if (finder_.ready()) {
+        kernels.nearestLimits(x, samples, finder_.ruler(), indices_.data());
+        // Apart from the counting: whether a limit's address looks like a counter's that has just
+        // been written must not matter.
+        for (std::size_t i = 0; i < samples; ++i)
+            indices_[i] = static_cast<std::int32_t>(finder_.classOf(x[i], indices_[i]));
+    } else {
+        kernels.ofSamples(x, samples, scale(), indices_.data());
+    }
+    if (totals_.size() == 1 && counts_.places() * kTallies < frames) {
+        countOneChannel(frames);
         return;
     }
-    kernels.nearestLimits(x, frames * width, finder_.ruler(), indices_.data());
-    if (width == 1 && counts_.places() * kTallies < frames) {
-        countOneChannel(x, frames);
-    } else {
-        count([this](float sample, std::int32_t limit) { return finder_.classOf(sample, limit); });
+    const std::int32_t* index = indices_.data();
+    for (std::size_t frame = 0; frame < frames; ++frame) {
+        std::uint32_t* counts = counts_.data();
+        for (std::size_t c = 0; c < totals_.size(); ++c, counts += counts_.places())
+            ++counts[*index++];
     }
 }
 
-void SampleCount::countOneChannel(const float* x, std::size_t count) {
+void SampleCount::countOneChannel(std::size_t count) {
     const std::int32_t* index = indices_.data();
     std::uint32_t* const tallies = tallies_.data();
     const auto places = static_cast<std::ptrdiff_t>(tallies_.places());
     std::size_t i = 0;
     for (; i + kTallies <= count; i += kTallies) {
         for (int turn = 0; turn < kTallies; ++turn)
-            ++tallies[turn * places + finder_.classOf(x[i + turn], index[i + turn])];
+            ++tallies[turn * places + index[i + turn]];
     }
     for (; i < count; ++i)
-        ++tallies[finder_.classOf(x[i], index[i])];
+        ++tallies[index[i]];
     std::uint32_t* const counts = counts_.data();
     for (int k = 0; k < classes(); ++k) {
         for (int turn = 0; turn < kTallies; ++turn)

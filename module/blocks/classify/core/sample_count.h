@@ -20,7 +20,7 @@ private:
     void adapt() override { finder_ = ClassFinder<float>(scale(), true); }
     void countSamples(std::span<const float> samples);
     void countStretch(const float* x, std::size_t frames);
-    void countOneChannel(const float* x, std::size_t count);
+    void countOneChannel(std::size_t count);
     void writeRelative(std::span<float> values);
     void writeAbsolute(std::span<float> values);
 

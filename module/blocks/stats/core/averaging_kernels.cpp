@@ -65,14 +65,24 @@ inline void groupMeansFrom(const float* x, std::size_t groups, std::size_t width
 
 void groupMeans(const float* x, std::size_t groups, std::size_t width, std::size_t channels,
                 float* out) {
-    // Two registers of channels at a time, which lie side by side in memory, then what is left.
+    // Two registers of channels at a time, which lie side by side in memory, then what is left; of
+    // as many groups as stay in the nearest cache while all channels are taken.
     constexpr std::size_t kPair = 2 * kLanes;
-    std::size_t done = 0;
-    for (; done + kPair <= channels; done += kPair)
-        groupMeansFrom<kLanes, 2>(x + done, groups, width, channels, out + done);
-    forEachLaneGroup(channels - done, [=]<int lanes>(Lanes<lanes>, std::size_t first) {
-        groupMeansFrom<lanes, 1>(x + done + first, groups, width, channels, out + done + first);
-    });
+    constexpr std::size_t kValuesNear = 4096;
+    const std::size_t near = kValuesNear / (width * channels);
+    const std::size_t step = channels <= kPair || near < 2 ? groups : near / 2 * 2;
+    for (; groups > 0;) {
+        const std::size_t now = groups < step ? groups : step;
+        std::size_t done = 0;
+        for (; done + kPair <= channels; done += kPair)
+            groupMeansFrom<kLanes, 2>(x + done, now, width, channels, out + done);
+        forEachLaneGroup(channels - done, [=]<int lanes>(Lanes<lanes>, std::size_t first) {
+            groupMeansFrom<lanes, 1>(x + done + first, now, width, channels, out + done + first);
+        });
+        groups -= now;
+        x += now * width * channels;
+        out += now * channels;
+    }
 }
 
 // `registers` registers full of neighbouring outputs, of samples that are doubles already. The sums
@@ -125,7 +135,10 @@ void windowMeans(const float* x, std::size_t count, std::size_t width, std::size
     for (std::size_t done = 0; done < count;) {
         const std::size_t most = kStretch - reach;
         const std::size_t now = count - done < most ? count - done : most;
-        for (std::size_t i = 0; i < now + reach; ++i)
+        std::size_t i = 0;
+        for (; i + kLanes <= now + reach; i += kLanes)
+            store(converted<Register>(load<Lanes<kLanes>::Floats>(x + done + i)), samples + i);
+        for (; i < now + reach; ++i)
             samples[i] = static_cast<double>(x[done + i]);
         windowMeansFrom(samples, now, width, channels, out + done);
         done += now;
