@@ -138,8 +138,11 @@ LaneFft::LaneFft(std::size_t length, vyn::KernelLevel level)
             putPoints(lane, points - first, -1, 0.5);
     }
     put(kLanes * points / 2, 1.0);
-    for (std::size_t lane = 1; lane < kLanes; ++lane)
-        put(lane * points / 2, 0.5);
+    for (std::size_t lane = 0; lane < kLanes; ++lane, ++next) {
+        const Circle::Point point = circle.at(lane * points / 2);
+        next[0] = point.re * 0.5;
+        next[kLanes] = point.im * 0.5;
+    }
 
     lanes_ = allocate(static_cast<std::size_t>(kFftPoint * (points_ + 1)));
     if (joinsLastStage()) work_ = allocate(length);
@@ -193,15 +196,19 @@ void LaneFft::forward(double* re, double* im) const noexcept {
         runStage(*stage, here, there, false);
         here = there;
     }
+    const auto joinMiddle = [&] {
+        kernels_.joinMiddle(lanes, joinTwiddles_.get(), points_, re, im);
+    };
     if (joinsLastStage()) {
         joinLastStage(re, im);
+        joinMiddle();
     } else {
         runStage(*last, here, lanes, false);
         repeatFirstPoint();
+        joinMiddle();  // first, since one line by itself waits for its own numbers
         for (std::ptrdiff_t k = 0; k < points_ / 2; k += kFftLanes)
             kernels_.joinGroup(lanes, joinTwiddles_.get(), points_, k, re, im);
     }
-    kernels_.joinMiddle(lanes, joinTwiddles_.get(), points_, re, im);
     im[0] = 0.0;
     im[kFftLanes * points_] = 0.0;
 }

@@ -450,16 +450,63 @@ void joinGroup(const double* lanes, const double* twiddles, std::ptrdiff_t point
         });
 }
 
+// The middle line of all lanes, which is its own mirror line: lanes fill the registers here.
+struct MiddleLine {
+    double re[kFftLanes];
+    double im[kFftLanes];
+};
+
 void joinMiddle(const double* lanes, const double* twiddles, std::ptrdiff_t points, double* re,
                 double* im) {
     const double* w = twiddles + points / 2 / kFftLanes * kFftGroupTwiddles;
     const double* middle = lanes + kFftPoint * (points / 2);
+    const Register halfRe = Register{} + w[0];
+    const Register halfIm = Register{} + w[1];
+    MiddleLine turned;
+    forLanes([&](std::ptrdiff_t lane) __attribute__((always_inline)) {
+        const Complex<Register> z = {load<Register>(middle + lane),
+                                     load<Register>(middle + lane + kFftLanes)};
+        const auto line = joinHalves(z, z, halfRe, halfIm).mirror;
+        const auto product =
+            times(line, load<Register>(w + 2 + lane), load<Register>(w + 2 + kFftLanes + lane));
+        store(product.re, turned.re + lane);
+        store(product.im, turned.im + lane);
+        if (lane > 0) return;
+        turned.re[0] = line.re[0] * 0.5;
+        turned.im[0] = line.im[0] * 0.5;
+    });
     Complex<double> lines[kFftLanes];
-    for (int lane = 0; lane < kFftLanes; ++lane) {
-        const Complex<double> z = {middle[lane], middle[lane + kFftLanes]};
-        lines[lane] = turnLane(lane, joinHalves(z, z, w[0], w[1]).mirror, w + 2, 1);
-    }
+    for (int lane = 0; lane < kFftLanes; ++lane)
+        lines[lane] = {turned.re[lane], turned.im[lane]};
     joinLines<false>(lines, points / 2, points, re, im);
+}
+
+void splitMiddle(const double* re, const double* im, const double* twiddles, std::ptrdiff_t points,
+                 double scale, double* lanes) {
+    const double* w = twiddles + points / 2 / kFftLanes * kFftGroupTwiddles;
+    double* middle = lanes + kFftPoint * (points / 2);
+    const Register halfRe = Register{} + w[0];
+    const Register halfIm = Register{} + w[1];
+    Complex<double> lines[kFftLanes];
+    splitLines<false>(re, im, points / 2, points, lines);
+    MiddleLine line;
+    for (int lane = 0; lane < kFftLanes; ++lane) {
+        line.re[lane] = lines[lane].re;
+        line.im[lane] = lines[lane].im;
+    }
+    forLanes([&](std::ptrdiff_t lane) __attribute__((always_inline)) {
+        const Complex<Register> x = {load<Register>(line.re + lane),
+                                     load<Register>(line.im + lane)};
+        auto turned = timesConjugate(x, load<Register>(w + 2 + lane),
+                                     load<Register>(w + 2 + kFftLanes + lane));
+        if (lane == 0) {
+            turned.re[0] = x.re[0] * 0.5;
+            turned.im[0] = x.im[0] * 0.5;
+        }
+        const auto half = splitHalves(turned, turned, halfRe, halfIm, scale).mirror;
+        store(half.re, middle + lane);
+        store(half.im, middle + lane + kFftLanes);
+    });
 }
 
 void split(const double* re, const double* im, const double* twiddles, std::ptrdiff_t points,
@@ -495,16 +542,7 @@ void split(const double* re, const double* im, const double* twiddles, std::ptrd
     };
     for (std::ptrdiff_t first = 0; first < points / 2; first += kFftLanes)
         forGroup(first, twiddles, splitLanes);
-    const double* w = twiddles + points / 2 / kFftLanes * kFftGroupTwiddles;
-    double* middle = lanes + kFftPoint * (points / 2);
-    Complex<double> lines[kFftLanes];
-    splitLines<false>(re, im, points / 2, points, lines);
-    for (int lane = 0; lane < kFftLanes; ++lane) {
-        const auto x = turnLaneBack(lane, lines[lane], w + 2, 1);
-        const auto half = splitHalves(x, x, w[0], w[1], scale).mirror;
-        middle[lane] = half.re;
-        middle[lane + kFftLanes] = half.im;
-    }
+    splitMiddle(re, im, twiddles, points, scale, lanes);
 }
 
 constexpr LaneFftKernels kTable = {{stage<4, false>, stage<4, true>},

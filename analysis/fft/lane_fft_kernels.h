@@ -15,9 +15,9 @@ inline constexpr std::ptrdiff_t kFftPoint = 2 * kFftLanes;
 // eight lines and for their mirror lines, which descend, those of the lanes 1 to 7 in the same way.
 inline constexpr std::ptrdiff_t kFftLaneTwiddles = 7 * 2 * kFftLanes;
 inline constexpr std::ptrdiff_t kFftGroupTwiddles = 2 * kFftLanes + 2 * kFftLaneTwiddles;
-// Behind all groups, those of the middle line: the pair for the halves, and one for each of the
-// lanes 1 to 7.
-inline constexpr std::ptrdiff_t kFftMiddleTwiddles = 2 + 7 * 2;
+// Behind all groups, those of the middle line: the pair for the halves, and one for each lane,
+// eight re before eight im. (Lane 0 does not use its own.)
+inline constexpr std::ptrdiff_t kFftMiddleTwiddles = 2 + 2 * kFftLanes;
 
 struct LaneFftKernels {
     // One stage of complex transforms, all lanes alike: `groups` butterflies, each over `stride`
