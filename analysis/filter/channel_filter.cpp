@@ -13,6 +13,9 @@ namespace {
 // Samples are worked on in stretches that stay in the nearest cache: converted, filtered,
 // converted back.
 constexpr std::size_t kStretchValues = 1024;
+constexpr std::size_t kValuesPerLine = 64 / sizeof(float);  // of a cache
+// Data blocks of more values come from memory that is worth asking for early.
+constexpr std::size_t kMostValuesNear = 128 * 1024;
 static_assert(kStretchValues / Cascade::kMostTogether % kGroup == 0);
 
 class ChannelStretches {
@@ -30,8 +33,14 @@ public:
         return static_cast<int>(kStretchValues / channels);
     }
 
-    // Up to so many samples of all channels.
-    void filter(const float* in, int count, float* out) const noexcept {
+    // Up to so many samples of all channels. If told so, memory that the next ones lie in, and that
+    // these go to, is fetched while they are filtered.
+    void filter(const float* in, int count, float* out, bool fetches) const noexcept {
+        const std::size_t values = static_cast<std::size_t>(count) * objects_.size();
+        for (std::size_t i = 0; fetches && i < values; i += kValuesPerLine) {
+            __builtin_prefetch(in + values + i, 0);
+            __builtin_prefetch(out + i, 1);
+        }
         for (std::size_t first = 0; first < objects_.size();) {
             Cascade* cascades[Cascade::kMostTogether];
             const auto together = channelsFrom(first, count, cascades);
@@ -88,8 +97,9 @@ bool filterChannels(std::span<FilterObject* const> objects, const float* in, int
 
     const DenormalsKept mode;
     const ChannelStretches stretches(objects, level);
+    const bool fetches = static_cast<std::size_t>(n) * objects.size() > kMostValuesNear;
     const auto advance = [&](int count) {
-        stretches.filter(in, count, out);
+        stretches.filter(in, count, out, fetches);
         in += static_cast<std::size_t>(count) * objects.size();
         out += static_cast<std::size_t>(count) * objects.size();
         n -= count;

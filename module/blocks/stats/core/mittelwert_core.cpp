@@ -115,19 +115,19 @@ void MovingAverage::remember(std::span<const float> in, std::size_t most) {
 
 void BlockAverage::process(SampleRows in, double factor, std::span<float> out) {
     if (average_.size() != in.values.size()) {
-        average_.resize(in.values.size(), 0.0F);  // what was averaged stays, without weight
+        average_.assign(in.values.size());
         blocks_ = 0;
         weight_ = 0.0;
     }
     const auto whole = static_cast<std::size_t>(in.rows()) * static_cast<std::size_t>(in.channels);
     const auto samples = in.values.first(whole);
-    std::ranges::fill(std::span(average_).subspan(whole), 0.0F);
+    std::ranges::fill(average_.first(average_.size()).subspan(whole), 0.0F);
     if (!out.empty()) std::ranges::fill(out.subspan(whole), 0.0F);
     const double divisor = weight_ + 1.0;
     const auto weight = static_cast<float>(weight_);
     if (weight == 0.0F) {
         // An average without weight leaves no trace, not even of an infinity.
-        std::ranges::copy(samples, average_.begin());
+        std::ranges::copy(samples, average_.data());
         if (!out.empty()) std::ranges::copy(samples, out.begin());
     } else {
         vyn::kernelsAt<AveragingKernels>(level_).mixIn(samples.data(), samples.size(), weight,
@@ -139,7 +139,7 @@ void BlockAverage::process(SampleRows in, double factor, std::span<float> out) {
 }
 
 void BlockAverage::reset() noexcept {
-    std::ranges::fill(average_, 0.0F);
+    std::ranges::fill(average_.first(average_.size()), 0.0F);
     blocks_ = 0;
     weight_ = 0.0;
 }

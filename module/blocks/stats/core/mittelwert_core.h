@@ -9,6 +9,7 @@
 
 #include "blocks/stats/core/statistik_core.h"
 #include "kernels/level.h"
+#include "numerics/aligned_array.h"
 
 namespace vynpack {
 
@@ -74,7 +75,7 @@ public:
 
 private:
     vyn::KernelLevel level_;
-    std::vector<float> average_;
+    AlignedArray<float> average_;
     std::int64_t blocks_ = 0;
     double weight_ = 0.0;
 };
