@@ -57,9 +57,21 @@ int BandAnalysis::assignLines(double first, double step, int lines) {
             runs_.push_back({band, line, 1});
         }
     }
-    const auto sameBand = [](const BandRun& a, const BandRun& b) { return a.band == b.band; };
-    bandsHaveOneRun_ = std::ranges::adjacent_find(runs_, sameBand) == runs_.end();
     bands_ = runs_.empty() ? 1 : runs_.back().band + 1;
+    // What begins a band that a gap divides comes before what ends a band, so that a sum sees its
+    // lines in their order though the ends are summed in any.
+    std::vector<BandRun> ends;
+    auto begins = runs_.begin();
+    for (auto run = runs_.begin(); run != runs_.end(); ++run) {
+        const bool goesOn = run + 1 != runs_.end() && (run + 1)->band == run->band;
+        if (goesOn) {
+            *begins++ = *run;
+        } else {
+            ends.push_back(*run);
+        }
+    }
+    beginCount_ = static_cast<std::size_t>(begins - runs_.begin());
+    std::ranges::copy(ends, begins);
     axis_ = axis;
     return bands_;
 }
@@ -84,11 +96,14 @@ void BandAnalysis::analyse(std::span<const float> lines, int channelCount, LineK
     const BandKernels& kernels = vyn::kernelsAt<BandKernels>(level_);
     const auto channels = static_cast<std::size_t>(channelCount);
     sums_.assign(bands.size(), 0.0);
-    if (channels == 1 && bandsHaveOneRun_ && kind != LineKind::level) {
+    const std::span runs(runs_);
+    if (channels == 1 && kind != LineKind::level) {
+        const auto ends = runs.subspan(beginCount_);
         const auto add = kind == LineKind::amplitude ? kernels.addSquaresOfRuns : kernels.addRuns;
-        add(lines.data(), runs_.data(), runs_.size(), sums_.data());
+        addRunByRun(runs.first(beginCount_), lines, channels, kind);
+        add(lines.data(), ends.data(), ends.size(), sums_.data());
     } else {
-        addRunByRun(lines, channels, kind);
+        addRunByRun(runs, lines, channels, kind);
     }
     for (std::size_t i = 0; i < bands.size(); ++i) {
         const double sum = weighted ? sums_[i] * weights_[i / channels] : sums_[i];
@@ -96,9 +111,10 @@ void BandAnalysis::analyse(std::span<const float> lines, int channelCount, LineK
     }
 }
 
-void BandAnalysis::addRunByRun(std::span<const float> lines, std::size_t channels, LineKind kind) {
+void BandAnalysis::addRunByRun(std::span<const BandRun> runs, std::span<const float> lines,
+                               std::size_t channels, LineKind kind) {
     const BandKernels& kernels = vyn::kernelsAt<BandKernels>(level_);
-    for (const BandRun& run : runs_) {
+    for (const BandRun& run : runs) {
         const float* first = lines.data() + static_cast<std::size_t>(run.firstLine) * channels;
         const auto rows = static_cast<std::size_t>(run.lines);
         double* sums = sums_.data() + static_cast<std::size_t>(run.band) * channels;

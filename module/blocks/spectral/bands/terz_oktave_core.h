@@ -46,15 +46,16 @@ private:
         bool operator==(const Axis&) const = default;
     };
 
-    void addRunByRun(std::span<const float> lines, std::size_t channels, LineKind kind);
+    void addRunByRun(std::span<const BandRun> runs, std::span<const float> lines,
+                     std::size_t channels, LineKind kind);
     void addLevels(const float* lines, std::size_t rows, std::size_t channels, double* sums);
 
     vyn::KernelLevel level_;
     std::span<const Band> table_;
     std::vector<double> weights_;  // 10^(A/10) per band
     Axis axis_;
-    std::vector<BandRun> runs_;
-    bool bandsHaveOneRun_ = true;
+    std::vector<BandRun> runs_;   // one for each band, behind those that begin a divided band
+    std::size_t beginCount_ = 0;  // of the latter
     int bands_ = 1;
     std::vector<double> sums_;
     std::vector<double> powers_;
