@@ -4,6 +4,7 @@
 //                                      the checked data blocks and the project's results
 //   time CANDIDATE SECONDS             nanoseconds of processor time per data block
 //   idle                               nanoseconds of a call that finds nothing at the inputs
+//   operation                          nanoseconds of an addition or multiplication at its fastest
 //   memory JOB CHANNELS SAMPLES        bytes that a run holds, and what 2000 further blocks add
 //
 // Every answer is one line of JSON.
@@ -21,6 +22,7 @@
 #include <stdexcept>
 
 #include "candidate.h"
+#include "ceiling.h"
 #include "host_run.h"
 
 namespace vynpack::bench {
@@ -182,6 +184,7 @@ json answer(Table& table, std::istream& request) {
     }
     if (verb == "time" && request >> name >> seconds) return table.time(name, seconds);
     if (verb == "idle") return Table::idle();
+    if (verb == "operation") return nanosecondsPerOperation();
     if (verb == "memory" && request >> name >> shape.channels >> shape.samples)
         return Table::memory(name, shape);
     throw std::runtime_error("what is that: " + verb);

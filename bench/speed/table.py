@@ -175,6 +175,8 @@ def measure_level(name, jobs, plan, rows, small_too):
 def measure_small(level, jobs, plan, rows):
     idle = statistics.median(level.native.ask("idle") for _ in range(5))
     rows.others.append(f"small,{level.name},idle,1,0,project,double,0,{idle:.5g},1,1,1")
+    operation = level.native.ask("operation")
+    rows.others.append(f"operation,{level.name},any,1,0,project,double,0,{operation:.5g},1,1,1")
     for job in jobs:
         if job == "fft":
             continue
