@@ -1,5 +1,6 @@
 """What the tests of the Python package share."""
 
+import os
 import sys
 from pathlib import Path
 
@@ -7,6 +8,7 @@ import numpy as np
 import pytest
 
 ROOT = Path(__file__).resolve().parents[2]
+PROGRAMS = Path(os.environ.get("VYNPACK_FOLDER", ROOT / "build/native/bin"))  # program, libraries
 sys.path.insert(0, str(ROOT / "python"))
 
 

@@ -47,7 +47,7 @@ def results(tmp_path_factory):
     """What examples/commands leaves behind, and the lines that it prints."""
     folder = tmp_path_factory.mktemp("commands")
     done = subprocess.run([ROOT / "examples/commands", folder], check=True, capture_output=True, text=True,
-                          env={**os.environ, "VYNHOST": str(ROOT / "build/native/bin/vynhost")})
+                          env={**os.environ, "VYNHOST": str(VYNHOST)})
     return folder, done.stdout.splitlines()
 
 
@@ -235,7 +235,7 @@ def test_resuming_misses_results_of_every_kind(tmp_path, recording):
     ({"LANG": "de_DE", "LC_MESSAGES": "de_DE", "LC_ALL": "C"}, False), ({"LC_ALL": "", "LANG": "de_CH@euro"}, True), ({}, False)])
 def test_the_systems_language_is_spoken(setting, german):
     others = {name: value for name, value in os.environ.items() if not name.startswith("LC_") and name != "LANG"}
-    said = subprocess.run([ROOT / "build/native/bin/vynhost", "help", "exit-codes"], env={**others, **setting},
+    said = subprocess.run([VYNHOST, "help", "exit-codes"], env={**others, **setting},
                           capture_output=True, check=True).stdout.decode("utf-8")
     assert ("abgebrochen" in said) == german and ("interrupted" in said) != german
 

@@ -6,10 +6,10 @@ import numpy as np
 import pytest
 import scipy.io.wavfile
 import vynpack as vp
-from conftest import ROOT
+from conftest import PROGRAMS
 
 FS, BLOCK = 48000, 4096
-VYNHOST = ROOT / "build/native/bin/vynhost"
+VYNHOST = PROGRAMS / "vynhost"
 
 
 def pieces(x):

@@ -43,6 +43,7 @@ bool allocationsAreCounted() noexcept { return false; }
 
 #ifdef OVANLYS_TEST_COUNTS_ALLOCATIONS
 // The C library lets a program put its own functions in front of these four.
+#pragma GCC visibility push(default)  // libraries find them as well
 extern "C" {
 
 void* __libc_malloc(std::size_t);
@@ -67,4 +68,5 @@ void* aligned_alloc(std::size_t alignment, std::size_t bytes) {
 }
 
 }  // extern "C"
+#pragma GCC visibility pop
 #endif
