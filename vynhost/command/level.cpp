@@ -502,13 +502,12 @@ std::string levelDiagram(const LevelArguments& arguments, const RecordingFacts& 
     }
     text += "\n[sink.total]\nfrom = \"total.A\"\ncsv = \"level_block_total.csv\"\n";
     if (arguments.bands) {
-        const bool isPressure = !arguments.calibration.empty() || arguments.unit == "Pa";
         text +=
             "\n[sink.bands]\nfrom = \"bands.A\"\ncsv = \"level_bands.csv\"\nsvg = "
             "\"level_bands.svg\"\n"
             "title = \"Third-octave levels\"\naverage = \"power\"\nx = "
             "\"log\"\ny = \"dB\"\n";
-        if (isPressure) text += "reference = 2e-5\n";
+        if (isPressure(arguments)) text += "reference = 2e-5\n";
     }
     return text;
 }

@@ -10,6 +10,7 @@
 #include "vynhost/base/messages.h"
 #include "vynhost/base/text.h"
 #include "vynhost/diagram/calibration.h"
+#include "vynhost/diagram/sensitivity.h"
 #include "vynhost/run/recording.h"
 
 namespace vynhost {
@@ -141,6 +142,13 @@ std::string channelText(const std::string& name, const MeasurementArguments& arg
         one.fullScale = {arguments.fullScale[index]};
     }
     return sourceWith(name, one, scaleText(one, std::array{channel}), lines);
+}
+
+bool isPressure(const MeasurementArguments& arguments) {
+    if (!arguments.calibration.empty() || arguments.unit == "Pa") return true;
+    const auto given = fullScaleOf(arguments.sensitivity, arguments.range);
+    const auto* scale = std::get_if<FullScale>(&given);
+    return scale != nullptr && scale->unit == "Pa";
 }
 
 std::string bandName(double centre) {

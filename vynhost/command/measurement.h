@@ -66,6 +66,8 @@ std::string channelText(const std::string& name, const MeasurementArguments& arg
 inline constexpr int kTableDigits = 9;
 // "31.5", "16k"
 std::string bandName(double centre);
+// Whether the options say that it is sound pressure, whose levels are over 20 uPa.
+bool isPressure(const MeasurementArguments& arguments);
 
 // The reference of levels of such a signal: 20 uPa of a sound pressure, else 1.
 double referenceOf(const Quantity& signal);

@@ -52,9 +52,8 @@ std::string windowText(const std::string& window) {
 }
 
 std::string levelsText(const MeasurementArguments& arguments) {
-    const bool isPressure = !arguments.calibration.empty() || arguments.unit == "Pa" ||
-                            arguments.sensitivity.ends_with("/Pa");
-    return std::string("x = \"log\"\ny = \"dB\"\n") + (isPressure ? "reference = 2e-5\n" : "");
+    return std::string("x = \"log\"\ny = \"dB\"\n") +
+           (isPressure(arguments) ? "reference = 2e-5\n" : "");
 }
 
 // How many data blocks come out at a place, and how far apart their lines are.

@@ -222,12 +222,12 @@ private:
     static void arrays(const Section& section, bool hasFile, SourceEntry& source) {
         for (const char* key : {"variable", "rows"}) {
             if (!section.table().contains(key)) continue;
-            if (!hasFile) section.fail(key, "noise alone is in no file");
-            if (!source.format.empty()) section.fail(key, "is not for samples without a head");
+            if (!hasFile) section.fail(key, tr("noise alone is in no file"));
+            if (!source.format.empty()) section.fail(key, tr("is not for samples without a head"));
         }
         source.variable = section.text("variable");
         if (section.table().contains("variable") && source.variable.empty()) {
-            section.fail("variable", "must be a name");
+            section.fail("variable", tr("must be a name"));
         }
         source.rowsAreChannels =
             section.choice<bool, 2>("rows", {{{"samples", false}, {"channels", true}}});

@@ -20,11 +20,6 @@ std::string toPower(const std::string& unit, int exponent) {
     return exponent == 1 ? unit : factor(unit) + "^" + std::to_string(exponent);
 }
 
-std::string perHertzOf(const std::string& unit) {
-    const bool quotient = unit.find('/') != std::string::npos && !unit.starts_with('(');
-    return (quotient ? "(" + unit + ")" : unit) + "/Hz";
-}
-
 // "20 µPa", "1 V".
 std::string withPrefix(double value, const std::string& unit, Letters letters) {
     struct Prefix {
@@ -139,7 +134,8 @@ std::string Quantity::unitText(Letters letters) const {
     } else if (perHertz) {
         text = "1";
     }
-    return inLetters(perHertz ? perHertzOf(text) : text, letters);
+    // A density is of a power, whose unit is one factor.
+    return inLetters(perHertz ? text + "/Hz" : text, letters);
 }
 
 double Quantity::level(double value, double reference) const {

@@ -41,10 +41,10 @@ void requireSound(const std::string& input, const vynhost_data& data) {
                " channels");
     }
     if (data.count > 0 && data.values == nullptr) refuse("there are no values");
-    if (!std::isfinite(data.x_start)) refuse("x starts at " + toText(data.x_start));
     if (!(data.x_step > 0) || !std::isfinite(data.x_step)) {
         refuse("the x step is " + toText(data.x_step) + ", allowed is above 0");
     }
+    if (!std::isfinite(data.x_start)) refuse("x starts at " + toText(data.x_start));
 }
 
 // The last setting of a keyword counts.

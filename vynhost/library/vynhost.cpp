@@ -332,9 +332,11 @@ std::int32_t vynhost_block_flow(vynhost_block* block, const vynhost_data* signal
         std::int64_t& count = required(written, "the place of the count");
         if (samples < 1) throw InputError("data blocks have 1 sample or more");
         if (whole.channels < 1) throw InputError("the signal has no channels");
+        if (whole.count < 0) throw InputError("the signal has " + toText(whole.count) + " values");
         if (head != nullptr) *head = {};
         count = 0;
-        const std::int64_t piece = samples * whole.channels;
+        const std::int64_t most = whole.count / whole.channels + 1;  // and a rest
+        const std::int64_t piece = std::min(samples, most) * whole.channels;
         for (std::int64_t at = 0; at < whole.count;) {
             vynhost_data block_data = whole;
             block_data.values = whole.values + at;

@@ -278,7 +278,7 @@ std::optional<double> stampOf(std::string_view text, std::optional<double>& firs
         parts[count++] = *part;
         begin = end + 1;
     }
-    if (count < 2 || parts[1] >= 60 || parts[2] >= 61) return std::nullopt;
+    if (parts[1] >= 60 || parts[2] >= 61) return std::nullopt;
     if (!firstDay) firstDay = days;
     return (days - *firstDay) * 86400 + parts[0] * 3600 + parts[1] * 60 + parts[2];
 }

@@ -321,5 +321,74 @@ TEST_F(DiagramError, TextsBehindACharacterOfCode0) {
               "d.toml:6: block.fft.PkWndFct: holds a character of code 0");
 }
 
+TEST_F(DiagramError, OfWhatIsNoneOfItsKind) {
+    const std::string noise = "[source.s]\nnoise = { rms = 1.0 }\nrate = 10.0\nseconds = 1.0\n";
+    const std::string many = [] {
+        std::string list = "[1";
+        for (int i = 0; i < 1024; ++i)
+            list += ", 1";
+        return list + "]";
+    }();
+    const std::string channels =
+        "d.toml:4: source.s.channels: channels are whole numbers from 1 on";
+    const std::string names = "must be a list of names";
+    struct Refusal {
+        std::string toml;
+        std::string said;
+    };
+    const std::vector<Refusal> all = {
+        {"source = 3\n", "d.toml:1: source: must hold tables"},
+        {"source.s = 3\n", "d.toml:1: source.s: must be a table"},
+        {"[source.\"\"]\nfile = \"s.wav\"\n", "a name may not hold a point"},
+        {"[source.\"a.b\"]\nfile = \"s.wav\"\n", "a name may not hold a point"},
+        {"wire = 3\n", "d.toml:1: wire: must be a table"},
+        {fft + "[wire]\n\"fft.E\" = 3\n", "must be the name of a source or output"},
+        {source + "block = 1.5\n", "d.toml:4: "},
+        {source + "step = 1.5\n", "source.s.step: must be a whole number from 1 to 32"},
+        {source + "channels = 1\n", "source.s.channels: must be a list"},
+        {source + "channels = []\n", "source.s.channels: must be a list"},
+        {source + "channels = " + many + "\n", "are 1025, at most 1024 are possible"},
+        {source + "channels = [1.5]\n", channels},
+        {source + "channels = [0]\n", channels},
+        {source + "channels = [100001]\n", channels},
+        {source + "start = 1e13\n", "must be a number of seconds, 0 or above"},
+        {source + "length = 1e13\n", "must be a number of seconds above 0"},
+        {source + "format = \"\"\n", "source.s.format: must be a name"},
+        {source + "format = \"s16\"\nrate = 8.0\nchannels = 1025\n", "1 to 1024"},
+        {source + "format = \"s16\"\nrate = 8.0\nvariable = \"a\"\n",
+         "source.s.variable: is not for samples without a head"},
+        {source + "variable = \"\"\n", "source.s.variable: must be a name"},
+        {source + "full_scale = []\n", "must hold a value per channel, at most 1024"},
+        {source + "full_scale = " + many + "\n", "must hold a value per channel, at most 1024"},
+        {source + "full_scale = [1, \"2\"]\n", "must be a number or a list of numbers"},
+        {source + "sensitivity = [\"50 mV/Pa\", 3]\nrange = \"10 V\"\n",
+         "must be a text or a list of texts"},
+        {source +
+             "sensitivity = [\"50 mV/Pa\", \"50 mV/Pa\"]\nrange = [\"1 V\", \"1 V\", \"1 V\"]\n",
+         "source.s.range: 3 values for 2 sensitivities"},
+        {noise + "format = \"s16\"\n", "source.s.format: noise alone is in no file"},
+        {noise + "rows = \"channels\"\n", "source.s.rows: noise alone is in no file"},
+        {"[source.s]\nnoise = { rms = 1.0 }\nrate = 10.0\nseconds = 0\n", "one sample at least"},
+        {"[source.s]\nnoise = { rms = 1.0 }\nrate = 10.0\nseconds = 1e300\n",
+         "no more than can be counted"},
+        {"[block.b]\nPkPhase = 1\n", "d.toml:1: block.b: type is missing"},
+        {fft + "PkPhase = [1]\n", "PkPhase: must be a number, a text, true or false"},
+        {source + "[sink.x]\ncsv = \"x\"\n", "d.toml:4: sink.x: from is missing"},
+        {source + "[sink.x]\nfrom = [3]\n", names},
+        {source + "[sink.x]\nfrom = []\n", "sink.x.from: names nothing"},
+        {source + "[sink.x]\nfrom = \"s\"\nvalues = 3\n", names},
+        {source + "[sink.x]\nfrom = \"s\"\nvalues = [3]\n", names},
+        {source + "blok = 3\n", "no such key, did you mean block?"},
+    };
+    for (const Refusal& one : all) {
+        SCOPED_TRACE(one.toml.substr(0, 120));
+        EXPECT_THAT(errorOf(one.toml), ::testing::HasSubstr(one.said));
+    }
+    // A record's lines may end as on Windows.
+    const std::string record =
+        errorOf("[block.b]\r\ntype = 5004\r\nrecord = \"\"\"\r\n0102\r\n\t03 0g\"\"\"\r\n");
+    EXPECT_THAT(record, ::testing::HasSubstr("\"g\" is no hexadecimal digit (the 8. digit)"));
+}
+
 }  // namespace
 }  // namespace vynhost::test

@@ -306,6 +306,23 @@ TEST_F(LevelCommandTest, BandsStandBesideTheLevels) {
     EXPECT_TRUE(std::filesystem::exists(folder() / "o" / "level_bands.svg"));
 }
 
+// Bands and their table have the reference of the levels, however the scale is told.
+TEST_F(LevelCommandTest, ASensitivityMakesBandsOfSoundPressure) {
+    writeWav("s.wav", sine(16000, 2000, 0.5), 1, 8000);
+    for (const char* scale :
+         {"--sensitivity \"50 mV/Pa\" --range \"1 V\"",
+          "--sensitivity \"50 mV / (Pa)\" --range \"1 V\"", "--full-scale 20 --unit Pa"}) {
+        ASSERT_EQ(level(std::string(scale) + " --bands").code, 0) << scale;
+        EXPECT_THAT(read(folder() / "o/level_bands.csv"), HasSubstr("[dB re 20 uPa]")) << scale;
+        // 10 Pa of amplitude.
+        EXPECT_NEAR(rowsOf("o/level_total.csv").at("LZeq 1kHz")[0], 110.97, 0.05) << scale;
+        EXPECT_NEAR(rowsOf("o/level_bands.csv").at("1000")[0], 110.97, 0.05) << scale;
+        const Outcome bands = vynhost("bands " + at("s.wav") + " " + scale);
+        EXPECT_THAT(bands.out, HasSubstr("levels in dB re 20 uPa")) << bands.error;
+    }
+    EXPECT_THAT(level("--sensitivity \"50 mV/Pa\" --bands").error, HasSubstr("takes range beside"));
+}
+
 TEST_F(LevelCommandTest, ItsDiagramDoesTheSame) {
     writeWav("s.wav", signals::noise(4 * 8000, 3, -0.5F, 0.5F), 1, 8000);
     ASSERT_EQ(level(kScale + "--bands --every 1").code, 0);

@@ -359,5 +359,137 @@ TEST_F(Library, ADiagramHandsItsDataBlocksToTheListener) {
     EXPECT_THAT(vynhost_error(), HasSubstr("there is no source nois, did you mean noise?"));
 }
 
+TEST_F(Library, WhatACallLeavesOutIsNamed) {
+    const auto refused = [](std::int32_t code, const char* what) {
+        EXPECT_EQ(code, VYNHOST_WRONG_INPUT) << what;
+        EXPECT_THAT(vynhost_error(), HasSubstr(what));
+    };
+    vynhost_keyword keyword{};
+    refused(vynhost_keyword_at("Pegel", 0, nullptr), "the place of the keyword is missing");
+    refused(vynhost_keyword_at(nullptr, 0, &keyword), "the type is missing");
+    ASSERT_EQ(vynhost_keyword_at("Pegel", -1, &keyword), VYNHOST_DONE);
+    EXPECT_EQ(keyword.name, nullptr);
+    vynhost_block* other = nullptr;
+    const auto create = [&](const char* type, const vynhost_setting* settings, std::int32_t count) {
+        return vynhost_block_new(type, nullptr, nullptr, 0, settings, count, &other);
+    };
+    refused(create(nullptr, nullptr, 0), "the type is missing");
+    refused(create("FFT", nullptr, 1), "the settings is missing");
+    refused(vynhost_block_new("FFT", nullptr, "12345678", -1, nullptr, 0, &other),
+            "FFT.record: has a size below 0");
+    refused(vynhost_block_new("FFT", nullptr, nullptr, 0, nullptr, 0, nullptr),
+            "the place of the block is missing");
+    vynhost_setting setting{};
+    refused(create("FFT", &setting, 1), "a setting's keyword is missing");
+    setting.keyword = "PkPhase";
+    refused(create("FFT", &setting, 1), "FFT.PkPhase: has no value");
+    setting.kind = VYNHOST_TEXT;
+    refused(create("FFT", &setting, 1), "a text is missing");
+    refused(vynhost_block_start(nullptr, 1), "the block is missing");
+    ASSERT_EQ(make("FFT"), VYNHOST_DONE);
+    refused(vynhost_block_get(block, "PkPhase", nullptr), "the place of the value is missing");
+    refused(vynhost_block_get(block, nullptr, &setting), "the keyword is missing");
+    refused(vynhost_block_inputs(block, nullptr), "the place of the names is missing");
+    refused(vynhost_block_record(block, nullptr, 0, nullptr), "the place of the size is missing");
+    char nothing = 'x';
+    std::int64_t size = 0;
+    EXPECT_EQ(vynhost_block_record(block, &nothing, 0, &size), VYNHOST_DONE);
+    EXPECT_EQ(nothing, 'x');
+    refused(vynhost_block_feed(block, nullptr, 1, outputs.data(), 3, &moved),
+            "the inputs is missing");
+    refused(vynhost_block_feed(block, nullptr, 0, nullptr, 3, &moved),
+            "the place of the outputs is missing");
+    refused(vynhost_block_feed(block, nullptr, 0, nullptr, 0, &moved), "no run has been started");
+    std::int32_t more = 7;
+    EXPECT_EQ(vynhost_block_finish(block, &more), VYNHOST_DONE);
+    EXPECT_EQ(more, 0);  // of no run there is no rest
+    refused(vynhost_block_finish(block, nullptr), "the place of the answer is missing");
+    const char* text = "";
+    for (const std::int32_t output : {-1, 1, 16, 1 << 30}) {
+        EXPECT_EQ(vynhost_block_quantities(block, output, &text), VYNHOST_DONE) << output;
+        EXPECT_STREQ(text, "");
+    }
+    refused(vynhost_diagram_run("d.toml", nullptr, nullptr, 0, 0, nullptr, nullptr, &text),
+            "the listener is missing");
+    const auto take = [](void*, std::int32_t, const vynhost_data*) {};
+    refused(vynhost_diagram_run("d.toml", nullptr, nullptr, 1, 0, take, nullptr, &text),
+            "the sources is missing");
+}
+
+TEST_F(Library, TwoInputsTakeTheirDataTogetherOrOneByOne) {
+    ASSERT_EQ(make("FFT zweier Zeitsignale"), VYNHOST_DONE) << vynhost_error();
+    const std::vector<float> tone = sine(64, 5);
+    const vynhost_data one = signal(tone);
+    vynhost_data none{};
+    ASSERT_EQ(vynhost_block_start(block, 1), VYNHOST_DONE);
+    const std::array<vynhost_data, 2> both = {one, one};
+    const auto give = [&](const vynhost_data& first, const vynhost_data& second) {
+        const std::array<vynhost_data, 2> inputs = {first, second};
+        return vynhost_block_feed(block, inputs.data(), 2, outputs.data(), 3, &moved);
+    };
+    EXPECT_EQ(give(one, one), VYNHOST_WRONG_INPUT);
+    EXPECT_THAT(vynhost_error(), HasSubstr("data come to input 1, which is not wired"));
+    const std::array<vynhost_data, 9> nine = {none, none, none, none, none, none, none, none, one};
+    EXPECT_EQ(vynhost_block_feed(block, nine.data(), 9, outputs.data(), 3, &moved),
+              VYNHOST_WRONG_INPUT);
+    EXPECT_THAT(vynhost_error(), HasSubstr("data come to input 8, which is not wired"));
+    ASSERT_EQ(vynhost_block_start(block, 3), VYNHOST_DONE);
+    ASSERT_EQ(give(one, one), VYNHOST_DONE) << vynhost_error();
+    const std::vector<float> together = output();
+    ASSERT_EQ(vynhost_block_start(block, 3), VYNHOST_DONE);
+    ASSERT_EQ(give(one, none), VYNHOST_DONE) << vynhost_error();
+    EXPECT_EQ(outputs[0].values, nullptr);
+    ASSERT_EQ(vynhost_block_feed(block, &both[0], 0, outputs.data(), 3, nullptr), VYNHOST_DONE);
+    ASSERT_EQ(give(none, one), VYNHOST_DONE) << vynhost_error();
+    EXPECT_EQ(output(), together);
+    // A signal alone can't flow through it.
+    ASSERT_EQ(vynhost_block_start(block, 3), VYNHOST_DONE);
+    std::vector<float> result(64);
+    std::int64_t written = 0;
+    EXPECT_EQ(vynhost_block_flow(block, &one, 64, result.data(), 64, &written, nullptr),
+              VYNHOST_WRONG_INPUT);
+    EXPECT_THAT(vynhost_error(), HasSubstr("the block does not take the data at E"));
+}
+
+TEST_F(Library, ASignalFlowsInPiecesOfAnyLength) {
+    const std::vector<float> tone = sine(1000, 31);
+    ASSERT_EQ(make("Filter"), VYNHOST_DONE);
+    vynhost_data whole = signal(tone, 8000);
+    std::vector<float> expected;
+    constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
+    for (const std::int64_t samples : {std::int64_t{1000}, std::int64_t{7}, kMost, kMost / 2}) {
+        ASSERT_EQ(vynhost_block_start(block, 1), VYNHOST_DONE);
+        std::vector<float> flowed(1000);
+        std::int64_t written = 0;
+        whole.channels = samples == kMost / 2 ? 2 : 1;
+        ASSERT_EQ(
+            vynhost_block_flow(block, &whole, samples, flowed.data(), 1000, &written, nullptr),
+            VYNHOST_DONE)
+            << vynhost_error();
+        EXPECT_EQ(written, 1000);
+        if (expected.empty()) expected = flowed;
+        if (whole.channels == 1) {
+            EXPECT_EQ(flowed, expected) << samples;
+        }
+    }
+    const auto refused = [&](vynhost_data data, std::int64_t samples, const char* what) {
+        std::int64_t written = 0;
+        float result = 0;
+        ASSERT_EQ(vynhost_block_start(block, 1), VYNHOST_DONE);
+        EXPECT_EQ(vynhost_block_flow(block, &data, samples, &result, 1, &written, nullptr),
+                  VYNHOST_WRONG_INPUT);
+        EXPECT_THAT(vynhost_error(), HasSubstr(what));
+    };
+    whole.channels = 1;
+    refused(whole, 0, "data blocks have 1 sample or more");
+    whole.count = -5;
+    refused(whole, 100, "-5 values");
+    whole.channels = 0;
+    refused(whole, 100, "the signal has no channels");
+    whole = signal(tone);
+    whole.x_step = std::numeric_limits<double>::infinity();
+    refused(whole, 100, "the x step is inf");
+}
+
 }  // namespace
 }  // namespace vynhost::test
