@@ -102,5 +102,49 @@ TEST(RewriteOneBlock, AValueMayBecomeOneOfAnotherKind) {
               "[block.b]\ntype=1\nPkA = 2.5 # a\nPkB = \"y\"\nPkC = \"7\"\n");
 }
 
+TEST(RewriteOneBlock, ValuesStandAsTheirKindIsWritten) {
+    const auto line = [](decltype(Setting::value) value) {
+        return settingText({.keyword = "PkA", .value = std::move(value)});
+    };
+    constexpr double kInfinite = std::numeric_limits<double>::infinity();
+    EXPECT_EQ(line(std::numeric_limits<double>::quiet_NaN()), "PkA = nan");
+    EXPECT_EQ(line(kInfinite), "PkA = inf");
+    EXPECT_EQ(line(-kInfinite), "PkA = -inf");
+    EXPECT_EQ(line(3.0), "PkA = 3.0");
+    EXPECT_EQ(line(1e30), "PkA = 1e+30");
+    // In the style of what was there, as far as that can say it.
+    const std::string text =
+        "[block.b]\ntype = 1\nPkA = true\nPkB = 2\nPkC = 2\nPkD = 2\nPkE = false\n";
+    const Diagram diagram = parseDiagram(text, "d.toml");
+    const BlockEntry& before = diagram.blocks.at(0);
+    BlockEntry after = before;
+    after.settings.at(0).value = std::int64_t{2};
+    after.settings.at(1).value = 1.5;
+    after.settings.at(2).value = -0.0;
+    after.settings.at(3).value = 1e16;
+    after.settings.at(4).value = std::int64_t{1};
+    EXPECT_EQ(rewriteBlock(text, "d.toml", before, after),
+              "[block.b]\ntype = 1\nPkA = 2\nPkB = 1.5\nPkC = -0.0\nPkD = 1e+16\nPkE = true\n");
+}
+
+TEST(RewriteOneBlock, ARecordStaysGoesOrGrows) {
+    const std::string text = "block.b = { type = 1, record = \"01 02\", PkA = 1 }\n";
+    const Diagram diagram = parseDiagram(text, "d.toml");
+    const BlockEntry& before = diagram.blocks.at(0);
+    BlockEntry after = before;
+    after.settings.at(0).value = std::int64_t{2};
+    EXPECT_EQ(rewriteBlock(text, "d.toml", before, after),
+              "block.b = { type = 1, record = \"01 02\", PkA = 2 }\n");
+    after.record = std::nullopt;
+    EXPECT_EQ(rewriteBlock(text, "d.toml", before, after), "block.b = { type = 1, PkA = 2 }\n");
+    after.record = std::string(36, '\x05');
+    const std::string word = "05050505";
+    std::string record = word;
+    for (int i = 1; i < 9; ++i)
+        record += " " + word;
+    EXPECT_EQ(rewriteBlock(text, "d.toml", before, after),
+              "block.b = { type = 1, record = \"" + record + "\", PkA = 2 }\n");
+}
+
 }  // namespace
 }  // namespace vynhost::test

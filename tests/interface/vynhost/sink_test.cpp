@@ -9,6 +9,7 @@
 
 #include "interface/vynhost/run_fixture.h"
 #include "vynhost/base/text.h"
+#include "vynhost/results/spectrogram.h"
 #include "vynhost/results/thinned_curve.h"
 
 namespace vynhost::test {
@@ -338,6 +339,53 @@ TEST_F(SinkTest, TablesOfEveryFormatBecomeRecordings) {
     EXPECT_EQ(samples(raw + "start = 0.001\nlength = 0.002\n", "csv = \"y\"\n"),
               std::vector<float>(whole.begin() + 16, whole.begin() + 48));
     EXPECT_THAT(read(folder() / "out" / "x.jsonl"), StartsWith("{\"t [s]\":0,\"s 1\":0,\"s 2\":"));
+}
+
+// However many spectra come, the picture has so many columns at most, and loses no line.
+TEST(SpectrogramTest, NeighboursShareAFieldThatHasTheHighestOfThem) {
+    static constexpr float kGap = std::numeric_limits<float>::quiet_NaN();
+    static constexpr std::size_t kLines = 400;  // three share a row
+    const auto spectrum = [](float value, std::size_t at) {
+        std::vector<float> values(2 * kLines, kGap);  // the first channel
+        for (std::size_t line = 0; line < kLines; ++line)
+            values[2 * line + 1] = line == at ? value : 1.0F;
+        ChannelData data = timeSignal(values, 2, 0.5);
+        data.header.xAxisKind = kHertz;
+        return data;
+    };
+    Spectrogram second(spectrum(0, 0), 1);
+    Spectrogram first(spectrum(0, 0), 0);
+    ASSERT_EQ(second.linesPerRow(), 3U);
+    ASSERT_EQ(second.rows(), 134U);
+    EXPECT_EQ(second.columns(), 0U);
+    constexpr std::size_t kSpectra = 385;
+    for (std::size_t i = 0; i < kSpectra; ++i) {
+        second.add(spectrum(10.0F + static_cast<float>(i), i), static_cast<double>(i) / 4);
+        first.add(spectrum(5, i), static_cast<double>(i) / 4);
+    }
+    EXPECT_EQ(second.spectra(), kSpectra);
+    EXPECT_EQ(second.spectraPerColumn(), 2U);
+    ASSERT_EQ(second.columns(), 193U);
+    EXPECT_EQ(second.lastTime(), 96.0);
+    for (std::size_t i = 0; i < kSpectra; ++i) {  // each one's highest line is there
+        const bool isHidden = i % 2 == 0 && i + 1 < kSpectra && (i + 1) / 3 == i / 3;
+        EXPECT_EQ(second.fields()[i / 2 * 134 + i / 3],
+                  10.0F + static_cast<float>(isHidden ? i + 1 : i));
+    }
+    for (const float field : first.fields())
+        EXPECT_TRUE(std::isnan(field));  // a channel that is no number stays none
+    // A short spectrum fills what it has, none at all is no picture.
+    ChannelData brief = timeSignal({7, 8}, 1, 1);
+    Spectrogram one(timeSignal({1, 2, 3}, 1, 1), 0);
+    one.add(brief, 0);
+    EXPECT_THAT(std::vector<float>(one.fields().begin(), one.fields().begin() + 2),
+                ElementsAreArray({7.0F, 8.0F}));
+    EXPECT_TRUE(std::isnan(one.fields()[2]));
+    brief.values.clear();
+    brief.header.valueCount = 0;
+    Spectrogram none(brief, 0);
+    none.add(brief, 0);
+    EXPECT_EQ(none.columns(), 0U);
 }
 
 }  // namespace

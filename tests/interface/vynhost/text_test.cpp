@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <limits>
 
 #include "vynhost/base/digest.h"
 #include "vynhost/base/text.h"
@@ -68,6 +69,51 @@ TEST(TextTest, SumsAndDigitsAreThoseOfTheStandards) {
     EXPECT_EQ(base64Of("foobar"), "Zm9vYmFy");
     EXPECT_EQ(base64Of("fooba"), "Zm9vYmE=");
     EXPECT_EQ(base64Of("foob"), "Zm9vYg==");
+}
+
+// UTF-8 as RFC 3629 has it: nothing too long for what it says, no half of a pair, nothing beyond
+// U+10FFFF, nothing cut.
+TEST(TextTest, WhatIsNoUtf8IsShownAsItsBytes) {
+    for (const char* whole : {"\u0800", "\uD7FF", "\uFFFD", "\U00010000", "\U0010FFFF", "\u2027",
+                              "\u202F", "\u2065", "\u206A"}) {
+        EXPECT_EQ(printable(whole), whole);
+        const std::string_view text = whole;
+        EXPECT_EQ(characterSize(text), text.size());
+        for (std::size_t cut = 1; cut < text.size(); ++cut)
+            EXPECT_EQ(characterSize(text.substr(0, cut)), 0U) << whole;
+    }
+    for (const char* wrong : {"\xE0\x9F\x80", "\xF0\x8F\x80\x80", "\xF4\x90\x80\x80", "\xF5\x80",
+                              "\xE1\x80(", "\xF1(\x80\x80", "\xF1\x80(\x80", "\x80"}) {
+        EXPECT_EQ(characterSize(wrong), 0U) << digitsOf(wrong);
+    }
+    EXPECT_EQ(characterSize(""), 0U);
+    // Marks that turn or part what follows.
+    EXPECT_EQ(printable("\u2028\u2066a\u2069"), "\\xe2\\x80\\xa8\\xe2\\x81\\xa6a\\xe2\\x81\\xa9");
+}
+
+TEST(TextTest, BlanksAndLineEndsBecomeOneBlankAtMost) {
+    EXPECT_EQ(onOneLine("  a\r\n  b c \n"), "a b c");
+    EXPECT_EQ(onOneLine("\r\n "), "");
+    EXPECT_EQ(shortened("abcdef", 3), "ab\u2026");  // no room for its end
+    EXPECT_EQ(tomlString("a\"\\\n\x7f"), "\"a\\\"\\\\\\u000a\\u007f\"");
+}
+
+TEST(TextTest, ANumberIsRoundedToItsStepWhereThatSaysSomething) {
+    EXPECT_EQ(roundedToStep(0.30000000000000004, 0.1), 0.3);
+    EXPECT_EQ(roundedToStep(1.23456789, 0.0), 1.23456789);
+    EXPECT_EQ(roundedToStep(1.23456789, std::numeric_limits<double>::quiet_NaN()), 1.23456789);
+    EXPECT_EQ(roundedToStep(1.23456789, 1e6), 1.23456789);    // coarser than hundreds
+    EXPECT_EQ(roundedToStep(1.23456789, 1e-20), 1.23456789);  // finer than a double
+    EXPECT_EQ(roundedToStep(1e15 + 0.125, 1e-3), 1e15 + 0.125);
+}
+
+TEST(TextTest, HexadecimalDigitsAreSixteen) {
+    std::string found;
+    for (int c = 0; c < 256; ++c) {
+        if (isHexadecimal(static_cast<char>(c))) found += static_cast<char>(c);
+    }
+    EXPECT_EQ(found, "0123456789ABCDEFabcdef");
+    EXPECT_EQ(bytesOf("4a4Bc"), "JK");
 }
 
 }  // namespace
