@@ -1,5 +1,6 @@
 #include "blocks/stats/core/averaging_kernels.h"
 
+#include <cstdint>
 #include <type_traits>
 
 #include "kernels/lanes.h"
@@ -152,11 +153,22 @@ void mixIn(const float* x, std::size_t count, float weight, float divisor, float
             average[i] = (average[i] * weight + x[i]) / divisor;
         return;
     }
-    for (std::size_t i = 0; i < count; ++i) {
+    const auto mix = [=](std::size_t i) __attribute__((always_inline)) {
         const float mixed = (average[i] * weight + x[i]) / divisor;
         average[i] = mixed;
         out[i] = mixed;
+    };
+    // In long blocks up to the border of a cache line first.
+    constexpr std::size_t kLong = 1024;
+    constexpr std::size_t kLine = 64;
+    std::size_t i = 0;
+    if (count >= kLong) {
+        const std::size_t behind = reinterpret_cast<std::uintptr_t>(average) % kLine;
+        for (const std::size_t head = (kLine - behind) % kLine / sizeof(float); i < head; ++i)
+            mix(i);
     }
+    for (; i < count; ++i)
+        mix(i);
 }
 
 constexpr AveragingKernels kTable = {addRows, groupMeans, windowMeans, mixIn};

@@ -114,20 +114,16 @@ void MovingAverage::remember(std::span<const float> in, std::size_t most) {
 }
 
 void BlockAverage::process(SampleRows in, double factor, std::span<float> out) {
-    if (average_.size() != in.values.size()) {
-        average_.assign(in.values.size());
-        blocks_ = 0;
-        weight_ = 0.0;
-    }
+    if (average_.size() != in.values.size()) startAnew(in.values);
     const auto whole = static_cast<std::size_t>(in.rows()) * static_cast<std::size_t>(in.channels);
     const auto samples = in.values.first(whole);
-    std::ranges::fill(average_.first(average_.size()).subspan(whole), 0.0F);
+    std::ranges::fill(average_.subspan(whole), 0.0F);
     if (!out.empty()) std::ranges::fill(out.subspan(whole), 0.0F);
     const double divisor = weight_ + 1.0;
     const auto weight = static_cast<float>(weight_);
     if (weight == 0.0F) {
         // An average without weight leaves no trace, not even of an infinity.
-        std::ranges::copy(samples, average_.data());
+        std::ranges::copy(samples, average_.begin());
         if (!out.empty()) std::ranges::copy(samples, out.begin());
     } else {
         vyn::kernelsAt<AveragingKernels>(level_).mixIn(samples.data(), samples.size(), weight,
@@ -138,8 +134,21 @@ void BlockAverage::process(SampleRows in, double factor, std::span<float> out) {
     ++blocks_;
 }
 
+// Averages lie to the borders of cache lines as the values do in the host's data blocks, whose
+// heads are no whole number of lines, so that walking over all of them straddles no border.
+void BlockAverage::startAnew(std::span<const float> values) {
+    constexpr std::size_t kLine = 64;
+    const std::size_t shift =
+        reinterpret_cast<std::uintptr_t>(values.data()) % kLine / sizeof(float);
+    average_ = {};
+    memory_.assign(shift + values.size());
+    average_ = memory_.first(shift + values.size()).subspan(shift);
+    blocks_ = 0;
+    weight_ = 0.0;
+}
+
 void BlockAverage::reset() noexcept {
-    std::ranges::fill(average_.first(average_.size()), 0.0F);
+    std::ranges::fill(average_, 0.0F);
     blocks_ = 0;
     weight_ = 0.0;
 }

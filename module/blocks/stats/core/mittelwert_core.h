@@ -74,8 +74,11 @@ public:
     double weight() const noexcept { return weight_; }
 
 private:
+    void startAnew(std::span<const float> values);
+
     vyn::KernelLevel level_;
-    AlignedArray<float> average_;
+    AlignedArray<float> memory_;
+    std::span<float> average_;  // in it
     std::int64_t blocks_ = 0;
     double weight_ = 0.0;
 };
