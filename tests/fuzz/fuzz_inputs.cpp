@@ -1,7 +1,7 @@
 // What comes from outside, as bytes: a parameter record, keywords, a data block's head, a diagram,
-// a table, a recording, an array. The variable VYN_FUZZ_TARGET says which. An input is taken or
-// refused in the way that is meant for it; anything else ends the process, as a sanitizer's report
-// does.
+// a table, a recording, a file of arrays. The variable VYN_FUZZ_TARGET says which. An input is
+// taken or refused in the way that is meant for it; anything else ends the process, as a
+// sanitizer's report does.
 #include <array>
 #include <cstdint>
 #include <cstdio>
@@ -158,6 +158,21 @@ void tryDiagramText(Bytes input) {
     }
 }
 
+// Files of arrays: the first byte says of which kind.
+void tryArrays(Bytes input) {
+    if (input.empty()) return;
+    const Bytes file = input.subspan(1);
+    const auto openAs = [kind = input.front() % 3](const auto& path, std::optional<double> rate,
+                                                   bool turned) {
+        const ArrayChoice choice{.rowsAreChannels = turned};
+        if (kind == 1) return openMat(path, rate, choice);
+        if (kind == 2) return openHdf5(path, rate, choice);
+        return openNpy(path, rate, turned ? Truncated::use : Truncated::refuse);
+    };
+    tryRecording(file, [&](const auto& path) { return openAs(path, std::nullopt, false); });
+    tryRecording(file, [&](const auto& path) { return openAs(path, 100.0, true); });
+}
+
 void tryInput(Bytes input) {
     static const char* const variable = std::getenv("VYN_FUZZ_TARGET");
     static const std::string_view target = variable == nullptr ? "" : variable;
@@ -169,17 +184,12 @@ void tryInput(Bytes input) {
         tryRecording(input, [](const auto& path) { return openCsv(path, std::nullopt); });
         return tryRecording(input, [](const auto& path) { return openCsv(path, 100.0); });
     }
-    if (target == "npy") {
-        tryRecording(
-            input, [](const auto& path) { return openNpy(path, std::nullopt, Truncated::refuse); });
-        return tryRecording(input,
-                            [](const auto& path) { return openNpy(path, 100.0, Truncated::use); });
-    }
+    if (target == "arrays") return tryArrays(input);
     if (target == "wav") {
         tryRecording(input, [](const auto& path) { return openWav(path); });
         return tryRecording(input, [](const auto& path) { return openWav(path, Truncated::use); });
     }
-    fail("VYN_FUZZ_TARGET must be record, keyword, header, toml, csv, wav or npy");
+    fail("VYN_FUZZ_TARGET must be record, keyword, header, toml, csv, wav or arrays");
 }
 
 }  // namespace
