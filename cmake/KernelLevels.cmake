@@ -26,6 +26,7 @@ function(vyn_kernel_sources target)
     # No stack protector: kernels keep arrays of fixed size there, which stand in for registers; the
     # guard makes the compiler write and read them.
     target_compile_options(${target}_${level} PRIVATE ${VYN_KERNEL_FLAGS_${level}} -fno-stack-protector)
+    vyn_fuzzed(${target}_${level})
     target_link_libraries(${target} PRIVATE ${target}_${level})
     target_sources(${target} PRIVATE $<TARGET_OBJECTS:${target}_${level}>)
   endforeach()

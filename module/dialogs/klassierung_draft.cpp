@@ -47,7 +47,9 @@ bool ClassificationDraft::referenceLineOffered() const {
     return hysteresisOffered() && method() != kSeparatePeaks;
 }
 
-bool ClassificationDraft::resetBlocksOffered() const { return resetMode == kResetByCount; }
+bool ClassificationDraft::resetBlocksOffered() const {
+    return resetMode == TOKlassierung::Parameters::kResetByCount;
+}
 
 ClassValues ClassificationDraft::classValues() const {
     return {.number = readNumber(number),

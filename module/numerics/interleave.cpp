@@ -65,10 +65,12 @@ void joinTile(const Number* rows, std::size_t stride, const ChannelTile& tile,
 
 void splitChannels(const float* interleaved, const ChannelTile& tile, double* rows,
                    std::size_t stride) noexcept {
+    if (tile.samples == 0) return;  // and perhaps no array
     splitTile(interleaved, tile, rows, stride);
 }
 void splitChannels(const float* interleaved, const ChannelTile& tile, float* rows,
                    std::size_t stride) noexcept {
+    if (tile.samples == 0) return;
     if (tile.count == kTileChannels) {
         vyn::kernelsAt<InterleaveKernels>().split(interleaved + tile.first,
                                                   static_cast<std::size_t>(tile.channels),
@@ -80,10 +82,12 @@ void splitChannels(const float* interleaved, const ChannelTile& tile, float* row
 
 void joinChannels(const double* rows, std::size_t stride, const ChannelTile& tile,
                   float* interleaved) noexcept {
+    if (tile.samples == 0) return;
     joinTile(rows, stride, tile, interleaved);
 }
 void joinChannels(const float* rows, std::size_t stride, const ChannelTile& tile,
                   float* interleaved) noexcept {
+    if (tile.samples == 0) return;
     if (tile.count == kTileChannels) {
         vyn::kernelsAt<InterleaveKernels>().join(rows, stride, tile.samples,
                                                  interleaved + tile.first,

@@ -1,7 +1,7 @@
 // What is lost while one of these lives is lost on purpose: the leak check passes over it.
 #pragma once
 
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(VYN_SANITIZED)
 #include <sanitizer/lsan_interface.h>
 #endif
 
@@ -9,7 +9,7 @@ namespace vynhost::test {
 
 class LeakExpected {
 public:
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(VYN_SANITIZED)
     LeakExpected() noexcept { __lsan_disable(); }
     ~LeakExpected() { __lsan_enable(); }
 #else

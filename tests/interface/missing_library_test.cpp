@@ -16,7 +16,7 @@ namespace {
 std::size_t residentBytes() {
     [[maybe_unused]] std::size_t total = 0;
     std::size_t resident = 0;
-#if !defined(__SANITIZE_ADDRESS__)
+#if !defined(VYN_SANITIZED)
     if (!platform::kLocksAreCounted) std::ifstream("/proc/self/statm") >> total >> resident;
 #endif
     constexpr std::size_t kPage = 4096;

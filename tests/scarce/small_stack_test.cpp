@@ -28,7 +28,7 @@ void onSmallStack(std::function<void()> work) {
 class SmallStack : public AnyBlockTest {};
 
 TEST_P(SmallStack, IsEnoughForAWholeLife) {
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(VYN_SANITIZED)
     GTEST_SKIP() << "the sanitizer's frames are larger";
 #endif
     std::vector<Outputs> expected;

@@ -72,7 +72,7 @@ constexpr Keyword<Parameters> kKeywords[] = {
     {"PkEnd", limit<&Parameters::end>()},
     {"PkWidth", RealAccess<Parameters>{real<&Parameters::width>().get, setWidth}},
     {"PkRange", RealAccess<Parameters>{real<&Parameters::range>().get, setRange}},
-    {"PkReset", choice<&Parameters::resetMode, kResetNever - 1, 3>()},
+    {"PkReset", choice<&Parameters::resetMode, Parameters::kNeverReset - 1, 3>()},
     {"PkNBlocks", IntegerAccess<Parameters>{integer<&Parameters::resetBlocks>().get,
                                             [](Parameters& p, std::int32_t value) {
                                                 if (value > 0) p.resetBlocks = value;
@@ -100,7 +100,8 @@ std::span<const Keyword<KlassierungParameters>> KlassierungParameters::keywords(
 }
 
 void TOKlassierung::GetConnectors(ConnectorText& text) const {
-    writeConnectors(text, parameters_.resetMode == kResetByTrigger ? "E,T,;A," : "E,;A,");
+    writeConnectors(text,
+                    parameters_.resetMode == Parameters::kResetByTrigger ? "E,T,;A," : "E,;A,");
 }
 
 int TOKlassierung::RestoreParameters(FileHandle file) {
@@ -138,9 +139,10 @@ int TOKlassierung::Simulation(SimulationRecord& record) {
     if (record.outputFree(kClasses) && record.inputWaits(kSignal)) {
         if (!classify(record)) return kFailed;
         const auto resetBlocks = static_cast<std::uint32_t>(parameters_.resetBlocks);
-        reset = parameters_.resetMode == kResetByCount && processedBlocks_ == resetBlocks;
+        reset =
+            parameters_.resetMode == Parameters::kResetByCount && processedBlocks_ == resetBlocks;
     }
-    if (parameters_.resetMode == kResetByTrigger && triggered(record)) reset = true;
+    if (parameters_.resetMode == Parameters::kResetByTrigger && triggered(record)) reset = true;
     if (reset && accumulator_ != MemoryHandle::none) resetCounts();
     return kDone;
 }

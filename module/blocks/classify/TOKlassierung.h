@@ -16,11 +16,17 @@ namespace vynpack {
 
 // Stored choices; the numbers are those of the dialog's texts and controls.
 enum ClassMode : std::int16_t { kAutomatic = 10, kManual = 11 };
-enum ClassReset : std::int16_t { kResetNever = 1013, kResetByTrigger = 1014, kResetByCount = 1015 };
 enum ClassCalculation : std::int16_t { kRelative = 1016, kAbsolute = 1017 };
 
 struct KlassierungParameters {
     static constexpr std::int32_t kRecordSizeWord = 88;
+
+    // When the counts begin anew: control ids of the dialog.
+    enum ResetMode : std::int16_t {
+        kNeverReset = 1013,
+        kResetByTrigger = 1014,
+        kResetByCount = 1015,
+    };
 
     std::int16_t mode = kAutomatic;  // for the dialog; the computation never reads it
     std::int32_t number = 20;
@@ -28,7 +34,7 @@ struct KlassierungParameters {
     double end = 10.0;
     double width = 1.0;
     double range = 20.0;  // divisor of the class index
-    std::int16_t resetMode = kResetNever;
+    std::int16_t resetMode = kNeverReset;
     std::int32_t resetBlocks = 1;  // with kResetByCount
     std::int16_t calculation = kRelative;
     std::int16_t method = kSampleCount;

@@ -241,7 +241,7 @@ TEST_F(MainTest, MemoryIsGivenInGibibytes) {
     }
 }
 
-#if !defined(__SANITIZE_ADDRESS__)  // which needs all addresses for itself
+#if !defined(VYN_SANITIZED)  // which needs all addresses for itself
 // Natively: a machine with little memory, by its shell.
 TEST_F(MainTest, WhatIsTooMuchForTheMachineIsNamed) {
     if (platform::kHasDialogs) GTEST_SKIP() << "no such shell";
@@ -271,7 +271,7 @@ TEST_F(MainTest, AFullStandardOutputIsNoSuccess) {
     }
 }
 
-#if !defined(__SANITIZE_ADDRESS__)  // whose leak check wants descriptors for itself
+#if !defined(VYN_SANITIZED)  // whose leak check wants descriptors for itself
 // Natively: a shell that gives fewer descriptors than the program needs.
 TEST_F(MainTest, FewDescriptorsAreAnErrorAndNoDeath) {
     if (platform::kHasDialogs) GTEST_SKIP() << "no such shell";

@@ -152,7 +152,7 @@ constexpr Broken kBroken[] = {
     {"changes the folder", "surroundings.folder:5000", "the current folder is now", "Simulation"},
 };
 
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(VYN_SANITIZED)
 constexpr bool kSanitized = true;
 #else
 constexpr bool kSanitized = false;

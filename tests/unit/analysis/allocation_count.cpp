@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <limits>
 
-#if defined(__GLIBC__) && !defined(__SANITIZE_ADDRESS__)
+#if defined(__GLIBC__) && !defined(VYN_SANITIZED)
 #define OVANLYS_TEST_COUNTS_ALLOCATIONS 1
 #endif
 

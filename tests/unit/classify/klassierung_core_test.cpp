@@ -873,7 +873,7 @@ TEST_P(AllMethods, AResetForgetsAllCounts) {
 }
 
 // Ten million samples; the sanitizers take fewer.
-#ifdef __SANITIZE_ADDRESS__
+#ifdef VYN_SANITIZED
 constexpr std::size_t kSoakFrames = 30000;
 #else
 constexpr std::size_t kSoakFrames = 2000000;

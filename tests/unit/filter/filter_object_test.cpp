@@ -21,7 +21,7 @@ extern "C" void destroyObject(void* object) {
     EXPECT_EQ(alive().erase(object), 1U);
     delete static_cast<ovanlys::FilterHead*>(object);
 }
-extern "C" int doubleSamples(double* in, int n, void* object, double* out) {
+extern "C" int doubleSamples(const double* in, int n, void* object, double* out) {
     EXPECT_EQ(alive().count(object), 1U);
     for (int i = 0; i < n; ++i)
         out[i] = 2.0 * in[i];

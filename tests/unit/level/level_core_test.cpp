@@ -750,7 +750,7 @@ TEST(LevelMeter, WhatIsNotANumberStaysInItsChannelUntilAReset) {
 }
 
 // Ten million samples; the sanitizers take fewer.
-#ifdef __SANITIZE_ADDRESS__
+#ifdef VYN_SANITIZED
 constexpr std::size_t kSoakFrames = 50000;
 #else
 constexpr std::size_t kSoakFrames = 2000000;
