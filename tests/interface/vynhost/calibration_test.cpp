@@ -243,6 +243,9 @@ TEST_F(CalibrationTest, ATableIsCalibratedInItsOwnUnit) {
     EXPECT_EQ(written().channels[0].recordedIn, "V");
     write("cal.csv", table + "12,nan\n");
     EXPECT_EQ(calibrateFile("cal.csv").code, kWrongInput);
+    // A cell that holds nothing, and what lies beyond any scale.
+    write("cal.csv", std::string(table).replace(table.rfind(',') + 1, std::string::npos, "\n"));
+    EXPECT_THAT(calibrateFile("cal.csv").error, HasSubstr("holds values that are no numbers"));
     EXPECT_EQ(errorOf("[source.s]\nfile = \"s.wav\"\ncalibration = \"cal.toml\"\n[sink.x]\n"
                       "from = \"s\"\ncsv = \"x.csv\"\n"),
               "d.toml:2: source.s.file: s.wav: no such file");
@@ -339,6 +342,13 @@ TEST_F(CalibrationTest, AFileIsReadStrictly) {
     EXPECT_EQ(errorOfFile("[calibration]\n" + kFile).substr(0, 9), "c.toml:2:");
     EXPECT_EQ(errorOfFile(kFile + "[more]\n"), "c.toml:13: more: no such key");
     EXPECT_EQ(errorOfFile(""), "c.toml: is no calibration: it has no [calibration]");
+    EXPECT_EQ(errorOfFile("calibration = 3\n"),
+              "c.toml: is no calibration: it has no [calibration]");
+    const std::string kHead = kFile.substr(0, kFile.find("[[channel]]"));
+    const std::string kNone = "c.toml: must have a [[channel]] for each channel, 1 to 1024";
+    EXPECT_EQ(errorOfFile(kHead), kNone);
+    EXPECT_EQ(errorOfFile("channel = []\n" + kHead), kNone);
+    EXPECT_EQ(errorOfFile("channel = [1]\n" + kHead), "c.toml:1: channel: must be a table");
     EXPECT_THAT(errorOfFile(kFile + std::string(std::size_t{1} << 20, '#')),
                 HasSubstr("is larger than"));
     EXPECT_THAT(errorOfFile(kFile + "x = " + std::string(100, '[')), HasSubstr("brackets"));

@@ -67,5 +67,35 @@ TEST_F(ComparisonTest, ASignalThatEndsEarlyIsNotTheSame) {
         });
 }
 
+TEST_F(ComparisonTest, WhatCanNotBeComparedIsRefused) {
+    writeWav("a.wav", sine(64, 4));
+    writeWav("slow.wav", sine(64, 4), 1, 4000);
+    writeWav("two.wav", sine(64, 4), 2);
+    const auto refusal = [&](const std::string& of, const std::string& with) -> std::string {
+        try {
+            run("[source.a]\nfile = \"a.wav\"\nblock = 32\n[source.slow]\nfile = \"slow.wav\"\n"
+                "[source.two]\nfile = \"two.wav\"\n[block.f]\ntype = \"FFT\"\n[wire]\n"
+                "\"f.E\" = \"a\"\n[compare.c]\nof = \"" +
+                    of + "\"\nwith = \"" + with + "\"\n",
+                [](const RunResult&) {});
+        } catch (const InputError& error) {
+            return error.what();
+        }
+        return "";
+    };
+    EXPECT_EQ(refusal("a", "a"), "");
+    EXPECT_THAT(refusal("a", "two"), HasSubstr("a and two have different channel counts"));
+    EXPECT_THAT(refusal("a", "slow"), HasSubstr("a and slow have different x axes"));
+    EXPECT_THAT(refusal("f.S", "a"), HasSubstr("f.S and a have different x axes"));
+    writeWav("one.wav", {0.5F, 0.5F});
+    writeWav("more.wav", {0.5F, 0.5F, 0.5F});
+    run("[source.a]\nfile = \"one.wav\"\n[source.b]\nfile = \"more.wav\"\n"
+        "[compare.c]\nof = \"a\"\nwith = \"b\"\n",
+        [](const RunResult& result) {
+            EXPECT_EQ(result.comparison(0).early, 1U);
+            EXPECT_THAT(result.comparison(0).line, HasSubstr("a ends 1 value early"));
+        });
+}
+
 }  // namespace
 }  // namespace vynhost::test

@@ -175,7 +175,7 @@ TEST_F(LevelCommandTest, ASteadyToneReadsItsLevelInEveryRow) {
     std::vector<float> tone;
     addTone(tone, 94, 6.5);
     writeWav("s.wav", tone, 1, kToneRate);
-    for (const std::string time : {"F", "S"}) {
+    for (const std::string time : {"F", "S", "I"}) {
         const Outcome outcome =
             level(kScale + "--force --percentiles 1,10,50,90,99 --time " + time);
         ASSERT_EQ(outcome.code, 0) << outcome.error;
@@ -184,7 +184,7 @@ TEST_F(LevelCommandTest, ASteadyToneReadsItsLevelInEveryRow) {
         ASSERT_THAT(rows["LAeq"], SizeIs(7));
         EXPECT_THAT(rows["short"], ::testing::ElementsAre(0, 0, 0, 0, 0, 0, 1));
         EXPECT_EQ(rows["end"].back(), 6.5);
-        const std::size_t settled = time == "F" ? 1 : 6;
+        const std::size_t settled = time == "S" ? 6 : 1;
         for (std::size_t i = 1; i < 7; ++i) {
             EXPECT_NEAR(rows["LAeq"][i], 94, 0.05);
             EXPECT_NEAR(rows["LAE"][i], 94 + (i == 6 ? powerLevel(0.5) : 0), 0.05);
@@ -198,7 +198,21 @@ TEST_F(LevelCommandTest, ASteadyToneReadsItsLevelInEveryRow) {
             EXPECT_NEAR(totals.at(row)[0], 94, 0.05) << row;
         }
         EXPECT_NEAR(totals.at("LAE")[0], 94 + powerLevel(6.5), 0.05);
+        // Of several channels the block holds one level at its end for impulses: the host's counts.
+        EXPECT_EQ(outcome.out.find("from the level block: " + timed + " (at the end), ") ==
+                      std::string::npos,
+                  time == "I");
+        EXPECT_EQ(read(folder() / "o/level_total.csv").find("host: time weighting") !=
+                      read(folder() / "o/level_total.csv").rfind("host: time weighting"),
+                  time == "I");
     }
+}
+
+TEST_F(LevelCommandTest, AReportOfManyIntervalsSaysWhereTheyAre) {
+    writeWav("s.wav", sine(8 * 5001, 5001), 1, 8000);
+    const Outcome outcome = level("--every 1ms --quiet --lang de --report r.html");
+    ASSERT_EQ(outcome.code, 0) << outcome.error;
+    EXPECT_THAT(read(folder() / "o/r.html"), HasSubstr("5001 Abschnitte: siehe level.csv."));
 }
 
 TEST_F(LevelCommandTest, ALoudLastSecondHasItsShare) {
@@ -362,6 +376,10 @@ TEST_F(LevelCommandTest, RefusesWhatMeansNothing) {
         {"--every 1e-5", "--every 1e-5: is shorter than a sample"},
         {"--clock 4", "--clock must be 1, 3 or 5"},
         {"--percentiles 0,50", "--percentiles must be above 0 and below 100"},
+        {"--percentiles 100", "--percentiles must be above 0 and below 100"},
+        {"--every soon", "--every soon: must be a time as 1s, 125ms, 5min or 1h"},
+        {"--every 300h", "--every 300h: must be a time as 1s, 125ms, 5min or 1h"},
+        {"--full-scale inf", "--full-scale must be finite numbers"},
         {"--unit V --calibration x.toml", "must be Pa, which is what calibration gives"},
         {"--channels 2", "channel 2 does not exist"},
         {"--memory 0", "--memory must be above 0"}};

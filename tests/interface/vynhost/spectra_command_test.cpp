@@ -212,10 +212,60 @@ TEST_F(SpectraTest, TheirDiagramsDoTheSame) {
     }
 }
 
+// A channel's scale goes with it: by its number, or by its place among those that are chosen.
+TEST_F(SpectraTest, EveryChannelOfATransferFunctionHasItsScale) {
+    const std::vector<float> noise = signals::noise(2 * kSpectraRate, 3, -0.4F, 0.4F);
+    std::vector<float> three;
+    for (const float value : noise)
+        three.insert(three.end(), {value, value / 2, value});
+    writeWav("s.wav", three, 3, kSpectraRate);
+    const auto gainWith = [&](const std::string& options) {
+        const Outcome outcome = measure("transfer", "--length 1024 " + options);
+        EXPECT_EQ(outcome.code, 0) << outcome.error;
+        return tableOf("o/transfer.csv")["h1.A"].at(100);
+    };
+    EXPECT_NEAR(gainWith("--response 3"), 0, 0.01);
+    EXPECT_NEAR(gainWith("--response 3 --full-scale 10"), 0, 0.01);
+    EXPECT_NEAR(gainWith("--response 3 --full-scale 10,1,20"), 6.02, 0.01);
+    EXPECT_NEAR(gainWith("--excitation 2 --response 3 --full-scale 1,5,5"), 6.02, 0.01);
+    const Outcome missing = measure("transfer", "--response 3 --full-scale 10,1");
+    EXPECT_EQ(missing.code, 2);
+    EXPECT_THAT(missing.error, HasSubstr("--full-scale has no value for channel 3"));
+}
+
+TEST_F(SpectraTest, ARecordingWithoutARateIsGivenOne) {
+    std::string table = "tone\n";
+    for (const float value : tonesOf({{1000, 0.5}}, 1))
+        table += toText(value) + "\n";
+    write("s.csv", table);
+    const auto peakOf = [&](const std::string& options) {
+        const Outcome outcome = vynhost("spectrum " + at("s.csv") + " --length 1024 --peaks 1 " +
+                                        options + " --force --out " + at("o"));
+        EXPECT_EQ(outcome.code, 0) << outcome.error;
+        return tableOf("o/spectrum_peaks.csv")["f"].at(0);
+    };
+    EXPECT_NEAR(peakOf("--rate 8000"), 1000, 0.05);
+    EXPECT_NEAR(peakOf("--rate 4000"), 500, 0.05);
+    EXPECT_EQ(vynhost("spectrum " + at("s.csv")).code, 2);
+    write("d.toml",
+          "[source.s]\nfile = \"s.csv\"\nrate = 8000.0\n[source.t]\nfile = \"s.csv\"\n"
+          "rate = 1000.0\nlength = 0.1\n[sink.x]\nfrom = \"s\"\nmat = \"s.mat\"\n"
+          "[sink.y]\nfrom = \"t\"\ncsv = \"t.csv\"\n");
+    ASSERT_EQ(vynhost("run " + at("d.toml") + " --quiet --out " + at("o")).code, 0);
+    const Outcome mat =
+        vynhost("spectrum " + at("o/s.mat") + " --variable values --length 1024 --peaks 1");
+    EXPECT_EQ(mat.code, 0) << mat.error;
+    EXPECT_THAT(mat.out, HasSubstr("1000.0"));
+}
+
 TEST_F(SpectraTest, RefuseWhatMeansNothing) {
     writeWav("s.wav", sine(4000, 500), 1, kSpectraRate);
     for (const auto& [words, what] : std::vector<std::pair<std::string, std::string>>{
              {"spectrum --length 8", "--length must be from 64 to 16777216 samples"},
+             {"spectrum --length 20000000", "--length must be from 64 to 16777216 samples"},
+             {"spectrum --overlap -1", "--overlap must be from 0 to 99, in %"},
+             {"spectrum --peaks -1", "--peaks must not be below 0"},
+             {"transfer --excitation 0", "--excitation 0: "},
              {"spectrum --overlap 100", "--overlap must be from 0 to 99, in %"},
              {"spectrum --averages -1", "--averages must be above 0"},
              {"spectrum --window SQUARE", "block.spectrum.PkWndFct: "},
