@@ -53,6 +53,7 @@ TEST_F(ModuleHostTest, GivesBlocksAndTakesThemBackOnce) {
 TEST_F(ModuleHostTest, GivesNoBlockOfANegativeSizeAndSaysSo) {
     EXPECT_EQ(newBlock(0x7FFFFFFF'00000000), Handle::none);
     EXPECT_THAT(host.takeOffences(), IsEmpty()) << "too much is refused, but may be asked for";
+    EXPECT_EQ(newBlock((Int{1} << 28) + 1), Handle::none) << "1 GiB is the most";
     EXPECT_EQ(newBlock(-1), Handle::none);
     EXPECT_THAT(host.takeOffences(), ElementsAre("a block of -1 values is asked for"));
     EXPECT_EQ(host.memory().aliveData(), 0U);

@@ -116,7 +116,8 @@ TEST_F(RemoteControlTest, AnUnknownValueNameSetsTheDefault) {
 
 TEST_F(RemoteControlTest, KeywordsMustHaveTheirWholeLength) {
     PlacedBlock block(host, kSpektrum);
-    for (const char* keyword : {"PkWndPar", "PkWndParaX", "", "PkWndPara "}) {
+    for (const char* keyword :
+         {"PkWndPar", "PkWndParaX", "", "PkWndPara ", "XkWndPara", " PkWndPara"}) {
         std::string value(8, kUntouched);
         EXPECT_EQ(block.remoteControl(kGetValue, keyword, value), 0);
         EXPECT_EQ(value, std::string(8, kUntouched)) << keyword;

@@ -40,7 +40,6 @@ constexpr std::string_view kTotal = "total: ";
 using NamedValues = std::vector<std::pair<std::string, double>>;
 
 struct Outcome {
-    bool done = false;
     bool ok = false;
     std::string reason = {};  // of a failure
     bool crashed = false;     // the system has ended it
@@ -233,7 +232,7 @@ bool resultsLie(const Diagram& diagram, const std::string& report,
 
 // What a run has said: totals, and the error in its last line.
 Outcome outcomeOf(const platform::ChildProcess::End& end) {
-    Outcome outcome{.done = true, .ok = end.code == kSuccess};
+    Outcome outcome{.ok = end.code == kSuccess};
     std::istringstream lines(end.output);
     for (std::string line; std::getline(lines, line);) {
         if (line.ends_with('\r')) line.pop_back();
@@ -462,7 +461,7 @@ bool runBatch(const BatchArguments& arguments, std::ostream& out, std::ostream& 
         const NamedValues* totals =
             arguments.resume ? state.find(plan.entries[i].name, keyOf[i]) : nullptr;
         if (totals != nullptr && resultsLie(diagram, reportName, plan.entries[i].out)) {
-            outcomes[i] = {.done = true, .ok = true, .reason = {}, .totals = *totals};
+            outcomes[i] = {.ok = true, .reason = {}, .totals = *totals};
         } else {
             work.push_back(i);
         }

@@ -149,6 +149,18 @@ TEST_F(BatchTest, ResumingDoesNothingTwice) {
     EXPECT_THAT(batch("--resume").out, HasSubstr("m1: ok"));
 }
 
+TEST_F(BatchTest, ResumingSeesWhatOtherInputsHold) {
+    write("d.toml",
+          read(folder() / "d.toml") +
+              "[source.n]\nfile = \"none.wav\"\n[sink.n]\nfrom = \"n\"\ncsv = \"n.csv\"\n");
+    record("n.wav", 0.1);
+    const std::string input = " --input \"n=" + textOf(folder() / "n.wav") + "\"";
+    ASSERT_EQ(batch(input).code, 0);
+    EXPECT_THAT(batch("--resume" + input).out, StartsWith("3 of 3 are done and as they were"));
+    record("n.wav", 0.2);
+    EXPECT_THAT(batch("--resume" + input).out, HasSubstr("m1: ok"));
+}
+
 TEST_F(BatchTest, TwoFilesOfOneNameAreTold) {
     std::filesystem::create_directories(folder() / "in2");
     record("in2/m1.wav", 0.5);

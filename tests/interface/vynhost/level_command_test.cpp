@@ -118,6 +118,24 @@ TEST(LevelMeter, TakesTheMaximumOfEachClockPeriodThatEnds) {
     EXPECT_NEAR(*rows[0].channels[0].clockMaximum, powerLevel((4 + 16) / 2.0), 1e-6);
     EXPECT_NEAR(*rows[1].channels[0].clockMaximum, powerLevel(36), 1e-6);
     EXPECT_NEAR(*meter.total().channels[0].clockMaximum, powerLevel((4 + 16 + 36) / 3.0), 1e-6);
+    LevelMeter shorter({.clockPeriod = 8, .reference = 1});
+    EXPECT_EQ(measured(shorter, samples)[0].channels[0].clockMaximum, std::nullopt);
+    EXPECT_EQ(shorter.total().channels[0].clockMaximum, std::nullopt);
+}
+
+TEST(LevelMeter, SaysHowMuchMemoryItsRowsTake) {
+    LevelMeter meter({.reference = 1, .percentiles = {10, 50, 90}});
+    for (int second = 0; second < 5; ++second)
+        meter.take(timeSignal(std::vector<float>(2000, 1), 2, 1e-3));
+    meter.finish();
+    ASSERT_THAT(meter.rows(), SizeIs(5));
+    std::uint64_t bytes = 0;
+    for (const LevelRow& row : meter.rows()) {
+        bytes += sizeof row;
+        for (const ChannelLevels& levels : row.channels)
+            bytes += sizeof levels + levels.percentiles.size() * sizeof levels.percentiles[0];
+    }
+    EXPECT_EQ(meter.bytes(), bytes);
 }
 
 TEST(LevelMeter, IsTheSameInDataBlocksOfAnyLength) {

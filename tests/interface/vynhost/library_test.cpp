@@ -10,10 +10,12 @@
 #include <limits>
 #include <numbers>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "support/own_folder.h"
 #include "vynhost/base/text.h"
+#include "vynhost/interface/platform/system.h"
 #include "vynhost/library/include/vynpack/vynhost.h"
 
 namespace vynhost::test {
@@ -263,6 +265,24 @@ TEST_F(Library, TheEndOfTheDataClosesALevelInterval) {
     }
     EXPECT_EQ(intervals, 3);
     EXPECT_DOUBLE_EQ(end, 0.3);
+}
+
+TEST_F(Library, WhoeverTakesNothingNeedsNoPlaceForIt) {
+    ASSERT_EQ(make("Filter"), VYNHOST_DONE);
+    ASSERT_EQ(vynhost_block_start(block, 1), VYNHOST_DONE);
+    const std::vector<float> values = sine(64, 5);
+    const vynhost_data data = signal(values, 8000);
+    EXPECT_EQ(vynhost_block_feed(block, &data, 1, nullptr, 0, nullptr), VYNHOST_DONE)
+        << vynhost_error();
+    EXPECT_EQ(vynhost_block_feed(block, nullptr, 0, nullptr, 1, nullptr), VYNHOST_WRONG_INPUT);
+    EXPECT_THAT(vynhost_error(), HasSubstr("the place of the outputs is missing"));
+}
+
+// Natively; a Windows module answers the thread that owns its window.
+TEST_F(Library, AnotherThreadMayMakeABlock) {
+    std::int32_t answer = VYNHOST_DONE;
+    std::thread([&] { answer = make("Filter"); }).join();
+    EXPECT_EQ(answer == VYNHOST_DONE, !platform::kWindowBelongsToThread) << answer;
 }
 
 TEST_F(Library, DataThatMakeNoSenseAreRefused) {

@@ -24,7 +24,7 @@ ProgramHelp smallProgram() {
              .options = {
                  {.names = "DIAGRAM", .argument = "", .text = ".toml, in c:\\x", .required = true},
                  {.names = "-h,--help", .argument = "", .text = "Help"},
-                 {.names = "--out", .argument = "FOLDER", .text = "Where to"},
+                 {.names = "--out", .argument = "FOLDER", .text = "Where to\n.or else"},
                  {.names = "--csv",
                   .argument = "LANGUAGE",
                   .text = "Of tables",
@@ -63,13 +63,25 @@ TEST(Manual, HasTopicsThatATerminalTakes) {
     EXPECT_THAT(topicText(*helpTopic("exit-codes")), StartsWith("  0\n        done\n"));
 }
 
+TEST(Manual, WrapsAtSeventyNineLettersAndKeepsExamples) {
+    const std::string word(39, 'x');
+    const std::string most = word + " " + word;
+    const HelpPart parts[] = {{HelpPart::Kind::paragraph, "", most},
+                              {HelpPart::Kind::example, "", "one\n\n  two\n"}};
+    EXPECT_EQ(topicText({"t", "T", "", parts}), most + "\n\n    one\n\n      two\n");
+    const std::string more = most + "x";
+    const HelpPart wide[] = {{HelpPart::Kind::paragraph, "", more}};
+    EXPECT_EQ(topicText({"t", "T", "", wide}), word + "\n" + word + "x\n");
+}
+
 // A point at the start of a line and a backslash would be requests to roff.
 TEST(Manual, IsWrittenForRoff) {
     const std::string page = manualPage(smallProgram());
     EXPECT_THAT(page, HasSubstr(".TH VYNHOST 1 \"\" \"Vynpack 1.2\" \"User Commands\"\n"));
     EXPECT_THAT(page, HasSubstr("\n\\fBvynhost run\\fR \\fIDIAGRAM\\fR [\\fIOPTION\\fR]...\n"));
     EXPECT_THAT(page, HasSubstr("\n\\fIDIAGRAM\\fR\n\\&.toml, in c:\\ex\n"));
-    EXPECT_THAT(page, HasSubstr("\n\\fB\\-\\-out\\fR \\fIFOLDER\\fR\nWhere to\n"));
+    EXPECT_THAT(page, HasSubstr("\n\\fB\\-\\-out\\fR \\fIFOLDER\\fR\nWhere to\n\\&.or else\n"));
+    EXPECT_THAT(page, HasSubstr("\n.SH NAME\nvynhost \\- run diagrams of "));
     EXPECT_THAT(page, HasSubstr("\n\\fB\\-\\-csv\\fR \\fIen|de\\fR\n"));
     EXPECT_THAT(page, HasSubstr(".SH EXIT STATUS\n"));
     EXPECT_THAT(diagramPage(smallProgram()), HasSubstr(".SS [source.NAME]\n"));

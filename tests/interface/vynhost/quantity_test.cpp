@@ -65,6 +65,8 @@ TEST_F(QuantityTest, TwoSignalsGiveAProductOrAQuotient) {
     const std::string transfer = "PkCrossSpectr = \"transfer function\"\n";
     EXPECT_EQ(head("", "p"), "f [Hz],d.A [Pa^2]");
     EXPECT_EQ(head("", "v"), "f [Hz],d.A [Pa*V]");
+    EXPECT_EQ(head("", "v", "", ""), "f [Hz],d.A [power]");
+    EXPECT_EQ(head(transfer, "v", "", ""), "f [Hz],d.A");
     EXPECT_EQ(head("PkAmplType = \"PSD\"\n", "p"), "f [Hz],d.A [Pa^4/Hz]");
     EXPECT_EQ(head(transfer, "v"), "f [Hz],d.A [V/Pa]");
     EXPECT_EQ(head(transfer, "p"), "f [Hz],d.A");

@@ -27,6 +27,15 @@ TEST_F(RecordingTest, TablesOfBothNumberStylesAreRead) {
     }
 }
 
+TEST_F(RecordingTest, ThousandsMayBeParted) {
+    write("s.csv", "t;a\n0;1.989.999,5\n1;-9.990,5\n2;1.234.567\n");
+    run("[source.s]\nfile = \"s.csv\"\n[sink.x]\nfrom = \"s\"\ncsv = \"x\"\n",
+        [](const RunResult& result) {
+            EXPECT_THAT(result.collected({"s", "", {}}).blocks.at(0).values,
+                        ElementsAre(1989999.5F, -9990.5F, 1234567));
+        });
+}
+
 TEST_F(RecordingTest, WhatIsWrittenAsATableIsReadBackAsItWas) {
     writeWav("s.wav", sine(50, 7));
     const std::string sink = "[sink.x]\nfrom = \"s\"\ncsv = \"x\"\n";
@@ -266,6 +275,9 @@ TEST_F(RecordingTest, BeyondFourGigabytesAHeadHasLongSizes) {
         EXPECT_EQ(recording->read(samples), 2U);
         EXPECT_THAT(std::span(samples).first(2), ElementsAre(0, last));
     }
+    EXPECT_EQ(head.substr(4, 4), "\xFF\xFF\xFF\xFF");
+    // 4 bytes a sample; behind the first eight bytes stand 50 of the head.
+    EXPECT_THAT(wavHead(1000, 2, 48000), StartsWith(std::string("RIFF\x72\x1F\0\0WAVE", 12)));
     EXPECT_THAT(wavHead(kFrames / 2, 1, 48000), StartsWith("RIFF"));
 }
 

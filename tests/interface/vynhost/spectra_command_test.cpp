@@ -191,7 +191,9 @@ TEST_F(SpectraTest, TransferFindsAFilterBehindNoise) {
         EXPECT_NEAR(table["h1.A"][line] - table["h2.A"][line], 2 * levelOf(table["h1.K"][line]),
                     1e-3);
     }
-    EXPECT_THAT(outcome.out, HasSubstr("channel 1 over channel 2; "));
+    EXPECT_THAT(
+        outcome.out,
+        HasSubstr("channel 1 over channel 2; 1249 spectra, averaged, lines every 15.625 Hz; "));
     EXPECT_THAT(measure("transfer", "--response 3").error,
                 HasSubstr("--response 3: " + textOf(folder() / "s.wav") + " has 2 channels"));
 }
@@ -260,6 +262,7 @@ TEST_F(SpectraTest, ARecordingWithoutARateIsGivenOne) {
 
 TEST_F(SpectraTest, RefuseWhatMeansNothing) {
     writeWav("s.wav", sine(4000, 500), 1, kSpectraRate);
+    EXPECT_EQ(vynhost("spectrum --overlap 0 --length 512 " + at("s.wav")).code, 0);
     for (const auto& [words, what] : std::vector<std::pair<std::string, std::string>>{
              {"spectrum --length 8", "--length must be from 64 to 16777216 samples"},
              {"spectrum --length 20000000", "--length must be from 64 to 16777216 samples"},

@@ -30,13 +30,25 @@ TEST(TextTest, SuggestsNothingForANameThatNobodyTypes) {
     EXPECT_EQ(didYouMean(a, std::vector<std::string>{std::string(30'000, 'b'), "a"}), "");
     EXPECT_EQ(didYouMean("spectrun", std::vector<std::string>{a, "spectrum"}),
               ", did you mean spectrum?");
+    const std::string long100(100, 'a');
+    EXPECT_EQ(didYouMean(long100.substr(1), std::vector<std::string>{long100}),
+              ", did you mean " + long100 + "?");
+}
+
+TEST(TextTest, AStepThatNoDecimalsTellRoundsNothing) {
+    EXPECT_EQ(roundedToStep(0.1 + 0.2, 0.1), 0.3);
+    EXPECT_EQ(roundedToStep(0.1 + 0.2, 1e-20), 0.1 + 0.2);
+    EXPECT_EQ(roundedToStep(0.1 + 0.2, 1e20), 0.1 + 0.2);
+    EXPECT_EQ(roundedToStep(0.1 + 0.2, 0), 0.1 + 0.2);
 }
 
 TEST(TextTest, TheTerminalIsToldNothingButLetters) {
     EXPECT_EQ(printable("Öl 20 µPa 猫"), "Öl 20 µPa 猫");
     EXPECT_EQ(printable("\x1b[31m\a\v\t\x7f"), "\\x1b[31m\\x07\\x0b\\x09\\x7f");
-    EXPECT_EQ(printable("\xC2\x9B"), "\\xc2\\x9b");      // a control character of Latin-1
-    EXPECT_EQ(printable("\u202E"), "\\xe2\\x80\\xae");   // turns what follows around
+    EXPECT_EQ(printable("\xC2\x9B"), "\\xc2\\x9b");     // a control character of Latin-1
+    EXPECT_EQ(printable("\u202E"), "\\xe2\\x80\\xae");  // turns what follows around
+    EXPECT_EQ(printable("\u2066\u2069"), "\\xe2\\x81\\xa6\\xe2\\x81\\xa9");  // isolates
+    EXPECT_EQ(printable("\u2065\u206A"), "\u2065\u206A");
     EXPECT_EQ(printable("a\xFF\xC3("), "a\\xff\\xc3(");  // no UTF-8
     EXPECT_EQ(printable("\xC0\x80\xED\xA0\x80"), "\\xc0\\x80\\xed\\xa0\\x80");
     EXPECT_EQ(printable(std::string_view("\0", 1)), "\\x00");

@@ -53,6 +53,7 @@ TEST(TomlBounds, WhatStandsInTextsAndCommentsIsNoDepth) {
                       "''''' # [\ntitle = \"\"\"" + deep + "\\\"\"\"\"\"\"\n[compare.c]\nof = " +
                       "\"s\"\nwith = \"s\"\ntolerance = 1.5\n"),
               "");
+    EXPECT_EQ(errorOf("[source.s]\nfile = \"\\\"" + deep + "\"\n"), "");
     EXPECT_EQ(errorOf("\xEF\xBB\xBF[source.s]\nfile = \"\"\nchannels = [" + repeated("1, ", 100) +
                       "1]\n"),
               "");

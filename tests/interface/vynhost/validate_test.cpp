@@ -6,6 +6,7 @@
 #include "interface/vynhost/diagram_fixture.h"
 #include "support/platform/test_system.h"
 #include "vynhost/base/text.h"
+#include "vynhost/validate/catalogue_of_checks.h"
 
 namespace vynhost::test {
 namespace {
@@ -76,6 +77,18 @@ TEST_F(ValidateTest, AModuleThatOnlyHandsCallsOnPasses) {
         const Outcome outcome = validateWith("", std::string("--level 2 --check ") + checks);
         EXPECT_EQ(outcome.code, 0) << outcome.out << outcome.error;
     }
+}
+
+// How many checks there are up to each level: none is lost, none moves to another level unseen.
+TEST_F(ValidateTest, HasItsChecksAtTheirLevels) {
+    const auto types = typesOf(host);
+    std::vector<std::size_t> counts;
+    for (const int level : {1, 2, 3, 4, 5, 10})
+        counts.push_back(checksFor(types, level).size());
+    // One per type where memory knows its size.
+    const std::size_t more = platform::kLocksAreCounted ? types.size() : 0;
+    EXPECT_THAT(counts, ::testing::ElementsAre(137, 626, 995 + more, 1105 + more, 1125 + more,
+                                               1125 + more));
 }
 
 TEST_F(ValidateTest, SaysTheSameAsJson) {

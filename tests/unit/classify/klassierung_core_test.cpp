@@ -242,6 +242,16 @@ TEST(ClassIndexKernels, GiveTheSameClassesAtEveryLevel) {
     }
 }
 
+TEST(ExtremeKernels, ShiftNothingThatIsOutside) {
+    const ClassScale scale{.number = 20, .begin = 0.0, .end = 20.0, .range = 20.0};
+    const std::vector<double> x = {-1.0, 3.5, 20.0, kNaN};
+    const std::vector<double> shifts = {21.0, 21.0, 0.0, 21.0};
+    std::vector<std::int32_t> out(x.size());
+    vyn::kernelsAt<ClassIndexKernels>().ofExtremes(x.data(), shifts.data(), x.size(), scale,
+                                                   out.data());
+    EXPECT_EQ(out, (std::vector<std::int32_t>{20, 24, 20, 20}));
+}
+
 TEST(ExtremeKernels, FindTheSameExtremesAtEveryLevel) {
     std::mt19937 random(6);
     std::normal_distribution<float> noise(0.0F, 3.0F);

@@ -20,6 +20,16 @@ TEST(KernelLevel, PicksTheTableOfTheLevelThatIsAskedFor) {
     EXPECT_EQ(kernelsAt<Numbers>(KernelLevel::avx512).value, 2);
 }
 
+// The levels of the psABI have a little more each than a kernel level needs, as have all
+// processors.
+TEST(KernelLevel, IsWhatTheProcessorHas) {
+    const auto has = [](bool x86Level, KernelLevel level) {
+        EXPECT_EQ(x86Level, machineLevel() >= level);
+    };
+    has(__builtin_cpu_supports("x86-64-v4") != 0, KernelLevel::avx512);
+    has(__builtin_cpu_supports("x86-64-v3") != 0, KernelLevel::avx2);
+}
+
 TEST(KernelLevel, PicksTheTableThatServesTheMachineUnlessAsked) {
     EXPECT_LE(kernelLevel(), machineLevel());
     EXPECT_EQ(&kernelsAt<Numbers>(), &kernelsAt<Numbers>(kernelLevel()));

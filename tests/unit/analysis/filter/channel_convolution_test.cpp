@@ -102,6 +102,7 @@ TEST(ChannelConvolution, KeepsValuesThatAreNotFiniteToTheirOwnOutputs) {
             for (const std::size_t channels : {1, 8, 11}) {
                 const Samples c = someTaps(taps);
                 Block block(taps, channels, 2000);
+                block.before[channels - 1] = poison;  // reaches one output
                 block.before[3 * channels] = poison;
                 block.in[777 * channels + channels - 1] = poison;
                 block.in[1400 * channels] = -poison;
