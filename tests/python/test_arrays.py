@@ -308,3 +308,42 @@ def test_names_from_outside_stay_names(tmp_path):
     with h5py.File(tmp_path / "out" / "x.h5") as h5:
         assert list(h5["names"].asstr()) == [f"s a [{name}]"]
     assert scipy.io.loadmat(tmp_path / "out" / "x.mat")["names"][0][0][0] == f"s a [{name}]".replace("😀", "\ufffd")
+
+
+# A file of two channels and a cell of their names, which are stored as bytes of one type.
+def mat_with_names(names, kind, shape=(3, 2)):
+    def element(kind, data):
+        return struct.pack("<II", kind, len(data)) + data + bytes(-len(data) % 8)
+
+    def matrix(kind, shape, name, *parts):
+        head = element(6, struct.pack("<II", kind, 0)) + element(5, struct.pack(f"<{len(shape)}i", *shape))
+        return element(14, head + element(1, name) + b"".join(parts))
+
+    texts = [matrix(4, (1, len(name)), b"", element(kind, name)) for name in names]
+    return (b"MATLAB 5.0 MAT-file".ljust(124) + struct.pack("<HH", 0x0100, 0x4D49) +
+            matrix(6, shape, b"mic", element(9, np.arange(6.0).tobytes())) + matrix(1, (1, 2), b"names", *texts))
+
+
+@pytest.mark.parametrize("kind, coding", [(4, "utf-16-le"), (17, "utf-16-le"), (16, "utf-8"), (1, "utf-8")])
+def test_names_may_be_stored_in_several_ways(tmp_path, kind, coding):
+    names = ["aä\uffff", "\U00010000\U0010ffff"]
+    (tmp_path / "s.mat").write_bytes(mat_with_names([name.encode(coding) for name in names], kind))
+    table_of(tmp_path, 'file = "s.mat"\nrate = 8.0')
+    heads = (tmp_path / "out" / "x.csv").read_text(encoding="utf-8").splitlines()[0].split(",")
+    assert heads[1:] == [f"s {name}" for name in names]
+
+
+def test_names_of_another_kind_are_none(tmp_path):
+    (tmp_path / "s.mat").write_bytes(mat_with_names([b"ab", b"cd"], 2))
+    table_of(tmp_path, 'file = "s.mat"\nrate = 8.0')
+    assert (tmp_path / "out" / "x.csv").read_text(encoding="utf-8").splitlines()[0] == "t [s],s 1,s 2"
+
+
+def test_an_array_of_three_dimensions_holds_no_samples(tmp_path, x):
+    write(tmp_path / "s.mat", {"cube": np.zeros((2, 3, 4)), "mic": x}, RATE)
+    np.testing.assert_array_equal(table_of(tmp_path, 'file = "s.mat"')[:, 1:].astype(np.float32), x)
+
+
+def test_more_values_than_any_file_holds_are_damage(tmp_path):
+    (tmp_path / "s.mat").write_bytes(mat_with_names([b"ab", b"cd"], 16, (2**16, 2**16, 2**16, 2**16)))
+    assert "has a damaged MAT-file's head" in error(tmp_path, "s.mat", "rate = 8.0")

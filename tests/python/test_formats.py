@@ -139,6 +139,12 @@ def test_what_is_no_array_of_samples_is_refused(tmp_path):
     assert 'numbers of type "<c16"' in error(np.zeros(4, complex))
     assert 'numbers of type ">f8"' in error(np.zeros(4, ">f8"))
     assert "3 dimensions" in error(np.zeros((2, 2, 2)))
+    head = b"{'descr': '<f4', 'fortran_order': %s, 'shape': (1,), }"
+    for order, well in ((b"False", True), (b"Maybe", False)):
+        text = (head % order).ljust(117) + b"\n"
+        (tmp_path / "o.npy").write_bytes(b"\x93NUMPY\x01\0" + len(text).to_bytes(2, "little") + text + bytes(4))
+        said = run(tmp_path, '[source.s]\nfile = "o.npy"\nrate = 8.0\n[sink.x]\nfrom = "s"\ncsv = "x.csv"\n', fails=not well)
+        assert well or "o.npy" in said
     assert "0 dimensions" in error(np.zeros(()))
     assert "holds no samples" in error(np.zeros((0, 2)))
     assert "2000 channels" in error(np.zeros((2, 2000)))

@@ -344,6 +344,38 @@ def test_a_report_has_the_hosts_values_and_says_that_they_are(measured):
     np.testing.assert_allclose([row[1:] for row in peaks["rows"]], [[float(c) for c in row[1:]] for row in expected], rtol=1e-8)
 
 
+def test_without_a_scale_full_scale_is_1(folder, tmp_path):
+    (tmp_path / "m.wav").write_bytes((folder / "m.wav").read_bytes())
+    (tmp_path / "d.toml").write_text("""
+        report = "r.html"
+        [source.m]
+        file = "m.wav"
+        block = 2048
+        [block.f]
+        type = "FFT"
+        PkAmplType = "RMS"
+        [block.p]
+        type = "FFT"
+        PkAmplType = "POWERSPECTRUM"
+        [wire]
+        "f.E" = "m"
+        "p.E" = "m"
+        [sink.a]
+        from = "f.S"
+        csv = "a.csv"
+        average = "power"
+        [sink.b]
+        from = "p.S"
+        csv = "b.csv"
+        average = "power"
+        """)
+    run(tmp_path)
+    curves = [sink["curves"][0] for sink in content(tmp_path / "r.html")["sinks"]]
+    assert [curve["height"]["unit"] for curve in curves] == ["full scale = 1", "power"]
+    # Even steps are told once.
+    assert curves[0]["x"] == {"start": 0, "step": pytest.approx(RATE / 2048), "count": 1024}
+
+
 def test_a_report_alone_is_the_only_file(folder, tmp_path):
     (tmp_path / "m.wav").write_bytes((folder / "m.wav").read_bytes())
     measure(tmp_path, "bands", "m.wav", "--report", "b.html")

@@ -32,6 +32,13 @@ TEST_F(ComparisonTest, ADifferenceThatIsNoNumberIsNotForgotten) {
         [](const RunResult& result) { EXPECT_FALSE(result.comparison(0).within); });
 }
 
+TEST_F(ComparisonTest, WhatIsComparedMustExist) {
+    writeWav("a.wav", {0, 0, 0});
+    const std::string source = "[source.a]\nfile = \"a.wav\"\n[compare.c]\ntolerance = 1.0\n";
+    EXPECT_THAT(errorOf(source + "of = \"b\"\nwith = \"a\"\n"), HasSubstr("\"b\""));
+    EXPECT_THAT(errorOf(source + "of = \"a\"\nwith = \"b\"\n"), HasSubstr("\"b\""));
+}
+
 TEST_F(ComparisonTest, SilenceEqualsSilenceAndNothingElse) {
     writeWav("a.wav", {0, 0, 0});
     writeWav("b.wav", {0, 0.5F, 0});

@@ -112,6 +112,12 @@ TEST_F(HelpTest, SaysWhatIsAskedFor) {
                 HasSubstr("\"diagrm\" is no command, topic or block type, did you mean diagram?"));
 }
 
+// What holds between keywords stands below them.
+TEST_F(HelpTest, ABlocksRulesStandApart) {
+    EXPECT_THAT(vynhost("help Filter").out,
+                ::testing::ContainsRegex("\n\r?\n      [A-Z][^\n]*\\.\r?\n"));
+}
+
 TEST_F(HelpTest, WritesItsPagesWithEveryCommand) {
     EXPECT_EQ(vynhost("help --write-pages " + at("pages")).code, 0);
     const std::string page = read(folder() / "pages" / "vynhost.1");
@@ -121,6 +127,7 @@ TEST_F(HelpTest, WritesItsPagesWithEveryCommand) {
         EXPECT_THAT(completion, HasSubstr("\n        " + std::string(command) + ")\n"));
     }
     EXPECT_THAT(page, HasSubstr("\\fB\\-\\-resume\\fR"));
+    EXPECT_THAT(completion, HasSubstr("compgen -W 'en de'"));
     EXPECT_TRUE(std::filesystem::exists(folder() / "pages" / "vynhost-diagram.5"));
 }
 

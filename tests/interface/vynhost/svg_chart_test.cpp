@@ -284,6 +284,14 @@ TEST(SvgChart, LevelsOfBandsStandOnTheAxis) {
     }
 }
 
+// The foot lies a fiftieth of what the levels span below the lowest, however little that is.
+TEST(SvgChart, LevelsThatHardlyDifferFillTheirPlot) {
+    const std::vector<Bar> bars =
+        barsIn(svgChart({thirdOctaves({1, 1.001, 1.002})}, {.title = "t", .decibels = true}));
+    ASSERT_EQ(bars.size(), 3U);
+    EXPECT_GT(bars[2].height, 2 * bars[0].height);
+}
+
 TEST(SvgChart, TheLevelOfNothingLiesAtTheFoot) {
     Series series = curve("a");
     series.quantity = signalQuantity("Pa");
