@@ -297,3 +297,10 @@ def test_a_sheet_has_no_more_rows_than_programs_take(tmp_path):
                'xlsx = "x.xlsx"\n', fails=True)
     assert "sink.x: a sheet has at most 1048576 rows" in said
     assert not list((tmp_path / "out").glob("*"))
+
+
+def test_a_part_says_where_it_begins(tmp_path):
+    np.save(tmp_path / "s.npy", np.zeros(800, np.float32))
+    (tmp_path / "d.toml").write_text('[source.s]\nfile = "s.npy"\nrate = 8000.0\nstart = 0.05\n[sink.x]\nfrom = "s"\ncsv = "x.csv"\n')
+    said = subprocess.run([VYNHOST, "run", tmp_path / "d.toml", "--out", tmp_path / "o"], check=True, capture_output=True, text=True)
+    assert ", from 0.05 s on" in said.stdout

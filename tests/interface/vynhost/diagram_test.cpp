@@ -64,6 +64,19 @@ TEST_F(DiagramError, OfNoise) {
               "d.toml:3: source.n.seconds: a recording has its own length");
 }
 
+TEST_F(DiagramError, OfPartsOfRecordings) {
+    const auto error = [&](const std::string& line) {
+        return errorOf("[source.s]\nfile = \"none.wav\"\n" + line + "\n");
+    };
+    const std::string seconds = "must be a number of seconds";
+    EXPECT_THAT(error("start = 1e12"), Not(HasSubstr(seconds)));
+    EXPECT_THAT(error("start = 1.1e12"), HasSubstr(seconds));
+    EXPECT_THAT(error("start = 0"), Not(HasSubstr(seconds)));
+    EXPECT_THAT(error("length = 1e12"), Not(HasSubstr(seconds)));
+    EXPECT_THAT(error("length = 1.1e12"), HasSubstr(seconds));
+    EXPECT_THAT(error("length = 0"), HasSubstr(seconds));
+}
+
 TEST_F(DiagramError, TwoNodesOfOneName) {
     EXPECT_EQ(errorOf(source + "[block.s]\ntype = \"FFT\"\n"),
               "d.toml:4: block.s: a source or block of this name exists already");
