@@ -5,6 +5,7 @@
 
 #include "interface/vynhost/program_fixture.h"
 #include "vynhost/base/text.h"
+#include "vynhost/results/table_file.h"
 
 namespace vynhost::test {
 namespace {
@@ -328,6 +329,23 @@ TEST_F(MainTest, WhateverEndsTheRunLeavesNothingBehind) {
     EXPECT_EQ(code, 2);
     EXPECT_THAT(read(folder() / "err"), HasSubstr("x.csv: can't be written"));
     EXPECT_FALSE(std::filesystem::exists(folder() / "out"));
+}
+
+// Natively, as above. The recording is open when the command listens to signals.
+TEST_F(MainTest, ACommandThatIsInterruptedSaysSo) {
+    if (platform::kHasDialogs) GTEST_SKIP() << "no shell that sends signals";
+    constexpr std::uint64_t kFrames = 500'000'000;
+    const std::string head = wavHead(kFrames, 1, 48000);
+    std::filesystem::resize_file(write("long.wav", head), head.size() + 4 * kFrames);
+    for (const char* command : {"spectrum", "bands", "level"}) {
+        const int code = platform::runShell(
+            "\"" + textOf(platform::programFolder() / platform::kHostProgram) + "\" " + command +
+            " " + at("long.wav") + " --out " + at("out") + " > /dev/null 2> " + at("err") +
+            " & run=$!; for i in $(seq 600); do ls -l /proc/$run/fd 2> /dev/null | grep -q "
+            "long.wav && break; sleep 0.01; done; kill -INT $run; wait $run");
+        EXPECT_EQ(code, 130) << command;
+        EXPECT_EQ(read(folder() / "err"), "vynhost: interrupted, no file is written\n") << command;
+    }
 }
 
 // --- A terminal ------------------------------------------------------------------------------

@@ -169,6 +169,8 @@ constexpr Broken kBroken[] = {
      "RestoreParameters with the handle of the block that there is"},
     {"names channels that do not divide its values", "life.heads:5001",
      "values of an output that belong to no channel", "Simulation"},
+    {"knows no small letters", "keyword.reading:5004:PkPhase", "reads something else than PkPhase",
+     "lRemoteControl 50 PkPhase"},
     {"crashes at its end", "life.unwired:5004", "the process that has done these checks ends by",
      ""},
     {"crashes without its output", "host.refusesOnce:5004", "the process ends by",
@@ -209,6 +211,13 @@ TEST_P(BrokenModule, IsFoundByTheCheckThatIsMeantForIt) {
     // The same check holds of the module without the fault.
     const Outcome sound = validateWith("", std::string("--level 4 --check ") + broken.check);
     EXPECT_EQ(sound.code, 0) << sound.out << sound.error;
+}
+
+TEST_F(ValidateTest, ACheckThatFailsInCompanyAloneSaysSo) {
+    const Outcome outcome =
+        validateWith("crashes in company", "--level 1 --check life.createAndDestroy");
+    EXPECT_EQ(outcome.code, 1) << outcome.out << outcome.error;
+    EXPECT_THAT(outcome.out, HasSubstr("alone, it does not"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Faults, BrokenModule, ::testing::ValuesIn(kBroken), [](const auto& test) {
