@@ -127,7 +127,7 @@ TEST_F(HelpTest, WritesItsPagesWithEveryCommand) {
         EXPECT_THAT(completion, HasSubstr("\n        " + std::string(command) + ")\n"));
     }
     EXPECT_THAT(page, HasSubstr("\\fB\\-\\-resume\\fR"));
-    EXPECT_THAT(completion, HasSubstr("compgen -W 'en de'"));
+    EXPECT_THAT(completion, HasSubstr("list:--lang)\n            COMPREPLY=($(compgen -W 'en de'"));
     EXPECT_TRUE(std::filesystem::exists(folder() / "pages" / "vynhost-diagram.5"));
 }
 

@@ -169,6 +169,8 @@ constexpr Broken kBroken[] = {
      "RestoreParameters with the handle of the block that there is"},
     {"names channels that do not divide its values", "life.heads:5001",
      "values of an output that belong to no channel", "Simulation"},
+    {"answers a sub-code that is none", "keywords.otherSubCodes:5004", "it answers: 1 instead of 0",
+     "lRemoteControl 4711"},
     {"knows no small letters", "keyword.reading:5004:PkPhase", "reads something else than PkPhase",
      "lRemoteControl 50 PkPhase"},
     {"crashes at its end", "life.unwired:5004", "the process that has done these checks ends by",
@@ -207,6 +209,7 @@ TEST_P(BrokenModule, IsFoundByTheCheckThatIsMeantForIt) {
     EXPECT_THAT(outcome.out, HasSubstr(broken.call));
     EXPECT_THAT(outcome.out, EndsWith("FAILURE 1 of 1\n"));
     EXPECT_THAT(outcome.out, Not(HasSubstr("alone, it does not")));
+    EXPECT_THAT(outcome.out, Not(HasSubstr("lRemoteControl 4710"))) << "leads nowhere";
     if (platform::kLocksAreCounted) return;  // a process takes its time there
     // The same check holds of the module without the fault.
     const Outcome sound = validateWith("", std::string("--level 4 --check ") + broken.check);
