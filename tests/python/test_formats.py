@@ -304,3 +304,10 @@ def test_a_part_says_where_it_begins(tmp_path):
     (tmp_path / "d.toml").write_text('[source.s]\nfile = "s.npy"\nrate = 8000.0\nstart = 0.05\n[sink.x]\nfrom = "s"\ncsv = "x.csv"\n')
     said = subprocess.run([VYNHOST, "run", tmp_path / "d.toml", "--out", tmp_path / "o"], check=True, capture_output=True, text=True)
     assert ", from 0.05 s on" in said.stdout
+
+
+def test_the_head_of_an_array_fills_whole_lines_of_64_bytes(tmp_path):
+    np.save(tmp_path / "s.npy", np.zeros(800, np.float32))
+    run(tmp_path, '[source.s]\nfile = "s.npy"\nrate = 8000.0\n[sink.x]\nfrom = "s"\nnpy = "x.npy"\n')
+    written = (tmp_path / "out" / "x.npy").read_bytes()
+    assert written[:8] == b"\x93NUMPY\x01\0" and (10 + int.from_bytes(written[8:10], "little")) % 64 == 0

@@ -224,6 +224,11 @@ TEST_F(DiagramError, Recordings) {
               "it has none)");
     EXPECT_EQ(errorOf("[source.s]\nfile = \"s.wav\"\nchannels = [2]\n"),
               "d.toml:3: source.s.channels: channel 2 does not exist: s.wav has 1");
+    const auto ofChannel = [&](const std::string& number) {
+        return errorOf("[source.s]\nfile = \"s.wav\"\nchannels = [" + number + "]\n");
+    };
+    EXPECT_THAT(ofChannel("100000"), HasSubstr("channel 100000 does not exist"));
+    EXPECT_THAT(ofChannel("100001"), Not(HasSubstr("does not exist")));
 }
 
 TEST_F(DiagramError, DataThatIsNeverTaken) {

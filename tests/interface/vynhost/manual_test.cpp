@@ -117,6 +117,7 @@ TEST_F(HelpTest, ABlocksRulesStandApart) {
     std::string out = vynhost("help Filter").out;
     std::erase(out, '\r');
     EXPECT_THAT(out, HasSubstr("\n\n      An FIR filter with a Hanning"));
+    EXPECT_THAT(out, StartsWith("5007  TODigitalFilter Digitale Filter (Filter)\n"));
 }
 
 TEST_F(HelpTest, WritesItsPagesWithEveryCommand) {

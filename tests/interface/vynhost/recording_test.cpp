@@ -147,6 +147,11 @@ TEST_F(RecordingTest, TablesOfMeasuringProgramsAreRead) {
     }
 }
 
+TEST_F(RecordingTest, AnHourHasSixtyMinutes) {
+    write("s.csv", "t,a\n12:59:00,1\n12:60:00,2\n13:01:00,3\n");
+    EXPECT_THAT(errorOf("[source.s]\nfile = \"s.csv\"\n"), HasSubstr("\"12:60:00\" is no number"));
+}
+
 TEST_F(RecordingTest, AnEmptyCellIsAGap) {
     write("s.csv", "t;a;b\n0;1;2\n1;;4\n2;5;\n");
     run("[source.s]\nfile = \"s.csv\"\n[sink.x]\nfrom = \"s\"\ncsv = \"x\"\n",

@@ -46,6 +46,7 @@ TEST(SvgChart, TheLegendStandsBesideThePlotAndOnTheSheet) {
         }
     }
     EXPECT_EQ(found, 4);  // a line and a name each
+    EXPECT_GT(numberAfter(afterCurves, "<text x=\""), numberAfter(afterCurves, " x2=\""));
     // 26 letters, none of them wider than a letter is high.
     EXPECT_GT(sheet - plotEnd(svg), 26 * 13 / 2.0);
 }

@@ -47,6 +47,7 @@ TEST(TextTest, TheTerminalIsToldNothingButLetters) {
     EXPECT_EQ(printable("\x1b[31m\a\v\t\x7f"), "\\x1b[31m\\x07\\x0b\\x09\\x7f");
     EXPECT_EQ(printable("\xC2\x9B"), "\\xc2\\x9b");     // a control character of Latin-1
     EXPECT_EQ(printable("\u202E"), "\\xe2\\x80\\xae");  // turns what follows around
+    EXPECT_EQ(printable("\u0080\u07FF\u0800\uFFFF"), "\\xc2\\x80\u07FF\u0800\uFFFF");
     EXPECT_EQ(printable("\u2066\u2069"), "\\xe2\\x81\\xa6\\xe2\\x81\\xa9");  // isolates
     EXPECT_EQ(printable("\u2065\u206A"), "\u2065\u206A");
     EXPECT_EQ(printable("a\xFF\xC3("), "a\\xff\\xc3(");  // no UTF-8
