@@ -80,7 +80,7 @@ std::vector<Point> edgeOf(const std::vector<Point>& pixels, bool upper) {
 }
 
 // The first so many letters (not bytes) of a name, and a mark where some are missing.
-std::string shortened(const std::string& name) {
+std::string shortName(const std::string& name) {
     std::size_t letters = 0;
     for (std::size_t i = 0; i < name.size(); ++i) {
         if ((name[i] & 0xC0) == 0x80) continue;
@@ -281,7 +281,7 @@ std::vector<std::string> ChartPanel::legendRows() const {
             rows.push_back("and " + std::to_string(curves.size() - rows.size()) + " more");
             break;
         }
-        rows.push_back(shortened(curve.name));
+        rows.push_back(shortName(curve.name));
     }
     return rows;
 }
