@@ -5,7 +5,7 @@
 #include "dialogs/host_side.h"
 #include "vynhost/interface/module_interface.h"
 
-namespace dialog_test {
+namespace dialog_test::digital_filter {
 namespace {
 
 using testing::ElementsAre;
@@ -465,4 +465,4 @@ TEST(TODigitalFilterDlg, TheFirstFaultIsShown) {
 }
 
 }  // namespace
-}  // namespace dialog_test
+}  // namespace dialog_test::digital_filter

@@ -5,7 +5,7 @@
 #include "dialogs/host_side.h"
 #include "vynhost/interface/module_interface.h"
 
-namespace dialog_test {
+namespace dialog_test::dual_spectrum {
 namespace {
 
 using testing::ElementsAre;
@@ -314,4 +314,4 @@ TEST(TODualSpektrumDlg, LimitsParameterAndCount) {
 }
 
 }  // namespace
-}  // namespace dialog_test
+}  // namespace dialog_test::dual_spectrum

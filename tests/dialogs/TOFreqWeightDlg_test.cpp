@@ -5,7 +5,7 @@
 #include "dialogs/host_side.h"
 #include "vynhost/interface/module_interface.h"
 
-namespace dialog_test {
+namespace dialog_test::frequency_weighting {
 namespace {
 
 using testing::ElementsAre;
@@ -66,4 +66,4 @@ TEST(TOFreqWeightDlg, IsUsedByKeysAlone) {
 }
 
 }  // namespace
-}  // namespace dialog_test
+}  // namespace dialog_test::frequency_weighting

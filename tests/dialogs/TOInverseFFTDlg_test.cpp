@@ -3,7 +3,7 @@
 #include "dialogs/host_side.h"
 #include "vynhost/interface/module_interface.h"
 
-namespace dialog_test {
+namespace dialog_test::inverse_fft {
 namespace {
 
 constexpr int kTypeCode = vynhost::kInverseFFT;
@@ -49,4 +49,4 @@ TEST(TOInverseFFTDlg, IsLeftByEitherKeyAndWithoutATrace) {
 }
 
 }  // namespace
-}  // namespace dialog_test
+}  // namespace dialog_test::inverse_fft

@@ -5,7 +5,7 @@
 #include "dialogs/host_side.h"
 #include "vynhost/interface/module_interface.h"
 
-namespace dialog_test {
+namespace dialog_test::classification {
 namespace {
 
 using testing::ElementsAre;
@@ -386,4 +386,4 @@ TEST(TOKlassierungDlg, UnselectedListsStoreTheIdsBeforeTheirFirst) {
 }
 
 }  // namespace
-}  // namespace dialog_test
+}  // namespace dialog_test::classification

@@ -5,7 +5,7 @@
 #include "dialogs/host_side.h"
 #include "vynhost/interface/module_interface.h"
 
-namespace dialog_test {
+namespace dialog_test::level {
 namespace {
 
 using testing::ElementsAre;
@@ -160,4 +160,4 @@ TEST(TOLevelDlg, UnknownChoicesCheckNothingAndAreKept) {
 }
 
 }  // namespace
-}  // namespace dialog_test
+}  // namespace dialog_test::level

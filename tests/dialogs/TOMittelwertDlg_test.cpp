@@ -5,7 +5,7 @@
 #include "dialogs/host_side.h"
 #include "vynhost/interface/module_interface.h"
 
-namespace dialog_test {
+namespace dialog_test::averaging {
 namespace {
 
 using testing::ElementsAre;
@@ -243,4 +243,4 @@ TEST(TOMittelwertDlg, AWidthBeyondTheFieldIsStoredAsTheLargest) {
 }
 
 }  // namespace
-}  // namespace dialog_test
+}  // namespace dialog_test::averaging

@@ -5,7 +5,7 @@
 #include "dialogs/host_side.h"
 #include "vynhost/interface/module_interface.h"
 
-namespace dialog_test {
+namespace dialog_test::spectrum {
 namespace {
 
 using testing::ElementsAre;
@@ -291,4 +291,4 @@ TEST(TOSpektrumDlg, TabAndArrowKeysReachEveryControl) {
 }
 
 }  // namespace
-}  // namespace dialog_test
+}  // namespace dialog_test::spectrum

@@ -5,7 +5,7 @@
 #include "dialogs/host_side.h"
 #include "vynhost/interface/module_interface.h"
 
-namespace dialog_test {
+namespace dialog_test::statistics {
 namespace {
 
 using testing::ElementsAre;
@@ -128,4 +128,4 @@ TEST(TOStatistikDlg, AnyFlagButZeroIsShownAndStoredAsOne) {
 }
 
 }  // namespace
-}  // namespace dialog_test
+}  // namespace dialog_test::statistics

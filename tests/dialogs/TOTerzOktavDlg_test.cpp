@@ -5,7 +5,7 @@
 #include "dialogs/host_side.h"
 #include "vynhost/interface/module_interface.h"
 
-namespace dialog_test {
+namespace dialog_test::third_octave {
 namespace {
 
 using testing::ElementsAre;
@@ -65,4 +65,4 @@ TEST(TOTerzOktavDlg, AnUnknownTypeSelectsNothingAndStores19) {
 }
 
 }  // namespace
-}  // namespace dialog_test
+}  // namespace dialog_test::third_octave
