@@ -3,6 +3,7 @@
 #include "interface/vynhost/run_fixture.h"
 #include "support/record_bytes.h"
 #include "vynhost/results/table_file.h"
+#include "vynhost/run/sample_coding.h"
 
 namespace vynhost::test {
 namespace {
@@ -453,7 +454,8 @@ TEST_F(RecordingTest, AWavFileThatIsNoneOrDamagedIsRefusedWithItsReason) {
     EXPECT_EQ(refusalOf([&] { openWav(none); }), "can't be opened");
     EXPECT_EQ(refusalOf([&] { openCsv(none, {}); }), "can't be opened");
     EXPECT_EQ(refusalOf([&] { openNpy(none, {}, Truncated::use); }), "can't be opened");
-    EXPECT_EQ(refusalOf([&] { openRaw(none, {}, Truncated::use); }), "can't be opened");
+    const RawFormat bytes = {.coding = sampleCodings().data()};
+    EXPECT_EQ(refusalOf([&] { openRaw(none, bytes, Truncated::use); }), "can't be opened");
     // By what it begins with, whatever it is called.
     write("s.dat", "\x89HDF\r\n\x1a\n");
     EXPECT_THAT(errorOf("[source.s]\nfile = \"s.dat\"\n"), HasSubstr("HDF5"));
