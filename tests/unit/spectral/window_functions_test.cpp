@@ -246,6 +246,15 @@ TEST(Window, GivenWeightsMultiplyAndOnlyTheLastEntersTheFactors) {
     EXPECT_EQ(factors.gain, 6.0 / 4);
 }
 
+TEST(Window, NoGivenWeightsLeaveTheFactorsAsTheyAre) {
+    WindowFactors factors{1.5, 2.5};
+    const std::vector<double> weights = {3.0};
+    double out = 7.0;
+    EXPECT_EQ(applyWindow(weights.data(), &weights[1], 0, kGivenWeights, &out, &factors), 0);
+    EXPECT_EQ(factors, (WindowFactors{1.5, 2.5}));
+    EXPECT_EQ(out, 7.0);
+}
+
 TEST(Window, AKindOutsideTheTableCopiesAndSaysSo) {
     const std::vector<double> in = {1, -2, 3};
     for (const int kind : {16, 1000, -1}) {
