@@ -1,5 +1,6 @@
 #include "kernels/level.h"
 
+#include <cpuid.h>
 #include <gtest/gtest.h>
 
 namespace vyn {
@@ -20,15 +21,31 @@ TEST(KernelLevel, PicksTheTableOfTheLevelThatIsAskedFor) {
     EXPECT_EQ(kernelsAt<Numbers>(KernelLevel::avx512).value, 2);
 }
 
-// The levels of the psABI have a little more each than a kernel level needs, as have all
-// processors.
-TEST(KernelLevel, IsWhatTheProcessorHas) {
-    const auto has = [](bool x86Level, KernelLevel level) {
-        EXPECT_EQ(x86Level, machineLevel() >= level);
-    };
-    has(__builtin_cpu_supports("x86-64-v4") != 0, KernelLevel::avx512);
-    has(__builtin_cpu_supports("x86-64-v3") != 0, KernelLevel::avx2);
+// Asked of the processor itself: what it has, and whether the system keeps its registers (Intel,
+// Software Developer's Manual, volume 1, chapters 13 to 15).
+KernelLevel levelByCpuid() {
+    unsigned a = 0, b = 0, c = 0, d = 0;
+    constexpr unsigned kFma = 1U << 12U;
+    constexpr unsigned kSaves = 1U << 27U;
+    if (__get_cpuid(1, &a, &b, &c, &d) == 0 || (c & kFma) == 0 || (c & kSaves) == 0) {
+        return KernelLevel::baseline;
+    }
+    unsigned saved = 0;
+    unsigned upper = 0;
+    asm("xgetbv" : "=a"(saved), "=d"(upper) : "c"(0));
+    constexpr unsigned kAvx2 = 1U << 5U;
+    constexpr unsigned kAvx512 = 1U << 16U | 1U << 17U | 1U << 30U | 1U << 31U;  // F, DQ, BW, VL
+    constexpr unsigned kHalves = 0x06;  // of registers that are saved
+    constexpr unsigned kWhole = 0xe6;
+    if (__get_cpuid_count(7, 0, &a, &b, &c, &d) == 0 || (b & kAvx2) == 0 ||
+        (saved & kHalves) != kHalves) {
+        return KernelLevel::baseline;
+    }
+    const bool wide = (b & kAvx512) == kAvx512 && (saved & kWhole) == kWhole;
+    return wide ? KernelLevel::avx512 : KernelLevel::avx2;
 }
+
+TEST(KernelLevel, IsWhatTheProcessorHas) { EXPECT_EQ(machineLevel(), levelByCpuid()); }
 
 TEST(KernelLevel, PicksTheTableThatServesTheMachineUnlessAsked) {
     EXPECT_LE(kernelLevel(), machineLevel());
