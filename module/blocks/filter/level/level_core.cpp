@@ -37,7 +37,6 @@ double timeConstantOf(int timeWeighting) {
 
 LevelMeter::LevelMeter(const LevelSettings& settings)
     : channels_(settings.channels),
-      step_(settings.step),
       rate_(1.0 / settings.step),
       alpha_(1.0 - std::exp(-settings.step / settings.timeConstant)),
       groups_(levelGroups(settings.channels)),

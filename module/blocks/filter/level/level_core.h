@@ -55,7 +55,6 @@ private:
     void weightOne(const float* x, std::size_t frames);
 
     int channels_;
-    double step_;
     double rate_;
     double alpha_;
     std::int64_t places_;  // samples of a long interval
