@@ -250,7 +250,7 @@ TEST(Window, NoGivenWeightsLeaveTheFactorsAsTheyAre) {
     WindowFactors factors{1.5, 2.5};
     const std::vector<double> weights = {3.0};
     double out = 7.0;
-    EXPECT_EQ(applyWindow(weights.data(), &weights[1], 0, kGivenWeights, &out, &factors), 0);
+    EXPECT_EQ(applyWindow(weights.data(), weights.data() + 1, 0, kGivenWeights, &out, &factors), 0);
     EXPECT_EQ(factors, (WindowFactors{1.5, 2.5}));
     EXPECT_EQ(out, 7.0);
 }
