@@ -5,6 +5,7 @@
 #include <cmath>
 #include <limits>
 #include <memory>
+#include <new>
 
 #include "filter/channel_kernels.h"
 #include "filter/convolution.h"
@@ -34,19 +35,21 @@ public:
         const std::size_t widest = std::min(kMostTogether, x_.channels / step * step);
         const std::size_t width = std::max<std::size_t>(widest, 1);
         const std::size_t length = kStretchValues / std::bit_ceil(width);
-        const auto rows = std::make_unique_for_overwrite<double[]>((before_ + length) * width);
-        const auto made = std::make_unique_for_overwrite<double[]>(length * width);
+        const std::size_t taken = ((before_ + length) * width + kPerLine - 1) / kPerLine * kPerLine;
+        const auto room = allocate(taken + length * width);
+        double* const rows = room.get();
+        double* const made = rows + taken;
         for (std::size_t start = 0; start < x_.count; start += length) {
             const std::size_t count = std::min(length, x_.count - start);
             for (std::size_t first = 0; first < x_.channels;) {
                 const std::size_t left = (x_.channels - first) / step * step;
                 const std::size_t together = std::max<std::size_t>(std::min(widest, left), 1);
-                take(start, count, first, together, rows.get());
+                take(start, count, first, together, rows);
                 {
                     const DenormalsFlushed mode;
-                    sums(rows.get(), together, count, made.get());
+                    sums(rows, together, count, made);
                 }
-                put(made.get(), start, count, first, together);
+                put(made, start, count, first, together);
                 first += together;
             }
         }
@@ -72,6 +75,17 @@ public:
     }
 
 private:
+    static constexpr std::size_t kPerLine = 64 / sizeof(double);  // of a cache
+    // From the border of a cache line on, so that registers full of channels straddle none.
+    struct Free {
+        void operator()(double* values) const noexcept {
+            ::operator delete[](values, std::align_val_t{64});
+        }
+    };
+    static std::unique_ptr<double[], Free> allocate(std::size_t count) {
+        return std::unique_ptr<double[], Free>(new (std::align_val_t{64}) double[count]);
+    }
+
     // Doubles that stay in the nearest cache.
     static constexpr std::size_t kStretchValues = 1024;
     static constexpr std::size_t kMostTogether = 16;
