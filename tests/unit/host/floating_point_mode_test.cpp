@@ -48,7 +48,9 @@ volatile double tiny = 0x1p-80;
 // Puts a host's mode in place and, whatever happens, the default back.
 class HostMode {
 public:
+    // No flags are up, whatever ran before.
     explicit HostMode(unsigned vector, std::uint16_t x87 = kX87Default) {
+        asm volatile("fnclex");
         setX87ControlWord(x87);
         _mm_setcsr(vector);
     }
