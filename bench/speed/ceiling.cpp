@@ -3,17 +3,13 @@
 #include <algorithm>
 #include <ctime>
 
+#include "kernels/lanes.h"
+
 namespace vynpack::bench {
 namespace {
 
-#if defined(__AVX512F__)
-constexpr int kLanes = 8;
-#elif defined(__AVX2__)
-constexpr int kLanes = 4;
-#else
-constexpr int kLanes = 2;
-#endif
-using Register [[gnu::vector_size(8 * kLanes)]] = double;
+using vyn::kLanes;
+using vyn::Register;
 
 double processorNanoseconds() {
     timespec now{};

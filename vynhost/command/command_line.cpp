@@ -10,6 +10,15 @@
 namespace vynhost {
 namespace {
 
+void addTableStyle(CLI::App& command, std::string& style) {
+    command
+        .add_option(
+            "--csv", style,
+            tr("Tables with comma and decimal point (en, the default), or with semicolon and "
+               "decimal comma (de)"))
+        ->check(CLI::IsMember({"en", "de"}));
+}
+
 void addList(CLI::App& app, ListArguments& arguments, int& code) {
     CLI::App* command = app.add_subcommand("list", tr("Lists block types and their keywords"));
     command->add_option("TYPE", arguments.type,
@@ -32,12 +41,7 @@ void addRun(CLI::App& app, RunArguments& arguments, int& code) {
     command->add_option("DIAGRAM", arguments.diagram, tr("A TOML file"))->required();
     command->add_option("--input", arguments.inputs, tr("Another recording for a source"));
     command->add_option("--out", arguments.out, tr("Folder of the results (default: here)"));
-    command
-        ->add_option(
-            "--csv", arguments.csv,
-            tr("Tables with comma and decimal point (en, the default), or with semicolon and "
-               "decimal comma (de)"))
-        ->check(CLI::IsMember({"en", "de"}));
+    addTableStyle(*command, arguments.csv);
     command->add_option("--report", arguments.report,
                         tr("File of a report: everything on one page, for a browser"));
     command->add_option("--memory", arguments.memory,
@@ -105,12 +109,7 @@ void addMeasurement(CLI::App& command, MeasurementArguments& arguments) {
     command.add_option("--report", arguments.report,
                        tr("File of a report: everything on one page, for a browser"));
     arguments.version = VYN_VERSION;
-    command
-        .add_option(
-            "--csv", arguments.csv,
-            tr("Tables with comma and decimal point (en, the default), or with semicolon and "
-               "decimal comma (de)"))
-        ->check(CLI::IsMember({"en", "de"}));
+    addTableStyle(command, arguments.csv);
     command.add_option("--memory", arguments.memory,
                        tr("GiB that data blocks, curves and waiting rows may take (default: 1)"));
     command.add_flag("--diagram", arguments.diagram,
