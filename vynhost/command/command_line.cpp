@@ -19,6 +19,15 @@ void addTableStyle(CLI::App& command, std::string& style) {
         ->check(CLI::IsMember({"en", "de"}));
 }
 
+// How a run treats older results and the terminal.
+template <class Arguments>
+void addRunFlags(CLI::App& command, Arguments& arguments) {
+    command.add_flag("--force", arguments.force, tr("Replace files that no run has written, too"));
+    command.add_flag("-q,--quiet", arguments.quiet, tr("Errors only"));
+    command.add_flag("--no-progress", arguments.noProgress,
+                     tr("No line on a terminal that says how far the run is"));
+}
+
 void addList(CLI::App& app, ListArguments& arguments, int& code) {
     CLI::App* command = app.add_subcommand("list", tr("Lists block types and their keywords"));
     command->add_option("TYPE", arguments.type,
@@ -46,10 +55,7 @@ void addRun(CLI::App& app, RunArguments& arguments, int& code) {
                         tr("File of a report: everything on one page, for a browser"));
     command->add_option("--memory", arguments.memory,
                         tr("GiB that data blocks, curves and waiting rows may take (default: 1)"));
-    command->add_flag("--force", arguments.force, tr("Replace files that no run has written, too"));
-    command->add_flag("-q,--quiet", arguments.quiet, tr("Errors only"));
-    command->add_flag("--no-progress", arguments.noProgress,
-                      tr("No line on a terminal that says how far the run is"));
+    addRunFlags(*command, arguments);
     command->add_flag("--totals", arguments.totals,
                       tr("Say what the results come to, in a line \"total: NAME = VALUE\" each"));
     CLI::Option* each =
@@ -114,10 +120,7 @@ void addMeasurement(CLI::App& command, MeasurementArguments& arguments) {
                        tr("GiB that data blocks, curves and waiting rows may take (default: 1)"));
     command.add_flag("--diagram", arguments.diagram,
                      tr("Print the diagram of these blocks instead of running it"));
-    command.add_flag("--force", arguments.force, tr("Replace files that no run has written, too"));
-    command.add_flag("-q,--quiet", arguments.quiet, tr("Errors only"));
-    command.add_flag("--no-progress", arguments.noProgress,
-                     tr("No line on a terminal that says how far the run is"));
+    addRunFlags(command, arguments);
 }
 
 void addLevel(CLI::App& app, LevelArguments& arguments) {

@@ -30,10 +30,9 @@ void DwellTime::update(std::span<const float> samples, double step, std::span<fl
                                 .classesPerUnit = 1.0 / scale().width(),
                                 .step = std::abs(step)};
     std::ranges::fill(sums_, 0.0);
-    const std::size_t most = framesNear(width);
-    for (std::size_t done = 0; done < all; done += most)
-        addStretch(samples.data() + done * width, std::min(most, all - done), dwellRules);
-    first_ = false;
+    forPairs(samples, last_, first_, [&](std::size_t c, const SamplePairs& taken) {
+        if (limits_.rising()) vyn::kernelsAt<DwellKernels>().add(taken, dwellRules, sumsOf(c));
+    });
     for (std::size_t c = 0; c < width; ++c) {
         const double* sums = sumsOf(c);
         double* dwell = &dwell_[c * n];
@@ -46,19 +45,6 @@ void DwellTime::update(std::span<const float> samples, double step, std::span<fl
         for (std::size_t k = 0; k < n; ++k)
             values[k * width + c] = static_cast<float>(result(dwell[k]));
     }
-}
-
-// All channels, one after the other.
-void DwellTime::addStretch(const float* x, std::size_t frames, const DwellRules& rules) {
-    const std::size_t width = last_.size();
-    for (std::size_t c = 0; c < width; ++c) {
-        if (limits_.rising()) {
-            vyn::kernelsAt<DwellKernels>().add(
-                samplePairs(x + c, width, frames, first_ ? nullptr : &last_[c]), rules, sumsOf(c));
-        }
-        last_[c] = x[(frames - 1) * width + c];
-    }
-    first_ = false;
 }
 
 double DwellTime::result(double time) const {

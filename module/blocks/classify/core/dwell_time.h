@@ -4,7 +4,6 @@
 #include <vector>
 
 #include "blocks/classify/core/class_scale.h"
-#include "blocks/classify/core/dwell_time_kernels.h"
 #include "blocks/classify/core/klassierung_core.h"
 
 namespace vynpack {
@@ -19,7 +18,6 @@ public:
 
 private:
     void adapt() override { limits_ = ClassLimits(scale()); }
-    void addStretch(const float* x, std::size_t frames, const DwellRules& rules);
     double* sumsOf(std::size_t channel) { return sums_.data() + channel * sumsPerChannel_ + 1; }
     // Of the time in a class: itself, or its percentage.
     double result(double time) const;

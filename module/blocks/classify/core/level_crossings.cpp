@@ -83,13 +83,11 @@ void LevelCrossings::update(std::span<const float> samples, double /*step*/,
                             std::span<float> values) {
     const std::size_t width = last_.size();
     const auto n = static_cast<std::size_t>(classes());
-    const std::size_t all = samplesPerChannel(samples);
     for (CrossingClasses& group : classes_)
         std::ranges::fill(group.crossings, 0U);
-    const std::size_t step = framesNear(width);
-    for (std::size_t done = 0; done < all; done += step)
-        countStretch(samples.data() + done * width, std::min(step, all - done));
-    first_ = false;
+    forPairs(samples, last_, first_, [&](std::size_t c, const SamplePairs& pairs) {
+        vyn::kernelsAt<CrossingKernels>().count(pairs, &classes_[c * fresh_.size()], fresh_.size());
+    });
     const auto crossings = [&](std::size_t c, std::size_t k) {
         return classes_[c * fresh_.size() + k / kTogether].crossings[k % kTogether];
     };
@@ -113,18 +111,6 @@ void LevelCrossings::update(std::span<const float> samples, double /*step*/,
                     : static_cast<float>(100.0 * static_cast<double>(count) / totals_[c]);
         }
     }
-}
-
-// All channels, one after the other.
-void LevelCrossings::countStretch(const float* x, std::size_t frames) {
-    const std::size_t width = last_.size();
-    for (std::size_t c = 0; c < width; ++c) {
-        vyn::kernelsAt<CrossingKernels>().count(
-            samplePairs(x + c, width, frames, first_ ? nullptr : &last_[c]),
-            &classes_[c * fresh_.size()], fresh_.size());
-        last_[c] = x[(frames - 1) * width + c];
-    }
-    first_ = false;
 }
 
 void LevelCrossings::reset() {

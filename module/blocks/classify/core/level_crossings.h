@@ -19,8 +19,6 @@ public:
     void reset() override;
 
 private:
-    void countStretch(const float* x, std::size_t frames);
-
     void adapt() override;
     bool first_ = true;                     // the first block of the run
     std::vector<float> last_;               // sample per channel
