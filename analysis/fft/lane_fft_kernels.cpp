@@ -111,14 +111,80 @@ template <class V, class Put>
     put(3, plusJ(difference02, difference13));
 }
 
-// Eight rows of memory, `step` numbers apart, in four registers: the processor adds a multiple by
-// 1, 2 or 4 of a step while it loads.
-template <class Number>
+// The transform of sixteen points, in two steps of radix 4:
+//     X[b + 4 j] = sum_a W_4^(a j) (W_16^(a b) sum_t W_4^(t b) x[a + 4 t]).
+// So that nothing has to be negated, b = 3 takes W_16^(-a), which makes the sums of j + 1, and b =
+// 2 leaves a factor -j of the inputs a = 2 and 3 to the second step.
+template <class V>
+struct SixteenPoints {
+    // The first step for the inputs a, a + 4, a + 8, a + 12.
+    [[gnu::always_inline]] void take(int a, const Complex<V>& x0, const Complex<V>& x4,
+                                     const Complex<V>& x8, const Complex<V>& x12) {
+        const auto put = [&](int b, const Complex<V>& y) __attribute__((always_inline)) {
+            columns[b][a] = turned(a, b, y);
+        };
+        transform(x0, x4, x8, x12, put);
+    }
+
+    // The second step makes X[place] and X[place + 8], place = 0..7.
+    struct Two {
+        Complex<V> first, second;
+    };
+    [[gnu::always_inline]] Two finish(int place) const {
+        const bool sums = place < 3 || place == 7;
+        const bool turnsJ = place % 4 == 2;
+        const auto& y = columns[place % 4];
+        Two two;
+        if (sums) {
+            const auto sum02 = turnsJ ? minusJ(y[0], y[2]) : y[0] + y[2];
+            const auto sum13 = turnsJ ? minusJ(y[1], y[3]) : y[1] + y[3];
+            two = {sum02 + sum13, sum02 - sum13};
+        } else {
+            const auto difference02 = turnsJ ? plusJ(y[0], y[2]) : y[0] - y[2];
+            const auto difference13 = turnsJ ? plusJ(y[1], y[3]) : y[1] - y[3];
+            two = {minusJ(difference02, difference13), plusJ(difference02, difference13)};
+        }
+        return place == 7 ? Two{two.second, two.first} : two;
+    }
+
+    // Turned by W_16^(a b), as above.
+    [[gnu::always_inline]] static Complex<V> turned(int a, int b, const Complex<V>& y) {
+        constexpr double kCos = 0.92387953251128675613;  // of a sixteenth of the circle
+        constexpr double kSin = 0.38268343236508977173;
+        if (a == 0 || b == 0) return y;
+        if (b == 2 && a == 2) return y;
+        if (b == 3) {
+            if (a == 1) return times(y, kCos, kSin);
+            if (a == 2) return {timesRootOfHalf(y.re - y.im), timesRootOfHalf(y.re + y.im)};
+            return times(y, kSin, kCos);
+        }
+        if (b == 2 || a == 2) return {timesRootOfHalf(y.re + y.im), timesRootOfHalf(y.im - y.re)};
+        return a == 1 ? timesConjugate(y, kCos, kSin) : timesConjugate(y, kSin, kCos);
+    }
+
+    Complex<V> columns[4][4];  // of b, a
+};
+
+// Rows of memory, `step` numbers apart.
+template <class Number, int count>
 struct Rows {
-    Rows(Number* first, std::ptrdiff_t rowStep)
-        : row0(first), row3(first + 3 * rowStep), step(rowStep), step3(3 * rowStep) {}
+    Rows(Number* firstRow, std::ptrdiff_t rowStep) : first(firstRow), step(rowStep) {}
 
     // j is a constant wherever this is called.
+    [[gnu::always_inline]] Number* at(int j) const { return first + j * step; }
+    void advance(std::ptrdiff_t numbers) { first += numbers; }
+
+    Number* first;
+    std::ptrdiff_t step;
+};
+
+// Eight of them in four registers: the processor adds a multiple by 1, 2 or 4 of a step while it
+// loads.
+template <class Number>
+struct Rows<Number, 8> {
+    Rows(Number* firstRow, std::ptrdiff_t rowStep)
+        : row0(firstRow), row3(firstRow + 3 * rowStep), step(rowStep), step3(3 * rowStep) {}
+
     [[gnu::always_inline]] Number* at(int j) const {
         if (j == 3) return row3;
         if (j == 5) return row3 + 2 * step;
@@ -136,6 +202,18 @@ struct Rows {
     std::ptrdiff_t step, step3;
 };
 
+// How the lanes of a point lie: all real parts, then all imaginary ones, as the samples do; or a
+// register of real parts, the imaginary parts of the same lanes, and so on, as in the work array.
+// There a register's two parts share a line of the cache, into which processors put two stores at
+// once.
+enum class Lie { asSamples, asRegisters };
+template <Lie lie>
+constexpr std::ptrdiff_t realParts(std::ptrdiff_t lane) {
+    return lie == Lie::asSamples ? lane : 2 * (lane - lane % kLanes) + lane % kLanes;
+}
+template <Lie lie>
+constexpr std::ptrdiff_t kToImaginary = lie == Lie::asSamples ? kFftLanes : kLanes;
+
 // Calls work(lane) for each register's worth of lanes.
 template <class Work>
 [[gnu::always_inline]] inline void forLanes(Work work) {
@@ -144,88 +222,102 @@ template <class Work>
         work(lane);
 }
 
-// One butterfly, all lanes alike. Outputs from 1 on are turned by their twiddles, where it turns.
-// With real and imaginary parts exchanged the transform is the inverse one. All inputs are read
-// before the first output is written.
-template <int radix, bool turns, bool inverse>
-[[gnu::always_inline]] inline void butterfly(const Rows<const double>& in, const Rows<double>& out,
+// One butterfly, all lanes alike. Where there are twiddles, they turn the outputs from 1 on, or, in
+// an inverse transform, the inputs from 1 on. With real and imaginary parts exchanged the transform
+// is the inverse one. All inputs of a register are read before its first output is written.
+template <int radix, bool turns, bool inverse, Lie from, Lie to>
+[[gnu::always_inline]] inline void butterfly(const Rows<const double, radix>& in,
+                                             const Rows<double, radix>& out,
                                              const double* twiddles) {
-    constexpr std::ptrdiff_t kRe = inverse ? kFftLanes : 0;
-    constexpr std::ptrdiff_t kIm = inverse ? 0 : kFftLanes;
+    const auto turned = [&](int j, const Complex<Register>& z) __attribute__((always_inline)) {
+        return j > 0 ? times(z, twiddles[2 * j - 2], twiddles[2 * j - 1]) : z;
+    };
     forLanes([&](std::ptrdiff_t lane) __attribute__((always_inline)) {
         const auto x = [&](int j) __attribute__((always_inline)) {
-            return Complex<Register>{load<Register>(in.at(j) + lane + kRe),
-                                     load<Register>(in.at(j) + lane + kIm)};
+            const double* point = in.at(j) + realParts<from>(lane);
+            const auto re = load<Register>(point);
+            const auto im = load<Register>(point + kToImaginary<from>);
+            if constexpr (!inverse)
+                return Complex<Register>{re, im};
+            else if constexpr (turns)
+                return turned(j, {im, re});
+            else
+                return Complex<Register>{im, re};
         };
         const auto put = [&](int j, Complex<Register> y) __attribute__((always_inline)) {
-            if (turns && j > 0) y = times(y, twiddles[2 * j - 2], twiddles[2 * j - 1]);
-            store(y.re, out.at(j) + lane + kRe);
-            store(y.im, out.at(j) + lane + kIm);
+            if constexpr (!inverse && turns) y = turned(j, y);
+            double* point = out.at(j) + realParts<to>(lane);
+            store(inverse ? y.im : y.re, point);
+            store(inverse ? y.re : y.im, point + kToImaginary<to>);
         };
         if constexpr (radix == 4) {
             transform(x(0), x(1), x(2), x(3), put);
-        } else {
+        } else if constexpr (radix == 8) {
             const FourOfEight<Register> even(x(0), x(2), x(4), x(6));
             const FourOfEight<Register> odd(x(1), x(3), x(5), x(7));
             transform<false>(even, odd, put);
+        } else {
+            SixteenPoints<Register> points;
+#pragma GCC unroll 4
+            for (int a = 0; a < 4; ++a)
+                points.take(a, x(a), x(a + 4), x(a + 8), x(a + 12));
+#pragma GCC unroll 8
+            for (int place = 0; place < 8; ++place) {
+                const auto two = points.finish(place);
+                put(place, two.first);
+                put(place + 8, two.second);
+            }
         }
     });
 }
 
-// One stage (lane_fft.h). In the first one, of stride 1, the places of the outputs are constants.
-template <int radix, bool inverse>
-void stage(const double* in, double* out, const double* twiddles, std::ptrdiff_t groups,
-           std::ptrdiff_t stride) {
+// One stage (lane_fft.h). The outermost one reads or writes samples.
+template <int radix, bool inverse, bool outermost>
+void stage(const double* in, double* out, const double* twiddles, std::ptrdiff_t stride,
+           std::ptrdiff_t blocks) {
+    constexpr Lie from = outermost && !inverse ? Lie::asSamples : Lie::asRegisters;
+    constexpr Lie to = outermost && inverse ? Lie::asSamples : Lie::asRegisters;
     constexpr std::ptrdiff_t kTwiddles = 2 * (radix - 1);
-    Rows<const double> from(in, kFftPoint * stride * groups);
-    if (stride == 1) {
-        butterfly<radix, false, inverse>(from, {out, kFftPoint}, nullptr);
-        for (std::ptrdiff_t group = 1; group < groups; ++group, twiddles += kTwiddles) {
-            from.advance(kFftPoint);
+    if (stride == 1) {  // the places of the points are constants here
+        for (std::ptrdiff_t block = 0; block < blocks; ++block) {
+            butterfly<radix, false, inverse, from, to>({in, kFftPoint}, {out, kFftPoint}, nullptr);
+            in += kFftPoint * radix;
             out += kFftPoint * radix;
-            butterfly<radix, true, inverse>(from, {out, kFftPoint}, twiddles);
         }
         return;
     }
-    Rows<double> to(out, kFftPoint * stride);
-    for (std::ptrdiff_t q = 0; q < stride; ++q) {
-        butterfly<radix, false, inverse>(from, to, nullptr);
-        from.advance(kFftPoint);
-        to.advance(kFftPoint);
-    }
-    for (std::ptrdiff_t group = 1; group < groups; ++group, twiddles += kTwiddles) {
-        to.advance(kFftPoint * stride * (radix - 1));
-        for (std::ptrdiff_t q = 0; q < stride; ++q) {
-            butterfly<radix, true, inverse>(from, to, twiddles);
-            from.advance(kFftPoint);
-            to.advance(kFftPoint);
+    if constexpr (radix < 16) {
+        Rows<const double, radix> source(in, kFftPoint * stride);
+        Rows<double, radix> target(out, kFftPoint * stride);
+        for (std::ptrdiff_t block = 0; block < blocks; ++block) {
+            butterfly<radix, false, inverse, from, to>(source, target, nullptr);
+            const double* twiddle = twiddles;
+            for (std::ptrdiff_t q = 1; q < stride; ++q, twiddle += kTwiddles) {
+                source.advance(kFftPoint);
+                target.advance(kFftPoint);
+                butterfly<radix, true, inverse, from, to>(source, target, twiddle);
+            }
+            source.advance(kFftPoint * (stride * (radix - 1) + 1));
+            target.advance(kFftPoint * (stride * (radix - 1) + 1));
         }
-    }
-}
-
-void lastRadix4(double* points, std::ptrdiff_t stride, std::ptrdiff_t count) {
-    Rows<double> to(points, kFftPoint * stride);
-    for (std::ptrdiff_t q = 0; q < count; ++q) {
-        butterfly<4, false, false>({to.row0, to.step}, to, nullptr);
-        to.advance(kFftPoint);
     }
 }
 
 // Lanes that change places with lines at once.
 constexpr int kTurned = kLanes == 8 ? 4 : 2;
 
-// Between memory, where the lanes of a line lie side by side, and registers that hold a lane of
-// kLanes lines each: lanes 0..kTurned-1 of the lines at `line`, line + step, line + 2 step, ...
+// Between the work array, where the lanes of a line lie side by side, and registers that hold a
+// lane of kLanes lines each: line(i) is where the first of kTurned lanes of line i lies.
 #if defined(__AVX512F__)
 
 Register reversed(Register v) { return __builtin_shufflevector(v, v, 7, 6, 5, 4, 3, 2, 1, 0); }
 
-[[gnu::always_inline]] inline void takeLanes(const double* line, std::ptrdiff_t step,
-                                             Register (&lanes)[kTurned]) {
+template <class Line>
+[[gnu::always_inline]] inline void turnLanes(Line line, Register (&lanes)[kTurned]) {
     using Four = Lanes<4>::Doubles;
     const auto two = [=](int i) __attribute__((always_inline)) {  // lines i and i + 2
-        return __builtin_shufflevector(load<Four>(line + i * step),
-                                       load<Four>(line + (i + 2) * step), 0, 1, 2, 3, 4, 5, 6, 7);
+        return __builtin_shufflevector(load<Four>(line(i)), load<Four>(line(i + 2)), 0, 1, 2, 3, 4,
+                                       5, 6, 7);
     };
     const auto evens = [](Register a, Register b) __attribute__((always_inline)) {
         return __builtin_shufflevector(a, b, 0, 8, 2, 10, 4, 12, 6, 14);
@@ -243,31 +335,32 @@ Register reversed(Register v) { return __builtin_shufflevector(v, v, 7, 6, 5, 4,
     lanes[3] = __builtin_shufflevector(first13, last13, 2, 3, 6, 7, 10, 11, 14, 15);
 }
 
-[[gnu::always_inline]] inline void putLanes(const Register (&lanes)[kTurned], double* line,
-                                            std::ptrdiff_t step) {
+// Calls put(i, the lanes of line i) for half a register's worth of lanes.
+template <class Put>
+[[gnu::always_inline]] inline void turnBack(const Register (&lanes)[kTurned], Put put) {
     const Register first02 = __builtin_shufflevector(lanes[0], lanes[2], 0, 1, 8, 9, 2, 3, 10, 11);
     const Register first13 = __builtin_shufflevector(lanes[1], lanes[3], 0, 1, 8, 9, 2, 3, 10, 11);
     const Register last02 = __builtin_shufflevector(lanes[0], lanes[2], 4, 5, 12, 13, 6, 7, 14, 15);
     const Register last13 = __builtin_shufflevector(lanes[1], lanes[3], 4, 5, 12, 13, 6, 7, 14, 15);
-    const auto put = [=](Register v, int i) __attribute__((always_inline)) {  // lines i and i + 2
-        store(__builtin_shufflevector(v, v, 0, 1, 2, 3), line + i * step);
-        store(__builtin_shufflevector(v, v, 4, 5, 6, 7), line + (i + 2) * step);
+    const auto putTwo = [=](Register v, int i) __attribute__((always_inline)) {  // i and i + 2
+        put(i, __builtin_shufflevector(v, v, 0, 1, 2, 3));
+        put(i + 2, __builtin_shufflevector(v, v, 4, 5, 6, 7));
     };
-    put(__builtin_shufflevector(first02, first13, 0, 8, 2, 10, 4, 12, 6, 14), 0);
-    put(__builtin_shufflevector(first02, first13, 1, 9, 3, 11, 5, 13, 7, 15), 1);
-    put(__builtin_shufflevector(last02, last13, 0, 8, 2, 10, 4, 12, 6, 14), 4);
-    put(__builtin_shufflevector(last02, last13, 1, 9, 3, 11, 5, 13, 7, 15), 5);
+    putTwo(__builtin_shufflevector(first02, first13, 0, 8, 2, 10, 4, 12, 6, 14), 0);
+    putTwo(__builtin_shufflevector(first02, first13, 1, 9, 3, 11, 5, 13, 7, 15), 1);
+    putTwo(__builtin_shufflevector(last02, last13, 0, 8, 2, 10, 4, 12, 6, 14), 4);
+    putTwo(__builtin_shufflevector(last02, last13, 1, 9, 3, 11, 5, 13, 7, 15), 5);
 }
 
 #elif defined(__AVX2__)
 
 Register reversed(Register v) { return __builtin_shufflevector(v, v, 3, 2, 1, 0); }
 
-[[gnu::always_inline]] inline void takeLanes(const double* line, std::ptrdiff_t step,
-                                             Register (&lanes)[kTurned]) {
+template <class Line>
+[[gnu::always_inline]] inline void turnLanes(Line line, Register (&lanes)[kTurned]) {
     const auto two = [=](int i) __attribute__((always_inline)) {  // lines i and i + 2
-        return _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_loadu_pd(line + i * step)),
-                                    _mm_loadu_pd(line + (i + 2) * step), 1);
+        return _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_loadu_pd(line(i))),
+                                    _mm_loadu_pd(line(i + 2)), 1);
     };
     const Register lines02 = two(0);
     const Register lines13 = two(1);
@@ -275,282 +368,275 @@ Register reversed(Register v) { return __builtin_shufflevector(v, v, 3, 2, 1, 0)
     lanes[1] = __builtin_shufflevector(lines02, lines13, 1, 5, 3, 7);
 }
 
-[[gnu::always_inline]] inline void putLanes(const Register (&lanes)[kTurned], double* line,
-                                            std::ptrdiff_t step) {
+template <class Put>
+[[gnu::always_inline]] inline void turnBack(const Register (&lanes)[kTurned], Put put) {
     const Register lines02 = __builtin_shufflevector(lanes[0], lanes[1], 0, 4, 2, 6);
     const Register lines13 = __builtin_shufflevector(lanes[0], lanes[1], 1, 5, 3, 7);
-    store(__builtin_shufflevector(lines02, lines02, 0, 1), line);
-    store(__builtin_shufflevector(lines13, lines13, 0, 1), line + step);
-    store(__builtin_shufflevector(lines02, lines02, 2, 3), line + 2 * step);
-    store(__builtin_shufflevector(lines13, lines13, 2, 3), line + 3 * step);
+    put(0, _mm256_castpd256_pd128(lines02));
+    put(1, _mm256_castpd256_pd128(lines13));
+    put(2, _mm256_extractf128_pd(lines02, 1));
+    put(3, _mm256_extractf128_pd(lines13, 1));
 }
 
 #else
 
 Register reversed(Register v) { return __builtin_shufflevector(v, v, 1, 0); }
 
-[[gnu::always_inline]] inline void takeLanes(const double* line, std::ptrdiff_t step,
-                                             Register (&lanes)[kTurned]) {
-    const auto line0 = load<Register>(line);
-    const auto line1 = load<Register>(line + step);
+template <class Line>
+[[gnu::always_inline]] inline void turnLanes(Line line, Register (&lanes)[kTurned]) {
+    const auto line0 = load<Register>(line(0));
+    const auto line1 = load<Register>(line(1));
     lanes[0] = __builtin_shufflevector(line0, line1, 0, 2);
     lanes[1] = __builtin_shufflevector(line0, line1, 1, 3);
 }
 
-[[gnu::always_inline]] inline void putLanes(const Register (&lanes)[kTurned], double* line,
-                                            std::ptrdiff_t step) {
-    store(__builtin_shufflevector(lanes[0], lanes[1], 0, 2), line);
-    store(__builtin_shufflevector(lanes[0], lanes[1], 1, 3), line + step);
+template <class Put>
+[[gnu::always_inline]] inline void turnBack(const Register (&lanes)[kTurned], Put put) {
+    put(0, __builtin_shufflevector(lanes[0], lanes[1], 0, 2));
+    put(1, __builtin_shufflevector(lanes[0], lanes[1], 1, 3));
 }
 
 #endif
 
-// Lines of all samples, as many as V has lanes.
-double loadDown(double /*kind*/, const double* line) { return *line; }
-Register loadDown(Register /*kind*/, const double* line) {
-    return reversed(load<Register>(line - kLanes + 1));
-}
-void storeDown(double* line, double v) { *line = v; }
-void storeDown(double* line, Register v) { store(reversed(v), line - kLanes + 1); }
+using TurnedLanes = Lanes<kTurned>::Doubles;
 
-// The lines k of the lanes, x[lane], to the lines k + 2 * points * j of all samples, j = 0..7;
-// those of the upper half are the conjugates of lines of the lower one. The lines in x count
-// upwards from k, or, `mirrored`, downwards.
-template <bool mirrored, class V>
-[[gnu::always_inline]] inline void joinLines(const Complex<V> (&x)[kFftLanes], std::ptrdiff_t k,
-                                             std::ptrdiff_t points, double* re, double* im) {
-    const Rows<double> upRe(re + k, 2 * points), upIm(im + k, 2 * points);
-    const Rows<double> downRe(re + 8 * points - k, -2 * points),
-        downIm(im + 8 * points - k, -2 * points);
-    const FourOfEight<V> even(x[0], x[2], x[4], x[6]);
-    const FourOfEight<V> odd(x[1], x[3], x[5], x[7]);
-    const auto put = [&](int j, const Complex<V>& y) __attribute__((always_inline)) {
-        const V yIm = j < 4 ? y.im : 0.0 - y.im;  // a zero stays without a sign
-        double* const toRe = j < 4 ? upRe.at(j) : downRe.at(j - 4);
-        double* const toIm = j < 4 ? upIm.at(j) : downIm.at(j - 4);
-        if ((j < 4) != mirrored) {
-            store(y.re, toRe);
-            store(yIm, toIm);
-        } else {
-            storeDown(toRe, y.re);
-            storeDown(toIm, yIm);
-        }
-    };
-    // The lines points * 1, 3, 5, 7 are made twice, by j and by 7 - j: the later ones stay.
-    transform<true>(even, odd, put);
-}
+// kTurned lanes of kLanes points.
+struct ComplexLanes {
+    template <class Line>
+    [[gnu::always_inline]] void take(Line line) {
+        turnLanes(line, re);
+        turnLanes(
+            [=](int i) __attribute__((always_inline)) { return line(i) + kLanes; }, im);
+    }
+    template <class Line>
+    [[gnu::always_inline]] void put(Line line) const {
+        TurnedLanes ofRe[kLanes];
+        turnBack(
+            re, [&](int i, TurnedLanes v) __attribute__((always_inline)) { ofRe[i] = v; });
+        turnBack(
+            im, [&](int i, TurnedLanes v) __attribute__((always_inline)) {
+                store(ofRe[i], line(i));
+                store(v, line(i) + kLanes);
+            });
+    }
 
-// The way back.
-template <bool mirrored, class V>
-[[gnu::always_inline]] inline void splitLines(const double* re, const double* im, std::ptrdiff_t k,
-                                              std::ptrdiff_t points,
-                                              Complex<V> (&lanes)[kFftLanes]) {
-    const Rows<const double> upRe(re + k, 2 * points), upIm(im + k, 2 * points);
-    const Rows<const double> downRe(re + 8 * points - k, -2 * points),
-        downIm(im + 8 * points - k, -2 * points);
-    // Real and imaginary parts exchanged: the inverse transform.
-    const auto x = [&](int j) __attribute__((always_inline)) {
-        const double* fromRe = j < 4 ? upRe.at(j) : downRe.at(j - 4);
-        const double* fromIm = j < 4 ? upIm.at(j) : downIm.at(j - 4);
-        const bool upwards = (j < 4) != mirrored;
-        const V lineRe = upwards ? load<V>(fromRe) : loadDown(V{}, fromRe);
-        const V lineIm = upwards ? load<V>(fromIm) : loadDown(V{}, fromIm);
-        return Complex<V>{j < 4 ? lineIm : -lineIm, lineRe};
-    };
-    const FourOfEight<V> even(x(0), x(2), x(4), x(6));
-    const FourOfEight<V> odd(x(1), x(3), x(5), x(7));
-    const auto put = [&](int j, const Complex<V>& y) __attribute__((always_inline)) {
-        lanes[j] = {y.im, y.re};
-    };
-    transform<false>(even, odd, put);
-}
-
-// Two lines of a lane, k and its mirror line points-k.
-template <class V>
-struct Pair {
-    Complex<V> line;
-    Complex<V> mirror;
+    Register re[kTurned];
+    Register im[kTurned];
 };
 
-// Each lane's transform is that of two real halves, one sample after the other, taken as real and
-// imaginary parts. Makes the line and its mirror line, both doubled, out of the two.
-template <class V>
-[[gnu::always_inline]] inline Pair<V> joinHalves(const Complex<V>& z, const Complex<V>& m, V re,
-                                                 V im) {
-    const Complex<V> even = {z.re + m.re, z.im - m.im};
-    const Complex<V> odd = {z.im + m.im, m.re - z.re};
-    const auto turned = times(odd, re, im);
-    return {{even.re + turned.re, even.im + turned.im}, {even.re - turned.re, turned.im - even.im}};
+Register loadDown(const double* line) { return reversed(load<Register>(line - kLanes + 1)); }
+void storeDown(double* line, Register v) { store(reversed(v), line - kLanes + 1); }
+
+// The lines k + points * i of all samples, i = 0..7, upwards from k, and those that the upper half
+// of the lines are the conjugates of, downwards: points * (8 - i) - k.
+template <class Number>
+struct LineRows {
+    LineRows(Number* re, Number* im, std::ptrdiff_t points, std::ptrdiff_t k)
+        : upRe(re + k, points),
+          upIm(im + k, points),
+          downRe(re + 8 * points - k, -points),
+          downIm(im + 8 * points - k, -points) {}
+
+    Rows<Number, 8> upRe, upIm, downRe, downIm;
+};
+
+Complex<Register> twiddleOf(int sequence, const double* twiddles) {
+    const double* twiddle = twiddles + (sequence - 1) * 2 * kFftLanes;
+    return {load<Register>(twiddle), load<Register>(twiddle + kFftLanes)};
 }
 
-// The way back, times `scale` and doubled.
-template <class V>
-[[gnu::always_inline]] inline Pair<V> splitHalves(const Complex<V>& g, const Complex<V>& m, V re,
-                                                  V im, double scale) {
-    const Complex<V> even = {(g.re + m.re) * scale, (g.im - m.im) * scale};
-    const auto odd = timesConjugate(Complex<V>{g.re - m.re, g.im + m.im}, re * scale, im * scale);
-    return {{even.re - odd.im, even.im + odd.re}, {even.re + odd.im, odd.re - even.im}};
-}
-
-// The lanes' twiddles: those of lane 1 first, real and imaginary parts `step` apart.
-template <class V>
-[[gnu::always_inline]] inline Complex<V> turnLane(int lane, const Complex<V>& x,
-                                                  const double* twiddles, std::ptrdiff_t step) {
-    if (lane == 0) return {x.re * 0.5, x.im * 0.5};
-    const double* twiddle = twiddles + (lane - 1) * 2 * step;
-    return times(x, load<V>(twiddle), load<V>(twiddle + step));
-}
-template <class V>
-[[gnu::always_inline]] inline Complex<V> turnLaneBack(int lane, const Complex<V>& x,
-                                                      const double* twiddles, std::ptrdiff_t step) {
-    if (lane == 0) return {x.re * 0.5, x.im * 0.5};
-    const double* twiddle = twiddles + (lane - 1) * 2 * step;
-    return timesConjugate(x, load<V>(twiddle), load<V>(twiddle + step));
-}
-
-// Calls work(k, twiddles) for kLanes lines from k on and their mirror lines, over a group of eight.
-template <class Work>
-[[gnu::always_inline]] inline void forGroup(std::ptrdiff_t first, const double* twiddles,
-                                            Work work) {
-    const double* const ofGroup = twiddles + first / kFftLanes * kFftGroupTwiddles;
-    for (std::ptrdiff_t i = 0; i < kFftLanes; i += kLanes)
-        work(first + i, ofGroup + i);
-}
-
-constexpr std::ptrdiff_t kOfLine = 2 * kFftLanes;  // twiddles behind the halves'
-constexpr std::ptrdiff_t kOfMirror = kOfLine + kFftLaneTwiddles;
-
-void joinGroup(const double* lanes, const double* twiddles, std::ptrdiff_t points,
-               std::ptrdiff_t first, double* re, double* im) {
-    forGroup(
-        first, twiddles, [=](std::ptrdiff_t k, const double* w) __attribute__((always_inline)) {
-            const auto halfRe = load<Register>(w);
-            const auto halfIm = load<Register>(w + kFftLanes);
-            Complex<Register> lines[kFftLanes];
-            Complex<Register> mirrors[kFftLanes];
+// kLanes lines of the group from `first` on and their mirror lines: the sixteen sub-sequences, and
+// what four of them each give to the lines of all samples.
+[[gnu::always_inline]] inline void takeLines(const FftGroup<const double>& group, int first,
+                                             const double* twiddles,
+                                             SixteenPoints<Register>& lines) {
 #pragma GCC unroll 4
-            for (int lane = 0; lane < kFftLanes; lane += kTurned) {
-                const double* line = lanes + kFftPoint * k + lane;
-                const double* mirror = lanes + kFftPoint * (points - k) + lane;
-                Register lineRe[kTurned], lineIm[kTurned], mirrorRe[kTurned], mirrorIm[kTurned];
-                takeLanes(line, kFftPoint, lineRe);
-                takeLanes(line + kFftLanes, kFftPoint, lineIm);
-                takeLanes(mirror, -kFftPoint, mirrorRe);
-                takeLanes(mirror + kFftLanes, -kFftPoint, mirrorIm);
+    for (int lane = 0; lane < kFftLanes / 2; lane += kTurned) {
+        Complex<Register> even[2][kTurned], odd[2][kTurned];
+#pragma GCC unroll 2
+        for (int half = 0; half < 2; ++half) {
+            const int l = lane + half * kFftLanes / 2;
+            const std::ptrdiff_t place = realParts<Lie::asRegisters>(l);
+            ComplexLanes line, mirror;
+            line.take([&](int i)
+                          __attribute__((always_inline)) { return group.line(first + i) + place; });
+            mirror.take([&](int i) __attribute__((always_inline)) {
+                return group.mirrorLine(first + i) + place;
+            });
 #pragma GCC unroll 4
-                for (int i = 0; i < kTurned; ++i) {
-                    const auto pair = joinHalves<Register>(
-                        {lineRe[i], lineIm[i]}, {mirrorRe[i], mirrorIm[i]}, halfRe, halfIm);
-                    lines[lane + i] = turnLane(lane + i, pair.line, w + kOfLine, kFftLanes);
-                    mirrors[lane + i] = turnLane(lane + i, pair.mirror, w + kOfMirror, kFftLanes);
+            for (int i = 0; i < kTurned; ++i) {
+                const Complex<Register> sum = {line.re[i] + mirror.re[i],
+                                               line.im[i] - mirror.im[i]};
+                const Complex<Register> rest = {line.im[i] + mirror.im[i],
+                                                mirror.re[i] - line.re[i]};
+                if (l + i == 0) {
+                    even[half][i] = {sum.re * 0.5, sum.im * 0.5};
+                } else {
+                    const auto twiddle = twiddleOf(l + i, twiddles + first);
+                    even[half][i] = times(sum, twiddle.re, twiddle.im);
                 }
+                const auto twiddle = twiddleOf(l + i + kFftLanes, twiddles + first);
+                odd[half][i] = times(rest, twiddle.re, twiddle.im);
             }
-            joinLines<false>(lines, k, points, re, im);
-            joinLines<true>(mirrors, points - k, points, re, im);
-        });
+        }
+#pragma GCC unroll 4
+        for (int i = 0; i < kTurned; ++i)
+            lines.take(lane + i, even[0][i], even[1][i], odd[0][i], odd[1][i]);
+    }
 }
 
-// The middle line of all lanes, which is its own mirror line: lanes fill the registers here.
+void join(const FftGroup<const double>& group, const double* twiddles, std::ptrdiff_t points,
+          std::ptrdiff_t k, double* re, double* im) {
+    constexpr int kParts = kFftLanes / kLanes;
+    constexpr int kAtOnce = kParts < 2 ? 1 : 2;  // neighbours leave for the same lines of the cache
+    for (int part = 0; part < kParts; part += kAtOnce) {
+        SixteenPoints<Register> lines[kAtOnce];
+#pragma GCC unroll 2
+        for (int i = 0; i < kAtOnce; ++i)
+            takeLines(group, (part + i) * kLanes, twiddles, lines[i]);
+        const LineRows<double> rows(re, im, points, k + part * kLanes);
+#pragma GCC unroll 8
+        for (int place = 0; place < 8; ++place) {
+            using Two = SixteenPoints<Register>::Two;
+            Two two[kAtOnce];
+#pragma GCC unroll 2
+            for (int i = 0; i < kAtOnce; ++i)
+                two[i] = lines[i].finish(place);
+            const auto putAll = [&](auto put) __attribute__((always_inline)) {
+#pragma GCC unroll 2
+                for (int i = 0; i < kAtOnce; ++i)
+                    put(i * kLanes, two[i]);
+            };
+            putAll([&](std::ptrdiff_t i, const Two& x) __attribute__((always_inline)) {
+                store(x.first.re, rows.upRe.at(place) + i);
+            });
+            putAll([&](std::ptrdiff_t i, const Two& x) __attribute__((always_inline)) {
+                store(x.first.im, rows.upIm.at(place) + i);
+            });
+            putAll([&](std::ptrdiff_t i, const Two& x) __attribute__((always_inline)) {
+                storeDown(rows.downRe.at(place) - i, x.second.re);
+            });
+            putAll([&](std::ptrdiff_t i, const Two& x) __attribute__((always_inline)) {
+                storeDown(rows.downIm.at(place) - i, 0.0 - x.second.im);  // a zero without a sign
+            });
+        }
+    }
+}
+
+// The line j of the eight that the middle line of the lanes makes; from 4 on, its conjugate.
+std::ptrdiff_t middleLine(std::ptrdiff_t points, int j) {
+    return points / 2 + points * (j < 4 ? 2 * j : 15 - 2 * j);
+}
+
+// Lanes fill the registers here.
 struct MiddleLine {
+    Complex<double> at(int lane) const { return {re[lane], im[lane]}; }
+
     double re[kFftLanes];
     double im[kFftLanes];
 };
 
-void joinMiddle(const double* lanes, const double* twiddles, std::ptrdiff_t points, double* re,
+void joinMiddle(const double* middle, const double* twiddles, std::ptrdiff_t points, double* re,
                 double* im) {
-    const double* w = twiddles + points / 2 / kFftLanes * kFftGroupTwiddles;
-    const double* middle = lanes + kFftPoint * (points / 2);
-    const Register halfRe = Register{} + w[0];
-    const Register halfIm = Register{} + w[1];
-    MiddleLine turned;
+    MiddleLine x;
     forLanes([&](std::ptrdiff_t lane) __attribute__((always_inline)) {
-        const Complex<Register> z = {load<Register>(middle + lane),
-                                     load<Register>(middle + lane + kFftLanes)};
-        const auto line = joinHalves(z, z, halfRe, halfIm).mirror;
-        const auto product =
-            times(line, load<Register>(w + 2 + lane), load<Register>(w + 2 + kFftLanes + lane));
-        store(product.re, turned.re + lane);
-        store(product.im, turned.im + lane);
-        if (lane > 0) return;
-        turned.re[0] = line.re[0] * 0.5;
-        turned.im[0] = line.im[0] * 0.5;
+        const double* point = middle + realParts<Lie::asRegisters>(lane);
+        const auto zRe = load<Register>(point);
+        const auto zIm = load<Register>(point + kToImaginary<Lie::asRegisters>);
+        const auto turned =
+            times(Complex<Register>{zRe, 0.0 - zIm}, load<Register>(twiddles + lane),
+                  load<Register>(twiddles + kFftLanes + lane));
+        store(turned.re, x.re + lane);
+        store(turned.im, x.im + lane);
     });
-    Complex<double> lines[kFftLanes];
-    for (int lane = 0; lane < kFftLanes; ++lane)
-        lines[lane] = {turned.re[lane], turned.im[lane]};
-    joinLines<false>(lines, points / 2, points, re, im);
+    const FourOfEight<double> even(x.at(0), x.at(2), x.at(4), x.at(6));
+    const FourOfEight<double> odd(x.at(1), x.at(3), x.at(5), x.at(7));
+    transform<false>(even, odd, [&](int j, const Complex<double>& y) {
+        re[middleLine(points, j)] = y.re;
+        im[middleLine(points, j)] = j < 4 ? y.im : 0.0 - y.im;
+    });
 }
 
 void splitMiddle(const double* re, const double* im, const double* twiddles, std::ptrdiff_t points,
-                 double scale, double* lanes) {
-    const double* w = twiddles + points / 2 / kFftLanes * kFftGroupTwiddles;
-    double* middle = lanes + kFftPoint * (points / 2);
-    const Register halfRe = Register{} + w[0];
-    const Register halfIm = Register{} + w[1];
-    Complex<double> lines[kFftLanes];
-    splitLines<false>(re, im, points / 2, points, lines);
-    MiddleLine line;
-    for (int lane = 0; lane < kFftLanes; ++lane) {
-        line.re[lane] = lines[lane].re;
-        line.im[lane] = lines[lane].im;
-    }
+                 double scale, double* middle) {
+    // Real and imaginary parts exchanged: the inverse transform.
+    const auto x = [&](int j) {
+        const double lineIm = im[middleLine(points, j)];
+        return Complex<double>{j < 4 ? lineIm : -lineIm, re[middleLine(points, j)]};
+    };
+    const FourOfEight<double> even(x(0), x(2), x(4), x(6));
+    const FourOfEight<double> odd(x(1), x(3), x(5), x(7));
+    MiddleLine y;
+    transform<false>(even, odd, [&](int lane, const Complex<double>& exchanged) {
+        y.re[lane] = exchanged.im;
+        y.im[lane] = exchanged.re;
+    });
     forLanes([&](std::ptrdiff_t lane) __attribute__((always_inline)) {
-        const Complex<Register> x = {load<Register>(line.re + lane),
-                                     load<Register>(line.im + lane)};
-        auto turned = timesConjugate(x, load<Register>(w + 2 + lane),
-                                     load<Register>(w + 2 + kFftLanes + lane));
-        if (lane == 0) {
-            turned.re[0] = x.re[0] * 0.5;
-            turned.im[0] = x.im[0] * 0.5;
-        }
-        const auto half = splitHalves(turned, turned, halfRe, halfIm, scale).mirror;
-        store(half.re, middle + lane);
-        store(half.im, middle + lane + kFftLanes);
+        const Complex<Register> line = {load<Register>(y.re + lane), load<Register>(y.im + lane)};
+        const auto turned = timesConjugate(line, load<Register>(twiddles + lane) * scale,
+                                           load<Register>(twiddles + kFftLanes + lane) * scale);
+        double* point = middle + realParts<Lie::asRegisters>(lane);
+        store(turned.re, point);
+        store(-turned.im, point + kToImaginary<Lie::asRegisters>);
     });
 }
 
 void split(const double* re, const double* im, const double* twiddles, std::ptrdiff_t points,
-           double scale, double* lanes) {
-    const auto splitLanes = [=](std::ptrdiff_t k, const double* w) __attribute__((always_inline)) {
-        const auto halfRe = load<Register>(w);
-        const auto halfIm = load<Register>(w + kFftLanes);
-        Complex<Register> lines[kFftLanes];
-        Complex<Register> mirrors[kFftLanes];
-        splitLines<false>(re, im, k, points, lines);
-        splitLines<true>(re, im, points - k, points, mirrors);
+           std::ptrdiff_t k, double scale, const FftGroup<double>& wholeGroup) {
+    for (int first = 0; first < kFftLanes; first += kLanes) {
+        const FftGroup<double> group = wholeGroup.from(first);
+        const LineRows<const double> rows(re, im, points, k + first);
+        // Real and imaginary parts exchanged: the inverse transform.
+        const auto x = [&](int i) __attribute__((always_inline)) {
+            if (i < 8)
+                return Complex<Register>{load<Register>(rows.upIm.at(i)),
+                                         load<Register>(rows.upRe.at(i))};
+            return Complex<Register>{-loadDown(rows.downIm.at(i - 8)),
+                                     loadDown(rows.downRe.at(i - 8))};
+        };
+        SixteenPoints<Register> lines;
+#pragma GCC unroll 4
+        for (int a = 0; a < 4; ++a)
+            lines.take(a, x(a), x(a + 4), x(a + 8), x(a + 12));
+        // The sub-sequence, turned back.
+        const auto back = [&](int sequence, const Complex<Register>& exchanged)
+            __attribute__((always_inline)) {
+            const Complex<Register> turned = {exchanged.im, exchanged.re};
+            if (sequence == 0)
+                return Complex<Register>{turned.re * (0.5 * scale), turned.im * (0.5 * scale)};
+            const auto twiddle = twiddleOf(sequence, twiddles + first);
+            return timesConjugate(turned, twiddle.re * scale, twiddle.im * scale);
+        };
 #pragma GCC unroll 4
         for (int lane = 0; lane < kFftLanes; lane += kTurned) {
-            Register lineRe[kTurned], lineIm[kTurned], mirrorRe[kTurned], mirrorIm[kTurned];
+            ComplexLanes line, mirror;
 #pragma GCC unroll 4
             for (int i = 0; i < kTurned; ++i) {
-                const auto pair = splitHalves<Register>(
-                    turnLaneBack(lane + i, lines[lane + i], w + kOfLine, kFftLanes),
-                    turnLaneBack(lane + i, mirrors[lane + i], w + kOfMirror, kFftLanes), halfRe,
-                    halfIm, scale);
-                lineRe[i] = pair.line.re;
-                lineIm[i] = pair.line.im;
-                mirrorRe[i] = pair.mirror.re;
-                mirrorIm[i] = pair.mirror.im;
+                const auto two = lines.finish(lane + i);
+                const auto even = back(lane + i, two.first);
+                const auto odd = back(lane + i + kFftLanes, two.second);
+                line.re[i] = even.re - odd.im;
+                line.im[i] = even.im + odd.re;
+                mirror.re[i] = even.re + odd.im;
+                mirror.im[i] = odd.re - even.im;
             }
-            double* line = lanes + kFftPoint * k + lane;
-            double* mirror = lanes + kFftPoint * (points - k) + lane;
-            putLanes(lineRe, line, kFftPoint);
-            putLanes(lineIm, line + kFftLanes, kFftPoint);
-            putLanes(mirrorRe, mirror, -kFftPoint);
-            putLanes(mirrorIm, mirror + kFftLanes, -kFftPoint);
+            const std::ptrdiff_t place = realParts<Lie::asRegisters>(lane);
+            // The line 0 is its own mirror line, and stays as the line.
+            mirror.put([&](int i)
+                           __attribute__((always_inline)) { return group.mirrorLine(i) + place; });
+            line.put([&](int i) __attribute__((always_inline)) { return group.line(i) + place; });
         }
-    };
-    for (std::ptrdiff_t first = 0; first < points / 2; first += kFftLanes)
-        forGroup(first, twiddles, splitLanes);
-    splitMiddle(re, im, twiddles, points, scale, lanes);
+    }
 }
 
-constexpr LaneFftKernels kTable = {{stage<4, false>, stage<4, true>},
-                                   {stage<8, false>, stage<8, true>},
-                                   lastRadix4,
-                                   joinGroup,
+constexpr LaneFftKernels kTable = {{stage<16, false, true>, stage<16, true, true>},
+                                   {stage<8, false, true>, stage<8, true, true>},
+                                   {stage<8, false, false>, stage<8, true, false>},
+                                   {stage<4, false, false>, stage<4, true, false>},
+                                   join,
                                    joinMiddle,
-                                   split};
+                                   split,
+                                   splitMiddle};
 
 }  // namespace
 
