@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "host/entry/floating_point_mode.h"
 #include "platform/component_runtime.h"
 
 namespace vynpack {
@@ -10,12 +11,14 @@ bool CVynpakmApp::InitInstance(ModuleInstance instance) {
     platform::enableControlHosting();
     runtimeStarted_ = platform::startComponentRuntime();
     registerClassFactories();
+    bool started = true;
     try {
-        return theGlobal().start(instance);
+        started = theGlobal().start(instance);
     } catch (...) {
         // No memory for the library's path: the module starts without the library.
-        return true;
     }
+    FloatingPointMode::forgetStart();
+    return started;
 }
 
 int CVynpakmApp::ExitInstance() noexcept {

@@ -15,6 +15,10 @@ public:
     FloatingPointMode(const FloatingPointMode&) = delete;
     FloatingPointMode& operator=(const FloatingPointMode&) = delete;
 
+    // To be called where the module has started: a C runtime that has set up an x87 unit in its
+    // default mode counts as having used it, which makes every scope of the thread slower.
+    static void forgetStart() noexcept;
+
 private:
     // As the processor stores it; the reserved halves of the first words are not looked at.
     struct X87Environment {
@@ -24,8 +28,9 @@ private:
         std::uint32_t pointers[4];
     };
 
-    X87Environment callersX87_;
+    X87Environment callersX87_;  // where it is not unused
     std::uint32_t callersVector_;
+    bool unused_;  // the x87 unit: as after a start
     bool restarted_;
 };
 

@@ -183,6 +183,42 @@ TEST(FloatingPointMode, ComputesInAHostWhoseStackIsNotEmpty) {
     EXPECT_EQ(third, 1.0L / 3.0L);
 }
 
+// A processor that keeps no record of use, or a start that left another mode, changes nothing here.
+TEST(FloatingPointMode, AUnitThatWasNotUsedIsAsAfterAStartWhateverIsRaisedInside) {
+    volatile long double nothing = 0.0L;
+    long double quotient = 0;
+    asm volatile("fninit");
+    FloatingPointMode::forgetStart();
+    for (int scope = 0; scope < 2; ++scope) {
+        const FloatingPointMode mode;
+        EXPECT_EQ(x87ControlWord(), kX87Default);
+        quotient = 1.0L / nothing;
+        setX87ControlWord(kX87RoundUp24Bit);
+    }
+    const std::uint16_t control = x87ControlWord();
+    const std::uint16_t status = x87StatusWord();
+    EXPECT_EQ(quotient, std::numeric_limits<long double>::infinity());
+    EXPECT_EQ(control, kX87Default);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(x87Tags(), 0xffffU);
+}
+
+TEST(FloatingPointMode, AStartThatIsForgottenLeavesAnotherModeAlone) {
+    std::uint16_t control = 0;
+    std::uint16_t status = 0;
+    {
+        volatile long double three = 3.0L;
+        const HostMode host(kVectorDefault, kX87RoundUp24Bit);
+        volatile long double inexact = 1.0L / three;
+        static_cast<void>(inexact);
+        FloatingPointMode::forgetStart();
+        control = x87ControlWord();
+        status = x87StatusWord();
+    }
+    EXPECT_EQ(control, kX87RoundUp24Bit);
+    EXPECT_NE(status & 0x20, 0);
+}
+
 TEST(FloatingPointMode, FlagsOfTheCallerStayWhateverIsRaisedInside) {
     volatile long double three = 3.0L;
     volatile long double nothing = 0.0L;
