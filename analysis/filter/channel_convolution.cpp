@@ -35,10 +35,9 @@ public:
         const std::size_t widest = std::min(kMostTogether, x_.channels / step * step);
         const std::size_t width = std::max<std::size_t>(widest, 1);
         const std::size_t length = kStretchValues / std::bit_ceil(width);
-        const std::size_t taken = ((before_ + length) * width + kPerLine - 1) / kPerLine * kPerLine;
-        const auto room = allocate(taken + length * width);
-        double* const rows = room.get();
-        double* const made = rows + taken;
+        // (On the stack: an allocation of so much takes longer than the sums of a short block.)
+        alignas(64) double rows[kStretchValues + (kTransformedTaps - 1) * kMostTogether];
+        alignas(64) double made[kStretchValues];
         for (std::size_t start = 0; start < x_.count; start += length) {
             const std::size_t count = std::min(length, x_.count - start);
             for (std::size_t first = 0; first < x_.channels;) {
@@ -75,21 +74,9 @@ public:
     }
 
 private:
-    static constexpr std::size_t kPerLine = 64 / sizeof(double);  // of a cache
-    // From the border of a cache line on, so that registers full of channels straddle none.
-    struct Free {
-        void operator()(double* values) const noexcept {
-            ::operator delete[](values, std::align_val_t{64});
-        }
-    };
-    static std::unique_ptr<double[], Free> allocate(std::size_t count) {
-        return std::unique_ptr<double[], Free>(new (std::align_val_t{64}) double[count]);
-    }
-
     // Doubles that stay in the nearest cache.
     static constexpr std::size_t kStretchValues = 1024;
     static constexpr std::size_t kMostTogether = 16;
-    static_assert(kStretchValues % kOutputsAtOnce == 0);
 
     // Calls body(from, place, n) for the samples of the outputs start..start+count-1 and those
     // before them that the sums reach: n samples lie from `from` on and are the place-th and next.
@@ -115,16 +102,8 @@ private:
     }
 
     void sums(const double* rows, std::size_t channels, std::size_t count, double* made) const {
-        const auto taps = static_cast<std::ptrdiff_t>(c_.size());
-        const double* const x = rows + before_ * channels;
-        if (channels == 1) {
-            const std::size_t whole = count / kOutputsAtOnce;
-            kernels_.outputs(c_.data(), taps, x, made, static_cast<std::ptrdiff_t>(whole));
-            const std::size_t done = whole * kOutputsAtOnce;
-            kernels_.channelOutputs(c_.data(), taps, x + done, 1, made + done, count - done);
-        } else {
-            kernels_.channelOutputs(c_.data(), taps, x, channels, made, count);
-        }
+        kernels_.channelOutputs(c_.data(), static_cast<std::ptrdiff_t>(c_.size()),
+                                rows + before_ * channels, channels, made, count);
     }
 
     void makeBlocks(const OverlapSave& blocks, std::size_t start, std::size_t count,

@@ -10,33 +10,39 @@ using namespace vyn;  // its lanes
 using Group = Registers<8>;
 
 // Groups of eight outputs that are made side by side; a tap serves all of them. As many as the
-// level has registers for. (Their sums are set and stored one by one: as an array the compiler
-// would keep them in memory.)
+// level has registers for.
 constexpr int kGroups = kLanes == 2 ? 1 : kLanes == 4 ? 4 : 8;
 
+// (The sums are set and stored one by one: as an array the compiler would keep them in memory.)
+template <int groups>
 void makeOutputs(const double* c, std::ptrdiff_t taps, const double* x, double* y) {
-    Group sums[kGroups];
+    Group sums[groups];
 #pragma GCC unroll 8
     for (Group& sum : sums)
         sum = Group{};
     for (std::ptrdiff_t j = 0; j < taps; ++j) {
 #pragma GCC unroll 8
-        for (int group = 0; group < kGroups; ++group)
+        for (int group = 0; group < groups; ++group)
             sums[group] = sums[group] + Group::load(x - j + 8 * group) * c[j];
     }
 #pragma GCC unroll 8
-    for (int group = 0; group < kGroups; ++group)
+    for (int group = 0; group < groups; ++group)
         sums[group].store(y + 8 * group);
+}
+
+// As many whole steps as `count` has.
+template <int groups>
+void takeSteps(const double* c, std::ptrdiff_t taps, const double*& x, double*& y,
+               std::size_t& count) {
+    constexpr std::size_t kStep = 8 * groups;
+    for (; count >= kStep; count -= kStep, x += kStep, y += kStep)
+        makeOutputs<groups>(c, taps, x, y);
 }
 
 void outputs(const double* c, std::ptrdiff_t taps, const double* x, double* y,
              std::ptrdiff_t blocks) {
-    constexpr int kStep = 8 * kGroups;
-    for (std::ptrdiff_t left = blocks * kOutputsAtOnce; left > 0; left -= kStep) {
-        makeOutputs(c, taps, x, y);
-        x += kStep;
-        y += kStep;
-    }
+    auto count = static_cast<std::size_t>(blocks * kOutputsAtOnce);
+    takeSteps<kGroups>(c, taps, x, y, count);
 }
 
 // Neighbouring channels in `registers` registers, and `samples` outputs of each side by side: a
@@ -121,6 +127,10 @@ constexpr std::size_t kChannelStep = kLanes > 4 ? 4 : kLanes;
 
 void channelOutputs(const double* c, std::ptrdiff_t taps, const double* x, std::size_t channels,
                     double* y, std::size_t count) {
+    if (channels == 1) {  // neighbouring outputs fill the registers
+        takeSteps<kGroups>(c, taps, x, y, count);
+        takeSteps<1>(c, taps, x, y, count);
+    }
     const auto step = static_cast<std::ptrdiff_t>(channels);
     std::size_t first = 0;
     for (; first + 2 * kLanes <= channels; first += 2 * kLanes)
