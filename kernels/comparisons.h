@@ -12,10 +12,14 @@ namespace {
 #if defined(__AVX512F__)
 using Eight = __m256;
 inline std::uint32_t bitsBelow(Eight a, Eight b) { return _mm256_cmp_ps_mask(a, b, _CMP_LT_OQ); }
+inline std::uint32_t bitsEqual(Eight a, Eight b) { return _mm256_cmp_ps_mask(a, b, _CMP_EQ_OQ); }
 #elif defined(__AVX2__)
 using Eight = __m256;
 inline std::uint32_t bitsBelow(Eight a, Eight b) {
     return static_cast<std::uint32_t>(_mm256_movemask_ps(_mm256_cmp_ps(a, b, _CMP_LT_OQ)));
+}
+inline std::uint32_t bitsEqual(Eight a, Eight b) {
+    return static_cast<std::uint32_t>(_mm256_movemask_ps(_mm256_cmp_ps(a, b, _CMP_EQ_OQ)));
 }
 #else
 struct Eight {
@@ -25,6 +29,10 @@ struct Eight {
 inline std::uint32_t bitsBelow(Eight a, Eight b) {
     return static_cast<std::uint32_t>(_mm_movemask_ps(_mm_cmplt_ps(a.low, b.low)) |
                                       _mm_movemask_ps(_mm_cmplt_ps(a.high, b.high)) << 4);
+}
+inline std::uint32_t bitsEqual(Eight a, Eight b) {
+    return static_cast<std::uint32_t>(_mm_movemask_ps(_mm_cmpeq_ps(a.low, b.low)) |
+                                      _mm_movemask_ps(_mm_cmpeq_ps(a.high, b.high)) << 4);
 }
 #endif
 
@@ -52,6 +60,11 @@ inline std::uint32_t eightBelow(const float* a, float b) {
 }
 inline std::uint32_t eightBelow(float a, const float* b) {
     return bitsBelow(eightOf(a), eightFrom(b));
+}
+
+// Bit i: whether a[i] == b.
+inline std::uint32_t eightEqual(const float* a, float b) {
+    return bitsEqual(eightFrom(a), eightOf(b));
 }
 
 }  // namespace

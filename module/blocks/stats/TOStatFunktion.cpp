@@ -52,12 +52,9 @@ Result StatQuestion::over(Result (SamplePasses::*pass)(SampleRows, int)) const {
     return (functions.passes().*pass)(block.samples, channel);
 }
 
-double StoredStatistic::GetValue(const StatBlock& block, StatFunctions& functions, int channel) {
-    if (IsPending(channel)) {
-        results_[index(channel)] = compute({block, functions, channel});
-        ClearPending(channel);
-    }
-    return results_[index(channel)];
+void StoredStatistic::makeValue(const StatQuestion& asked) {
+    results_[index(asked.channel)] = compute(asked);
+    ClearPending(asked.channel);
 }
 
 int StoredStatistic::InitChannels(int channels) { return allocate(results_, channels, 0.0); }
@@ -189,7 +186,7 @@ namespace {
 
 template <int... statistics>
 auto oneOfEach(std::integer_sequence<int, statistics...>) {
-    return std::array<std::unique_ptr<TOStatFunktion>, kStatistics>{
+    return std::array<std::unique_ptr<StoredStatistic>, kStatistics>{
         std::make_unique<Measure<Statistic{statistics}>>()...};
 }
 

@@ -110,7 +110,10 @@ struct StatQuestion {
 // What all measures have in common: a stored result per channel.
 class StoredStatistic : public TOStatFunktion {
 public:
-    double GetValue(const StatBlock& block, StatFunctions& functions, int channel) final;
+    double GetValue(const StatBlock& block, StatFunctions& functions, int channel) final {
+        if (IsPending(channel)) makeValue({block, functions, channel});
+        return stored(channel);
+    }
     int InitChannels(int channels) override;
 
 protected:
@@ -118,6 +121,8 @@ protected:
     double stored(int channel) const { return results_[index(channel)]; }
 
 private:
+    void makeValue(const StatQuestion& asked);
+
     std::vector<double> results_;
 };
 
@@ -209,7 +214,7 @@ public:
     SamplePasses& passes() { return passes_; }
 
 private:
-    std::array<std::unique_ptr<TOStatFunktion>, kStatistics> functions_;
+    std::array<std::unique_ptr<StoredStatistic>, kStatistics> functions_;
     SamplePasses passes_;
     int channels_ = 0;
 };

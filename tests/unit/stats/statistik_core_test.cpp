@@ -455,23 +455,63 @@ TEST(Statistics, MeasuresRefuseWhatMemoryDoesNotHold) {
     EXPECT_EQ(indexed.GetIndex(2), 0);
 }
 
-// The walks of sums and of mean terms are one where the block before has asked for both.
+// The walks of sums and of mean terms are one where the block before has asked for both, and share
+// their work with the deviations where it has asked for those as well.
 TEST(Statistics, WhatIsAskedForLeavesTheBitsOfAMeasureAlone) {
     for (const int channels : {1, 3, 8}) {
-        const auto values = noise(static_cast<std::size_t>(2003 * channels), 27, 1e-3F, 1e3F);
-        for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
-            const SampleRows rows{values, channels};
-            SamplePasses sums(level);
-            SamplePasses means(level);
-            SamplePasses both(level);
-            for (int block = 0; block < 2; ++block) {
-                for (SamplePasses* passes : {&sums, &means, &both})
-                    passes->forget();
-                for (int c = 0; c < channels; ++c) {
-                    EXPECT_EQ(both.productOfRoots(rows, c), means.productOfRoots(rows, c));
-                    EXPECT_EQ(both.sumOfReciprocals(rows, c), means.sumOfReciprocals(rows, c));
-                    EXPECT_EQ(both.sum(rows, c), sums.sum(rows, c));
-                    EXPECT_EQ(both.sumOfSquares(rows, c), sums.sumOfSquares(rows, c));
+        for (const int samples : {0, 1, 2, 3, 15, 16, 17, 33, 256, 2003, 4099}) {
+            const auto values =
+                noise(static_cast<std::size_t>(samples * channels), 27, 1e-3F, 1e3F);
+            for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
+                const SampleRows rows{values, channels};
+                SamplePasses sums(level);
+                SamplePasses means(level);
+                SamplePasses both(level);
+                SamplePasses deviations(level);
+                SamplePasses all(level);
+                for (int block = 0; block < 2; ++block) {
+                    for (SamplePasses* passes : {&sums, &means, &both, &deviations, &all})
+                        passes->forget();
+                    for (int c = 0; c < channels; ++c) {
+                        for (SamplePasses* passes : {&both, &all}) {
+                            EXPECT_EQ(passes->productOfRoots(rows, c),
+                                      means.productOfRoots(rows, c));
+                            EXPECT_EQ(passes->sumOfReciprocals(rows, c),
+                                      means.sumOfReciprocals(rows, c));
+                            EXPECT_EQ(passes->sum(rows, c), sums.sum(rows, c));
+                            EXPECT_EQ(passes->sumOfSquares(rows, c), sums.sumOfSquares(rows, c));
+                        }
+                        if (samples == 0) continue;  // no mean to deviate from
+                        EXPECT_EQ(all.sumOfSquaredDeviations(rows, c),
+                                  deviations.sumOfSquaredDeviations(rows, c));
+                        EXPECT_EQ(all.sumOfDeviations(rows, c),
+                                  deviations.sumOfDeviations(rows, c));
+                    }
+                }
+            }
+        }
+    }
+}
+
+// Equal extremes, numbers that cannot be ranked and ends of blocks at every place.
+TEST(Statistics, TheFirstExtremeIsFoundWhereverItLies) {
+    for (const std::size_t n : {1U, 5U, 8U, 31U, 40U, 300U, 1100U}) {
+        for (std::size_t first = 0; first<n; first += n> 100 ? 37 : 1) {
+            const std::size_t second = (first * 7 + 3) % n;
+            std::vector<float> values(n, std::nanf(""));
+            for (std::size_t i = 0; i < n; i += 3)
+                values[i] = 0.5F;
+            for (const float sign : {1.0F, -1.0F}) {
+                values[first] = sign;
+                values[second] = sign;
+                for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
+                    SamplePasses passes(level);
+                    const SampleRows rows{values, 1};
+                    const Extreme found =
+                        sign > 0 ? passes.maximum(rows, 0) : passes.minimum(rows, 0);
+                    EXPECT_TRUE(found.found);
+                    EXPECT_EQ(found.value, sign);
+                    EXPECT_EQ(found.index, static_cast<int>(std::min(first, second)));
                 }
             }
         }

@@ -1,5 +1,8 @@
 #include "blocks/stats/core/statistic_kernels.h"
 
+#include <bit>
+
+#include "kernels/comparisons.h"
 #include "kernels/exponential.h"
 #include "kernels/lanes.h"
 
@@ -70,17 +73,31 @@ inline void addOf(const float* x, std::size_t rows, std::size_t channels, std::s
     }
 }
 
+// Of one channel, neighbouring samples that go through a register; of the widest but half, since
+// the processor adds numbers of their own at half the speed beside those.
+constexpr int kSide = kLanes > 4 ? 4 : kLanes;
+using Row = Lanes<kSide>;
+
+// What lanes have gathered of one channel.
+template <class Bits, class Floats>
+inline void takeLanes(Bits exponents, Floats lowest, Floats highest, const StatisticSums& sums) {
+    for (int i = 0; i < kSide; ++i) {
+        *sums.exponents += static_cast<std::int64_t>(exponents[i]);
+        *sums.lowest = lowest[i] < *sums.lowest ? lowest[i] : *sums.lowest;
+        *sums.highest = highest[i] > *sums.highest ? highest[i] : *sums.highest;
+    }
+}
+
 // One channel: the terms of some neighbouring samples are made side by side, then added one after
 // the other. Four sums and products run beside each other, each waiting for itself alone.
 template <unsigned terms>
 inline void addOfOne(const float* x, std::size_t rows, const StatisticSums& sums) {
-    using Full = Lanes<kLanes>;
-    using Floats = Full::Floats;
-    using Doubles = Full::Doubles;
-    using Bits = Full::Bits;
+    using Floats = Row::Floats;
+    using Doubles = Row::Doubles;
+    using Bits = Row::Bits;
     constexpr bool samples = (terms & kSamples) != 0;
     constexpr bool means = (terms & kMeanTerms) != 0;
-    const std::size_t whole = rows / kLanes * kLanes;
+    const std::size_t whole = rows / kSide * kSide;
     double sum = samples ? *sums.sum : 0.0;
     double squares = samples ? *sums.squares : 0.0;
     double reciprocals = means ? *sums.reciprocals : 0.0;
@@ -88,14 +105,14 @@ inline void addOfOne(const float* x, std::size_t rows, const StatisticSums& sums
     Bits exponents{};
     Floats lowest = Floats{} + (means ? *sums.lowest : 0.0F);
     Floats highest = Floats{} + (means ? *sums.highest : 0.0F);
-    for (std::size_t k = 0; k < whole; k += kLanes) {
+    for (std::size_t k = 0; k < whole; k += kSide) {
         const auto sample = load<Floats>(x + k);
         const auto wide = converted<Doubles>(sample);
         if constexpr (samples) {
             const Floats square = sample * sample;
             const auto wideSquare = converted<Doubles>(square);
 #pragma GCC unroll 8
-            for (int i = 0; i < kLanes; ++i) {
+            for (int i = 0; i < kSide; ++i) {
                 sum += wide[i];
                 squares += wideSquare[i];
             }
@@ -109,7 +126,7 @@ inline void addOfOne(const float* x, std::size_t rows, const StatisticSums& sums
             lowest = sample < lowest ? sample : lowest;
             highest = sample > highest ? sample : highest;
 #pragma GCC unroll 8
-            for (int i = 0; i < kLanes; ++i) {
+            for (int i = 0; i < kSide; ++i) {
                 reciprocals += wideReciprocal[i];
                 mantissa *= mantissas[i];
             }
@@ -122,11 +139,7 @@ inline void addOfOne(const float* x, std::size_t rows, const StatisticSums& sums
     if constexpr (means) {
         *sums.reciprocals = reciprocals;
         *sums.mantissas = mantissa;
-        for (int i = 0; i < kLanes; ++i) {
-            *sums.exponents += static_cast<std::int64_t>(exponents[i]);
-            *sums.lowest = lowest[i] < *sums.lowest ? lowest[i] : *sums.lowest;
-            *sums.highest = highest[i] > *sums.highest ? highest[i] : *sums.highest;
-        }
+        takeLanes(exponents, lowest, highest, sums);
     }
     addOf<terms, 1>(x + whole, rows - whole, 1, 0, sums);
 }
@@ -260,6 +273,76 @@ void findExtremes(const float* x, std::size_t rows, std::size_t columns, float* 
     takeAll(Columns<1>{});
 }
 
+// The place of the first x[i] == value from `from` on, which there is.
+std::size_t placeOf(const float* x, std::size_t rows, std::size_t from, float value) {
+    for (; from + 8 <= rows; from += 8)
+        if (const std::uint32_t found = eightEqual(x + from, value); found != 0)
+            return from + static_cast<std::size_t>(std::countr_zero(found));
+    while (x[from] != value)
+        ++from;
+    return from;
+}
+
+// Neighbouring samples take the columns. No branch asks for a sample's value, as no processor could
+// foretell the answer.
+void findExtremesOfOne(const float* x, std::size_t rows, std::size_t* highest,
+                       std::size_t* lowest) {
+    constexpr int kColumns = 2 * kLanes;
+    constexpr std::int32_t kNowhere = 0x7fffffff;
+    const float none = __builtin_inff();
+    float highs[kColumns];
+    float lows[kColumns];
+    std::int32_t highSpans[kColumns];
+    std::int32_t lowSpans[kColumns];
+    for (int i = 0; i < kColumns; ++i) {
+        highs[i] = -none;
+        lows[i] = none;
+        highSpans[i] = kNowhere;
+        lowSpans[i] = kNowhere;
+    }
+    const std::size_t whole = rows / kColumns;
+    findExtremesOf<kColumns>(x, whole, kColumns, highs, highSpans, lows, lowSpans);
+    float high = highs[0];
+    float low = lows[0];
+    for (int i = 1; i < kColumns; ++i) {
+        high = highs[i] > high ? highs[i] : high;
+        low = lows[i] < low ? lows[i] : low;
+    }
+    std::int32_t highSpan = kNowhere;
+    std::int32_t lowSpan = kNowhere;
+    for (int i = 0; i < kColumns; ++i) {
+        const std::int32_t h = highs[i] == high ? highSpans[i] : kNowhere;
+        const std::int32_t l = lows[i] == low ? lowSpans[i] : kNowhere;
+        highSpan = h < highSpan ? h : highSpan;
+        lowSpan = l < lowSpan ? l : lowSpan;
+    }
+    constexpr std::size_t kSpanLength = StatisticKernels::kSpan * kColumns;
+    std::size_t highFrom = static_cast<std::size_t>(highSpan) * kSpanLength;
+    std::size_t lowFrom = static_cast<std::size_t>(lowSpan) * kSpanLength;
+    for (std::size_t i = whole * kColumns; i < rows; ++i) {
+        highFrom = x[i] > high ? i : highFrom;
+        high = x[i] > high ? x[i] : high;
+        lowFrom = x[i] < low ? i : lowFrom;
+        low = x[i] < low ? x[i] : low;
+    }
+    *highest = high == -none ? rows : placeOf(x, rows, highFrom, high);
+    *lowest = low == none ? rows : placeOf(x, rows, lowFrom, low);
+}
+
+template <class Doubles>
+struct TwoTerms {
+    Doubles first;
+    Doubles second;
+};
+
+// The squared and the absolute deviation.
+template <class Doubles, class Floats>
+inline TwoTerms<Doubles> deviationsOf(Floats sample, Doubles mean) {
+    const Doubles difference = converted<Doubles>(sample) - mean;
+    const Doubles reverse = -difference;
+    return {difference * difference, reverse > difference ? reverse : difference};
+}
+
 void addDeviations(const float* x, std::size_t rows, std::size_t channels, const double* mean,
                    double* squares, double* absolutes) {
     forEachLaneGroup(channels, [=]<int lanes>(Lanes<lanes>, std::size_t first) {
@@ -270,19 +353,93 @@ void addDeviations(const float* x, std::size_t rows, std::size_t channels, const
         auto a = load<Doubles>(absolutes + first);
         const float* row = x + first;
         for (std::size_t k = 0; k < rows; ++k, row += channels) {
-            const Doubles difference = converted<Doubles>(load<Floats>(row)) - m;
-            s += difference * difference;
-            const Doubles reverse = -difference;
-            a += reverse > difference ? reverse : difference;
+            const auto terms = deviationsOf(load<Floats>(row), m);
+            s += terms.first;
+            a += terms.second;
         }
         store(s, squares + first);
         store(a, absolutes + first);
     });
 }
 
-constexpr StatisticKernels kTable = {add<kSamples>,    add<kMeanTerms>, add<kSamples | kMeanTerms>,
-                                     takeOutExponents, takeRoots,       findExtremes,
-                                     addDeviations};
+// Of one channel the sums of two terms of each of 2 * steps * kBeside samples and, beside them, the
+// mean terms of half as many others: a product is ready twice as late as a sum. The terms go
+// through memory, as there is but one way from a lane to another.
+constexpr std::size_t kBeside = 8;
+
+template <class Terms>
+inline void addBeside(const float* x, const float* others, std::size_t steps,
+                      const StatisticSums& sums, double* firsts, double* seconds, Terms termsOf) {
+    using Floats = Row::Floats;
+    using Bits = Row::Bits;
+    alignas(64) double first[2 * kBeside];
+    alignas(64) double second[2 * kBeside];
+    alignas(64) double reciprocal[kBeside];
+    alignas(64) double mantissa[kBeside];
+    TwoTerms<double> sum{*firsts, *seconds};
+    double reciprocals = *sums.reciprocals;
+    double mantissas = *sums.mantissas;
+    Bits exponents{};
+    Floats lowest = Floats{} + *sums.lowest;
+    Floats highest = Floats{} + *sums.highest;
+    for (; steps > 0; --steps, x += 2 * kBeside, others += kBeside) {
+        for (std::size_t i = 0; i < 2 * kBeside; i += kSide) {
+            const TwoTerms<Row::Doubles> terms = termsOf(load<Floats>(x + i));
+            store(terms.first, first + i);
+            store(terms.second, second + i);
+        }
+        for (std::size_t i = 0; i < kBeside; i += kSide) {
+            const auto sample = load<Floats>(others + i);
+            store(converted<Row::Doubles>(Floats(1.0F / sample)), reciprocal + i);
+            const auto bits = __builtin_bit_cast(Bits, converted<Row::Doubles>(sample));
+            store(mantissaOf<Row::Doubles>(bits), mantissa + i);
+            exponents += bits >> kMantissaLength;
+            lowest = sample < lowest ? sample : lowest;
+            highest = sample > highest ? sample : highest;
+        }
+        // (The compiler would take the terms from registers all the same.)
+        asm volatile("" : "+m"(first), "+m"(second), "+m"(reciprocal), "+m"(mantissa));
+        for (std::size_t i = 0; i < kBeside; ++i) {
+            sum.first += first[2 * i];
+            sum.second += second[2 * i];
+            sum.first += first[2 * i + 1];
+            sum.second += second[2 * i + 1];
+            reciprocals += reciprocal[i];
+            mantissas *= mantissa[i];
+        }
+    }
+    *firsts = sum.first;
+    *seconds = sum.second;
+    *sums.reciprocals = reciprocals;
+    *sums.mantissas = mantissas;
+    takeLanes(exponents, lowest, highest, sums);
+}
+
+void addSamplesBeside(const float* x, const float* others, std::size_t count,
+                      const StatisticSums& sums) {
+    const std::size_t whole = count / kBeside * kBeside;
+    addBeside(x, others, count / kBeside, sums, sums.sum, sums.squares, [](Row::Floats sample) {
+        return TwoTerms<Row::Doubles>{converted<Row::Doubles>(sample),
+                                      converted<Row::Doubles>(Row::Floats(sample * sample))};
+    });
+    addOfOne<kSamples>(x + 2 * whole, 2 * (count - whole), sums);
+    addOfOne<kMeanTerms>(others + whole, count - whole, sums);
+}
+
+void addDeviationsBeside(const float* x, const float* others, std::size_t count, double mean,
+                         double* squares, double* absolutes, const StatisticSums& sums) {
+    const std::size_t whole = count / kBeside * kBeside;
+    addBeside(
+        x, others, count / kBeside, sums, squares, absolutes,
+        [mean = Row::Doubles{} + mean](Row::Floats sample) { return deviationsOf(sample, mean); });
+    addDeviations(x + 2 * whole, 2 * (count - whole), 1, &mean, squares, absolutes);
+    addOfOne<kMeanTerms>(others + whole, count - whole, sums);
+}
+
+constexpr StatisticKernels kTable = {
+    add<kSamples>,    add<kMeanTerms>,    add<kSamples | kMeanTerms>, takeOutExponents,
+    takeRoots,        findExtremes,       findExtremesOfOne,          addDeviations,
+    addSamplesBeside, addDeviationsBeside};
 
 }  // namespace
 

@@ -48,9 +48,21 @@ struct StatisticKernels {
     static constexpr std::size_t kSpan = 32;
     void (*findExtremes)(const float* x, std::size_t rows, std::size_t columns, float* highest,
                          std::int32_t* highSpans, float* lowest, std::int32_t* lowSpans);
+    // Of one channel: the places of the first of its largest and of its smallest samples, or `rows`
+    // where none can be ranked.
+    void (*findExtremesOfOne)(const float* x, std::size_t rows, std::size_t* highest,
+                              std::size_t* lowest);
     // squares[c] += (x - mean[c])^2, absolutes[c] += |x - mean[c]|
     void (*addDeviations)(const float* x, std::size_t rows, std::size_t channels,
                           const double* mean, double* squares, double* absolutes);
+
+    // Of one channel: what addSamples does for 2 * count samples and what addMeanTerms does for
+    // `count` others, in one walk.
+    void (*addSamplesBeside)(const float* x, const float* others, std::size_t count,
+                             const StatisticSums& sums);
+    // The same with addDeviations.
+    void (*addDeviationsBeside)(const float* x, const float* others, std::size_t count, double mean,
+                                double* squares, double* absolutes, const StatisticSums& sums);
 
     static const StatisticKernels baseline, avx2, avx512;
 };

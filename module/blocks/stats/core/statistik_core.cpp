@@ -37,9 +37,7 @@ bool SamplePasses::isDue(Pass pass, SampleRows block) {
 void SamplePasses::makeTerms(Pass pass, SampleRows block) {
     if (!isDue(pass, block)) return;
     const unsigned due = (pass | (madeBefore_ & (kSums | kMeanTerms))) & ~made_;
-    const StatisticKernels& kernels = vyn::kernelsAt<StatisticKernels>(level_);
     const auto channels = static_cast<std::size_t>(block.channels);
-    const auto rows = static_cast<std::size_t>(block.rows());
     if ((due & kSums) != 0) {
         sum_.assign(channels, 0.0);
         squares_.assign(channels, 0.0);
@@ -51,21 +49,66 @@ void SamplePasses::makeTerms(Pass pass, SampleRows block) {
         lowest_.assign(channels, std::numeric_limits<float>::infinity());
         highest_.assign(channels, -std::numeric_limits<float>::infinity());
     }
-    const StatisticSums sums{sum_.data(),       squares_.data(),   reciprocals_.data(),
-                             mantissas_.data(), exponents_.data(), lowest_.data(),
-                             highest_.data()};
+    if (due == (kSums | kMeanTerms) && channels == 1 && (madeBefore_ & kDeviations) != 0) {
+        addAllOfOne(block);
+        made_ |= kDeviations;
+    } else {
+        addTerms(due, block);
+    }
+    made_ |= due;
+    if ((due & kMeanTerms) != 0) finishMeanTerms(block);
+}
+
+StatisticSums SamplePasses::sums() noexcept {
+    return {sum_.data(),       squares_.data(), reciprocals_.data(), mantissas_.data(),
+            exponents_.data(), lowest_.data(),  highest_.data()};
+}
+
+void SamplePasses::addTerms(unsigned due, SampleRows block) {
+    const StatisticKernels& kernels = vyn::kernelsAt<StatisticKernels>(level_);
+    const auto channels = static_cast<std::size_t>(block.channels);
+    const auto rows = static_cast<std::size_t>(block.rows());
     const auto add = due == kSums        ? kernels.addSamples
                      : due == kMeanTerms ? kernels.addMeanTerms
                                          : kernels.addAll;
     constexpr std::size_t kStep = StatisticKernels::kMostFactors;
     for (std::size_t done = 0; done < rows; done += kStep) {
         const std::size_t taken = std::min(kStep, rows - done);
-        add(block.values.data() + done * channels, taken, channels, sums);
+        add(block.values.data() + done * channels, taken, channels, sums());
         if ((due & kMeanTerms) != 0)
             kernels.takeOutExponents(mantissas_.data(), exponents_.data(), channels);
     }
-    made_ |= due;
-    if ((due & kMeanTerms) != 0) finishMeanTerms(block);
+}
+
+// The deviations need the sum, which needs a walk of its own; the mean terms, which take as long as
+// both, are made half beside the one, half beside the other.
+void SamplePasses::addAllOfOne(SampleRows block) {
+    const StatisticKernels& kernels = vyn::kernelsAt<StatisticKernels>(level_);
+    const auto rows = static_cast<std::size_t>(block.rows());
+    const std::size_t half = rows / 2;
+    const std::size_t odd = rows % 2;
+    const float* const x = block.values.data();
+    const float* const last = x + 2 * half;
+    const auto inSteps = [&](auto add) {
+        constexpr std::size_t kStep = StatisticKernels::kMostFactors;
+        for (std::size_t done = 0; done < half; done += kStep) {
+            add(done, std::min(kStep, half - done));
+            kernels.takeOutExponents(mantissas_.data(), exponents_.data(), 1);
+        }
+    };
+    inSteps([&](std::size_t done, std::size_t count) {
+        kernels.addSamplesBeside(x + 2 * done, x + done, count, sums());
+    });
+    kernels.addSamples(last, odd, 1, sums());
+    startDeviations(block);
+    inSteps([&](std::size_t done, std::size_t count) {
+        kernels.addDeviationsBeside(x + 2 * done, x + half + done, count, mean_[0],
+                                    squaredDeviations_.data(), deviations_.data(), sums());
+    });
+    kernels.addDeviations(last, odd, 1, mean_.data(), squaredDeviations_.data(),
+                          deviations_.data());
+    kernels.addMeanTerms(last, odd, 1, sums());
+    kernels.takeOutExponents(mantissas_.data(), exponents_.data(), 1);
 }
 
 void SamplePasses::finishMeanTerms(SampleRows block) {
@@ -94,11 +137,29 @@ void SamplePasses::makeExtremes(SampleRows block) {
     const auto rows = static_cast<std::size_t>(block.rows());
     maximum_.assign(channels, {});
     minimum_.assign(channels, {});
-    const std::size_t fold = std::max<std::size_t>(1, kWideRow / channels);
-    const std::size_t folded = rows / fold * fold;
-    if (folded > 0) findExtremes(block, 0, folded, fold);
-    if (folded < rows) findExtremes(block, folded, rows - folded, 1);
+    if (channels == 1) {
+        findExtremesOfOne(block);
+    } else {
+        const std::size_t fold = std::max<std::size_t>(1, kWideRow / channels);
+        const std::size_t folded = rows / fold * fold;
+        if (folded > 0) findExtremes(block, 0, folded, fold);
+        if (folded < rows) findExtremes(block, folded, rows - folded, 1);
+    }
     made_ |= kExtremes;
+}
+
+void SamplePasses::findExtremesOfOne(SampleRows block) {
+    const auto rows = static_cast<std::size_t>(block.rows());
+    std::size_t highest = rows;
+    std::size_t lowest = rows;
+    vyn::kernelsAt<StatisticKernels>(level_).findExtremesOfOne(block.values.data(), rows, &highest,
+                                                               &lowest);
+    const auto at = [&](std::size_t place) {
+        return place == rows ? Extreme{}
+                             : Extreme{true, block.values[place], static_cast<std::int32_t>(place)};
+    };
+    maximum_[0] = at(highest);
+    minimum_[0] = at(lowest);
 }
 
 void SamplePasses::findExtremes(SampleRows block, std::size_t firstRow, std::size_t rows,
@@ -142,16 +203,22 @@ void SamplePasses::findExtremes(SampleRows block, std::size_t firstRow, std::siz
 void SamplePasses::makeDeviations(SampleRows block) {
     if (!isDue(kDeviations, block)) return;
     makeTerms(kSums, block);
+    if ((made_ & kDeviations) != 0) return;
+    startDeviations(block);
+    vyn::kernelsAt<StatisticKernels>(level_).addDeviations(
+        block.values.data(), static_cast<std::size_t>(block.rows()),
+        static_cast<std::size_t>(block.channels), mean_.data(), squaredDeviations_.data(),
+        deviations_.data());
+    made_ |= kDeviations;
+}
+
+void SamplePasses::startDeviations(SampleRows block) {
     const auto channels = static_cast<std::size_t>(block.channels);
     mean_.resize(channels);
     for (std::size_t c = 0; c < channels; ++c)
         mean_[c] = sum_[c] / block.rows();
     squaredDeviations_.assign(channels, 0.0);
     deviations_.assign(channels, 0.0);
-    vyn::kernelsAt<StatisticKernels>(level_).addDeviations(
-        block.values.data(), static_cast<std::size_t>(block.rows()), channels, mean_.data(),
-        squaredDeviations_.data(), deviations_.data());
-    made_ |= kDeviations;
 }
 
 double SamplePasses::sum(SampleRows block, int channel) {

@@ -7,6 +7,7 @@
 #include <span>
 #include <vector>
 
+#include "blocks/stats/core/statistic_kernels.h"
 #include "kernels/level.h"
 
 namespace vynpack {
@@ -14,10 +15,19 @@ namespace vynpack {
 // Interleaved samples: sample k of channel c is values[k * channels + c]. Values behind the last
 // whole row do not count.
 struct SampleRows {
+    SampleRows() = default;
+    SampleRows(std::span<const float> samples, int channelCount)
+        : values(samples),
+          channels(channelCount),
+          rows_(static_cast<int>(samples.size()) / channelCount) {}
+
     std::span<const float> values;
     int channels = 1;  // at least 1
 
-    int rows() const { return static_cast<int>(values.size()) / channels; }
+    int rows() const { return rows_; }
+
+private:
+    int rows_ = 0;  // asked for many times: a division each
 };
 
 // The largest or smallest sample of a channel.
@@ -56,13 +66,19 @@ private:
 
     // True the first time it is asked for this block.
     bool isDue(Pass pass, SampleRows block);
-    // Makes these passes and, in the same walk, those of sums and mean terms that the block before
-    // needed as well.
+    // Makes these passes and, in the same walk, those of sums and mean terms (of one channel with
+    // the deviations) that the block before needed as well.
     void makeTerms(Pass pass, SampleRows block);
+    void addTerms(unsigned due, SampleRows block);
+    // Of one channel, the deviations included.
+    void addAllOfOne(SampleRows block);
+    StatisticSums sums() noexcept;
     void finishMeanTerms(SampleRows block);
     void makeExtremes(SampleRows block);
+    void findExtremesOfOne(SampleRows block);
     void findExtremes(SampleRows block, std::size_t firstRow, std::size_t rows, std::size_t fold);
     void makeDeviations(SampleRows block);
+    void startDeviations(SampleRows block);
 
     vyn::KernelLevel level_;
     unsigned made_ = 0;
