@@ -277,7 +277,11 @@ Section blockForm(const OrderedSection& section) {
         b[j + 1] = a[j] + sigma * b[j];
     }
 
-    const auto rounded = [](Real value) { return static_cast<double>(value); };
+    // Denormals as the filters read them, so that no weight is one.
+    const auto rounded = [](Real value) {
+        const auto number = static_cast<double>(value);
+        return std::fpclassify(number) == FP_SUBNORMAL ? std::copysign(0.0, number) : number;
+    };
     Section result{};
     Real h[kGroup] = {d};
     for (int j = 0; j < kGroup; ++j) {
@@ -330,6 +334,26 @@ std::vector<SectionQuad> sideBySide(std::span<const Section> sections) {
     return quads;
 }
 
+std::vector<LaneSection> forLanes(std::span<const Section> sections) {
+    std::vector<LaneSection> lanes(sections.size());
+    for (std::size_t k = 0; k < sections.size(); ++k) {
+        const Section& section = sections[k];
+        for (int lane = 0; lane < 2; ++lane) {
+            for (int i = 0; i < kGroup; ++i) {
+                lanes[k].direct[i][lane] = section.fromInput[0][i];
+                for (int r = 0; r < 2; ++r) {
+                    lanes[k].fromState[r][i][lane] = section.fromState[r][i];
+                    lanes[k].intoState[i][r][lane] = section.intoState[i][r];
+                }
+            }
+            for (int t = 0; t < 2; ++t)
+                for (int r = 0; r < 2; ++r)
+                    lanes[k].advance[t][r][lane] = section.advance[t][r];
+        }
+    }
+    return lanes;
+}
+
 }  // namespace
 
 std::optional<Cascade> Cascade::fromRoots(const Roots& roots) {
@@ -345,6 +369,7 @@ std::optional<Cascade> Cascade::fromRoots(const Roots& roots) {
         if (!isFinite(design->sections.back())) return std::nullopt;
     }
     design->quads = sideBySide(design->sections);
+    design->lanes = forLanes(design->sections);
     cascade.states_.resize(design->sections.size());
     cascade.design_ = design;
     return cascade;
@@ -413,22 +438,35 @@ void Cascade::runGroups(const SectionKernels& kernels, const double* x, double* 
     }
 }
 
-void Cascade::runTogether(std::span<Cascade* const> cascades, double* samples, int n,
-                          vyn::KernelLevel level) noexcept {
-    SectionState* states[kMostTogether];
-    for (std::size_t c = 0; c < cascades.size(); ++c)
-        states[c] = cascades[c]->states_.data();
-    const auto& sections = cascades[0]->design_->sections;
-    vyn::kernelsAt<SectionKernels>(level).runChannels(
-        sections.data(), static_cast<int>(sections.size()), states,
-        static_cast<int>(cascades.size()), samples, n / kGroup);
-}
-
 bool Cascade::canRunTogether(std::span<Cascade* const> cascades) noexcept {
     const auto& design = cascades[0]->design_;
     return design && std::all_of(cascades.begin(), cascades.end(), [&](const Cascade* cascade) {
                return cascade->design_ == design && cascade->phase_ == 0;
            });
+}
+
+void Cascade::takeStates(std::span<Cascade* const> cascades, double* states) noexcept {
+    const std::size_t count = cascades.size();
+    for (std::size_t c = 0; c < count; ++c) {
+        double* to = states + c;
+        for (const SectionState& state : cascades[c]->states_) {
+            to[0] = state.s[0];
+            to[count] = state.s[1];
+            to += 2 * count;
+        }
+    }
+}
+
+void Cascade::giveStates(std::span<Cascade* const> cascades, const double* states) noexcept {
+    const std::size_t count = cascades.size();
+    for (std::size_t c = 0; c < count; ++c) {
+        const double* from = states + c;
+        for (SectionState& state : cascades[c]->states_) {
+            state.s[0] = from[0];
+            state.s[1] = from[count];
+            from += 2 * count;
+        }
+    }
 }
 
 void Cascade::shareDesign(const Cascade& other) noexcept {

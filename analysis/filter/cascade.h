@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "design/roots.h"
+#include "filter/lane_section_kernels.h"
 #include "filter/section.h"
 #include "kernels/level.h"
 
@@ -27,15 +28,14 @@ public:
     void run(const double* x, double* y, int n,
              vyn::KernelLevel level = vyn::kernelLevel()) noexcept;
 
-    static constexpr std::size_t kMostTogether = 16;
-    // Filters up to so many channels side by side, in place: sample i of cascade c is samples[i *
-    // count + c], for n samples, whole groups. The same bits as `run`. For cascades that
-    // `canRunTogether`, a multiple of the level's SectionKernels::channelStep.
-    static void runTogether(std::span<Cascade* const> cascades, double* samples, int n,
-                            vyn::KernelLevel level) noexcept;
-
-    // Whether all are of one design, by shareDesign, and at the start of a group.
+    // Whether all are of one design, by shareDesign, and at the start of a group: what it takes to
+    // run them side by side.
     static bool canRunTogether(std::span<Cascade* const> cascades) noexcept;
+    // Their states side by side, as LaneSectionKernels::Channels has them, and back.
+    static void takeStates(std::span<Cascade* const> cascades, double* states) noexcept;
+    static void giveStates(std::span<Cascade* const> cascades, const double* states) noexcept;
+    // Of a cascade that has sections.
+    std::span<const LaneSection> laneSections() const noexcept { return design_->lanes; }
 
     // Takes the other's design for its own where both are equal; the state stays.
     void shareDesign(const Cascade& other) noexcept;
@@ -47,10 +47,12 @@ public:
     int toNextGroup() const noexcept { return (kGroup - phase_) % kGroup; }
 
 private:
-    // The same sections twice: one by one, and four neighbours side by side.
+    // The same sections thrice: one by one, four neighbours side by side, and for channels in
+    // lanes.
     struct Design {
         std::vector<Section> sections;
         std::vector<SectionQuad> quads;
+        std::vector<LaneSection> lanes;
     };
 
     void runEach(const SectionKernels& kernels, const double* x, double* y, int n) noexcept;

@@ -1,89 +1,129 @@
 #include "filter/channel_filter.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstddef>
 
 #include "filter/channel_kernels.h"
 #include "filter/floating_point.h"
+#include "filter/lane_section_kernels.h"
 
 namespace ovanlys {
 namespace {
 
-// Samples are worked on in stretches that stay in the nearest cache: converted, filtered,
-// converted back.
-constexpr std::size_t kStretchValues = 1024;
-constexpr std::size_t kValuesPerLine = 64 / sizeof(float);  // of a cache
-// Data blocks of more values come from memory that is worth asking for early.
-constexpr std::size_t kMostValuesNear = 128 * 1024;
-static_assert(kStretchValues / Cascade::kMostTogether % kGroup == 0);
+// Samples of all channels are worked on in stretches that stay in the nearest cache, or in the
+// next.
+constexpr std::size_t kStretchValues = 8192;
+constexpr std::size_t kLeastStretch = 64;   // samples of each channel
+constexpr std::size_t kMostStretch = 1024;  // of one that is filtered alone, in a row of doubles
+// Groups and channels that are filtered into doubles first.
+constexpr std::size_t kRowValues = 1024;
+constexpr std::size_t kMostStates = 1024;
 
 class ChannelStretches {
 public:
     ChannelStretches(std::span<FilterObject* const> objects, vyn::KernelLevel level)
         : objects_(objects),
           level_(level),
-          kernels_(vyn::kernelsAt<ChannelKernels>(level)),
-          step_(static_cast<std::size_t>(vyn::kernelsAt<SectionKernels>(level).channelStep)),
-          widest_(std::min(Cascade::kMostTogether, objects.size() / step_ * step_)) {}
+          kernels_(vyn::kernelsAt<LaneSectionKernels>(level)),
+          convert_(vyn::kernelsAt<ChannelKernels>(level)) {}
 
     // Samples of each channel that a stretch has room for, whole groups.
     int length() const noexcept {
-        const std::size_t channels = std::bit_ceil(std::max<std::size_t>(widest_, 1));
-        return static_cast<int>(kStretchValues / channels);
+        const std::size_t samples = kStretchValues / objects_.size() / kGroup * kGroup;
+        return static_cast<int>(std::clamp(samples, kLeastStretch, kMostStretch));
     }
 
-    // Up to so many samples of all channels. If told so, memory that the next ones lie in, and that
-    // these go to, is fetched while they are filtered.
-    void filter(const float* in, int count, float* out, bool fetches) const noexcept {
-        const std::size_t values = static_cast<std::size_t>(count) * objects_.size();
-        for (std::size_t i = 0; fetches && i < values; i += kValuesPerLine) {
-            __builtin_prefetch(in + values + i, 0);
-            __builtin_prefetch(out + i, 1);
-        }
+    // Up to so many samples of all channels.
+    void filter(const float* in, int count, float* out) const noexcept {
         for (std::size_t first = 0; first < objects_.size();) {
-            Cascade* cascades[Cascade::kMostTogether];
+            Cascade* cascades[LaneSectionKernels::kMostChannels];
             const auto together = channelsFrom(first, count, cascades);
-            filterSome(together, in + first, count, out + first);
-            first += together.size();
+            if (together.empty()) {
+                filterOne(objects_[first]->cascade(), in + first, count, out + first);
+                ++first;
+            } else {
+                filterTogether(together, in + first, count / kGroup, out + first);
+                first += together.size();
+            }
         }
     }
 
 private:
-    // The channels from `first` on that can be taken side by side, or one.
+    // The channels from `first` on that can be taken side by side.
     std::span<Cascade* const> channelsFrom(
-        std::size_t first, int count, Cascade* (&cascades)[Cascade::kMostTogether]) const noexcept {
-        const std::size_t left = objects_.size() - first;
-        const std::size_t most = std::min(left / step_ * step_, widest_);
-        for (std::size_t c = 0; c < std::max<std::size_t>(most, 1); ++c)
+        std::size_t first, int count,
+        Cascade* (&cascades)[LaneSectionKernels::kMostChannels]) const noexcept {
+        const auto sections = static_cast<std::size_t>(objects_[first]->cascade().sectionCount());
+        if (sections == 0 || count % kGroup != 0) return {};
+        const std::size_t most = std::min({LaneSectionKernels::kMostChannels,
+                                           kMostStates / (2 * sections), objects_.size() - first});
+        const std::size_t channels = most / kernels_.step * kernels_.step;
+        if (channels == 0) return {};
+        for (std::size_t c = 0; c < channels; ++c)
             cascades[c] = &objects_[first + c]->cascade();
-        const std::span<Cascade* const> all(cascades, most);
-        if (most > 0 && count % kGroup == 0 && Cascade::canRunTogether(all)) return all;
-        return {cascades, 1};
+        const std::span<Cascade* const> all(cascades, channels);
+        return Cascade::canRunTogether(all) ? all : std::span<Cascade* const>{};
     }
 
-    void filterSome(std::span<Cascade* const> cascades, const float* in, int count,
-                    float* out) const noexcept {
+    void filterOne(Cascade& cascade, const float* in, int count, float* out) const noexcept {
         const std::size_t stride = objects_.size();
         const auto samples = static_cast<std::size_t>(count);
-        alignas(64) double rows[kStretchValues];
-        kernels_.take(in, stride, cascades.size(), samples, rows);
+        alignas(64) double row[kMostStretch];
+        convert_.take(in, stride, 1, samples, row);
         {
             const DenormalsFlushed mode;
-            if (cascades.size() == 1) {
-                cascades[0]->run(rows, rows, count, level_);
-            } else {
-                Cascade::runTogether(cascades, rows, count, level_);
-            }
+            cascade.run(row, row, count, level_);
         }
-        kernels_.put(rows, cascades.size(), samples, out, stride);
+        convert_.put(row, 1, samples, out, stride);
+    }
+
+    void filterTogether(std::span<Cascade* const> cascades, const float* in, int groups,
+                        float* out) const noexcept {
+        alignas(64) double states[kMostStates];
+        Cascade::takeStates(cascades, states);
+        const LaneSectionKernels::Channels channels{
+            .sections = cascades[0]->laneSections().data(),
+            .sectionCount = cascades[0]->laneSections().size(),
+            .states = states,
+            .count = cascades.size(),
+        };
+        if (in == out || !filterAtOnce(channels, in, groups, out)) {
+            Cascade::takeStates(cascades, states);
+            filterInRows(channels, in, groups, out);
+        }
+        Cascade::giveStates(cascades, states);
+    }
+
+    // False where a result may have been a denormal of single precision, which is 0 here.
+    bool filterAtOnce(const LaneSectionKernels::Channels& channels, const float* in, int groups,
+                      float* out) const noexcept {
+        const ResultsFlushed mode;
+        kernels_.toSingles(channels, in, objects_.size(), groups, out);
+        return !mode.underflowed();
+    }
+
+    void filterInRows(const LaneSectionKernels::Channels& channels, const float* in, int groups,
+                      float* out) const noexcept {
+        const std::size_t stride = objects_.size();
+        constexpr int kGroups = kRowValues / LaneSectionKernels::kMostChannels / kGroup;
+        alignas(64) double rows[kRowValues];
+        for (; groups > 0; groups -= kGroups) {
+            const int few = std::min(groups, kGroups);
+            {
+                const ResultsFlushed mode;
+                kernels_.toDoubles(channels, in, stride, few, rows);
+            }
+            const std::size_t samples = static_cast<std::size_t>(few) * kGroup;
+            convert_.put(rows, channels.count, samples, out, stride);
+            in += samples * stride;
+            out += samples * stride;
+        }
     }
 
     std::span<FilterObject* const> objects_;
     vyn::KernelLevel level_;
-    const ChannelKernels& kernels_;
-    std::size_t step_;
-    std::size_t widest_;  // 0: no channels side by side
+    const LaneSectionKernels& kernels_;
+    const ChannelKernels& convert_;
 };
 
 }  // namespace
@@ -97,9 +137,8 @@ bool filterChannels(std::span<FilterObject* const> objects, const float* in, int
 
     const DenormalsKept mode;
     const ChannelStretches stretches(objects, level);
-    const bool fetches = static_cast<std::size_t>(n) * objects.size() > kMostValuesNear;
     const auto advance = [&](int count) {
-        stretches.filter(in, count, out, fetches);
+        stretches.filter(in, count, out);
         in += static_cast<std::size_t>(count) * objects.size();
         out += static_cast<std::size_t>(count) * objects.size();
         n -= count;

@@ -17,8 +17,12 @@ public:
     VectorMode(const VectorMode&) = delete;
     VectorMode& operator=(const VectorMode&) = delete;
 
+    // Whether a result was too small for its format since the scope began; flushed ones count.
+    static bool underflowed() noexcept { return (_mm_getcsr() & kUnderflow) != 0; }
+
 private:
     static constexpr unsigned kAllMasked = 0x1F80;
+    static constexpr unsigned kUnderflow = 0x0010;
 
     unsigned callers_;
 };
@@ -29,6 +33,10 @@ inline constexpr unsigned kFlushOperands = 0x0040;
 // For filtering: denormals read and written as zero. A decaying tail would otherwise slow the
 // machine down a hundredfold.
 using DenormalsFlushed = VectorMode<kFlushResults | kFlushOperands>;
+
+// For filtering single precision at once. Its denormals are read; the filters' own doubles are none
+// anyway. A result that is one in single precision is flushed, which `underflowed` tells.
+using ResultsFlushed = VectorMode<kFlushResults>;
 
 // For conversions from and to single precision, whose denormals are no denormals in double.
 using DenormalsKept = VectorMode<0>;

@@ -22,7 +22,7 @@
 // terms in the same order, so that the choice changes no bit:
 //   - the eight outputs of a group side by side: one section of one channel;
 //   - sections side by side, each a group behind the one before it: one channel through many;
-//   - channels side by side, all of one design.
+//   - channels side by side, all of one design (lane_section_kernels.h).
 #pragma once
 
 namespace ovanlys {
@@ -66,13 +66,6 @@ struct SectionKernels {
     // `first` on; states[0] is that one's. x and y may be the same.
     void (*runSideBySide)(const SectionQuad& quad, int first, int count, SectionState* states,
                           const double* x, double* y, int groups);
-
-    // Channels side by side are a multiple of this.
-    int channelStep;
-    // Filters whole groups of neighbouring channels through `count` sections, in place: sample i
-    // of channel c is samples[i * channels + c], states[c] its sections' states.
-    void (*runChannels)(const Section* sections, int count, SectionState* const* states,
-                        int channels, double* samples, int groups);
 
     static const SectionKernels baseline, avx2, avx512;
 };

@@ -1,7 +1,5 @@
 #include "filter/section.h"
 
-#include <type_traits>
-
 #include "kernels/lanes.h"
 
 namespace ovanlys {
@@ -133,9 +131,21 @@ void run(const Section& section, SectionState& state, int phase, const double* x
     runSamples(section, state, phase, x + done, y + done, n - done);
 }
 
+// A section in each lane.
+template <class Row>
+struct QuadWeights {
+    const SectionQuad& quad;
+    int first;
+
+    Row direct(int i) const { return load<Row>(quad.direct[i] + first); }
+    Row fromState(int r, int j) const { return load<Row>(quad.fromState[r][j] + first); }
+    Row intoState(int i, int r) const { return load<Row>(quad.intoState[i][r] + first); }
+    Row advance(int t, int r) const { return load<Row>(quad.advance[t][r] + first); }
+};
+
 // A group in every lane: the sums of `step` and `advance`, term by term.
-template <class Row, class Weights>
-inline void filterGroup(const Weights& weights, const Row (&x)[kGroup], Row (&y)[kGroup],
+template <class Row>
+inline void filterGroup(const QuadWeights<Row>& weights, const Row (&x)[kGroup], Row (&y)[kGroup],
                         Row (&s)[2]) {
 #pragma GCC unroll 8
     for (int j = 0; j < kGroup; ++j) {
@@ -157,59 +167,6 @@ inline void filterGroup(const Weights& weights, const Row (&x)[kGroup], Row (&y)
     s[0] = next[0];
     s[1] = next[1];
 }
-
-// A section in each lane.
-template <class Row>
-struct QuadWeights {
-    const SectionQuad& quad;
-    int first;
-
-    Row direct(int i) const { return load<Row>(quad.direct[i] + first); }
-    Row fromState(int r, int j) const { return load<Row>(quad.fromState[r][j] + first); }
-    Row intoState(int i, int r) const { return load<Row>(quad.intoState[i][r] + first); }
-    Row advance(int t, int r) const { return load<Row>(quad.advance[t][r] + first); }
-};
-
-// One section for all lanes: from memory into every lane by the way.
-struct SharedWeights {
-    explicit SharedWeights(const Section& from) : section(from) {}
-    const Section& section;
-
-    double direct(int i) const { return section.fromInput[0][i]; }
-    double fromState(int r, int j) const { return section.fromState[r][j]; }
-    double intoState(int i, int r) const { return section.intoState[i][r]; }
-    double advance(int t, int r) const { return section.advance[t][r]; }
-};
-
-// The same, laid into the lanes beforehand: the baseline has no instruction that does it by the
-// way.
-class SpreadWeights {
-public:
-    explicit SpreadWeights(const Section& section) {
-        for (int i = 0; i < kGroup; ++i) {
-            direct_[i] = section.fromInput[0][i] + Register{};
-            for (int r = 0; r < 2; ++r) {
-                fromState_[r][i] = section.fromState[r][i] + Register{};
-                intoState_[i][r] = section.intoState[i][r] + Register{};
-            }
-        }
-        for (int t = 0; t < 2; ++t)
-            for (int r = 0; r < 2; ++r)
-                advance_[t][r] = section.advance[t][r] + Register{};
-    }
-    const Register& direct(int i) const { return direct_[i]; }
-    const Register& fromState(int r, int j) const { return fromState_[r][j]; }
-    const Register& intoState(int i, int r) const { return intoState_[i][r]; }
-    const Register& advance(int t, int r) const { return advance_[t][r]; }
-
-private:
-    Register direct_[kGroup];
-    Register fromState_[2][kGroup];
-    Register intoState_[kGroup][2];
-    Register advance_[2][2];
-};
-
-using ChannelWeights = std::conditional_t<kLanes == 2, SpreadWeights, SharedWeights>;
 
 // Every lane's number moved to the next lane, that of lane count - 1 to the first.
 template <int count, class Row>
@@ -309,47 +266,7 @@ void runSideBySide(const SectionQuad& quad, int first, int count, SectionState* 
     }
 }
 
-// Neighbouring channels of rows that are `step` long, through the section of this place.
-template <int lanes>
-void runLanes(const ChannelWeights& weights, int place, SectionState* const* states, double* rows,
-              std::ptrdiff_t step, int groups) {
-    using Row = typename Lanes<lanes>::Doubles;
-    const auto state = [&](int lane) -> SectionState& { return states[lane][place]; };
-    Row s[2];
-    gather(lanes, state, s);
-    for (int group = 0; group < groups; ++group, rows += kGroup * step) {
-        Row x[kGroup];
-        Row y[kGroup];
-#pragma GCC unroll 8
-        for (int j = 0; j < kGroup; ++j)
-            x[j] = load<Row>(rows + j * step);
-        filterGroup(weights, x, y, s);
-#pragma GCC unroll 8
-        for (int j = 0; j < kGroup; ++j)
-            store(y[j], rows + j * step);
-    }
-    scatter(lanes, s, state);
-}
-
-constexpr int kChannelStep = kLanes > 4 ? 4 : kLanes;
-
-void runChannels(const Section* sections, int count, SectionState* const* states, int channels,
-                 double* samples, int groups) {
-    for (int i = 0; i < count; ++i) {
-        const ChannelWeights weights(sections[i]);
-        int first = 0;
-        for (; first + kLanes <= channels; first += kLanes)
-            runLanes<kLanes>(weights, i, states + first, samples + first, channels, groups);
-        if constexpr (kLanes > kChannelStep) {
-            if (first < channels)
-                runLanes<kChannelStep>(weights, i, states + first, samples + first, channels,
-                                       groups);
-        }
-    }
-}
-
-constexpr SectionKernels kTable = {run,           kSideBySide,  kLeastSideBySide,
-                                   runSideBySide, kChannelStep, runChannels};
+constexpr SectionKernels kTable = {run, kSideBySide, kLeastSideBySide, runSideBySide};
 
 }  // namespace
 

@@ -151,6 +151,47 @@ TEST(ChannelFilter, KeepsDenormalsOfSinglePrecisionAndValuesThatAreNotFinite) {
         }
 }
 
+// Silence, a click and its tail: through the denormals of both precisions down to zeros, whose
+// signs count as well: a filter that turns the sign over makes negative products of nothing but
+// zeros.
+TEST(ChannelFilter, FollowsATailDownToZeroAtEveryLevel) {
+    const auto turned = [](const Bank& bank) {
+        for (int c = 0; c < bank.channels(); ++c) {
+            bank.head(c).gain *= -1;
+            bank.head(c).changed = 1;
+        }
+    };
+    for (const auto level : vyn::levelsOfThisMachine())
+        for (const int order : {1, 2, 6})
+            for (const int channels : {1, 4, 8, 33}) {
+                const auto step = static_cast<std::size_t>(channels);
+                std::vector<float> in(4000 * step);
+                for (std::size_t c = 0; c < step; ++c)
+                    in[(20 + c) * step + c] = c % 2 == 0 ? 1 : -1;
+                const Bank bank(channels, order);
+                const Bank twin(channels, order);
+                turned(bank);
+                turned(twin);
+                const auto out = bank.together(in, {500, 256}, level);
+                ASSERT_EQ(bits(out), bits(twin.oneByOne(in)))
+                    << order << ", " << channels << " channels";
+                const auto isDenormal = [](float x) { return std::fpclassify(x) == FP_SUBNORMAL; };
+                EXPECT_TRUE(std::ranges::any_of(out, isDenormal));
+                EXPECT_EQ(out.back(), 0.0F);
+            }
+}
+
+// Fewer channels are filtered at once where there are many sections.
+TEST(ChannelFilter, TakesManySections) {
+    const int channels = 21;
+    const auto in = signals::noise<float>(300 * channels, 3);
+    for (const int order : {17, 40, 64})
+        for (const int kind : {test::kLowPass, test::kBandPass})
+            EXPECT_EQ(bits(Bank(channels, order, kind).together(in, {64})),
+                      bits(Bank(channels, order, kind).oneByOne(in)))
+                << order;
+}
+
 TEST(ChannelFilter, FiltersInPlace) {
     auto samples = signals::noise<float>(700 * 9, 3);
     const auto expected = Bank(9, 6).oneByOne(samples);
