@@ -440,7 +440,7 @@ struct LineRows {
     Rows<Number, 8> upRe, upIm, downRe, downIm;
 };
 
-Complex<Register> twiddleOf(int sequence, const double* twiddles) {
+Complex<Register> twiddleOf(std::ptrdiff_t sequence, const double* twiddles) {
     const double* twiddle = twiddles + (sequence - 1) * 2 * kFftLanes;
     return {load<Register>(twiddle), load<Register>(twiddle + kFftLanes)};
 }
@@ -455,7 +455,7 @@ Complex<Register> twiddleOf(int sequence, const double* twiddles) {
         Complex<Register> even[2][kTurned], odd[2][kTurned];
 #pragma GCC unroll 2
         for (int half = 0; half < 2; ++half) {
-            const int l = lane + half * kFftLanes / 2;
+            const std::ptrdiff_t l = lane + half * kFftLanes / 2;
             const std::ptrdiff_t place = realParts<Lie::asRegisters>(l);
             ComplexLanes line, mirror;
             line.take([&](int i)
@@ -599,7 +599,7 @@ void split(const double* re, const double* im, const double* twiddles, std::ptrd
         for (int a = 0; a < 4; ++a)
             lines.take(a, x(a), x(a + 4), x(a + 8), x(a + 12));
         // The sub-sequence, turned back.
-        const auto back = [&](int sequence, const Complex<Register>& exchanged)
+        const auto back = [&](std::ptrdiff_t sequence, const Complex<Register>& exchanged)
             __attribute__((always_inline)) {
             const Complex<Register> turned = {exchanged.im, exchanged.re};
             if (sequence == 0)
