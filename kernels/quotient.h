@@ -123,5 +123,51 @@ private:
     double reciprocal_;
 };
 
+// The roots of numbers >= 0, divided by one number, each step rounded to double precision, and in
+// the end to single precision. NaN stays.
+//
+// The widest registers take longest to be divided and rooted, so that level makes the root from an
+// approximate reciprocal one,
+//     s = a y,  h = y / 2,  r = 1/2 - s h,  s' = s + s r,  h' = h + h r,  a' = s' + (a - s' s') h',
+// which is wrong by less than 2^-48 of itself (y by 2^-14, s' by 2^-26; P. W. Markstein as above).
+// Where a little more and a little less than it round to the same number in single precision, so
+// does what lies between them. That leaves one root in some ten thousand, 0, infinity and NaN, for
+// which all of a register are made by the steps named above.
+class SingleRoots {
+public:
+    // Divided by a number between 2^-100 and 2^100.
+    explicit SingleRoots(double divisor) : divisor_(divisor), quotient_(divisor) {}
+
+    [[gnu::always_inline]] Lanes<kLanes>::Floats operator()(Register a) const {
+#if defined(__AVX512F__)
+        const Register y = _mm512_maskz_rsqrt14_pd(0xff, a);
+        const Register s = a * y;
+        const Register h = y * 0.5;
+        const Register r = negativelyFused(s, h, Register{} + 0.5);
+        const Register nearer = fused(s, r, s);
+        const Register root = fused(negativelyFused(nearer, nearer, a), fused(h, r, h), nearer);
+        constexpr double kMargin = 0x1p-38;
+        const auto less = single(Register(root * ((1.0 - kMargin) / divisor_)));
+        const auto more = single(Register(root * ((1.0 + kMargin) / divisor_)));
+        if (_mm256_cmp_ps_mask(less, more, _CMP_NEQ_UQ) == 0) [[likely]]
+            return less;
+#endif
+        return single(stepByStep(a));
+    }
+    float operator()(double a) const { return single(stepByStep(a)); }
+
+private:
+    template <class V>
+    [[gnu::always_inline]] V stepByStep(V a) const {
+        const V root = rootOf(a);
+        if (divisor_ == 1.0) return root;
+        // What is smaller or larger than a quotient may be is 0 or infinity as a float anyway.
+        return quotient_.ofOrdinary(atMost(QuotientBy::kLargest, root));
+    }
+
+    double divisor_;
+    QuotientBy quotient_;
+};
+
 }  // namespace
 }  // namespace vyn

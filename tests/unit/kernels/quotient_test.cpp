@@ -70,22 +70,44 @@ void expectBits(double is, double expected, double of) {
     }
 }
 
+// Middles between two numbers of single precision, these times the root of 2, and the doubles
+// beside both: a root, or a root over the root of 2, rounds down or up there by its last places.
+std::vector<double> middlesOfSingles() {
+    std::mt19937 random(3);
+    std::vector<double> numbers;
+    for (int i = 0; i < 20000; ++i) {
+        const double middle = std::ldexp((1U << 24) + random() % (1U << 24) / 2 * 2 + 1,
+                                         static_cast<int>(random() % 120) - 80);
+        for (const double root : {middle, middle * std::sqrt(2.0)}) {
+            for (const double number : {root, std::nextafter(root, 0.0), std::nextafter(root, 1e99),
+                                        root * (1.0 - 0x1p-39), root * (1.0 + 0x1p-39)})
+                numbers.push_back(number);
+        }
+    }
+    return numbers;
+}
+
 // The root of x² is x, as far as the square stays in range.
 TEST(Quotient, ByTheRootOfTwoIsTheDivisions) {
     std::vector<double> numbers = hardDividends();
     ASSERT_GT(numbers.size(), 60U);
-    for (const auto& more : {numbersAtTheEdges(), randomNumbers(1000000, 300)})
+    for (const auto& more : {numbersAtTheEdges(), middlesOfSingles(), randomNumbers(1000000, 300)})
         numbers.insert(numbers.end(), more.begin(), more.end());
     const std::vector<double> zeros(numbers.size());
     for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
         std::vector<double> quotients(numbers.size());
         std::vector<float> single(numbers.size());
+        std::vector<float> roots(numbers.size());
         const auto& kernels = vyn::kernelsAt<SpectrumKernels>(level);
+        kernels.putConverted[0](numbers.data(), zeros.data(), 1.0, 1.0F, roots.data(),
+                                numbers.size());
         kernels.rms(numbers.data(), zeros.data(), quotients.data(), numbers.size());
         kernels.putConverted[1](numbers.data(), zeros.data(), 1.0, 1.0F, single.data(),
                                 numbers.size());
         for (std::size_t i = 0; i < numbers.size(); ++i) {
-            const double expected = std::sqrt(numbers[i] * numbers[i]) / std::sqrt(2.0);
+            const double root = std::sqrt(numbers[i] * numbers[i]);
+            expectBits(roots[i], static_cast<float>(root), numbers[i]);
+            const double expected = root / std::sqrt(2.0);
             expectBits(quotients[i], expected, numbers[i]);
             expectBits(single[i], static_cast<float>(expected), numbers[i]);
         }

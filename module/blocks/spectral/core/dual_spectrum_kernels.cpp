@@ -106,14 +106,13 @@ template <class V>
 }
 
 template <class V>
-[[gnu::always_inline]] inline V convertedLine(int conversion, const Line<V>& line,
-                                              QuotientBy rootOf2) {
+[[gnu::always_inline]] inline auto convertedLine(int conversion, const Line<V>& line) {
     const V power = line.re * line.re + line.im * line.im;
     switch (conversion) {
-        case 0: return rootOf(power);
-        case 1: return rootOf2.ofOrdinary(atMost(QuotientBy::kLargest, rootOf(power)));
-        case 2: return power / 2.0;
-        default: return power;
+        case 0: return SingleRoots(1.0)(power);
+        case 1: return SingleRoots(__builtin_sqrt(2.0))(power);
+        case 2: return single(V(power / 2.0));
+        default: return single(power);
     }
 }
 
@@ -136,7 +135,6 @@ void averageAndDivide(ConstComplexLines y, ConstComplexLines x, LineScale scale,
     const double factor = scale.factor;
     const bool begins = count < 2.0;
     const QuotientBy byCount(begins ? 1.0 : count);
-    const QuotientBy byRootOf2(__builtin_sqrt(2.0));
     const DividedLines result = out;
     forEachPlace(
         n, [=]<class V>(std::size_t k, V /*kind*/) __attribute__((always_inline)) {
@@ -170,7 +168,7 @@ void averageAndDivide(ConstComplexLines y, ConstComplexLines x, LineScale scale,
                 const Line<V> quotient = result.h2
                                              ? dividedConjugate(Line<V>{powerOfY, V{}}, cross)
                                              : dividedConjugate(cross, Line<V>{powerOfX, V{}});
-                const auto value = single(convertedLine(result.conversion, quotient, byRootOf2));
+                const auto value = convertedLine(result.conversion, quotient);
                 store(result.divisor == 1.0F ? value : value / result.divisor,
                       result.amplitudes + k);
             }

@@ -56,7 +56,7 @@ void putSamples(const double* in, float length, float* out, std::size_t n) {
         out[i] = static_cast<float>(in[i]) * length * 0.5F;
 }
 
-// The values that `convert` makes of squared magnitudes.
+// The values in single precision that `convert` makes of squared magnitudes.
 template <class Convert>
 [[gnu::always_inline]] inline void putEach(const double* re, const double* im, double factor,
                                            float divisor, float* out, std::size_t n,
@@ -66,8 +66,7 @@ template <class Convert>
             n, [=]<class V>(std::size_t k, V /*kind*/) __attribute__((always_inline)) {
                 const V scaledRe = load<V>(re + k) * factor;
                 const V scaledIm = load<V>(im + k) * factor;
-                const V value = convert(V(scaledRe * scaledRe + scaledIm * scaledIm));
-                store(quotient(single(value)), out + k);
+                store(quotient(convert(V(scaledRe * scaledRe + scaledIm * scaledIm))), out + k);
             });
     };
     if (divisor == 1.0F) {
@@ -79,26 +78,22 @@ template <class Convert>
 
 void putMagnitudes(const double* re, const double* im, double factor, float divisor, float* out,
                    std::size_t n) {
-    putEach(re, im, factor, divisor, out, n, [](auto power) { return rootOf(power); });
+    putEach(re, im, factor, divisor, out, n, SingleRoots(1.0));
 }
 
 void putRms(const double* re, const double* im, double factor, float divisor, float* out,
             std::size_t n) {
-    const QuotientBy quotient(__builtin_sqrt(2.0));
-    putEach(re, im, factor, divisor, out, n, [=](auto power) {
-        // What is smaller or larger than a quotient may be is 0 or infinity as a float anyway.
-        return quotient.ofOrdinary(atMost(QuotientBy::kLargest, rootOf(power)));
-    });
+    putEach(re, im, factor, divisor, out, n, SingleRoots(__builtin_sqrt(2.0)));
 }
 
 void putHalfPowers(const double* re, const double* im, double factor, float divisor, float* out,
                    std::size_t n) {
-    putEach(re, im, factor, divisor, out, n, [](auto power) { return power / 2.0; });
+    putEach(re, im, factor, divisor, out, n, [](auto power) { return single(power / 2.0); });
 }
 
 void putPowers(const double* re, const double* im, double factor, float divisor, float* out,
                std::size_t n) {
-    putEach(re, im, factor, divisor, out, n, [](auto power) { return power; });
+    putEach(re, im, factor, divisor, out, n, [](auto power) { return single(power); });
 }
 
 void magnitude(const double* re, const double* im, double* out, std::size_t n) {
