@@ -126,13 +126,13 @@ private:
 // The roots of numbers >= 0, divided by one number, each step rounded to double precision, and in
 // the end to single precision. NaN stays.
 //
-// The widest registers take longest to be divided and rooted, so that level makes the root from an
-// approximate reciprocal one,
-//     s = a y,  h = y / 2,  r = 1/2 - s h,  s' = s + s r,  h' = h + h r,  a' = s' + (a - s' s') h',
-// which is wrong by less than 2^-48 of itself (y by 2^-14, s' by 2^-26; P. W. Markstein as above).
-// Where a little more and a little less than it round to the same number in single precision, so
-// does what lies between them. That leaves one root in some ten thousand, 0, infinity and NaN, for
-// which all of a register are made by the steps named above.
+// The unit that divides and roots takes long, longest with the widest registers. From half an
+// approximate reciprocal root h the root is made without it,
+//     s = 2 a h,  s' = s + (a - s s) h,
+// which squares what s is wrong by (P. W. Markstein as above). Where a little less and a little
+// more than the root round to the same number in single precision, so does what lies between them.
+// That leaves one root in some ten thousand, and 0, infinity and NaN, for which all of a register
+// are made by the steps named above.
 class SingleRoots {
 public:
     // Divided by a number between 2^-100 and 2^100.
@@ -140,21 +140,34 @@ public:
 
     [[gnu::always_inline]] Lanes<kLanes>::Floats operator()(Register a) const {
 #if defined(__AVX512F__)
-        const Register y = _mm512_maskz_rsqrt14_pd(0xff, a);
-        const Register s = a * y;
-        const Register h = y * 0.5;
-        const Register r = negativelyFused(s, h, Register{} + 0.5);
-        const Register nearer = fused(s, r, s);
-        const Register root = fused(negativelyFused(nearer, nearer, a), fused(h, r, h), nearer);
-        constexpr double kMargin = 0x1p-38;
-        const auto less = single(Register(root * ((1.0 - kMargin) / divisor_)));
-        const auto more = single(Register(root * ((1.0 + kMargin) / divisor_)));
-        if (_mm256_cmp_ps_mask(less, more, _CMP_NEQ_UQ) == 0) [[likely]]
-            return less;
-#endif
+        return beside(a);
+#else
         return single(stepByStep(a));
+#endif
+    }
+    // The same, sooner where the unit is at work on another register.
+    [[gnu::always_inline]] Lanes<kLanes>::Floats beside(Register a) const {
+#if defined(__AVX512F__)
+        // Wrong by 2^-14, then by 2^-26.
+        const Register y = _mm512_maskz_rsqrt14_pd(0xff, a);
+        const Register half = y * 0.5;
+        const Register rest = negativelyFused(a * y, half, Register{} + 0.5);
+        return withHalf(a, a, fused(half, rest, half), 1.0);
+#elif defined(__FMA__)
+        // Wrong by 2^-11, then by 2^-21; amid the range of single precision.
+        constexpr double kShift = 0x1p+24;
+        const Register shifted = a * (kShift * kShift);
+        const __m128 x = single(shifted);
+        const __m128 y = _mm_rsqrt_ps(x);
+        const __m128 half = _mm_mul_ps(y, _mm_set1_ps(0.5F));
+        const __m128 rest = _mm_fnmadd_ps(_mm_mul_ps(x, y), half, _mm_set1_ps(0.5F));
+        return withHalf(a, shifted, _mm256_cvtps_pd(_mm_fmadd_ps(half, rest, half)), kShift);
+#else
+        return (*this)(a);
+#endif
     }
     float operator()(double a) const { return single(stepByStep(a)); }
+    float beside(double a) const { return (*this)(a); }
 
 private:
     template <class V>
@@ -164,6 +177,26 @@ private:
         // What is smaller or larger than a quotient may be is 0 or infinity as a float anyway.
         return quotient_.ofOrdinary(atMost(QuotientBy::kLargest, root));
     }
+
+#if defined(__AVX512F__) || defined(__FMA__)
+    // The root of `shifted`, a times the square of `shift`, is wrong by less than 2^-40 of itself.
+    [[gnu::always_inline]] Lanes<kLanes>::Floats withHalf(Register a, Register shifted,
+                                                          Register half, double shift) const {
+        constexpr double kMargin = 0x1p-38;
+        const Register s = shifted * (half + half);
+        const Register root = fused(negativelyFused(s, s, shifted), half, s);
+        const auto less = single(Register(root * ((1.0 - kMargin) / shift / divisor_)));
+        const auto more = single(Register(root * ((1.0 + kMargin) / shift / divisor_)));
+#if defined(__AVX512F__)
+        const bool differ = _mm256_cmp_ps_mask(less, more, _CMP_NEQ_UQ) != 0;
+#else
+        const bool differ = _mm_movemask_ps(_mm_cmpneq_ps(less, more)) != 0;
+#endif
+        if (differ) [[unlikely]]
+            return single(stepByStep(a));
+        return less;
+    }
+#endif
 
     double divisor_;
     QuotientBy quotient_;

@@ -56,17 +56,28 @@ void putSamples(const double* in, float length, float* out, std::size_t n) {
         out[i] = static_cast<float>(in[i]) * length * 0.5F;
 }
 
-// The values in single precision that `convert` makes of squared magnitudes.
-template <class Convert>
+// The values in single precision that convert(power) makes of squared magnitudes, and beside(power)
+// as well: registers take turns.
+template <class Convert, class Beside>
 [[gnu::always_inline]] inline void putEach(const double* re, const double* im, double factor,
                                            float divisor, float* out, std::size_t n,
-                                           Convert convert) {
+                                           Convert convert, Beside beside) {
+    const auto power = [=]<class V>(std::size_t k, V /*kind*/) __attribute__((always_inline)) {
+        const V scaledRe = load<V>(re + k) * factor;
+        const V scaledIm = load<V>(im + k) * factor;
+        return V(scaledRe * scaledRe + scaledIm * scaledIm);
+    };
     const auto put = [=](auto quotient) __attribute__((always_inline)) {
+        std::size_t first = 0;
+        for (; first + 2 * kLanes <= n; first += 2 * kLanes) {
+            const auto value = convert(power(first, Register{}));
+            const auto next = beside(power(first + kLanes, Register{}));
+            store(quotient(value), out + first);
+            store(quotient(next), out + first + kLanes);
+        }
         forEachPlace(
-            n, [=]<class V>(std::size_t k, V /*kind*/) __attribute__((always_inline)) {
-                const V scaledRe = load<V>(re + k) * factor;
-                const V scaledIm = load<V>(im + k) * factor;
-                store(quotient(convert(V(scaledRe * scaledRe + scaledIm * scaledIm))), out + k);
+            n - first, [=]<class V>(std::size_t k, V kind) __attribute__((always_inline)) {
+                store(quotient(convert(power(first + k, kind))), out + first + k);
             });
     };
     if (divisor == 1.0F) {
@@ -76,14 +87,28 @@ template <class Convert>
     }
 }
 
+void putRoots(const double* re, const double* im, double factor, float divisor, float* out,
+              std::size_t n, SingleRoots roots) {
+    putEach(
+        re, im, factor, divisor, out, n,
+        roots, [=](auto power) __attribute__((always_inline)) { return roots.beside(power); });
+}
+
 void putMagnitudes(const double* re, const double* im, double factor, float divisor, float* out,
                    std::size_t n) {
-    putEach(re, im, factor, divisor, out, n, SingleRoots(1.0));
+    putRoots(re, im, factor, divisor, out, n, SingleRoots(1.0));
 }
 
 void putRms(const double* re, const double* im, double factor, float divisor, float* out,
             std::size_t n) {
-    putEach(re, im, factor, divisor, out, n, SingleRoots(__builtin_sqrt(2.0)));
+    putRoots(re, im, factor, divisor, out, n, SingleRoots(__builtin_sqrt(2.0)));
+}
+
+template <class Convert>
+[[gnu::always_inline]] inline void putEach(const double* re, const double* im, double factor,
+                                           float divisor, float* out, std::size_t n,
+                                           Convert convert) {
+    putEach(re, im, factor, divisor, out, n, convert, convert);
 }
 
 void putHalfPowers(const double* re, const double* im, double factor, float divisor, float* out,
