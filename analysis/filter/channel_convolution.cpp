@@ -37,18 +37,16 @@ public:
         const std::size_t length = kStretchValues / std::bit_ceil(width);
         // (On the stack: an allocation of so much takes longer than the sums of a short block.)
         alignas(64) double rows[kStretchValues + (kTransformedTaps - 1) * kMostTogether];
-        alignas(64) double made[kStretchValues];
         for (std::size_t start = 0; start < x_.count; start += length) {
             const std::size_t count = std::min(length, x_.count - start);
             for (std::size_t first = 0; first < x_.channels;) {
                 const std::size_t left = (x_.channels - first) / step * step;
                 const std::size_t together = std::max<std::size_t>(std::min(widest, left), 1);
                 take(start, count, first, together, rows);
-                {
-                    const DenormalsFlushed mode;
-                    sums(rows, together, count, made);
-                }
-                put(made, start, count, first, together);
+                const double* const x = rows + before_ * together;
+                float* const out = out_ + start * x_.channels + first;
+                if (together == 1 || !makeAtOnce(x, together, count, out))
+                    makeInRows(x, together, count, out);
                 first += together;
             }
         }
@@ -96,14 +94,22 @@ private:
         });
     }
 
-    void put(const double* rows, std::size_t start, std::size_t count, std::size_t first,
-             std::size_t channels) const {
-        convert_.put(rows, channels, count, out_ + start * x_.channels + first, x_.channels);
+    // Outputs of samples in rows. False where one may have been a denormal of single precision,
+    // which is 0 here.
+    bool makeAtOnce(const double* x, std::size_t channels, std::size_t count, float* out) const {
+        const DenormalsFlushed mode;
+        kernels_.channelSingles(c_.data(), static_cast<std::ptrdiff_t>(c_.size()), x, channels, out,
+                                x_.channels, count);
+        return !mode.underflowed();
     }
-
-    void sums(const double* rows, std::size_t channels, std::size_t count, double* made) const {
-        kernels_.channelOutputs(c_.data(), static_cast<std::ptrdiff_t>(c_.size()),
-                                rows + before_ * channels, channels, made, count);
+    void makeInRows(const double* x, std::size_t channels, std::size_t count, float* out) const {
+        alignas(64) double made[kStretchValues];
+        {
+            const DenormalsFlushed mode;
+            kernels_.channelOutputs(c_.data(), static_cast<std::ptrdiff_t>(c_.size()), x, channels,
+                                    made, count);
+        }
+        convert_.put(made, channels, count, out, x_.channels);
     }
 
     void makeBlocks(const OverlapSave& blocks, std::size_t start, std::size_t count,

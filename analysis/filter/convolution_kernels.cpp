@@ -45,20 +45,48 @@ void outputs(const double* c, std::ptrdiff_t taps, const double* x, double* y,
     takeSteps<kGroups>(c, taps, x, y, count);
 }
 
-// Neighbouring channels in `registers` registers, and `samples` outputs of each side by side: a
-// sample that is loaded once serves all of them, with a tap of its own for each. Walking down the
+// Samples, or outputs, of neighbouring channels. Those of one time lie `step` behind those of the
+// time before.
+template <class Number>
+struct Neighbours {  // a second register holds the channels beside the first one's
+    Number* first;
+    std::ptrdiff_t step;
+
+    Number* at(std::ptrdiff_t time, int r) const { return first + time * step + r * kLanes; }
+};
+template <class Number>
+struct Halves {  // a second register holds the same channels at times that are `apart` later
+    Number* first;
+    std::ptrdiff_t step;
+    std::ptrdiff_t apart;
+
+    Number* at(std::ptrdiff_t time, int r) const { return first + (time + r * apart) * step; }
+};
+
+template <class Row, int lanes>
+void stored(Row sums, double* to) {
+    store(sums, to);
+}
+template <class Row, int lanes>
+void stored(Row sums, float* to) {
+    store(converted<typename Lanes<lanes>::Floats>(sums), to);
+}
+
+// `samples` outputs side by side of what `registers` registers hold: a sample that is loaded once
+// serves all of them, with a tap of its own for each, and a tap all registers. Walking down the
 // samples, every output sees its taps in ascending order.
 template <int lanes, int registers, int samples>
 struct ChannelBlock {
     using Row = typename Lanes<lanes>::Doubles;
 
     // The sample at `x` into the outputs first..last; `tap` is the first one's.
-    template <int first, int last>
-    static void add(const double* x, const double* tap, Row (&sums)[samples][registers]) {
+    template <int first, int last, class From>
+    static void add(const From& x, std::ptrdiff_t time, const double* tap,
+                    Row (&sums)[samples][registers]) {
         Row here[registers];
 #pragma GCC unroll 4
         for (int r = 0; r < registers; ++r)
-            here[r] = load<Row>(x + r * lanes);
+            here[r] = load<Row>(x.at(time, r));
 #pragma GCC unroll 8
         for (int k = first; k <= last; ++k)
 #pragma GCC unroll 4
@@ -67,63 +95,99 @@ struct ChannelBlock {
     }
 
     // Samples that lie `distance` behind the first output's: only the later outputs have a tap.
-    template <int distance>
-    static void addLater(const double* x, std::ptrdiff_t step, const double* c,
-                         Row (&sums)[samples][registers]) {
+    template <int distance, class From>
+    static void addLater(const From& x, const double* c, Row (&sums)[samples][registers]) {
         if constexpr (distance > 0) {
-            add<distance, samples - 1>(x + distance * step, c, sums);
-            addLater<distance - 1>(x, step, c, sums);
+            add<distance, samples - 1>(x, distance, c, sums);
+            addLater<distance - 1>(x, c, sums);
         }
     }
     // Samples before which only the earlier outputs have a tap left.
-    template <int missing>
-    static void addEarlier(const double* x, std::ptrdiff_t step, const double* tap,
-                           Row (&sums)[samples][registers]) {
+    template <int missing, class From>
+    static void addEarlier(const From& x, const double* tap, Row (&sums)[samples][registers]) {
         if constexpr (missing < samples) {
-            add<0, samples - 1 - missing>(x, tap, sums);
-            addEarlier<missing + 1>(x - step, step, tap + 1, sums);
+            add<0, samples - 1 - missing>(x, 1 - missing, tap, sums);
+            addEarlier<missing + 1>(x, tap + 1, sums);
         }
     }
 
     // For taps >= samples.
-    static void make(const double* c, std::ptrdiff_t taps, const double* x, std::ptrdiff_t step,
-                     double* y) {
+    template <class From, class To>
+    static void make(const double* c, std::ptrdiff_t taps, From x, const To& y) {
         Row sums[samples][registers];
 #pragma GCC unroll 8
         for (int k = 0; k < samples; ++k)
 #pragma GCC unroll 4
             for (int r = 0; r < registers; ++r)
                 sums[k][r] = Row{};
-        addLater<samples - 1>(x, step, c, sums);
+        addLater<samples - 1>(x, c, sums);
         const double* const end = c + taps - samples + 1;
-        for (; c != end; ++c, x -= step)
-            add<0, samples - 1>(x, c, sums);
-        addEarlier<1>(x, step, c, sums);
+        for (; c != end; ++c, x.first -= x.step)
+            add<0, samples - 1>(x, 0, c, sums);
+        addEarlier<1>(x, c, sums);
 #pragma GCC unroll 8
         for (int k = 0; k < samples; ++k)
 #pragma GCC unroll 4
             for (int r = 0; r < registers; ++r)
-                store(sums[k][r], y + k * step + r * lanes);
+                stored<Row, lanes>(sums[k][r], y.at(k, r));
     }
 };
 
-// All samples of `registers` registers of channels.
-template <int lanes, int registers>
-void makeChannels(const double* c, std::ptrdiff_t taps, const double* x, std::ptrdiff_t step,
-                  double* y, std::size_t count) {
+// `count` outputs of what `registers` registers hold.
+template <int lanes, int registers, class From, class To>
+void makeChannels(const double* c, std::ptrdiff_t taps, From x, To y, std::size_t count) {
     constexpr int kSamples = 8 / registers;
     if (taps >= kSamples) {
         for (; count >= kSamples; count -= kSamples) {
-            ChannelBlock<lanes, registers, kSamples>::make(c, taps, x, step, y);
-            x += kSamples * step;
-            y += kSamples * step;
+            ChannelBlock<lanes, registers, kSamples>::make(c, taps, x, y);
+            x.first += kSamples * x.step;
+            y.first += kSamples * y.step;
         }
     }
-    for (; count > 0; --count, x += step, y += step)
-        ChannelBlock<lanes, registers, 1>::make(c, taps, x, step, y);
+    for (; count > 0; --count, x.first += x.step, y.first += y.step)
+        ChannelBlock<lanes, registers, 1>::make(c, taps, x, y);
+}
+
+// Of one register of channels: a second one holds the second half of the times.
+template <int lanes, class To>
+void makeHalves(const double* c, std::ptrdiff_t taps, Neighbours<const double> x, Neighbours<To> y,
+                std::size_t count) {
+    const auto half = static_cast<std::ptrdiff_t>(count / 2);
+    makeChannels<lanes, 2>(c, taps, Halves<const double>{x.first, x.step, half},
+                           Halves<To>{y.first, y.step, half}, count / 2);
+    if (count % 2 == 0) return;
+    x.first += 2 * half * x.step;
+    y.first += 2 * half * y.step;
+    ChannelBlock<lanes, 1, 1>::make(c, taps, x, y);
 }
 
 constexpr std::size_t kChannelStep = kLanes > 4 ? 4 : kLanes;
+
+template <class To>
+void makeAll(const double* c, std::ptrdiff_t taps, const double* x, std::size_t channels, To* y,
+             std::size_t stride, std::size_t count) {
+    const auto from = [&](std::size_t first) {
+        return Neighbours<const double>{x + first, static_cast<std::ptrdiff_t>(channels)};
+    };
+    const auto to = [&](std::size_t first) {
+        return Neighbours<To>{y + first, static_cast<std::ptrdiff_t>(stride)};
+    };
+    std::size_t first = 0;
+    for (; first + 2 * kLanes <= channels; first += 2 * kLanes)
+        makeChannels<kLanes, 2>(c, taps, from(first), to(first), count);
+    if (first + kLanes <= channels) {
+        makeHalves<kLanes>(c, taps, from(first), to(first), count);
+        first += kLanes;
+    }
+    if constexpr (kLanes > kChannelStep) {
+        if (first + kChannelStep <= channels) {
+            makeHalves<kChannelStep>(c, taps, from(first), to(first), count);
+            first += kChannelStep;
+        }
+    }
+    for (; first < channels; ++first)
+        makeChannels<1, 1>(c, taps, from(first), to(first), count);
+}
 
 void channelOutputs(const double* c, std::ptrdiff_t taps, const double* x, std::size_t channels,
                     double* y, std::size_t count) {
@@ -131,22 +195,12 @@ void channelOutputs(const double* c, std::ptrdiff_t taps, const double* x, std::
         takeSteps<kGroups>(c, taps, x, y, count);
         takeSteps<1>(c, taps, x, y, count);
     }
-    const auto step = static_cast<std::ptrdiff_t>(channels);
-    std::size_t first = 0;
-    for (; first + 2 * kLanes <= channels; first += 2 * kLanes)
-        makeChannels<kLanes, 2>(c, taps, x + first, step, y + first, count);
-    if (first + kLanes <= channels) {
-        makeChannels<kLanes, 1>(c, taps, x + first, step, y + first, count);
-        first += kLanes;
-    }
-    if constexpr (kLanes > kChannelStep) {
-        if (first + kChannelStep <= channels) {
-            makeChannels<kChannelStep, 1>(c, taps, x + first, step, y + first, count);
-            first += kChannelStep;
-        }
-    }
-    for (; first < channels; ++first)
-        makeChannels<1, 1>(c, taps, x + first, step, y + first, count);
+    makeAll(c, taps, x, channels, y, channels, count);
+}
+
+void channelSingles(const double* c, std::ptrdiff_t taps, const double* x, std::size_t channels,
+                    float* y, std::size_t stride, std::size_t count) {
+    makeAll(c, taps, x, channels, y, stride, count);
 }
 
 void multiply(double* __restrict re, double* __restrict im, const double* __restrict responseRe,
@@ -182,7 +236,8 @@ bool allFinite(const double* x, std::size_t n) {
     return sum == 0.0;
 }
 
-constexpr ConvolutionKernels kTable = {outputs, kChannelStep, channelOutputs, multiply, allFinite};
+constexpr ConvolutionKernels kTable = {outputs,        kChannelStep, channelOutputs,
+                                       channelSingles, multiply,     allFinite};
 
 }  // namespace
 

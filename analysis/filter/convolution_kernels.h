@@ -20,6 +20,11 @@ struct ConvolutionKernels {
     std::size_t channelStep;
     void (*channelOutputs)(const double* c, std::ptrdiff_t taps, const double* x,
                            std::size_t channels, double* y, std::size_t count);
+    // The same outputs rounded to single precision, in the floating-point mode that the sums are
+    // made in, which flushes results; right as long as that raises no underflow. Output m of
+    // channel k is y[m * stride + k].
+    void (*channelSingles)(const double* c, std::ptrdiff_t taps, const double* x,
+                           std::size_t channels, float* y, std::size_t stride, std::size_t count);
 
     // Lines re + j im times the response's, in place.
     void (*multiply)(double* re, double* im, const double* responseRe, const double* responseIm,
