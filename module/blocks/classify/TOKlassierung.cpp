@@ -93,6 +93,22 @@ CountingRules rulesOf(const Parameters& p, std::int32_t classes) {
             .hysteresis = p.hysteresis * 0.01 * scale.width()};
 }
 
+// 0 where there is none. Comparisons wait for those before them: four run beside each other.
+float largestAboveZero(std::span<const float> values) {
+    float largest[4] = {};
+    const auto take = [&](int lane, float value) {
+        largest[lane] = std::max(largest[lane], value);  // never NaN
+    };
+    std::size_t i = 0;
+    for (; i + 4 <= values.size(); i += 4) {
+        for (int lane = 0; lane < 4; ++lane)
+            take(lane, values[i + static_cast<std::size_t>(lane)]);
+    }
+    for (; i < values.size(); ++i)
+        take(0, values[i]);
+    return std::ranges::max(largest);
+}
+
 }  // namespace
 
 std::span<const Keyword<KlassierungParameters>> KlassierungParameters::keywords() {
@@ -222,11 +238,8 @@ bool TOKlassierung::countBlock(SimulationRecord& record, const ChannelBlock& inp
         run_->method->follow(rulesOf(p, run_->classes));
         run_->method->update(input.values(), input.header().xStep, results);
     }
-    float largest = 0.0F;
-    std::ranges::transform(results, output.values().begin(), [&](float value) {
-        largest = value > largest ? value : largest;
-        return value;
-    });
+    std::ranges::copy(results, output.values().begin());
+    const float largest = largestAboveZero(results);
     header.displaySpan = relative ? 100.0 : largest;
     output.deliver();
     return true;

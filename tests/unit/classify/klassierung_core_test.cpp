@@ -153,15 +153,23 @@ void expectTheClassesOfTheFormula(const ClassScale& scale, bool betweenEnds, std
     }
     for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
         const auto& kernels = vyn::kernelsAt<ClassIndexKernels>(level);
-        std::vector<std::int32_t> limits(values.size());
+        std::vector<std::int32_t> found(values.size());
         if constexpr (sizeof(Number) == sizeof(float)) {
-            kernels.nearestLimits(values.data(), values.size(), finder.ruler(), limits.data());
+            // At once where all lie between limits, and among others.
+            std::ranges::shuffle(values, random);
+            kernels.classes(values.data(), values.size(), finder.ruler(), finder.limits(),
+                            found.data());
+            for (std::size_t i = 0; i < values.size(); ++i) {
+                const auto limit =
+                    static_cast<std::int32_t>(finder.ruler().nearestLimit(values[i]));
+                ASSERT_EQ(found[i], finder.classOf(values[i], limit)) << values[i];
+            }
         } else {
             kernels.nearestLimitsOfExtremes(values.data(), values.size(), finder.ruler(),
-                                            limits.data());
+                                            found.data());
+            for (std::size_t i = 0; i < values.size(); ++i)
+                ASSERT_EQ(found[i], finder.ruler().nearestLimit(values[i]));
         }
-        for (std::size_t i = 0; i < values.size(); ++i)
-            ASSERT_EQ(limits[i], finder.ruler().nearestLimit(values[i]));
     }
 }
 

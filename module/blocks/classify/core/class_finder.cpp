@@ -1,5 +1,6 @@
 #include "blocks/classify/core/class_finder.h"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <limits>
@@ -44,7 +45,12 @@ ClassFinder<Number>::ClassFinder(const ClassScale& scale, bool betweenEnds)
                        std::isfinite(ruler_.classesPerUnit);
     if (sound) findLimits(scale, betweenEnds);
     for (int limit = 0; ready() && limit <= scale.number; ++limit) {
-        if (!decides(limit)) lowest_.clear();
+        if (!decides(limit)) {
+            lowest_.clear();
+            break;
+        }
+        const Number place = ruler_.placeOf(lowest_[static_cast<std::size_t>(limit)]);
+        ruler_.play = std::max(ruler_.play, std::fabs(place - static_cast<Number>(limit)));
     }
 }
 

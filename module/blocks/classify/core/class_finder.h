@@ -26,15 +26,20 @@ public:
         Number begin;
         Number classesPerUnit;
         Number classes;
+        // How far the limits lie from whole numbers at the most: a value that lies further from
+        // its nearest one is in the class on its side of the number.
+        Number play = 0;
 
         // Adding and subtracting it rounds to an integer.
         static constexpr Number kRounder = sizeof(Number) == sizeof(float)
                                                ? static_cast<Number>(0x1.8p+23)
                                                : static_cast<Number>(0x1.8p+52);
 
+        Number placeOf(Number x) const { return (x - begin) * classesPerUnit; }
+
         // 0 to `classes`; `classes` for NaN.
         Number nearestLimit(Number x) const {
-            const Number place = (x - begin) * classesPerUnit;
+            const Number place = placeOf(x);
             const Number notAbove = place < classes ? place : classes;
             const Number inside = notAbove > 0 ? notAbove : 0;
             return (inside + kRounder) - kRounder;
@@ -46,6 +51,8 @@ public:
 
     bool ready() const { return !lowest_.empty(); }
     const Ruler& ruler() const { return ruler_; }
+    // The lowest value of each class, and the lowest above all of them.
+    const Number* limits() const { return lowest_.data(); }
 
     // The class of x, whose nearest limit this is; -1 below all classes, their number above and for
     // NaN.
@@ -59,7 +66,7 @@ private:
     bool decides(int limit) const;
 
     Ruler ruler_;
-    std::vector<Number> lowest_;  // value of each class, and the lowest above all of them
+    std::vector<Number> lowest_;
 };
 
 extern template class ClassFinder<float>;

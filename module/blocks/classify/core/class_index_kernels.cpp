@@ -34,23 +34,60 @@ void ofExtremes(const double* x, const double* shifts, std::size_t count, const 
         out[i] += out[i] < n ? static_cast<std::int32_t>(shifts[i]) : 0;
 }
 
-template <class Number>
-void nearestLimits(const Number* x, std::size_t count,
-                   const typename ClassFinder<Number>::Ruler& ruler, std::int32_t* out) {
-    const Number begin = ruler.begin;
-    const Number classesPerUnit = ruler.classesPerUnit;
-    const Number classes = ruler.classes;
-    constexpr Number kRounder = ClassFinder<Number>::Ruler::kRounder;
+using Ruler = ClassFinder<float>::Ruler;
+
+inline float nearestLimit(float place, float classes) {
+    const float notAbove = place < classes ? place : classes;
+    const float inside = notAbove > 0 ? notAbove : 0;
+    return (inside + Ruler::kRounder) - Ruler::kRounder;
+}
+
+inline std::int32_t classOf(float x, const Ruler& ruler, const float* limits) {
+    const float place = (x - ruler.begin) * ruler.classesPerUnit;
+    const auto nearest = static_cast<std::int32_t>(nearestLimit(place, ruler.classes));
+    return nearest - (x < limits[nearest] ? 1 : 0);
+}
+
+// The limits themselves decide where a value lies at one of them, which few do, and NaN does.
+void classes(const float* x, std::size_t count, const Ruler& ruler, const float* limits,
+             std::int32_t* out) {
+    constexpr std::size_t kTogether = 32;
+    const float begin = ruler.begin;
+    const float classesPerUnit = ruler.classesPerUnit;
+    const float number = ruler.classes;
+    const float play = ruler.play;
+    for (; count >= kTogether; count -= kTogether, x += kTogether, out += kTogether) {
+        std::int32_t clear = 1;
+        for (std::size_t i = 0; i < kTogether; ++i) {
+            const float place = (x[i] - begin) * classesPerUnit;
+            const float nearest = nearestLimit(place, number);
+            const float distance = place - nearest;
+            clear &= static_cast<std::int32_t>(__builtin_fabsf(distance) > play);
+            out[i] = static_cast<std::int32_t>(nearest) - static_cast<std::int32_t>(distance < 0);
+        }
+        if (clear != 0) continue;
+        for (std::size_t i = 0; i < kTogether; ++i)
+            out[i] = classOf(x[i], ruler, limits);
+    }
+    for (std::size_t i = 0; i < count; ++i)
+        out[i] = classOf(x[i], ruler, limits);
+}
+
+void nearestLimitsOfExtremes(const double* x, std::size_t count,
+                             const ClassFinder<double>::Ruler& ruler, std::int32_t* out) {
+    const double begin = ruler.begin;
+    const double classesPerUnit = ruler.classesPerUnit;
+    const double number = ruler.classes;
+    constexpr double kRounder = ClassFinder<double>::Ruler::kRounder;
     for (std::size_t i = 0; i < count; ++i) {
-        const Number place = (x[i] - begin) * classesPerUnit;
-        const Number notAbove = place < classes ? place : classes;
-        const Number inside = notAbove > 0 ? notAbove : 0;
+        const double place = (x[i] - begin) * classesPerUnit;
+        const double notAbove = place < number ? place : number;
+        const double inside = notAbove > 0 ? notAbove : 0;
         out[i] = static_cast<std::int32_t>((inside + kRounder) - kRounder);
     }
 }
 
-constexpr ClassIndexKernels kTable = {ofSamples, ofExtremes, nearestLimits<float>,
-                                      nearestLimits<double>};
+constexpr ClassIndexKernels kTable = {ofSamples, ofExtremes, classes, nearestLimitsOfExtremes};
 
 }  // namespace
 

@@ -19,9 +19,10 @@ struct ClassIndexKernels {
     void (*ofExtremes)(const double* x, const double* shifts, std::size_t count,
                        const ClassScale& scale, std::int32_t* out);
 
+    // out[i] = class of x[i], as the finder with this ruler and these limits finds it
+    void (*classes)(const float* x, std::size_t count, const ClassFinder<float>::Ruler& ruler,
+                    const float* limits, std::int32_t* out);
     // out[i] = number of the class limit that is nearest to x[i]
-    void (*nearestLimits)(const float* x, std::size_t count, const ClassFinder<float>::Ruler& ruler,
-                          std::int32_t* out);
     void (*nearestLimitsOfExtremes)(const double* x, std::size_t count,
                                     const ClassFinder<double>::Ruler& ruler, std::int32_t* out);
 

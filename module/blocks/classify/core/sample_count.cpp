@@ -52,11 +52,7 @@ void SampleCount::countStretch(const float* x, std::size_t frames) {
     const ClassIndexKernels& kernels = vyn::kernelsAt<ClassIndexKernels>();
     const std::size_t samples = frames * totals_.size();
     if (finder_.ready()) {
-        kernels.nearestLimits(x, samples, finder_.ruler(), indices_.data());
-        // Apart from the counting: whether a limit's address looks like a counter's that has just
-        // been written must not matter.
-        for (std::size_t i = 0; i < samples; ++i)
-            indices_[i] = static_cast<std::int32_t>(finder_.classOf(x[i], indices_[i]));
+        kernels.classes(x, samples, finder_.ruler(), finder_.limits(), indices_.data());
     } else {
         kernels.ofSamples(x, samples, scale(), indices_.data());
     }
