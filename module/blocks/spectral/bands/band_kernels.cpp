@@ -115,7 +115,7 @@ template <int count, class Term>
 template <class Term>
 [[gnu::always_inline]] inline void addBands(const float* lines, const BandRun* runs,
                                             std::size_t count, double* sums, Term term) {
-    constexpr int kShort = 32;
+    constexpr int kShort = 16;
     Chain chains[4];
     int active = 0;
     while (true) {
@@ -168,8 +168,20 @@ bool powersOf(const float* levels, std::size_t count, double* out) {
     return outside == 0;
 }
 
-constexpr BandKernels kTable = {addLines, addSquares,       addTerms,
-                                addRuns,  addSquaresOfRuns, powersOf};
+// At most four at a time: the widest registers would slow down the sums before and after, which
+// have no use for them.
+void rootsOf(const double* sums, std::size_t count, float* out) {
+    std::size_t i = 0;
+#if defined(__AVX2__)
+    for (; i + 4 <= count; i += 4)
+        store(converted<FourLines>(Four(_mm256_sqrt_pd(load<Four>(sums + i)))), out + i);
+#endif
+    for (; i < count; ++i)
+        out[i] = static_cast<float>(__builtin_sqrt(sums[i]));
+}
+
+constexpr BandKernels kTable = {addLines,         addSquares, addTerms, addRuns,
+                                addSquaresOfRuns, powersOf,   rootsOf};
 
 }  // namespace
 

@@ -29,6 +29,8 @@ struct BandKernels {
     // out[i] = 10^(levels[i] / 10). False, with numbers without meaning in `out`, when a level is
     // beyond ±3000 dB or NaN.
     bool (*powersOf)(const float* levels, std::size_t count, double* out);
+    // out[i] = √sums[i]
+    void (*rootsOf)(const double* sums, std::size_t count, float* out);
 
     static const BandKernels baseline, avx2, avx512;
 };

@@ -11,13 +11,7 @@ constexpr std::size_t kPowerBuffer = 1024;
 
 double powerOf(double level) { return std::pow(10.0, level / 10.0); }
 
-float bandValue(double sum, LineKind kind) {
-    switch (kind) {
-        case LineKind::level: return static_cast<float>(sum > 0.0 ? 10.0 * std::log10(sum) : sum);
-        case LineKind::amplitude: return static_cast<float>(std::sqrt(sum));
-        default: return static_cast<float>(sum);
-    }
-}
+float levelOf(double sum) { return static_cast<float>(sum > 0.0 ? 10.0 * std::log10(sum) : sum); }
 
 }  // namespace
 
@@ -105,9 +99,16 @@ void BandAnalysis::analyse(std::span<const float> lines, int channelCount, LineK
     } else {
         addRunByRun(runs, lines, channels, kind);
     }
-    for (std::size_t i = 0; i < bands.size(); ++i) {
-        const double sum = weighted ? sums_[i] * weights_[i / channels] : sums_[i];
-        bands[i] = bandValue(sum, kind);
+    if (weighted) {
+        for (std::size_t i = 0; i < bands.size(); ++i)
+            sums_[i] *= weights_[i / channels];
+    }
+    switch (kind) {
+        case LineKind::level: std::ranges::transform(sums_, bands.begin(), levelOf); break;
+        case LineKind::amplitude: kernels.rootsOf(sums_.data(), sums_.size(), bands.data()); break;
+        default:
+            std::ranges::transform(sums_, bands.begin(),
+                                   [](double sum) { return static_cast<float>(sum); });
     }
 }
 
