@@ -123,12 +123,14 @@ inline void windowMeansFrom(const Number* x, std::size_t count, std::size_t widt
 }
 
 // Every sample is a term of `width` sums: it is converted once, a stretch of samples at a time, as
-// long as the windows are short against the stretch.
+// long as the windows are short against the stretch. (But where registers of four doubles would
+// lie across the borders of cache lines, to load them takes longer than to convert them anew.)
 void windowMeans(const float* x, std::size_t count, std::size_t width, std::size_t channels,
                  float* out) {
     constexpr std::size_t kStretch = 1024;
     const std::size_t reach = (width - 1) * channels;
-    if (reach > kStretch / 4) {
+    const bool across = kLanes == 4 && channels % kLanes != 0;
+    if (across || reach > kStretch / 4) {
         windowMeansFrom(x, count, width, channels, out);
         return;
     }

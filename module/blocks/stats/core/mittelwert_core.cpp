@@ -89,8 +89,10 @@ void MovingAverage::process(SampleRows in, std::size_t width, std::span<float> o
 
     // Windows that still grow.
     const std::size_t growing = std::min(head, reach - carried);
-    sums_.assign(channels, 0.0);
-    if (carried > 0) kernels.addRows(joined_.data(), carried, channels, sums_.data());
+    if (growing > 0) {
+        sums_.assign(channels, 0.0);
+        kernels.addRows(joined_.data(), carried, channels, sums_.data());
+    }
     for (std::size_t k = 0; k < growing; ++k) {
         kernels.addRows(x.data() + k * channels, 1, channels, sums_.data());
         for (std::size_t c = 0; c < channels; ++c)
