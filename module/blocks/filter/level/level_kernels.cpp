@@ -113,23 +113,27 @@ void smoothOne(LaneRows rows, double alpha, double* meanSquare, double* ratios, 
 }
 
 // Extremes and hits do not ask for an order: neighbouring frames lie side by side, in two
-// registers.
+// registers. (Of the widest but half: beside those a processor makes the numbers one by one more
+// slowly, which most of the time goes into.)
+constexpr int kSide = kLanes > 4 ? 4 : kLanes;
+using Row = Lanes<kSide>::Doubles;
+
 void gatherOne(const double* ratios, std::size_t frames, const LevelWindow* window,
                LevelLanes* state, double* hits) {
-    constexpr std::size_t kTogether = 2 * kLanes;
-    const Register zero{};
-    const Register one = zero + 1.0;
-    const Register from = zero + window->from[0];
-    const Register to = zero + window->to[0];
-    Register maximum[2] = {zero + state->maximum[0], zero + state->maximum[0]};
-    Register minimum[2] = {zero + state->minimum[0], zero + state->minimum[0]};
-    Register clockMaximum[2] = {zero + state->clockMaximum[0], zero + state->clockMaximum[0]};
-    Register hit[2] = {zero, zero};
+    constexpr std::size_t kTogether = 2 * kSide;
+    const Row zero{};
+    const Row one = zero + 1.0;
+    const Row from = zero + window->from[0];
+    const Row to = zero + window->to[0];
+    Row maximum[2] = {zero + state->maximum[0], zero + state->maximum[0]};
+    Row minimum[2] = {zero + state->minimum[0], zero + state->minimum[0]};
+    Row clockMaximum[2] = {zero + state->clockMaximum[0], zero + state->clockMaximum[0]};
+    Row hit[2] = {zero, zero};
     std::size_t frame = 0;
     for (; frame + kTogether <= frames; frame += kTogether) {
 #pragma GCC unroll 2
         for (std::size_t i = 0; i < 2; ++i) {
-            const auto q = load<Register>(ratios + frame + i * kLanes);
+            const auto q = load<Row>(ratios + frame + i * kSide);
             maximum[i] = q > maximum[i] ? q : maximum[i];
             minimum[i] = q < minimum[i] ? q : minimum[i];
             clockMaximum[i] = q > clockMaximum[i] ? q : clockMaximum[i];
@@ -141,7 +145,7 @@ void gatherOne(const double* ratios, std::size_t frames, const LevelWindow* wind
     double clockHighest = state->clockMaximum[0];
     double hitsOfAll = 0.0;
     for (std::size_t i = 0; i < 2; ++i) {
-        for (int lane = 0; lane < kLanes; ++lane) {
+        for (int lane = 0; lane < kSide; ++lane) {
             highest = maximum[i][lane] > highest ? maximum[i][lane] : highest;
             lowest = minimum[i][lane] < lowest ? minimum[i][lane] : lowest;
             clockHighest =
