@@ -159,8 +159,8 @@ public:
         const Register shifted = a * (kShift * kShift);
         const __m128 x = single(shifted);
         const __m128 y = _mm_rsqrt_ps(x);
-        const __m128 half = _mm_mul_ps(y, _mm_set1_ps(0.5F));
-        const __m128 rest = _mm_fnmadd_ps(_mm_mul_ps(x, y), half, _mm_set1_ps(0.5F));
+        const __m128 half = y * 0.5F;
+        const __m128 rest = _mm_fnmadd_ps(x * y, half, _mm_set1_ps(0.5F));
         return withHalf(a, shifted, _mm256_cvtps_pd(_mm_fmadd_ps(half, rest, half)), kShift);
 #else
         return (*this)(a);
