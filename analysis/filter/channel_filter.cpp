@@ -10,9 +10,9 @@
 namespace ovanlys {
 namespace {
 
-// Samples of all channels are worked on in stretches that stay in the nearest cache, or in the
-// next.
-constexpr std::size_t kStretchValues = 8192;
+// Samples of all channels are worked on in stretches that stay in the second cache until the last
+// of the channels has been filtered.
+constexpr std::size_t kStretchValues = 32768;
 constexpr std::size_t kLeastStretch = 64;   // samples of each channel
 constexpr std::size_t kMostStretch = 1024;  // of one that is filtered alone, in a row of doubles
 // Groups and channels that are filtered into doubles first.
