@@ -24,7 +24,9 @@ if(VYN_SANITIZE)
   target_link_options(vyn_options INTERFACE ${sanitizers})
   target_compile_definitions(vyn_options INTERFACE VYN_SANITIZED _GLIBCXX_ASSERTIONS)
 else()
-  target_compile_options(vyn_options INTERFACE -fstack-protector-strong)
+  # (Kernels leave it out: KernelLevels.cmake.)
+  target_compile_options(vyn_options INTERFACE
+    $<$<NOT:$<BOOL:$<TARGET_PROPERTY:VYN_KERNELS>>>:-fstack-protector-strong>)
   target_link_options(vyn_options INTERFACE -fstack-protector-strong)  # MinGW: its library
 endif()
 

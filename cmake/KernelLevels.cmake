@@ -23,6 +23,7 @@ function(vyn_kernel_sources target)
     target_link_libraries(${target}_${level} PRIVATE vyn_options)
     target_include_directories(${target}_${level} PRIVATE ${arg_INCLUDES})
     target_compile_definitions(${target}_${level} PRIVATE VYN_KERNEL_LEVEL=${level})
+    set_target_properties(${target}_${level} PROPERTIES VYN_KERNELS ON)
     # No stack protector: kernels keep arrays of fixed size there, which stand in for registers; the
     # guard makes the compiler write and read them.
     target_compile_options(${target}_${level} PRIVATE ${VYN_KERNEL_FLAGS_${level}} -fno-stack-protector)
