@@ -55,6 +55,13 @@ inline void filterGroup(const LaneSection& section, double* state, std::size_t c
                         Rows<From> from, Rows<To> to) {
     using Row = typename Lanes<lanes>::Doubles;
     const Row s[2] = {load<Row>(state), load<Row>(state + count)};
+    // The weights that most sums take stay in registers; more of them would drive the sums out.
+    constexpr int kKept = 3;
+    Row kept[kKept];
+#pragma GCC unroll 3
+    for (int i = 0; i < kKept; ++i)
+        kept[i] = weight(section.direct[i]) - Row{};
+    const auto h = [&](int i) { return i < kKept ? kept[i] : weight(section.direct[i]) - Row{}; };
     Row direct[kGroup];
     Row into[2];
 #pragma GCC unroll 8
@@ -62,7 +69,7 @@ inline void filterGroup(const LaneSection& section, double* state, std::size_t c
         const Row x = loaded<Row, lanes>(from[i]);
 #pragma GCC unroll 8
         for (int j = i; j < kGroup; ++j) {
-            const Row term = weight(section.direct[j - i]) * x;
+            const Row term = h(j - i) * x;
             direct[j] = i > 0 ? direct[j] + term : last ? 0.0 + term : term;
         }
 #pragma GCC unroll 2
