@@ -42,9 +42,4 @@ void TOGlobal::removeBlock(BlockHandle handle) noexcept {
     blocks_[static_cast<std::size_t>(handle)] = nullptr;
 }
 
-TOGlobal& theGlobal() noexcept {
-    static TOGlobal global;
-    return global;
-}
-
 }  // namespace vynpack

@@ -65,6 +65,9 @@ private:
     MathEngine mathEngine_;
 };
 
-TOGlobal& theGlobal() noexcept;
+inline TOGlobal& theGlobal() noexcept {
+    static TOGlobal global;
+    return global;
+}
 
 }  // namespace vynpack

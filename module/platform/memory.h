@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <utility>
 
 namespace vynpack {
@@ -18,8 +17,8 @@ namespace platform {
 void* lockMemory(MemoryHandle handle) noexcept;
 void unlockMemory(MemoryHandle handle) noexcept;
 
-// Bytes behind the handle, where the system knows them.
-std::optional<std::size_t> memorySize(MemoryHandle handle) noexcept;
+// False only where the system knows that fewer bytes lie behind the handle.
+bool memoryHolds(MemoryHandle handle, std::size_t bytes) noexcept;
 
 }  // namespace platform
 
@@ -54,10 +53,8 @@ public:
     void* address() const noexcept { return address_; }
     MemoryHandle handle() const noexcept { return handle_; }
 
-    // False only where the system knows that fewer bytes lie behind the handle.
-    bool holds(std::size_t bytes) const noexcept {
-        return platform::memorySize(handle_).value_or(bytes) >= bytes;
-    }
+    // False only where the system knows that there are fewer.
+    bool holds(std::size_t bytes) const noexcept { return platform::memoryHolds(handle_, bytes); }
 
 private:
     MemoryHandle handle_ = MemoryHandle::none;

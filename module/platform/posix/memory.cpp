@@ -16,6 +16,6 @@ void* lockMemory(MemoryHandle handle) noexcept {
 
 void unlockMemory(MemoryHandle) noexcept {}
 
-std::optional<std::size_t> memorySize(MemoryHandle) noexcept { return std::nullopt; }
+bool memoryHolds(MemoryHandle, std::size_t) noexcept { return true; }
 
 }  // namespace vynpack::platform

@@ -17,11 +17,10 @@ void* lockMemory(MemoryHandle handle) noexcept {
 
 void unlockMemory(MemoryHandle handle) noexcept { ::GlobalUnlock(global(handle)); }
 
-std::optional<std::size_t> memorySize(MemoryHandle handle) noexcept {
+bool memoryHolds(MemoryHandle handle, std::size_t bytes) noexcept {
     // Zero stands for "not known": memory that is not from the global heap locks but has no size.
     const std::size_t size = ::GlobalSize(global(handle));
-    if (size == 0 || size == static_cast<std::size_t>(-1)) return std::nullopt;
-    return size;
+    return size == 0 || size >= bytes;
 }
 
 }  // namespace vynpack::platform
