@@ -287,7 +287,7 @@ std::size_t placeOf(const float* x, std::size_t rows, std::size_t from, float va
 // foretell the answer.
 void findExtremesOfOne(const float* x, std::size_t rows, std::size_t* highest,
                        std::size_t* lowest) {
-    constexpr int kColumns = 2 * kLanes;
+    constexpr int kColumns = 2 * kSide;
     constexpr std::int32_t kNowhere = 0x7fffffff;
     const float none = __builtin_inff();
     float highs[kColumns];
