@@ -72,16 +72,14 @@ struct FourOfEight {
 
 // Calls put(j, X[j]) for the transform of x[0..7]; `even` is made of the even ones. Where there are
 // sixteen registers, all of them are full in the middle: inputs should be loaded four by four, and
-// outputs leave as soon as they are made. X[j] comes before X[7 - j], j = 0..3, if `lowerFirst`.
-template <bool lowerFirst, class V, class Put>
+// outputs leave as soon as they are made.
+template <class V, class Put>
 [[gnu::always_inline]] inline void transform(const FourOfEight<V>& even, const FourOfEight<V>& odd,
                                              Put put) {
     put(0, even.sum + odd.sum);
-    const auto x4 = even.sum - odd.sum;
-    if (!lowerFirst) put(4, x4);
+    put(4, even.sum - odd.sum);
     put(2, minusJ(even.difference, odd.difference));
-    const auto x6 = plusJ(even.difference, odd.difference);
-    if (!lowerFirst) put(6, x6);
+    put(6, plusJ(even.difference, odd.difference));
     // Times (1 - j) / root 2, and times (1 + j) / root 2.
     const Complex<V> back = {timesRootOfHalf(odd.back.re + odd.back.im),
                              timesRootOfHalf(odd.back.im - odd.back.re)};
@@ -91,10 +89,6 @@ template <bool lowerFirst, class V, class Put>
                               timesRootOfHalf(odd.forth.re + odd.forth.im)};
     put(3, even.forth - forth);
     put(7, even.forth + forth);
-    if (lowerFirst) {
-        put(6, x6);
-        put(4, x4);
-    }
 }
 
 // The same over four inputs.
@@ -113,8 +107,8 @@ template <class V, class Put>
 
 // The transform of sixteen points, in two steps of radix 4:
 //     X[b + 4 j] = sum_a W_4^(a j) (W_16^(a b) sum_t W_4^(t b) x[a + 4 t]).
-// So that nothing has to be negated, b = 3 takes W_16^(-a), which makes the sums of j + 1, and b =
-// 2 leaves a factor -j of the inputs a = 2 and 3 to the second step.
+// So that nothing has to be negated, b = 3 takes W_16^(-a), which makes the sums of j + 1, and for
+// b = 2 the inputs a = 2 and 3 leave a factor -j to the second step.
 template <class V>
 struct SixteenPoints {
     // The first step for the inputs a, a + 4, a + 8, a + 12.
@@ -255,7 +249,7 @@ template <int radix, bool turns, bool inverse, Lie from, Lie to>
         } else if constexpr (radix == 8) {
             const FourOfEight<Register> even(x(0), x(2), x(4), x(6));
             const FourOfEight<Register> odd(x(1), x(3), x(5), x(7));
-            transform<false>(even, odd, put);
+            transform(even, odd, put);
         } else {
             SixteenPoints<Register> points;
 #pragma GCC unroll 4
@@ -551,7 +545,7 @@ void joinMiddle(const double* middle, const double* twiddles, std::ptrdiff_t poi
     });
     const FourOfEight<double> even(x.at(0), x.at(2), x.at(4), x.at(6));
     const FourOfEight<double> odd(x.at(1), x.at(3), x.at(5), x.at(7));
-    transform<false>(even, odd, [&](int j, const Complex<double>& y) {
+    transform(even, odd, [&](int j, const Complex<double>& y) {
         re[middleLine(points, j)] = y.re;
         im[middleLine(points, j)] = j < 4 ? y.im : 0.0 - y.im;
     });
@@ -567,7 +561,7 @@ void splitMiddle(const double* re, const double* im, const double* twiddles, std
     const FourOfEight<double> even(x(0), x(2), x(4), x(6));
     const FourOfEight<double> odd(x(1), x(3), x(5), x(7));
     MiddleLine y;
-    transform<false>(even, odd, [&](int lane, const Complex<double>& exchanged) {
+    transform(even, odd, [&](int lane, const Complex<double>& exchanged) {
         y.re[lane] = exchanged.im;
         y.im[lane] = exchanged.re;
     });

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <pocketfft_hdronly.h>
 
+#include <algorithm>
 #include <cmath>
 #include <complex>
 #include <limits>
@@ -133,6 +134,28 @@ TEST(LaneFft, GivesTheSameBitsAtEveryInstructionSetLevel) {
             EXPECT_EQ(spectrum.re, expected.re) << n;
             EXPECT_EQ(spectrum.im, expected.im) << n;
             EXPECT_EQ(back.re, expectedBack.re) << n;
+        }
+    }
+}
+
+// The work array moves with the samples' address.
+TEST(LaneFft, GivesTheSameBitsWhereverTheSamplesLie) {
+    for (const std::size_t n : {256, 1024}) {
+        const LaneFft plan(n);
+        const Samples samples = noise<double>(n, 4);
+        const SplitSpectrum expected = transformed(plan, samples);
+        SplitSpectrum expectedBack = expected;
+        plan.inverse(expectedBack.re.data(), expectedBack.im.data());
+        for (std::size_t shift = 0; shift < 4096 / sizeof(double); shift += 3) {
+            Samples memory(shift);
+            memory.insert(memory.end(), samples.begin(), samples.end());
+            double* const re = &memory[shift];
+            Samples im(n / 2 + 1);
+            plan.forward(re, im.data());
+            EXPECT_TRUE(std::equal(re, re + n / 2 + 1, expected.re.begin())) << n << ' ' << shift;
+            EXPECT_EQ(im, expected.im) << n << ' ' << shift;
+            plan.inverse(re, im.data());
+            EXPECT_TRUE(std::equal(re, re + n, expectedBack.re.begin())) << n << ' ' << shift;
         }
     }
 }
