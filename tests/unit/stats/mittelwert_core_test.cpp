@@ -10,6 +10,7 @@
 #include <random>
 #include <vector>
 
+#include "blocks/stats/core/averaging_kernels.h"
 #include "support/signals.h"
 #include "unit/kernels/levels_of_machine.h"
 
@@ -426,6 +427,46 @@ TEST(BlockAverage, AllKernelLevelsGiveTheSameBits) {
         average.process({noise(1001, 44, -8.0F, 8.0F), 1}, 0.9, {});
         results.push_back(mixed(average, noise(1001, 45, -8.0F, 8.0F), 0.9));
         EXPECT_EQ(results.back(), results.front());
+    }
+}
+
+// Levels divide in different ways. Quotients beside a middle between two numbers in single
+// precision, and at the ends of their range, are rounded as a division rounds them.
+TEST(BlockAverage, QuotientsAreTheDivisionsAtEveryLevel) {
+    std::mt19937 random(46);
+    std::vector<float> divisors{1.0F, 2.0F, 3.0F, 7.0F, 1.5F, 1.9F, 16777215.0F, 16777213.0F};
+    for (int i = 0; i < 60; ++i)
+        divisors.push_back(1.0F + static_cast<float>(random() % 16777216) * 0x1p-20F);
+    for (const float divisor : divisors) {
+        Samples dividends{0.0F,    0x1p-149F, 0x1.8p-148F, 0x1p-126F,
+                          3.4e38F, kInfinity, -kInfinity,  std::numeric_limits<float>::quiet_NaN()};
+        while (dividends.size() < 1500) {
+            const double middle =
+                static_cast<double>((1U << 24) + random() % (1U << 24) / 2 * 2 + 1);
+            const int exponent = static_cast<int>(random() % 200) - 150;
+            const auto near = static_cast<float>(std::ldexp(middle * divisor, exponent));
+            for (const float dividend :
+                 {near, std::nextafter(near, 0.0F), -near, std::nextafter(near, kInfinity)})
+                dividends.push_back(dividend);
+        }
+        for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
+            for (const std::size_t first : {0, 8, 16}) {  // each in either way
+                Samples average(dividends.size(), 0.0F);
+                Samples out(dividends.size());
+                vyn::kernelsAt<AveragingKernels>(level).mixIn(
+                    &dividends[first], dividends.size() - first, 1.0F, divisor, &average[first],
+                    &out[first]);
+                for (std::size_t i = first; i < dividends.size(); ++i) {
+                    const float expected = dividends[i] / divisor;
+                    if (std::isnan(expected)) {
+                        EXPECT_TRUE(std::isnan(out[i]));
+                    } else {
+                        EXPECT_EQ(out[i], expected) << dividends[i] << " / " << divisor;
+                    }
+                }
+                EXPECT_TRUE(std::equal(average.begin() + 24, average.end(), out.begin() + 24));
+            }
+        }
     }
 }
 

@@ -148,6 +148,52 @@ void windowMeans(const float* x, std::size_t count, std::size_t width, std::size
     }
 }
 
+#if defined(__AVX2__)
+
+// A full register of numbers in single precision.
+using Singles [[gnu::vector_size(sizeof(Register))]] = float;
+
+inline Singles joined(Lanes<kLanes>::Floats low, Lanes<kLanes>::Floats high) {
+#if defined(__AVX512F__)
+    return _mm512_insertf32x8(_mm512_castps256_ps512(low), high, 1);
+#else
+    return _mm256_insertf128_ps(_mm256_castps128_ps256(low), high, 1);
+#endif
+}
+
+// Up to so many values the unit that divides is the bound, beyond them the caches are.
+constexpr std::size_t kMostByTurns = kLanes == 8 ? ~std::size_t{0} : 4096;
+
+// mixIn's quotients in two ways by turns, by the unit that divides and by a product in double
+// precision; returns how many are made. Both round to the same number: a quotient of two numbers of
+// 24 bits is 2^-49 of itself away from any middle between two of them at least, and the product
+// with a rounded reciprocal is wrong by less than 2^-51.
+std::size_t mixInByTurns(const float* x, std::size_t count, float weight, float divisor,
+                         float* average, float* out) {
+    constexpr std::size_t kAtOnce = 2 * kLanes;
+    const double reciprocal = 1.0 / static_cast<double>(divisor);
+    const auto half = [=](std::size_t i) __attribute__((always_inline)) {
+        using Floats = Lanes<kLanes>::Floats;
+        const Floats mixed = load<Floats>(average + i) * weight + load<Floats>(x + i);
+        return single(Register(converted<Register>(mixed) * reciprocal));
+    };
+    const auto put = [=](Singles mixed, std::size_t i) __attribute__((always_inline)) {
+        store(mixed, average + i);
+        store(mixed, out + i);
+    };
+    std::size_t i = 0;
+    for (; i + 2 * kAtOnce <= count; i += 2 * kAtOnce) {
+        const Singles first =
+            (load<Singles>(average + i) * weight + load<Singles>(x + i)) / divisor;
+        const Singles second = joined(half(i + kAtOnce), half(i + kAtOnce + kLanes));
+        put(first, i);
+        put(second, i + kAtOnce);
+    }
+    return i;
+}
+
+#endif
+
 void mixIn(const float* x, std::size_t count, float weight, float divisor, float* average,
            float* out) {
     if (out == nullptr) {
@@ -169,6 +215,10 @@ void mixIn(const float* x, std::size_t count, float weight, float divisor, float
         for (const std::size_t head = (kLine - behind) % kLine / sizeof(float); i < head; ++i)
             mix(i);
     }
+#if defined(__AVX2__)
+    if (count <= kMostByTurns)
+        i += mixInByTurns(x + i, count - i, weight, divisor, average + i, out + i);
+#endif
     for (; i < count; ++i)
         mix(i);
 }
