@@ -161,8 +161,9 @@ inline Singles joined(Lanes<kLanes>::Floats low, Lanes<kLanes>::Floats high) {
 #endif
 }
 
-// Up to so many values the unit that divides is the bound, beyond them the caches are.
-constexpr std::size_t kMostByTurns = kLanes == 8 ? ~std::size_t{0} : 4096;
+// Up to so many values the unit that divides is the bound; beyond them the nearest cache is too
+// small.
+constexpr std::size_t kMostByTurns = 4096;
 
 // mixIn's quotients in two ways by turns, by the unit that divides and by a product in double
 // precision; returns how many are made. Both round to the same number: a quotient of two numbers of
