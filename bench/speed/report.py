@@ -355,6 +355,7 @@ BELOW_REASONS = """- **Operations.** Results have the same bits at every level, 
   of which the widest band's 55 additions in the order of the lines take 28. Level: each sample waits for a
   subtraction, a multiplication and an addition, eight cycles. FIR filters of 255 taps take a whole pair of transforms
   for any block up to their length; sums would change bits. RMS spectrum: 129 roots at nine to twelve cycles per four.
+  Inverse FFT: the transform alone takes 171 ns at AVX2, a call with 16 samples 165 to 176; the gate leaves 275.
 - **Recursive filters, 32 channels.** Order 8 takes 68.75 operations per sample, A-weighting 52. Beside a loop of ten
   sums with weights from memory, timed in turns with it, the kernel takes the time of 145 operations per section and
   group where 142 are needed; that loop reaches 37 to 40 operations per nanosecond at AVX2, since weights that no
