@@ -100,6 +100,16 @@ inline Lanes<kLanes>::Floats single(Register numbers) {
     return converted<Lanes<kLanes>::Floats>(numbers);
 }
 
+// At the end of a kernel that tools/wide-registers finds. Compilers clear the upper halves of the
+// registers that they know as written; to the processor they are in use as well after numbers are
+// narrowed straight from memory, or moved between registers late in the compiler's work. It then
+// waits 50 ns at the next instruction of the old kind, in the code of whoever called.
+inline void leaveWideRegisters() {
+#if defined(__AVX2__)
+    _mm256_zeroupper();
+#endif
+}
+
 // Unaligned moves between arrays and lanes.
 template <class Vector, class Number>
 inline Vector load(const Number* from) {

@@ -74,6 +74,7 @@ void put(const double* rows, std::size_t channels, std::size_t count, float* out
     forEachGroup(channels, [=]<int width>(Columns<width>, std::size_t first) {
         putColumns<width>(rows + first, channels, count, out + first, stride);
     });
+    leaveWideRegisters();
 }
 
 // The count of channels is a constant here: each sample is read and written once.

@@ -148,11 +148,12 @@ template <unsigned terms>
 void add(const float* x, std::size_t rows, std::size_t channels, const StatisticSums& sums) {
     if (channels == 1) {
         addOfOne<terms>(x, rows, sums);
-        return;
+    } else {
+        forEachLaneGroup(channels, [=, &sums]<int lanes>(Lanes<lanes>, std::size_t first) {
+            addOf<terms, lanes>(x, rows, channels, first, sums);
+        });
     }
-    forEachLaneGroup(channels, [=, &sums]<int lanes>(Lanes<lanes>, std::size_t first) {
-        addOf<terms, lanes>(x, rows, channels, first, sums);
-    });
+    leaveWideRegisters();
 }
 
 void takeOutExponents(double* mantissas, std::int64_t* exponents, std::size_t channels) {
@@ -434,6 +435,7 @@ void addDeviationsBeside(const float* x, const float* others, std::size_t count,
         [mean = Row::Doubles{} + mean](Row::Floats sample) { return deviationsOf(sample, mean); });
     addDeviations(x + 2 * whole, 2 * (count - whole), 1, &mean, squares, absolutes);
     addOfOne<kMeanTerms>(others + whole, count - whole, sums);
+    leaveWideRegisters();
 }
 
 constexpr StatisticKernels kTable = {
