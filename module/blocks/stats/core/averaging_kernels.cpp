@@ -122,11 +122,85 @@ inline void windowMeansFrom(const Number* x, std::size_t count, std::size_t widt
         windowMeansOf<Number, 1, 1>(x + i, width, channels, out + i);
 }
 
+// The windows of neighbouring outputs overlap: in the register that follows `between` rows on, all
+// samples but those of so many rows are the same ones. `abreast` registers of outputs together,
+// each register of samples is converted once and is a term of all whose window it is in, by the
+// order of the rows.
+template <int width, int between, int abreast>
+inline void sharedWindowMeansOf(const float* x, std::size_t channels, float* out) {
+    using Floats = Lanes<kLanes>::Floats;
+    Register sums[abreast];
+#pragma GCC unroll 8
+    for (int r = 0; r < abreast; ++r)
+        sums[r] = Register{};
+    constexpr int kRows = between * (abreast - 1) + width;
+#pragma GCC unroll 40
+    for (int row = 0; row < kRows; ++row, x += channels) {
+        const auto samples = converted<Register>(load<Floats>(x));
+#pragma GCC unroll 8
+        for (int r = 0; r < abreast; ++r) {
+            const int term = row - between * r;
+            if (term >= 0 && term < width) sums[r] += samples;
+        }
+    }
+#pragma GCC unroll 8
+    for (int r = 0; r < abreast; ++r, out += static_cast<std::size_t>(between) * channels)
+        store(Floats(converted<Floats>(sums[r]) / static_cast<float>(width)), out);
+}
+
+// Returns how many outputs are made, of `count`.
+template <int width, int between>
+inline std::size_t sharedWindowMeans(const float* x, std::size_t count, std::size_t channels,
+                                     float* out) {
+    constexpr std::size_t kAbreast = 8;
+    const std::size_t group = kAbreast * between * channels;
+    const std::size_t columns = between > 1 ? kLanes : channels;
+    std::size_t done = 0;
+    for (; done + group <= count; done += group) {
+        for (std::size_t first = 0; first < columns; first += kLanes) {
+            const std::size_t at = done + first;
+            sharedWindowMeansOf<width, between, kAbreast>(x + at, channels, out + at);
+        }
+    }
+    return done;
+}
+
+template <int width, int between>
+inline std::size_t sharedWindowMeansBetween(const float* x, std::size_t count, std::size_t channels,
+                                            float* out) {
+    if constexpr (between < width) {
+        if (between * channels == kLanes || (between == 1 && channels % kLanes == 0))
+            return sharedWindowMeans<width, between>(x, count, channels, out);
+    }
+    if constexpr (between > 1) {
+        return sharedWindowMeansBetween<width, between / 2>(x, count, channels, out);
+    }
+    return 0;
+}
+
+// Of short windows, and channels that fill registers or divide them; as many as lie near enough for
+// the nearest cache. (Registers of two doubles gain nothing: measured.)
+template <int longest = 8>
+inline std::size_t shortWindowMeans(const float* x, std::size_t count, std::size_t width,
+                                    std::size_t channels, float* out) {
+    constexpr std::size_t kMostChannels = 64;
+    if (kLanes == 2 || channels > kMostChannels || width > static_cast<std::size_t>(longest))
+        return 0;
+    if (width == static_cast<std::size_t>(longest))
+        return sharedWindowMeansBetween<longest, kLanes>(x, count, channels, out);
+    if constexpr (longest > 2) return shortWindowMeans<longest - 1>(x, count, width, channels, out);
+    return 0;
+}
+
 // Every sample is a term of `width` sums: it is converted once, a stretch of samples at a time, as
 // long as the windows are short against the stretch. (But where registers of four doubles would
 // lie across the borders of cache lines, to load them takes longer than to convert them anew.)
 void windowMeans(const float* x, std::size_t count, std::size_t width, std::size_t channels,
                  float* out) {
+    const std::size_t made = shortWindowMeans(x, count, width, channels, out);
+    x += made;
+    out += made;
+    count -= made;
     constexpr std::size_t kStretch = 1024;
     const std::size_t reach = (width - 1) * channels;
     const bool across = kLanes == 4 && channels % kLanes != 0;
