@@ -22,7 +22,7 @@ struct BandKernels {
     // The same for terms that are already in double.
     void (*addTerms)(const double* terms, std::size_t rows, std::size_t channels, double* sums);
     // The sums of one channel: sums[run.band] += v, or v², of the lines of every run. No two runs
-    // are of the same band.
+    // are of the same band; they come in the order of their lines.
     void (*addRuns)(const float* lines, const BandRun* runs, std::size_t count, double* sums);
     void (*addSquaresOfRuns)(const float* lines, const BandRun* runs, std::size_t count,
                              double* sums);
