@@ -72,10 +72,14 @@ struct Case {
     template <class Fill>
     Case(Shape shape_, std::size_t connectors, std::size_t values, Fill fill,
          std::size_t leastBlocks = 3)
-        : shape(shape_), ring(std::max(leastBlocks, kRingValues / values)), inputs(connectors) {
+        : shape(shape_),
+          ring(std::max(leastBlocks, kRingValues / (connectors * values))),
+          inputs(connectors) {
         for (std::size_t block = 0; block < ring.size(); ++block) {
             ring[block].assign(connectors, Aligned<float>(values));
             fill(block, ring[block]);
+            for (const Aligned<float>& connector : ring[block])
+                waiting_.push_back({connector.data(), connector.size()});
         }
         point(0);
     }
@@ -98,9 +102,9 @@ private:
     static constexpr std::size_t kRingValues = 131072;
     void point(std::size_t block) {
         at_ = block;
-        for (std::size_t i = 0; i < inputs.size(); ++i)
-            inputs[i] = {ring[block][i].data(), ring[block][i].size()};
+        std::copy_n(&waiting_[block * inputs.size()], inputs.size(), inputs.data());
     }
+    std::vector<Input> waiting_;  // block by block, its connectors
     std::size_t at_ = 0;
 };
 

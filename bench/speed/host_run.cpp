@@ -91,7 +91,7 @@ HostRun::DataBlock& HostRun::makeBlock(std::size_t values) {
 void HostRun::setInputs(const std::vector<std::vector<Aligned<float>>>& ring, std::size_t channels,
                         Axis axis) {
     for (const std::vector<Aligned<float>>& blocks : ring) {
-        std::vector<DataBlock*>& connectors = inputs_.emplace_back();
+        connectors_ = 0;
         for (const Aligned<float>& values : blocks) {
             DataBlock& block = makeBlock(values.size());
             block.input = true;
@@ -103,8 +103,8 @@ void HostRun::setInputs(const std::vector<std::vector<Aligned<float>>>& ring, st
             block.header().displaySpan = 2.0;
             block.header().channelCount = static_cast<std::int32_t>(channels);
             std::ranges::copy(values, block.values().begin());
-            record_.inputChannel.at(connectors.size()) = 0;
-            connectors.push_back(&block);
+            record_.inputChannel.at(connectors_++) = 0;
+            waiting_.push_back(handleOf(block));
         }
     }
 }
@@ -133,9 +133,7 @@ void HostRun::takeOutputs(Outputs* outputs) {
 void HostRun::step(Outputs* outputs) {
     active_ = this;
     const auto record = reinterpret_cast<Int>(&recordAddress_);
-    const std::vector<DataBlock*>& inputs = inputs_[at_];
-    for (std::size_t i = 0; i < inputs.size(); ++i)
-        record_.inputData[i] = handleOf(*inputs[i]);
+    std::copy_n(&waiting_[at_ * connectors_], connectors_, record_.inputData.data());
     do {
         if (module_.Simulation(kContext, type_, block_, record) == vynhost::kFailed) {
             throw std::runtime_error("the block fails: is the analysis library found?");
@@ -172,7 +170,7 @@ Int HostRun::answer(std::uint32_t message, Int first, Int second) {
             std::memcpy(reinterpret_cast<void*>(second), input.memory, vynhost::kValuesOffset);
             return 0;
         }
-        case Message::inputCount: return static_cast<Int>(active_->inputs_[0].size());
+        case Message::inputCount: return static_cast<Int>(active_->connectors_);
         case Message::outputCount: return kWiredOutputs;
         default: return 0;
     }

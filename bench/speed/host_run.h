@@ -5,7 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <list>
+#include <deque>
 #include <memory>
 #include <span>
 #include <string>
@@ -84,9 +84,10 @@ private:
     vynhost::Int block_ = 0;
     vynhost::SimulationRecord record_{};
     void* recordAddress_ = &record_;
-    std::list<DataBlock> blocks_;
+    std::deque<DataBlock> blocks_;
     std::vector<DataBlock*> free_;
-    std::vector<std::vector<DataBlock*>> inputs_;
+    std::vector<vynhost::Handle> waiting_;  // block by block of the ring, its connectors
+    std::size_t connectors_ = 0;
     std::size_t at_ = 0;
 };
 
