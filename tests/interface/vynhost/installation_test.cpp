@@ -1,4 +1,5 @@
 // vynhost beside its module and library, wherever that is and whatever the machine's setting says.
+#include <chrono>
 #include <filesystem>
 
 #include "interface/vynhost/diagram_fixture.h"
@@ -59,6 +60,33 @@ TEST_F(InstallationTest, WorksInAFolderWithBlanksUmlautsAndKanji) {
         EXPECT_TRUE(std::filesystem::exists(folder() / "out" / "x.csv"));
         std::filesystem::remove_all(folder() / "out");
     }
+}
+
+// A helper that the module or the system has started takes over what a process writes to.
+TEST_F(InstallationTest, ABatchGoesOnWhenAProcessHasEndedWhoeverKeepsItsOutputOpen) {
+    constexpr auto kFarTooLong = std::chrono::seconds(40);  // the helper stays for a minute
+    const std::filesystem::path program = copied("helped");
+    const std::filesystem::path bin = platform::programFolder();
+    std::filesystem::copy_file(
+        bin.parent_path() / "fixtures" / "broken_module" / platform::kModuleFile,
+        program / platform::kModuleFile, std::filesystem::copy_options::overwrite_existing);
+    writeWav("m.wav", sine(1024, 1024, 1));
+    write("d.toml",
+          "[source.m]\nfile = \"none.wav\"\n[block.f]\ntype = \"FFT\"\n[wire]\n\"f.E\" = \"m\"\n"
+          "[sink.x]\nfrom = \"f.S\"\ncsv = \"x.csv\"\n");
+    platform::setVariable("VYN_SOUND_MODULE", textOf(bin / platform::kModuleFile));
+    platform::setVariable("VYN_FAULT", "leaves its output open");
+    const auto start = std::chrono::steady_clock::now();
+    const Outcome outcome =
+        vynhost(program, "run \"" + textOf(folder() / "d.toml") + "\" --out \"" +
+                             textOf(folder() / "o" / "{name}") +
+                             "\" --each \"m=" + textOf(folder() / "m.wav") + "\"");
+    const auto took = std::chrono::steady_clock::now() - start;
+    platform::setVariable("VYN_SOUND_MODULE", "");
+    platform::setVariable("VYN_FAULT", "");
+    EXPECT_EQ(outcome.code, 0) << outcome.out << outcome.error;
+    EXPECT_TRUE(std::filesystem::exists(folder() / "o" / "m" / "x.csv"));
+    EXPECT_LT(took, kFarTooLong);
 }
 
 TEST_F(InstallationTest, TakesItsOwnLibraryBeforeTheMachinesSetting) {

@@ -226,6 +226,14 @@ TEST_F(ValidateTest, ACheckThatFailsInCompanyAloneSaysSo) {
     EXPECT_THAT(outcome.out, HasSubstr("alone, it does not"));
 }
 
+// A helper that the module or the system has started takes over what the process writes to.
+TEST_F(ValidateTest, AProcessIsOverWhenItHasEndedWhoeverKeepsItsOutputOpen) {
+    const Outcome well =
+        validateWith("leaves its output open", "--level 1 --check life.createAndDestroy:5004");
+    EXPECT_EQ(well.code, 0) << well.out << well.error;
+    EXPECT_THAT(well.out, EndsWith("SUCCESS 1 checks\n"));
+}
+
 INSTANTIATE_TEST_SUITE_P(Faults, BrokenModule, ::testing::ValuesIn(kBroken), [](const auto& test) {
     std::string name = test.param.fault;
     std::erase_if(name, [](char c) { return (c < 'a' || c > 'z') && (c < 'A' || c > 'Z'); });

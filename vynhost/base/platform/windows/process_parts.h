@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include <cstddef>
+#include <optional>
 #include <string>
 
 namespace vynhost::platform {
@@ -49,5 +50,25 @@ public:
 private:
     HANDLE handle_ = nullptr;
 };
+
+// What a child has written into the pipe since; empty where nothing came in that time. Nothing when
+// no more comes: the child has ended, even if a process that was started from there keeps the
+// pipe open.
+inline std::optional<std::string> nextOutput(HANDLE pipe, HANDLE child, DWORD milliseconds) {
+    // Asked before the pipe is, so that what the child wrote last is still read.
+    const bool over = ::WaitForSingleObject(child, 0) == WAIT_OBJECT_0;
+    DWORD waiting = 0;
+    if (::PeekNamedPipe(pipe, nullptr, 0, nullptr, &waiting, nullptr) == 0) return std::nullopt;
+    if (waiting == 0) {
+        if (over) return std::nullopt;
+        ::WaitForSingleObject(child, milliseconds);
+        return std::string();
+    }
+    std::string piece(waiting, '\0');
+    DWORD got = 0;
+    if (::ReadFile(pipe, piece.data(), waiting, &got, nullptr) == 0) return std::nullopt;
+    piece.resize(got);
+    return piece;
+}
 
 }  // namespace vynhost::platform

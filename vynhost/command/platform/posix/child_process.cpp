@@ -12,6 +12,8 @@
 #include <stdexcept>
 #include <system_error>
 
+#include "vynhost/base/platform/posix/process_parts.h"
+
 namespace vynhost::platform {
 namespace {
 
@@ -76,13 +78,9 @@ ChildProcess::~ChildProcess() = default;
 
 ChildProcess::End ChildProcess::wait() {
     End end{};
-    std::array<char, 4096> piece{};
-    for (;;) {
-        const ssize_t count = ::read(handles_->output, piece.data(), piece.size());
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) break;
-        end.output.append(piece.data(), static_cast<std::size_t>(count));
-    }
+    constexpr int kGlance = 100;  // milliseconds
+    while (const auto piece = nextOutput(handles_->output, handles_->process, kGlance))
+        end.output += *piece;
     ::close(handles_->output);
     siginfo_t info{};
     while (::waitid(P_PID, static_cast<id_t>(handles_->process), &info, WEXITED | WNOWAIT) != 0 &&

@@ -2,7 +2,6 @@
 
 #include <windows.h>
 
-#include <array>
 #include <mutex>
 #include <stdexcept>
 #include <string>
@@ -64,13 +63,9 @@ ChildProcess::~ChildProcess() = default;
 
 ChildProcess::End ChildProcess::wait() {
     End end{};
-    std::array<char, 4096> piece{};
-    DWORD count = 0;
-    while (::ReadFile(handles_->output.get(), piece.data(), static_cast<DWORD>(piece.size()),
-                      &count, nullptr) != 0 &&
-           count > 0) {
-        end.output.append(piece.data(), count);
-    }
+    constexpr DWORD kGlance = 10;  // milliseconds
+    while (const auto piece = nextOutput(handles_->output.get(), handles_->process.get(), kGlance))
+        end.output += *piece;
     ::WaitForSingleObject(handles_->process.get(), INFINITE);
     DWORD code = 0;
     ::GetExitCodeProcess(handles_->process.get(), &code);

@@ -1,7 +1,6 @@
 #include "vynhost/validate/platform/process.h"
 
 #include <fcntl.h>
-#include <poll.h>
 #include <spawn.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -9,11 +8,14 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <system_error>
+
+#include "vynhost/base/platform/posix/process_parts.h"
 
 extern "C" char** environ;  // NOLINT(readability-redundant-declaration)
 
@@ -111,23 +113,21 @@ Ending runSelf(const std::vector<std::string>& words,
     Pipe pipe;
     const ::pid_t child = start(all, environmentWith(environment), pipe.writing());
     pipe.closeWriting();
+    using Clock = std::chrono::steady_clock;
+    constexpr int kGlance = 100;  // milliseconds
     std::string pending;
-    std::array<char, 65536> buffer{};
-    while (true) {
-        pollfd waiting{.fd = pipe.reading(), .events = POLLIN, .revents = 0};
-        const int ready = ::poll(&waiting, 1, static_cast<int>(patience * 1000));
-        if (ready < 0 && errno == EINTR) continue;
-        if (ready == 0) {
+    auto last = Clock::now();
+    while (const auto piece = nextOutput(pipe.reading(), child, kGlance)) {
+        if (piece->empty() &&
+            std::chrono::duration<double>(Clock::now() - last).count() > patience) {
             ::kill(child, SIGKILL);
             endingOf(child);
             return {false, "no answer for " + std::to_string(static_cast<int>(patience)) + " s"};
         }
-        const ssize_t got = ::read(pipe.reading(), buffer.data(), buffer.size());
-        if (got < 0 && errno == EINTR) continue;
-        if (got <= 0) break;
-        pending.append(buffer.data(), static_cast<std::size_t>(got));
+        pending += *piece;
         for (std::size_t end = pending.find('\n'); end != std::string::npos;
              end = pending.find('\n')) {
+            last = Clock::now();
             patience = onLine(pending.substr(0, end));
             pending.erase(0, end + 1);
         }

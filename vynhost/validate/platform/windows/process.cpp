@@ -96,29 +96,15 @@ Ending runSelf(const std::vector<std::string>& words,
 
     using Clock = std::chrono::steady_clock;
     std::string pending;
-    std::array<char, 65536> buffer{};
     auto last = Clock::now();
-    while (true) {
-        DWORD waiting = 0;
-        const bool open =
-            ::PeekNamedPipe(reading.get(), nullptr, 0, nullptr, &waiting, nullptr) != 0;
-        if (!open) break;
-        if (waiting == 0) {
-            if (std::chrono::duration<double>(Clock::now() - last).count() > patience) {
-                ::TerminateProcess(process.get(), 1);
-                endingOf(process.get());
-                return {false,
-                        "no answer for " + std::to_string(static_cast<int>(patience)) + " s"};
-            }
-            ::Sleep(1);
-            continue;
+    while (const auto piece = nextOutput(reading.get(), process.get(), 1)) {
+        if (piece->empty() &&
+            std::chrono::duration<double>(Clock::now() - last).count() > patience) {
+            ::TerminateProcess(process.get(), 1);
+            endingOf(process.get());
+            return {false, "no answer for " + std::to_string(static_cast<int>(patience)) + " s"};
         }
-        DWORD got = 0;
-        if (::ReadFile(reading.get(), buffer.data(), static_cast<DWORD>(buffer.size()), &got,
-                       nullptr) == 0) {
-            break;
-        }
-        pending.append(buffer.data(), got);
+        pending += *piece;
         for (std::size_t end = pending.find('\n'); end != std::string::npos;
              end = pending.find('\n')) {
             std::string text = pending.substr(0, end);
