@@ -123,6 +123,21 @@ private:
     double reciprocal_;
 };
 
+#if defined(__AVX512F__) || defined(__FMA__)
+// A number times `less` and times `more` in single precision: whether both are the same, and so
+// what lies between them. NaN is not.
+[[gnu::always_inline]] inline bool roundsAlike(Register number, double less, double more,
+                                               Lanes<kLanes>::Floats& result) {
+    result = single(Register(number * less));
+    const auto other = single(Register(number * more));
+#if defined(__AVX512F__)
+    return _mm256_cmp_ps_mask(result, other, _CMP_NEQ_UQ) == 0;
+#else
+    return _mm_movemask_ps(_mm_cmpneq_ps(result, other)) == 0;
+#endif
+}
+#endif
+
 // The roots of numbers >= 0, divided by one number, each step rounded to double precision, and in
 // the end to single precision. NaN stays.
 //
@@ -185,16 +200,11 @@ private:
         constexpr double kMargin = 0x1p-38;
         const Register s = shifted * (half + half);
         const Register root = fused(negativelyFused(s, s, shifted), half, s);
-        const auto less = single(Register(root * ((1.0 - kMargin) / shift / divisor_)));
-        const auto more = single(Register(root * ((1.0 + kMargin) / shift / divisor_)));
-#if defined(__AVX512F__)
-        const bool differ = _mm256_cmp_ps_mask(less, more, _CMP_NEQ_UQ) != 0;
-#else
-        const bool differ = _mm_movemask_ps(_mm_cmpneq_ps(less, more)) != 0;
-#endif
-        if (differ) [[unlikely]]
+        Lanes<kLanes>::Floats result;
+        if (!roundsAlike(root, (1.0 - kMargin) / shift / divisor_,
+                         (1.0 + kMargin) / shift / divisor_, result)) [[unlikely]]
             return single(stepByStep(a));
-        return less;
+        return result;
     }
 #endif
 

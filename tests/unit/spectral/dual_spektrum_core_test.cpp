@@ -1046,6 +1046,21 @@ TEST(DualSpectrumKernels, OnePassGivesTheBitsOfItsSteps) {
                 made[j].push_back(k % 97 == 0 ? 0.0 : size * std::sin(angle + phase));
             }
         }
+        // The response is the reference times a middle between two singles, as near as doubles go:
+        // whichever way a step rounds shows in the result.
+        for (std::size_t k = 400; k < 800; ++k) {
+            const auto part = static_cast<double>(k);
+            const double middle = 1.0 + (2.0 * part + 1.0) * 0x1p-24;
+            made[2][k] = std::sin(part + phase);
+            made[0][k] = middle * made[2][k];
+            made[1][k] = made[3][k] = 0.0;
+        }
+        // As averages: powers whose product leaves the range though the result is ordinary.
+        for (std::size_t k = 744; k < 752 && phase != 0.0; ++k) {
+            made[0][k] = made[1][k] = 1e90;
+            made[2][k] = 1e250;
+            made[3][k] = 1e100;
+        }
         made[1][7] = made[2][8] = std::numeric_limits<double>::infinity();
         made[3][9] = std::numeric_limits<double>::quiet_NaN();
         // Infinity and NaN, and tiny and NaN, among the products of one line.

@@ -1,5 +1,7 @@
 #include "blocks/spectral/core/dual_spectrum_kernels.h"
 
+#include <type_traits>
+
 #include "kernels/quotient.h"
 
 namespace vynpack {
@@ -116,6 +118,39 @@ template <class V>
     }
 }
 
+#if defined(__AVX512F__) || defined(__FMA__)
+// H1's value and the coherence with one division and one root, both by the reciprocal of the
+// powers' product. That is wrong by some 2^-50, as are the steps one by one: false, with nothing to
+// be used in `value` and `coherence`, where 2^-45 less and more do not round alike, and beyond a
+// range in which no product leaves that of doubles.
+[[gnu::always_inline]] inline bool divideBoth(const Line<Register>& cross, Register powerOfY,
+                                              Register powerOfX, int conversion,
+                                              Lanes<kLanes>::Floats& value,
+                                              Lanes<kLanes>::Floats& coherence) {
+    constexpr double kMargin = 0x1p-45;
+    constexpr double kLeast = 0x1p-300;
+    constexpr double kMost = 0x1p+300;
+    const Register power = cross.re * cross.re + cross.im * cross.im;
+    const Register smaller = powerOfX < powerOfY ? powerOfX : powerOfY;
+    const Register smallest = smaller < power ? smaller : power;
+    if (anyOutside(smallest, kLeast, powerOfX + powerOfY + power, kMost)) return false;
+    const Register reciprocal = 1.0 / (powerOfY * powerOfX);
+    Register ratio = rootOf(power) * (powerOfY * reciprocal);
+    double factor = 1.0;
+    switch (conversion) {
+        case 0: break;
+        case 1: factor = __builtin_sqrt(0.5); break;
+        case 2: factor = 0.5; [[fallthrough]];
+        default: ratio = ratio * ratio;
+    }
+    const bool valueIsSure =
+        roundsAlike(ratio, factor * (1.0 - kMargin), factor * (1.0 + kMargin), value);
+    const bool coherenceIsSure =
+        roundsAlike(power * reciprocal, 1.0 - kMargin, 1.0 + kMargin, coherence);
+    return valueIsSure && coherenceIsSure;
+}
+#endif
+
 // Differences of present values and averages, over the count.
 template <class V>
 [[gnu::always_inline]] inline void divideAll(V (&values)[4], QuotientBy count) {
@@ -131,15 +166,17 @@ template <class V>
 void averageAndDivide(ConstComplexLines y, ConstComplexLines x, LineScale scale,
                       ProductPlaces averages, double count, const DividedLines& out,
                       std::size_t n) {
-    const double reciprocal = 1.0 / scale.divisor;
-    const double factor = scale.factor;
+    // The reciprocal is a power of two.
+    const double factor = scale.factor / scale.divisor;
     const bool begins = count < 2.0;
     const QuotientBy byCount(begins ? 1.0 : count);
     const DividedLines result = out;
+    [[maybe_unused]] const bool h1WithCoherence =
+        !out.h2 && out.amplitudes != nullptr && out.coherences != nullptr;
     forEachPlace(
         n, [=]<class V>(std::size_t k, V /*kind*/) __attribute__((always_inline)) {
             const auto scaled = [=](const double* line) __attribute__((always_inline)) {
-                return V(load<V>(line + k) * reciprocal * factor);
+                return V(load<V>(line + k) * factor);
             };
             const Line<V> lineY = {scaled(y.re), scaled(y.im)};
             const Line<V> lineX = {scaled(x.re), scaled(x.im)};
@@ -149,6 +186,29 @@ void averageAndDivide(ConstComplexLines y, ConstComplexLines x, LineScale scale,
                              V(lineX.re * lineX.re + lineX.im * lineX.im)};
             double* const places[4] = {averages.crossRe, averages.crossIm, averages.powerOfY,
                                        averages.powerOfX};
+#if defined(__AVX512F__) || defined(__FMA__)
+            // Averages that are zero, infinite or no number end here below; what their divisions
+            // by the count lack matters in no others.
+            if constexpr (std::is_same_v<V, Register>) {
+                Register mixed[4];
+                for (int i = 0; i < 4; ++i) {
+                    const auto past = load<Register>(places[i] + k);
+                    mixed[i] = begins ? products[i]
+                                      : past + byCount.ofOrdinary(Register(products[i] - past));
+                }
+                Lanes<kLanes>::Floats value;
+                Lanes<kLanes>::Floats coherence;
+                if (h1WithCoherence && divideBoth({mixed[0], mixed[1]}, mixed[2], mixed[3],
+                                                  result.conversion, value, coherence)) {
+                    for (int i = 0; i < 4; ++i)
+                        store(mixed[i], places[i] + k);
+                    store(result.divisor == 1.0F ? value : value / result.divisor,
+                          result.amplitudes + k);
+                    store(coherence, result.coherences + k);
+                    return;
+                }
+            }
+#endif
             if (!begins) {
                 V past[4];
                 for (int i = 0; i < 4; ++i) {
