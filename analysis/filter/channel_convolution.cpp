@@ -4,7 +4,6 @@
 #include <bit>
 #include <cmath>
 #include <limits>
-#include <memory>
 #include <new>
 
 #include "filter/channel_kernels.h"
@@ -55,19 +54,16 @@ public:
     // By transforms, a few channels at a time, so that the samples are walked once for all of them.
     // An output that a value that is not finite reaches is NaN, as `convolveByTransform` leaves it.
     void byTransform() const {
-        if (!kernels_.allFinite(c_.data(), c_.size())) {
+        const std::size_t rows = std::min(kMostRows, x_.channels);
+        const OverlapSave blocks(c_, x_.count, rows, level_);
+        if (!blocks.finiteSumOfTaps() && !kernels_.allFinite(c_.data(), c_.size())) {
             std::fill_n(out_, x_.count * x_.channels, std::numeric_limits<float>::quiet_NaN());
             return;
         }
-        const std::size_t rows = std::min(kMostRows, x_.channels);
-        const auto blocks = [&] {
-            const DenormalsFlushed mode;
-            return std::make_unique<OverlapSave>(c_, x_.count, rows, level_);
-        }();
-        const std::size_t step = blocks->step();
+        const std::size_t step = blocks.step();
         for (std::size_t start = 0; start < x_.count; start += step)
             for (std::size_t first = 0; first < x_.channels; first += rows)
-                makeBlocks(*blocks, start, std::min(step, x_.count - start), first,
+                makeBlocks(blocks, start, std::min(step, x_.count - start), first,
                            std::min(rows, x_.channels - first));
     }
 
@@ -116,28 +112,43 @@ private:
                     std::size_t first, std::size_t channels) const {
         const std::size_t distance = blocks.windowDistance();
         double* const windows = blocks.window().data();
-        forSamples(start, count, first, [&](const float* from, std::size_t place, std::size_t n) {
-            convert_.split(from, x_.channels, channels, n, windows + place, distance);
-        });
+        load(blocks, start, count, first, channels, windows);
         bool spoilt[kMostRows];
         {
             const DenormalsFlushed mode;
-            for (std::size_t c = 0; c < channels; ++c) {
-                const auto window = blocks.window(c);
-                std::fill(window.begin() + static_cast<std::ptrdiff_t>(before_ + count),
-                          window.end(), 0.0);
-                spoilt[c] = !kernels_.allFinite(window.data(), window.size());
-                if (spoilt[c])
-                    std::replace_if(
-                        window.begin(), window.end(), [](double x) { return !std::isfinite(x); },
-                        0.0);
-                blocks.convolve(c);
-            }
+            for (std::size_t c = 0; c < channels; ++c)
+                spoilt[c] = !blocks.convolve(c);
         }
+        for (std::size_t c = 0; c < channels; ++c)
+            if (spoilt[c]) convolveFinite(blocks, c, start, count, first);
         convert_.join(windows + before_, distance, channels, count,
                       out_ + start * x_.channels + first, x_.channels);
         for (std::size_t c = 0; c < channels; ++c)
             if (spoilt[c]) spoil(start, count, first + c);
+    }
+
+    // Lays the samples of a block into windows, silence behind them.
+    void load(const OverlapSave& blocks, std::size_t start, std::size_t count, std::size_t first,
+              std::size_t channels, double* windows) const {
+        const std::size_t distance = blocks.windowDistance();
+        forSamples(start, count, first, [&](const float* from, std::size_t place, std::size_t n) {
+            convert_.split(from, x_.channels, channels, n, windows + place, distance);
+        });
+        for (std::size_t c = 0; c < channels; ++c) {
+            const std::size_t end = before_ + count;
+            std::fill_n(windows + c * distance + end, blocks.window().size() - end, 0.0);
+        }
+    }
+
+    // Once more, the samples that are not finite as zeros.
+    void convolveFinite(const OverlapSave& blocks, std::size_t number, std::size_t start,
+                        std::size_t count, std::size_t first) const {
+        const auto window = blocks.window(number);
+        load(blocks, start, count, first + number, 1, window.data());
+        std::replace_if(
+            window.begin(), window.end(), [](double x) { return !std::isfinite(x); }, 0.0);
+        const DenormalsFlushed mode;
+        blocks.convolve(number);
     }
 
     // Outputs of a block that a value that is not finite reaches.

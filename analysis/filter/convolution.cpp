@@ -53,7 +53,8 @@ void overlapSave(std::span<const double> c, std::span<const double> x, std::span
         auto end = std::fill_n(window.begin(), silence, 0.0);
         end = std::copy(samples.begin(), samples.end(), end);
         std::fill(end, window.end(), 0.0);
-        std::copy_n(blocks.convolve().begin(), count,
+        blocks.convolve();
+        std::copy_n(blocks.outputs().begin(), count,
                     y.begin() + static_cast<std::ptrdiff_t>(start));
     };
     if (before > 0) make(0, before);

@@ -1,6 +1,7 @@
 #include "filter/overlap_save.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -8,6 +9,7 @@
 #include <utility>
 
 #include "filter/convolution_kernels.h"
+#include "filter/floating_point.h"
 
 namespace ovanlys {
 namespace {
@@ -23,7 +25,7 @@ std::size_t transformLength(std::size_t taps, std::size_t outputs) {
         const std::size_t step = power - taps + 1;
         const auto blocks = static_cast<double>((outputs + step - 1) / step);
         const auto n = static_cast<double>(power);
-        const double cost = blocks * n * std::log2(n);
+        const double cost = blocks * n * std::countr_zero(power);
         if (cost < lowestCost) {
             lowestCost = cost;
             best = power;
@@ -85,6 +87,7 @@ TapResponse::TapResponse(std::span<const double> c, std::size_t transformLength)
       im(length / 2 + 1),
       imaginaries(length / 2 + 1) {
     std::copy(c.begin(), c.end(), re.begin());
+    const DenormalsFlushed mode;
     BorrowedPlan(length)->forward(re.data(), im.data());
 }
 
@@ -100,14 +103,17 @@ OverlapSave::OverlapSave(std::span<const double> c, std::size_t outputs, std::si
 
 OverlapSave::~OverlapSave() { responseCache().putBack(std::move(response_)); }
 
-std::span<const double> OverlapSave::convolve(std::size_t number) const noexcept {
+bool OverlapSave::convolve(std::size_t number) const noexcept {
     double* const re = window(number).data();
     double* const im = response_->imaginaries.data();
     plan_->forward(re, im);
+    const bool finite = std::isfinite(re[0]);
     vyn::kernelsAt<ConvolutionKernels>(level_).multiply(re, im, response_->re.data(),
                                                         response_->im.data(), response_->im.size());
     plan_->inverse(re, im);
-    return window(number).subspan(before_);
+    return finite;
 }
+
+bool OverlapSave::finiteSumOfTaps() const noexcept { return std::isfinite(response_->re[0]); }
 
 }  // namespace ovanlys

@@ -45,8 +45,14 @@ public:
     }
     // Numbers from one window to the next; not a power of two, so that they share no cache sets.
     std::size_t windowDistance() const noexcept { return response_->length + kWindowGap; }
-    // The outputs of a window, in its place.
-    std::span<const double> convolve(std::size_t number = 0) const noexcept;
+    // Puts the outputs of a window in its place. Returns whether the sum of its samples, which is
+    // their line 0, is finite: then all of them are, or else no output says anything.
+    bool convolve(std::size_t number = 0) const noexcept;
+    std::span<const double> outputs(std::size_t number = 0) const noexcept {
+        return window(number).subspan(before_);
+    }
+    // Whether the sum of the taps is finite: then all of them are.
+    bool finiteSumOfTaps() const noexcept;
 
 private:
     static constexpr std::size_t kWindowGap = 8;
