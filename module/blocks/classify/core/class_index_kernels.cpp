@@ -36,10 +36,13 @@ void ofExtremes(const double* x, const double* shifts, std::size_t count, const 
 
 using Ruler = ClassFinder<float>::Ruler;
 
-inline float nearestLimit(float place, float classes) {
-    const float notAbove = place < classes ? place : classes;
-    const float inside = notAbove > 0 ? notAbove : 0;
-    return (inside + Ruler::kRounder) - Ruler::kRounder;
+// Ruler::nearestLimit, which no kernel may call, of a value at `place`.
+template <class Number>
+inline Number nearestLimit(Number place, Number classes) {
+    constexpr Number kRounder = ClassFinder<Number>::Ruler::kRounder;
+    const Number notAbove = place < classes ? place : classes;
+    const Number inside = notAbove > 0 ? notAbove : 0;
+    return (inside + kRounder) - kRounder;
 }
 
 inline std::int32_t classOf(float x, const Ruler& ruler, const float* limits) {
@@ -78,12 +81,9 @@ void nearestLimitsOfExtremes(const double* x, std::size_t count,
     const double begin = ruler.begin;
     const double classesPerUnit = ruler.classesPerUnit;
     const double number = ruler.classes;
-    constexpr double kRounder = ClassFinder<double>::Ruler::kRounder;
     for (std::size_t i = 0; i < count; ++i) {
         const double place = (x[i] - begin) * classesPerUnit;
-        const double notAbove = place < number ? place : number;
-        const double inside = notAbove > 0 ? notAbove : 0;
-        out[i] = static_cast<std::int32_t>((inside + kRounder) - kRounder);
+        out[i] = static_cast<std::int32_t>(nearestLimit(place, number));
     }
 }
 
