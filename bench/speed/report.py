@@ -350,12 +350,14 @@ BELOW_REASONS = """- **Operations.** Results have the same bits at every level, 
   FFTW stays with AVX2, and the project has twice as wide registers; at the baseline FFTW keeps AVX2, too. The
   library's transforms work in place: in the bare transform every channel's samples are copied first, which is a sixth
   of the time with 32 channels of 4096 samples; FFTW reads them where they are.
-- **Blocks of 256 samples, one channel.** What a peer computes in 100 to 300 ns leaves little for a call, in which
-  module and host hand each other data blocks (100 to 150 ns with 16 samples). Third octaves: the gate leaves 166 ns,
-  of which the widest band's 55 additions in the order of the lines take 28. Level: each sample waits for a
-  subtraction, a multiplication and an addition, eight cycles. FIR filters of 255 taps take a whole pair of transforms
-  for any block up to their length; sums would change bits. RMS spectrum: 129 roots at nine to twelve cycles per four.
-  Inverse FFT: the transform alone takes 171 ns at AVX2, a call with 16 samples 165 to 176; the gate leaves 275.
+- **Blocks of 256 samples, one channel.** What a peer computes in 40 to 300 ns leaves little for a call, in which
+  module and host hand each other data blocks: 42 to 46 ns with next to nothing to compute (average of data blocks, 16
+  samples, AVX2). Each part alone, AVX2: RMS spectrum 30 ns for the window, 153 for the transform, 85 for 129 roots at nine
+  to twelve cycles per four, with the call 310; the gate leaves 284. Inverse FFT 26 ns for the lines, 162 for the transform,
+  25 for the samples, with the call 255; the gate leaves 255 to 259. Moving average 110 ns for the sums, and two windows
+  of their own where blocks meet; the gate leaves 130. FIR filters of 255 taps take a whole pair of transforms of 512
+  for any block up to their length (677 ns, and 70 for the product); sums would change bits. Level: each sample waits for a
+  subtraction, a multiplication and an addition, eight cycles.
 - **Recursive filters, 32 channels.** Order 8 takes 68.75 operations per sample, A-weighting 52. Beside a loop of ten
   sums with weights from memory, timed in turns with it, the kernel takes the time of 145 operations per section and
   group where 142 are needed; that loop reaches 37 to 40 operations per nanosecond at AVX2, since weights that no
@@ -366,11 +368,10 @@ BELOW_REASONS = """- **Operations.** Results have the same bits at every level, 
   the unit that divides is the bound, which takes every other register only; beyond them reading and writing is: the
   same loop took 0.12 instead of 0.17 ns per sample of 4096 and 0.17 instead of 0.16 of 16384 (tried 2026-11-22, AVX2).
   What is left below the gate there is the call.
-- **Moving average.** Seven additions per value in the order of the samples, so that no level rounds otherwise. Sums of
-  two and four neighbours shared between windows were tried where the samples' exponents make every sum exact: 2.5 us
-  instead of 1.9 for 4096 samples at AVX2, since looking for the exponents and passing over memory twice more cost
-  what the additions had. Without its division the loop takes 1.70 instead of 1.85 us; the gate leaves 1.85 for the
-  whole call.
+- **Moving average.** Seven additions per value in the order of the samples, so that no level rounds otherwise. At AVX2
+  eight registers of one channel take 56 additions and 59 conversions and quotients on three units, 38 cycles, of 49
+  measured. Sums of two and four neighbours shared between windows were tried where the samples' exponents make every
+  sum exact: slower, since looking for the exponents and passing over memory twice more cost what the additions had.
 """
 
 METHOD = """## How it is measured
