@@ -44,7 +44,8 @@ public:
                 take(start, count, first, together, rows);
                 const double* const x = rows + before_ * together;
                 float* const out = out_ + start * x_.channels + first;
-                if (together == 1 || !makeAtOnce(x, together, count, out))
+                const bool alone = together == 1 && x_.channels > 1;
+                if (alone || !makeAtOnce(x, together, count, out))
                     makeInRows(x, together, count, out);
                 first += together;
             }

@@ -7,42 +7,57 @@ namespace {
 
 using namespace vyn;  // its lanes
 
-using Group = Registers<8>;
+// Registers of neighbouring outputs that are made side by side; a tap serves all of them. As many
+// as the level has room for.
+constexpr int kRegisters = kLanes == 2 ? 4 : 8;
 
-// Groups of eight outputs that are made side by side; a tap serves all of them. As many as the
-// level has registers for.
-constexpr int kGroups = kLanes == 2 ? 1 : kLanes == 4 ? 4 : 8;
+template <class Row, int lanes>
+void stored(Row sums, double* to) {
+    store(sums, to);
+}
+template <class Row, int lanes>
+void stored(Row sums, float* to) {
+    store(converted<typename Lanes<lanes>::Floats>(sums), to);
+}
 
 // (The sums are set and stored one by one: as an array the compiler would keep them in memory.)
-template <int groups>
-void makeOutputs(const double* c, std::ptrdiff_t taps, const double* x, double* y) {
-    Group sums[groups];
+template <int registers, class To>
+void makeOutputs(const double* c, std::ptrdiff_t taps, const double* x, To* y) {
+    Register sums[registers];
 #pragma GCC unroll 8
-    for (Group& sum : sums)
-        sum = Group{};
+    for (Register& sum : sums)
+        sum = Register{};
     for (std::ptrdiff_t j = 0; j < taps; ++j) {
 #pragma GCC unroll 8
-        for (int group = 0; group < groups; ++group)
-            sums[group] = sums[group] + Group::load(x - j + 8 * group) * c[j];
+        for (int r = 0; r < registers; ++r)
+            sums[r] = sums[r] + load<Register>(x - j + kLanes * r) * c[j];
     }
 #pragma GCC unroll 8
-    for (int group = 0; group < groups; ++group)
-        sums[group].store(y + 8 * group);
+    for (int r = 0; r < registers; ++r)
+        stored<Register, kLanes>(sums[r], y + kLanes * r);
 }
 
 // As many whole steps as `count` has.
-template <int groups>
-void takeSteps(const double* c, std::ptrdiff_t taps, const double*& x, double*& y,
-               std::size_t& count) {
-    constexpr std::size_t kStep = 8 * groups;
+template <int registers, class To>
+void takeSteps(const double* c, std::ptrdiff_t taps, const double*& x, To*& y, std::size_t& count) {
+    constexpr std::size_t kStep = kLanes * registers;
     for (; count >= kStep; count -= kStep, x += kStep, y += kStep)
-        makeOutputs<groups>(c, taps, x, y);
+        makeOutputs<registers>(c, taps, x, y);
+}
+
+// Of one channel: neighbouring outputs fill the registers; returns how many are left.
+template <class To>
+std::size_t takeWhole(const double* c, std::ptrdiff_t taps, const double*& x, To*& y,
+                      std::size_t count) {
+    takeSteps<kRegisters>(c, taps, x, y, count);
+    takeSteps<1>(c, taps, x, y, count);
+    return count;
 }
 
 void outputs(const double* c, std::ptrdiff_t taps, const double* x, double* y,
              std::ptrdiff_t blocks) {
     auto count = static_cast<std::size_t>(blocks * kOutputsAtOnce);
-    takeSteps<kGroups>(c, taps, x, y, count);
+    takeSteps<kRegisters>(c, taps, x, y, count);
 }
 
 // Samples, or outputs, of neighbouring channels. Those of one time lie `step` behind those of the
@@ -62,15 +77,6 @@ struct Halves {  // a second register holds the same channels at times that are 
 
     Number* at(std::ptrdiff_t time, int r) const { return first + (time + r * apart) * step; }
 };
-
-template <class Row, int lanes>
-void stored(Row sums, double* to) {
-    store(sums, to);
-}
-template <class Row, int lanes>
-void stored(Row sums, float* to) {
-    store(converted<typename Lanes<lanes>::Floats>(sums), to);
-}
 
 // `samples` outputs side by side of what `registers` registers hold: a sample that is loaded once
 // serves all of them, with a tap of its own for each, and a tap all registers. Walking down the
@@ -191,15 +197,13 @@ void makeAll(const double* c, std::ptrdiff_t taps, const double* x, std::size_t 
 
 void channelOutputs(const double* c, std::ptrdiff_t taps, const double* x, std::size_t channels,
                     double* y, std::size_t count) {
-    if (channels == 1) {  // neighbouring outputs fill the registers
-        takeSteps<kGroups>(c, taps, x, y, count);
-        takeSteps<1>(c, taps, x, y, count);
-    }
+    if (channels == 1) count = takeWhole(c, taps, x, y, count);
     makeAll(c, taps, x, channels, y, channels, count);
 }
 
 void channelSingles(const double* c, std::ptrdiff_t taps, const double* x, std::size_t channels,
                     float* y, std::size_t stride, std::size_t count) {
+    if (channels == 1 && stride == 1) count = takeWhole(c, taps, x, y, count);
     makeAll(c, taps, x, channels, y, stride, count);
 }
 
