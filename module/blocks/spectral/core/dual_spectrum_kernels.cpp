@@ -163,6 +163,33 @@ template <class V>
     }
 }
 
+#if defined(__AVX512F__) || defined(__FMA__)
+// Takes a register of products into the averages, with the reciprocal of their count (null: in
+// their place), and puts out H1 and coherence; does neither and returns false where divideBoth
+// does. That turns away what such quotients lack: infinity, NaN, numbers too small for them. (A
+// difference of 0 loses its sign, which no sum shows.)
+[[gnu::always_inline]] inline bool putBoth(const Register (&products)[4], const QuotientBy* count,
+                                           double* const (&places)[4], const DividedLines& out,
+                                           std::size_t k) {
+    Register averages[4];
+    for (int i = 0; i < 4; ++i) {
+        const auto past = load<Register>(places[i] + k);
+        averages[i] =
+            count == nullptr ? products[i] : past + count->ofOrdinary(Register(products[i] - past));
+    }
+    Lanes<kLanes>::Floats value;
+    Lanes<kLanes>::Floats coherence;
+    if (!divideBoth({averages[0], averages[1]}, averages[2], averages[3], out.conversion, value,
+                    coherence))
+        return false;
+    for (int i = 0; i < 4; ++i)
+        store(averages[i], places[i] + k);
+    store(out.divisor == 1.0F ? value : value / out.divisor, out.amplitudes + k);
+    store(coherence, out.coherences + k);
+    return true;
+}
+#endif
+
 void averageAndDivide(ConstComplexLines y, ConstComplexLines x, LineScale scale,
                       ProductPlaces averages, double count, const DividedLines& out,
                       std::size_t n) {
@@ -187,26 +214,10 @@ void averageAndDivide(ConstComplexLines y, ConstComplexLines x, LineScale scale,
             double* const places[4] = {averages.crossRe, averages.crossIm, averages.powerOfY,
                                        averages.powerOfX};
 #if defined(__AVX512F__) || defined(__FMA__)
-            // Averages that are zero, infinite or no number end here below; what their divisions
-            // by the count lack matters in no others.
             if constexpr (std::is_same_v<V, Register>) {
-                Register mixed[4];
-                for (int i = 0; i < 4; ++i) {
-                    const auto past = load<Register>(places[i] + k);
-                    mixed[i] = begins ? products[i]
-                                      : past + byCount.ofOrdinary(Register(products[i] - past));
-                }
-                Lanes<kLanes>::Floats value;
-                Lanes<kLanes>::Floats coherence;
-                if (h1WithCoherence && divideBoth({mixed[0], mixed[1]}, mixed[2], mixed[3],
-                                                  result.conversion, value, coherence)) {
-                    for (int i = 0; i < 4; ++i)
-                        store(mixed[i], places[i] + k);
-                    store(result.divisor == 1.0F ? value : value / result.divisor,
-                          result.amplitudes + k);
-                    store(coherence, result.coherences + k);
+                if (h1WithCoherence &&
+                    putBoth(products, begins ? nullptr : &byCount, places, result, k))
                     return;
-                }
             }
 #endif
             if (!begins) {
