@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <string>
 
 #include "support/own_folder.h"
@@ -66,7 +67,17 @@ std::filesystem::path PassingFile::path() const { return place_->folder.path() /
 int runShell(const std::string& command) {
     // The shell takes the outermost quotes off.
     const std::string quoted = "\"" + command + "\"";
-    return ::_wsystem(std::filesystem::path(std::u8string(quoted.begin(), quoted.end())).c_str());
+    const std::filesystem::path text(std::u8string(quoted.begin(), quoted.end()));
+    // Wine now and then starts a process not at all; nothing has run then.
+    constexpr int kNoShell = -1;
+    constexpr int kNoProgram = 9009;  // the shell's answer
+    constexpr int kTries = 3;
+    int code = kNoShell;
+    for (int i = 0; i < kTries && (code == kNoShell || code == kNoProgram); ++i) {
+        if (i > 0) std::cerr << "not started (" << code << "), once more: " << command << '\n';
+        code = ::_wsystem(text.c_str());
+    }
+    return code;
 }
 
 std::optional<std::string> runOnTerminal(const std::string&, int,
