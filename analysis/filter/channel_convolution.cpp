@@ -28,26 +28,22 @@ public:
           kernels_(vyn::kernelsAt<ConvolutionKernels>(level)),
           convert_(vyn::kernelsAt<ChannelKernels>(level)) {}
 
-    // By sums: channels side by side, the rest one by one.
+    // By sums, of neighbouring channels side by side.
     void directly() const {
-        const std::size_t step = kernels_.channelStep;
-        const std::size_t widest = std::min(kMostTogether, x_.channels / step * step);
-        const std::size_t width = std::max<std::size_t>(widest, 1);
-        const std::size_t length = kStretchValues / std::bit_ceil(width);
+        const Taps taps = tapsOf(c_);
+        const std::size_t length = kStretchValues / std::min(kernels_.widestRow, x_.channels);
         // (On the stack: an allocation of so much takes longer than the sums of a short block.)
         alignas(64) double rows[kStretchValues + (kTransformedTaps - 1) * kMostTogether];
         for (std::size_t start = 0; start < x_.count; start += length) {
             const std::size_t count = std::min(length, x_.count - start);
             for (std::size_t first = 0; first < x_.channels;) {
-                const std::size_t left = (x_.channels - first) / step * step;
-                const std::size_t together = std::max<std::size_t>(std::min(widest, left), 1);
-                take(start, count, first, together, rows);
-                const double* const x = rows + before_ * together;
+                const std::size_t channels = together(x_.channels - first);
+                take(start, count, first, channels, rows);
+                const double* const x = rows + before_ * channels;
                 float* const out = out_ + start * x_.channels + first;
-                const bool alone = together == 1 && x_.channels > 1;
-                if (alone || !makeAtOnce(x, together, count, out))
-                    makeInRows(x, together, count, out);
-                first += together;
+                if (!makeAtOnce(taps, x, channels, count, out))
+                    makeInRows(taps, x, channels, count, out);
+                first += channels;
             }
         }
     }
@@ -73,6 +69,15 @@ private:
     static constexpr std::size_t kStretchValues = 1024;
     static constexpr std::size_t kMostTogether = 16;
 
+    // Channels to take at once: as many as fill the registers of a row, down to what does not.
+    std::size_t together(std::size_t left) const {
+        if (left == x_.channels && left < kernels_.widestRow) return left;
+        std::size_t channels = kernels_.widestRow;
+        while (channels > left && channels > kernels_.leastRow)
+            channels /= 2;
+        return std::min(channels, left);
+    }
+
     // Calls body(from, place, n) for the samples of the outputs start..start+count-1 and those
     // before them that the sums reach: n samples lie from `from` on and are the place-th and next.
     template <class Body>
@@ -91,20 +96,23 @@ private:
         });
     }
 
-    // Outputs of samples in rows. False where one may have been a denormal of single precision,
-    // which is 0 here.
-    bool makeAtOnce(const double* x, std::size_t channels, std::size_t count, float* out) const {
+    // Outputs of samples in rows. False where they do not fill registers, or where one may have
+    // been a denormal of single precision, which is 0 here.
+    bool makeAtOnce(const Taps& taps, const double* x, std::size_t channels, std::size_t count,
+                    float* out) const {
+        if (channels != x_.channels && channels < kernels_.leastRow) return false;
         const DenormalsFlushed mode;
-        kernels_.channelSingles(c_.data(), static_cast<std::ptrdiff_t>(c_.size()), x, channels, out,
-                                x_.channels, count);
+        kernels_.singles(taps, x, static_cast<std::ptrdiff_t>(channels), out, x_.channels,
+                         count * channels);
         return !mode.underflowed();
     }
-    void makeInRows(const double* x, std::size_t channels, std::size_t count, float* out) const {
+    void makeInRows(const Taps& taps, const double* x, std::size_t channels, std::size_t count,
+                    float* out) const {
         alignas(64) double made[kStretchValues];
         {
             const DenormalsFlushed mode;
-            kernels_.channelOutputs(c_.data(), static_cast<std::ptrdiff_t>(c_.size()), x, channels,
-                                    made, count);
+            kernels_.outputs(taps, x, static_cast<std::ptrdiff_t>(channels), made,
+                             count * channels);
         }
         convert_.put(made, channels, count, out, x_.channels);
     }

@@ -17,6 +17,14 @@ bool allFinite(std::span<const double> values, vyn::KernelLevel level = vyn::ker
     return vyn::kernelsAt<ConvolutionKernels>(level).allFinite(values.data(), values.size());
 }
 
+// Whether two of the samples might overflow when they are added.
+bool anyHuge(std::span<const double> samples) {
+    bool any = false;
+    for (const double sample : samples)
+        any |= std::abs(sample) >= 0x1p1023 && std::isfinite(sample);
+    return any;
+}
+
 // The sums of exactly the products that there are.
 void convolveOneByOne(std::span<const double> c, std::span<const double> x, std::span<double> y) {
     for (std::size_t m = 0; m + 1 < c.size() + x.size(); ++m) {
@@ -71,6 +79,13 @@ std::vector<double> finiteCopy(std::span<const double> values) {
 
 }  // namespace
 
+Taps tapsOf(std::span<const double> c) noexcept {
+    bool symmetric = true;
+    for (std::size_t j = 0; j < c.size() / 2; ++j)
+        symmetric &= c[j] == c[c.size() - 1 - j] && std::isfinite(c[j]);
+    return {c.data(), std::ssize(c), symmetric};
+}
+
 void convolve(std::span<const double> c, std::span<const double> x, std::span<double> y) {
     if (std::min(c.size(), x.size()) < kTransformedTaps) {
         convolveDirectly(c, x, y);
@@ -85,40 +100,23 @@ void convolveDirectly(std::span<const double> c, std::span<const double> x, std:
     if (c.size() > x.size()) std::swap(c, x);  // the shorter one runs inside
     // The ends of x are continued by zeros, which a tap must not make more of.
     if (!allFinite(c, level)) return convolveOneByOne(c, x, y);
-    constexpr std::size_t kAtOnce = kOutputsAtOnce;
-    const std::size_t outputs = c.size() + x.size() - 1;
-    const std::size_t before = c.size() - 1;
-    const auto wholeBlocks = [](std::size_t count) { return (count + kAtOnce - 1) / kAtOnce; };
-    // In the middle the sums read x itself; there are as many outputs on either side, or a few
-    // more.
-    const std::size_t head = std::min(wholeBlocks(before) * kAtOnce, outputs);
-    const std::size_t middleBlocks = head < x.size() ? (x.size() - head) / kAtOnce : 0;
-    const std::size_t tail = head + middleBlocks * kAtOnce;
-    const std::size_t longest = std::max(wholeBlocks(head), wholeBlocks(outputs - tail)) * kAtOnce;
-    const auto samples = std::make_unique_for_overwrite<double[]>(before + longest);
-    const auto made = std::make_unique_for_overwrite<double[]>(longest);
-
+    Taps taps = tapsOf(c);
+    taps.symmetric = taps.symmetric && !anyHuge(x);
     const auto& kernels = vyn::kernelsAt<ConvolutionKernels>(level);
-    const auto taps = static_cast<std::ptrdiff_t>(c.size());
-    const auto makeEnd = [&](std::size_t start, std::size_t end) {
-        const std::size_t blocks = wholeBlocks(end - start);
-        double* to = samples.get();
-        const std::size_t silence = start < before ? before - start : 0;
-        const std::size_t first = start + silence - before;
-        const std::size_t last = std::min(end, x.size());
-        to = std::fill_n(to, silence, 0.0);
-        if (first < last)
-            to = std::copy(x.begin() + static_cast<std::ptrdiff_t>(first),
-                           x.begin() + static_cast<std::ptrdiff_t>(last), to);
-        std::fill(to, samples.get() + before + blocks * kAtOnce, 0.0);
-        kernels.outputs(c.data(), taps, samples.get() + before, made.get(),
-                        static_cast<std::ptrdiff_t>(blocks));
-        std::copy_n(made.get(), end - start, y.begin() + static_cast<std::ptrdiff_t>(start));
+    const std::size_t before = c.size() - 1;
+    const auto samples = std::make_unique_for_overwrite<double[]>(3 * before);
+    const auto make = [&](const double* from, std::size_t start, std::size_t count) {
+        kernels.outputs(taps, from, 1, y.data() + start, count);
     };
-    makeEnd(0, head);
-    kernels.outputs(c.data(), taps, x.data() + head, y.data() + head,
-                    static_cast<std::ptrdiff_t>(middleBlocks));
-    makeEnd(tail, outputs);
+    // The ends in a copy with silence before, or behind; in the middle the sums read x itself.
+    const auto first = std::fill_n(samples.get(), before, 0.0);
+    std::copy_n(x.begin(), before, first);
+    make(first, 0, before);
+    make(x.data() + before, before, x.size() - before);
+    const auto last =
+        std::copy_n(x.end() - static_cast<std::ptrdiff_t>(before), before, samples.get());
+    std::fill_n(last, before, 0.0);
+    make(last, x.size(), before);
 }
 
 void convolveByTransform(std::span<const double> c, std::span<const double> x,

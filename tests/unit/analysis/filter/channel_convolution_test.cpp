@@ -64,21 +64,28 @@ std::vector<float> oneByOne(const Samples& c, const Block& block) {
 
 Samples someTaps(std::size_t count) { return signals::noise<double>(static_cast<int>(count), 5); }
 
+// The same from either end, as those of all linear-phase filters.
+Samples symmetricTaps(std::size_t count) {
+    Samples c = someTaps(count);
+    std::copy(c.begin(), c.begin() + static_cast<std::ptrdiff_t>(count / 2), c.rbegin());
+    return c;
+}
+
 TEST(ChannelConvolution, GivesTheBitsOfTheChannelsOneByOneAtEveryLevel) {
     for (const auto level : vyn::levelsOfThisMachine())
         for (const std::size_t taps : {1, 2, 3, 4, 7, 8, 9, 25, 64, 191, 192, 255, 600})
             for (const std::size_t channels : {1, 2, 3, 4, 7, 8, 9, 12, 16, 19, 24, 33})
                 for (const std::size_t samples : {1, 5, 24, 63, 64, 200, 1030}) {
-                    const Samples c = someTaps(taps);
                     const Block block(taps, channels, samples);
-                    ASSERT_EQ(bits(together(c, block, level)), bits(oneByOne(c, block)))
-                        << taps << " taps, " << channels << " x " << samples;
+                    for (const Samples& c : {someTaps(taps), symmetricTaps(taps)})
+                        ASSERT_EQ(bits(together(c, block, level)), bits(oneByOne(c, block)))
+                            << taps << " taps, " << channels << " x " << samples;
                 }
 }
 
 TEST(ChannelConvolution, IsTheDefiningSum) {
-    for (const std::size_t taps : {25, 255}) {
-        const Samples c = someTaps(taps);
+    for (const std::size_t taps : {24, 25, 255}) {
+        const Samples c = taps == 24 ? symmetricTaps(taps) : someTaps(taps);
         const Block block(taps, 9, 700);
         const auto out = together(c, block, vyn::kernelLevel());
         std::vector<float> all = block.before;
@@ -98,9 +105,9 @@ TEST(ChannelConvolution, IsTheDefiningSum) {
 TEST(ChannelConvolution, KeepsValuesThatAreNotFiniteToTheirOwnOutputs) {
     for (const float poison :
          {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity()})
-        for (const std::size_t taps : {25, 255})
+        for (const std::size_t taps : {24, 25, 255})
             for (const std::size_t channels : {1, 8, 11}) {
-                const Samples c = someTaps(taps);
+                const Samples c = taps == 24 ? symmetricTaps(taps) : someTaps(taps);
                 Block block(taps, channels, 2000);
                 block.before[channels - 1] = poison;  // reaches one output
                 block.before[3 * channels] = poison;
@@ -116,10 +123,12 @@ TEST(ChannelConvolution, KeepsValuesThatAreNotFiniteToTheirOwnOutputs) {
 
 TEST(ChannelConvolution, FollowsTapsThatAreNotFinite) {
     for (const std::size_t taps : {25, 255}) {
-        Samples c = someTaps(taps);
-        c[7] = std::numeric_limits<double>::infinity();
+        Samples c = symmetricTaps(taps);
         const Block block(taps, 9, 300);
-        EXPECT_EQ(bits(together(c, block, vyn::kernelLevel())), bits(oneByOne(c, block)));
+        for (const std::size_t place : {std::size_t{7}, taps - 8}) {  // then at both
+            c[place] = std::numeric_limits<double>::infinity();
+            EXPECT_EQ(bits(together(c, block, vyn::kernelLevel())), bits(oneByOne(c, block)));
+        }
     }
 }
 

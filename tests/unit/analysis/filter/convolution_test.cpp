@@ -124,10 +124,44 @@ TEST(Convolution, GivesTheSameBitsAtEveryInstructionSetLevel) {
     }
 }
 
+// Noise that is the same from either end.
+Samples symmetric(int taps) {
+    Samples c = noise<double>(taps, 5);
+    std::copy(c.begin(), c.begin() + taps / 2, c.rbegin());
+    return c;
+}
+
+TEST(Convolution, AddsSamplesThatMeetTheSameTapFirst) {
+    for (const int taps : {2, 3, 8, 25, 64, 191}) {
+        const Samples c = symmetric(taps);
+        const Samples x = noise<double>(700, 6);
+        const auto at = [&](int m) {
+            return m < 0 || m >= 700 ? 0.0 : x[static_cast<std::size_t>(m)];
+        };
+        for (const auto level : vyn::levelsOfThisMachine()) {
+            Samples y(c.size() + x.size());
+            convolveDirectly(c, x, y, level);
+            for (int m = 0; m < 700 + taps - 1; ++m) {
+                double sum = 0.0;
+                for (int j = 0; j < taps / 2; ++j)
+                    sum += (at(m - j) + at(m - taps + 1 + j)) * c[static_cast<std::size_t>(j)];
+                if (taps % 2 != 0) sum += at(m - taps / 2) * c[static_cast<std::size_t>(taps / 2)];
+                ASSERT_EQ(y[static_cast<std::size_t>(m)], sum) << taps << ' ' << m;
+            }
+        }
+    }
+}
+
+TEST(Convolution, OfSamplesThatOnlyTheirSumExceeds) {
+    constexpr double kHuge = 0x1.8p1023;
+    EXPECT_THAT(convolved({0.25, 0.25}, {kHuge, kHuge, 1.0}),
+                testing::ElementsAre(0x1.8p1021, 0x1.8p1022, 0x1.8p1021, 0.25, 0.0));
+}
+
 TEST(Convolution, KeepsAValueThatIsNotFiniteToItsOwnOutputs) {
     for (const double poison : {kNan, kInf, -kInf})
-        for (const int taps : {3, 25, 2000}) {
-            const Samples c = noise<double>(taps, 5);
+        for (const int taps : {3, 24, 25, 2000}) {
+            const Samples c = taps == 24 ? symmetric(taps) : noise<double>(taps, 5);
             Samples x = noise<double>(5000, 6);
             const Samples clean = convolved(c, x);
             for (const std::size_t place : {0U, 1700U}) {
