@@ -5,9 +5,9 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
-#include <mutex>
 #include <utility>
 
+#include "fft/lending_cache.h"
 #include "filter/convolution_kernels.h"
 #include "filter/floating_point.h"
 
@@ -34,74 +34,50 @@ std::size_t transformLength(std::size_t taps, std::size_t outputs) {
     return best;
 }
 
-// The responses used last. One is taken out for the time of a convolution and put back at the
-// front, so that several threads never share one.
-class ResponseCache {
-public:
-    ResponseCache() { responses_.reserve(kMostResponses + 1); }
+// Bounds the memory that is held: with eight windows to 6 MiB.
+constexpr std::size_t kMostResponses = 4;
+constexpr std::size_t kLongestKept = std::size_t{1} << 14;
 
-    std::unique_ptr<TapResponse> take(std::span<const double> c, std::size_t length) {
-        {
-            const std::lock_guard lock(mutex_);
-            const auto known =
-                std::find_if(responses_.begin(), responses_.end(), [&](const auto& response) {
-                    return response->length == length && response->taps.size() == c.size() &&
-                           std::memcmp(response->taps.data(), c.data(), c.size_bytes()) == 0;
-                });
-            if (known != responses_.end()) {
-                auto response = std::move(*known);
-                responses_.erase(known);
-                return response;
-            }
-        }
-        return std::make_unique<TapResponse>(c, length);
-    }
-
-    void putBack(std::unique_ptr<TapResponse> response) noexcept {
-        if (response->length > kLongest) return;
-        const std::lock_guard lock(mutex_);
-        responses_.insert(responses_.begin(), std::move(response));  // within the reserved room
-        if (responses_.size() > kMostResponses) responses_.pop_back();
-    }
-
-private:
-    // Bounds the memory that is held: with eight windows to 6 MiB.
-    static constexpr std::size_t kMostResponses = 4;
-    static constexpr std::size_t kLongest = std::size_t{1} << 14;
-
-    std::mutex mutex_;
-    std::vector<std::unique_ptr<TapResponse>> responses_;  // used last first
-};
+using ResponseCache = LendingCache<TapResponse>;
 
 ResponseCache& responseCache() {
-    static ResponseCache cache;
+    static ResponseCache cache(kMostResponses, kMostResponses * kLongestKept);
     return cache;
+}
+
+std::unique_ptr<TapResponse> responseOf(std::span<const double> c, std::size_t length) {
+    auto known = responseCache().take([&](const TapResponse& response) {
+        return response.length() == length && response.taps.size() == c.size() &&
+               std::memcmp(response.taps.data(), c.data(), c.size_bytes()) == 0;
+    });
+    return known ? std::move(known) : std::make_unique<TapResponse>(c, length);
 }
 
 }  // namespace
 
 TapResponse::TapResponse(std::span<const double> c, std::size_t transformLength)
-    : taps(c.begin(), c.end()),
-      length(transformLength),
-      re(length),
-      im(length / 2 + 1),
-      imaginaries(length / 2 + 1) {
-    std::copy(c.begin(), c.end(), re.begin());
+    : taps(c.begin(), c.end()) {
+    re.assign(transformLength);
+    im.assign(transformLength / 2 + 1);
+    imaginaries.assign(transformLength / 2 + 1);
+    std::copy(c.begin(), c.end(), re.data());
     const DenormalsFlushed mode;
-    BorrowedPlan(length)->forward(re.data(), im.data());
+    BorrowedPlan(length())->forward(re.data(), im.data());
 }
 
 OverlapSave::OverlapSave(std::span<const double> c, std::size_t outputs, std::size_t windows,
                          vyn::KernelLevel level)
     : before_(c.size() - 1),
       level_(level),
-      response_(responseCache().take(c, transformLength(c.size(), outputs))),
-      plan_(response_->length) {
+      response_(responseOf(c, transformLength(c.size(), outputs))),
+      plan_(response_->length()) {
     const std::size_t needed = windows * windowDistance();
-    if (response_->windows.size() < needed) response_->windows.resize(needed);
+    if (response_->windows.size() < needed) response_->windows.assign(needed);
 }
 
-OverlapSave::~OverlapSave() { responseCache().putBack(std::move(response_)); }
+OverlapSave::~OverlapSave() {
+    if (response_->length() <= kLongestKept) responseCache().putBack(std::move(response_));
+}
 
 bool OverlapSave::convolve(std::size_t number) const noexcept {
     double* const re = window(number).data();

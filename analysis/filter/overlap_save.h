@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "fft/fft.h"
+#include "kernels/aligned_array.h"
 #include "kernels/level.h"
 
 namespace ovanlys {
@@ -17,11 +18,14 @@ namespace ovanlys {
 struct TapResponse {
     TapResponse(std::span<const double> c, std::size_t transformLength);
 
+    std::size_t length() const noexcept { return re.size(); }  // of the transforms
+
     std::vector<double> taps;
-    std::size_t length;               // of the transforms
-    std::vector<double> re, im;       // the taps' lines
-    std::vector<double> windows;      // of `length` samples, a little apart
-    std::vector<double> imaginaries;  // of a window's lines
+    // Of the taps' lines; of windows with `length` samples, a little apart; of a window's lines.
+    vyn::AlignedArray<double> re{2};
+    vyn::AlignedArray<double> im{3};
+    vyn::AlignedArray<double> windows{0};
+    vyn::AlignedArray<double> imaginaries{1};
 };
 
 // Makes the outputs y[m] = sum_j c[j] x[m-j] block by block. Whoever convolves the same taps again
@@ -37,14 +41,14 @@ public:
     OverlapSave& operator=(const OverlapSave&) = delete;
 
     // Outputs that a block makes.
-    std::size_t step() const noexcept { return response_->length - before_; }
+    std::size_t step() const noexcept { return response_->length() - before_; }
     // What the caller fills: the taps - 1 samples before the block's first output, and the samples
     // of its `step` outputs.
     std::span<double> window(std::size_t number = 0) const noexcept {
-        return {response_->windows.data() + number * windowDistance(), response_->length};
+        return {response_->windows.data() + number * windowDistance(), response_->length()};
     }
     // Numbers from one window to the next; not a power of two, so that they share no cache sets.
-    std::size_t windowDistance() const noexcept { return response_->length + kWindowGap; }
+    std::size_t windowDistance() const noexcept { return response_->length() + kWindowGap; }
     // Puts the outputs of a window in its place. Returns whether the sum of its samples, which is
     // their line 0, is finite: then all of them are, or else no output says anything.
     bool convolve(std::size_t number = 0) const noexcept;

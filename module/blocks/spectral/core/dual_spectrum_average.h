@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <span>
 
-#include "numerics/aligned_array.h"
+#include "kernels/aligned_array.h"
 
 namespace vynpack {
 
@@ -85,7 +85,7 @@ public:
     double* from(std::size_t first) { return averages_.data() + first; }
 
 private:
-    AlignedArray<double> averages_;
+    vyn::AlignedArray<double> averages_;
 };
 
 }  // namespace vynpack

@@ -14,7 +14,7 @@
 #include "blocks/spectral/core/real_transform.h"
 #include "blocks/spectral/core/shared_averages.h"
 #include "blocks/spectral/core/window_functions.h"
-#include "numerics/aligned_array.h"
+#include "kernels/aligned_array.h"
 
 namespace vynpack {
 
@@ -55,8 +55,8 @@ public:
 private:
     struct Spectrum {
         explicit Spectrum(unsigned colour) : re(colour), im(colour + 1) {}
-        AlignedArray<double> re;
-        AlignedArray<double> im;
+        vyn::AlignedArray<double> re;
+        vyn::AlignedArray<double> im;
         void assign(std::size_t values);
         ComplexLines from(std::size_t line) { return {re.data() + line, im.data() + line}; }
     };
@@ -68,7 +68,7 @@ private:
         std::size_t count;
     };
 
-    static std::span<double> work(AlignedArray<double>& lines, const LineRange& range) {
+    static std::span<double> work(vyn::AlignedArray<double>& lines, const LineRange& range) {
         return {lines.data() + range.first, range.count};
     }
     // The same lines among the averages.
@@ -118,18 +118,18 @@ private:
     Spectrum excitation_{0};  // X
     Spectrum response_{2};    // Y
     Spectrum cross_{8};       // X conj(Y)
-    AlignedArray<double> responsePower_{10};
-    AlignedArray<double> excitationPower_{11};
-    AlignedArray<double> zeros_{12};
+    vyn::AlignedArray<double> responsePower_{10};
+    vyn::AlignedArray<double> excitationPower_{11};
+    vyn::AlignedArray<double> zeros_{12};
     Spectrum transfer_{0};
-    AlignedArray<double> amplitude_{2};
-    AlignedArray<double> phase_{3};
-    AlignedArray<double> coherence_{3};
+    vyn::AlignedArray<double> amplitude_{2};
+    vyn::AlignedArray<double> phase_{3};
+    vyn::AlignedArray<double> coherence_{3};
     std::vector<double> cepstrumWork_;
     // A few channels side by side: each row holds the samples of one and, in their place, its lines
     // afterwards: amplitudes and phases in those of the excitation, coherences in the response's.
-    AlignedArray<float> excitationRows_{4};
-    AlignedArray<float> responseRows_{5};
+    vyn::AlignedArray<float> excitationRows_{4};
+    vyn::AlignedArray<float> responseRows_{5};
 };
 
 }  // namespace vynpack

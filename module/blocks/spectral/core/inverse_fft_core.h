@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <span>
 
-#include "numerics/aligned_array.h"
+#include "kernels/aligned_array.h"
 
 namespace vynpack {
 
@@ -31,11 +31,11 @@ private:
                            InverseRealTransform transform, float* samples);
 
     int n_ = -1;
-    AlignedArray<double> real_{0};
-    AlignedArray<double> imaginary_{1};
+    vyn::AlignedArray<double> real_{0};
+    vyn::AlignedArray<double> imaginary_{1};
     // A few channels side by side: each row holds the lines of one, first the real parts, and, in
     // their place, its samples afterwards.
-    AlignedArray<float> rows_{2};
+    vyn::AlignedArray<float> rows_{2};
 };
 
 }  // namespace vynpack

@@ -8,7 +8,7 @@
 #include "blocks/spectral/core/real_transform.h"
 #include "blocks/spectral/core/spectrum_conversion.h"
 #include "blocks/spectral/core/window_functions.h"
-#include "numerics/aligned_array.h"
+#include "kernels/aligned_array.h"
 
 namespace vynpack {
 
@@ -55,13 +55,13 @@ private:
 
     int n_ = -1;
     ChosenWindow window_;
-    AlignedArray<double> real_{0};
-    AlignedArray<double> imaginary_{1};  // phases, once they are computed
-    AlignedArray<double> result_{2};     // cepstra
+    vyn::AlignedArray<double> real_{0};
+    vyn::AlignedArray<double> imaginary_{1};  // phases, once they are computed
+    vyn::AlignedArray<double> result_{2};     // cepstra
     std::vector<double> cepstrumWork_;
     // A few channels side by side: each row holds the samples of one and, in their place, its lines
     // afterwards.
-    AlignedArray<float> rows_{3};
+    vyn::AlignedArray<float> rows_{3};
 };
 
 }  // namespace vynpack

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "blocks/stats/core/statistik_core.h"
+#include "kernels/aligned_array.h"
 #include "kernels/level.h"
-#include "numerics/aligned_array.h"
 
 namespace vynpack {
 
@@ -77,7 +77,7 @@ private:
     void startAnew(std::span<const float> values);
 
     vyn::KernelLevel level_;
-    AlignedArray<float> memory_;
+    vyn::AlignedArray<float> memory_;
     std::span<float> average_;  // in it
     std::int64_t blocks_ = 0;
     double weight_ = 0.0;

@@ -9,7 +9,7 @@
 #include <span>
 #include <utility>
 
-namespace vynpack {
+namespace vyn {
 
 // Zeros until something is written. Arrays that are walked through side by side get different
 // colours: their first lines then lie in different sets of the nearest cache, also where the
@@ -69,4 +69,4 @@ private:
     unsigned colour_ = 0;
 };
 
-}  // namespace vynpack
+}  // namespace vyn
