@@ -130,7 +130,7 @@ private:
         }
         for (std::size_t c = 0; c < channels; ++c)
             if (spoilt[c]) convolveFinite(blocks, c, start, count, first);
-        convert_.join(windows + before_, distance, channels, count,
+        convert_.join(windows + blocks.firstOutput(), distance, channels, count,
                       out_ + start * x_.channels + first, x_.channels);
         for (std::size_t c = 0; c < channels; ++c)
             if (spoilt[c]) spoil(start, count, first + c);

@@ -116,6 +116,14 @@ void multiply(double* __restrict re, double* __restrict im, const double* __rest
     }
 }
 
+void scale(double* __restrict re, double* __restrict im, const double* __restrict response,
+           std::size_t lines) {
+    for (std::size_t k = 0; k < lines; ++k) {
+        re[k] *= response[k];
+        im[k] *= response[k];
+    }
+}
+
 // x - x is +0 for finite numbers and NaN for all others.
 bool allFinite(const double* x, std::size_t n) {
     constexpr std::size_t kAbreast = 4;
@@ -140,7 +148,8 @@ bool allFinite(const double* x, std::size_t n) {
     return sum == 0.0;
 }
 
-constexpr ConvolutionKernels kTable = {outputs, kLanes, kWidestRow, singles, multiply, allFinite};
+constexpr ConvolutionKernels kTable = {outputs,  kLanes, kWidestRow, singles,
+                                       multiply, scale,  allFinite};
 
 }  // namespace
 

@@ -37,6 +37,9 @@ struct ConvolutionKernels {
     void (*multiply)(double* re, double* im, const double* responseRe, const double* responseIm,
                      std::size_t lines);
 
+    // Lines times real numbers, in place.
+    void (*scale)(double* re, double* im, const double* response, std::size_t lines);
+
     bool (*allFinite)(const double* x, std::size_t n);
 
     static const ConvolutionKernels baseline, avx2, avx512;

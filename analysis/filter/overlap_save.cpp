@@ -60,9 +60,13 @@ TapResponse::TapResponse(std::span<const double> c, std::size_t transformLength)
     re.assign(transformLength);
     im.assign(transformLength / 2 + 1);
     imaginaries.assign(transformLength / 2 + 1);
-    std::copy(c.begin(), c.end(), re.data());
+    const bool isReal = tapsOf(c).symmetric && c.size() % 2 != 0;
+    if (isReal) early = c.size() / 2;
+    std::copy(c.begin() + static_cast<std::ptrdiff_t>(early), c.end(), re.data());
+    std::copy_n(c.begin(), early, re.data() + transformLength - early);
     const DenormalsFlushed mode;
-    BorrowedPlan(length())->forward(re.data(), im.data());
+    BorrowedPlan(transformLength)->forward(re.data(), im.data());
+    if (isReal) im.assign(0);
 }
 
 OverlapSave::OverlapSave(std::span<const double> c, std::size_t outputs, std::size_t windows,
@@ -84,8 +88,13 @@ bool OverlapSave::convolve(std::size_t number) const noexcept {
     double* const im = response_->imaginaries.data();
     plan_->forward(re, im);
     const bool finite = std::isfinite(re[0]);
-    vyn::kernelsAt<ConvolutionKernels>(level_).multiply(re, im, response_->re.data(),
-                                                        response_->im.data(), response_->im.size());
+    const auto& kernels = vyn::kernelsAt<ConvolutionKernels>(level_);
+    const std::size_t lines = response_->imaginaries.size();
+    if (response_->im.size() == 0) {
+        kernels.scale(re, im, response_->re.data(), lines);
+    } else {
+        kernels.multiply(re, im, response_->re.data(), response_->im.data(), lines);
+    }
     plan_->inverse(re, im);
     return finite;
 }

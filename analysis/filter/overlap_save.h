@@ -21,6 +21,9 @@ struct TapResponse {
     std::size_t length() const noexcept { return re.size(); }  // of the transforms
 
     std::vector<double> taps;
+    // An odd number of taps that are the same from either end is laid around place 0, where it has
+    // real lines alone, and `im` is empty; outputs come so many places earlier then.
+    std::size_t early = 0;
     // Of the taps' lines; of windows with `length` samples, a little apart; of a window's lines.
     vyn::AlignedArray<double> re{2};
     vyn::AlignedArray<double> im{3};
@@ -42,6 +45,8 @@ public:
 
     // Outputs that a block makes.
     std::size_t step() const noexcept { return response_->length() - before_; }
+    // The place in a window of the first output after `convolve`.
+    std::size_t firstOutput() const noexcept { return before_ - response_->early; }
     // What the caller fills: the taps - 1 samples before the block's first output, and the samples
     // of its `step` outputs.
     std::span<double> window(std::size_t number = 0) const noexcept {
@@ -49,11 +54,11 @@ public:
     }
     // Numbers from one window to the next; not a power of two, so that they share no cache sets.
     std::size_t windowDistance() const noexcept { return response_->length() + kWindowGap; }
-    // Puts the outputs of a window in its place. Returns whether the sum of its samples, which is
+    // Makes the outputs of a window in it. Returns whether the sum of its samples, which is
     // their line 0, is finite: then all of them are, or else no output says anything.
     bool convolve(std::size_t number = 0) const noexcept;
     std::span<const double> outputs(std::size_t number = 0) const noexcept {
-        return window(number).subspan(before_);
+        return window(number).subspan(firstOutput(), step());
     }
     // Whether the sum of the taps is finite: then all of them are.
     bool finiteSumOfTaps() const noexcept;
