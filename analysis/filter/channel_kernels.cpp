@@ -1,6 +1,6 @@
 #include "filter/channel_kernels.h"
 
-#include "kernels/lanes.h"
+#include "kernels/transpose.h"
 
 namespace ovanlys {
 namespace {
@@ -77,32 +77,117 @@ void put(const double* rows, std::size_t channels, std::size_t count, float* out
     leaveWideRegisters();
 }
 
-// The count of channels is a constant here: each sample is read and written once.
+// Four samples to doubles, and back.
+void putFour(Lanes<4>::Floats x, double* to) {
+    if constexpr (kLanes == 2) {
+        store(converted<Register>(__builtin_shufflevector(x, x, 0, 1)), to);
+        store(converted<Register>(__builtin_shufflevector(x, x, 2, 3)), to + 2);
+    } else {
+        store(converted<Lanes<4>::Doubles>(x), to);
+    }
+}
+Lanes<4>::Floats fourSingles(const double* from) {
+    if constexpr (kLanes == 2) {
+        return __builtin_shufflevector(single(load<Register>(from)),
+                                       single(load<Register>(from + 2)), 0, 1, 2, 3);
+    } else {
+        return converted<Lanes<4>::Floats>(load<Lanes<4>::Doubles>(from));
+    }
+}
+
+// Neighbouring channels to rows of their own: squares of four samples of four channels are turned.
+template <std::size_t channels>
+void splitSquares(const float* in, std::size_t stride, std::size_t count, double* rows,
+                  std::size_t distance) {
+    std::size_t i = 0;
+    for (; i + 4 <= count; i += 4) {
+#pragma GCC unroll 2
+        for (std::size_t c = 0; c < channels; c += 4) {
+            Lanes<4>::Floats x[4];
+#pragma GCC unroll 4
+            for (std::size_t k = 0; k < 4; ++k)
+                x[k] = load<Lanes<4>::Floats>(in + (i + k) * stride + c);
+            transpose(x);
+#pragma GCC unroll 4
+            for (std::size_t k = 0; k < 4; ++k)
+                putFour(x[k], rows + (c + k) * distance + i);
+        }
+    }
+    for (; i < count; ++i)
+        for (std::size_t c = 0; c < channels; ++c)
+            rows[c * distance + i] = in[i * stride + c];
+}
+
+template <std::size_t channels>
+void joinSquares(const double* rows, std::size_t distance, std::size_t count, float* out,
+                 std::size_t stride) {
+    std::size_t i = 0;
+    for (; i + 4 <= count; i += 4) {
+#pragma GCC unroll 2
+        for (std::size_t c = 0; c < channels; c += 4) {
+            Lanes<4>::Floats x[4];
+#pragma GCC unroll 4
+            for (std::size_t k = 0; k < 4; ++k)
+                x[k] = fourSingles(rows + (c + k) * distance + i);
+            transpose(x);
+#pragma GCC unroll 4
+            for (std::size_t k = 0; k < 4; ++k)
+                store(x[k], out + (i + k) * stride + c);
+        }
+    }
+    for (; i < count; ++i)
+        for (std::size_t c = 0; c < channels; ++c)
+            out[i * stride + c] = static_cast<float>(rows[c * distance + i]);
+}
+
+// Up to `most` channels: their count is a constant here, so that each sample is walked over once.
 template <std::size_t most>
-void split(const float* in, std::size_t stride, std::size_t channels, std::size_t count,
-           double* rows, std::size_t distance) {
+void splitFew(const float* in, std::size_t stride, std::size_t channels, std::size_t count,
+              double* rows, std::size_t distance) {
     if (channels == most) {
         for (std::size_t i = 0; i < count; ++i)
             for (std::size_t c = 0; c < most; ++c)
                 rows[c * distance + i] = in[i * stride + c];
     } else {
-        if constexpr (most > 1) split<most - 1>(in, stride, channels, count, rows, distance);
+        if constexpr (most > 1) splitFew<most - 1>(in, stride, channels, count, rows, distance);
     }
 }
 
 template <std::size_t most>
-void join(const double* rows, std::size_t distance, std::size_t channels, std::size_t count,
-          float* out, std::size_t stride) {
+void joinFew(const double* rows, std::size_t distance, std::size_t channels, std::size_t count,
+             float* out, std::size_t stride) {
     if (channels == most) {
         for (std::size_t i = 0; i < count; ++i)
             for (std::size_t c = 0; c < most; ++c)
                 out[i * stride + c] = static_cast<float>(rows[c * distance + i]);
     } else {
-        if constexpr (most > 1) join<most - 1>(rows, distance, channels, count, out, stride);
+        if constexpr (most > 1) joinFew<most - 1>(rows, distance, channels, count, out, stride);
     }
 }
 
-constexpr ChannelKernels kTable = {take, put, split<kMostRows>, join<kMostRows>};
+void split(const float* in, std::size_t stride, std::size_t channels, std::size_t count,
+           double* rows, std::size_t distance) {
+    const std::size_t squares = channels / 4 * 4;
+    if (squares == 8) return splitSquares<8>(in, stride, count, rows, distance);
+    if (squares == 4) splitSquares<4>(in, stride, count, rows, distance);
+    splitFew<3>(in + squares, stride, channels - squares, count, rows + squares * distance,
+                distance);
+}
+
+void join(const double* rows, std::size_t distance, std::size_t channels, std::size_t count,
+          float* out, std::size_t stride) {
+    const std::size_t squares = channels / 4 * 4;
+    if (squares == 8) {
+        joinSquares<8>(rows, distance, count, out, stride);
+    } else {
+        if (squares == 4) joinSquares<4>(rows, distance, count, out, stride);
+        joinFew<3>(rows + squares * distance, distance, channels - squares, count, out + squares,
+                   stride);
+    }
+    leaveWideRegisters();
+}
+
+constexpr ChannelKernels kTable = {take, put, split, join};
 
 }  // namespace
 

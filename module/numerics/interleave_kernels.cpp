@@ -2,7 +2,7 @@
 
 #include <immintrin.h>
 
-#include "kernels/lanes.h"
+#include "kernels/transpose.h"
 
 namespace vynpack {
 namespace {
@@ -25,38 +25,13 @@ void storeTwo(Floats samples, float* to, std::size_t step) {
     _mm_storeu_ps(to, _mm256_castps256_ps128(samples));
     _mm_storeu_ps(to + 4 * step, _mm256_extractf128_ps(samples, 1));
 }
-Floats lower(Floats a, Floats b) { return __builtin_shufflevector(a, b, 0, 8, 1, 9, 4, 12, 5, 13); }
-Floats upper(Floats a, Floats b) {
-    return __builtin_shufflevector(a, b, 2, 10, 3, 11, 6, 14, 7, 15);
-}
-Floats lowerPairs(Floats a, Floats b) {
-    return __builtin_shufflevector(a, b, 0, 1, 8, 9, 4, 5, 12, 13);
-}
-Floats upperPairs(Floats a, Floats b) {
-    return __builtin_shufflevector(a, b, 2, 3, 10, 11, 6, 7, 14, 15);
-}
 #else
 using Floats = Lanes<4>::Floats;
 constexpr std::size_t kSamples = 4;
 
 Floats loadTwo(const float* from, std::size_t /*step*/) { return load<Floats>(from); }
 void storeTwo(Floats samples, float* to, std::size_t /*step*/) { store(samples, to); }
-Floats lower(Floats a, Floats b) { return __builtin_shufflevector(a, b, 0, 4, 1, 5); }
-Floats upper(Floats a, Floats b) { return __builtin_shufflevector(a, b, 2, 6, 3, 7); }
-Floats lowerPairs(Floats a, Floats b) { return __builtin_shufflevector(a, b, 0, 1, 4, 5); }
-Floats upperPairs(Floats a, Floats b) { return __builtin_shufflevector(a, b, 2, 3, 6, 7); }
 #endif
-
-[[gnu::always_inline]] inline void transpose(Floats (&x)[4]) {
-    const Floats lower01 = lower(x[0], x[1]);
-    const Floats upper01 = upper(x[0], x[1]);
-    const Floats lower23 = lower(x[2], x[3]);
-    const Floats upper23 = upper(x[2], x[3]);
-    x[0] = lowerPairs(lower01, lower23);
-    x[1] = upperPairs(lower01, lower23);
-    x[2] = lowerPairs(upper01, upper23);
-    x[3] = upperPairs(upper01, upper23);
-}
 
 void split(const float* from, std::size_t step, std::size_t samples, float* rows,
            std::size_t stride) {
