@@ -4,11 +4,10 @@
 // to the source that includes it, as the levels differ in it.
 #pragma once
 
+#include <immintrin.h>
+
 #include <cstddef>
 #include <cstdint>
-#if defined(__AVX2__)
-#include <immintrin.h>
-#endif
 
 namespace vyn {
 namespace {
@@ -71,7 +70,17 @@ inline To converted(From from) {
     }
 }
 
-// In one instruction; the compiler would convert a register in two halves.
+// In one instruction; the compiler would convert a register in two halves, and two numbers one by
+// one.
+template <>
+inline Lanes<2>::Doubles converted<Lanes<2>::Doubles>(Lanes<2>::Floats from) {
+    return _mm_cvtps_pd(__builtin_shufflevector(from, from, 0, 1, -1, -1));
+}
+template <>
+inline Lanes<2>::Floats converted<Lanes<2>::Floats>(Lanes<2>::Doubles from) {
+    const __m128 both = _mm_cvtpd_ps(from);
+    return __builtin_shufflevector(both, both, 0, 1);
+}
 #if defined(__AVX2__)
 template <>
 inline Lanes<4>::Doubles converted<Lanes<4>::Doubles>(Lanes<4>::Floats from) {
