@@ -123,11 +123,11 @@ private:
     double reciprocal_;
 };
 
-#if defined(__AVX512F__) || defined(__FMA__)
 // A number times `less` and times `more` in single precision: whether both are the same, and so
 // what lies between them. NaN is not.
 [[gnu::always_inline]] inline bool roundsAlike(Register number, double less, double more,
                                                Lanes<kLanes>::Floats& result) {
+#if defined(__AVX2__)
     result = single(Register(number * less));
     const auto other = single(Register(number * more));
 #if defined(__AVX512F__)
@@ -135,8 +135,12 @@ private:
 #else
     return _mm_movemask_ps(_mm_cmpneq_ps(result, other)) == 0;
 #endif
-}
+#else  // the upper halves are 0
+    const __m128 both = _mm_cvtpd_ps(number * less);
+    result = __builtin_shufflevector(both, both, 0, 1);
+    return _mm_movemask_ps(_mm_cmpneq_ps(both, _mm_cvtpd_ps(number * more))) == 0;
 #endif
+}
 
 // The roots of numbers >= 0, divided by one number, each step rounded to double precision, and in
 // the end to single precision. NaN stays.
@@ -156,8 +160,16 @@ public:
     [[gnu::always_inline]] Lanes<kLanes>::Floats operator()(Register a) const {
 #if defined(__AVX512F__)
         return beside(a);
-#else
+#elif defined(__FMA__)
         return single(stepByStep(a));
+#else
+        if (divisor_ == 1.0) return single(rootOf(a));
+        constexpr double kMargin = 0x1p-50;
+        Lanes<kLanes>::Floats result;
+        if (!roundsAlike(rootOf(a), (1.0 - kMargin) / divisor_, (1.0 + kMargin) / divisor_, result))
+            [[unlikely]]
+            return single(stepByStep(a));
+        return result;
 #endif
     }
     // The same, sooner where the unit is at work on another register.
