@@ -21,12 +21,18 @@ inline Register rootOf(Register v) {
 }
 inline double rootOf(double v) { return __builtin_sqrt(v); }
 
-// NaN stays.
-template <class V>
-inline V atMost(double limit, V value) {
-    const V limits = V{} + limit;
-    return value > limits ? limits : value;
+// NaN stays: the instruction takes its second operand then.
+inline Register atMost(double limit, Register value) {
+    const Register limits = Register{} + limit;
+#if defined(__AVX512F__)
+    return _mm512_maskz_min_pd(0xff, limits, value);
+#elif defined(__AVX2__)
+    return _mm256_min_pd(limits, value);
+#else
+    return _mm_min_pd(limits, value);
+#endif
 }
+inline double atMost(double limit, double value) { return limit < value ? limit : value; }
 
 #if defined(__AVX512F__)
 // a b + c and c - a b, rounded once.
