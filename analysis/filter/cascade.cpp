@@ -1,6 +1,8 @@
 #include "filter/cascade.h"
 
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <cmath>
 #include <cstddef>
 #include <cstring>
@@ -276,82 +278,48 @@ Section blockForm(const OrderedSection& section) {
         a[j + 1] = sigma * a[j] - q * b[j];
         b[j + 1] = a[j] + sigma * b[j];
     }
+    const Real base = std::abs(a[kGroup]) > 0.5L ? std::copysign(Real{1}, a[kGroup]) : 0;
 
     // Denormals as the filters read them, so that no weight is one.
     const auto rounded = [](Real value) {
         const auto number = static_cast<double>(value);
         return std::fpclassify(number) == FP_SUBNORMAL ? std::copysign(0.0, number) : number;
     };
+    const auto power = [&](int j, Real less, double(&matrix)[2][2]) {
+        matrix[0][0] = matrix[1][1] = rounded(a[j] - less);
+        matrix[0][1] = rounded(-q * b[j]);
+        matrix[1][0] = rounded(b[j]);
+    };
     Section result{};
-    Real h[kGroup] = {d};
-    for (int j = 0; j < kGroup; ++j) {
-        const Real first = c[0] * a[j] + c[1] * b[j];
-        result.fromState[0][j] = rounded(first);
-        result.fromState[1][j] = rounded(c[1] * a[j] - q * c[0] * b[j]);
-        result.intoState[j][0] = rounded(a[kGroup - 1 - j]);
-        result.intoState[j][1] = rounded(b[kGroup - 1 - j]);
-        if (j + 1 < kGroup) h[j + 1] = first;
+    Real h = d;
+    for (int j = 0; j < kHalf; ++j) {
+        result.direct[j] = rounded(h);
+        h = c[0] * a[j] + c[1] * b[j];
+        result.fromState[j][0] = rounded(h);
+        result.fromState[j][1] = rounded(c[1] * a[j] - q * c[0] * b[j]);
+        if (j < kHalf - 1) result.intoFirst[j] = rounded(a[kHalf - 1 - j]);
+        if (j < kHalf - 2) result.intoSecond[j] = rounded(b[kHalf - 1 - j]);
     }
-    for (int i = 0; i < kGroup; ++i)
-        for (int j = i; j < kGroup; ++j)
-            result.fromInput[i][j] = rounded(h[j - i]);
-    result.advance[0][0] = result.advance[1][1] = rounded(a[kGroup]);
-    result.advance[0][1] = rounded(b[kGroup]);
-    result.advance[1][0] = rounded(-q * b[kGroup]);
+    power(kHalf, 0, result.half);
+    power(kGroup, base, result.advance);
+    result.base = static_cast<double>(base);
     return result;
 }
 
+using Numbers = std::array<double, sizeof(Section) / sizeof(double)>;
+
 // Roots beyond all measure may overflow the weights.
 bool isFinite(const Section& section) {
-    const auto finite = [](const auto& rows) {
-        for (const auto& row : rows)
-            for (const double value : row)
-                if (!std::isfinite(value)) return false;
-        return true;
-    };
-    return finite(section.fromInput) && finite(section.fromState) && finite(section.intoState) &&
-           finite(section.advance);
+    return std::ranges::all_of(std::bit_cast<Numbers>(section),
+                               [](double weight) { return std::isfinite(weight); });
 }
 
-// Lanes beyond the last section stay 0 and are never run.
-std::vector<SectionQuad> sideBySide(std::span<const Section> sections) {
-    std::vector<SectionQuad> quads((sections.size() + kQuad - 1) / kQuad);
-    for (std::size_t k = 0; k < sections.size(); ++k) {
-        const Section& section = sections[k];
-        SectionQuad& quad = quads[k / kQuad];
-        const std::size_t lane = k % kQuad;
-        for (int i = 0; i < kGroup; ++i) {
-            quad.direct[i][lane] = section.fromInput[0][i];
-            for (int r = 0; r < 2; ++r) {
-                quad.fromState[r][i][lane] = section.fromState[r][i];
-                quad.intoState[i][r][lane] = section.intoState[i][r];
-            }
-        }
-        for (int t = 0; t < 2; ++t)
-            for (int r = 0; r < 2; ++r)
-                quad.advance[t][r][lane] = section.advance[t][r];
-    }
-    return quads;
-}
-
-std::vector<LaneSection> forLanes(std::span<const Section> sections) {
-    std::vector<LaneSection> lanes(sections.size());
-    for (std::size_t k = 0; k < sections.size(); ++k) {
-        const Section& section = sections[k];
-        for (int lane = 0; lane < 2; ++lane) {
-            for (int i = 0; i < kGroup; ++i) {
-                lanes[k].direct[i][lane] = section.fromInput[0][i];
-                for (int r = 0; r < 2; ++r) {
-                    lanes[k].fromState[r][i][lane] = section.fromState[r][i];
-                    lanes[k].intoState[i][r][lane] = section.intoState[i][r];
-                }
-            }
-            for (int t = 0; t < 2; ++t)
-                for (int r = 0; r < 2; ++r)
-                    lanes[k].advance[t][r][lane] = section.advance[t][r];
-        }
-    }
-    return lanes;
+LaneSection inAllLanes(const Section& section) {
+    std::array<Four, std::tuple_size_v<Numbers>> fours;
+    std::ranges::transform(std::bit_cast<Numbers>(section), fours.begin(), [](double weight) {
+        return Four{weight, weight, weight, weight};
+    });
+    return std::bit_cast<LaneSection>(fours);
 }
 
 }  // namespace
@@ -364,13 +332,12 @@ std::optional<Cascade> Cascade::fromRoots(const Roots& roots) {
     cascade.gain_ = static_cast<double>(roots.gain);
     if (sections->empty()) return cascade;
     const auto design = std::make_shared<Design>();
-    for (const OrderedSection& section : ordered(std::move(*sections), roots.gain)) {
-        design->sections.push_back(blockForm(section));
-        if (!isFinite(design->sections.back())) return std::nullopt;
+    for (const OrderedSection& next : ordered(std::move(*sections), roots.gain)) {
+        const Section section = blockForm(next);
+        if (!isFinite(section)) return std::nullopt;
+        design->push_back(inAllLanes(section));
     }
-    design->quads = sideBySide(design->sections);
-    design->lanes = forLanes(design->sections);
-    cascade.states_.resize(design->sections.size());
+    cascade.states_.resize(design->size());
     cascade.design_ = design;
     return cascade;
 }
@@ -384,58 +351,9 @@ void Cascade::run(const double* x, double* y, int n, vyn::KernelLevel level) noe
         }
         return;
     }
-    const auto& kernels = vyn::kernelsAt<SectionKernels>(level);
-    const int head = std::min(n, toNextGroup());
-    runEach(kernels, x, y, head);
-    const int groups = (n - head) / kGroup;
-    const int done = head + groups * kGroup;
-    runGroups(kernels, x + head, y + head, groups);
-    runEach(kernels, x + done, y + done, n - done);
-}
-
-// One section after the other.
-void Cascade::runEach(const SectionKernels& kernels, const double* x, double* y, int n) noexcept {
-    constexpr int kStretch = 512;  // stays in the nearest cache from section to section
-    const auto& sections = design_->sections;
-    for (int start = 0; start < n; start += kStretch) {
-        const int count = std::min(kStretch, n - start);
-        const double* source = x + start;
-        for (std::size_t i = 0; i < sections.size(); ++i) {
-            kernels.run(sections[i], states_[i], phase_, source, y + start, count);
-            source = y + start;
-        }
-        phase_ = (phase_ + count) % kGroup;
-    }
-}
-
-// Sections side by side as long as enough of them are left, the rest one after the other.
-void Cascade::runGroups(const SectionKernels& kernels, const double* x, double* y,
-                        int groups) noexcept {
-    const int count = sectionCount();
-    const int least = kernels.leastSideBySide;
-    // Sections behind each other need a few groups until all of them work.
-    if (count < least || groups < 2 * kernels.sideBySide)
-        return runEach(kernels, x, y, groups * kGroup);
-    constexpr int kStretch = 256;  // groups, in the nearest cache from sections to sections
-    for (int start = 0; start < groups; start += kStretch) {
-        const int length = std::min(kStretch, groups - start);
-        const double* source = x + start * kGroup;
-        double* const target = y + start * kGroup;
-        for (int i = 0; i < count;) {
-            const int together = std::min(kernels.sideBySide, count - i);
-            const auto place = static_cast<std::size_t>(i);
-            if (together >= least) {
-                kernels.runSideBySide(design_->quads[place / kQuad], i % kQuad, together,
-                                      &states_[place], source, target, length);
-                i += together;
-            } else {
-                kernels.run(design_->sections[place], states_[place], 0, source, target,
-                            length * kGroup);
-                ++i;
-            }
-            source = target;
-        }
-    }
+    vyn::kernelsAt<SectionKernels>(level).run(design_->data(), states_.data(), sectionCount(),
+                                              phase_, x, y, n);
+    phase_ = (phase_ + n) % kGroup;
 }
 
 bool Cascade::canRunTogether(std::span<Cascade* const> cascades) noexcept {
@@ -450,8 +368,8 @@ void Cascade::takeStates(std::span<Cascade* const> cascades, double* states) noe
     for (std::size_t c = 0; c < count; ++c) {
         double* to = states + c;
         for (const SectionState& state : cascades[c]->states_) {
-            to[0] = state.s[0];
-            to[count] = state.s[1];
+            to[0] = state.start.first;
+            to[count] = state.start.second;
             to += 2 * count;
         }
     }
@@ -462,8 +380,7 @@ void Cascade::giveStates(std::span<Cascade* const> cascades, const double* state
     for (std::size_t c = 0; c < count; ++c) {
         const double* from = states + c;
         for (SectionState& state : cascades[c]->states_) {
-            state.s[0] = from[0];
-            state.s[1] = from[count];
+            state.start = {from[0], from[count]};
             from += 2 * count;
         }
     }
@@ -471,7 +388,7 @@ void Cascade::giveStates(std::span<Cascade* const> cascades, const double* state
 
 void Cascade::shareDesign(const Cascade& other) noexcept {
     if (design_ == other.design_ || !design_ || !other.design_) return;
-    if (design_->sections == other.design_->sections) design_ = other.design_;
+    if (*design_ == *other.design_) design_ = other.design_;
 }
 
 }  // namespace ovanlys

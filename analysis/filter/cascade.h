@@ -35,28 +35,17 @@ public:
     static void takeStates(std::span<Cascade* const> cascades, double* states) noexcept;
     static void giveStates(std::span<Cascade* const> cascades, const double* states) noexcept;
     // Of a cascade that has sections.
-    std::span<const LaneSection> laneSections() const noexcept { return design_->lanes; }
+    std::span<const LaneSection> laneSections() const noexcept { return *design_; }
 
     // Takes the other's design for its own where both are equal; the state stays.
     void shareDesign(const Cascade& other) noexcept;
 
-    int sectionCount() const noexcept {
-        return design_ ? static_cast<int>(design_->sections.size()) : 0;
-    }
+    int sectionCount() const noexcept { return design_ ? static_cast<int>(design_->size()) : 0; }
     // Samples that are missing to the start of a group.
     int toNextGroup() const noexcept { return (kGroup - phase_) % kGroup; }
 
 private:
-    // The same sections thrice: one by one, four neighbours side by side, and for channels in
-    // lanes.
-    struct Design {
-        std::vector<Section> sections;
-        std::vector<SectionQuad> quads;
-        std::vector<LaneSection> lanes;
-    };
-
-    void runEach(const SectionKernels& kernels, const double* x, double* y, int n) noexcept;
-    void runGroups(const SectionKernels& kernels, const double* x, double* y, int groups) noexcept;
+    using Design = std::vector<LaneSection>;
 
     double gain_ = 1.0;                     // used where there is no section
     std::shared_ptr<const Design> design_;  // none: no section

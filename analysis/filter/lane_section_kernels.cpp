@@ -1,5 +1,6 @@
 #include "filter/lane_section_kernels.h"
 
+#include "filter/section_sums.h"
 #include "kernels/lanes.h"
 
 namespace ovanlys {
@@ -36,56 +37,28 @@ void stored(Row row, double* to) {
     store(row, to);
 }
 
-// A weight as an operand: a full register at the baseline, elsewhere the number, which is laid into
-// all lanes by the way.
-inline auto weight(const double (&twice)[2]) {
-    if constexpr (kLanes == 2) {
-        return load<Register>(twice);
-    } else {
-        return twice[0];
-    }
-}
-
-// A group of every lane's channel through a section: the sums of `step` and `advance` of
-// section_kernels.cpp, term by term. A sample goes into all sums that it reaches, so that these
-// grow side by side and ten registers hold them. Sections before the last leave out the 0 that the
-// sums begin with: it makes +0 of a sum that is -0, which the last one's 0 does for all of them.
+// A group of every lane's channel through a section.
 template <int lanes, bool last, class From, class To>
 inline void filterGroup(const LaneSection& section, double* state, std::size_t count,
                         Rows<From> from, Rows<To> to) {
     using Row = typename Lanes<lanes>::Doubles;
-    const Row s[2] = {load<Row>(state), load<Row>(state + count)};
-    // The weights that most sums take stay in registers; more of them would drive the sums out.
-    constexpr int kKept = 3;
-    Row kept[kKept];
-#pragma GCC unroll 3
-    for (int i = 0; i < kKept; ++i)
-        kept[i] = weight(section.direct[i]) - Row{};
-    const auto h = [&](int i) { return i < kKept ? kept[i] : weight(section.direct[i]) - Row{}; };
-    Row direct[kGroup];
-    Row into[2];
-#pragma GCC unroll 8
-    for (int i = 0; i < kGroup; ++i) {
-        const Row x = loaded<Row, lanes>(from[i]);
-#pragma GCC unroll 8
-        for (int j = i; j < kGroup; ++j) {
-            const Row term = h(j - i) * x;
-            direct[j] = i > 0 ? direct[j] + term : last ? 0.0 + term : term;
-        }
-#pragma GCC unroll 2
-        for (int r = 0; r < 2; ++r) {
-            const Row term = weight(section.intoState[i][r]) * x;
-            into[r] = i > 0 ? into[r] + term : term;
-        }
-        const Row left =
-            weight(section.fromState[0][i]) * s[0] + weight(section.fromState[1][i]) * s[1];
-        stored<Row, lanes>(direct[i] + left, to[i]);
-    }
-#pragma GCC unroll 2
-    for (int r = 0; r < 2; ++r) {
-        const Row own = weight(section.advance[0][r]) * s[0] + weight(section.advance[1][r]) * s[1];
-        store(own + into[r], state + static_cast<std::size_t>(r) * count);
-    }
+    const SectionSums<Row> sums(section);
+    const Pair<Row> s{load<Row>(state), load<Row>(state + count)};
+    const auto half = [&](int start, const Pair<Row>& atStart) {
+        Row x[kHalf];
+#pragma GCC unroll 4
+        for (int i = 0; i < kHalf; ++i)
+            x[i] = loaded<Row, lanes>(from[start + i]);
+#pragma GCC unroll 4
+        for (int j = 0; j < kHalf; ++j)
+            stored<Row, lanes>(sums.template output<last>(j, x, atStart), to[start + j]);
+        return sums.added(x);
+    };
+    const auto added = half(0, s);
+    const auto both = sums.moved(added, half(kHalf, sums.moved(s, added)));
+    const auto next = sums.advanced(s, both);
+    store(next.first, state);
+    store(next.second, state + count);
 }
 
 constexpr std::size_t kStep = kLanes > 4 ? 4 : kLanes;

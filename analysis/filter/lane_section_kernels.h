@@ -7,15 +7,6 @@
 
 namespace ovanlys {
 
-// A Section's weights, twice each: what fills a register of the baseline, which has no instruction
-// that lays a number from memory into all lanes.
-struct alignas(64) LaneSection {
-    double direct[kGroup][2];        // [i]: x[j-i]'s weight h[i] in y[j]
-    double fromState[2][kGroup][2];  // [r][j]
-    double intoState[kGroup][2][2];  // [i][r]
-    double advance[2][2][2];         // [t][r]
-};
-
 struct LaneSectionKernels {
     static constexpr std::size_t kMostChannels = 32;
 

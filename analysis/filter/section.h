@@ -10,62 +10,72 @@
 // notice, A is a normal matrix, so that rounding is not amplified where a direct form loses digits:
 // at poles close to z = 1.
 //
-// Samples are taken in groups of eight. With the state s at the start of a group,
+// Samples are taken in groups of eight, a group in two halves. With the state s at the start of a
+// half, and u what its samples add to the state at its end,
 //
-//     y[j] = sum_(i<=j) h[j-i] x[i] + c A^j s     and     s' = A^8 s + sum_i A^(7-i) (1, 0) x[i]:
+//     y[j] = sum_(i<=j) h[j-i] x[i] + c A^j s     and     u = sum_i A^(3-i) (1, 0) x[i].
 //
-// the recursion advances once per eight samples, and the eight outputs are independent of each
-// other. An output depends on the earlier samples of its group alone, so a group may be cut
-// anywhere by the ends of data blocks without changing a bit.
+// The second half starts from A^4 s + u, the next group, u' being the second half's, from
 //
-// Registers are filled in one of three ways, by what there is enough of. All of them sum the same
-// terms in the same order, so that the choice changes no bit:
-//   - the eight outputs of a group side by side: one section of one channel;
-//   - sections side by side, each a group behind the one before it: one channel through many;
+//     s' = b s + ((A^8 - b) s + (A^4 u + u')),   b of -1, 0 and 1 the nearest to A^8:
+//
+// the recursion advances once per eight samples, and where poles lie close to z = 1 it rounds what
+// it keeps but once then. An output depends on the earlier samples of its group alone, so a group
+// may be cut anywhere by the ends of data blocks without changing a bit.
+//
+// Registers are filled in one of two ways, by what there is enough of. Both sum the same terms in
+// the same order (section_sums.h), so that the choice changes no bit:
+//   - groups side by side: one channel;
 //   - channels side by side, all of one design (lane_section_kernels.h).
 #pragma once
 
 namespace ovanlys {
 
-inline constexpr int kGroup = 8;
+inline constexpr int kHalf = 4;
+inline constexpr int kGroup = 2 * kHalf;
 
-struct alignas(64) Section {
-    double fromInput[kGroup][kGroup];  // [i][j]: x[i]'s weight h[j-i] in y[j]; 0 for j < i
-    double fromState[2][kGroup];       // [r][j]: state r's weight in y[j], (c A^j)_r
-    double intoState[kGroup][2];       // [i][r]: x[i]'s weight in s'_r
-    double advance[2][2];              // [t][r]: state t's weight in s'_r, (A^8)_rt
-
-    bool operator==(const Section&) const = default;
+// Two states, or what is added to them.
+template <class Number>
+struct Pair {
+    Number first;
+    Number second;
 };
 
-// Up to four neighbouring sections of a cascade side by side; the weights as in a Section.
-inline constexpr int kQuad = 4;
+template <class Weight>
+struct SectionWeights {
+    Weight direct[kHalf];          // [i]: x[j-i]'s weight h[i] in y[j]
+    Weight fromState[kHalf][2];    // [j][r]: state r's weight in y[j], (c A^j)_r
+    Weight intoFirst[kHalf - 1];   // [i]: x[i]'s weight in u_0, (A^(3-i))_00; the last one's is 1
+    Weight intoSecond[kHalf - 2];  // [i]: x[i]'s weight in u_1, (A^(3-i))_10; then 1 and 0
+    Weight half[2][2];             // [r][t]: (A^4)_rt
+    Weight base;                   // b
+    Weight advance[2][2];          // [r][t]: (A^8 - b)_rt
 
-struct alignas(64) SectionQuad {
-    double direct[kGroup][kQuad];        // [i]: x[j-i]'s weight h[i] in y[j]
-    double fromState[2][kGroup][kQuad];  // [r][j]
-    double intoState[kGroup][2][kQuad];  // [i][r]
-    double advance[2][2][kQuad];         // [t][r]
+    bool operator==(const SectionWeights&) const = default;
 };
+
+using Section = SectionWeights<double>;
+
+// Every weight four times: what fills a register of the lower levels.
+struct alignas(32) Four {
+    double lanes[4];
+
+    bool operator==(const Four&) const = default;
+};
+using LaneSection = SectionWeights<Four>;
 
 struct SectionState {
-    double s[2] = {0.0, 0.0};    // at the start of the group
-    double inputs[kGroup] = {};  // the group's samples so far
+    Pair<double> start{};    // at the start of the group
+    Pair<double> middle{};   // at the start of its second half
+    Pair<double> added{};    // u of the first half
+    double inputs[kHalf]{};  // the half's samples so far
 };
 
 struct SectionKernels {
-    // Filters n samples from x to y, which may be the same, beginning at place `phase` of a group.
-    void (*run)(const Section& section, SectionState& state, int phase, const double* x, double* y,
-                int n);
-
-    // Sections that the level takes side by side at most, kQuad or half of it, and from how many on
-    // that is faster than one after the other.
-    int sideBySide;
-    int leastSideBySide;
-    // Filters whole groups through `count` sections of the quad, 2..sideBySide, from the lane
-    // `first` on; states[0] is that one's. x and y may be the same.
-    void (*runSideBySide)(const SectionQuad& quad, int first, int count, SectionState* states,
-                          const double* x, double* y, int groups);
+    // Filters n samples from x to y, which may be the same, through `count` sections, at least one,
+    // beginning at place `phase` of a group.
+    void (*run)(const LaneSection* sections, SectionState* states, int count, int phase,
+                const double* x, double* y, int n);
 
     static const SectionKernels baseline, avx2, avx512;
 };

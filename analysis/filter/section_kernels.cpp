@@ -1,5 +1,8 @@
 #include "filter/section.h"
 
+#include <type_traits>
+
+#include "filter/section_sums.h"
 #include "kernels/lanes.h"
 
 namespace ovanlys {
@@ -7,266 +10,186 @@ namespace {
 
 using namespace vyn;  // its lanes
 
-// The outputs of a group side by side. Their sums are written in one order, which the scalar path
-// repeats, so that both give the same bits.
-using Group = Registers<kGroup>;
-using Pair = Lanes<2>::Doubles;
-
-// One sample: an output from the state and the samples of the group so far.
-inline double step(const Section& section, SectionState& state, int phase, double x) {
-    state.inputs[phase] = x;
-    double direct = 0.0;
-    for (int i = 0; i <= phase; ++i)
-        direct += section.fromInput[i][phase] * state.inputs[i];
-    return direct +
-           (section.fromState[0][phase] * state.s[0] + section.fromState[1][phase] * state.s[1]);
-}
-
-// The state at the end of a full group.
-inline void advance(const Section& section, SectionState& state) {
-    double next[2];
-    for (int r = 0; r < 2; ++r) {
-        double direct = section.intoState[0][r] * state.inputs[0];
-        for (int i = 1; i < kGroup; ++i)
-            direct += section.intoState[i][r] * state.inputs[i];
-        next[r] =
-            (section.advance[0][r] * state.s[0] + section.advance[1][r] * state.s[1]) + direct;
-    }
-    state.s[0] = next[0];
-    state.s[1] = next[1];
-}
-
-// Filters one sample after the other; returns the place in the group after the last one.
-int runSamples(const Section& section, SectionState& state, int phase, const double* x, double* y,
-               int n) {
-    for (int i = 0; i < n; ++i) {
-        y[i] = step(section, state, phase, x[i]);
-        if (++phase == kGroup) {
-            advance(section, state);
-            phase = 0;
+// A sample at place `phase` of a group.
+double step(const LaneSection& section, SectionState& state, int phase, double x) {
+    const SectionSums<double> sums(section);
+    const int place = phase % kHalf;
+    const bool isFirst = phase < kHalf;
+    state.inputs[place] = x;
+    const double y = sums.output(place, state.inputs, isFirst ? state.start : state.middle);
+    if (place == kHalf - 1) {
+        const auto added = sums.added(state.inputs);
+        if (isFirst) {
+            state.added = added;
+            state.middle = sums.moved(state.start, added);
+        } else {
+            state.start = sums.advanced(state.start, sums.moved(state.added, added));
         }
     }
-    return phase;
+    return y;
 }
 
-// Whether all samples of `groups` groups are finite. (x - x is +0 for these alone.)
-bool allFinite(const double* x, int groups) {
-    using Bits = decltype(Register{} == Register{});  // integers as wide as the doubles
-    Bits bits{};
-    for (const double* const end = x + groups * kGroup; x != end; x += kLanes) {
-        const auto samples = load<Register>(x);
-        // NOLINTNEXTLINE(misc-redundant-expression)
-        bits |= reinterpret_cast<Bits>(samples - samples);
-    }
-    long long any = 0;
-    for (int lane = 0; lane < kLanes; ++lane)
-        any |= bits[lane];
-    return any == 0;
+using Two = Lanes<2>::Doubles;
+using Quartet = Lanes<4>::Doubles;
+
+// The pairs of numbers pair(0), pair(1) ... as a register of their first numbers and one of their
+// second ones; and back, from the last pair to the first.
+template <class At>
+[[gnu::always_inline]] inline void turn(At pair, Two& first, Two& second) {
+    first = __builtin_shufflevector(pair(0), pair(1), 0, 2);
+    second = __builtin_shufflevector(pair(0), pair(1), 1, 3);
+}
+template <class At>
+[[gnu::always_inline]] inline void turn(At pair, Quartet& first, Quartet& second) {
+    const Quartet even = __builtin_shufflevector(pair(0), pair(2), 0, 1, 2, 3);
+    const Quartet odd = __builtin_shufflevector(pair(1), pair(3), 0, 1, 2, 3);
+    first = __builtin_shufflevector(even, odd, 0, 4, 2, 6);
+    second = __builtin_shufflevector(even, odd, 1, 5, 3, 7);
+}
+template <class Put>
+[[gnu::always_inline]] inline void turnBack(Two first, Two second, Put put) {
+    put(1, __builtin_shufflevector(first, second, 1, 3));
+    put(0, __builtin_shufflevector(first, second, 0, 2));
+}
+template <class Put>
+[[gnu::always_inline]] inline void turnBack(Quartet first, Quartet second, Put put) {
+    const Quartet even = __builtin_shufflevector(first, second, 0, 4, 2, 6);
+    const Quartet odd = __builtin_shufflevector(first, second, 1, 5, 3, 7);
+    put(3, __builtin_shufflevector(odd, odd, 2, 3));
+    put(2, __builtin_shufflevector(even, even, 2, 3));
+    put(1, __builtin_shufflevector(odd, odd, 0, 1));
+    put(0, __builtin_shufflevector(even, even, 0, 1));
 }
 
-// Whole groups of finite samples: the zero weights h[j-i], j < i, make no difference then, since no
-// sum here is ever -0.
-void runGroups(const Section& section, SectionState& state, const double* x, double* y,
-               int groups) {
-    const Group input0 = Group::load(section.fromInput[0]);
-    const Group input1 = Group::load(section.fromInput[1]);
-    const Group input2 = Group::load(section.fromInput[2]);
-    const Group input3 = Group::load(section.fromInput[3]);
-    const Group input4 = Group::load(section.fromInput[4]);
-    const Group input5 = Group::load(section.fromInput[5]);
-    const Group input6 = Group::load(section.fromInput[6]);
-    const Group input7 = Group::load(section.fromInput[7]);
-    const Group state0 = Group::load(section.fromState[0]);
-    const Group state1 = Group::load(section.fromState[1]);
-    const auto pair = [](const double* values) { return Pair{values[0], values[1]}; };
-    const Pair into0 = pair(section.intoState[0]);
-    const Pair into1 = pair(section.intoState[1]);
-    const Pair into2 = pair(section.intoState[2]);
-    const Pair into3 = pair(section.intoState[3]);
-    const Pair into4 = pair(section.intoState[4]);
-    const Pair into5 = pair(section.intoState[5]);
-    const Pair into6 = pair(section.intoState[6]);
-    const Pair into7 = pair(section.intoState[7]);
-    const Pair advance0 = pair(section.advance[0]);
-    const Pair advance1 = pair(section.advance[1]);
+// A group in each lane.
+constexpr int kAbreast = kLanes == 2 ? 2 : 4;
+using Groups = Lanes<kAbreast>::Doubles;
 
-    Pair s = pair(state.s);
-    const double* const end = x + groups * kGroup;
-    for (; x != end; x += kGroup, y += kGroup) {
-        Group direct = 0.0 + input0 * x[0];
-        direct = direct + input1 * x[1];
-        direct = direct + input2 * x[2];
-        direct = direct + input3 * x[3];
-        direct = direct + input4 * x[4];
-        direct = direct + input5 * x[5];
-        direct = direct + input6 * x[6];
-        direct = direct + input7 * x[7];
-        Pair into = into0 * x[0];
-        into += into1 * x[1];
-        into += into2 * x[2];
-        into += into3 * x[3];
-        into += into4 * x[4];
-        into += into5 * x[5];
-        into += into6 * x[6];
-        into += into7 * x[7];
-        (direct + (state0 * s[0] + state1 * s[1])).store(y);
-        s = (advance0 * s[0] + advance1 * s[1]) + into;
+// `advanced` with both states in a register; the second one's products change places.
+class PairRecursion {
+public:
+    explicit PairRecursion(const LaneSection& section)
+        : base_(section.base.lanes[0] - Two{}),
+          own_(section.advance[0][0].lanes[0] - Two{}),
+          other_{section.advance[0][1].lanes[0], section.advance[1][0].lanes[0]} {}
+
+    Two operator()(Two s, Two added) const {
+        const Two turned = __builtin_shufflevector(s, s, 1, 0);
+        return base_ * s + ((own_ * s + other_ * turned) + added);
     }
-    state.s[0] = s[0];
-    state.s[1] = s[1];
-}
 
-void run(const Section& section, SectionState& state, int phase, const double* x, double* y,
-         int n) {
-    int done = 0;
-    if (phase != 0) {
-        done = n < kGroup - phase ? n : kGroup - phase;
-        phase = runSamples(section, state, phase, x, y, done);
-    }
-    const int groups = (n - done) / kGroup;
-    if (allFinite(x + done, groups)) {
-        runGroups(section, state, x + done, y + done, groups);
-        done += groups * kGroup;
-    }
-    runSamples(section, state, phase, x + done, y + done, n - done);
-}
-
-// A section in each lane.
-template <class Row>
-struct QuadWeights {
-    const SectionQuad& quad;
-    int first;
-
-    Row direct(int i) const { return load<Row>(quad.direct[i] + first); }
-    Row fromState(int r, int j) const { return load<Row>(quad.fromState[r][j] + first); }
-    Row intoState(int i, int r) const { return load<Row>(quad.intoState[i][r] + first); }
-    Row advance(int t, int r) const { return load<Row>(quad.advance[t][r] + first); }
+private:
+    Two base_, own_, other_;
 };
 
-// A group in every lane: the sums of `step` and `advance`, term by term.
-template <class Row>
-inline void filterGroup(const QuadWeights<Row>& weights, const Row (&x)[kGroup], Row (&y)[kGroup],
-                        Row (&s)[2]) {
-#pragma GCC unroll 8
-    for (int j = 0; j < kGroup; ++j) {
-        Row direct = 0.0 + weights.direct(j) * x[0];
-#pragma GCC unroll 8
-        for (int i = 1; i <= j; ++i)
-            direct += weights.direct(j - i) * x[i];
-        y[j] = direct + (weights.fromState(0, j) * s[0] + weights.fromState(1, j) * s[1]);
+// Groups of samples one after the other, and in rows: kAbreast groups in the lanes of kGroup
+// registers. Both give and take samples i and i + 1 of the groups from `group` on. Lanes behind the
+// last group have it once more; taken back, its own lane comes last.
+template <class Number>
+struct Line {
+    Number* samples;
+    int groups;
+
+    [[gnu::always_inline]] Number* pair(int group, int k, int i) const {
+        const int left = groups - group - 1;
+        return samples + kGroup * (group + (k < left ? k : left)) + i;
     }
-    Row next[2];
+    [[gnu::always_inline]] void give(int group, int i, Groups& first, Groups& second) const {
+        turn([=, this](int k) { return load<Two>(pair(group, k, i)); }, first, second);
+    }
+    [[gnu::always_inline]] void take(int group, int i, Groups first, Groups second) const {
+        turnBack(first, second, [=, this](int k, Two two) { store(two, pair(group, k, i)); });
+    }
+};
+struct Rows {
+    Groups* rows;
+
+    [[gnu::always_inline]] Groups* pair(int group, int i) const {
+        return rows + group / kAbreast * kGroup + i;
+    }
+    [[gnu::always_inline]] void give(int group, int i, Groups& first, Groups& second) const {
+        first = pair(group, i)[0];
+        second = pair(group, i)[1];
+    }
+    [[gnu::always_inline]] void take(int group, int i, Groups first, Groups second) const {
+        pair(group, i)[0] = first;
+        pair(group, i)[1] = second;
+    }
+};
+
+// Groups through a section: what every group adds first, then the states at their starts one after
+// the other, then the outputs.
+template <class From, class To>
+void runSection(const LaneSection& section, SectionState& state, From from, To to, int groups) {
+    constexpr bool kLast = std::is_same_v<To, Line<double>>;
+    const SectionSums<Groups> sums(section);
+    const PairRecursion advanced(section);
+    Two s{state.start.first, state.start.second};
+    for (int group = 0; group < groups; group += kAbreast) {
+        Groups x[kGroup];
+#pragma GCC unroll 4
+        for (int i = 0; i < kGroup; i += 2)
+            from.give(group, i, x[i], x[i + 1]);
+        const auto added = sums.added(x);
+        const auto both = sums.moved(added, sums.added(x + kHalf));
+        Two adds[kAbreast];
+        turnBack(both.first, both.second, [&](int k, Two two) { adds[k] = two; });
+        Two starts[kAbreast + 1] = {s};
+#pragma GCC unroll 4
+        for (int k = 0; k < kAbreast; ++k)
+            starts[k + 1] = advanced(starts[k], adds[k]);
+        s = groups - group < kAbreast ? starts[groups - group] : starts[kAbreast];
+        Pair<Groups> start;
+        turn([&](int k) { return starts[k]; }, start.first, start.second);
+        const auto half = [&](int i, const Pair<Groups>& atStart) {
 #pragma GCC unroll 2
-    for (int r = 0; r < 2; ++r) {
-        Row into = weights.intoState(0, r) * x[0];
-#pragma GCC unroll 8
-        for (int i = 1; i < kGroup; ++i)
-            into += weights.intoState(i, r) * x[i];
-        next[r] = (weights.advance(0, r) * s[0] + weights.advance(1, r) * s[1]) + into;
+            for (int j = kHalf - 2; j >= 0; j -= 2)
+                to.take(group, i + j, sums.template output<kLast>(j, x + i, atStart),
+                        sums.template output<kLast>(j + 1, x + i, atStart));
+        };
+        half(0, start);
+        half(kHalf, sums.moved(start, added));
     }
-    s[0] = next[0];
-    s[1] = next[1];
+    state.start = {s[0], s[1]};
 }
 
-// Every lane's number moved to the next lane, that of lane count - 1 to the first.
-template <int count, class Row>
-inline Row rotated(Row row) {
-    if constexpr (count == 2) {
-        return __builtin_shufflevector(row, row, 1, 0);
-    } else {
-        return __builtin_shufflevector(row, row, count - 1, 0, 1, 2);
-    }
+// Groups that stay in the nearest cache from section to section.
+constexpr int kStretch = 128;
+
+void runGroups(const LaneSection* sections, SectionState* states, int count, Line<const double> in,
+               Line<double> out) {
+    Groups rows[kStretch / kAbreast * kGroup];
+    const Rows between{rows};
+    const int groups = in.groups;
+    if (count == 1) return runSection(sections[0], states[0], in, out, groups);
+    runSection(sections[0], states[0], in, between, groups);
+    for (int k = 1; k < count - 1; ++k)
+        runSection(sections[k], states[k], between, between, groups);
+    runSection(sections[count - 1], states[count - 1], between, out, groups);
 }
 
-// The number in place of the first lane's.
-template <int count, class Row>
-inline Row withFirst(Row row, double number) {
-    if constexpr (count == 2) {
-        return __builtin_shufflevector(row, Row{} + number, 2, 1);
-    } else {
-        return __builtin_shufflevector(row, Row{} + number, 4, 1, 2, 3);
-    }
-}
-
-// States of `count` sections in lanes, `at(k)` giving the k-th; lanes beyond are 0.
-template <class Row, class At>
-inline void gather(int count, At at, Row (&s)[2]) {
-    double values[2][sizeof(Row) / sizeof(double)] = {};
-    for (int k = 0; k < count; ++k)
-        for (int r = 0; r < 2; ++r)
-            values[r][k] = at(k).s[r];
-    s[0] = load<Row>(values[0]);
-    s[1] = load<Row>(values[1]);
-}
-template <class Row, class At>
-inline void scatter(int count, const Row (&s)[2], At at) {
-    double values[2][sizeof(Row) / sizeof(double)];
-    store(s[0], values[0]);
-    store(s[1], values[1]);
-    for (int k = 0; k < count; ++k)
-        for (int r = 0; r < 2; ++r)
-            at(k).s[r] = values[r][k];
-}
-
-// Lane k is k groups behind lane 0: in step t it works on group t - k, which lane k - 1 has left
-// in the step before. Lanes without a group, in the first steps and in the last, work on whatever
-// is there and keep their states.
-template <int count>
-void runBehind(const SectionQuad& quad, int first, SectionState* states, const double* x, double* y,
-               int groups) {
-    using Row = typename Lanes<count == 2 ? 2 : 4>::Doubles;
-    const QuadWeights<Row> weights{quad, first};
-    constexpr double kPlaces[] = {0, 1, 2, 3};
-    const Row lane = load<Row>(kPlaces);
-    const auto state = [&](int k) -> SectionState& { return states[k]; };
-    Row s[2];
-    gather(count, state, s);
-    Row carried[kGroup];  // what the lanes have left, moved to the next lane
-#pragma GCC unroll 8
-    for (Row& row : carried)
-        row = Row{};
-    constexpr int kBehind = count - 1;
-    for (int t = 0; t < groups + kBehind; ++t) {
-        const double* const from = x + kGroup * (t < groups ? t : groups - 1);
-        // What the first steps leave in the first group is overwritten when its turn comes.
-        double* const to = y + kGroup * (t > kBehind ? t - kBehind : 0);
-        Row in[kGroup];
-        Row out[kGroup];
-#pragma GCC unroll 8
-        for (int i = 0; i < kGroup; ++i)
-            in[i] = withFirst<count>(carried[i], from[i]);
-        const Row before[2] = {s[0], s[1]};
-        filterGroup(weights, in, out, s);
-        if (t < kBehind || t >= groups) {
-            const double step = t;
-            const auto works = (lane <= step) & (lane > step - groups);
-            s[0] = works ? s[0] : before[0];
-            s[1] = works ? s[1] : before[1];
+void run(const LaneSection* sections, SectionState* states, int count, int phase, const double* x,
+         double* y, int n) {
+    while (n > 0) {
+        const int groups = phase != 0 ? 0 : n < kGroup * kStretch ? n / kGroup : kStretch;
+        int done = kGroup * groups;
+        if (groups > 0) {
+            runGroups(sections, states, count, {x, groups}, {y, groups});
+        } else {
+            double sample = *x;
+            for (int k = 0; k < count; ++k)
+                sample = step(sections[k], states[k], phase, sample);
+            *y = sample;
+            phase = (phase + 1) % kGroup;
+            done = 1;
         }
-#pragma GCC unroll 8
-        for (int i = 0; i < kGroup; ++i) {
-            carried[i] = rotated<count>(out[i]);
-            to[i] = carried[i][0];
-        }
-    }
-    scatter(count, s, state);
-}
-
-constexpr int kSideBySide = kLanes == 2 ? 2 : kQuad;
-// Measured: ns per sample of 2, 3, 4 sections side by side and of one alone: 2.1, -, - and 1.5 at
-// the baseline, 2.1, 2.8, 2.8 and 1.1 at AVX2, 2.0, 2.8, 2.8 and 0.9 at AVX-512.
-constexpr int kLeastSideBySide = kLanes == 2 ? 2 : kLanes == 4 ? 3 : 4;
-
-void runSideBySide(const SectionQuad& quad, int first, int count, SectionState* states,
-                   const double* x, double* y, int groups) {
-    if (count == 2) return runBehind<2>(quad, first, states, x, y, groups);
-    if constexpr (kSideBySide == kQuad) {
-        if (count == 3) return runBehind<3>(quad, first, states, x, y, groups);
-        runBehind<4>(quad, first, states, x, y, groups);
+        x += done;
+        y += done;
+        n -= done;
     }
 }
 
-constexpr SectionKernels kTable = {run, kSideBySide, kLeastSideBySide, runSideBySide};
+constexpr SectionKernels kTable = {run};
 
 }  // namespace
 

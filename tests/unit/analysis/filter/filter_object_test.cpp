@@ -63,6 +63,39 @@ Samples byDifferenceEquation(const FilterHead& head, const Samples& x) {
     return {y.begin(), y.end()};
 }
 
+// The head's roots one after the other in long double, which keeps the digits that multiplied-out
+// polynomials lose where poles lie close to z = 1.
+std::vector<long double> byRoots(const FilterHead& head, const Samples& x) {
+    using Complex = std::complex<long double>;
+    const auto root = [](const double* list, int i) {
+        return Complex(list[2 * i], list[2 * i + 1]);
+    };
+    std::vector<Complex> y(x.begin(), x.end());
+    for (int i = 0; i < head.poleCount; ++i) {
+        Complex sum = 0;
+        for (Complex& value : y) {
+            const Complex before = sum;
+            sum = value + root(head.poles, i) * before;
+            value = i < head.zeroCount ? sum - root(head.zeros, i) * before : before;
+        }
+    }
+    std::vector<long double> real;
+    for (const Complex value : y)
+        real.push_back(head.gain * value.real());
+    return real;
+}
+
+// Root of the mean square of what samples are off by, relative to that of the samples.
+double relativeError(const Samples& y, const std::vector<long double>& expected) {
+    long double error = 0;
+    long double power = 0;
+    for (std::size_t i = 0; i < y.size(); ++i) {
+        error += (y[i] - expected[i]) * (y[i] - expected[i]);
+        power += expected[i] * expected[i];
+    }
+    return static_cast<double>(std::sqrt(error / power));
+}
+
 void expectNear(const Samples& y, const Samples& expected, double tolerance) {
     ASSERT_EQ(y.size(), expected.size());
     for (std::size_t i = 0; i < y.size(); ++i)
@@ -131,6 +164,21 @@ TEST(FilterObject, FollowsTheDifferenceEquationOfItsRoots) {
             ASSERT_EQ(ZABFunc24(1.0, 0.11, 0.23, 1.0, filter.object()), 0);
             expectNear(filter(x), byDifferenceEquation(filter.head(), x), 1e-12);
         }
+}
+
+// A state lasts for 1 / (2 pi edge) samples and is rounded once in eight of them: so many roundings
+// of half a unit add up like noise.
+TEST(FilterObject, KeepsItsDigitsWherePolesLieCloseToOne) {
+    for (const double edge : {1e-4, 3e-4, 1e-3}) {
+        const Filter filter(test::kLowPass, 2);
+        ASSERT_EQ(ZABFunc18(1.0, edge, 0.0, filter.object()), 0);
+        filter.head().changed = 1;  // by the roots as the head has them
+        const Samples x = noise<double>(30000);
+        const double roundings = 1 / (8 * 2 * std::numbers::pi * edge);
+        EXPECT_LT(relativeError(filter(x), byRoots(filter.head(), x)),
+                  0x1p-53 * std::sqrt(roundings))
+            << edge;
+    }
 }
 
 TEST(FilterObject, TakesRootsThatABlockHasFilledIn) {
