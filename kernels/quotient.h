@@ -27,9 +27,9 @@ inline Register atMost(double limit, Register value) {
 #if defined(__AVX512F__)
     return _mm512_maskz_min_pd(0xff, limits, value);
 #elif defined(__AVX2__)
-    return _mm256_min_pd(limits, value);  // NOLINT(portability-simd-intrinsics)
+    return __builtin_ia32_minpd256(limits, value);
 #else
-    return _mm_min_pd(limits, value);  // NOLINT(portability-simd-intrinsics)
+    return __builtin_ia32_minpd(limits, value);
 #endif
 }
 inline double atMost(double limit, double value) { return limit < value ? limit : value; }
