@@ -99,16 +99,27 @@ LaneFft::Values LaneFft::allocate(std::size_t count) {
 LaneFft::LaneFft(std::size_t length, vyn::KernelLevel level)
     : kernels_(vyn::kernelsAt<LaneFftKernels>(level)),
       points_(static_cast<std::ptrdiff_t>(length / kFftPoint)) {
-    makeStages(length);
+    const Circle circle(length);
+    stageTwiddles_ = allocate(makeStages());
+    double* next = stageTwiddles_.get();
+    for (const Stage& stage : stages_) {
+        const auto step = length / static_cast<std::size_t>(stage.radix * stage.stride);
+        for (std::ptrdiff_t q = 1; q < stage.stride; ++q) {
+            for (int i = 1; i < stage.radix; ++i) {
+                const Circle::Point point = circle.at(step * static_cast<std::size_t>(q * i));
+                *next++ = point.re;
+                *next++ = point.im;
+            }
+        }
+    }
     for (std::ptrdiff_t k = 0; k < points_; k += kFftLanes)
         groupPlaces_.push_back(kFftPoint * placeOf(k));
 
     // Those of the groups halve the sums and differences that Y_m are made of.
-    const Circle circle(length);
     const auto points = static_cast<std::size_t>(points_);
     constexpr auto kLanes = static_cast<std::size_t>(kFftLanes);
     joinTwiddles_ = allocate(points / 2 / kLanes * kFftGroupTwiddles + kFftMiddleTwiddles);
-    double* next = joinTwiddles_.get();
+    next = joinTwiddles_.get();
     const auto putEight = [&](std::size_t factor, std::size_t line, double scale) {
         for (std::size_t i = 0; i < kLanes; ++i, ++next) {
             const Circle::Point point = circle.at(factor * (line + i));
@@ -127,8 +138,8 @@ LaneFft::LaneFft(std::size_t length, vyn::KernelLevel level)
 }
 
 // As many stages of radix 8 as leave stages of radix 4 for the rest; one of radix 16 for the
-// shortest transform.
-void LaneFft::makeStages(std::size_t length) {
+// shortest transform. Returns the values of their twiddles.
+std::size_t LaneFft::makeStages() {
     std::size_t twiddles = 0;
     for (std::ptrdiff_t left = points_; left > 1;) {
         const bool single = points_ == 16;
@@ -137,19 +148,7 @@ void LaneFft::makeStages(std::size_t length) {
         stages_.push_back({radix, left, twiddles});
         twiddles += static_cast<std::size_t>((left - 1) * 2 * (radix - 1));
     }
-    const Circle circle(length);
-    stageTwiddles_ = allocate(twiddles);
-    double* next = stageTwiddles_.get();
-    for (const Stage& stage : stages_) {
-        const auto step = length / static_cast<std::size_t>(stage.radix * stage.stride);
-        for (std::ptrdiff_t q = 1; q < stage.stride; ++q) {
-            for (int i = 1; i < stage.radix; ++i) {
-                const Circle::Point point = circle.at(step * static_cast<std::size_t>(q * i));
-                *next++ = point.re;
-                *next++ = point.im;
-            }
-        }
-    }
+    return twiddles;
 }
 
 std::ptrdiff_t LaneFft::placeOf(std::ptrdiff_t k) const noexcept {

@@ -79,7 +79,7 @@ private:
     using Values = std::unique_ptr<double[], Free>;
 
     static Values allocate(std::size_t count);
-    void makeStages(std::size_t length);
+    std::size_t makeStages();
     // Where line k of the lanes lies, in points.
     std::ptrdiff_t placeOf(std::ptrdiff_t k) const noexcept;
     double* lanesBeside(const double* samples) const noexcept;
