@@ -1,7 +1,5 @@
 #include "filter/section.h"
 
-#include <type_traits>
-
 #include "filter/section_sums.h"
 #include "kernels/lanes.h"
 
@@ -61,10 +59,6 @@ template <class Put>
     put(0, __builtin_shufflevector(even, even, 0, 1));
 }
 
-// A group in each lane.
-constexpr int kAbreast = kLanes == 2 ? 2 : 4;
-using Groups = Lanes<kAbreast>::Doubles;
-
 // `advanced` with both states in a register; the second one's products change places.
 class PairRecursion {
 public:
@@ -82,9 +76,13 @@ private:
     Two base_, own_, other_;
 };
 
-// Groups of samples one after the other, and in rows: kAbreast groups in the lanes of kGroup
-// registers. Both give and take samples i and i + 1 of the groups from `group` on. Lanes behind the
-// last group have it once more; taken back, its own lane comes last.
+// Groups side by side, one in each lane of a row.
+template <class Row>
+constexpr int kAbreast = sizeof(Row) / sizeof(double);
+
+// Groups of samples one after the other, and in rows. Both give and take samples i and i + 1 of the
+// groups from `group` on. Lanes behind the last group have it once more; taken back, its own lane
+// comes last.
 template <class Number>
 struct Line {
     Number* samples;
@@ -94,24 +92,27 @@ struct Line {
         const int left = groups - group - 1;
         return samples + kGroup * (group + (k < left ? k : left)) + i;
     }
-    [[gnu::always_inline]] void give(int group, int i, Groups& first, Groups& second) const {
+    template <class Row>
+    [[gnu::always_inline]] void give(int group, int i, Row& first, Row& second) const {
         turn([=, this](int k) { return load<Two>(pair(group, k, i)); }, first, second);
     }
-    [[gnu::always_inline]] void take(int group, int i, Groups first, Groups second) const {
+    template <class Row>
+    [[gnu::always_inline]] void take(int group, int i, Row first, Row second) const {
         turnBack(first, second, [=, this](int k, Two two) { store(two, pair(group, k, i)); });
     }
 };
+template <class Row>
 struct Rows {
-    Groups* rows;
+    Row* rows;  // kGroup for every kAbreast groups
 
-    [[gnu::always_inline]] Groups* pair(int group, int i) const {
-        return rows + group / kAbreast * kGroup + i;
+    [[gnu::always_inline]] Row* pair(int group, int i) const {
+        return rows + group / kAbreast<Row> * kGroup + i;
     }
-    [[gnu::always_inline]] void give(int group, int i, Groups& first, Groups& second) const {
+    [[gnu::always_inline]] void give(int group, int i, Row& first, Row& second) const {
         first = pair(group, i)[0];
         second = pair(group, i)[1];
     }
-    [[gnu::always_inline]] void take(int group, int i, Groups first, Groups second) const {
+    [[gnu::always_inline]] void take(int group, int i, Row first, Row second) const {
         pair(group, i)[0] = first;
         pair(group, i)[1] = second;
     }
@@ -119,33 +120,33 @@ struct Rows {
 
 // Groups through a section: what every group adds first, then the states at their starts one after
 // the other, then the outputs.
-template <class From, class To>
+template <class Row, bool last, class From, class To>
 void runSection(const LaneSection& section, SectionState& state, From from, To to, int groups) {
-    constexpr bool kLast = std::is_same_v<To, Line<double>>;
-    const SectionSums<Groups> sums(section);
+    constexpr int kCount = kAbreast<Row>;
+    const SectionSums<Row> sums(section);
     const PairRecursion advanced(section);
     Two s{state.start.first, state.start.second};
-    for (int group = 0; group < groups; group += kAbreast) {
-        Groups x[kGroup];
+    for (int group = 0; group < groups; group += kCount) {
+        Row x[kGroup];
 #pragma GCC unroll 4
         for (int i = 0; i < kGroup; i += 2)
             from.give(group, i, x[i], x[i + 1]);
         const auto added = sums.added(x);
         const auto both = sums.moved(added, sums.added(x + kHalf));
-        Two adds[kAbreast];
+        Two adds[kCount];
         turnBack(both.first, both.second, [&](int k, Two two) { adds[k] = two; });
-        Two starts[kAbreast + 1] = {s};
+        Two starts[kCount + 1] = {s};
 #pragma GCC unroll 4
-        for (int k = 0; k < kAbreast; ++k)
+        for (int k = 0; k < kCount; ++k)
             starts[k + 1] = advanced(starts[k], adds[k]);
-        s = groups - group < kAbreast ? starts[groups - group] : starts[kAbreast];
-        Pair<Groups> start;
+        s = groups - group < kCount ? starts[groups - group] : starts[kCount];
+        Pair<Row> start;
         turn([&](int k) { return starts[k]; }, start.first, start.second);
-        const auto half = [&](int i, const Pair<Groups>& atStart) {
+        const auto half = [&](int i, const Pair<Row>& atStart) {
 #pragma GCC unroll 2
             for (int j = kHalf - 2; j >= 0; j -= 2)
-                to.take(group, i + j, sums.template output<kLast>(j, x + i, atStart),
-                        sums.template output<kLast>(j + 1, x + i, atStart));
+                to.take(group, i + j, sums.template output<last>(j, x + i, atStart),
+                        sums.template output<last>(j + 1, x + i, atStart));
         };
         half(0, start);
         half(kHalf, sums.moved(start, added));
@@ -156,16 +157,17 @@ void runSection(const LaneSection& section, SectionState& state, From from, To t
 // Groups that stay in the nearest cache from section to section.
 constexpr int kStretch = 128;
 
+template <class Row>
 void runGroups(const LaneSection* sections, SectionState* states, int count, Line<const double> in,
                Line<double> out) {
-    Groups rows[kStretch / kAbreast * kGroup];
-    const Rows between{rows};
+    Row registers[kStretch / kAbreast<Row> * kGroup];
+    const Rows<Row> rows{registers};
     const int groups = in.groups;
-    if (count == 1) return runSection(sections[0], states[0], in, out, groups);
-    runSection(sections[0], states[0], in, between, groups);
+    if (count == 1) return runSection<Row, true>(sections[0], states[0], in, out, groups);
+    runSection<Row, false>(sections[0], states[0], in, rows, groups);
     for (int k = 1; k < count - 1; ++k)
-        runSection(sections[k], states[k], between, between, groups);
-    runSection(sections[count - 1], states[count - 1], between, out, groups);
+        runSection<Row, false>(sections[k], states[k], rows, rows, groups);
+    runSection<Row, true>(sections[count - 1], states[count - 1], rows, out, groups);
 }
 
 void run(const LaneSection* sections, SectionState* states, int count, int phase, const double* x,
@@ -174,7 +176,10 @@ void run(const LaneSection* sections, SectionState* states, int count, int phase
         const int groups = phase != 0 ? 0 : n < kGroup * kStretch ? n / kGroup : kStretch;
         int done = kGroup * groups;
         if (groups > 0) {
-            runGroups(sections, states, count, {x, groups}, {y, groups});
+            // Two groups wait for no lanes that nobody needs.
+            using Most = Lanes<kLanes == 2 ? 2 : 4>::Doubles;
+            const auto runThese = groups > 2 ? runGroups<Most> : runGroups<Two>;
+            runThese(sections, states, count, {x, groups}, {y, groups});
         } else {
             double sample = *x;
             for (int k = 0; k < count; ++k)
