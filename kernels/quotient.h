@@ -130,12 +130,14 @@ private:
 };
 
 // A number times `less` and times `more` in single precision: whether both are the same, and so
-// what lies between them. NaN is not.
+// what lies between them. NaN is not, nor is 0 in wide registers, which an approximation may be of
+// numbers that single precision does not hold.
 [[gnu::always_inline]] inline bool roundsAlike(Register number, double less, double more,
                                                Lanes<kLanes>::Floats& result) {
 #if defined(__AVX2__)
     result = single(Register(number * less));
-    const auto other = single(Register(number * more));
+    constexpr double kSmallest = 0x1p-149;
+    const auto other = single(fused(number, Register{} + more, Register{} + kSmallest));
 #if defined(__AVX512F__)
     return _mm256_cmp_ps_mask(result, other, _CMP_NEQ_UQ) == 0;
 #else
@@ -151,13 +153,12 @@ private:
 // The roots of numbers >= 0, divided by one number, each step rounded to double precision, and in
 // the end to single precision. NaN stays.
 //
-// The unit that divides and roots takes long, longest with the widest registers. From half an
-// approximate reciprocal root h the root is made without it,
-//     s = 2 a h,  s' = s + (a - s s) h,
-// which squares what s is wrong by (P. W. Markstein as above). Where a little less and a little
-// more than the root round to the same number in single precision, so does what lies between them.
-// That leaves one root in some ten thousand, and 0, infinity and NaN, for which all of a register
-// are made by the steps named above.
+// The unit that divides and roots takes long, longest with the widest registers. From an
+// approximate reciprocal root y the root of a is made without it: with s = a y and e = 1 - s y,
+//     root = s (1 - e)^(-1/2) = s + s e (1/2 + 3/8 e + 5/16 e^2 + ...).
+// Where a little less and a little more than the root round to the same number in single precision,
+// so does what lies between them. That leaves one root in some ten thousand, and 0, infinity and
+// NaN, for which all of a register are made by the steps named above.
 class SingleRoots {
 public:
     // Divided by a number between 2^-100 and 2^100.
@@ -165,7 +166,7 @@ public:
 
     [[gnu::always_inline]] Lanes<kLanes>::Floats operator()(Register a) const {
 #if defined(__AVX512F__)
-        return beside(a);
+        return beside(a, 1.0, [a] { return a; });
 #elif defined(__FMA__)
         return single(stepByStep(a));
 #else
@@ -178,29 +179,27 @@ public:
         return result;
 #endif
     }
-    // The same, sooner where the unit is at work on another register.
-    [[gnu::always_inline]] Lanes<kLanes>::Floats beside(Register a) const {
-#if defined(__AVX512F__)
-        // Wrong by 2^-14, then by 2^-26.
-        const Register y = _mm512_maskz_rsqrt14_pd(0xff, a);
-        const Register half = y * 0.5;
-        const Register rest = negativelyFused(a * y, half, Register{} + 0.5);
-        return withHalf(a, a, fused(half, rest, half), 1.0);
-#elif defined(__FMA__)
-        // Wrong by 2^-11, then by 2^-21; amid the range of single precision.
-        constexpr double kShift = 0x1p+24;
-        const Register shifted = a * (kShift * kShift);
-        const __m128 x = single(shifted);
-        const __m128 y = _mm_rsqrt_ps(x);
-        const __m128 half = y * 0.5F;
-        const __m128 rest = _mm_fnmadd_ps(x * y, half, _mm_set1_ps(0.5F));
-        return withHalf(a, shifted, _mm256_cvtps_pd(_mm_fmadd_ps(half, rest, half)), kShift);
+    // Those of exact(), which is `a` times the square of `scale` but for some roundings; sooner
+    // where the unit is at work on another register. `scale` is a number between 2^-100 and 2^100,
+    // or else NaN.
+    template <class Exact>
+    [[gnu::always_inline]] Lanes<kLanes>::Floats beside(Register a, double scale,
+                                                        Exact exact) const {
+#if defined(__AVX512F__) || defined(__FMA__)
+        constexpr double kMargin = 0x1p-38;
+        const Register number = approximateRoot(a);
+        Lanes<kLanes>::Floats result;
+        if (!roundsAlike(number, (1.0 - kMargin) * scale / divisor_,
+                         (1.0 + kMargin) * scale / divisor_, result)) [[unlikely]]
+            return single(stepByStep(exact()));
+        return result;
 #else
-        return (*this)(a);
+        static_cast<void>(a);
+        static_cast<void>(scale);
+        return (*this)(exact());
 #endif
     }
     float operator()(double a) const { return single(stepByStep(a)); }
-    float beside(double a) const { return (*this)(a); }
 
 private:
     template <class V>
@@ -211,18 +210,21 @@ private:
         return quotient_.ofOrdinary(atMost(QuotientBy::kLargest, root));
     }
 
-#if defined(__AVX512F__) || defined(__FMA__)
-    // The root of `shifted`, a times the square of `shift`, is wrong by less than 2^-40 of itself.
-    [[gnu::always_inline]] Lanes<kLanes>::Floats withHalf(Register a, Register shifted,
-                                                          Register half, double shift) const {
-        constexpr double kMargin = 0x1p-38;
-        const Register s = shifted * (half + half);
-        const Register root = fused(negativelyFused(s, s, shifted), half, s);
-        Lanes<kLanes>::Floats result;
-        if (!roundsAlike(root, (1.0 - kMargin) / shift / divisor_,
-                         (1.0 + kMargin) / shift / divisor_, result)) [[unlikely]]
-            return single(stepByStep(a));
-        return result;
+    // Wrong by less than 2^-40 of itself; NaN where `a` is not in the range of single precision.
+#if defined(__AVX512F__)
+    static Register approximateRoot(Register a) {
+        const Register y = _mm512_maskz_rsqrt14_pd(0xff, a);
+        const Register s = a * y;
+        const Register e = negativelyFused(s, y, Register{} + 1.0);
+        return fused(s * e, fused(e, Register{} + 0.375, Register{} + 0.5), s);
+    }
+#elif defined(__FMA__)
+    static Register approximateRoot(Register a) {
+        const Register y = _mm256_cvtps_pd(_mm_rsqrt_ps(single(a)));  // wrong by 2^-11
+        const Register s = a * y;
+        const Register e = negativelyFused(s, y, Register{} + 1.0);
+        const Register cubic = fused(e, Register{} + 0.3125, Register{} + 0.375);
+        return fused(s * e, fused(e, cubic, Register{} + 0.5), s);
     }
 #endif
 

@@ -176,10 +176,15 @@ void run(const LaneSection* sections, SectionState* states, int count, int phase
         const int groups = phase != 0 ? 0 : n < kGroup * kStretch ? n / kGroup : kStretch;
         int done = kGroup * groups;
         if (groups > 0) {
+            const auto runThese = [&]<class Row>(Row) {
+                runGroups<Row>(sections, states, count, {x, groups}, {y, groups});
+            };
             // Two groups wait for no lanes that nobody needs.
-            using Most = Lanes<kLanes == 2 ? 2 : 4>::Doubles;
-            const auto runThese = groups > 2 ? runGroups<Most> : runGroups<Two>;
-            runThese(sections, states, count, {x, groups}, {y, groups});
+            if (kLanes > 2 && groups > 2) {
+                runThese(Lanes < kLanes == 2 ? 2 : 4 > ::Doubles{});
+            } else {
+                runThese(Two{});
+            }
         } else {
             double sample = *x;
             for (int k = 0; k < count; ++k)

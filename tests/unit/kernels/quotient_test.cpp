@@ -117,6 +117,33 @@ TEST(Quotient, ByTheRootOfTwoIsTheDivisions) {
     }
 }
 
+// Whatever both parts are scaled by first, also beyond the range in which the scale may wait.
+TEST(Quotient, RootsOfScaledPartsAreTheRootsStepByStep) {
+    std::vector<double> re = numbersAtTheEdges();
+    std::vector<double> im(re.size());
+    for (const int exponents : {20, 150}) {
+        const std::vector<double> numbers = randomNumbers(100000, exponents);
+        re.insert(re.end(), numbers.begin(), numbers.end());
+        im.insert(im.end(), numbers.rbegin(), numbers.rend());
+    }
+    for (const double factor :
+         {1.0 / 2048, 0.00073, -0.00073, 3.0e-37, 0x1.8p+99, 0x1p-120, 0x1p+500})
+        for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
+            std::vector<float> roots(re.size());
+            std::vector<float> single(re.size());
+            const auto& kernels = vyn::kernelsAt<SpectrumKernels>(level);
+            kernels.putConverted[0](re.data(), im.data(), factor, 1.0F, roots.data(), re.size());
+            kernels.putConverted[1](re.data(), im.data(), factor, 1.0F, single.data(), re.size());
+            for (std::size_t i = 0; i < re.size(); ++i) {
+                const double a = re[i] * factor;
+                const double b = im[i] * factor;
+                const double root = std::sqrt(a * a + b * b);
+                expectBits(roots[i], static_cast<float>(root), re[i]);
+                expectBits(single[i], static_cast<float>(root / std::sqrt(2.0)), re[i]);
+            }
+        }
+}
+
 TEST(Quotient, ByACountIsTheDivisions) {
     std::vector<double> numbers = numbersAtTheEdges();
     const auto more = randomNumbers(20000, 1000);

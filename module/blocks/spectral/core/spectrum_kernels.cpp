@@ -56,30 +56,17 @@ void putSamples(const double* in, float length, float* out, std::size_t n) {
         out[i] = static_cast<float>(in[i]) * length * 0.5F;
 }
 
-// The values in single precision that convert(power) makes of squared magnitudes, and beside(power)
-// as well: registers take turns.
-template <class Convert, class Beside>
-[[gnu::always_inline]] inline void putEach(const double* re, const double* im, double factor,
-                                           float divisor, float* out, std::size_t n,
-                                           Convert convert, Beside beside) {
-    const auto power = [=]<class V>(std::size_t k, V /*kind*/) __attribute__((always_inline)) {
-        const V scaledRe = load<V>(re + k) * factor;
-        const V scaledIm = load<V>(im + k) * factor;
-        return V(scaledRe * scaledRe + scaledIm * scaledIm);
-    };
-    const auto put = [=](auto quotient) __attribute__((always_inline)) {
-        std::size_t first = 0;
-        for (; first + 2 * kLanes <= n; first += 2 * kLanes) {
-            const auto value = convert(power(first, Register{}));
-            const auto next = beside(power(first + kLanes, Register{}));
-            store(quotient(value), out + first);
-            store(quotient(next), out + first + kLanes);
-        }
-        forEachPlace(
-            n - first, [=]<class V>(std::size_t k, V kind) __attribute__((always_inline)) {
-                store(quotient(convert(power(first + k, kind))), out + first + k);
-            });
-    };
+// The squared magnitude of a line times `factor`.
+template <class V>
+[[gnu::always_inline]] inline V powerOf(const double* re, const double* im, double factor) {
+    const V scaledRe = load<V>(re) * factor;
+    const V scaledIm = load<V>(im) * factor;
+    return scaledRe * scaledRe + scaledIm * scaledIm;
+}
+
+// put(at, quotient) for the divisor, which is 1 more often than not.
+template <class Put>
+[[gnu::always_inline]] inline void putDivided(float divisor, Put put) {
     if (divisor == 1.0F) {
         put([](auto value) { return value; });
     } else {
@@ -87,11 +74,44 @@ template <class Convert, class Beside>
     }
 }
 
+// The values in single precision that convert(power) makes of squared magnitudes.
+template <class Convert>
+[[gnu::always_inline]] inline void putEach(const double* re, const double* im, double factor,
+                                           float divisor, float* out, std::size_t n,
+                                           Convert convert) {
+    putDivided(
+        divisor, [=](auto quotient) __attribute__((always_inline)) {
+            forEachPlace(
+                n, [=]<class V>(std::size_t k, V /*kind*/) __attribute__((always_inline)) {
+                    store(quotient(convert(powerOf<V>(re + k, im + k, factor))), out + k);
+                });
+        });
+}
+
+// Registers take turns: roots of the one are made by the unit that roots, those of the other
+// beside it.
 void putRoots(const double* re, const double* im, double factor, float divisor, float* out,
               std::size_t n, SingleRoots roots) {
-    putEach(
-        re, im, factor, divisor, out, n,
-        roots, [=](auto power) __attribute__((always_inline)) { return roots.beside(power); });
+    const double scale = factor > 0x1p-100 && factor < 0x1p+100 ? factor : __builtin_nan("");
+    const auto putPair = [=](std::size_t k, auto quotient) __attribute__((always_inline)) {
+        const std::size_t next = k + kLanes;
+        const auto nextRe = load<Register>(re + next);
+        const auto nextIm = load<Register>(im + next);
+        const auto exact = [=]() __attribute__((always_inline)) {
+            return powerOf<Register>(re + next, im + next, factor);
+        };
+        const auto value = roots(powerOf<Register>(re + k, im + k, factor));
+        const auto other = roots.beside(nextRe * nextRe + nextIm * nextIm, scale, exact);
+        store(quotient(value), out + k);
+        store(quotient(other), out + next);
+    };
+    std::size_t made = 0;
+    putDivided(
+        divisor, [ =, &made ](auto quotient) __attribute__((always_inline)) {
+            for (; made + 2 * kLanes <= n; made += 2 * kLanes)
+                putPair(made, quotient);
+        });
+    putEach(re + made, im + made, factor, divisor, out + made, n - made, roots);
 }
 
 void putMagnitudes(const double* re, const double* im, double factor, float divisor, float* out,
@@ -102,13 +122,6 @@ void putMagnitudes(const double* re, const double* im, double factor, float divi
 void putRms(const double* re, const double* im, double factor, float divisor, float* out,
             std::size_t n) {
     putRoots(re, im, factor, divisor, out, n, SingleRoots(__builtin_sqrt(2.0)));
-}
-
-template <class Convert>
-[[gnu::always_inline]] inline void putEach(const double* re, const double* im, double factor,
-                                           float divisor, float* out, std::size_t n,
-                                           Convert convert) {
-    putEach(re, im, factor, divisor, out, n, convert, convert);
 }
 
 void putHalfPowers(const double* re, const double* im, double factor, float divisor, float* out,
