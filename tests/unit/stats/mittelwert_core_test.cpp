@@ -5,9 +5,13 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <initializer_list>
 #include <limits>
 #include <numeric>
 #include <random>
+#include <utility>
 #include <vector>
 
 #include "blocks/stats/core/averaging_kernels.h"
@@ -303,25 +307,203 @@ TEST(MovingAverage, BlockSizesDoNotMatter) {
     }
 }
 
-TEST(MovingAverage, MeansEqualALoopInSampleOrder) {
-    for (const int channels : {1, 2, 3, 4, 5, 8, 11, 24, 32, 64, 72}) {
+// One channel's means by the order that is promised: sums of 1, 2, 4, ... samples from every sample
+// on; a window is the blocks of its width's binary digits, the smallest first. Windows that still
+// grow go from sample to sample.
+Samples meansByDoubling(const Samples& samples, std::size_t width) {
+    Samples means;
+    double grown = 0.0;
+    for (std::size_t k = 0; k + 1 < width && k < samples.size(); ++k) {
+        grown += samples[k];
+        means.push_back(static_cast<float>(grown) / static_cast<float>(k + 1));
+    }
+    std::vector<double> blocks(samples.begin(), samples.end());
+    std::vector<double> windows(samples.size() - means.size(), 0.0);
+    std::size_t rows = 0;
+    for (std::size_t length = 1; length <= width; length *= 2) {
+        if ((width & length) != 0) {
+            for (std::size_t i = 0; i < windows.size(); ++i)
+                windows[i] += blocks[i + rows];
+            rows += length;
+        }
+        for (std::size_t i = 0; i + length < blocks.size(); ++i)
+            blocks[i] += blocks[i + length];
+    }
+    for (const double sum : windows)
+        means.push_back(static_cast<float>(sum) / static_cast<float>(width));
+    return means;
+}
+
+Samples interleavedMeansByDoubling(const Samples& in, std::size_t channels, std::size_t width) {
+    Samples out(in.size());
+    for (std::size_t c = 0; c < channels; ++c) {
+        const Samples means = meansByDoubling(channelOf(in, c, channels), width);
+        for (std::size_t k = 0; k < means.size(); ++k)
+            out[k * channels + c] = means[k];
+    }
+    return out;
+}
+
+// Sums of these show the order of their terms: what large samples swallow before they cancel each
+// other is lost.
+Samples cancelling(std::size_t rows, std::size_t channels, unsigned seed) {
+    Samples samples = noise(rows * channels, seed, -8.0F, 8.0F);
+    std::mt19937 random(seed);
+    for (std::size_t c = 0; c < channels; ++c) {
+        float large = 0x1p54F;
+        for (std::size_t i = c; i < samples.size(); i += channels) {
+            if (random() % 5 == 0) samples[i] = std::exchange(large, -large);
+        }
+    }
+    return samples;
+}
+
+bool sameBits(const Samples& a, const Samples& b) {
+    return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(float)) == 0;
+}
+
+std::vector<std::size_t> widthsTo40And(std::initializer_list<std::size_t> wide) {
+    std::vector<std::size_t> widths(40);
+    std::iota(widths.begin(), widths.end(), 1U);
+    widths.insert(widths.end(), wide);
+    return widths;
+}
+
+TEST(MovingAverage, MeansAreThoseOfALoopThatDoublesAtEveryLevel) {
+    for (const int channels : {1, 2, 3, 4, 5, 8, 11, 16, 17, 24, 32, 64, 72}) {
         const auto c = static_cast<std::size_t>(channels);
         Samples in = noise(211 * c, 38, -8.0F, 8.0F);
         // Zeros without a sign come of zeros with one.
-        std::fill_n(in.begin() + static_cast<std::ptrdiff_t>(90 * c), 30 * c, -0.0F);
-        for (const std::size_t width : {1U, 2U, 3U, 4U, 5U, 6U, 7U, 8U, 9U, 100U, 211U, 1000U}) {
+        std::fill_n(in.begin() + static_cast<std::ptrdiff_t>(90 * c), 70 * c, -0.0F);
+        for (const std::size_t width :
+             widthsTo40And({63, 64, 100, 127, 128, 192, 208, 211, 1000})) {
+            const Samples expected = interleavedMeansByDoubling(in, c, width);
             for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
-                const Samples out = Windows(channels, level)(in, width);
-                for (std::size_t i = 0; i < in.size(); ++i) {
-                    const std::size_t k = i / c;
-                    const std::size_t first = k + 1 < width ? 0 : k + 1 - width;
-                    double sum = 0.0;
-                    for (std::size_t r = first; r <= k; ++r)
-                        sum += in[r * c + i % c];
-                    const float mean = static_cast<float>(sum) / static_cast<float>(k + 1 - first);
-                    ASSERT_EQ(out[i], mean) << channels << ' ' << width << ' ' << i;
-                    ASSERT_EQ(std::signbit(out[i]), std::signbit(mean));
+                EXPECT_TRUE(sameBits(Windows(channels, level)(in, width), expected))
+                    << channels << ' ' << width << ' ' << static_cast<int>(level);
+            }
+        }
+    }
+}
+
+// The test's own order in two windows, written out.
+TEST(MovingAverage, TheOrderOfASumIsThatOfItsWidthsBinaryDigits) {
+    const Samples x = cancelling(400, 1, 47);
+    const Samples five = Windows()(x, 5);
+    const Samples six = Windows()(x, 6);
+    const Samples seven = Windows()(x, 7);
+    std::size_t shown = 0;
+    for (std::size_t k = 6; k < x.size(); ++k) {
+        const auto at = [&](std::size_t back) { return static_cast<double>(x[k - back]); };
+        EXPECT_EQ(five[k], static_cast<float>(at(4) + ((at(3) + at(2)) + (at(1) + at(0)))) / 5.0F);
+        EXPECT_EQ(six[k],
+                  static_cast<float>((at(5) + at(4)) + ((at(3) + at(2)) + (at(1) + at(0)))) / 6.0F);
+        EXPECT_EQ(seven[k], static_cast<float>((at(6) + (at(5) + at(4))) +
+                                               ((at(3) + at(2)) + (at(1) + at(0)))) /
+                                7.0F);
+        double inSampleOrder = 0.0;
+        for (std::size_t back = 7; back-- > 0;)
+            inSampleOrder += at(back);
+        if (seven[k] != static_cast<float>(inSampleOrder) / 7.0F) ++shown;
+    }
+    EXPECT_GT(shown, 20U) << "these samples show the order";
+}
+
+TEST(MovingAverage, SampleBySampleAndInPiecesTheMeansAreTheSame) {
+    for (const int channels : {1, 2, 3, 8, 17, 32}) {
+        const auto c = static_cast<std::size_t>(channels);
+        Samples in = cancelling(340, c, 48);
+        std::fill_n(in.begin() + static_cast<std::ptrdiff_t>(120 * c), 80 * c, -0.0F);
+        for (const std::size_t width : {2U, 3U, 6U, 7U, 8U, 9U, 15U, 22U, 32U, 40U, 130U}) {
+            const Samples expected = interleavedMeansByDoubling(in, c, width);
+            for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
+                Windows windows(channels, level);
+                Samples out;
+                std::size_t rows = 1;
+                for (std::size_t k = 0; k < 340; k += rows) {
+                    rows = k < 100 && k % 7 == 0 ? 1 + k % 75 : 1;
+                    const auto from = in.begin() + static_cast<std::ptrdiff_t>(k * c);
+                    const Samples piece =
+                        windows(Samples(from, from + static_cast<std::ptrdiff_t>(rows * c)), width);
+                    out.insert(out.end(), piece.begin(), piece.end());
                 }
+                EXPECT_TRUE(sameBits(out, expected)) << channels << ' ' << width;
+            }
+        }
+    }
+}
+
+// Windows over many samples of many channels are made by groups of channels.
+TEST(MovingAverage, WideWindowsOfManyChannelsAreThoseOfEachChannel) {
+    for (const int channels : {40, 45}) {
+        const auto c = static_cast<std::size_t>(channels);
+        constexpr std::size_t kWidth = 1000;
+        constexpr std::size_t kRows = 2600;
+        const Samples in = cancelling(kRows, c, 49);
+        const Samples expected = interleavedMeansByDoubling(in, c, kWidth);
+        for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
+            Windows windows(channels, level);
+            Samples out;
+            std::size_t from = 0;
+            for (const std::size_t rows : {980, 5, 1300, 3, 60, 252}) {
+                const auto begin = in.begin() + static_cast<std::ptrdiff_t>(from * c);
+                const Samples piece =
+                    windows(Samples(begin, begin + static_cast<std::ptrdiff_t>(rows * c)), kWidth);
+                out.insert(out.end(), piece.begin(), piece.end());
+                from += rows;
+            }
+            EXPECT_EQ(from, kRows);
+            EXPECT_TRUE(sameBits(out, expected)) << channels;
+        }
+    }
+}
+
+// The sums of integers are exact in whatever order.
+TEST(MovingAverage, MeansOfIntegersAreTheirSumsOverTheWidth) {
+    std::mt19937 random(50);
+    for (const int channels : {1, 3, 8}) {
+        const auto c = static_cast<std::size_t>(channels);
+        Samples in(900 * c);
+        for (float& value : in)
+            value = static_cast<float>(static_cast<int>(random() % 2000001) - 1000000);
+        for (const std::size_t width : widthsTo40And({100, 255, 256, 777, 900})) {
+            const Samples out = Windows(channels)(in, width);
+            Samples expected(in.size());
+            for (std::size_t i = 0; i < c; ++i) {
+                std::int64_t sum = 0;
+                for (std::size_t k = 0; k < 900; ++k) {
+                    sum += static_cast<std::int64_t>(in[k * c + i]);
+                    if (k >= width) sum -= static_cast<std::int64_t>(in[(k - width) * c + i]);
+                    expected[k * c + i] = static_cast<float>(static_cast<double>(sum)) /
+                                          static_cast<float>(std::min(k + 1, width));
+                }
+            }
+            EXPECT_EQ(out, expected) << channels << ' ' << width;
+        }
+    }
+}
+
+TEST(MovingAverage, WhatIsNotFiniteReachesTheWindowsThatHoldItAndNoOther) {
+    for (const int channels : {1, 3, 4, 8, 40}) {
+        const auto c = static_cast<std::size_t>(channels);
+        for (const std::size_t width : widthsTo40And({100, 200})) {
+            for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
+                Samples in(450 * c, 1.0F);
+                const std::size_t channel = width % c;
+                in[130 * c + channel] = kInfinity;
+                in[217 * c + channel] = std::nanf("");
+                const Samples out = Windows(channels, level)(in, width);
+                const auto holds = [&](std::size_t i, std::size_t row) {
+                    return i % c == channel && i / c >= row && i / c < row + width;
+                };
+                std::size_t wrong = 0;
+                for (std::size_t i = 0; i < out.size(); ++i) {
+                    const bool right = holds(i, 217)   ? std::isnan(out[i])
+                                       : holds(i, 130) ? out[i] == kInfinity
+                                                       : out[i] == 1.0F;
+                    if (!right) ++wrong;
+                }
+                EXPECT_EQ(wrong, 0U) << channels << ' ' << width;
             }
         }
     }

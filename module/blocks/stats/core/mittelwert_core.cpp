@@ -1,6 +1,7 @@
 #include "blocks/stats/core/mittelwert_core.h"
 
 #include <algorithm>
+#include <bit>
 
 #include "blocks/stats/core/averaging_kernels.h"
 
@@ -10,6 +11,14 @@ namespace {
 // Quotients are formed in single precision.
 float mean(double sum, std::size_t count) {
     return static_cast<float>(sum) / static_cast<float>(count);
+}
+
+// All channels, or so many that the samples of a window come to no more than this.
+std::size_t channelsTogether(std::size_t channels, std::size_t width) {
+    constexpr std::size_t kNear = 32768;
+    constexpr std::size_t kFewest = 8;
+    if (width * channels <= kNear) return channels;
+    return std::min(channels, std::max(kFewest, kNear / width / kFewest * kFewest));
 }
 
 }  // namespace
@@ -74,45 +83,115 @@ void GroupAverage::process(SampleRows in, std::size_t width, std::span<float> ou
 }
 
 void MovingAverage::process(SampleRows in, std::size_t width, std::span<float> out) {
-    const AveragingKernels& kernels = vyn::kernelsAt<AveragingKernels>(level_);
     const auto channels = static_cast<std::size_t>(in.channels);
-    const auto rows = static_cast<std::size_t>(in.rows());
-    const std::size_t reach = width - 1;  // samples before the newest one
-    const auto x = in.values.first(rows * channels);
+    const auto x = in.values.first(static_cast<std::size_t>(in.rows()) * channels);
+    const std::size_t reach = (width - 1) * channels;  // values before the newest sample
 
-    const std::size_t carried = std::min(history_.size() / channels, reach);
-    const std::size_t head = std::min(rows, reach);  // rows whose windows begin before the block
-    joined_.assign(history_.end() - static_cast<std::ptrdiff_t>(carried * channels),
-                   history_.end());
-    joined_.insert(joined_.end(), x.begin(),
-                   x.begin() + static_cast<std::ptrdiff_t>(head * channels));
-
-    // Windows that still grow.
-    const std::size_t growing = std::min(head, reach - carried);
-    if (growing > 0) {
-        sums_.assign(channels, 0.0);
-        kernels.addRows(joined_.data(), carried, channels, sums_.data());
+    const std::size_t carried = std::min(past_.size(), reach);
+    past_.erase(past_.begin(), past_.end() - static_cast<std::ptrdiff_t>(carried));
+    const std::size_t growing = std::min(x.size(), reach - carried);
+    if (growing > 0) growingMeans(x.first(growing), channels, out);
+    if (growing < x.size()) {
+        const std::size_t group = channelsTogether(channels, width);
+        const bool few = planWindows(x.size() - growing, width, channels).stretch == 0;
+        if (group == channels || few) {
+            fullMeans(x, channels, width, growing, out);
+        } else {
+            fullMeansByGroups(x, channels, group, width, growing / channels, out);
+        }
     }
-    for (std::size_t k = 0; k < growing; ++k) {
-        kernels.addRows(x.data() + k * channels, 1, channels, sums_.data());
-        for (std::size_t c = 0; c < channels; ++c)
-            out[k * channels + c] = mean(sums_[c], carried + k + 1);
-    }
-    // Full windows that begin before the block, the first of them with the first carried sample,
-    // and those inside it.
-    kernels.windowMeans(joined_.data(), (head - growing) * channels, width, channels,
-                        out.data() + growing * channels);
-    kernels.windowMeans(x.data(), (rows - head) * channels, width, channels,
-                        out.data() + head * channels);
     std::ranges::fill(out.subspan(x.size()), 0.0F);
-    remember(x, reach * channels);
+    remember(x, reach);
 }
 
+// Windows that have fewer samples than the width.
+void MovingAverage::growingMeans(std::span<const float> x, std::size_t channels,
+                                 std::span<float> out) {
+    const AveragingKernels& kernels = vyn::kernelsAt<AveragingKernels>(level_);
+    std::size_t samples = past_.size() / channels;
+    sums_.assign(channels, 0.0);
+    if (samples > 0) kernels.addRows(past_.data(), samples, channels, sums_.data());
+    for (std::size_t row = 0; row < x.size(); row += channels) {
+        kernels.addRows(&x[row], 1, channels, sums_.data());
+        ++samples;
+        for (std::size_t c = 0; c < channels; ++c)
+            out[row + c] = mean(sums_[c], samples);
+    }
+}
+
+// From the value `first` on.
+void MovingAverage::fullMeans(std::span<const float> x, std::size_t channels, std::size_t width,
+                              std::size_t first, std::span<float> out) {
+    // The samples whose windows begin before the block are put behind the past ones, and some more,
+    // so that those of a block of usual length that are left fill registers; or all of a short one.
+    constexpr std::size_t kFull = 64;
+    const std::size_t past = past_.size();
+    const std::size_t reach = (width - 1) * channels;
+    std::size_t head = reach;
+    if (std::has_single_bit(channels) && channels <= kFull)
+        head = (reach + kFull - 1) / kFull * kFull;
+    if (x.size() <= 2 * head) head = x.size();
+    const std::size_t rest = x.size() - head;
+    const WindowPlan headPlan = planWindows(head - first, width, channels);
+    const WindowPlan restPlan = planWindows(rest, width, channels);
+    prepareWork(std::max(headPlan.work, restPlan.work));
+
+    const auto means = vyn::kernelsAt<AveragingKernels>(level_).windowMeans;
+    past_.insert(past_.end(), x.begin(), x.begin() + static_cast<std::ptrdiff_t>(head));
+    // The rest first: what was copied just now is still on its way to the cache.
+    if (rest > 0) {
+        means(x.data() + (head - reach), rest, width, channels, restPlan.stretch, work_.data(),
+              out.data() + head);
+    }
+    means(past_.data() + (past + first - reach), head - first, width, channels, headPlan.stretch,
+          work_.data(), out.data() + first);
+    past_.resize(past);
+}
+
+// As many channels at a time as their sums stay near, side by side in memory of their own.
+void MovingAverage::fullMeansByGroups(std::span<const float> x, std::size_t channels,
+                                      std::size_t group, std::size_t width, std::size_t from,
+                                      std::span<float> out) {
+    const auto means = vyn::kernelsAt<AveragingKernels>(level_).windowMeans;
+    const std::size_t reach = width - 1;
+    const std::size_t carried = past_.size() / channels;
+    const std::size_t rows = x.size() / channels;
+    const std::size_t most = std::min(rows - from, reach);
+    gathered_.resize((reach + most) * group);
+    means_.resize(most * group);
+    for (std::size_t first = 0; first < channels; first += group) {
+        const std::size_t together = std::min(group, channels - first);
+        for (std::size_t row = from; row < rows; row += most) {
+            const std::size_t now = std::min(most, rows - row);
+            float* to = gathered_.data();
+            for (std::size_t r = carried + row - reach; r < carried + row + now; ++r) {
+                const float* source =
+                    r < carried ? past_.data() + r * channels : x.data() + (r - carried) * channels;
+                to = std::copy_n(source + first, together, to);
+            }
+            const WindowPlan plan = planWindows(now * together, width, together);
+            prepareWork(plan.work);
+            means(gathered_.data(), now * together, width, together, plan.stretch, work_.data(),
+                  means_.data());
+            for (std::size_t k = 0; k < now; ++k)
+                std::copy_n(&means_[k * together], together, &out[(row + k) * channels + first]);
+        }
+    }
+}
+
+void MovingAverage::prepareWork(std::size_t size) {
+    if (work_.size() < size) work_.assign(size);
+}
+
+// Memory that is out leaves everything as it was before the block.
 void MovingAverage::remember(std::span<const float> in, std::size_t most) {
-    const std::size_t fresh = std::min(in.size(), most);
-    const std::size_t kept = std::min(history_.size(), most - fresh);
-    history_.erase(history_.begin(), history_.end() - static_cast<std::ptrdiff_t>(kept));
-    history_.insert(history_.end(), in.end() - static_cast<std::ptrdiff_t>(fresh), in.end());
+    if (in.size() >= most) {
+        past_.assign(in.end() - static_cast<std::ptrdiff_t>(most), in.end());
+    } else {
+        past_.insert(past_.end(), in.begin(), in.end());
+        const std::size_t surplus = past_.size() - std::min(past_.size(), most);
+        past_.erase(past_.begin(), past_.begin() + static_cast<std::ptrdiff_t>(surplus));
+    }
 }
 
 void BlockAverage::process(SampleRows in, double factor, std::span<float> out) {

@@ -37,25 +37,34 @@ private:
 
 // The mean of the last `width` samples of a channel, or of all samples where the run has not had as
 // many yet. Windows reach back into the blocks before. There is no running sum: a sample that has
-// left the window leaves no trace.
+// left the window leaves no trace. The sum of a full window is a tree of halves, in an order that
+// its width alone decides (AveragingKernels::windowMeans).
 class MovingAverage {
 public:
     explicit MovingAverage(vyn::KernelLevel level = vyn::kernelLevel()) : level_(level) {}
 
     // Starts a run.
-    void start() noexcept { history_.clear(); }
+    void start() noexcept { past_.clear(); }
 
     // `out` has as many values as `in`; those behind the last whole row are 0. `width` is at least
     // 1 and may differ from that of the block before.
     void process(SampleRows in, std::size_t width, std::span<float> out);
 
 private:
+    void growingMeans(std::span<const float> x, std::size_t channels, std::span<float> out);
+    void fullMeans(std::span<const float> x, std::size_t channels, std::size_t width,
+                   std::size_t first, std::span<float> out);
+    void fullMeansByGroups(std::span<const float> x, std::size_t channels, std::size_t group,
+                           std::size_t width, std::size_t from, std::span<float> out);
+    void prepareWork(std::size_t size);
     void remember(std::span<const float> in, std::size_t most);
 
     vyn::KernelLevel level_;
-    std::vector<float> history_;  // the last samples of every channel, interleaved
-    std::vector<float> joined_;   // history and the samples whose windows reach back into it
+    std::vector<float> past_;  // the last samples of every channel, interleaved
     std::vector<double> sums_;
+    vyn::AlignedArray<double> work_;  // the kernel's
+    std::vector<float> gathered_;
+    std::vector<float> means_;
 };
 
 // The weighted mean of successive data blocks, value by value. The average so far has the weight W,
