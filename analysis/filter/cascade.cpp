@@ -278,7 +278,7 @@ Section blockForm(const OrderedSection& section) {
         a[j + 1] = sigma * a[j] - q * b[j];
         b[j + 1] = a[j] + sigma * b[j];
     }
-    const Real base = std::abs(a[kGroup]) > 0.5L ? std::copysign(Real{1}, a[kGroup]) : 0;
+    const Real base = a[kGroup] > 0.5L ? 1 : 0;
 
     // Denormals as the filters read them, so that no weight is one.
     const auto rounded = [](Real value) {

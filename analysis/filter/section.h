@@ -17,7 +17,7 @@
 //
 // The second half starts from A^4 s + u, the next group, u' being the second half's, from
 //
-//     s' = b s + ((A^8 - b) s + (A^4 u + u')),   b of -1, 0 and 1 the nearest to A^8:
+//     s' = b s + ((A^8 - b) s + (A^4 u + u')),   b = 1 where A^8 is near to it, else 0:
 //
 // the recursion advances once per eight samples, and where poles lie close to z = 1 it rounds what
 // it keeps but once then. An output depends on the earlier samples of its group alone, so a group

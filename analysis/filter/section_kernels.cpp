@@ -60,20 +60,21 @@ template <class Put>
 }
 
 // `advanced` with both states in a register; the second one's products change places.
+template <bool based>
 class PairRecursion {
 public:
     explicit PairRecursion(const LaneSection& section)
-        : base_(section.base.lanes[0] - Two{}),
-          own_(section.advance[0][0].lanes[0] - Two{}),
+        : own_(section.advance[0][0].lanes[0] - Two{}),
           other_{section.advance[0][1].lanes[0], section.advance[1][0].lanes[0]} {}
 
     Two operator()(Two s, Two added) const {
         const Two turned = __builtin_shufflevector(s, s, 1, 0);
-        return base_ * s + ((own_ * s + other_ * turned) + added);
+        const Two next = (own_ * s + other_ * turned) + added;
+        return based ? s + next : next;
     }
 
 private:
-    Two base_, own_, other_;
+    Two own_, other_;
 };
 
 // Groups side by side, one in each lane of a row.
@@ -120,11 +121,11 @@ struct Rows {
 
 // Groups through a section: what every group adds first, then the states at their starts one after
 // the other, then the outputs.
-template <class Row, bool last, class From, class To>
+template <class Row, bool last, bool based, class From, class To>
 void runSection(const LaneSection& section, SectionState& state, From from, To to, int groups) {
     constexpr int kCount = kAbreast<Row>;
     const SectionSums<Row> sums(section);
-    const PairRecursion advanced(section);
+    const PairRecursion<based> advanced(section);
     Two s{state.start.first, state.start.second};
     for (int group = 0; group < groups; group += kCount) {
         Row x[kGroup];
@@ -152,6 +153,13 @@ void runSection(const LaneSection& section, SectionState& state, From from, To t
         half(kHalf, sums.moved(start, added));
     }
     state.start = {s[0], s[1]};
+}
+
+template <class Row, bool last, class From, class To>
+void runSection(const LaneSection& section, SectionState& state, From from, To to, int groups) {
+    const auto run = section.base.lanes[0] == 0.0 ? runSection<Row, last, false, From, To>
+                                                  : runSection<Row, last, true, From, To>;
+    run(section, state, from, to, groups);
 }
 
 // Groups that stay in the nearest cache from section to section.

@@ -41,9 +41,8 @@ public:
 
     // A group on.
     Pair<Row> advanced(const Pair<Row>& s, const Pair<Row>& added) const {
-        const Row base = row(weights_.base);
-        return {base * s.first + (product(weights_.advance[0], s) + added.first),
-                base * s.second + (product(weights_.advance[1], s) + added.second)};
+        return {based(s.first) + (product(weights_.advance[0], s) + added.first),
+                based(s.second) + (product(weights_.advance[1], s) + added.second)};
     }
 
 private:
@@ -56,6 +55,17 @@ private:
     }
     Row product(const Four (&weights)[2], const Pair<Row>& s) const {
         return row(weights[0]) * s.first + row(weights[1]) * s.second;
+    }
+
+    // b s; 0 of infinities, too, for those who leave it out.
+    Row based(Row s) const {
+        const auto kept = row(weights_.base) != Row{};
+        if constexpr (sizeof(Row) == sizeof(double)) {
+            return kept ? s : 0.0;
+        } else {
+            using Bits = decltype(kept);
+            return reinterpret_cast<Row>(reinterpret_cast<Bits>(s) & kept);
+        }
     }
 
     const LaneSection& weights_;

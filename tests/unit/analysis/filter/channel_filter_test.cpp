@@ -151,6 +151,19 @@ TEST(ChannelFilter, KeepsDenormalsOfSinglePrecisionAndValuesThatAreNotFinite) {
         }
 }
 
+// Infinities and what comes of them, down to which of them cancel.
+TEST(ChannelFilter, FollowsAnInfinityFromEveryPlaceOfAGroup) {
+    for (const auto level : vyn::levelsOfThisMachine())
+        for (const int order : {1, 2, 3, 9})
+            for (std::size_t place = 200; place < 208; ++place) {
+                auto in = signals::noise<float>(400 * 8, 3);
+                in[8 * place + 3] = -std::numeric_limits<float>::infinity();
+                EXPECT_EQ(bits(Bank(8, order).together(in, {400}, level)),
+                          bits(Bank(8, order).oneByOne(in)))
+                    << order << ", " << place;
+            }
+}
+
 // Silence, a click and its tail: through the denormals of both precisions down to zeros, whose
 // signs count as well: a filter that turns the sign over makes negative products of nothing but
 // zeros.

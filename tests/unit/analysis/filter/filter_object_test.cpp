@@ -372,19 +372,23 @@ TEST(FilterObject, LetsNoSampleReachAnEarlierOutput) {
 }
 
 TEST(FilterObject, GivesTheSameBitsHoweverASignalWithNansIsCut) {
-    for (const double poison : {kNan, kInf}) {
-        Samples x = noise<double>(200);
-        x[101] = poison;
-        const Filter whole(test::kLowPass, 5);
-        const Filter cut(test::kLowPass, 5);
-        for (const Filter* each : {&whole, &cut})
-            ASSERT_EQ(ZABFunc18(1.0, 0.3, 0.0, each->object()), 0);
-        const Samples expected = whole(x);
-        Samples y(x.size());
-        for (int start = 0; start < 200; start += 5)
-            ASSERT_EQ(ZABFunc91(x.data() + start, 5, cut.object(), y.data() + start), 0);
-        EXPECT_EQ(bits(y), bits(expected));
-    }
+    for (const double poison : {kNan, kInf})
+        for (const double edge : {0.07, 0.3})
+            for (const int order : {2, 5})
+                for (std::size_t place = 96; place < 104; ++place) {
+                    Samples x = noise<double>(200);
+                    x[place] = poison;
+                    const Filter whole(test::kLowPass, order);
+                    const Filter cut(test::kLowPass, order);
+                    for (const Filter* each : {&whole, &cut})
+                        ASSERT_EQ(ZABFunc18(1.0, edge, 0.0, each->object()), 0);
+                    const Samples expected = whole(x);
+                    Samples y(x.size());
+                    for (int start = 0; start < 200; start += 5)
+                        ASSERT_EQ(ZABFunc91(x.data() + start, 5, cut.object(), y.data() + start),
+                                  0);
+                    EXPECT_EQ(bits(y), bits(expected)) << poison << " at " << place;
+                }
 }
 
 TEST(FilterObject, KeepsNansToItselfAndIsCleanAfterADesign) {
