@@ -488,7 +488,8 @@ TEST(MovingAverage, WhatIsNotFiniteReachesTheWindowsThatHoldItAndNoOther) {
         const auto c = static_cast<std::size_t>(channels);
         for (const std::size_t width : widthsTo40And({100, 200})) {
             for (const vyn::KernelLevel level : vyn::levelsOfThisMachine()) {
-                Samples in(450 * c, 1.0F);
+                // Blocks that fill registers to their end: behind it there is nothing to read.
+                Samples in(448 * c, 1.0F);
                 const std::size_t channel = width % c;
                 in[130 * c + channel] = kInfinity;
                 in[217 * c + channel] = std::nanf("");
