@@ -338,7 +338,9 @@ inline bool shortWindowMeans(const float* x, std::size_t count, std::size_t chan
         // long blocks, which come from far away and in the order of memory.
         constexpr std::size_t kValuesNear = 2048;
         constexpr std::size_t kValuesFar = std::size_t{1} << 18U;
-        const std::size_t group = kAbreast * between * channels;
+        // (A constant where the compiler does not see it: divisions take long.)
+        const std::size_t columns = between > 1 ? kLanes : channels;
+        const std::size_t group = kAbreast * columns;
         std::size_t near = 1;
         if (between > 1)
             near = count / group;
@@ -348,13 +350,13 @@ inline bool shortWindowMeans(const float* x, std::size_t count, std::size_t chan
         while (done + group <= count) {
             const std::size_t left = (count - done) / group;
             const std::size_t now = left < near ? left : near;
-            for (std::size_t first = 0; first < between * channels; first += kLanes) {
+            for (std::size_t first = 0; first < columns; first += kLanes) {
                 const std::size_t i = done + first;
                 shortWindowMeansOf<width, between>(x + i, now, channels, out + i);
             }
             done += now * group;
         }
-        meansOneByOne<width>(x + done, count - done, channels, out + done);
+        if (done < count) meansOneByOne<width>(x + done, count - done, channels, out + done);
         return true;
     }
     if constexpr (between > 1) return shortWindowMeans<width, between / 2>(x, count, channels, out);

@@ -93,8 +93,7 @@ void MovingAverage::process(SampleRows in, std::size_t width, std::span<float> o
     if (growing > 0) growingMeans(x.first(growing), channels, out);
     if (growing < x.size()) {
         const std::size_t group = channelsTogether(channels, width);
-        const bool few = planWindows(x.size() - growing, width, channels).stretch == 0;
-        if (group == channels || few) {
+        if (group == channels || planWindows(x.size() - growing, width, channels).stretch == 0) {
             fullMeans(x, channels, width, growing, out);
         } else {
             fullMeansByGroups(x, channels, group, width, growing / channels, out);
