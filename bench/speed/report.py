@@ -343,27 +343,27 @@ for them. *Rest*: what neither forbids; in brackets the lowest share of the gate
 
 BELOW_REASONS = """- **Operations.** Results have the same bits at every level, also at the one that has no fused multiply-adds; so nothing is
   fused, and single precision, which has twice as many lanes, is no way either: rtfilter and the plain loops use both.
-  A FIR filter of 25 taps takes 38 operations per sample, pairs of samples being added first; a section of a recursive filter 13.5 to 14.75, since halves of
-  groups of eight samples are made from the state before them (direct forms take 9, and lose digits near z = 1).
+  A FIR filter of 25 taps takes 38 operations per sample, pairs of samples being added first; a section of a recursive
+  filter 13.5 to 14.75, since halves of groups of eight samples are made from the state before them (direct forms take
+  9, and lose digits near z = 1).
 - **Transforms.** FFTW's measured plans take 917, 4587 and 22857 vector operations for 256, 1024 and 4096 samples at
-  AVX2 (its own count, a fused one counts once), the project's 982, 4986 and 24218, none of them fused. At AVX-512
-  FFTW stays with AVX2, and the project has twice as wide registers; at the baseline FFTW keeps AVX2, too. The
-  library's transforms work in place: in the bare transform every channel's samples are copied first, which is a sixth
+  AVX2 (its own count), the project's 982, 4986 and 24218, none of them fused. At AVX-512
+  FFTW stays with AVX, and the project has twice as wide registers; at the baseline it is held to SSE2. The library's transforms work in place: in the bare transform every channel's samples are copied first, which is a sixth
   of the time with 32 channels of 4096 samples (189 us with it, 158 without; FFTW takes 164): the results of all
   channels and their samples are 2.5 MB then, and 2 MB for FFTW, as large as the second cache.
 - **Blocks of 256 samples, one channel.** What a peer computes in 40 to 300 ns leaves little for a call, in which
   module and host hand each other data blocks: 42 to 52 ns with next to nothing to compute (average of data blocks, 16
-  samples, AVX2). The parts alone, AVX2: RMS spectrum 30 ns for the window, 153 for the transform, 85 for 129 roots at nine
-  to twelve cycles per four, which is 268 without any call; the gate leaves 266 to 284. Inverse FFT 26 ns for the
+  samples, AVX2). The parts alone, AVX2: RMS spectrum 30 ns for the window, 153 for the transform, 67 for 129 roots, half of them
+  made beside the unit that roots, which is 250 without any call; the gate leaves 266 to 284. Inverse FFT 26 ns for the
   lines, 162 for the transform, 25 for the samples; the gate leaves 30 to 45 for the call. Moving average 73 ns for the
   sums alone; the gate leaves 124 to 126 for everything. FIR filters of 255 taps take a pair of
-  transforms of 512 for any block up to their length: 677 ns, 70 for the product of the lines, 90 for conversions; sums
+  transforms of 512 for any block up to their length: 677 ns, 40 for the product of the lines, 100 for conversions; sums
   would change bits. Level: each sample waits for a subtraction, a multiplication and an addition, eight cycles.
 - **Recursive filters, 32 channels.** Order 8 takes 56 operations per sample, A-weighting 42.25. The kernel makes 36 to 37
   of them per nanosecond at AVX2 (4096 samples), as many as a loop of ten sums with weights from memory does (37 to 40).
   16384 samples of 32 channels exceed the second cache: fetching ahead gained nothing.
-- **FIR, 25 taps, 32 channels.** The sums take the time of 53 to 55 operations per output where 50 are needed; 7 to
-  13 % of the call convert samples to doubles, mostly waiting for the second cache. Longer stretches of samples (they
+- **FIR, 25 taps, 32 channels.** The sums take the time of 41 to 46 operations per output where 38 are needed; 13 %
+  of the call convert samples to doubles, mostly waiting for the second cache. Longer stretches of samples (they
   leave the nearest cache) and fetching ahead made it slower by 3 to 6 %.
 - **Average of data blocks.** Two values are read and two written per sample, by the peer as well. Up to 4096 values
   the unit that divides is the bound, which takes every other register only; beyond them reading and writing is: the
@@ -374,8 +374,8 @@ BELOW_REASONS = """- **Operations.** Results have the same bits at every level, 
   and dividing: 1.03 ns measured, 1.07 for the same instructions without any dependence (quotients not yet by twos).
   AVX-512 gains little there: twice as many lanes, two units instead of three, and four turns. At the baseline a
   register of two means takes eleven operations on three units, 3.7 cycles of 4.5 measured.
-- **Baseline.** FFTW and rtfilter use wider registers at this level, too, or four singles. For third octaves,
-  statistics and reduction the other peers' loops make the same sums in the same order with the same instructions;
+- **Baseline.** rtfilter uses four singles at this level, the project two doubles. Roots and quotients bind spectra and H1:
+  averages are divided by their count, which the peer's sums are not. For third octaves, statistics and reduction the other peers' loops make the same sums in the same order with the same instructions;
   tried there without gain: quotients of four at once.
 """
 
@@ -388,8 +388,8 @@ METHOD = """## How it is measured
   from block to block: FFTW (measured plans; the window is scaled once, so that one multiplication, one transform and one
   conversion remain; channels are moved in tiles of eight), liquid-dsp, rtfilter, GSL, numpy, scipy, bottleneck, numba
   (compiled once, then warm), and plain C++ loops as one would write them down, compiled by the same compiler for the
-  level (`-march=x86-64`, `x86-64-v3`, `x86-64-v4`), fused multiply-adds allowed. All are Debian's packages. FFTW, GSL,
-  liquid-dsp and rtfilter choose their own instructions at all levels; numpy and numba are held to the level.
+  level (`-march=x86-64`, `x86-64-v3`, `x86-64-v4`), fused multiply-adds allowed. All are Debian's packages. FFTW,
+  numpy and numba are held to the level at the baseline; GSL, liquid-dsp and rtfilter choose their own instructions.
 - **Correct** is a peer whose results differ from the project's by no more than 2·10⁻⁶ of the largest value (of each
   value, where they are no signal: statistics, bands, levels), in single precision 10⁻³; a peer that does not agree in a
   cell is not counted there.
