@@ -347,18 +347,19 @@ BELOW_REASONS = """- **Operations.** Results have the same bits at every level, 
   filter 13.5 to 14.75, since halves of groups of eight samples are made from the state before them (direct forms take
   9, and lose digits near z = 1).
 - **Transforms.** FFTW's measured plans take 917, 4587 and 22857 vector operations for 256, 1024 and 4096 samples at
-  AVX2 (its own count), the project's 982, 4986 and 24218, none of them fused. At AVX-512
-  FFTW stays with AVX, and the project has twice as wide registers; at the baseline it is held to SSE2. The library's transforms work in place: in the bare transform every channel's samples are copied first, which is a sixth
-  of the time with 32 channels of 4096 samples (189 us with it, 158 without; FFTW takes 164): the results of all
-  channels and their samples are 2.5 MB then, and 2 MB for FFTW, as large as the second cache.
+  AVX2 (its own count), the project's 982, 4986 and 24218, none of them fused. At AVX-512 FFTW stays with AVX, and the
+  project has twice as wide registers; at the baseline FFTW is held to SSE2. The library's transforms work in place: in
+  the bare transform every channel's samples are copied first, which is a sixth of the time with 32 channels of 4096
+  samples (189 us with it, 158 without; FFTW takes 164): the results of all channels and their samples are 2.5 MB then,
+  and 2 MB for FFTW, as large as the second cache.
 - **Blocks of 256 samples, one channel.** What a peer computes in 40 to 300 ns leaves little for a call, in which
   module and host hand each other data blocks: 42 to 52 ns with next to nothing to compute (average of data blocks, 16
-  samples, AVX2). The parts alone, AVX2: RMS spectrum 30 ns for the window, 153 for the transform, 67 for 129 roots, half of them
-  made beside the unit that roots, which is 250 without any call; the gate leaves 266 to 284. Inverse FFT 26 ns for the
-  lines, 162 for the transform, 25 for the samples; the gate leaves 30 to 45 for the call. Moving average 73 ns for the
-  sums alone; the gate leaves 124 to 126 for everything. FIR filters of 255 taps take a pair of
-  transforms of 512 for any block up to their length: 677 ns, 40 for the product of the lines, 100 for conversions; sums
-  would change bits. Level: each sample waits for a subtraction, a multiplication and an addition, eight cycles.
+  samples, AVX2). The parts alone, AVX2: RMS spectrum 30 ns for the window, 153 for the transform, 67 for 129 roots,
+  half of them made beside the unit that roots, which is 250 without any call; the gate leaves 266 to 284. Inverse FFT
+  26 ns for the lines, 162 for the transform, 25 for the samples; the gate leaves 30 to 45 for the call. Moving average
+  73 ns for the sums alone; the gate leaves 124 to 126 for everything. FIR filters of 255 taps take a pair of transforms
+  of 512 for any block up to their length: 677 ns, 40 for the product of the lines, 100 for conversions; sums would
+  change bits. Level: each sample waits for a subtraction, a multiplication and an addition, eight cycles.
 - **Recursive filters, 32 channels.** Order 8 takes 56 operations per sample, A-weighting 42.25. The kernel makes 36 to 37
   of them per nanosecond at AVX2 (4096 samples), as many as a loop of ten sums with weights from memory does (37 to 40).
   16384 samples of 32 channels exceed the second cache: fetching ahead gained nothing.
