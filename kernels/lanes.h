@@ -164,38 +164,5 @@ inline void forEachLaneGroup(std::size_t channels, Body body) {
     if ((channels & 1U) != 0) body(Lanes<1>{}, first);
 }
 
-// A fixed number of doubles, in as many full registers as they fill: for sums whose count is the
-// algorithm's and not the level's.
-template <int count>
-struct Registers {
-    Registers<count / 2> low;
-    Registers<count / 2> high;
-
-    static Registers load(const double* values) {
-        return {Registers<count / 2>::load(values), Registers<count / 2>::load(values + count / 2)};
-    }
-    void store(double* values) const {
-        low.store(values);
-        high.store(values + count / 2);
-    }
-    friend Registers operator+(const Registers& a, const Registers& b) {
-        return {a.low + b.low, a.high + b.high};
-    }
-    friend Registers operator+(double a, const Registers& b) { return {a + b.low, a + b.high}; }
-    friend Registers operator*(const Registers& a, double b) { return {a.low * b, a.high * b}; }
-};
-template <>
-struct Registers<kLanes> {
-    Register value;
-
-    static Registers load(const double* values) { return {vyn::load<Register>(values)}; }
-    void store(double* values) const { vyn::store(value, values); }
-    friend Registers operator+(const Registers& a, const Registers& b) {
-        return {a.value + b.value};
-    }
-    friend Registers operator+(double a, const Registers& b) { return {a + b.value}; }
-    friend Registers operator*(const Registers& a, double b) { return {a.value * b}; }
-};
-
 }  // namespace
 }  // namespace vyn
