@@ -188,8 +188,9 @@ void run(const LaneSection* sections, SectionState* states, int count, int phase
                 runGroups<Row>(sections, states, count, {x, groups}, {y, groups});
             };
             // Two groups wait for no lanes that nobody needs.
+            using Most = Lanes<kLanes == 2 ? 2 : 4>::Doubles;
             if (kLanes > 2 && groups > 2) {
-                runThese(Lanes < kLanes == 2 ? 2 : 4 > ::Doubles{});
+                runThese(Most{});
             } else {
                 runThese(Two{});
             }
